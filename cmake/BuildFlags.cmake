@@ -1,0 +1,16 @@
+# Warnings and sanitizers for our own targets. The target is linked PRIVATE and never installed.
+add_library(build_flags INTERFACE)
+target_compile_options(build_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)
+target_link_options(build_flags INTERFACE -Wl,--no-undefined -Wl,--as-needed)
+
+if(OPCUACLIENT_SANITIZE)
+  target_compile_options(build_flags INTERFACE -fsanitize=${OPCUACLIENT_SANITIZE} -fno-omit-frame-pointer)
+  target_link_options(build_flags INTERFACE -fsanitize=${OPCUACLIENT_SANITIZE})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    # clang keeps the sanitizer runtime in the executable: a shared library has unresolved runtime symbols.
+    set_target_properties(build_flags PROPERTIES INTERFACE_LINK_OPTIONS
+      "-fsanitize=${OPCUACLIENT_SANITIZE};-Wl,--as-needed")
+  endif()
+endif()

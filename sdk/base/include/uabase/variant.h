@@ -1,0 +1,94 @@
+#pragma once
+
+#include <cstddef>
+
+#include "uabase/arrays.h"
+#include "uabase/string.h"
+#include "uastack/export.h"
+#include "uastack/protocol_types.h"
+#include "uastack/status_code.h"
+
+/// OPC UA Part 6, 5.1.9: an owned Variant with conversions. A value class.
+///
+/// A scalar of up to 16 bytes lies inside the object: copying, setting or converting one allocates nothing (the
+/// characters of a String do).
+///
+/// Conversions (`to...`): a number converts to a number type that can hold it, a Boolean to 0 or 1 and back
+/// (0 is false), a String to a number when the whole text is one, anything scalar of the twelve types to text.
+/// A floating-point value is rounded to the nearest integer (half away from zero). Float takes any Double in its
+/// range; NaN and infinity convert between Float and Double only. The status is OpcUa_Good, OpcUa_BadOutOfRange
+/// for a number that does not fit, or OpcUa_BadTypeMismatch for everything else (arrays, empty, other types);
+/// on failure the target is set to 0, so that nothing undefined is ever handed on.
+class UASDK_EXPORT UaVariant {
+public:
+    UaVariant();
+    /// A deep copy.
+    UaVariant(const OpcUa_Variant& variant);
+    UaVariant(const UaString& text);
+    UaVariant(const UaVariant& other);
+    UaVariant(UaVariant&& other) noexcept;
+    UaVariant& operator=(const UaVariant& other);
+    UaVariant& operator=(UaVariant&& other) noexcept;
+    ~UaVariant();
+
+    /// Takes the content of `variant` over without copying it and leaves `variant` empty.
+    void attach(OpcUa_Variant& variant);
+    void clear();
+
+    /// Built-in type of the value or of its elements (an enumeration is an Int32, a structure an ExtensionObject);
+    /// OpcUaType_Null when empty.
+    OpcUa_BuiltInType type() const;
+    bool isEmpty() const;
+    /// One-dimensional array.
+    bool isArray() const;
+    /// Two dimensions or more.
+    bool isMatrix() const;
+    /// Number of elements of an array or matrix, else 0.
+    OpcUa_UInt32 arraySize() const;
+    /// Number of dimensions of a matrix, else 0.
+    OpcUa_UInt32 dimensionSize() const;
+    /// Lengths of a matrix's dimensions, outermost first; empty for anything else.
+    void arrayDimensions(UaUInt32Array& dimensions) const;
+
+    OpcUa_StatusCode toBoolean(OpcUa_Boolean& value) const;
+    OpcUa_StatusCode toSByte(OpcUa_SByte& value) const;
+    OpcUa_StatusCode toByte(OpcUa_Byte& value) const;
+    OpcUa_StatusCode toInt16(OpcUa_Int16& value) const;
+    OpcUa_StatusCode toUInt16(OpcUa_UInt16& value) const;
+    OpcUa_StatusCode toInt32(OpcUa_Int32& value) const;
+    OpcUa_StatusCode toUInt32(OpcUa_UInt32& value) const;
+    OpcUa_StatusCode toInt64(OpcUa_Int64& value) const;
+    OpcUa_StatusCode toUInt64(OpcUa_UInt64& value) const;
+    OpcUa_StatusCode toFloat(OpcUa_Float& value) const;
+    OpcUa_StatusCode toDouble(OpcUa_Double& value) const;
+    /// Empty text when the value has no text form here.
+    UaString toString() const;
+
+    void setBoolean(OpcUa_Boolean value);
+    void setSByte(OpcUa_SByte value);
+    void setByte(OpcUa_Byte value);
+    void setInt16(OpcUa_Int16 value);
+    void setUInt16(OpcUa_UInt16 value);
+    void setInt32(OpcUa_Int32 value);
+    void setUInt32(OpcUa_UInt32 value);
+    void setInt64(OpcUa_Int64 value);
+    void setUInt64(OpcUa_UInt64 value);
+    void setFloat(OpcUa_Float value);
+    void setDouble(OpcUa_Double value);
+    void setString(const UaString& value);
+
+    /// Makes `*target` a deep copy that the caller clears. What `*target` held is not freed.
+    OpcUa_StatusCode copyTo(OpcUa_Variant* target) const;
+
+    const OpcUa_Variant& raw() const { return m_variant; }
+
+private:
+    static constexpr std::size_t inlineSize = 16;
+
+    void copyFrom(const OpcUa_Variant& source);
+    void moveFrom(UaVariant& source) noexcept;
+    void setInline(OpcUa_BuiltInType type, const void* value, std::size_t size);
+
+    OpcUa_Variant m_variant;
+    alignas(8) unsigned char m_inline[inlineSize];
+};

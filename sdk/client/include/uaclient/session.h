@@ -1,0 +1,72 @@
+#pragma once
+
+#include <memory>
+
+#include "uabase/arrays.h"
+#include "uabase/byte_string.h"
+#include "uabase/node_id.h"
+#include "uabase/status.h"
+#include "uabase/string.h"
+#include "uaclient/callbacks.h"
+#include "uaclient/security_info.h"
+#include "uaclient/service_settings.h"
+#include "uaclient/session_connect_info.h"
+#include "uastack/export.h"
+
+namespace UaClientSdk {
+
+/// OPC UA Part 4, 5.9.2: what a browse asks for.
+struct BrowseContext {
+    OpcUa_BrowseDirection browseDirection = OpcUa_BrowseDirection_Forward;
+    UaNodeId referenceTypeId;
+    bool includeSubtypes = true;
+    OpcUa_UInt32 nodeClassMask = 0;
+    OpcUa_UInt32 resultMask = 0x3F;
+    OpcUa_UInt32 maxReferencesToReturn = 0;
+};
+
+class UaSubscription;
+
+/// One session on one server.
+///
+/// Service calls run on the calling thread and may be made by several threads at a time; they are served one after
+/// the other. Two threads of the session's own keep the connection (channel renewal, watchdog) and deliver
+/// callbacks, so a callback may block without harm to the connection. Nothing reconnects by itself unless
+/// SessionConnectInfo says so: a lost connection is reported, and every later call answers
+/// OpcUa_BadServerNotConnected.
+class UASDK_EXPORT UaSession {
+public:
+    UaSession();
+    /// Disconnects if need be. May be called from inside a callback of the session.
+    ~UaSession();
+    UaSession(const UaSession&) = delete;
+    UaSession& operator=(const UaSession&) = delete;
+
+    /// Opens channel and session. On success the callback has been told Connected before this returns. On failure
+    /// nothing is left open, here or on the server. `callback` may be null and must outlive the session.
+    UaStatus connect(const UaString& url, SessionConnectInfo& connectInfo, SessionSecurityInfo& securityInfo,
+                     UaSessionCallback* callback);
+    /// Closes session and channel; the callback has been told Disconnected before this returns. Good also when the
+    /// server is gone already. Waits for a callback that is running on the SDK thread, except when called by it.
+    UaStatus disconnect(ServiceSettings& settings, bool deleteSubscriptions);
+    bool isConnected() const;
+
+    /// OPC UA Part 4, 5.11.2. On success `values` has as many elements as `nodesToRead`.
+    UaStatus read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_TimestampsToReturn timestamps,
+                  const UaReadValueIds& nodesToRead, UaDataValues& values, UaDiagnosticInfos& diagnostics);
+    /// OPC UA Part 4, 5.11.4. On success `results` has as many elements as `nodesToWrite`.
+    UaStatus write(ServiceSettings& settings, const UaWriteValues& nodesToWrite, UaStatusCodeArray& results,
+                   UaDiagnosticInfos& diagnostics);
+    /// OPC UA Part 4, 5.9.2. `continuationPoint` is empty when the answer is complete.
+    UaStatus browse(ServiceSettings& settings, const UaNodeId& nodeToBrowse, const BrowseContext& context,
+                    UaByteString& continuationPoint, UaReferenceDescriptions& references);
+    /// OPC UA Part 4, 5.9.3. Replaces `references` by the next page, or gives the continuation point back.
+    UaStatus browseNext(ServiceSettings& settings, bool releaseContinuationPoint, UaByteString& continuationPoint,
+                        UaReferenceDescriptions& references);
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> m_impl;
+};
+
+} // namespace UaClientSdk

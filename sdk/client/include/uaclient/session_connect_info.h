@@ -1,0 +1,31 @@
+#pragma once
+
+#include "uabase/string.h"
+#include "uastack/protocol_types.h"
+
+namespace UaClientSdk {
+
+/// Who we are and how a session is kept. Times are in milliseconds.
+struct SessionConnectInfo {
+    UaString applicationUri;
+    UaString applicationName;
+    UaString productUri;
+    UaString sessionName;
+
+    /// OPC UA Part 4, 5.7.2: the session time-out asked for.
+    OpcUa_Double sessionTimeout = 1200000.0;
+    /// OPC UA Part 4, 5.6.2: the secure channel's life time asked for.
+    OpcUa_UInt32 secureChannelLifetime = 3600000;
+    /// Bounds the whole connect: name resolution, TCP, secure channel and session. 0 or less stands for the default.
+    OpcUa_Int32 connectTimeout = defaultConnectTimeout;
+    /// A silent connection is probed this often...
+    OpcUa_UInt32 watchdogInterval = 5000;
+    /// ...and given up when the probe is not answered within this time.
+    OpcUa_UInt32 watchdogTimeout = 5000;
+    /// Whether the engine may open a new channel and session by itself. Subscriptions do not survive that.
+    bool automaticReconnect = true;
+
+    static constexpr OpcUa_Int32 defaultConnectTimeout = 5000;
+};
+
+} // namespace UaClientSdk
