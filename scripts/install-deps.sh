@@ -1,99 +1,136 @@
 #!/usr/bin/env bash
-# Installs what the build, the tests and the benchmarks need, from Debian's archive alone.
-# Silent when everything is there; otherwise says what it installs. Needs root or sudo.
+# Installs what this project needs, from Debian's archive alone. Silent when everything is there.
+#
+#   scripts/install-deps.sh          everything: build, tests, linters, benchmarks
+#   scripts/install-deps.sh build    enough to build the libraries, the tools and the demo
+#
+# Needs root or sudo, and only when something is missing.
 set -euo pipefail
 
-base_packages=(
-  cmake g++ make ninja-build pkg-config python3
+group=${1:-all}
+
+build_packages=(
+  cmake g++ make ninja-build pkg-config
   libssl-dev libsimpleini-dev libspdlog-dev libcli11-dev nlohmann-json3-dev
 )
 test_packages=(
-  clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  openssl iproute2 procps
+  openssl python3 iproute2 procps
 )
+# The linters are pinned to one version because their verdicts change with it; Debian 13 has another.
+lint_packages=(clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev)
 # The CMake package of the engine is incomplete without its tools package.
-engine_packages=(libopen62541-1.4-dev libopen62541-1.4-tools)
+engine_packages=(libopen62541-1.4 libopen62541-1.4-dev libopen62541-1.4-tools)
+engine_sources=/etc/apt/sources.list.d/opcuaclient-engine.sources
+engine_pins=/etc/apt/preferences.d/opcuaclient-engine
+
+die() {
+  echo "install-deps: $*" >&2
+  exit 1
+}
+
+[ -r /etc/os-release ] || die "no /etc/os-release here; this script knows Debian 12 and later"
+. /etc/os-release
+debian=${VERSION_ID:-99} # testing and unstable carry no number
+debian=${debian%%.*}
+
+wanted=("${build_packages[@]}")
+case $group in
+build) ;;
+all)
+  wanted+=("${test_packages[@]}")
+  [ "$debian" -ne 12 ] || wanted+=("${lint_packages[@]}")
+  ;;
+*) die "unknown group '$group'; say 'build', or nothing for everything" ;;
+esac
 
 installed() {
-  dpkg-query -W -f='${db:Status-Status}\n' "$1" 2>/dev/null | grep -qx installed
+  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
 }
 
 missing=()
-for package in "${base_packages[@]}" "${test_packages[@]}"; do
+for package in "${wanted[@]}"; do
   installed "$package" || missing+=("$package")
 done
-engine_missing=false
+engine_missing=()
 for package in "${engine_packages[@]}"; do
-  installed "$package" || engine_missing=true
+  installed "$package" || engine_missing+=("$package")
 done
-if [ ${#missing[@]} -eq 0 ] && ! $engine_missing; then
+if [ ${#missing[@]} -eq 0 ] && [ ${#engine_missing[@]} -eq 0 ]; then
   exit 0
+fi
+
+if [ "${ID:-}" != debian ] || [ "$debian" -lt 12 ]; then
+  die "this script knows Debian 12 and later; on ${PRETTY_NAME:-this system} install these yourself:" \
+    "${missing[*]} ${engine_missing[*]}"
+fi
+if [ "$(id -u)" -ne 0 ] && ! command -v sudo >/dev/null; then
+  die "root or sudo is needed to install: ${missing[*]} ${engine_missing[*]}"
 fi
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
 }
+# Says nothing unless it fails: what matters is named before it runs.
 apt_get() {
-  as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -o Dpkg::Use-Pty=0 "$@"
+  local log
+  log=$(mktemp)
+  if ! as_root env DEBIAN_FRONTEND=noninteractive apt-get -y -q -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 \
+    -o Acquire::Retries=3 "$@" >"$log" 2>&1 </dev/null; then
+    cat "$log" >&2
+    rm -f "$log"
+    die "apt-get $1 failed"
+  fi
+  rm -f "$log"
 }
 
-. /etc/os-release
-release=${VERSION_ID:-0}
-if [ "${ID:-}" != debian ] || [ "${release%%.*}" -lt 12 ]; then
-  echo "install-deps: this script knows Debian 12 and later; here is ${PRETTY_NAME:-an unknown system}." >&2
-  echo "install-deps: install these yourself: ${missing[*]} ${engine_packages[*]}" >&2
-  exit 1
-fi
+# Archive and release of every index that apt knows. Empty until the first `apt-get update`.
+debian_indexes() {
+  apt-get indextargets --format '$(REPO_URI) $(CODENAME) $(COMPONENT) $(ORIGIN) $(LABEL)' 'Created-By: Packages' |
+    awk '$3 == "main" && $4 == "Debian" && $5 == "Debian" { print $1, $2 }'
+}
 
-# Debian 12 carries no open62541: its package comes from the two later suites, which are pinned so low
-# that nothing else is ever taken from them.
+# Debian 12 carries no open62541: its package comes from the two later suites. They are pinned so low that
+# nothing else is ever taken from them. A suite that this machine already uses stays as it is.
 add_engine_suites() {
-  local archive keyring suites
-  archive=$(apt-get indextargets --format '$(REPO_URI) $(COMPONENT) $(ORIGIN) $(SUITE)' 'Created-By: Packages' |
-    awk '$2 == "main" && $3 == "Debian" && $4 !~ /security/ { print $1; exit }')
-  if [ -z "$archive" ]; then
-    echo "install-deps: no Debian archive in this machine's apt configuration" >&2
-    exit 1
-  fi
-  keyring=/usr/share/keyrings/debian-archive-keyring.gpg
-  suites="sid"
-  [ "${release%%.*}" -ge 13 ] || suites="trixie sid"
-  as_root tee /etc/apt/sources.list.d/opcuaclient-engine.sources >/dev/null <<SOURCES
+  local archive suite suites=()
+  archive=$(debian_indexes | awk '$2 !~ /-(updates|backports)/ { print $1; exit }')
+  [ -n "$archive" ] || die "no Debian archive in this machine's apt configuration"
+  for suite in trixie sid; do
+    debian_indexes | grep -q " $suite\$" || suites+=("$suite")
+  done
+  [ ${#suites[@]} -gt 0 ] || return 0
+  as_root tee "$engine_sources" >/dev/null <<SOURCES
 Types: deb
 URIs: $archive
-Suites: $suites
+Suites: ${suites[*]}
 Components: main
-Signed-By: $keyring
+Signed-By: /usr/share/keyrings/debian-archive-keyring.gpg
 SOURCES
-  local trixie_pin=""
-  if [ "${release%%.*}" -lt 13 ]; then
-    trixie_pin=$'Package: *\nPin: release n=trixie\nPin-Priority: 100\n'
-  fi
-  as_root tee /etc/apt/preferences.d/opcuaclient-engine >/dev/null <<PINS
-$trixie_pin
-Package: *
-Pin: release n=sid
-Pin-Priority: 90
-PINS
+  for suite in "${suites[@]}"; do
+    printf 'Package: *\nPin: release o=Debian,n=%s\nPin-Priority: %s\n\n' "$suite" \
+      "$([ "$suite" = sid ] && echo 90 || echo 100)"
+  done | as_root tee "$engine_pins" >/dev/null
+  apt_get update
 }
 
 # The newest 1.4.x that the archive carries: the unstable suite has security fixes that the stable one lacks.
-engine_version() {
-  apt-cache madison libopen62541-1.4-dev 2>/dev/null | awk -F'|' '{ gsub(/ /, "", $2); print $2 }' |
-    grep -E '^(1:)?1\.4\.' | sort -V | tail -n 1
+newest_engine() {
+  apt-cache madison libopen62541-1.4-dev | awk -F'|' '{ gsub(/ /, "", $2); print $2 }' |
+    { grep -E '^([0-9]+:)?1\.4\.' || true; } | sort -V | tail -n 1
 }
 
-echo "install-deps: installing ${missing[*]} $($engine_missing && echo "${engine_packages[*]}")"
-$engine_missing && add_engine_suites
+echo "install-deps: installing ${missing[*]} ${engine_missing[*]}"
+if [ ${#engine_missing[@]} -gt 0 ]; then
+  as_root rm -f "$engine_sources" "$engine_pins"
+fi
 apt_get update
-[ ${#missing[@]} -eq 0 ] || apt_get install -y --no-install-recommends "${missing[@]}"
-if $engine_missing; then
-  version=$(engine_version)
-  if [ -z "$version" ]; then
-    echo "install-deps: the archive has no open62541 1.4.x" >&2
-    exit 1
-  fi
-  apt_get install -y --no-install-recommends "libopen62541-1.4=$version" \
-    "libopen62541-1.4-dev=$version" "libopen62541-1.4-tools=$version"
+if [ ${#missing[@]} -gt 0 ]; then
+  apt_get install --no-install-recommends "${missing[@]}"
+fi
+if [ ${#engine_missing[@]} -gt 0 ]; then
+  add_engine_suites
+  version=$(newest_engine)
+  [ -n "$version" ] || die "the archive has no open62541 1.4.x"
+  apt_get install --no-install-recommends "${engine_packages[@]/%/=$version}"
 fi
