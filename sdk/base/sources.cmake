@@ -7,9 +7,13 @@ add_sdk_library(uabasecpp FOLDER base
     node_id.cpp
     platform_layer.cpp
     qualified_name.cpp
+    scalar_conversion.cpp
     settings.cpp
     string.cpp
+    text_buffer.cpp
     trace.cpp
+    trace_file.cpp
+    unicode.cpp
     variant.cpp
   PUBLIC uastack
   PRIVATE spdlog::spdlog Threads::Threads)

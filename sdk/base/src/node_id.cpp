@@ -1,0 +1,150 @@
+#include "uabase/node_id.h"
+
+#include <charconv>
+#include <string_view>
+#include <utility>
+
+#include "engine.h"
+
+namespace {
+
+template <typename Number>
+bool parseDigits(std::string_view text, Number& number) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size();
+}
+
+/// Takes "ns=<index>;" off the front of `text`; false when it starts so but does not go on so.
+bool takeNamespace(std::string_view& text, OpcUa_UInt16& namespaceIndex) {
+    constexpr std::string_view prefix = "ns=";
+    if (text.substr(0, prefix.size()) != prefix)
+        return true;
+    const std::size_t semicolon = text.find(';');
+    if (semicolon == std::string_view::npos)
+        return false;
+    if (!parseDigits(text.substr(prefix.size(), semicolon - prefix.size()), namespaceIndex))
+        return false;
+    text.remove_prefix(semicolon + 1);
+    return true;
+}
+
+/// The engine's decoder stops at the first padding, wherever it stands.
+bool isBase64(std::string_view text) {
+    constexpr std::string_view alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    const std::size_t digits = std::min(text.find_first_not_of(alphabet), text.size());
+    const std::string_view padding = text.substr(digits);
+    return text.size() % 4 == 0 && (padding.empty() || padding == "=" || padding == "==");
+}
+
+UA_String viewOf(std::string_view text) {
+    return {text.size(), reinterpret_cast<UA_Byte*>(const_cast<char*>(text.data()))};
+}
+
+bool parseIdentifier(char type, std::string_view value, UA_NodeId& id) {
+    switch (type) {
+    case 'i':
+        id.identifierType = UA_NODEIDTYPE_NUMERIC;
+        return parseDigits(value, id.identifier.numeric);
+    case 's': {
+        id.identifierType = UA_NODEIDTYPE_STRING;
+        const UA_String text = viewOf(value);
+        throwIfBad(UA_String_copy(&text, &id.identifier.string));
+        return true;
+    }
+    case 'g':
+        id.identifierType = UA_NODEIDTYPE_GUID;
+        return UA_Guid_parse(&id.identifier.guid, viewOf(value)) == UA_STATUSCODE_GOOD;
+    case 'b': {
+        id.identifierType = UA_NODEIDTYPE_BYTESTRING;
+        if (!isBase64(value))
+            return false;
+        const UA_String text = viewOf(value);
+        throwIfBad(UA_ByteString_fromBase64(&id.identifier.byteString, &text));
+        return true;
+    }
+    default:
+        return false;
+    }
+}
+
+std::string identifierText(const UA_NodeId& id) {
+    switch (id.identifierType) {
+    case UA_NODEIDTYPE_NUMERIC:
+        return "i=" + std::to_string(id.identifier.numeric);
+    case UA_NODEIDTYPE_STRING:
+        return "s=" + UaString(id.identifier.string).text();
+    case UA_NODEIDTYPE_GUID:
+        return "g=" + enginePrinted(id.identifier.guid, UA_Guid_print).text();
+    case UA_NODEIDTYPE_BYTESTRING:
+        return "b=" + enginePrinted(id.identifier.byteString, UA_ByteString_toBase64).text();
+    }
+    return std::string();
+}
+
+} // namespace
+
+UaNodeId::UaNodeId() {
+    UA_NodeId_init(&m_id);
+}
+
+UaNodeId::UaNodeId(OpcUa_UInt32 identifier, OpcUa_UInt16 namespaceIndex) : UaNodeId() {
+    m_id.namespaceIndex = namespaceIndex;
+    m_id.identifier.numeric = identifier;
+}
+
+UaNodeId::UaNodeId(const OpcUa_NodeId& id) {
+    throwIfBad(UA_NodeId_copy(&id, &m_id));
+}
+
+UaNodeId::UaNodeId(const UaNodeId& other) : UaNodeId(other.m_id) {}
+
+UaNodeId::UaNodeId(UaNodeId&& other) noexcept : UaNodeId() {
+    std::swap(m_id, other.m_id);
+}
+
+UaNodeId& UaNodeId::operator=(const UaNodeId& other) {
+    UaNodeId copy(other);
+    std::swap(m_id, copy.m_id);
+    return *this;
+}
+
+UaNodeId& UaNodeId::operator=(UaNodeId&& other) noexcept {
+    UaNodeId taken(std::move(other));
+    std::swap(m_id, taken.m_id);
+    return *this;
+}
+
+UaNodeId::~UaNodeId() {
+    UA_NodeId_clear(&m_id);
+}
+
+UaNodeId UaNodeId::fromXmlString(const UaString& text) {
+    std::string_view rest = text.text();
+    UaNodeId result;
+    if (!takeNamespace(rest, result.m_id.namespaceIndex) || rest.size() < 2 || rest[1] != '=')
+        return UaNodeId();
+    if (!parseIdentifier(rest[0], rest.substr(2), result.m_id)) {
+        UA_NodeId_init(&result.m_id);
+        return UaNodeId();
+    }
+    return result;
+}
+
+UaString UaNodeId::toXmlString() const {
+    std::string text;
+    if (m_id.namespaceIndex != 0)
+        text = "ns=" + std::to_string(m_id.namespaceIndex) + ';';
+    return UaString(text + identifierText(m_id));
+}
+
+void UaNodeId::copyTo(OpcUa_NodeId* target) const {
+    throwIfBad(UA_NodeId_copy(&m_id, target));
+}
+
+bool UaNodeId::isNull() const {
+    return UA_NodeId_isNull(&m_id);
+}
+
+bool operator==(const UaNodeId& a, const UaNodeId& b) {
+    return UA_NodeId_equal(&a.m_id, &b.m_id);
+}

@@ -1,0 +1,94 @@
+#include "trace_file.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+bool isRegularFile(int descriptor) {
+    struct stat status = {};
+    return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+ssize_t writeOnce(int descriptor, std::string_view bytes) {
+    ssize_t written = 0;
+    do
+        written = ::write(descriptor, bytes.data(), bytes.size());
+    while (written < 0 && errno == EINTR);
+    return written;
+}
+
+} // namespace
+
+TraceFile::TraceFile(std::string name, unsigned int maxEntries, unsigned int backups)
+    : m_name(std::move(name)), m_maxEntries(std::max(maxEntries, 1U)), m_backups(backups) {
+    open(0);
+    if (isOpen())
+        countEntries();
+}
+
+TraceFile::~TraceFile() {
+    close();
+}
+
+void TraceFile::append(std::string_view entry) {
+    if (m_entries >= m_maxEntries)
+        rotate();
+    if (!isOpen())
+        open(0);
+    if (!isOpen())
+        return;
+    if (m_lineIsCut && writeOnce(m_descriptor, "\n") == 1)
+        m_lineIsCut = false;
+    const ssize_t written = writeOnce(m_descriptor, entry);
+    if (written <= 0)
+        return;
+    ++m_entries;
+    m_lineIsCut = static_cast<std::size_t>(written) < entry.size();
+}
+
+void TraceFile::open(int extraFlags) {
+    // Not to block on a pipe that someone put there; only a regular file is taken.
+    m_descriptor =
+        ::open(m_name.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | extraFlags,
+               S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH);
+    if (isOpen() && !isRegularFile(m_descriptor))
+        close();
+}
+
+void TraceFile::close() {
+    if (isOpen())
+        ::close(std::exchange(m_descriptor, -1));
+}
+
+void TraceFile::countEntries() {
+    std::array<char, 65536> block;
+    for (;;) {
+        const ssize_t size = ::read(m_descriptor, block.data(), block.size());
+        if (size <= 0)
+            break;
+        char* const end = block.data() + size;
+        m_entries += static_cast<unsigned int>(std::count(block.data(), end, '\n'));
+        m_lineIsCut = end[-1] != '\n';
+    }
+}
+
+void TraceFile::rotate() {
+    close();
+    for (unsigned int number = m_backups; number > 0; --number) {
+        const std::string older = m_name + '.' + std::to_string(number);
+        const std::string newer = number > 1 ? m_name + '.' + std::to_string(number - 1) : m_name;
+        static_cast<void>(std::rename(newer.c_str(), older.c_str()));
+    }
+    // Also where the file could not be renamed: the trace never grows without bound.
+    open(O_TRUNC);
+    m_entries = 0;
+    m_lineIsCut = false;
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// The files of the trace: the current one and its numbered backups. Not thread-safe; throws nothing but
+/// std::bad_alloc. What cannot be written is dropped.
+///
+/// Every entry is one write() call: it survives the process, however that ends, and another process that
+/// appends to the same file never cuts through it. That costs about a microsecond an entry and needs no
+/// flushing.
+class TraceFile {
+public:
+    TraceFile(std::string name, unsigned int maxEntries, unsigned int backups);
+    ~TraceFile();
+    TraceFile(const TraceFile&) = delete;
+    TraceFile& operator=(const TraceFile&) = delete;
+
+    bool isOpen() const { return m_descriptor >= 0; }
+    /// `entry` ends with its newline.
+    void append(std::string_view entry);
+
+private:
+    void open(int extraFlags);
+    void close();
+    void countEntries();
+    void rotate();
+
+    std::string m_name;
+    unsigned int m_maxEntries;
+    unsigned int m_backups;
+    int m_descriptor = -1;
+    unsigned int m_entries = 0;
+    bool m_lineIsCut = false;
+};

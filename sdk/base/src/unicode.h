@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// Conversions between the two Unicode forms. What is malformed becomes U+FFFD, one for each byte or unit.
+std::u16string utf16FromUtf8(std::string_view utf8);
+std::string utf8FromUtf16(std::u16string_view utf16);
+
+/// Number of characters, counting each malformed byte as one.
+std::size_t utf8Length(std::string_view utf8);
