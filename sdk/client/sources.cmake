@@ -1,7 +1,13 @@
 add_sdk_library(uaclientcpp FOLDER client
   SOURCES
+    callback_thread.cpp
+    callbacks.cpp
     discovery.cpp
-    session.cpp
+    engine_client.cpp
+    engine_log.cpp
+    name_resolution.cpp
+    network_thread.cpp
     security_info.cpp
+    session.cpp
   PUBLIC uabasecpp
   PRIVATE Threads::Threads)

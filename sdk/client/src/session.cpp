@@ -1,0 +1,361 @@
+#include "uaclient/session.h"
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+#include <system_error>
+
+#include "callback_thread.h"
+#include "deadline.h"
+#include "engine_client.h"
+#include "network_thread.h"
+#include "uabase/trace.h"
+
+namespace UaClientSdk {
+namespace {
+
+UA_UInt32 timeoutOf(const ServiceSettings& settings) {
+    return static_cast<UA_UInt32>(settings.callTimeout > 0 ? settings.callTimeout
+                                                           : ServiceSettings::defaultCallTimeout);
+}
+
+/// The id that status reports carry: a session object has one connection at a time.
+constexpr unsigned int clientConnectionId = 1;
+
+void assign(UA_String& target, const UaString& text) {
+    UA_String_clear(&target);
+    const UA_String view = text.view();
+    UA_String_copy(&view, &target);
+}
+
+void configureSession(UA_ClientConfig& config, const SessionConnectInfo& info,
+                      const SessionSecurityInfo& security) {
+    assign(config.clientDescription.applicationUri, info.applicationUri);
+    assign(config.clientDescription.productUri, info.productUri);
+    assign(config.clientDescription.applicationName.text, info.applicationName);
+    config.clientDescription.applicationType = UA_APPLICATIONTYPE_CLIENT;
+    assign(config.sessionName, info.sessionName);
+    assign(config.securityPolicyUri, security.securityPolicyUri);
+    config.securityMode = security.messageSecurityMode;
+    config.requestedSessionTimeout = static_cast<UA_UInt32>(info.sessionTimeout);
+    config.secureChannelLifeTime = info.secureChannelLifetime;
+}
+
+} // namespace
+
+class UaSession::Impl {
+public:
+    ~Impl() { disconnect(ServiceSettings(), true); }
+
+    UaStatus connect(const UaString& url, const SessionConnectInfo& info, const SessionSecurityInfo& security,
+                     UaSessionCallback* callback);
+    UaStatus disconnect(const ServiceSettings& settings, bool deleteSubscriptions);
+    bool isConnected() const { return m_connected; }
+
+    /// Sends `request` on the calling thread. The caller clears `response`.
+    template <typename Request, typename Response>
+    UaStatus call(const ServiceSettings& settings, Request& request, const UA_DataType& requestType,
+                  Response& response, const UA_DataType& responseType);
+
+private:
+    void startWatchdog(const SessionConnectInfo& info);
+    void probe();
+    void probeAnswered(const UA_ReadResponse& response);
+    void stateChanged(bool usable, UaStatus reason);
+    void report(UaClient::ServerStatus status);
+
+    UaSessionCallback* m_callback = nullptr;
+    std::unique_ptr<EngineClient> m_engine;
+    std::unique_ptr<NetworkThread> m_network;
+    std::unique_ptr<CallbackThread> m_callbacks;
+    std::atomic<bool> m_connected{false};
+
+    // Used inside the loop only.
+    UA_UInt32 m_watchdogTimeout = 0;
+    bool m_probePending = false;
+    bool m_serverRuns = true;
+};
+
+UaStatus UaSession::Impl::connect(const UaString& url, const SessionConnectInfo& info,
+                                  const SessionSecurityInfo& security, UaSessionCallback* callback) {
+    if (m_engine != nullptr) {
+        return UA_STATUSCODE_BADINVALIDSTATE;
+    }
+    const Deadline deadline(info.connectTimeout > 0 ? info.connectTimeout
+                                                    : SessionConnectInfo::defaultConnectTimeout);
+    UaStatus status;
+    auto engine = EngineClient::open(
+        EngineClient::Purpose::Session, url,
+        [&info, &security](UA_ClientConfig& config) { configureSession(config, info, security); }, deadline,
+        status);
+    if (engine == nullptr) {
+        return status;
+    }
+    engine->config().noReconnect = !info.automaticReconnect;
+    engine->config().noNewSession = !info.automaticReconnect;
+    try {
+        auto network = std::make_unique<NetworkThread>(*engine);
+        m_callbacks = std::make_unique<CallbackThread>();
+        m_network = std::move(network);
+    } catch (const std::system_error& error) {
+        UaTrace::write(UaTrace::Errors, "session", "no thread or descriptor for the session: %s", error.what());
+        return UA_STATUSCODE_BADRESOURCEUNAVAILABLE;
+    }
+    m_callback = callback;
+    m_engine = std::move(engine);
+    m_engine->setStateHandler([this](bool usable, UaStatus reason) { stateChanged(usable, reason); });
+    m_engine->setSocketHandler([this](int socket) { m_network->watch(socket); });
+    startWatchdog(info);
+    m_connected = true;
+    report(UaClient::Connected);
+    m_callbacks->flush();
+    m_network->start();
+    UaTrace::write(UaTrace::LifeCycle, "session", "connected to %s", url.toUtf8());
+    return status;
+}
+
+UaStatus UaSession::Impl::disconnect(const ServiceSettings& settings, bool deleteSubscriptions) {
+    if (m_engine == nullptr) {
+        return UA_STATUSCODE_BADSERVERNOTCONNECTED;
+    }
+    m_network->stop();
+    {
+        const NetworkThread::LoopOwner owner(*m_network);
+        m_engine->setStateHandler(nullptr);
+        m_connected = false;
+        m_engine->close(deleteSubscriptions, timeoutOf(settings));
+    }
+    m_callbacks->stop([this] {
+        if (m_callback != nullptr) {
+            m_callback->connectionStatusChanged(clientConnectionId, UaClient::Disconnected);
+        }
+    });
+    m_callbacks.reset();
+    m_network.reset();
+    m_engine.reset();
+    UaTrace::write(UaTrace::LifeCycle, "session", "disconnected");
+    return UA_STATUSCODE_GOOD;
+}
+
+void UaSession::Impl::report(UaClient::ServerStatus status) {
+    if (m_callback != nullptr) {
+        m_callbacks->post([callback = m_callback, status] {
+            callback->connectionStatusChanged(clientConnectionId, status);
+        });
+    }
+}
+
+void UaSession::Impl::stateChanged(bool usable, UaStatus reason) {
+    m_connected = usable;
+    if (usable) {
+        UaTrace::write(UaTrace::Warnings, "session", "the session was replaced by a new one");
+        report(UaClient::SessionReplaced);
+        report(UaClient::Connected);
+    } else {
+        UaTrace::write(UaTrace::Errors, "session", "connection lost: %s", reason.name());
+        report(UaClient::ConnectionLost);
+    }
+}
+
+void UaSession::Impl::startWatchdog(const SessionConnectInfo& info) {
+    m_watchdogTimeout = info.watchdogTimeout;
+    m_probePending = false;
+    m_serverRuns = true;
+    UA_Client_addRepeatedCallback(
+        m_engine->handle(), [](UA_Client*, void* self) { static_cast<Impl*>(self)->probe(); }, this,
+        info.watchdogInterval, nullptr);
+}
+
+void UaSession::Impl::probe() {
+    if (m_probePending || !m_connected) {
+        return;
+    }
+    UA_ReadValueId node;
+    UA_ReadValueId_init(&node);
+    node.nodeId = UA_NODEID_NUMERIC(0, UA_NS0ID_SERVER_SERVERSTATUS_STATE);
+    node.attributeId = UA_ATTRIBUTEID_VALUE;
+    UA_ReadRequest request;
+    UA_ReadRequest_init(&request);
+    request.requestHeader.timeoutHint = m_watchdogTimeout;
+    request.nodesToRead = &node;
+    request.nodesToReadSize = 1;
+    const UA_StatusCode status = __UA_Client_AsyncService(
+        m_engine->handle(), &request, &UA_TYPES[UA_TYPES_READREQUEST],
+        [](UA_Client*, void* self, UA_UInt32, void* response) {
+            static_cast<Impl*>(self)->probeAnswered(*static_cast<UA_ReadResponse*>(response));
+        },
+        &UA_TYPES[UA_TYPES_READRESPONSE], this, nullptr);
+    m_probePending = status == UA_STATUSCODE_GOOD;
+}
+
+void UaSession::Impl::probeAnswered(const UA_ReadResponse& response) {
+    m_probePending = false;
+    if (!m_connected) {
+        return;
+    }
+    if (response.responseHeader.serviceResult == UA_STATUSCODE_BADTIMEOUT) {
+        m_connected = false;
+        m_engine->abandon();
+        UaTrace::write(UaTrace::Errors, "session", "connection lost: no answer within %u ms", m_watchdogTimeout);
+        report(UaClient::WatchdogExpired);
+        return;
+    }
+    const bool isState = response.resultsSize == 1 &&
+                         UA_Variant_hasScalarType(&response.results[0].value, &UA_TYPES[UA_TYPES_INT32]);
+    if (!isState) {
+        return;
+    }
+    const auto state = *static_cast<const UA_Int32*>(response.results[0].value.data);
+    const bool runs = state != UA_SERVERSTATE_SHUTDOWN;
+    if (runs != m_serverRuns) {
+        m_serverRuns = runs;
+        report(runs ? UaClient::Connected : UaClient::ServerShutdown);
+    }
+}
+
+template <typename Request, typename Response>
+UaStatus UaSession::Impl::call(const ServiceSettings& settings, Request& request, const UA_DataType& requestType,
+                               Response& response, const UA_DataType& responseType) {
+    // A connection that is gone must not be entered: the engine would connect anew inside the call.
+    if (!m_connected) {
+        return UA_STATUSCODE_BADSERVERNOTCONNECTED;
+    }
+    const NetworkThread::LoopOwner owner(*m_network);
+    if (!m_connected) {
+        return UA_STATUSCODE_BADSERVERNOTCONNECTED;
+    }
+    request.requestHeader.timeoutHint = timeoutOf(settings);
+    m_engine->call(&request, requestType, &response, responseType);
+    return response.responseHeader.serviceResult;
+}
+
+namespace {
+
+/// Moves an array of an answer to its owner.
+template <typename Element>
+void take(Element*& elements, size_t& count, UaProtocolArray<Element>& target) {
+    target.attach(static_cast<OpcUa_UInt32>(count), elements);
+    elements = nullptr;
+    count = 0;
+}
+
+/// A request only borrows what it sends: the engine encodes it before the call returns.
+template <typename Element>
+Element* borrow(const UaProtocolArray<Element>& array) {
+    return const_cast<Element*>(array.rawData());
+}
+
+UaStatus takePage(UaStatus status, UA_BrowseResult* results, size_t resultCount, UaByteString& continuationPoint,
+                  UaReferenceDescriptions& references) {
+    references.clear();
+    continuationPoint.clear();
+    if (status.isBad()) {
+        return status;
+    }
+    if (resultCount != 1) {
+        return UA_STATUSCODE_BADUNKNOWNRESPONSE;
+    }
+    continuationPoint = UaByteString(results[0].continuationPoint);
+    take(results[0].references, results[0].referencesSize, references);
+    return results[0].statusCode;
+}
+
+} // namespace
+
+UaSession::UaSession() : m_impl(std::make_unique<Impl>()) {}
+UaSession::~UaSession() = default;
+
+UaStatus UaSession::connect(const UaString& url, SessionConnectInfo& connectInfo,
+                            SessionSecurityInfo& securityInfo, UaSessionCallback* callback) {
+    return m_impl->connect(url, connectInfo, securityInfo, callback);
+}
+
+UaStatus UaSession::disconnect(ServiceSettings& settings, bool deleteSubscriptions) {
+    return m_impl->disconnect(settings, deleteSubscriptions);
+}
+
+bool UaSession::isConnected() const { return m_impl->isConnected(); }
+
+UaStatus UaSession::read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_TimestampsToReturn timestamps,
+                         const UaReadValueIds& nodesToRead, UaDataValues& values,
+                         UaDiagnosticInfos& diagnostics) {
+    UA_ReadRequest request;
+    UA_ReadRequest_init(&request);
+    request.maxAge = maxAge;
+    request.timestampsToReturn = timestamps;
+    request.nodesToRead = borrow(nodesToRead);
+    request.nodesToReadSize = nodesToRead.length();
+    UA_ReadResponse response;
+    UA_ReadResponse_init(&response);
+    UaStatus status = m_impl->call(settings, request, UA_TYPES[UA_TYPES_READREQUEST], response,
+                                   UA_TYPES[UA_TYPES_READRESPONSE]);
+    if (!status.isBad() && response.resultsSize != nodesToRead.length()) {
+        status = UA_STATUSCODE_BADUNKNOWNRESPONSE;
+    }
+    take(response.results, response.resultsSize, values);
+    take(response.diagnosticInfos, response.diagnosticInfosSize, diagnostics);
+    UA_ReadResponse_clear(&response);
+    return status;
+}
+
+UaStatus UaSession::write(ServiceSettings& settings, const UaWriteValues& nodesToWrite, UaStatusCodeArray& results,
+                          UaDiagnosticInfos& diagnostics) {
+    UA_WriteRequest request;
+    UA_WriteRequest_init(&request);
+    request.nodesToWrite = borrow(nodesToWrite);
+    request.nodesToWriteSize = nodesToWrite.length();
+    UA_WriteResponse response;
+    UA_WriteResponse_init(&response);
+    UaStatus status = m_impl->call(settings, request, UA_TYPES[UA_TYPES_WRITEREQUEST], response,
+                                   UA_TYPES[UA_TYPES_WRITERESPONSE]);
+    if (!status.isBad() && response.resultsSize != nodesToWrite.length()) {
+        status = UA_STATUSCODE_BADUNKNOWNRESPONSE;
+    }
+    take(response.results, response.resultsSize, results);
+    take(response.diagnosticInfos, response.diagnosticInfosSize, diagnostics);
+    UA_WriteResponse_clear(&response);
+    return status;
+}
+
+UaStatus UaSession::browse(ServiceSettings& settings, const UaNodeId& nodeToBrowse, const BrowseContext& context,
+                           UaByteString& continuationPoint, UaReferenceDescriptions& references) {
+    UA_BrowseDescription description;
+    UA_BrowseDescription_init(&description);
+    description.nodeId = nodeToBrowse.raw();
+    description.browseDirection = context.browseDirection;
+    description.referenceTypeId = context.referenceTypeId.raw();
+    description.includeSubtypes = context.includeSubtypes;
+    description.nodeClassMask = context.nodeClassMask;
+    description.resultMask = context.resultMask;
+    UA_BrowseRequest request;
+    UA_BrowseRequest_init(&request);
+    request.requestedMaxReferencesPerNode = context.maxReferencesToReturn;
+    request.nodesToBrowse = &description;
+    request.nodesToBrowseSize = 1;
+    UA_BrowseResponse response;
+    UA_BrowseResponse_init(&response);
+    UaStatus status = m_impl->call(settings, request, UA_TYPES[UA_TYPES_BROWSEREQUEST], response,
+                                   UA_TYPES[UA_TYPES_BROWSERESPONSE]);
+    status = takePage(status, response.results, response.resultsSize, continuationPoint, references);
+    UA_BrowseResponse_clear(&response);
+    return status;
+}
+
+UaStatus UaSession::browseNext(ServiceSettings& settings, bool releaseContinuationPoint,
+                               UaByteString& continuationPoint, UaReferenceDescriptions& references) {
+    UA_ByteString point = continuationPoint.view();
+    UA_BrowseNextRequest request;
+    UA_BrowseNextRequest_init(&request);
+    request.releaseContinuationPoints = releaseContinuationPoint;
+    request.continuationPoints = &point;
+    request.continuationPointsSize = 1;
+    UA_BrowseNextResponse response;
+    UA_BrowseNextResponse_init(&response);
+    UaStatus status = m_impl->call(settings, request, UA_TYPES[UA_TYPES_BROWSENEXTREQUEST], response,
+                                   UA_TYPES[UA_TYPES_BROWSENEXTRESPONSE]);
+    status = takePage(status, response.results, response.resultsSize, continuationPoint, references);
+    UA_BrowseNextResponse_clear(&response);
+    return status;
+}
+
+} // namespace UaClientSdk
