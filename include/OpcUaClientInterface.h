@@ -4,8 +4,8 @@
 #include "OpcUaNodelist.h"
 #include "OpcUaTypes.h"
 
-/// The implementation behind a client. Applications use COpcUaClientInterface; the order of these operations is
-/// part of the binary interface.
+/// The implementation behind a client. Applications use COpcUaClientInterface; the order of these operations
+/// is part of the binary interface.
 class OPCUACLIENT_EXPORT COpcUaClientImp {
 public:
     COpcUaClientImp();
@@ -29,7 +29,8 @@ public:
     virtual char* GetErrorMsg(char* buffer, int size) = 0;
     virtual int installOpcUaCallBack(void* callback) = 0;
     virtual void installClient(void* client) = 0;
-    virtual int OpcUaGetArrayValue(OpcUaNode* node, unsigned long* index, int count, void* buffer, int& size) = 0;
+    virtual int OpcUaGetArrayValue(OpcUaNode* node, unsigned long* index, int count, void* buffer,
+                                   int& size) = 0;
     virtual int OpcUaSetArrayValue(OpcUaNode* node, unsigned long* index, int count, const void* buffer,
                                    int& size) = 0;
     virtual int OpcUaGetMultiValue(OpcUa_ReadNode* nodes, int count) = 0;

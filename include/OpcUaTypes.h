@@ -8,7 +8,8 @@
 
 /// Built-in type of a value; the numbers are OPC UA's own (OPC UA Part 6, 5.1.2).
 enum _OpcUaDataType : int {
-    OpcUaDataType_Null = 0, ///< empty, or a type that this interface does not convert (DateTime, structures, ...)
+    OpcUaDataType_Null =
+        0, ///< empty, or a type that this interface does not convert (DateTime, structures, ...)
     OpcUaDataType_Boolean = 1,
     OpcUaDataType_SByte = 2,
     OpcUaDataType_Byte = 3,
@@ -32,8 +33,8 @@ struct _ArrayType {
 
 /// One node. Tree records belong to the library, records that the application declares belong to it.
 ///
-/// The text fields are UTF-8 in 256 bytes each. A text of 256 bytes or more fills its field without a terminating
-/// zero: bound every read by 256 (for example `printf("%.256s", node->displayName)`).
+/// The text fields are UTF-8 in 256 bytes each. A text of 256 bytes or more fills its field without a
+/// terminating zero: bound every read by 256 (for example `printf("%.256s", node->displayName)`).
 struct OpcUaNode {
     OpcUaNode* parent; ///< null for the tree's root and for looked-up nodes
     OpcUaNode* next;   ///< next sibling, null at the end
@@ -41,9 +42,9 @@ struct OpcUaNode {
     _OpcUaDataType dataType;
     char reserved[256]; ///< never touched by the library
     int reservedFlag;
-    _ArrayType arrayInfo;  ///< shape of the value when the node was browsed
-    int nodeClass;         ///< OPC UA Part 3, 5.2.3: 1 Object, 2 Variable, 4 Method, 8 ObjectType, 16 VariableType,
-                           ///< 32 ReferenceType, 64 DataType, 128 View; 0 for looked-up nodes
+    _ArrayType arrayInfo; ///< shape of the value when the node was browsed
+    int nodeClass; ///< OPC UA Part 3, 5.2.3: 1 Object, 2 Variable, 4 Method, 8 ObjectType, 16 VariableType,
+                   ///< 32 ReferenceType, 64 DataType, 128 View; 0 for looked-up nodes
     char locale[256];      ///< locale of the display name
     char displayName[256]; ///< text of the display name
     char browseName[256];  ///< "<namespace index>:<name>"
@@ -56,10 +57,10 @@ struct _OpcUaClientConfig {
     int timeout;           ///< milliseconds for the whole connect; 0 or less: 5000
     int reserved;          ///< never read
     char endpointUrl[128]; ///< "opc.tcp://host:port[/path]"
-    int securityPolicy;    ///< 0 None, 1 Basic128Rsa15, 2 Basic256, 3 Basic256Sha256, 4 Aes128_Sha256_RsaOaep,
-                           ///< 5 Aes256_Sha256_RsaPss
-    int securityMode;      ///< 0 none, 1 sign, 2 sign and encrypt
-    int userIdentity;      ///< 0 anonymous, 1 user name and password, 2 user certificate
+    int securityPolicy; ///< 0 None, 1 Basic128Rsa15, 2 Basic256, 3 Basic256Sha256, 4 Aes128_Sha256_RsaOaep,
+                        ///< 5 Aes256_Sha256_RsaPss
+    int securityMode;   ///< 0 none, 1 sign, 2 sign and encrypt
+    int userIdentity;   ///< 0 anonymous, 1 user name and password, 2 user certificate
     char userName[64];
     char password[64];
     char sessionName[128]; ///< empty: a fixed name
@@ -87,7 +88,8 @@ struct _OpcUa_EndpointMsg {
 struct _OpcUa_DiscoveryUrlMsg {
     char discoveryUrl[100];
     _OpcUa_EndpointMsg endpoints[20];
-    unsigned int endpointCount; ///< endpoints that suit the URL's scheme; they stay at the index the server gave them
+    unsigned int
+        endpointCount; ///< endpoints that suit the URL's scheme; they stay at the index the server gave them
 };
 
 /// One server.

@@ -19,7 +19,9 @@ CallbackThread::CallbackThread() : m_state(std::make_shared<State>()) {
     m_thread = std::thread([state = m_state] { run(state); });
 }
 
-CallbackThread::~CallbackThread() { stop(); }
+CallbackThread::~CallbackThread() {
+    stop();
+}
 
 void CallbackThread::post(Task task) {
     {

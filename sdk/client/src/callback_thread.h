@@ -9,8 +9,8 @@
 
 namespace UaClientSdk {
 
-/// The session's SDK thread: runs what is posted to it, one at a time and in order. Nothing that runs here can
-/// hold up the network.
+/// The session's SDK thread: runs what is posted to it, one at a time and in order. Nothing that runs here
+/// can hold up the network.
 ///
 /// The object may be destroyed by one of its own callbacks: the thread then ends by itself when that callback
 /// returns.
@@ -25,8 +25,8 @@ public:
     CallbackThread& operator=(const CallbackThread&) = delete;
 
     void post(Task task);
-    /// Drops what waits, runs `last` behind the task that is running, and ends the thread. Called from a callback
-    /// it runs `last` at once. After it returns nothing runs here any more.
+    /// Drops what waits, runs `last` behind the task that is running, and ends the thread. Called from a
+    /// callback it runs `last` at once. After it returns nothing runs here any more.
     void stop(const Task& last = nullptr);
     /// Waits until all that was posted before has run. Not for use in a callback.
     void flush();

@@ -14,7 +14,8 @@ public:
 
     /// Milliseconds left, rounded up; 0 when it is over.
     int remaining() const {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_end - std::chrono::steady_clock::now());
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(m_end - std::chrono::steady_clock::now());
         return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
     }
     bool expired() const { return remaining() == 0; }

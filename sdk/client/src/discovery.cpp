@@ -11,8 +11,8 @@ UA_UInt32 timeoutOf(const ServiceSettings& settings) {
                                                            : ServiceSettings::defaultCallTimeout);
 }
 
-/// A query has no endpoint to choose: with one given, the engine neither asks for endpoints nor moves to another
-/// URL. The application URI that no server has keeps it from moving to a URL of the server list too.
+/// A query has no endpoint to choose: with one given, the engine neither asks for endpoints nor moves to
+/// another URL. The application URI that no server has keeps it from moving to a URL of the server list too.
 void configureQuery(UA_ClientConfig& config, const UaString& url) {
     const UA_String urlView = url.view();
     UA_String_copy(&urlView, &config.endpoint.endpointUrl);
@@ -57,8 +57,8 @@ void handOver(Response& response, const UA_DataType& responseType, Element*& ele
 UaDiscovery::UaDiscovery() = default;
 UaDiscovery::~UaDiscovery() = default;
 
-UaStatus UaDiscovery::findServers(ServiceSettings& settings, const UaString& discoveryUrl, ClientSecurityInfo&,
-                                  UaApplicationDescriptions& servers) {
+UaStatus UaDiscovery::findServers(ServiceSettings& settings, const UaString& discoveryUrl,
+                                  ClientSecurityInfo&, UaApplicationDescriptions& servers) {
     const UA_DataType& responseType = UA_TYPES[UA_TYPES_FINDSERVERSRESPONSE];
     UA_FindServersRequest request{};
     UA_FindServersResponse response{};
@@ -68,13 +68,13 @@ UaStatus UaDiscovery::findServers(ServiceSettings& settings, const UaString& dis
     return status;
 }
 
-UaStatus UaDiscovery::getEndpoints(ServiceSettings& settings, const UaString& discoveryUrl, ClientSecurityInfo&,
-                                   UaEndpointDescriptions& endpoints) {
+UaStatus UaDiscovery::getEndpoints(ServiceSettings& settings, const UaString& discoveryUrl,
+                                   ClientSecurityInfo&, UaEndpointDescriptions& endpoints) {
     const UA_DataType& responseType = UA_TYPES[UA_TYPES_GETENDPOINTSRESPONSE];
     UA_GetEndpointsRequest request{};
     UA_GetEndpointsResponse response{};
-    const UaStatus status =
-        query(settings, discoveryUrl, request, UA_TYPES[UA_TYPES_GETENDPOINTSREQUEST], response, responseType);
+    const UaStatus status = query(settings, discoveryUrl, request, UA_TYPES[UA_TYPES_GETENDPOINTSREQUEST],
+                                  response, responseType);
     handOver(response, responseType, response.endpoints, response.endpointsSize, endpoints);
     return status;
 }

@@ -62,8 +62,9 @@ void boundUnacknowledgedData(int socket) {
 
 } // namespace
 
-std::unique_ptr<EngineClient> EngineClient::open(Purpose purpose, const UaString& url, const EngineSetup& setup,
-                                                 const Deadline& deadline, UaStatus& status) {
+std::unique_ptr<EngineClient> EngineClient::open(Purpose purpose, const UaString& url,
+                                                 const EngineSetup& setup, const Deadline& deadline,
+                                                 UaStatus& status) {
     HostAndPort target;
     status = parseUrl(url, target);
     if (status.isBad()) {
@@ -78,7 +79,8 @@ std::unique_ptr<EngineClient> EngineClient::open(Purpose purpose, const UaString
         return nullptr;
     }
     for (std::size_t i = 0; i < addresses.size(); ++i) {
-        // What is left is shared among the addresses, so that a dead one does not use up the time of the others.
+        // What is left is shared among the addresses, so that a dead one does not use up the time of the
+        // others.
         const Deadline share(deadline.remaining() / static_cast<int>(addresses.size() - i));
         std::unique_ptr<EngineClient> client(new EngineClient(purpose, setup));
         status = client->connect(url, addresses[i], share);
@@ -208,11 +210,13 @@ void EngineClient::closeSession(bool deleteSubscriptions, UA_UInt32 timeout) {
     request.deleteSubscriptions = deleteSubscriptions;
     request.requestHeader.timeoutHint = timeout;
     UA_CloseSessionResponse response;
-    call(&request, UA_TYPES[UA_TYPES_CLOSESESSIONREQUEST], &response, UA_TYPES[UA_TYPES_CLOSESESSIONRESPONSE]);
+    call(&request, UA_TYPES[UA_TYPES_CLOSESESSIONREQUEST], &response,
+         UA_TYPES[UA_TYPES_CLOSESESSIONRESPONSE]);
     UA_CloseSessionResponse_clear(&response);
 }
 
-/// A server that comes back after we gave it up, or that refused us half-way, finds the request on its socket.
+/// A server that comes back after we gave it up, or that refused us half-way, finds the request on its
+/// socket.
 void EngineClient::announceClose(bool deleteSubscriptions) {
     UA_SecureChannelState channel = UA_SECURECHANNELSTATE_CLOSED;
     UA_SessionState session = UA_SESSIONSTATE_CLOSED;
@@ -224,8 +228,9 @@ void EngineClient::announceClose(bool deleteSubscriptions) {
     UA_CloseSessionRequest_init(&request);
     request.deleteSubscriptions = deleteSubscriptions;
     __UA_Client_AsyncService(
-        m_client, &request, &UA_TYPES[UA_TYPES_CLOSESESSIONREQUEST], [](UA_Client*, void*, UA_UInt32, void*) {},
-        &UA_TYPES[UA_TYPES_CLOSESESSIONRESPONSE], nullptr, nullptr);
+        m_client, &request, &UA_TYPES[UA_TYPES_CLOSESESSIONREQUEST],
+        [](UA_Client*, void*, UA_UInt32, void*) {}, &UA_TYPES[UA_TYPES_CLOSESESSIONRESPONSE], nullptr,
+        nullptr);
 }
 
 void EngineClient::close(bool deleteSubscriptions, UA_UInt32 timeout) {
@@ -307,7 +312,8 @@ void EngineClient::networkEvent(UA_ConnectionManager* manager, uintptr_t connect
             self->m_socketHandler(-1);
         }
     }
-    self->m_networkCallback(manager, connectionId, application, connectionContext, state, parameters, message);
+    self->m_networkCallback(manager, connectionId, application, connectionContext, state, parameters,
+                            message);
 }
 
 void EngineClient::addDelayedCallback(UA_EventLoop* loop, UA_DelayedCallback* callback) {

@@ -15,20 +15,20 @@ namespace UaClientSdk {
 /// Fills in what a connection needs beyond the common settings, before it is opened.
 using EngineSetup = std::function<void(UA_ClientConfig&)>;
 
-/// One connection of the protocol engine with an event loop of its own. Not thread-safe: whoever uses it owns the
-/// loop for that time.
+/// One connection of the protocol engine with an event loop of its own. Not thread-safe: whoever uses it owns
+/// the loop for that time.
 ///
 /// The engine reconnects to whatever host name a server announces, resolves names inside its loop and takes a
-/// second to report a refused port. So the address is resolved here, every TCP connection of the engine is pinned
-/// to it, and opening is driven from here, in time.
+/// second to report a refused port. So the address is resolved here, every TCP connection of the engine is
+/// pinned to it, and opening is driven from here, in time.
 class EngineClient {
 public:
     enum class Purpose { Session, Query };
     using StateHandler = std::function<void(bool usable, UaStatus reason)>;
     using SocketHandler = std::function<void(int socket)>;
 
-    /// Opens a connection to `url`, trying each of the host's addresses. On failure `status` tells why and the
-    /// result is null. `deadline` bounds everything.
+    /// Opens a connection to `url`, trying each of the host's addresses. On failure `status` tells why and
+    /// the result is null. `deadline` bounds everything.
     static std::unique_ptr<EngineClient> open(Purpose purpose, const UaString& url, const EngineSetup& setup,
                                               const Deadline& deadline, UaStatus& status);
 
@@ -53,11 +53,16 @@ public:
     int untilNextTimer() const;
 
     /// One service call on this thread. The engine fills `response`, which the caller clears.
-    void call(const void* request, const UA_DataType& requestType, void* response, const UA_DataType& responseType);
+    void call(const void* request, const UA_DataType& requestType, void* response,
+              const UA_DataType& responseType);
 
     /// Gives the connection up: no state is reported any more and close() waits for nothing.
-    void abandon() { m_usable = false; m_abandoned = true; }
-    /// Closes session and channel. A connection that is not usable any more is told so without waiting for it.
+    void abandon() {
+        m_usable = false;
+        m_abandoned = true;
+    }
+    /// Closes session and channel. A connection that is not usable any more is told so without waiting for
+    /// it.
     void close(bool deleteSubscriptions, UA_UInt32 timeout);
 
 private:

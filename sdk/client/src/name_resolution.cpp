@@ -24,7 +24,8 @@ std::vector<std::string> lookUp(const std::string& host, int flags) {
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> owner(found, &freeaddrinfo);
     for (const addrinfo* entry = found; entry != nullptr; entry = entry->ai_next) {
         char text[NI_MAXHOST];
-        if (getnameinfo(entry->ai_addr, entry->ai_addrlen, text, sizeof text, nullptr, 0, NI_NUMERICHOST) == 0) {
+        if (getnameinfo(entry->ai_addr, entry->ai_addrlen, text, sizeof text, nullptr, 0, NI_NUMERICHOST) ==
+            0) {
             addresses.emplace_back(text);
         }
     }
@@ -38,11 +39,13 @@ std::vector<std::string> resolveHost(const std::string& host, const Deadline& de
     if (!numeric.empty()) {
         return numeric;
     }
-    // The resolver has time-outs of its own and cannot be interrupted: it runs on a thread that is left behind
-    // when the caller's time is over.
+    // The resolver has time-outs of its own and cannot be interrupted: it runs on a thread that is left
+    // behind when the caller's time is over.
     std::promise<std::vector<std::string>> promise;
     std::future<std::vector<std::string>> answer = promise.get_future();
-    std::thread([host, promise = std::move(promise)]() mutable { promise.set_value(lookUp(host, 0)); }).detach();
+    std::thread([host, promise = std::move(promise)]() mutable {
+        promise.set_value(lookUp(host, 0));
+    }).detach();
     if (answer.wait_for(std::chrono::milliseconds(deadline.remaining())) != std::future_status::ready) {
         return {};
     }

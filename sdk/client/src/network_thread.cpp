@@ -71,7 +71,9 @@ void NetworkThread::watch(int socket) {
     }
 }
 
-void NetworkThread::expectNotifications(bool expected) { m_expectNotifications = expected; }
+void NetworkThread::expectNotifications(bool expected) {
+    m_expectNotifications = expected;
+}
 
 void NetworkThread::setInterest(Interest interest) {
     if (m_watched >= 0) {

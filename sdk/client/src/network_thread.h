@@ -12,13 +12,14 @@ namespace UaClientSdk {
 
 /// Who may run the engine's loop: one owner at a time.
 ///
-/// Service calls run the loop on their caller's thread. In between, a thread of this object waits outside the loop
-/// for the socket and the engine's timers, and enters the loop only while no caller is in it: the engine refuses a
-/// call while another thread sits in its loop, and nothing can wake a thread that does.
+/// Service calls run the loop on their caller's thread. In between, a thread of this object waits outside the
+/// loop for the socket and the engine's timers, and enters the loop only while no caller is in it: the engine
+/// refuses a call while another thread sits in its loop, and nothing can wake a thread that does.
 ///
-/// Waking two threads for one answer would cost a caller more than the call itself. So the waiting thread does not
-/// look at incoming data at all while nothing but answers can come (only at the connection's end; whatever else
-/// arrives waits for the next timer, a second at most), and otherwise not while a caller is in the loop.
+/// Waking two threads for one answer would cost a caller more than the call itself. So the waiting thread
+/// does not look at incoming data at all while nothing but answers can come (only at the connection's end;
+/// whatever else arrives waits for the next timer, a second at most), and otherwise not while a caller is in
+/// the loop.
 class NetworkThread {
 public:
     explicit NetworkThread(EngineClient& engine);

@@ -98,7 +98,8 @@ UaStatus UaSession::Impl::connect(const UaString& url, const SessionConnectInfo&
         m_callbacks = std::make_unique<CallbackThread>();
         m_network = std::move(network);
     } catch (const std::system_error& error) {
-        UaTrace::write(UaTrace::Errors, "session", "no thread or descriptor for the session: %s", error.what());
+        UaTrace::write(UaTrace::Errors, "session", "no thread or descriptor for the session: %s",
+                       error.what());
         return UA_STATUSCODE_BADRESOURCEUNAVAILABLE;
     }
     m_callback = callback;
@@ -196,7 +197,8 @@ void UaSession::Impl::probeAnswered(const UA_ReadResponse& response) {
     if (response.responseHeader.serviceResult == UA_STATUSCODE_BADTIMEOUT) {
         m_connected = false;
         m_engine->abandon();
-        UaTrace::write(UaTrace::Errors, "session", "connection lost: no answer within %u ms", m_watchdogTimeout);
+        UaTrace::write(UaTrace::Errors, "session", "connection lost: no answer within %u ms",
+                       m_watchdogTimeout);
         report(UaClient::WatchdogExpired);
         return;
     }
@@ -214,8 +216,9 @@ void UaSession::Impl::probeAnswered(const UA_ReadResponse& response) {
 }
 
 template <typename Request, typename Response>
-UaStatus UaSession::Impl::call(const ServiceSettings& settings, Request& request, const UA_DataType& requestType,
-                               Response& response, const UA_DataType& responseType) {
+UaStatus UaSession::Impl::call(const ServiceSettings& settings, Request& request,
+                               const UA_DataType& requestType, Response& response,
+                               const UA_DataType& responseType) {
     // A connection that is gone must not be entered: the engine would connect anew inside the call.
     if (!m_connected) {
         return UA_STATUSCODE_BADSERVERNOTCONNECTED;
@@ -245,8 +248,8 @@ Element* borrow(const UaProtocolArray<Element>& array) {
     return const_cast<Element*>(array.rawData());
 }
 
-UaStatus takePage(UaStatus status, UA_BrowseResult* results, size_t resultCount, UaByteString& continuationPoint,
-                  UaReferenceDescriptions& references) {
+UaStatus takePage(UaStatus status, UA_BrowseResult* results, size_t resultCount,
+                  UaByteString& continuationPoint, UaReferenceDescriptions& references) {
     references.clear();
     continuationPoint.clear();
     if (status.isBad()) {
@@ -274,7 +277,9 @@ UaStatus UaSession::disconnect(ServiceSettings& settings, bool deleteSubscriptio
     return m_impl->disconnect(settings, deleteSubscriptions);
 }
 
-bool UaSession::isConnected() const { return m_impl->isConnected(); }
+bool UaSession::isConnected() const {
+    return m_impl->isConnected();
+}
 
 UaStatus UaSession::read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_TimestampsToReturn timestamps,
                          const UaReadValueIds& nodesToRead, UaDataValues& values,
@@ -298,8 +303,8 @@ UaStatus UaSession::read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_T
     return status;
 }
 
-UaStatus UaSession::write(ServiceSettings& settings, const UaWriteValues& nodesToWrite, UaStatusCodeArray& results,
-                          UaDiagnosticInfos& diagnostics) {
+UaStatus UaSession::write(ServiceSettings& settings, const UaWriteValues& nodesToWrite,
+                          UaStatusCodeArray& results, UaDiagnosticInfos& diagnostics) {
     UA_WriteRequest request;
     UA_WriteRequest_init(&request);
     request.nodesToWrite = borrow(nodesToWrite);
@@ -317,8 +322,9 @@ UaStatus UaSession::write(ServiceSettings& settings, const UaWriteValues& nodesT
     return status;
 }
 
-UaStatus UaSession::browse(ServiceSettings& settings, const UaNodeId& nodeToBrowse, const BrowseContext& context,
-                           UaByteString& continuationPoint, UaReferenceDescriptions& references) {
+UaStatus UaSession::browse(ServiceSettings& settings, const UaNodeId& nodeToBrowse,
+                           const BrowseContext& context, UaByteString& continuationPoint,
+                           UaReferenceDescriptions& references) {
     UA_BrowseDescription description;
     UA_BrowseDescription_init(&description);
     description.nodeId = nodeToBrowse.raw();

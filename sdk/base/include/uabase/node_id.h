@@ -17,8 +17,8 @@ public:
     UaNodeId& operator=(UaNodeId&& other) noexcept;
     ~UaNodeId();
 
-    /// OPC UA Part 6, 5.3.1.10: "[ns=<index>;]<type>=<value>" with the types i, s, g and b. Any other text gives
-    /// the null NodeId.
+    /// OPC UA Part 6, 5.3.1.10: "[ns=<index>;]<type>=<value>" with the types i, s, g and b. Any other text
+    /// gives the null NodeId.
     static UaNodeId fromXmlString(const UaString& text);
     /// The same form back; "ns=0;" is left out.
     UaString toXmlString() const;

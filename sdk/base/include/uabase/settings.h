@@ -6,8 +6,9 @@
 #include "uabase/variant.h"
 #include "uastack/export.h"
 
-/// Read-only view of an INI file: groups in square brackets, `key = value` lines, `;` and `#` comments, UTF-8 with
-/// or without a byte order mark. Group and key names are case-sensitive. A missing or unreadable file is empty.
+/// Read-only view of an INI file: groups in square brackets, `key = value` lines, `;` and `#` comments, UTF-8
+/// with or without a byte order mark. Group and key names are case-sensitive. A missing or unreadable file is
+/// empty.
 class UASDK_EXPORT UaSettings {
 public:
     explicit UaSettings(const UaUniString& fileName);

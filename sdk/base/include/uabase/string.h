@@ -25,9 +25,9 @@ public:
 
     UaUniString toUtf16() const;
 
-    /// A copy in which every occurrence of the lowest-numbered place holder ("%1" to "%99") is replaced by `value`,
-    /// padded with `fill` to `fieldWidth` characters (positive: right-aligned, negative: left-aligned). Without a
-    /// place holder the text is returned as it is.
+    /// A copy in which every occurrence of the lowest-numbered place holder ("%1" to "%99") is replaced by
+    /// `value`, padded with `fill` to `fieldWidth` characters (positive: right-aligned, negative:
+    /// left-aligned). Without a place holder the text is returned as it is.
     UaString arg(const UaString& value, int fieldWidth = 0, char fill = ' ') const;
 
     /// A view for a request: points into this object, must not be cleared, valid until the object changes.

@@ -22,7 +22,8 @@ public:
         Everything = 7
     };
 
-    /// Opens the trace, or replaces it by one with these settings. Returns 0, or -1 when the file cannot be written.
+    /// Opens the trace, or replaces it by one with these settings. Returns 0, or -1 when the file cannot be
+    /// written.
     static int initTrace(TraceLevel level, unsigned int maxEntriesPerFile, unsigned int backupFiles,
                          const UaString& fileName, const UaString& applicationName);
     /// Closes the trace when the caller is the platform layer's last user; with others left it does nothing.

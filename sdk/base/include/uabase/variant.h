@@ -10,15 +10,15 @@
 
 /// OPC UA Part 6, 5.1.9: an owned Variant with conversions. A value class.
 ///
-/// A scalar of up to 16 bytes lies inside the object: copying, setting or converting one allocates nothing (the
-/// characters of a String do).
+/// A scalar of up to 16 bytes lies inside the object: copying, setting or converting one allocates nothing
+/// (the characters of a String do).
 ///
 /// Conversions (`to...`): a number converts to a number type that can hold it, a Boolean to 0 or 1 and back
-/// (0 is false), a String to a number when the whole text is one, anything scalar of the twelve types to text.
-/// A floating-point value is rounded to the nearest integer (half away from zero). Float takes any Double in its
-/// range; NaN and infinity convert between Float and Double only. The status is OpcUa_Good, OpcUa_BadOutOfRange
-/// for a number that does not fit, or OpcUa_BadTypeMismatch for everything else (arrays, empty, other types);
-/// on failure the target is set to 0, so that nothing undefined is ever handed on.
+/// (0 is false), a String to a number when the whole text is one, anything scalar of the twelve types to
+/// text. A floating-point value is rounded to the nearest integer (half away from zero). Float takes any
+/// Double in its range; NaN and infinity convert between Float and Double only. The status is OpcUa_Good,
+/// OpcUa_BadOutOfRange for a number that does not fit, or OpcUa_BadTypeMismatch for everything else (arrays,
+/// empty, other types); on failure the target is set to 0, so that nothing undefined is ever handed on.
 class UASDK_EXPORT UaVariant {
 public:
     UaVariant();
@@ -35,8 +35,8 @@ public:
     void attach(OpcUa_Variant& variant);
     void clear();
 
-    /// Built-in type of the value or of its elements (an enumeration is an Int32, a structure an ExtensionObject);
-    /// OpcUaType_Null when empty.
+    /// Built-in type of the value or of its elements (an enumeration is an Int32, a structure an
+    /// ExtensionObject); OpcUaType_Null when empty.
     OpcUa_BuiltInType type() const;
     bool isEmpty() const;
     /// One-dimensional array.

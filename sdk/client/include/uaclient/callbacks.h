@@ -6,8 +6,8 @@
 namespace UaClientSdk {
 
 /// Receives what happens to a session. Called on the session's own SDK thread, one call at a time; never on a
-/// thread that makes a service call, except for the final Disconnected when disconnect() is called from inside a
-/// callback. No call is made after disconnect() has returned or the session is deleted.
+/// thread that makes a service call, except for the final Disconnected when disconnect() is called from
+/// inside a callback. No call is made after disconnect() has returned or the session is deleted.
 class UASDK_EXPORT UaSessionCallback {
 public:
     virtual ~UaSessionCallback();

@@ -29,10 +29,10 @@ class UaSubscription;
 
 /// One session on one server.
 ///
-/// Service calls run on the calling thread and may be made by several threads at a time; they are served one after
-/// the other. Two threads of the session's own keep the connection (channel renewal, watchdog) and deliver
-/// callbacks, so a callback may block without harm to the connection. Nothing reconnects by itself unless
-/// SessionConnectInfo says so: a lost connection is reported, and every later call answers
+/// Service calls run on the calling thread and may be made by several threads at a time; they are served one
+/// after the other. Two threads of the session's own keep the connection (channel renewal, watchdog) and
+/// deliver callbacks, so a callback may block without harm to the connection. Nothing reconnects by itself
+/// unless SessionConnectInfo says so: a lost connection is reported, and every later call answers
 /// OpcUa_BadServerNotConnected.
 class UASDK_EXPORT UaSession {
 public:
@@ -42,12 +42,14 @@ public:
     UaSession(const UaSession&) = delete;
     UaSession& operator=(const UaSession&) = delete;
 
-    /// Opens channel and session. On success the callback has been told Connected before this returns. On failure
-    /// nothing is left open, here or on the server. `callback` may be null and must outlive the session.
+    /// Opens channel and session. On success the callback has been told Connected before this returns. On
+    /// failure nothing is left open, here or on the server. `callback` may be null and must outlive the
+    /// session.
     UaStatus connect(const UaString& url, SessionConnectInfo& connectInfo, SessionSecurityInfo& securityInfo,
                      UaSessionCallback* callback);
-    /// Closes session and channel; the callback has been told Disconnected before this returns. Good also when the
-    /// server is gone already. Waits for a callback that is running on the SDK thread, except when called by it.
+    /// Closes session and channel; the callback has been told Disconnected before this returns. Good also
+    /// when the server is gone already. Waits for a callback that is running on the SDK thread, except when
+    /// called by it.
     UaStatus disconnect(ServiceSettings& settings, bool deleteSubscriptions);
     bool isConnected() const;
 
@@ -61,8 +63,8 @@ public:
     UaStatus browse(ServiceSettings& settings, const UaNodeId& nodeToBrowse, const BrowseContext& context,
                     UaByteString& continuationPoint, UaReferenceDescriptions& references);
     /// OPC UA Part 4, 5.9.3. Replaces `references` by the next page, or gives the continuation point back.
-    UaStatus browseNext(ServiceSettings& settings, bool releaseContinuationPoint, UaByteString& continuationPoint,
-                        UaReferenceDescriptions& references);
+    UaStatus browseNext(ServiceSettings& settings, bool releaseContinuationPoint,
+                        UaByteString& continuationPoint, UaReferenceDescriptions& references);
 
 private:
     class Impl;

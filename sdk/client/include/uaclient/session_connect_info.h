@@ -16,7 +16,8 @@ struct SessionConnectInfo {
     OpcUa_Double sessionTimeout = 1200000.0;
     /// OPC UA Part 4, 5.6.2: the secure channel's life time asked for.
     OpcUa_UInt32 secureChannelLifetime = 3600000;
-    /// Bounds the whole connect: name resolution, TCP, secure channel and session. 0 or less stands for the default.
+    /// Bounds the whole connect: name resolution, TCP, secure channel and session. 0 or less stands for the
+    /// default.
     OpcUa_Int32 connectTimeout = defaultConnectTimeout;
     /// A silent connection is probed this often...
     OpcUa_UInt32 watchdogInterval = 5000;

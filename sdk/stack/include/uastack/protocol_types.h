@@ -1,13 +1,14 @@
 #pragma once
 
-// The engine's types cross our libraries' borders: a type that counts as hidden would hide what is made of it.
+// The engine's types cross our libraries' borders: a type that counts as hidden would hide what is made of
+// it.
 #pragma GCC visibility push(default)
 #include <open62541/types.h>
 #include <open62541/types_generated.h>
 #pragma GCC visibility pop
 
-/// The protocol's own types under the names that the layers above use. They are the engine's types, not copies:
-/// nothing is converted between the wire and the caller.
+/// The protocol's own types under the names that the layers above use. They are the engine's types, not
+/// copies: nothing is converted between the wire and the caller.
 
 using OpcUa_Boolean = UA_Boolean;
 using OpcUa_SByte = UA_SByte;

@@ -20,10 +20,14 @@ constexpr OpcUa_StatusCode OpcUa_BadTypeMismatch = 0x80740000U;
 constexpr OpcUa_StatusCode OpcUa_BadInvalidArgument = 0x80AB0000U;
 
 /// True when the severity is Bad; an Uncertain code is not.
-constexpr bool OpcUa_IsBad(OpcUa_StatusCode code) { return (code & OpcUa_SeverityBad) != 0; }
+constexpr bool OpcUa_IsBad(OpcUa_StatusCode code) {
+    return (code & OpcUa_SeverityBad) != 0;
+}
 
 /// True when the severity is Bad or Uncertain.
-constexpr bool OpcUa_IsNotGood(OpcUa_StatusCode code) { return (code & OpcUa_SeverityMask) != 0; }
+constexpr bool OpcUa_IsNotGood(OpcUa_StatusCode code) {
+    return (code & OpcUa_SeverityMask) != 0;
+}
 
 /// The standard's symbolic name of a status code, for example "BadTimeout"; never null, static storage.
 UASDK_EXPORT const char* OpcUa_StatusCode_Name(OpcUa_StatusCode code);

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace test_support {
+
+/// Stands between a client and a server on loopback and can make the server look as if it fell silent, or
+/// hung up, after any number of its messages. Bytes pass unchanged.
+class MessageProxy {
+public:
+    enum class Afterwards { Forward, Stall, Close };
+
+    /// Forwards to `targetPort` on the loopback address.
+    explicit MessageProxy(std::uint16_t targetPort);
+    ~MessageProxy();
+    MessageProxy(const MessageProxy&) = delete;
+    MessageProxy& operator=(const MessageProxy&) = delete;
+
+    std::string url() const;
+
+    /// From now on lets `count` messages of the server through, over all connections, then does `then`.
+    void limitServerMessages(int count, Afterwards then);
+    /// Lets everything through again that comes from now on.
+    void unlimited();
+    /// Closes every connection.
+    void closeAll();
+
+    /// Messages of the server that went through since the last limitServerMessages() or unlimited().
+    int forwardedMessages() const { return m_forwarded; }
+    /// Connections that were accepted so far.
+    int connections() const { return m_connections; }
+
+private:
+    struct Link {
+        int client = -1;
+        int server = -1;
+    };
+
+    void acceptLoop();
+    void serve(Link link);
+    bool passServerMessage(const Link& link);
+    bool mayPass();
+
+    std::uint16_t m_targetPort;
+    std::uint16_t m_port = 0;
+    int m_listener = -1;
+    int m_stopPipe[2] = {-1, -1};
+    std::atomic<bool> m_stop{false};
+    std::atomic<int> m_forwarded{0};
+    std::atomic<int> m_connections{0};
+
+    std::mutex m_mutex;
+    int m_limit = -1;
+    Afterwards m_afterwards = Afterwards::Forward;
+    std::vector<Link> m_links;
+    std::vector<std::thread> m_threads;
+};
+
+} // namespace test_support
