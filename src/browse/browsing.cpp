@@ -1,0 +1,167 @@
+#include "browse/node_links.h"
+#include "browse/node_lookup.h"
+#include "client/call_settings.h"
+#include "client/mutex_lock.h"
+#include "client/opcua_client.h"
+#include "client/text_field.h"
+#include "uabase/qualified_name.h"
+
+using namespace UaClientSdk;
+
+namespace {
+
+constexpr int objectClass = 1;
+
+/// A root that stands for no reference of the server's.
+OpcUaNode* makeRoot(std::string_view name, const UaNodeId& id, int nodeClass) {
+    const UaString nodeId = id.toXmlString();
+    auto* root = new OpcUaNode{};
+    root->nodeClass = nodeClass;
+    setField(root->locale, "CH");
+    setField(root->displayName, name);
+    setField(root->browseName, name);
+    setField(root->nodeId, viewOf(nodeId));
+    return root;
+}
+
+/// The highest of the eight node classes whose bit is set (OPC UA Part 3, 5.2.3); 0 when none is.
+int nodeClassOf(const OpcUa_ReferenceDescription& reference) {
+    int nodeClass = 0;
+    for (int bit = 1; bit <= 128; bit *= 2) {
+        if ((reference.nodeClass & bit) != 0) {
+            nodeClass = bit;
+        }
+    }
+    return nodeClass;
+}
+
+BrowseContext childrenContext() {
+    BrowseContext context;
+    context.browseDirection = OpcUa_BrowseDirection_Forward;
+    context.referenceTypeId = UaNodeId(OpcUaId_HierarchicalReferences);
+    context.includeSubtypes = true;
+    context.nodeClassMask = 0;
+    context.resultMask = 0x3F;
+    context.maxReferencesToReturn = 0;
+    return context;
+}
+
+/// Hangs new records under a parent without walking the siblings again.
+class ChildAppender {
+public:
+    explicit ChildAppender(OpcUaNode* parent)
+        : m_parent(parent), m_last(parent->child ? lastSibling(parent->child) : nullptr) {}
+
+    void append(OpcUaNode* child) {
+        child->parent = m_parent;
+        (m_last ? m_last->next : m_parent->child) = child;
+        m_last = child;
+    }
+
+private:
+    OpcUaNode* m_parent;
+    OpcUaNode* m_last;
+};
+
+OpcUaNode* makeChild(const OpcUa_ReferenceDescription& reference, const UaString& nodeId,
+                     _OpcUaDataType dataType, const _ArrayType& shape) {
+    const UaString browseName = UaQualifiedName(reference.browseName).toString();
+    auto* child = new OpcUaNode{};
+    child->dataType = dataType;
+    child->arrayInfo = shape;
+    child->nodeClass = nodeClassOf(reference);
+    setField(child->locale, viewOf(reference.displayName.locale));
+    setField(child->displayName, viewOf(reference.displayName.text));
+    setField(child->browseName, viewOf(browseName));
+    setField(child->nodeId, viewOf(nodeId));
+    return child;
+}
+
+} // namespace
+
+int COpcUaClient::OpcUaBrowse(OpcUaNode* node) {
+    const MutexLock lock(m_mutex);
+    if (!m_session) {
+        freeBrowseTree();
+        return fail(result::notConnected);
+    }
+    if (!node) {
+        freeBrowseTree();
+        const UaNodeId rootFolder(OpcUaId_RootFolder);
+        return browseRoot(makeRoot("Root", rootFolder, objectClass), rootFolder);
+    }
+    UaNodeId id;
+    if (!SetNodeID(node, &id)) {
+        return fail(result::nodeIdInvalid);
+    }
+    if (!m_nodeList->root) {
+        return browseRoot(makeRoot("Self_Root", id, 0), id);
+    }
+    return browseKnownNode(node, id);
+}
+
+OpcUaNode* COpcUaClient::OpcUaReadRootNode() {
+    return m_nodeList ? m_nodeList->root : nullptr;
+}
+
+void COpcUaClient::freeBrowseTree() {
+    m_nodeList->deleteMemory(&m_nodeList->root);
+    m_browseCursor = nullptr;
+}
+
+int COpcUaClient::browseRoot(OpcUaNode* root, const UaNodeId& id) {
+    m_nodeList->root = root;
+    m_browseCursor = root;
+    return browseUnder(root, root, id);
+}
+
+int COpcUaClient::browseKnownNode(OpcUaNode* node, const UaNodeId& id) {
+    OpcUaNode* found = nullptr;
+    m_nodeList->findNode(node, m_nodeList->root, &found);
+    if (!found) {
+        return fail(result::nodeNotBrowsed);
+    }
+    if (node != found) {
+        // It may be a looked-up record.
+        m_lookup->invalidate();
+    }
+    m_nodeList->deleteMemory(&node->child);
+    return browseUnder(node, found, id);
+}
+
+int COpcUaClient::browseUnder(OpcUaNode* parent, OpcUaNode* found, const UaNodeId& id) {
+    return browseInternal(id, parent, found) ? result::success : fail(result::browseFailed);
+}
+
+bool COpcUaClient::browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcUaNode*) {
+    ServiceSettings settings = callSettings();
+    UaByteString continuationPoint;
+    UaReferenceDescriptions references;
+    ChildAppender children(parent);
+    UaStatus status = m_session->browse(settings, start, childrenContext(), continuationPoint, references);
+    while (!status.isBad()) {
+        for (const OpcUa_ReferenceDescription& reference : references) {
+            const UaNodeId id(reference.nodeId.nodeId);
+            _OpcUaDataType dataType = OpcUaDataType_Null;
+            _ArrayType shape{};
+            if (!ReadDataType(id, dataType, shape)) {
+                return false;
+            }
+            children.append(makeChild(reference, id.toXmlString(), dataType, shape));
+        }
+        if (continuationPoint.length() == 0) {
+            return true;
+        }
+        status = m_session->browseNext(settings, false, continuationPoint, references);
+    }
+    return false;
+}
+
+bool COpcUaClient::ContinueBrowse(OpcUaNode*, OpcUaNode*) {
+    return true;
+}
+
+bool COpcUaClient::SetNodeID(OpcUaNode* node, UaNodeId* out) {
+    *out = UaNodeId::fromXmlString(toUaString(fieldText(node->nodeId)));
+    return true;
+}

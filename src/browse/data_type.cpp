@@ -1,0 +1,51 @@
+#include <algorithm>
+
+#include "client/opcua_client.h"
+#include "values/value_service.h"
+#include "values/value_types.h"
+
+namespace {
+
+constexpr OpcUa_UInt32 maximumDimensions = 16;
+
+void setShape(const UaVariant& value, _ArrayType& shape) {
+    shape.kind = 0;
+    if (value.isArray()) {
+        shape.kind = 1;
+        shape.dimCount = 1;
+        shape.dims[0] = value.arraySize();
+    } else if (value.isMatrix()) {
+        UaUInt32Array lengths;
+        value.arrayDimensions(lengths);
+        const OpcUa_UInt32 count = value.dimensionSize();
+        if (lengths.length() == count) {
+            shape.kind = 1;
+            shape.dimCount = static_cast<int>(std::min(count, maximumDimensions));
+            std::copy_n(lengths.begin(), shape.dimCount, shape.dims);
+        }
+    }
+}
+
+} // namespace
+
+bool COpcUaClient::ReadDataType(UaNodeId id, _OpcUaDataType& type, _ArrayType& shape) {
+    if (!m_session) {
+        fail(result::notConnected);
+        return false;
+    }
+    UaDataValues values;
+    if (readValue(*m_session, id, values).isBad()) {
+        m_errorText = result::readDataTypeText;
+        return false;
+    }
+    if (OpcUa_IsNotGood(values[0].status)) {
+        m_errorText = result::readDataTypeText;
+        type = OpcUaDataType_Null;
+        return true;
+    }
+    UaVariant value;
+    value.attach(values[0].value);
+    type = dataTypeOf(value.type());
+    setShape(value, shape);
+    return true;
+}

@@ -1,0 +1,126 @@
+#include "client/callback.h"
+#include "client/mutex_lock.h"
+#include "client/opcua_client.h"
+#include "client/text_field.h"
+#include "security/configuration.h"
+#include "security/security_policy.h"
+#include "uaclient/discovery.h"
+
+using namespace UaClientSdk;
+
+namespace {
+
+constexpr const char* defaultSessionName = "Kestrova@RK4400";
+
+SessionConnectInfo connectInfoFor(const _OpcUaClientConfig& config) {
+    SessionConnectInfo info;
+    info.applicationUri = "urn:HMI:Kestrova::RK4400";
+    info.applicationName = "HMI_RK4400";
+    info.productUri = "urn:Kestrova::RK4400";
+    info.sessionName = toUaString(fieldText(config.sessionName));
+    if (info.sessionName.isEmpty()) {
+        info.sessionName = defaultSessionName;
+    }
+    info.connectTimeout = config.timeout;
+    info.automaticReconnect = false;
+    return info;
+}
+
+bool asksForSecurity(const _OpcUaClientConfig& config) {
+    return config.securityPolicy != 0 || config.securityMode != 0 || config.userIdentity != 0;
+}
+
+} // namespace
+
+int COpcUaClient::OpcUaConnect(_OpcUaClientConfig& config) {
+    const MutexLock lock(m_mutex);
+    if (m_session) {
+        this->OpcUaDisConnect();
+    }
+    // A disconnect that failed has left its session behind.
+    releaseSession();
+    // The session becomes the client's own when it is open: until then nothing else can get at it.
+    auto session = std::make_unique<UaSession>();
+    loadConfiguration();
+    const int code = openSession(config, *session);
+    if (code == result::success) {
+        m_session = std::move(session);
+    }
+    return code;
+}
+
+int COpcUaClient::OpcUaDisConnect() {
+    if (!m_session) {
+        return fail(result::notConnected);
+    }
+    ServiceSettings settings;
+    if (m_session->disconnect(settings, true).isBad()) {
+        return fail(result::disconnectFailed);
+    }
+    releaseSession();
+    return result::success;
+}
+
+void COpcUaClient::loadConfiguration() {
+    const std::unique_ptr<char[]> directory(getAppPath());
+    m_configuration->applicationPath = directory.get();
+    m_configuration->loadConfiguration(
+        UaString("%1/OpcUaClientConfig.ini").arg(UaString(m_configuration->applicationPath)));
+    m_configuration->applicationPath = nullptr;
+}
+
+int COpcUaClient::openSession(_OpcUaClientConfig& config, UaSession& session) {
+    SessionConnectInfo connectInfo = connectInfoFor(config);
+    const UaString url = toUaString(fieldText(config.endpointUrl));
+    SessionSecurityInfo securityInfo;
+    if (asksForSecurity(config)) {
+        const int code = prepareSecurity(config, url, securityInfo);
+        if (code != result::success) {
+            return code;
+        }
+    }
+    securityInfo.setAnonymousUserIdentity();
+    if (session.connect(url, connectInfo, securityInfo, m_callback.get()).isBad()) {
+        return fail(result::connectFailed);
+    }
+    return result::success;
+}
+
+int COpcUaClient::prepareSecurity(_OpcUaClientConfig& config, const UaString& url,
+                                  SessionSecurityInfo& securityInfo) {
+    if (const int code = m_configuration->setupSecurity(securityInfo)) {
+        return fail(code, result::clientCertificateText);
+    }
+    UaEndpointDescriptions endpoints;
+    ServiceSettings settings;
+    if (UaDiscovery().getEndpoints(settings, url, securityInfo, endpoints).isNotGood() ||
+        endpoints.length() == 0) {
+        return result::getEndpointsFailed;
+    }
+    // The first endpoint stands for the server: its certificate is the one that is decided on, whatever its
+    // policy.
+    SetEndpointMsg(config, endpoints[0].serverCertificate, securityInfo);
+    if (const int code = checkServerCertificateTrust(securityInfo)) {
+        return fail(code, result::serverCertificateText);
+    }
+    return result::success;
+}
+
+void COpcUaClient::SetEndpointMsg(_OpcUaClientConfig& config, OpcUa_ByteString serverCertificate,
+                                  SessionSecurityInfo& securityInfo) {
+    securityInfo.serverCertificate = UaByteString(serverCertificate);
+    if (const char* policy = securityPolicyName(config.securityPolicy)) {
+        securityInfo.securityPolicyUri = UaString(std::string(securityPolicyPrefix) + policy);
+    }
+    if (config.securityMode >= 0 && config.securityMode <= 2) {
+        securityInfo.messageSecurityMode = messageSecurityMode(config.securityMode);
+    }
+}
+
+void COpcUaClient::releaseSession() {
+    m_session.reset();
+    if (m_subscription) {
+        m_callback->forgetMonitoredItems();
+        m_subscription = nullptr;
+    }
+}

@@ -1,0 +1,96 @@
+#include "client/opcua_client.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "browse/node_lookup.h"
+#include "client/callback.h"
+#include "client/mutex_lock.h"
+#include "security/configuration.h"
+#include "uabase/platform_layer.h"
+#include "uabase/trace.h"
+
+COpcUaClient::COpcUaClient()
+    : m_browseCursor(nullptr), m_errorText(""), m_subscription(nullptr), m_monitoredItemHandle(0),
+      m_owningClient(nullptr), m_applicationCallback(nullptr), m_mutex() {
+    UaPlatformLayer::init();
+    try {
+        m_nodeList = std::make_unique<COpcUaNodelist>();
+        m_lookup = std::make_unique<NodeLookup>(*m_nodeList);
+        m_callback = std::make_unique<CCallback>();
+        pthread_mutex_init(&m_callback->m_statusMutex, nullptr);
+        pthread_mutex_init(&m_callback->m_bookkeepingMutex, nullptr);
+        m_configuration = std::make_unique<Configuration>();
+        pthread_mutex_init(&m_mutex, nullptr);
+    } catch (...) {
+        UaPlatformLayer::cleanup();
+        throw;
+    }
+}
+
+COpcUaClient::~COpcUaClient() {
+    if (m_subscription) {
+        COpcUaClient::OpcUaClearMonitNode();
+        COpcUaClient::OpcUaDeleteSubScription();
+    }
+    if (m_session && m_session->isConnected()) {
+        COpcUaClient::OpcUaDisConnect();
+    }
+    // A session that could not be disconnected must not call a sink that is gone.
+    releaseSession();
+
+    freeBrowseTree();
+    m_nodeList->deleteMemory(&m_nodeList->lookupHead);
+    m_nodeList.reset();
+
+    pthread_mutex_destroy(&m_callback->m_statusMutex);
+    pthread_mutex_destroy(&m_callback->m_bookkeepingMutex);
+    m_callback.reset();
+
+    m_configuration.reset();
+    pthread_mutex_destroy(&m_mutex);
+    UaTrace::closeTrace();
+    UaPlatformLayer::cleanup();
+}
+
+void COpcUaClient::installClient(void* client) {
+    m_owningClient = client;
+}
+
+int COpcUaClient::installOpcUaCallBack(void* callback) {
+    if (!callback) {
+        return fail(result::invalidArgument);
+    }
+    if (!m_callback) {
+        return result::callbackSinkMissing;
+    }
+    m_applicationCallback = callback;
+    m_callback->installOpcUaCallBack(callback);
+    return result::success;
+}
+
+int COpcUaClient::OpcUaGetConnectStatus() {
+    if (!m_callback) {
+        return 0;
+    }
+    const MutexLock lock(m_callback->m_statusMutex);
+    return m_callback->m_connectionStatus;
+}
+
+char* COpcUaClient::GetErrorMsg(char* buffer, int size) {
+    if (buffer && size > 0) {
+        const char* text = m_errorText;
+        const std::size_t length = std::strlen(text) + 1;
+        std::memcpy(buffer, text, std::min(length, static_cast<std::size_t>(size)));
+    }
+    return buffer;
+}
+
+int COpcUaClient::fail(const Failure& failure) {
+    m_errorText = failure.text;
+    return failure.code;
+}
+
+bool COpcUaClient::isConnected() const {
+    return m_session && m_session->isConnected();
+}

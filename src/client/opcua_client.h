@@ -1,0 +1,109 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include <pthread.h>
+
+#include "OpcUaClientInterface.h"
+#include "client/result_codes.h"
+#include "uabase/node_id.h"
+#include "uaclient/session.h"
+
+class CCallback;
+class Configuration;
+class NodeLookup;
+
+/// Keeps a helper out of the exported symbols of an exported class.
+#define OPCUACLIENT_LOCAL __attribute__((visibility("hidden")))
+
+/// One client: its session, its node records and its last error. Members are implemented in the folder of
+/// their subject: connection in client/ and security/, node records in browse/, values in values/ and so on.
+class OPCUACLIENT_EXPORT COpcUaClient : public COpcUaClientImp {
+public:
+    COpcUaClient();
+    ~COpcUaClient() override;
+    COpcUaClient(const COpcUaClient&) = delete;
+    COpcUaClient& operator=(const COpcUaClient&) = delete;
+
+    int OpcUaInit(_OpcUaClientTraceLevel level) override;
+    int OpcUaDiscover(char* discoveryUrl, _OpcUa_ServerConfigMsg& result) override;
+    int OpcUaConnect(_OpcUaClientConfig& config) override;
+    int OpcUaDisConnect() override;
+    int OpcUaBrowse(OpcUaNode* node) override;
+    int OpcUaGetValue(OpcUaNode* node, void* buffer, int& size) override;
+    int OpcUaSetValue(OpcUaNode* node, const void* buffer, int& size) override;
+    int OpcUaCreateSubScription(double publishingInterval) override;
+    int OpcUaDeleteSubScription() override;
+    int OpcUaAddMonitNode(OpcUaNode* node, unsigned long* index, int count) override;
+    int OpcUaRemoveMonitNode(OpcUaNode* node, unsigned long* index, int count) override;
+    int OpcUaClearMonitNode() override;
+    OpcUaNode* OpcUaReadRootNode() override;
+    OpcUaNode* OpcUaGetUaNode(const char* nodeId, _OpcUaDataType dataType) override;
+    int OpcUaGetConnectStatus() override;
+    char* GetErrorMsg(char* buffer, int size) override;
+    int installOpcUaCallBack(void* callback) override;
+    void installClient(void* client) override;
+    int OpcUaGetArrayValue(OpcUaNode* node, unsigned long* index, int count, void* buffer,
+                           int& size) override;
+    int OpcUaSetArrayValue(OpcUaNode* node, unsigned long* index, int count, const void* buffer,
+                           int& size) override;
+    int OpcUaGetMultiValue(OpcUa_ReadNode* nodes, int count) override;
+    int OpcUaSetMultiValue(OpcUa_WriteNode* nodes, int count) override;
+    int OpcUaAddMultiMonitNode(OpcUaNode* nodes, int count) override;
+
+    /// Directory of the running executable without a trailing slash, in 4096 chars that the caller frees with
+    /// delete[]; null when it cannot be told.
+    char* getAppPath();
+
+    /// Puts policy, mode and server certificate into the session's security.
+    void SetEndpointMsg(_OpcUaClientConfig& config, OpcUa_ByteString serverCertificate,
+                        UaClientSdk::SessionSecurityInfo& securityInfo);
+    /// Decides on the server certificate in `securityInfo`: 0 when the connect may go on, else its result
+    /// code.
+    int checkServerCertificateTrust(UaClientSdk::SessionSecurityInfo& securityInfo);
+
+    /// Hangs the children that the server gives for `start` under `parent`. False when a service failed; what
+    /// was linked until then stays. `found` is not used.
+    bool browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcUaNode* found);
+    /// Does nothing; true.
+    bool ContinueBrowse(OpcUaNode* node, OpcUaNode* found);
+    /// Sets `*out` to the NodeId that the record names, the null NodeId when its text is none. Always true.
+    bool SetNodeID(OpcUaNode* node, UaNodeId* out);
+    /// Tells type and shape of the value that the node holds now. False when the server could not be asked; a
+    /// value that is not good has type Null and leaves `shape` alone.
+    bool ReadDataType(UaNodeId id, _OpcUaDataType& type, _ArrayType& shape);
+
+private:
+    /// Stores the message of a failure and returns its code.
+    OPCUACLIENT_LOCAL int fail(const Failure& failure);
+    OPCUACLIENT_LOCAL int fail(int code, const char* text) { return fail(Failure{code, text}); }
+    OPCUACLIENT_LOCAL bool isConnected() const;
+
+    OPCUACLIENT_LOCAL void loadConfiguration();
+    OPCUACLIENT_LOCAL int openSession(_OpcUaClientConfig& config, UaClientSdk::UaSession& session);
+    OPCUACLIENT_LOCAL int prepareSecurity(_OpcUaClientConfig& config, const UaString& url,
+                                          UaClientSdk::SessionSecurityInfo& securityInfo);
+    OPCUACLIENT_LOCAL void releaseSession();
+
+    OPCUACLIENT_LOCAL void freeBrowseTree();
+    OPCUACLIENT_LOCAL int browseRoot(OpcUaNode* root, const UaNodeId& id);
+    OPCUACLIENT_LOCAL int browseKnownNode(OpcUaNode* node, const UaNodeId& id);
+    OPCUACLIENT_LOCAL int browseUnder(OpcUaNode* parent, OpcUaNode* found, const UaNodeId& id);
+
+    template <typename RequestNode>
+    OPCUACLIENT_LOCAL int refuseMultiNode(RequestNode* nodes, int count);
+
+    OpcUaNode* m_browseCursor; ///< root that browsing made last; a record of the browse tree
+    std::atomic<const char*> m_errorText;
+    std::unique_ptr<UaClientSdk::UaSession> m_session; ///< null while not connected
+    UaClientSdk::UaSubscription* m_subscription;       ///< the session's own; null when there is none
+    std::unique_ptr<COpcUaNodelist> m_nodeList;
+    std::unique_ptr<CCallback> m_callback;
+    unsigned int m_monitoredItemHandle;
+    void* m_owningClient;
+    std::unique_ptr<Configuration> m_configuration;
+    void* m_applicationCallback; ///< COpcUaClientInterface::OpcUaCallBack, the application's own
+    pthread_mutex_t m_mutex;     ///< serialises what uses the session
+    std::unique_ptr<NodeLookup> m_lookup;
+};

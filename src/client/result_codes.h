@@ -1,0 +1,38 @@
+#pragma once
+
+/// A result code with the message that it leaves behind.
+struct Failure {
+    int code;
+    const char* text;
+};
+
+/// Every code and message of the library. Texts are UTF-8 and live as long as the process.
+namespace result {
+
+constexpr int success = 0;
+
+constexpr Failure connectFailed{1, "连接服务器失败"};
+constexpr Failure disconnectFailed{2, "断开连接失败"};
+constexpr Failure notConnected{3, "服务器未连接"};
+constexpr Failure browseFailed{4, "浏览服务器出错"};
+constexpr Failure nodeIdInvalid{5, "组合节点ID错误"};
+constexpr Failure nodeNotBrowsed{6, "浏览服务器出错，没有预存的节点信息"};
+constexpr Failure readFailed{7, "读节点值出错"};
+constexpr Failure writeFailed{8, "写节点值出错"};
+constexpr Failure invalidArgument{29, "传入的参数为空或者无效"};
+
+// Codes that leave the message of an earlier failure in place.
+constexpr int callbackSinkMissing = 17;
+constexpr int findServersFailed = 18;
+constexpr int getEndpointsFailed = 19;
+
+// Steps of a secured connect have codes of their own and share one message a step.
+constexpr int pkiProviderFailed = 20;
+constexpr int serverCertificateRejected = 23;
+constexpr const char* clientCertificateText = "加载客户端证书失败";
+constexpr const char* serverCertificateText = "检查服务器证书是否信任时出错";
+
+// A message without a code: browsing goes on after it.
+constexpr const char* readDataTypeText = "读数据类型失败";
+
+} // namespace result

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+
+#include "uastack/protocol_types.h"
+
+// Policies and modes as connect parameters and discovery results number them.
+
+constexpr const char* securityPolicyPrefix = "http://opcfoundation.org/UA/SecurityPolicy#";
+
+constexpr std::array<const char*, 6> securityPolicyNames{
+    "None", "Basic128Rsa15", "Basic256", "Basic256Sha256", "Aes128_Sha256_RsaOaep", "Aes256_Sha256_RsaPss"};
+
+/// Name of a numbered policy; null for any other number.
+constexpr const char* securityPolicyName(int number) {
+    const auto index = static_cast<unsigned int>(number);
+    return index < securityPolicyNames.size() ? securityPolicyNames[index] : nullptr;
+}
+
+/// Number of the policy whose name follows the first '#'; 0 for any policy that has no number of its own.
+int securityPolicyNumber(std::string_view policyUri);
+
+/// 0 none, 1 sign, 2 sign and encrypt: one below the protocol's own number.
+constexpr OpcUa_MessageSecurityMode messageSecurityMode(int number) {
+    return static_cast<OpcUa_MessageSecurityMode>(number + OpcUa_MessageSecurityMode_None);
+}
+
+/// The same back; 0 for a mode that is not valid.
+constexpr int securityModeNumber(OpcUa_MessageSecurityMode mode) {
+    const bool valid =
+        mode >= OpcUa_MessageSecurityMode_None && mode <= OpcUa_MessageSecurityMode_SignAndEncrypt;
+    return valid ? mode - OpcUa_MessageSecurityMode_None : 0;
+}

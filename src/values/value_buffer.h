@@ -1,0 +1,38 @@
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+
+#include "uabase/string.h"
+#include "uabase/variant.h"
+#include "values/value_types.h"
+
+// A value in the caller's memory: numbers in host byte order at their own width, texts as zero-terminated
+// UTF-8. `size` follows one rule for scalars, for elements of arrays and for the nodes of a multi-node call.
+
+/// Puts a number into the caller's buffer; `size` becomes its width.
+template <typename Cell>
+void storeNumber(Cell cell, void* buffer, int& size) {
+    std::memcpy(buffer, &cell, sizeof cell);
+    size = sizeof cell;
+}
+
+/// Takes a number of at most `size` bytes; missing bytes are 0, and a greater `size` is cut to the width.
+template <typename Cell>
+Cell takeNumber(const void* buffer, int& size) {
+    size = std::min(size, static_cast<int>(sizeof(Cell)));
+    Cell cell{};
+    std::memcpy(&cell, buffer, static_cast<std::size_t>(std::max(size, 0)));
+    return cell;
+}
+
+/// Puts a text into a buffer of `size` bytes. A shorter text is terminated and `size` becomes its length; any
+/// other fills the buffer without a terminator and `size` becomes one less than it was.
+void storeText(const UaString& text, void* buffer, int& size);
+
+/// Puts a value into the caller's buffer as the type says: nothing and size 0 for Null, nothing at all for a
+/// type that is not known.
+void storeValue(const UaVariant& value, _OpcUaDataType type, void* buffer, int& size);
+
+/// Sets `value` from the caller's buffer; Null and unknown types leave it as it is.
+void takeValue(UaVariant& value, _OpcUaDataType type, const void* buffer, int& size);

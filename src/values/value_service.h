@@ -1,0 +1,31 @@
+#pragma once
+
+#include "uabase/arrays.h"
+#include "uabase/node_id.h"
+#include "uabase/status.h"
+#include "uabase/variant.h"
+
+namespace UaClientSdk {
+class UaSession;
+}
+
+// The Read and Write services as every value operation uses them (OPC UA Part 4, 5.11.2 and 5.11.4).
+
+/// Makes a request element name the Value attribute of a node.
+template <typename RequestElement>
+void nameValue(RequestElement& element, const UaNodeId& id) {
+    id.copyTo(&element.nodeId);
+    element.attributeId = OpcUa_Attributes_Value;
+}
+
+/// Makes a request element carry a value and nothing else: servers refuse a status or a time stamp sent
+/// along.
+void giveValue(OpcUa_WriteValue& element, const UaVariant& value);
+
+/// Reads current values. Not bad: there is a value for every node asked for.
+UaStatus readValues(UaClientSdk::UaSession& session, const UaReadValueIds& nodes, UaDataValues& values);
+UaStatus readValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaDataValues& values);
+
+/// Not bad: there is a status for every value sent.
+UaStatus writeValues(UaClientSdk::UaSession& session, const UaWriteValues& values,
+                     UaStatusCodeArray& results);
