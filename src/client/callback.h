@@ -5,6 +5,7 @@
 #include <pthread.h>
 
 #include "OpcUaTypes.h"
+#include "client/visibility.h"
 #include "uaclient/callbacks.h"
 
 /// Receives what the SDK reports about one client's session and subscription, on the SDK's threads.
@@ -25,7 +26,7 @@ public:
                                  UaClientSdk::UaClient::ServerStatus status) override;
 
     /// Drops the records of all monitored items with the node copies they own.
-    void forgetMonitoredItems();
+    OPCUACLIENT_LOCAL void forgetMonitoredItems();
 
     int m_connectionStatus;                                  ///< last status reported, 0 before the first
     pthread_mutex_t m_statusMutex;                           ///< guards m_connectionStatus

@@ -7,15 +7,13 @@
 
 #include "OpcUaClientInterface.h"
 #include "client/result_codes.h"
+#include "client/visibility.h"
 #include "uabase/node_id.h"
 #include "uaclient/session.h"
 
 class CCallback;
 class Configuration;
 class NodeLookup;
-
-/// Keeps a helper out of the exported symbols of an exported class.
-#define OPCUACLIENT_LOCAL __attribute__((visibility("hidden")))
 
 /// One client: its session, its node records and its last error. Members are implemented in the folder of
 /// their subject: connection in client/ and security/, node records in browse/, values in values/ and so on.
