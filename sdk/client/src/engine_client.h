@@ -84,6 +84,7 @@ private:
                              void** connectionContext, UA_ConnectionState state,
                              const UA_KeyValueMap* parameters, UA_ByteString message);
     static void addDelayedCallback(UA_EventLoop* loop, UA_DelayedCallback* callback);
+    void cutWaitShort();
 
     Purpose m_purpose;
     UA_Logger m_logger;
@@ -102,6 +103,7 @@ private:
     int m_opened = 0;
 
     bool m_delayedWork = false;
+    UA_DelayedCallback m_wakeUp{};
     decltype(UA_ConnectionManager::openConnection) m_openConnection = nullptr;
     decltype(UA_EventLoop::addDelayedCallback) m_addDelayedCallback = nullptr;
     UA_ConnectionManager_connectionCallback m_networkCallback = nullptr;
