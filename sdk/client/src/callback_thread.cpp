@@ -24,14 +24,12 @@ CallbackThread::~CallbackThread() {
 }
 
 void CallbackThread::post(Task task) {
-    {
-        const std::lock_guard<std::mutex> lock(m_state->mutex);
-        if (m_state->stopping) {
-            return;
-        }
+    // Notified under the lock: as soon as it is free, the task may destroy this object.
+    const std::lock_guard<std::mutex> lock(m_state->mutex);
+    if (!m_state->stopping) {
         m_state->tasks.push_back(std::move(task));
+        m_state->wakeUp.notify_one();
     }
-    m_state->wakeUp.notify_one();
 }
 
 void CallbackThread::stop(const Task& last) {

@@ -317,11 +317,13 @@ void EngineClient::networkEvent(UA_ConnectionManager* manager, uintptr_t connect
                             message);
 }
 
-/// The engine closes a socket just before it waits for the next event, up to a second, and looks at the connection's
-/// state only behind that. With another delayed callback in its list it does not wait.
+/// The engine closes a socket just before it waits for the next event, up to a second, and looks at the
+/// connection's state only behind that. With another delayed callback in its list it does not wait.
 void EngineClient::cutWaitShort() {
     if (m_wakeUp.callback == nullptr) {
-        m_wakeUp.callback = [](void* self, void*) { static_cast<EngineClient*>(self)->m_wakeUp.callback = nullptr; };
+        m_wakeUp.callback = [](void* self, void*) {
+            static_cast<EngineClient*>(self)->m_wakeUp.callback = nullptr;
+        };
         m_wakeUp.application = this;
         m_loop->addDelayedCallback(m_loop, &m_wakeUp);
     }

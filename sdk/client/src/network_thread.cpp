@@ -51,6 +51,8 @@ NetworkThread::~NetworkThread() {
 }
 
 void NetworkThread::start() {
+    // What the thread reports may lead to stop() at once, on another thread: it begins when this is complete.
+    const std::lock_guard<std::mutex> owner(m_loop);
     watch(m_engine.socket());
     m_thread = std::thread([this] { run(); });
 }
