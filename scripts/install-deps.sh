@@ -71,17 +71,17 @@ fi
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
 }
+run_apt_get() {
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get -y -q -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 \
+    -o Acquire::Retries=3 -o Acquire::Languages=none "$@" </dev/null
+}
 # Says nothing unless it fails: what matters is named before it runs.
 apt_get() {
-  local log
-  log=$(mktemp)
-  if ! as_root env DEBIAN_FRONTEND=noninteractive apt-get -y -q -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 \
-    -o Acquire::Retries=3 "$@" >"$log" 2>&1 </dev/null; then
-    cat "$log" >&2
-    rm -f "$log"
+  local said
+  if ! said=$(run_apt_get "$@" 2>&1); then
+    echo "$said" >&2
     die "apt-get $1 failed"
   fi
-  rm -f "$log"
 }
 
 # Archive and release of every index that apt knows. Empty until the first `apt-get update`.
@@ -90,28 +90,43 @@ debian_indexes() {
     awk '$3 == "main" && $4 == "Debian" && $5 == "Debian" { print $1, $2 }'
 }
 
-# Debian 12 carries no open62541: its package comes from the two later suites. They are pinned so low that
-# nothing else is ever taken from them. A suite that this machine already uses stays as it is.
-add_engine_suites() {
-  local archive suite suites=()
-  archive=$(debian_indexes | awk '$2 !~ /-(updates|backports)/ { print $1; exit }')
-  [ -n "$archive" ] || die "no Debian archive in this machine's apt configuration"
-  for suite in trixie sid; do
-    debian_indexes | grep -q " $suite\$" || suites+=("$suite")
-  done
-  [ ${#suites[@]} -gt 0 ] || return 0
+# $1 the archive, then the suites. They are pinned so low that nothing else is ever taken from them.
+write_engine_suites() {
+  local archive=$1 suite
+  shift
   as_root tee "$engine_sources" >/dev/null <<SOURCES
 Types: deb
 URIs: $archive
-Suites: ${suites[*]}
+Suites: $*
 Components: main
 Signed-By: /usr/share/keyrings/debian-archive-keyring.gpg
 SOURCES
-  for suite in "${suites[@]}"; do
+  for suite in "$@"; do
     printf 'Package: *\nPin: release o=Debian,n=%s\nPin-Priority: %s\n\n' "$suite" \
       "$([ "$suite" = sid ] && echo 90 || echo 100)"
   done | as_root tee "$engine_pins" >/dev/null
-  apt_get update
+}
+remove_engine_suites() {
+  as_root rm -f "$engine_sources" "$engine_pins"
+}
+
+# Debian 12 carries no open62541: its package comes from the two later suites. One that this machine already uses
+# stays as it is. The unstable suite is welcome but not needed: a mirror may lack it or carry an outdated index.
+add_engine_suites() {
+  local archive suite suites=()
+  archive=$(debian_indexes | awk '$2 !~ /-(updates|backports)/ && !found++ { print $1 }')
+  [ -n "$archive" ] || die "no Debian archive in this machine's apt configuration"
+  for suite in trixie sid; do
+    debian_indexes | grep " $suite\$" >/dev/null || suites+=("$suite")
+  done
+  [ ${#suites[@]} -gt 0 ] || return 0
+  write_engine_suites "$archive" "${suites[@]}"
+  if ! run_apt_get update >/dev/null 2>&1; then
+    echo "install-deps: Debian's unstable suite cannot be used here; taking open62541 from the stable one"
+    remove_engine_suites
+    [ "${suites[0]}" = sid ] || write_engine_suites "$archive" "${suites[0]}"
+    apt_get update
+  fi
 }
 
 # The newest 1.4.x that the archive carries: the unstable suite has security fixes that the stable one lacks.
@@ -122,7 +137,7 @@ newest_engine() {
 
 echo "install-deps: installing ${missing[*]} ${engine_missing[*]}"
 if [ ${#engine_missing[@]} -gt 0 ]; then
-  as_root rm -f "$engine_sources" "$engine_pins"
+  remove_engine_suites
 fi
 apt_get update
 if [ ${#missing[@]} -gt 0 ]; then
