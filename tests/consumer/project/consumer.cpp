@@ -1,0 +1,15 @@
+#include <OpcUaClientInterface.h>
+
+#include <cstdio>
+
+int main() {
+    COpcUaClientInterface client;
+    OpcUaNode node = {};
+    int value = 0;
+    int size = sizeof value;
+    int code = client.OpcUaGetValue(&node, &value, size);
+    char message[64] = "";
+    client.GetErrorMsg(message, sizeof message);
+    std::printf("%d %s\n", code, message);
+    return code == 3 ? 0 : 1;
+}
