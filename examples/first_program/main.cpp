@@ -11,7 +11,8 @@ int main(int argc, char** argv) {
     if (code == 0) {
         double value = 0;
         int size = sizeof value;
-        OpcUaNode* node = client.OpcUaGetUaNode(argc > 2 ? argv[2] : "ns=2;s=Line1.Speed", OpcUaDataType_Double);
+        OpcUaNode* node =
+            client.OpcUaGetUaNode(argc > 2 ? argv[2] : "ns=2;s=Line1.Speed", OpcUaDataType_Double);
         code = client.OpcUaGetValue(node, &value, size);
         std::printf(code == 0 ? "%g\n" : "read failed\n", value);
         client.OpcUaDisConnect();

@@ -81,7 +81,7 @@ OpcUaNode* makeChild(const OpcUa_ReferenceDescription& reference, const UaString
 
 int COpcUaClient::OpcUaBrowse(OpcUaNode* node) {
     const MutexLock lock(m_mutex);
-    if (!m_session) {
+    if (!session()) {
         freeBrowseTree();
         return fail(result::notConnected);
     }
@@ -134,11 +134,15 @@ int COpcUaClient::browseUnder(OpcUaNode* parent, OpcUaNode* found, const UaNodeI
 }
 
 bool COpcUaClient::browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcUaNode*) {
+    const auto current = session();
+    if (!current) {
+        return false;
+    }
     ServiceSettings settings = callSettings();
     UaByteString continuationPoint;
     UaReferenceDescriptions references;
     ChildAppender children(parent);
-    UaStatus status = m_session->browse(settings, start, childrenContext(), continuationPoint, references);
+    UaStatus status = current->browse(settings, start, childrenContext(), continuationPoint, references);
     while (!status.isBad()) {
         for (const OpcUa_ReferenceDescription& reference : references) {
             const UaNodeId id(reference.nodeId.nodeId);
@@ -152,7 +156,7 @@ bool COpcUaClient::browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcU
         if (continuationPoint.length() == 0) {
             return true;
         }
-        status = m_session->browseNext(settings, false, continuationPoint, references);
+        status = current->browseNext(settings, false, continuationPoint, references);
     }
     return false;
 }

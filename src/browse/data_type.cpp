@@ -29,12 +29,13 @@ void setShape(const UaVariant& value, _ArrayType& shape) {
 } // namespace
 
 bool COpcUaClient::ReadDataType(UaNodeId id, _OpcUaDataType& type, _ArrayType& shape) {
-    if (!m_session) {
+    const auto current = session();
+    if (!current) {
         fail(result::notConnected);
         return false;
     }
     UaDataValues values;
-    if (readValue(*m_session, id, values).isBad()) {
+    if (readValue(*current, id, values).isBad()) {
         m_errorText = result::readDataTypeText;
         return false;
     }

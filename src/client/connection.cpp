@@ -34,27 +34,28 @@ bool asksForSecurity(const _OpcUaClientConfig& config) {
 
 int COpcUaClient::OpcUaConnect(_OpcUaClientConfig& config) {
     const MutexLock lock(m_mutex);
-    if (m_session) {
+    if (session()) {
         this->OpcUaDisConnect();
     }
     // A disconnect that failed has left its session behind.
     releaseSession();
-    // The session becomes the client's own when it is open: until then nothing else can get at it.
-    auto session = std::make_unique<UaSession>();
+    // Until it is open the session is nobody else's.
+    auto newSession = std::make_shared<UaSession>();
     loadConfiguration();
-    const int code = openSession(config, *session);
+    const int code = openSession(config, *newSession);
     if (code == result::success) {
-        m_session = std::move(session);
+        std::atomic_store(&m_session, std::move(newSession));
     }
     return code;
 }
 
 int COpcUaClient::OpcUaDisConnect() {
-    if (!m_session) {
+    const auto current = session();
+    if (!current) {
         return fail(result::notConnected);
     }
     ServiceSettings settings;
-    if (m_session->disconnect(settings, true).isBad()) {
+    if (current->disconnect(settings, true).isBad()) {
         return fail(result::disconnectFailed);
     }
     releaseSession();
@@ -118,7 +119,7 @@ void COpcUaClient::SetEndpointMsg(_OpcUaClientConfig& config, OpcUa_ByteString s
 }
 
 void COpcUaClient::releaseSession() {
-    m_session.reset();
+    std::atomic_store(&m_session, std::shared_ptr<UaSession>());
     if (m_subscription) {
         m_callback->forgetMonitoredItems();
         m_subscription = nullptr;

@@ -33,7 +33,7 @@ COpcUaClient::~COpcUaClient() {
         COpcUaClient::OpcUaClearMonitNode();
         COpcUaClient::OpcUaDeleteSubScription();
     }
-    if (m_session && m_session->isConnected()) {
+    if (connectedSession()) {
         COpcUaClient::OpcUaDisConnect();
     }
     // A session that could not be disconnected must not call a sink that is gone.
@@ -91,6 +91,11 @@ int COpcUaClient::fail(const Failure& failure) {
     return failure.code;
 }
 
-bool COpcUaClient::isConnected() const {
-    return m_session && m_session->isConnected();
+std::shared_ptr<UaClientSdk::UaSession> COpcUaClient::session() const {
+    return std::atomic_load(&m_session);
+}
+
+std::shared_ptr<UaClientSdk::UaSession> COpcUaClient::connectedSession() const {
+    auto current = session();
+    return current && current->isConnected() ? current : nullptr;
 }

@@ -76,7 +76,11 @@ private:
     /// Stores the message of a failure and returns its code.
     OPCUACLIENT_LOCAL int fail(const Failure& failure);
     OPCUACLIENT_LOCAL int fail(int code, const char* text) { return fail(Failure{code, text}); }
-    OPCUACLIENT_LOCAL bool isConnected() const;
+    /// The session that there is, connected or not; null without one. It stays usable when another thread
+    /// disconnects meanwhile: its calls fail then.
+    OPCUACLIENT_LOCAL std::shared_ptr<UaClientSdk::UaSession> session() const;
+    /// The session if it is connected, else null.
+    OPCUACLIENT_LOCAL std::shared_ptr<UaClientSdk::UaSession> connectedSession() const;
 
     OPCUACLIENT_LOCAL void loadConfiguration();
     OPCUACLIENT_LOCAL int openSession(_OpcUaClientConfig& config, UaClientSdk::UaSession& session);
@@ -94,7 +98,7 @@ private:
 
     OpcUaNode* m_browseCursor; ///< root that browsing made last; a record of the browse tree
     std::atomic<const char*> m_errorText;
-    std::unique_ptr<UaClientSdk::UaSession> m_session; ///< null while not connected
+    std::shared_ptr<UaClientSdk::UaSession> m_session; ///< null while not connected; read and set atomically
     UaClientSdk::UaSubscription* m_subscription;       ///< the session's own; null when there is none
     std::unique_ptr<COpcUaNodelist> m_nodeList;
     std::unique_ptr<CCallback> m_callback;

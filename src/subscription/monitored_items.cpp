@@ -50,5 +50,5 @@ int COpcUaClient::OpcUaAddMultiMonitNode(OpcUaNode* nodes, int count) {
         nodes[i].result = result::notConnected.code;
     }
     // Without a session the nodes' own results tell all.
-    return m_session ? result::notConnected.code : result::success;
+    return session() ? result::notConnected.code : result::success;
 }

@@ -12,7 +12,7 @@ int COpcUaClient::refuseMultiNode(RequestNode* nodes, int count) {
         nodes[i].node->result = result::notConnected.code;
     }
     // Without a session the nodes' own results tell all.
-    return m_session ? result::notConnected.code : result::success;
+    return session() ? result::notConnected.code : result::success;
 }
 
 int COpcUaClient::OpcUaGetMultiValue(OpcUa_ReadNode* nodes, int count) {

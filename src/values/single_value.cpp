@@ -8,13 +8,14 @@ int COpcUaClient::OpcUaGetValue(OpcUaNode* node, void* buffer, int& size) {
         return fail(result::invalidArgument);
     }
     const MutexLock lock(m_mutex);
-    if (!isConnected()) {
+    const auto current = connectedSession();
+    if (!current) {
         return fail(result::notConnected);
     }
     UaNodeId id;
     SetNodeID(node, &id);
     UaDataValues values;
-    if (readValue(*m_session, id, values).isBad() || OpcUa_IsNotGood(values[0].status)) {
+    if (readValue(*current, id, values).isBad() || OpcUa_IsNotGood(values[0].status)) {
         return fail(result::readFailed);
     }
     UaVariant value;
@@ -28,7 +29,8 @@ int COpcUaClient::OpcUaSetValue(OpcUaNode* node, const void* buffer, int& size) 
         return fail(result::invalidArgument);
     }
     const MutexLock lock(m_mutex);
-    if (!isConnected()) {
+    const auto current = connectedSession();
+    if (!current) {
         return fail(result::notConnected);
     }
     UaNodeId id;
@@ -40,7 +42,7 @@ int COpcUaClient::OpcUaSetValue(OpcUaNode* node, const void* buffer, int& size) 
     nameValue(values[0], id);
     giveValue(values[0], value);
     UaStatusCodeArray results;
-    if (writeValues(*m_session, values, results).isBad() || OpcUa_IsNotGood(results[0])) {
+    if (writeValues(*current, values, results).isBad() || OpcUa_IsNotGood(results[0])) {
         return fail(result::writeFailed);
     }
     return result::success;
