@@ -4,8 +4,68 @@
 #include "OpcUaNodelist.h"
 #include "OpcUaTypes.h"
 
-/// The implementation behind a client. Applications use COpcUaClientInterface; the order of these operations
-/// is part of the binary interface.
+/// @file
+/// Client for one OPC UA server a client object: synchronous, with plain records and buffers.
+///
+/// Order of use
+/// ------------
+///     COpcUaClientInterface client;                  // any number of clients, one a server
+///     client.OpcUaInit(OpcUaTraceLevel_Warnings);    // optional: trace file
+///     client.OpcUaConnect(config);
+///     OpcUaNode* node = client.OpcUaGetUaNode("ns=2;s=Line1.Speed", OpcUaDataType_Double);
+///     client.OpcUaGetValue(node, &value, size);
+///     client.OpcUaDisConnect();
+///
+/// Results
+/// -------
+/// Operations return 0 for success or one of these codes. Most failures leave a message, a fixed UTF-8
+/// text, which GetErrorMsg() copies out; success leaves the message of the last failure in place.
+///
+///     code  message                               meaning
+///      1  连接服务器失败                        the server could not be connected
+///      2  断开连接失败                          the disconnect failed
+///      3  服务器未连接                          no session, or its connection is lost
+///      4  浏览服务器出错                        browsing failed
+///      5  组合节点ID错误                        no NodeId could be made of the record
+///      6  浏览服务器出错，没有预存的节点信息    the record is not in the browse tree
+///      7  读节点值出错                          reading failed
+///      8  写节点值出错                          writing failed
+///     17  -                                     the client is incomplete
+///     18  -                                     the discovery server did not answer
+///     19  -                                     no endpoints could be had
+///     20  加载客户端证书失败                    no certificate store
+///     29  传入的参数为空或者无效                a pointer is null, or a count is out of range
+///
+/// A message without a code: "读数据类型失败", left by a successful browse for a node without a readable
+/// value.
+///
+/// Why a connection failed or was lost is in the trace file (OpcUaInit()).
+///
+/// Memory
+/// ------
+/// Buffers and records passed in stay the caller's; nothing is kept beyond the call but the callback
+/// object and what an operation says. Nodes that browsing and lookup return are the library's: read them,
+/// hand them to other operations, but do not free them, and write only their `dataType` and `result`.
+/// They last as the operations say, at most as long as the client.
+///
+/// Threads
+/// -------
+/// OpcUaConnect, OpcUaBrowse, reading, writing and the subscription's operations are served one at a
+/// time: a second thread waits. A service call ends after 10 s at the latest when the server is silent;
+/// browsing makes many. These take no part in that order:
+/// - OpcUaGetConnectStatus and GetErrorMsg: at any time, on any thread, from callbacks too. The message
+///   is that of the last failure on any thread.
+/// - OpcUaDiscover: at any time; it has nothing to do with the session.
+/// - OpcUaDisConnect: not while another operation of the same client runs on another thread.
+/// - OpcUaGetUaNode: one call at a time, and not while a looked-up node is being browsed.
+/// - OpcUaReadRootNode, and walking the tree: not while OpcUaBrowse runs.
+///
+/// Clients are independent of each other. A client must not be used while it is constructed or destroyed.
+///
+/// No exception leaves the library but std::bad_alloc.
+
+/// The implementation behind a client. Applications use COpcUaClientInterface, where the operations are
+/// explained; the order of these slots is part of the binary interface.
 class OPCUACLIENT_EXPORT COpcUaClientImp {
 public:
     COpcUaClientImp();
@@ -27,7 +87,9 @@ public:
     virtual OpcUaNode* OpcUaGetUaNode(const char* nodeId, _OpcUaDataType dataType) = 0;
     virtual int OpcUaGetConnectStatus() = 0;
     virtual char* GetErrorMsg(char* buffer, int size) = 0;
+    /// `callback` is a COpcUaClientInterface::OpcUaCallBack*.
     virtual int installOpcUaCallBack(void* callback) = 0;
+    /// Called once by the facade, with the implementation itself; not for applications.
     virtual void installClient(void* client) = 0;
     virtual int OpcUaGetArrayValue(OpcUaNode* node, unsigned long* index, int count, void* buffer,
                                    int& size) = 0;
@@ -38,45 +100,257 @@ public:
     virtual int OpcUaAddMultiMonitNode(OpcUaNode* nodes, int count) = 0;
 };
 
-/// One client: one connection to one server.
+/// One client: one connection to one server. Neither copied nor moved.
 class OPCUACLIENT_EXPORT COpcUaClientInterface {
 public:
-    /// What the application implements to be called back. The library never deletes it.
+    /// What the application implements to be called back. The library never deletes it; it must outlive
+    /// the client.
+    ///
+    /// Subscriptions and certificates are not available in this version, so neither operation is called
+    /// yet. Both must not throw.
     class OpcUaCallBack {
     public:
+        /// A value changed. Called on a thread of the library's own.
         virtual void OpcUaDataChange(_OpcUaDataChangeMsg message) = 0;
+        /// Decides on a server certificate that is not trusted yet: 0 accepts it for this connection, 1
+        /// trusts it for good, anything else rejects it. Called by OpcUaConnect on its own thread; of
+        /// this client only OpcUaGetConnectStatus and GetErrorMsg may be called meanwhile.
         virtual int OpcUaTrustServerCertificate(_OpcUaCertificateMsg certificate) = 0;
 
     protected:
         ~OpcUaCallBack() = default;
     };
 
+    /// Starts the library for this client. Throws std::bad_alloc.
     COpcUaClientInterface();
+    /// Disconnects if need be and frees all nodes. The last client of the process closes the trace file.
     virtual ~COpcUaClientInterface();
     COpcUaClientInterface(const COpcUaClientInterface&) = delete;
     COpcUaClientInterface& operator=(const COpcUaClientInterface&) = delete;
 
+    /// Opens the trace file "OpcUaClient.log" in the directory of the running executable and sets its
+    /// verbosity.
+    ///
+    /// One trace serves the whole process: a later call, on any client, replaces the level. Entries are
+    /// lines with UTC time; after 50000 a file becomes "OpcUaClient.log.1", up to ".10". Passwords and
+    /// keys are never written. Without this call nothing is traced. Call it before subscribing: it also
+    /// links data changes to this client.
+    ///
+    /// @return always 0, also when the file can't be written: then there is no trace
     int OpcUaInit(_OpcUaClientTraceLevel level);
+
+    /// Asks a discovery server, or any server, which servers it knows and each of them for its endpoints
+    /// (OPC UA Part 4, 5.5.2 and 5.5.4). Needs no connection, and uses no security.
+    ///
+    /// Filled of `result`: `serverCount` servers, `discoveryUrlCount` URLs each, and of each URL that
+    /// answered the endpoints. What is not filled keeps what the caller left there: zero the record first
+    /// (`std::unique_ptr<_OpcUa_ServerConfigMsg> found(new _OpcUa_ServerConfigMsg());` - it has 340 kB,
+    /// too much for some stacks).
+    ///
+    /// - At most 10 servers, 15 URLs a server and 20 endpoints a URL; what is beyond is dropped.
+    /// - Of an endpoint list only those count that the URL's scheme can reach ("opc.tcp": binary over
+    ///   TCP; "https" and "http": theirs; any other scheme, or one of more than 15 bytes: all of them).
+    ///   Those that don't are left out **in place**: an endpoint keeps the index that the server gave it,
+    ///   and `endpointCount` says how many there are, not where. With endpoint 0 left out and 1 and 2
+    ///   kept, the count is 2 and entry 0 is as the caller left it; in a zeroed record a kept entry has
+    ///   an `endpointUrl` that is not empty.
+    /// - A URL that did not answer keeps its old `endpointCount`; the others are asked all the same.
+    /// - Texts of 100 bytes or more fill their field without a terminating zero.
+    /// - An unknown policy, among them one with a URI of more than 128 bytes, counts as 0.
+    ///
+    /// @param discoveryUrl zero-terminated, "opc.tcp://host:4840"
+    /// @return 0 when at least one URL answered; 18 when `discoveryUrl` didn't (`result` is untouched);
+    ///         19 when it knows no server, or none of their URLs answered. No message is left.
+    ///
+    /// Every request takes 10 s at most where nothing answers, so the call may last for minutes.
     int OpcUaDiscover(char* discoveryUrl, _OpcUa_ServerConfigMsg& result);
+
+    /// Connects, after disconnecting what was connected.
+    ///
+    /// Reads "OpcUaClientConfig.ini" in the directory of the running executable each time; without it the
+    /// defaults hold. A lost connection is reported by OpcUaGetConnectStatus() and never taken up again
+    /// by itself: connect again.
+    ///
+    /// With `securityPolicy`, `securityMode` or `userIdentity` not 0 the client would need a certificate,
+    /// which this version can't make: the result is 20.
+    ///
+    /// @return 0: connected, and the status reads 1. 1: not within `config.timeout`, or refused. 20:
+    ///         security asked for. After a failure there is no connection, not the old one either.
     int OpcUaConnect(_OpcUaClientConfig& config);
+
+    /// Closes session and connection. When the server has gone already everything is released all the
+    /// same.
+    ///
+    /// The browse tree and looked-up nodes stay valid. Returns after the last callback; may be called
+    /// from inside one.
+    ///
+    /// @return 0; 3 without a session; 2 when the disconnect failed: then the session is kept, and the
+    ///         next OpcUaConnect() or the destructor drops it
     int OpcUaDisConnect();
+
+    /// Reads the children of one node into the browse tree: forward hierarchical references of all kinds,
+    /// one level (OPC UA Part 4, 5.9.2). Costs one read a child, for its data type and shape.
+    ///
+    /// What is browsed, and where the children go:
+    /// - null: the server's root folder. The tree is freed and begins anew with a record "Root" (i=84)
+    ///   that holds the children. Get it with OpcUaReadRootNode().
+    /// - a record of the tree: its children are freed and replaced.
+    /// - any record, and there is no tree yet: the tree begins with a record "Self_Root" that holds the
+    ///   children; the record passed in gets none.
+    /// - a record of the application's own, and there is a tree: a record of the tree must have a
+    ///   `nodeId` that begins with the text of this one's, else the result is 6. The children go under
+    ///   the application's record; those that it has are freed first. `child` must therefore be null or
+    ///   have been set by OpcUaBrowse(). The application frees them with
+    ///   `COpcUaNodelist().deleteMemory(&node.child)`.
+    /// - a looked-up node: as a record of the application's own, but the library frees the children in
+    ///   the end. Never browse the node that was looked up first: the other looked-up nodes are its
+    ///   children and would be freed. Browse a copy with `child` set to null.
+    ///
+    /// Pointers to freed records dangle. Two records stand for a node that is reached on two ways.
+    ///
+    /// A child without a readable value (every Object) has data type Null and leaves the message
+    /// "读数据类型失败" although the browse succeeds.
+    ///
+    /// @return 0. 3 without a session: the tree is freed. 4 when the server refused or didn't answer, and
+    ///         when the connection is lost: children read until then stay. 5, 6: see above.
     int OpcUaBrowse(OpcUaNode* node);
+
+    /// Reads the current value of a node (OPC UA Part 4, 5.11.2), converted to `node->dataType`.
+    ///
+    /// `node` is a record of the tree, a looked-up one, or the application's own with `nodeId` and
+    /// `dataType` set. Any of the twelve types may be asked for; a value that the type can't hold, and an
+    /// array or a matrix, is stored as 0 or an empty text.
+    ///
+    ///     dataType            buffer                         size on return
+    ///     Boolean             unsigned char, 0 or 1          1
+    ///     SByte, Byte         1 byte                         1
+    ///     Int16, UInt16       2 bytes                        2
+    ///     Int32, UInt32       4 bytes                        4
+    ///     Int64, UInt64       8 bytes                        8
+    ///     Float, Double       4, 8 bytes                     4, 8
+    ///     String              UTF-8, see below               see below
+    ///     Null                nothing is written             0
+    ///     any other number    nothing is written             unchanged
+    ///
+    /// Numbers are in host byte order and need no alignment. For them `size` is not looked at on entry:
+    /// the buffer must have the width.
+    ///
+    /// For String `size` is the buffer's capacity on entry. A text that is shorter is stored with a
+    /// terminating zero, and `size` becomes its length. Any other fills the whole buffer without a
+    /// terminating zero, and `size` becomes capacity - 1 although capacity bytes are written. So a text
+    /// was cut or is not terminated exactly when `size` comes back as capacity - 1 and the buffer's last
+    /// byte is not 0. With a capacity of 0 or less nothing is written.
+    ///
+    /// @return 0. 29: `node` or `buffer` is null. 3: not connected. 7: the service failed, the node does
+    ///         not exist or can't be read, or the value's status is Bad or Uncertain; buffer and `size`
+    ///         are unchanged.
     int OpcUaGetValue(OpcUaNode* node, void* buffer, int& size);
+
+    /// Writes a node's value (OPC UA Part 4, 5.11.4): the value alone, without status or time stamps.
+    /// Servers accept only the node's own type, so `node->dataType` must be right; after browsing it is.
+    ///
+    /// - Numbers: `size` is how many bytes `buffer` holds. More than the type's width is cut to the
+    ///   width, and `size` is set to it; fewer are filled up with zeros; a negative `size` counts as 0. A
+    ///   Boolean is true when its byte is not 0.
+    /// - String: `buffer` is zero-terminated UTF-8; `size` is neither read nor changed.
+    /// - Null and other numbers: an empty value is sent, which servers refuse.
+    ///
+    /// @return 0. 29: `node` or `buffer` is null. 3: not connected. 8: the service failed, or the server
+    ///         refused.
     int OpcUaSetValue(OpcUaNode* node, const void* buffer, int& size);
+
+    /// Not available in this version.
+    ///
+    /// @return 3
     int OpcUaCreateSubScription(double publishingInterval);
+    /// Not available in this version.
+    ///
+    /// @return 3
     int OpcUaDeleteSubScription();
+    /// Not available in this version.
+    ///
+    /// @return 29 when `node` is null, else 3
     int OpcUaAddMonitNode(OpcUaNode* node, unsigned long* index, int count);
+    /// Not available in this version.
+    ///
+    /// @return 29 when `node` is null, else 3
     int OpcUaRemoveMonitNode(OpcUaNode* node, unsigned long* index, int count);
+    /// Not available in this version.
+    ///
+    /// @return 3
     int OpcUaClearMonitNode();
+
+    /// The root of the browse tree, null before the first OpcUaBrowse(). Follow `child` and `next` from
+    /// there; `child` is null as well for a node that has not been browsed yet.
     OpcUaNode* OpcUaReadRootNode();
+
+    /// A record for a node that is known by its NodeId, without asking the server; works without a
+    /// connection.
+    ///
+    /// The text is "i=<number>", "s=<text>", "g=<guid>" or "b=<base64>", behind "ns=<index>;" except in
+    /// namespace 0 (OPC UA Part 6, 5.3.1.10). It is not checked here: a text that is no NodeId, or names
+    /// no node, fails when the record is used.
+    ///
+    /// A text looked up before gives the record made then, and with its data type: `dataType` counts only
+    /// when a record is made. To change it set `dataType` in the record.
+    ///
+    /// Note that an older record also answers when its text **begins with** the one asked for: once
+    /// "ns=2;s=Tank10" has been looked up, "ns=2;s=Tank1" gives the record of Tank10. Look shorter ids up
+    /// first, or compare `nodeId` and use a record of your own where they differ.
+    ///
+    /// The records are valid as long as the client. The first one made has the others as its children.
+    /// Don't change `nodeId`: no lookup returns a record whose `nodeId` does not begin with the text
+    /// asked for, but whether the new text is found is open.
+    ///
+    /// @return never null for a text of up to 256 bytes. Null, with the message of code 29, for null and
+    ///         for a longer text, which no record could hold; reading or writing null gives 29.
     OpcUaNode* OpcUaGetUaNode(const char* nodeId, _OpcUaDataType dataType);
+
+    /// State of the connection as last reported: 0 disconnected, or never connected; 1 connected; 2 the
+    /// server has not answered the watchdog's probe (sent every 5 s, awaited 5 s); 3 the connection was
+    /// closed or lost; 4 the server announced its shutdown; 5 the session was replaced. In states above 1
+    /// connect again.
+    ///
+    /// Reads 1 when OpcUaConnect() has succeeded and 0 after OpcUaDisConnect(). May be polled on any
+    /// thread.
     int OpcUaGetConnectStatus();
+
+    /// Copies the message of the last failure; empty before the first.
+    ///
+    /// Copied are at most `size` bytes: a message of `size` bytes or more is cut without a terminating
+    /// zero. No message is longer than 60 bytes, so 64 are enough. With `size` 0 or less, or a null
+    /// `buffer`, nothing is copied.
+    ///
+    /// @return `buffer`
     char* GetErrorMsg(char* buffer, int size);
+
+    /// Installs the application's callback; a second call replaces the first. Call it before connecting.
+    ///
+    /// @return 0; 29 when `callback` is null: a callback can be replaced, not removed; 17, without a
+    ///         message, on an incomplete client
     int installOpcUaCallBack(OpcUaCallBack* callback);
+
+    /// Not available in this version.
+    ///
+    /// @return 29 when a pointer is null or `count` is not in 1 to 16, else 3
     int OpcUaGetArrayValue(OpcUaNode* node, unsigned long* index, int count, void* buffer, int& size);
+    /// Not available in this version.
+    ///
+    /// @return 29 when a pointer is null or `count` is not in 1 to 16, else 3
     int OpcUaSetArrayValue(OpcUaNode* node, unsigned long* index, int count, const void* buffer, int& size);
+
+    /// Not available in this version: sets `result` of every node to 3.
+    ///
+    /// @return 29 when `nodes` is null or `count` below 1 (no node is touched); 0 without a session: look
+    ///         at the nodes' results; else 3
     int OpcUaGetMultiValue(OpcUa_ReadNode* nodes, int count);
+    /// Not available in this version: sets `result` of every node to 3.
+    ///
+    /// @return as OpcUaGetMultiValue()
     int OpcUaSetMultiValue(OpcUa_WriteNode* nodes, int count);
+    /// Not available in this version: sets `result` of every node to 3.
+    ///
+    /// @return as OpcUaGetMultiValue()
     int OpcUaAddMultiMonitNode(OpcUaNode* nodes, int count);
 
 private:

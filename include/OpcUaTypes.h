@@ -6,7 +6,8 @@
 /// Marks what libopcuaclient exports.
 #define OPCUACLIENT_EXPORT __attribute__((visibility("default")))
 
-/// Built-in type of a value; the numbers are OPC UA's own (OPC UA Part 6, 5.1.2).
+/// Built-in type of a value; the numbers are OPC UA's own (OPC UA Part 6, 5.1.2). An enumeration is an
+/// Int32.
 enum _OpcUaDataType : int {
     OpcUaDataType_Null =
         0, ///< empty, or a type that this interface does not convert (DateTime, structures, ...)
@@ -24,49 +25,85 @@ enum _OpcUaDataType : int {
     OpcUaDataType_String = 12
 };
 
-/// Shape of a value, or the element that is selected in one.
+/// Shape of a value, or the element that is selected in one. For a scalar only `kind` has a meaning.
 struct _ArrayType {
-    int kind;               ///< 0 scalar, 1 array or matrix
-    unsigned long dims[16]; ///< length of (or index in) each dimension, outermost first
-    int dimCount;           ///< how many entries of dims count: 1 for a one-dimensional array, 16 at most
+    /// 0 scalar, 1 array or matrix.
+    int kind;
+    /// Length of (or index in) each dimension, outermost first.
+    unsigned long dims[16];
+    /// How many entries of `dims` count: 1 for a one-dimensional array. Of more than 16 dimensions the
+    /// first 16.
+    int dimCount;
 };
 
-/// One node. Tree records belong to the library, records that the application declares belong to it.
+/// One node of the address space.
+///
+/// Browsing and lookup make records, which belong to the library. An application may declare its own:
+/// zero it (`OpcUaNode node{};`), and set `nodeId` and `dataType` to read and write with it.
 ///
 /// The text fields are UTF-8 in 256 bytes each. A text of 256 bytes or more fills its field without a
 /// terminating zero: bound every read by 256 (for example `printf("%.256s", node->displayName)`).
 struct OpcUaNode {
-    OpcUaNode* parent; ///< null for the tree's root and for looked-up nodes
-    OpcUaNode* next;   ///< next sibling, null at the end
-    OpcUaNode* child;  ///< first child; null without children or before the node was browsed
+    /// Null for the tree's root and for looked-up nodes.
+    OpcUaNode* parent;
+    /// Next sibling, null at the end.
+    OpcUaNode* next;
+    /// First child; null without children and before the node was browsed.
+    OpcUaNode* child;
+    /// What the value operations convert to and from. Browsing sets the type of the value that the node
+    /// has then: Null when it has none, when it can't be read, and for types that this interface does not
+    /// convert. Change it where you know better.
     _OpcUaDataType dataType;
-    char reserved[256]; ///< never touched by the library
+    /// Not used; what is in it has no meaning.
+    char reserved[256];
+    /// Not used; 0 in the library's records.
     int reservedFlag;
-    _ArrayType arrayInfo; ///< shape of the value when the node was browsed
-    int nodeClass; ///< OPC UA Part 3, 5.2.3: 1 Object, 2 Variable, 4 Method, 8 ObjectType, 16 VariableType,
-                   ///< 32 ReferenceType, 64 DataType, 128 View; 0 for looked-up nodes
-    char locale[256];      ///< locale of the display name
-    char displayName[256]; ///< text of the display name
-    char browseName[256];  ///< "<namespace index>:<name>"
-    char nodeId[256];      ///< "ns=2;s=Line1.Speed", "i=84"; the record's key
-    int result;            ///< outcome for this node of a multi-node operation
+    /// Shape of the value when the node was browsed; scalar for looked-up nodes.
+    _ArrayType arrayInfo;
+    /// OPC UA Part 3, 5.2.3: 1 Object, 2 Variable, 4 Method, 8 ObjectType, 16 VariableType, 32
+    /// ReferenceType, 64 DataType, 128 View; 0 for looked-up nodes and for a root "Self_Root".
+    int nodeClass;
+    /// Locale of the display name, for example "en"; "CH" for a root.
+    char locale[256];
+    /// Text of the display name.
+    char displayName[256];
+    /// "<namespace index>:<name>"; "Root" or "Self_Root" for a root.
+    char browseName[256];
+    /// The record's key, in the form of OPC UA Part 6, 5.3.1.10: "ns=2;s=Line1.Speed", "i=84".
+    char nodeId[256];
+    /// Outcome for this node of a multi-node operation: 0 or a result code.
+    int result;
 };
 
-/// Parameters of OpcUaConnect. Every text is zero-terminated UTF-8.
+/// Parameters of OpcUaConnect. Every text is UTF-8 and ends with a zero, or with its field.
+///
+/// Security is not available in this version: leave policy, mode and identity 0.
 struct _OpcUaClientConfig {
-    int timeout;           ///< milliseconds for the whole connect; 0 or less: 5000
-    int reserved;          ///< never read
-    char endpointUrl[128]; ///< "opc.tcp://host:port[/path]"
-    int securityPolicy; ///< 0 None, 1 Basic128Rsa15, 2 Basic256, 3 Basic256Sha256, 4 Aes128_Sha256_RsaOaep,
-                        ///< 5 Aes256_Sha256_RsaPss
-    int securityMode;   ///< 0 none, 1 sign, 2 sign and encrypt
-    int userIdentity;   ///< 0 anonymous, 1 user name and password, 2 user certificate
+    /// Milliseconds for the whole connect, name resolution included; 0 or less: 5000.
+    int timeout;
+    /// Not used.
+    int reserved;
+    /// "opc.tcp://host:port[/path]". This is where the client connects to, whatever host name the server
+    /// announces.
+    char endpointUrl[128];
+    /// 0 None, 1 Basic128Rsa15, 2 Basic256, 3 Basic256Sha256, 4 Aes128_Sha256_RsaOaep, 5
+    /// Aes256_Sha256_RsaPss (OPC UA Part 7, 6.6).
+    int securityPolicy;
+    /// 0 none, 1 sign, 2 sign and encrypt.
+    int securityMode;
+    /// 0 anonymous, 1 user name and password, 2 user certificate.
+    int userIdentity;
     char userName[64];
     char password[64];
-    char sessionName[128]; ///< empty: a fixed name
+    /// Name of the session in the server's diagnostics; empty: "Kestrova@RK4400".
+    char sessionName[128];
 };
 
-/// Verbosity of the trace file; greater shows more. Other values write nothing.
+/// Verbosity of the trace file: a level writes what those below it write, and any other number nothing.
+///
+/// Messages of the protocol engine have a choice of their own: errors from level 1 on, warnings from 2,
+/// connection life cycle from 3, information at 3 and from 5 on but not at 4, debugging from 5,
+/// everything from 6.
 enum _OpcUaClientTraceLevel : int {
     OpcUaTraceLevel_Errors = 1,
     OpcUaTraceLevel_Warnings = 2,
@@ -77,32 +114,40 @@ enum _OpcUaClientTraceLevel : int {
     OpcUaTraceLevel_Everything = 7
 };
 
-/// One endpoint of a server.
+/// One endpoint of a server (OPC UA Part 4, 7.14).
 struct _OpcUa_EndpointMsg {
     char endpointUrl[100];
-    int securityPolicy; ///< numbered as in _OpcUaClientConfig
-    int securityMode;   ///< numbered as in _OpcUaClientConfig
+    /// Numbered as in _OpcUaClientConfig; 0 also for a policy without a number.
+    int securityPolicy;
+    /// Numbered as in _OpcUaClientConfig.
+    int securityMode;
 };
 
 /// One discovery URL of a server with what it answered.
 struct _OpcUa_DiscoveryUrlMsg {
     char discoveryUrl[100];
+    /// At the index that the server gave them. An endpoint that the URL's scheme can't reach leaves its
+    /// entry untouched, so the valid entries need not be the first ones.
     _OpcUa_EndpointMsg endpoints[20];
-    unsigned int
-        endpointCount; ///< endpoints that suit the URL's scheme; they stay at the index the server gave them
+    /// Number of valid entries of `endpoints`; untouched when the URL did not answer.
+    unsigned int endpointCount;
 };
 
-/// One server.
+/// One server (OPC UA Part 4, 7.2).
 struct _OpcUa_ServerMsg {
     char applicationUri[100];
+    /// Without its locale.
     char applicationName[100];
     _OpcUa_DiscoveryUrlMsg discoveryUrls[15];
+    /// Number of valid entries of `discoveryUrls`.
     unsigned int discoveryUrlCount;
 };
 
-/// Result of OpcUaDiscover. Texts of 100 bytes or more fill their field without a terminating zero.
+/// Result of OpcUaDiscover. Texts are UTF-8; one of 100 bytes or more fills its field without a
+/// terminating zero.
 struct _OpcUa_ServerConfigMsg {
     _OpcUa_ServerMsg servers[10];
+    /// Number of valid entries of `servers`.
     unsigned int serverCount;
 };
 
