@@ -1,0 +1,86 @@
+#include "clients.h"
+
+#include "status.h"
+
+#include <algorithm>
+
+namespace plant_server {
+
+Clients& Clients::of(UA_Server* server) {
+    return *static_cast<Clients*>(UA_Server_getConfig(server)->context);
+}
+
+void Clients::install(UA_ServerConfig& config) {
+    std::vector<UA_UsernamePasswordLogin> logins;
+    for (const auto& [name, password] : m_options.passwords)
+        logins.push_back({view(name), view(password)});
+    require(UA_AccessControl_defaultWithLoginCallback(&config, m_options.anonymous, nullptr, logins.size(),
+                                                      logins.data(), logIn, this),
+            "set the access control up");
+    config.context = this;
+    m_activateOfStack = config.accessControl.activateSession;
+    m_closeOfStack = config.accessControl.closeSession;
+    config.accessControl.activateSession = activateSession;
+    config.accessControl.closeSession = closeSession;
+    config.accessControl.getUserAccessLevel = userAccessLevel;
+    config.monitoredItemRegisterCallback = countMonitoredItem;
+}
+
+UA_StatusCode Clients::logIn(const UA_String* name, const UA_ByteString* password, size_t,
+                             const UA_UsernamePasswordLogin*, void** sessionContext, void* self) {
+    auto& passwords = static_cast<Clients*>(self)->m_options.passwords;
+    const auto user = passwords.find(text(*name));
+    if (user == passwords.end() || user->second != text(*password))
+        return UA_STATUSCODE_BADUSERACCESSDENIED;
+    *sessionContext = &*user;
+    return UA_STATUSCODE_GOOD;
+}
+
+UA_StatusCode Clients::activateSession(UA_Server* server, UA_AccessControl* control,
+                                       const UA_EndpointDescription* endpoint,
+                                       const UA_ByteString* certificate, const UA_NodeId* sessionId,
+                                       const UA_ExtensionObject* token, void** sessionContext) {
+    Clients& clients = of(server);
+    // A session that was a user's and is activated again as anonymous must lose that user's rights.
+    *sessionContext = nullptr;
+    const UA_StatusCode status =
+        clients.m_activateOfStack(server, control, endpoint, certificate, sessionId, token, sessionContext);
+    if (status == UA_STATUSCODE_GOOD) {
+        clients.forget(*sessionId);
+        clients.m_sessions.emplace_back(*sessionId);
+    }
+    return status;
+}
+
+void Clients::closeSession(UA_Server* server, UA_AccessControl* control, const UA_NodeId* sessionId,
+                           void* sessionContext) {
+    Clients& clients = of(server);
+    clients.forget(*sessionId);
+    clients.m_closeOfStack(server, control, sessionId, sessionContext);
+}
+
+void Clients::forget(const UA_NodeId& session) {
+    m_sessions.erase(
+        std::remove_if(m_sessions.begin(), m_sessions.end(),
+                       [&](const NodeId& known) { return UA_NodeId_equal(&known.get(), &session); }),
+        m_sessions.end());
+}
+
+UA_Byte Clients::userAccessLevel(UA_Server* server, UA_AccessControl*, const UA_NodeId*, void* sessionContext,
+                                 const UA_NodeId*, void* nodeContext) {
+    ++of(server).m_valueAccesses;
+    constexpr UA_Byte everything = 0xFF;
+    const Access access =
+        nodeContext == nullptr ? Access::Everyone : static_cast<const NodeContext*>(nodeContext)->access;
+    const bool allowed =
+        access == Access::Everyone || (access == Access::LoggedInUsers && sessionContext != nullptr);
+    return allowed ? everything : 0;
+}
+
+void Clients::countMonitoredItem(UA_Server* server, const UA_NodeId*, void*, const UA_NodeId*, void*,
+                                 UA_UInt32, UA_Boolean removed) {
+    UA_UInt32& count = of(server).m_monitoredItems;
+    removed ? --count : ++count;
+}
+
+} // namespace plant_server
