@@ -5,6 +5,7 @@ add_sdk_library(uabasecpp FOLDER base
     date_time.cpp
     directory.cpp
     node_id.cpp
+    notifications.cpp
     platform_layer.cpp
     qualified_name.cpp
     scalar_conversion.cpp

@@ -7,7 +7,9 @@ add_sdk_library(uaclientcpp FOLDER client
     engine_log.cpp
     name_resolution.cpp
     network_thread.cpp
+    notification_queue.cpp
     security_info.cpp
     session.cpp
+    subscription.cpp
   PUBLIC uabasecpp
   PRIVATE Threads::Threads)

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <future>
 #include <stdexcept>
 #include <vector>
@@ -11,11 +12,16 @@ using UaClientSdk::CallbackThread;
 
 namespace {
 
+CallbackThread::Task task(std::function<void()> function) {
+    return {[](void* context, int) { (*static_cast<std::function<void()>*>(context))(); },
+            std::make_shared<std::function<void()>>(std::move(function))};
+}
+
 TEST(CallbackThread, RunsTasksInTheOrderOfPosting) {
     std::vector<int> order;
     CallbackThread thread;
     for (int i = 0; i < 1000; ++i) {
-        thread.post([&order, i] { order.push_back(i); });
+        thread.post(task([&order, i] { order.push_back(i); }));
     }
     thread.flush();
     ASSERT_EQ(order.size(), 1000U);
@@ -27,7 +33,7 @@ TEST(CallbackThread, RunsTasksInTheOrderOfPosting) {
 TEST(CallbackThread, RunsNothingOnTheCallersThread) {
     std::thread::id ran;
     CallbackThread thread;
-    thread.post([&ran] { ran = std::this_thread::get_id(); });
+    thread.post(task([&ran] { ran = std::this_thread::get_id(); }));
     thread.flush();
     EXPECT_NE(ran, std::thread::id());
     EXPECT_NE(ran, std::this_thread::get_id());
@@ -39,18 +45,18 @@ TEST(CallbackThread, StopDropsWhatWaitsAndRunsTheLastTask) {
     std::atomic<int> dropped{0};
     std::atomic<bool> last{false};
     CallbackThread thread;
-    thread.post([&] {
+    thread.post(task([&] {
         started.set_value();
         release.get_future().wait();
-    });
-    thread.post([&dropped] { ++dropped; });
+    }));
+    thread.post(task([&dropped] { ++dropped; }));
     started.get_future().wait();
-    std::thread stopper([&] { thread.stop([&last] { last = true; }); });
+    std::thread stopper([&] { thread.stop(task([&last] { last = true; })); });
     while (true) {
         // stop() has taken effect when later tasks are refused: they would keep the promise below alive.
         auto marker = std::make_shared<int>(0);
         const std::weak_ptr<int> kept = marker;
-        thread.post([marker] {});
+        thread.post(task([marker] {}));
         marker.reset();
         if (kept.expired()) {
             break;
@@ -67,19 +73,19 @@ TEST(CallbackThread, NothingRunsAfterStop) {
     std::atomic<int> runs{0};
     CallbackThread thread;
     thread.stop();
-    thread.post([&runs] { ++runs; });
-    thread.stop([&runs] { ++runs; });
+    thread.post(task([&runs] { ++runs; }));
+    thread.stop(task([&runs] { ++runs; }));
     EXPECT_EQ(runs, 0);
 }
 
 TEST(CallbackThread, StopInsideACallbackRunsTheLastTaskAtOnce) {
     std::promise<bool> lastRanBeforeReturn;
     CallbackThread thread;
-    thread.post([&] {
+    thread.post(task([&] {
         bool ran = false;
-        thread.stop([&ran] { ran = true; });
+        thread.stop(task([&ran] { ran = true; }));
         lastRanBeforeReturn.set_value(ran);
-    });
+    }));
     EXPECT_TRUE(lastRanBeforeReturn.get_future().get());
 }
 
@@ -87,19 +93,19 @@ TEST(CallbackThread, MayBeDestroyedByItsOwnCallback) {
     auto thread = std::make_unique<CallbackThread>();
     CallbackThread* raw = thread.get();
     std::promise<void> done;
-    raw->post([&thread, &done] {
+    raw->post(task([&thread, &done] {
         thread.reset();
         done.set_value();
-    });
+    }));
     done.get_future().wait();
 }
 
 TEST(CallbackThread, ACallbackThatThrowsDoesNotEndTheThread) {
     std::atomic<bool> ran{false};
     CallbackThread thread;
-    thread.post([] { throw std::runtime_error("from the application"); });
-    thread.post([] { throw 42; });
-    thread.post([&ran] { ran = true; });
+    thread.post(task([] { throw std::runtime_error("from the application"); }));
+    thread.post(task([] { throw 42; }));
+    thread.post(task([&ran] { ran = true; }));
     thread.flush();
     EXPECT_TRUE(ran);
 }

@@ -22,6 +22,12 @@ constexpr int typeIndex<OpcUa_ApplicationDescription> = UA_TYPES_APPLICATIONDESC
 template <>
 constexpr int typeIndex<OpcUa_EndpointDescription> = UA_TYPES_ENDPOINTDESCRIPTION;
 template <>
+constexpr int typeIndex<OpcUa_MonitoredItemCreateRequest> = UA_TYPES_MONITOREDITEMCREATEREQUEST;
+template <>
+constexpr int typeIndex<OpcUa_MonitoredItemCreateResult> = UA_TYPES_MONITOREDITEMCREATERESULT;
+template <>
+constexpr int typeIndex<OpcUa_EventFieldList> = UA_TYPES_EVENTFIELDLIST;
+template <>
 constexpr int typeIndex<OpcUa_UInt32> = UA_TYPES_UINT32;
 
 template <typename Element>
@@ -93,4 +99,7 @@ template class UaProtocolArray<OpcUa_DiagnosticInfo>;
 template class UaProtocolArray<OpcUa_ReferenceDescription>;
 template class UaProtocolArray<OpcUa_ApplicationDescription>;
 template class UaProtocolArray<OpcUa_EndpointDescription>;
+template class UaProtocolArray<OpcUa_MonitoredItemCreateRequest>;
+template class UaProtocolArray<OpcUa_MonitoredItemCreateResult>;
+template class UaProtocolArray<OpcUa_EventFieldList>;
 template class UaProtocolArray<OpcUa_UInt32>;

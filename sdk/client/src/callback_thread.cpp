@@ -1,6 +1,9 @@
 #include "callback_thread.h"
 
+#include <condition_variable>
 #include <exception>
+#include <mutex>
+#include <vector>
 
 #include "uabase/trace.h"
 
@@ -10,9 +13,10 @@ struct CallbackThread::State {
     std::mutex mutex;
     std::condition_variable wakeUp;
     std::condition_variable idle;
-    std::deque<Task> tasks;
+    std::vector<Task> waiting;
     bool running = false;
     bool stopping = false;
+    Task last;
 };
 
 CallbackThread::CallbackThread() : m_state(std::make_shared<State>()) {
@@ -27,7 +31,7 @@ void CallbackThread::post(Task task) {
     // Notified under the lock: as soon as it is free, the task may destroy this object.
     const std::lock_guard<std::mutex> lock(m_state->mutex);
     if (!m_state->stopping) {
-        m_state->tasks.push_back(std::move(task));
+        m_state->waiting.push_back(std::move(task));
         m_state->wakeUp.notify_one();
     }
 }
@@ -39,13 +43,13 @@ void CallbackThread::stop(const Task& last) {
     const bool inCallback = std::this_thread::get_id() == m_thread.get_id();
     {
         const std::lock_guard<std::mutex> lock(m_state->mutex);
-        m_state->tasks.clear();
-        if (last && !inCallback) {
-            m_state->tasks.push_back(last);
-        }
+        m_state->waiting.clear();
         m_state->stopping = true;
+        if (!inCallback) {
+            m_state->last = last;
+        }
+        m_state->wakeUp.notify_one();
     }
-    m_state->wakeUp.notify_one();
     if (inCallback) {
         m_thread.detach();
         if (last) {
@@ -58,30 +62,38 @@ void CallbackThread::stop(const Task& last) {
 
 void CallbackThread::flush() {
     std::unique_lock<std::mutex> lock(m_state->mutex);
-    m_state->idle.wait(lock, [this] { return m_state->tasks.empty() && !m_state->running; });
+    m_state->idle.wait(lock, [this] { return m_state->waiting.empty() && !m_state->running; });
 }
 
 void CallbackThread::run(const std::shared_ptr<State>& state) {
+    std::vector<Task> batch;
     std::unique_lock<std::mutex> lock(state->mutex);
-    for (;;) {
-        state->wakeUp.wait(lock, [&state] { return state->stopping || !state->tasks.empty(); });
-        if (state->tasks.empty()) {
-            return;
-        }
-        const Task task = std::move(state->tasks.front());
-        state->tasks.pop_front();
+    while (!state->stopping) {
+        state->wakeUp.wait(lock, [&state] { return state->stopping || !state->waiting.empty(); });
+        batch.swap(state->waiting);
         state->running = true;
-        lock.unlock();
-        execute(task);
-        lock.lock();
+        for (const Task& task : batch) {
+            if (state->stopping) {
+                break;
+            }
+            lock.unlock();
+            execute(task);
+            lock.lock();
+        }
+        batch.clear();
         state->running = false;
         state->idle.notify_all();
+    }
+    const Task last = state->last;
+    lock.unlock();
+    if (last) {
+        execute(last);
     }
 }
 
 void CallbackThread::execute(const Task& task) {
     try {
-        task();
+        task.function(task.context.get(), task.argument);
     } catch (const std::exception& error) {
         UaTrace::write(UaTrace::Errors, "callback", "a callback threw: %s", error.what());
     } catch (...) {

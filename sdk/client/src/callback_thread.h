@@ -1,13 +1,19 @@
 #pragma once
 
-#include <condition_variable>
-#include <deque>
-#include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 namespace UaClientSdk {
+
+/// What to run. The context lives until the task has run or was dropped. Posting one allocates nothing but
+/// now and then room in the list.
+struct CallbackTask {
+    void (*function)(void* context, int argument) = nullptr;
+    std::shared_ptr<void> context;
+    int argument = 0;
+
+    explicit operator bool() const { return function != nullptr; }
+};
 
 /// The session's SDK thread: runs what is posted to it, one at a time and in order. Nothing that runs here
 /// can hold up the network.
@@ -16,7 +22,7 @@ namespace UaClientSdk {
 /// returns.
 class CallbackThread {
 public:
-    using Task = std::function<void()>;
+    using Task = CallbackTask;
 
     CallbackThread();
     /// Same as stop().
@@ -27,7 +33,7 @@ public:
     void post(Task task);
     /// Drops what waits, runs `last` behind the task that is running, and ends the thread. Called from a
     /// callback it runs `last` at once. After it returns nothing runs here any more.
-    void stop(const Task& last = nullptr);
+    void stop(const Task& last = Task());
     /// Waits until all that was posted before has run. Not for use in a callback.
     void flush();
 

@@ -6,5 +6,9 @@ UaSessionCallback::~UaSessionCallback() = default;
 void UaSessionCallback::connectionStatusChanged(unsigned int, UaClient::ServerStatus) {}
 
 UaSubscriptionCallback::~UaSubscriptionCallback() = default;
+void UaSubscriptionCallback::subscriptionStatusChanged(unsigned int, const UaStatus&) {}
+void UaSubscriptionCallback::dataChange(unsigned int, const UaMonitoredItemNotifications&,
+                                        const UaDiagnosticInfos&) {}
+void UaSubscriptionCallback::newEvents(unsigned int, UaEventFieldLists&) {}
 
 } // namespace UaClientSdk

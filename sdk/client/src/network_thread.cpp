@@ -30,7 +30,8 @@ epoll_event NetworkThread::eventFor(int socket, Interest interest) {
     return event;
 }
 
-NetworkThread::NetworkThread(EngineClient& engine) : m_engine(engine) {
+NetworkThread::NetworkThread(EngineClient& engine, std::function<void()> atRest)
+    : m_engine(engine), m_atRest(std::move(atRest)) {
     m_epoll = epoll_create1(EPOLL_CLOEXEC);
     m_event = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     epoll_event event{};
@@ -114,6 +115,7 @@ int NetworkThread::serveEngine() {
     do {
         m_engine.iterate();
     } while (m_engine.hasDelayedWork());
+    m_atRest();
     if (m_watched < 0) {
         return -1;
     }
@@ -129,6 +131,7 @@ NetworkThread::LoopOwner::LoopOwner(NetworkThread& thread) : m_thread(thread) {
 }
 
 NetworkThread::LoopOwner::~LoopOwner() {
+    m_thread.m_atRest();
     if (m_thread.m_expectNotifications) {
         m_thread.setInterest(Interest::EndAndData);
     }

@@ -3,6 +3,7 @@
 #include <sys/epoll.h>
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -22,7 +23,8 @@ namespace UaClientSdk {
 /// the loop.
 class NetworkThread {
 public:
-    explicit NetworkThread(EngineClient& engine);
+    /// `atRest` runs inside the loop whenever an owner is about to leave it.
+    NetworkThread(EngineClient& engine, std::function<void()> atRest);
     ~NetworkThread();
     NetworkThread(const NetworkThread&) = delete;
     NetworkThread& operator=(const NetworkThread&) = delete;
@@ -58,6 +60,7 @@ private:
     void wake();
 
     EngineClient& m_engine;
+    std::function<void()> m_atRest;
     std::mutex m_loop;
     std::thread m_thread;
     std::atomic<bool> m_stop{false};

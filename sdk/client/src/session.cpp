@@ -1,23 +1,15 @@
 #include "uaclient/session.h"
 
 #include <algorithm>
-#include <atomic>
-#include <mutex>
 #include <system_error>
 
-#include "callback_thread.h"
 #include "deadline.h"
-#include "engine_client.h"
-#include "network_thread.h"
+#include "session_impl.h"
+#include "subscription_impl.h"
 #include "uabase/trace.h"
 
 namespace UaClientSdk {
 namespace {
-
-UA_UInt32 timeoutOf(const ServiceSettings& settings) {
-    return static_cast<UA_UInt32>(settings.callTimeout > 0 ? settings.callTimeout
-                                                           : ServiceSettings::defaultCallTimeout);
-}
 
 /// The id that status reports carry: a session object has one connection at a time.
 constexpr unsigned int clientConnectionId = 1;
@@ -39,42 +31,23 @@ void configureSession(UA_ClientConfig& config, const SessionConnectInfo& info,
     config.securityMode = security.messageSecurityMode;
     config.requestedSessionTimeout = static_cast<UA_UInt32>(info.sessionTimeout);
     config.secureChannelLifeTime = info.secureChannelLifetime;
+    config.subscriptionInactivityCallback = &UaSubscription::Impl::inactive;
+}
+
+CallbackThread::Task statusTask(UaSessionCallback* callback, UaClient::ServerStatus status) {
+    CallbackThread::Task task;
+    task.function = [](void* target, int value) {
+        if (target != nullptr) {
+            static_cast<UaSessionCallback*>(target)->connectionStatusChanged(
+                clientConnectionId, static_cast<UaClient::ServerStatus>(value));
+        }
+    };
+    task.context = std::shared_ptr<void>(std::shared_ptr<void>(), callback); // the callback is not ours
+    task.argument = status;
+    return task;
 }
 
 } // namespace
-
-class UaSession::Impl {
-public:
-    ~Impl() { disconnect(ServiceSettings(), true); }
-
-    UaStatus connect(const UaString& url, const SessionConnectInfo& info, const SessionSecurityInfo& security,
-                     UaSessionCallback* callback);
-    UaStatus disconnect(const ServiceSettings& settings, bool deleteSubscriptions);
-    bool isConnected() const { return m_connected; }
-
-    /// Sends `request` on the calling thread. The caller clears `response`.
-    template <typename Request, typename Response>
-    UaStatus call(const ServiceSettings& settings, Request& request, const UA_DataType& requestType,
-                  Response& response, const UA_DataType& responseType);
-
-private:
-    void startWatchdog(const SessionConnectInfo& info);
-    void probe();
-    void probeAnswered(const UA_ReadResponse& response);
-    void stateChanged(bool usable, UaStatus reason);
-    void report(UaClient::ServerStatus status);
-
-    UaSessionCallback* m_callback = nullptr;
-    std::unique_ptr<EngineClient> m_engine;
-    std::unique_ptr<NetworkThread> m_network;
-    std::unique_ptr<CallbackThread> m_callbacks;
-    std::atomic<bool> m_connected{false};
-
-    // Used inside the loop only.
-    UA_UInt32 m_watchdogTimeout = 0;
-    bool m_probePending = false;
-    bool m_serverRuns = true;
-};
 
 UaStatus UaSession::Impl::connect(const UaString& url, const SessionConnectInfo& info,
                                   const SessionSecurityInfo& security, UaSessionCallback* callback) {
@@ -91,10 +64,11 @@ UaStatus UaSession::Impl::connect(const UaString& url, const SessionConnectInfo&
     if (engine == nullptr) {
         return status;
     }
+    engine->config().timeout = ServiceSettings::defaultCallTimeout;
     engine->config().noReconnect = !info.automaticReconnect;
     engine->config().noNewSession = !info.automaticReconnect;
     try {
-        auto network = std::make_unique<NetworkThread>(*engine);
+        auto network = std::make_unique<NetworkThread>(*engine, [this] { handOverNotifications(); });
         m_callbacks = std::make_unique<CallbackThread>();
         m_network = std::move(network);
     } catch (const std::system_error& error) {
@@ -124,37 +98,97 @@ UaStatus UaSession::Impl::disconnect(const ServiceSettings& settings, bool delet
         const NetworkThread::LoopOwner owner(*m_network);
         m_engine->setStateHandler(nullptr);
         m_connected = false;
+        for (const auto& subscription : m_subscriptions) {
+            subscription->impl().abandon();
+        }
         m_engine->close(deleteSubscriptions, timeoutOf(settings));
     }
-    m_callbacks->stop([this] {
-        if (m_callback != nullptr) {
-            m_callback->connectionStatusChanged(clientConnectionId, UaClient::Disconnected);
-        }
-    });
+    m_callbacks->stop(statusTask(m_callback, UaClient::Disconnected));
     m_callbacks.reset();
     m_network.reset();
-    m_engine.reset();
+    m_engine.reset(); // the engine tells its subscriptions that they end
+    m_subscriptions.clear();
+    m_undeleted.clear();
     UaTrace::write(UaTrace::LifeCycle, "session", "disconnected");
     return UA_STATUSCODE_GOOD;
 }
 
 void UaSession::Impl::report(UaClient::ServerStatus status) {
-    if (m_callback != nullptr) {
-        m_callbacks->post([callback = m_callback, status] {
-            callback->connectionStatusChanged(clientConnectionId, status);
-        });
-    }
+    m_callbacks->post(statusTask(m_callback, status));
 }
 
 void UaSession::Impl::stateChanged(bool usable, UaStatus reason) {
     m_connected = usable;
     if (usable) {
-        UaTrace::write(UaTrace::Warnings, "session", "the session was replaced by a new one");
-        report(UaClient::SessionReplaced);
+        UaTrace::write(UaTrace::Warnings, "session", "connected again, with a new session");
         report(UaClient::Connected);
     } else {
         UaTrace::write(UaTrace::Errors, "session", "connection lost: %s", reason.name());
         report(UaClient::ConnectionLost);
+    }
+}
+
+UaStatus UaSession::Impl::createSubscription(const ServiceSettings& settings,
+                                             UaSubscriptionCallback* callback, unsigned int clientHandle,
+                                             const SubscriptionSettings& parameters, bool publishingEnabled,
+                                             UaSubscription** subscription) {
+    return inLoop([&](EngineClient& engine) -> UaStatus {
+        auto impl = std::make_unique<UaSubscription::Impl>(*this, callback, clientHandle);
+        const UaStatus status = impl->create(engine, parameters, publishingEnabled, timeoutOf(settings));
+        if (status.isGood()) {
+            m_subscriptions.push_back(std::make_unique<UaSubscription>(std::move(impl)));
+            m_network->expectNotifications(true);
+            *subscription = m_subscriptions.back().get();
+            subscriptionSpeaks();
+        }
+        return status;
+    });
+}
+
+UaStatus UaSession::Impl::deleteSubscription(const ServiceSettings& settings, UaSubscription** subscription) {
+    UaSubscription* const target = *subscription;
+    *subscription = nullptr;
+    if (m_network == nullptr) {
+        return UA_STATUSCODE_BADSERVERNOTCONNECTED;
+    }
+    const NetworkThread::LoopOwner owner(*m_network);
+    const auto entry = std::find_if(m_subscriptions.begin(), m_subscriptions.end(),
+                                    [target](const auto& owned) { return owned.get() == target; });
+    if (entry == m_subscriptions.end()) {
+        return UA_STATUSCODE_BADSUBSCRIPTIONIDINVALID;
+    }
+    target->impl().abandon();
+    UaStatus status = UA_STATUSCODE_BADSERVERNOTCONNECTED;
+    if (m_connected) {
+        status = target->impl().remove(*m_engine, timeoutOf(settings));
+    }
+    if (target->impl().isKnownToEngine()) {
+        m_undeleted.push_back(std::move(*entry));
+    }
+    m_subscriptions.erase(entry);
+    m_network->expectNotifications(!m_subscriptions.empty());
+    return status;
+}
+
+void UaSession::Impl::subscriptionLost(UaSubscription::Impl& subscription, UaStatus reason) {
+    UaTrace::write(UaTrace::Errors, "subscription", "no data comes any more: %s", reason.name());
+    subscription.queue().reportEnd(*m_callbacks, reason);
+    if (!m_subscriptionLost && m_connected) {
+        m_subscriptionLost = true;
+        report(UaClient::SubscriptionLost);
+    }
+}
+
+void UaSession::Impl::subscriptionSpeaks() {
+    if (m_subscriptionLost) {
+        m_subscriptionLost = false;
+        report(UaClient::Connected);
+    }
+}
+
+void UaSession::Impl::handOverNotifications() {
+    for (const auto& subscription : m_subscriptions) {
+        subscription->impl().queue().handOver(*m_callbacks);
     }
 }
 
@@ -215,38 +249,7 @@ void UaSession::Impl::probeAnswered(const UA_ReadResponse& response) {
     }
 }
 
-template <typename Request, typename Response>
-UaStatus UaSession::Impl::call(const ServiceSettings& settings, Request& request,
-                               const UA_DataType& requestType, Response& response,
-                               const UA_DataType& responseType) {
-    // A connection that is gone must not be entered: the engine would connect anew inside the call.
-    if (!m_connected) {
-        return UA_STATUSCODE_BADSERVERNOTCONNECTED;
-    }
-    const NetworkThread::LoopOwner owner(*m_network);
-    if (!m_connected) {
-        return UA_STATUSCODE_BADSERVERNOTCONNECTED;
-    }
-    request.requestHeader.timeoutHint = timeoutOf(settings);
-    m_engine->call(&request, requestType, &response, responseType);
-    return response.responseHeader.serviceResult;
-}
-
 namespace {
-
-/// Moves an array of an answer to its owner.
-template <typename Element>
-void take(Element*& elements, size_t& count, UaProtocolArray<Element>& target) {
-    target.attach(static_cast<OpcUa_UInt32>(count), elements);
-    elements = nullptr;
-    count = 0;
-}
-
-/// A request only borrows what it sends: the engine encodes it before the call returns.
-template <typename Element>
-Element* borrow(const UaProtocolArray<Element>& array) {
-    return const_cast<Element*>(array.rawData());
-}
 
 UaStatus takePage(UaStatus status, UA_BrowseResult* results, size_t resultCount,
                   UaByteString& continuationPoint, UaReferenceDescriptions& references) {
@@ -362,6 +365,19 @@ UaStatus UaSession::browseNext(ServiceSettings& settings, bool releaseContinuati
     status = takePage(status, response.results, response.resultsSize, continuationPoint, references);
     UA_BrowseNextResponse_clear(&response);
     return status;
+}
+
+UaStatus UaSession::createSubscription(ServiceSettings& settings, UaSubscriptionCallback* callback,
+                                       unsigned int clientSubscriptionHandle,
+                                       SubscriptionSettings& parameters, unsigned char publishingEnabled,
+                                       UaSubscription** subscription) {
+    return m_impl->createSubscription(settings, callback, clientSubscriptionHandle, parameters,
+                                      publishingEnabled != 0, subscription);
+}
+
+UaStatus UaSession::deleteSubscription(ServiceSettings& settings, UaSubscription** subscription,
+                                       unsigned int) {
+    return m_impl->deleteSubscription(settings, subscription);
 }
 
 } // namespace UaClientSdk

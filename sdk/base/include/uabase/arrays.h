@@ -45,6 +45,9 @@ extern template class UaProtocolArray<OpcUa_DiagnosticInfo>;
 extern template class UaProtocolArray<OpcUa_ReferenceDescription>;
 extern template class UaProtocolArray<OpcUa_ApplicationDescription>;
 extern template class UaProtocolArray<OpcUa_EndpointDescription>;
+extern template class UaProtocolArray<OpcUa_MonitoredItemCreateRequest>;
+extern template class UaProtocolArray<OpcUa_MonitoredItemCreateResult>;
+extern template class UaProtocolArray<OpcUa_EventFieldList>;
 /// OpcUa_StatusCode and OpcUa_UInt32 are one C++ type, so this instance serves both arrays below.
 extern template class UaProtocolArray<OpcUa_UInt32>;
 
@@ -55,5 +58,8 @@ using UaDiagnosticInfos = UaProtocolArray<OpcUa_DiagnosticInfo>;
 using UaReferenceDescriptions = UaProtocolArray<OpcUa_ReferenceDescription>;
 using UaApplicationDescriptions = UaProtocolArray<OpcUa_ApplicationDescription>;
 using UaEndpointDescriptions = UaProtocolArray<OpcUa_EndpointDescription>;
+using UaMonitoredItemCreateRequests = UaProtocolArray<OpcUa_MonitoredItemCreateRequest>;
+using UaMonitoredItemCreateResults = UaProtocolArray<OpcUa_MonitoredItemCreateResult>;
+using UaEventFieldLists = UaProtocolArray<OpcUa_EventFieldList>;
 using UaStatusCodeArray = UaProtocolArray<OpcUa_StatusCode>;
 using UaUInt32Array = UaProtocolArray<OpcUa_UInt32>;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "uabase/arrays.h"
+#include "uabase/notifications.h"
+#include "uabase/status.h"
 #include "uaclient/client.h"
 #include "uastack/export.h"
 
@@ -14,10 +17,18 @@ public:
     virtual void connectionStatusChanged(unsigned int clientConnectionId, UaClient::ServerStatus status);
 };
 
-/// Receives what a subscription delivers, on the same thread.
+/// Receives what a subscription delivers, on the same thread. After deleteSubscription() no further call
+/// begins; one that is running then is not waited for.
 class UASDK_EXPORT UaSubscriptionCallback {
 public:
     virtual ~UaSubscriptionCallback();
+    /// The server ended the subscription: no data comes any more.
+    virtual void subscriptionStatusChanged(unsigned int clientSubscriptionHandle, const UaStatus& status);
+    /// All notifications of a publish response come in one call, in the server's order.
+    virtual void dataChange(unsigned int clientSubscriptionHandle,
+                            const UaMonitoredItemNotifications& notifications,
+                            const UaDiagnosticInfos& diagnostics);
+    virtual void newEvents(unsigned int clientSubscriptionHandle, UaEventFieldLists& events);
 };
 
 } // namespace UaClientSdk

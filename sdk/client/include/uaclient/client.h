@@ -15,8 +15,9 @@ public:
         ConnectionLost = 3,
         /// The server announced that it is going down.
         ServerShutdown = 4,
-        /// The engine replaced the session; subscriptions of the old one are gone.
-        SessionReplaced = 5
+        /// The session works, but the server ended its subscription or fell silent on it: until another one
+        /// is created, or it speaks again, no data comes.
+        SubscriptionLost = 5
     };
 };
 

@@ -11,6 +11,7 @@
 #include "uaclient/security_info.h"
 #include "uaclient/service_settings.h"
 #include "uaclient/session_connect_info.h"
+#include "uaclient/subscription.h"
 #include "uastack/export.h"
 
 namespace UaClientSdk {
@@ -24,8 +25,6 @@ struct BrowseContext {
     OpcUa_UInt32 resultMask = 0x3F;
     OpcUa_UInt32 maxReferencesToReturn = 0;
 };
-
-class UaSubscription;
 
 /// One session on one server.
 ///
@@ -66,8 +65,19 @@ public:
     UaStatus browseNext(ServiceSettings& settings, bool releaseContinuationPoint,
                         UaByteString& continuationPoint, UaReferenceDescriptions& references);
 
-private:
+    /// OPC UA Part 4, 5.14.2. On success `*subscription` is one that the session owns. `callback` may be null
+    /// and must outlive the session.
+    UaStatus createSubscription(ServiceSettings& settings, UaSubscriptionCallback* callback,
+                                unsigned int clientSubscriptionHandle, SubscriptionSettings& parameters,
+                                unsigned char publishingEnabled, UaSubscription** subscription);
+    /// OPC UA Part 4, 5.14.8. Frees the subscription and sets `*subscription` to null whatever the server
+    /// answers. Does not wait for a callback that is running, so it may be called while that one waits for a
+    /// lock of the caller. `wait` is not used: nothing here has to settle.
+    UaStatus deleteSubscription(ServiceSettings& settings, UaSubscription** subscription, unsigned int wait);
+
     class Impl;
+
+private:
     std::unique_ptr<Impl> m_impl;
 };
 

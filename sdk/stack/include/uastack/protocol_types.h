@@ -35,6 +35,11 @@ using OpcUa_WriteValue = UA_WriteValue;
 using OpcUa_ReferenceDescription = UA_ReferenceDescription;
 using OpcUa_ApplicationDescription = UA_ApplicationDescription;
 using OpcUa_EndpointDescription = UA_EndpointDescription;
+using OpcUa_MonitoredItemCreateRequest = UA_MonitoredItemCreateRequest;
+using OpcUa_MonitoredItemCreateResult = UA_MonitoredItemCreateResult;
+using OpcUa_MonitoredItemNotification = UA_MonitoredItemNotification;
+using OpcUa_MonitoringMode = UA_MonitoringMode;
+using OpcUa_EventFieldList = UA_EventFieldList;
 using OpcUa_MessageSecurityMode = UA_MessageSecurityMode;
 using OpcUa_BrowseDirection = UA_BrowseDirection;
 using OpcUa_TimestampsToReturn = UA_TimestampsToReturn;
@@ -68,6 +73,9 @@ constexpr OpcUa_MessageSecurityMode OpcUa_MessageSecurityMode_None = UA_MESSAGES
 constexpr OpcUa_MessageSecurityMode OpcUa_MessageSecurityMode_Sign = UA_MESSAGESECURITYMODE_SIGN;
 constexpr OpcUa_MessageSecurityMode OpcUa_MessageSecurityMode_SignAndEncrypt =
     UA_MESSAGESECURITYMODE_SIGNANDENCRYPT;
+
+/// OPC UA Part 4, 7.23.
+constexpr OpcUa_MonitoringMode OpcUa_MonitoringMode_Reporting = UA_MONITORINGMODE_REPORTING;
 
 /// OPC UA Part 4, 5.9.2.
 constexpr OpcUa_BrowseDirection OpcUa_BrowseDirection_Forward = UA_BROWSEDIRECTION_FORWARD;
