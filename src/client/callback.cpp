@@ -21,7 +21,7 @@ void CCallback::installOpcUaCallBack(void* callback) {
 void CCallback::connectionStatusChanged(unsigned int, UaClient::ServerStatus status) {
     const MutexLock lock(m_statusMutex);
     const auto value = static_cast<unsigned int>(status);
-    if (value <= UaClient::SessionReplaced) {
+    if (value <= UaClient::SubscriptionLost) {
         m_connectionStatus = static_cast<int>(value);
     }
 }
