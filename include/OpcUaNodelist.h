@@ -18,7 +18,7 @@ public:
     /// Both pointers are null.
     COpcUaNodelist();
     /// Frees no node: call deleteMemory() first.
-    ~COpcUaNodelist();
+    ~COpcUaNodelist(); // NOLINT(performance-trivially-destructible): exported
 
     /// Appends `node` behind the last sibling of `first`. `node->next` stays as it is: null, or more
     /// siblings. Neither pointer may be null.

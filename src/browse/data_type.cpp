@@ -28,6 +28,7 @@ void setShape(const UaVariant& value, _ArrayType& shape) {
 
 } // namespace
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is part of the binary interface
 bool COpcUaClient::ReadDataType(UaNodeId id, _OpcUaDataType& type, _ArrayType& shape) {
     const auto current = session();
     if (!current) {

@@ -5,23 +5,23 @@
 using UaClientSdk::UaClient;
 
 CCallback::CCallback()
-    : m_connectionStatus(UaClient::Disconnected), m_statusMutex(), m_bookkeepingMutex(),
-      m_applicationCallback(nullptr), m_owningClient(nullptr) {}
+    : connectionStatus(UaClient::Disconnected), statusMutex(), bookkeepingMutex(),
+      applicationCallback(nullptr), owningClient(nullptr) {}
 
 CCallback::~CCallback() = default;
 
 void CCallback::installClient(void* client) {
-    m_owningClient = client;
+    owningClient = client;
 }
 
 void CCallback::installOpcUaCallBack(void* callback) {
-    m_applicationCallback = callback;
+    applicationCallback = callback;
 }
 
 void CCallback::connectionStatusChanged(unsigned int, UaClient::ServerStatus status) {
-    const MutexLock lock(m_statusMutex);
+    const MutexLock lock(statusMutex);
     const auto value = static_cast<unsigned int>(status);
     if (value <= UaClient::SubscriptionLost) {
-        m_connectionStatus = static_cast<int>(value);
+        connectionStatus = static_cast<int>(value);
     }
 }

@@ -28,10 +28,10 @@ public:
     /// Drops the records of all monitored items with the node copies they own.
     OPCUACLIENT_LOCAL void forgetMonitoredItems();
 
-    int m_connectionStatus;                                  ///< last status reported, 0 before the first
-    pthread_mutex_t m_statusMutex;                           ///< guards m_connectionStatus
-    pthread_mutex_t m_bookkeepingMutex;                      ///< guards m_monitoredItems
-    std::map<unsigned long, _monitItemMsg> m_monitoredItems; ///< by client handle
-    void* m_applicationCallback; ///< COpcUaClientInterface::OpcUaCallBack, the application's own
-    void* m_owningClient;
+    int connectionStatus;                                  ///< last status reported, 0 before the first
+    pthread_mutex_t statusMutex;                           ///< guards connectionStatus
+    pthread_mutex_t bookkeepingMutex;                      ///< guards monitoredItems
+    std::map<unsigned long, _monitItemMsg> monitoredItems; ///< key: client handle - 1
+    void* applicationCallback; ///< COpcUaClientInterface::OpcUaCallBack, the application's own
+    void* owningClient;
 };

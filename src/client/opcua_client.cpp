@@ -18,8 +18,8 @@ COpcUaClient::COpcUaClient()
         m_nodeList = std::make_unique<COpcUaNodelist>();
         m_lookup = std::make_unique<NodeLookup>(*m_nodeList);
         m_callback = std::make_unique<CCallback>();
-        pthread_mutex_init(&m_callback->m_statusMutex, nullptr);
-        pthread_mutex_init(&m_callback->m_bookkeepingMutex, nullptr);
+        pthread_mutex_init(&m_callback->statusMutex, nullptr);
+        pthread_mutex_init(&m_callback->bookkeepingMutex, nullptr);
         m_configuration = std::make_unique<Configuration>();
         pthread_mutex_init(&m_mutex, nullptr);
     } catch (...) {
@@ -43,8 +43,8 @@ COpcUaClient::~COpcUaClient() {
     m_nodeList->deleteMemory(&m_nodeList->lookupHead);
     m_nodeList.reset();
 
-    pthread_mutex_destroy(&m_callback->m_statusMutex);
-    pthread_mutex_destroy(&m_callback->m_bookkeepingMutex);
+    pthread_mutex_destroy(&m_callback->statusMutex);
+    pthread_mutex_destroy(&m_callback->bookkeepingMutex);
     m_callback.reset();
 
     m_configuration.reset();
@@ -73,8 +73,8 @@ int COpcUaClient::OpcUaGetConnectStatus() {
     if (!m_callback) {
         return 0;
     }
-    const MutexLock lock(m_callback->m_statusMutex);
-    return m_callback->m_connectionStatus;
+    const MutexLock lock(m_callback->statusMutex);
+    return m_callback->connectionStatus;
 }
 
 char* COpcUaClient::GetErrorMsg(char* buffer, int size) {

@@ -5,10 +5,10 @@
 // Without subscriptions nothing can be monitored: every operation finds no connection that it could use.
 
 void CCallback::forgetMonitoredItems() {
-    for (auto& item : m_monitoredItems) {
+    for (auto& item : monitoredItems) {
         delete item.second.node;
     }
-    m_monitoredItems.clear();
+    monitoredItems.clear();
 }
 
 int COpcUaClient::OpcUaCreateSubScription(double) {
