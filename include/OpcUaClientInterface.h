@@ -306,13 +306,17 @@ public:
     ///         for a longer text, which no record could hold; reading or writing null gives 29.
     OpcUaNode* OpcUaGetUaNode(const char* nodeId, _OpcUaDataType dataType);
 
-    /// State of the connection as last reported: 0 disconnected, or never connected; 1 connected; 2 the
-    /// server has not answered the watchdog's probe (sent every 5 s, awaited 5 s); 3 the connection was
-    /// closed or lost; 4 the server announced its shutdown; 5 the session was replaced. In states above 1
-    /// connect again.
+    /// State of the connection as last reported:
     ///
-    /// Reads 1 when OpcUaConnect() has succeeded and 0 after OpcUaDisConnect(). May be polled on any
-    /// thread.
+    ///     0    not connected
+    ///     1    connected
+    ///     2    the server has not answered the watchdog's probe (sent every 5 s, awaited 5 s)
+    ///     3    the connection was closed or lost
+    ///     4    the server announced its shutdown
+    ///     5    connected, but the server ended the subscription or fell silent on it
+    ///
+    /// Reads 1 when OpcUaConnect() has succeeded and 0 after OpcUaDisConnect(). With 2, 3 or 4 the session is
+    /// gone: connect again. May be polled on any thread.
     int OpcUaGetConnectStatus();
 
     /// Copies the message of the last failure; empty before the first.
