@@ -1,5 +1,6 @@
 #include "engine_client.h"
 
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -58,6 +59,12 @@ UaStatus parseUrl(const UaString& url, HostAndPort& result) {
 void boundUnacknowledgedData(int socket) {
     const unsigned int milliseconds = ServiceSettings::defaultCallTimeout;
     setsockopt(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, &milliseconds, sizeof milliseconds);
+}
+
+/// The engine's sockets would go on to every program that the application starts, and hold the connection
+/// open there.
+void closeOnExec(int socket) {
+    fcntl(socket, F_SETFD, FD_CLOEXEC);
 }
 
 } // namespace
@@ -300,6 +307,7 @@ void EngineClient::networkEvent(UA_ConnectionManager* manager, uintptr_t connect
         self->m_socket = socket;
         self->m_established = false;
         boundUnacknowledgedData(socket);
+        closeOnExec(socket);
         if (self->m_socketHandler) {
             self->m_socketHandler(socket);
         }
