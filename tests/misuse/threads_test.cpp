@@ -1,0 +1,135 @@
+// One client, many threads: reads, status queries and several clients at once are allowed.
+#include "operations.h"
+#include "support/server_process.h"
+
+#include <atomic>
+#include <gmock/gmock.h>
+#include <memory>
+#include <thread>
+
+using namespace test_support;
+
+namespace {
+
+constexpr int threadCount = 4;
+constexpr int callsPerThread = 100;
+
+template <class Work>
+void onThreads(const Work& work) {
+    std::vector<std::thread> threads;
+    for (int number = 0; number < threadCount; ++number) {
+        threads.emplace_back(work, number);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+bool readsServiceLevel(COpcUaClientInterface& client) {
+    OpcUaNode node = serviceLevelNode();
+    unsigned char level = 0;
+    int size = 0;
+    return client.OpcUaGetValue(&node, &level, size) == 0 && size == 1 && level == 255;
+}
+
+TEST(Threads, ReadThroughOneClient) {
+    PlantServer server;
+    COpcUaClientInterface client;
+    _OpcUaClientConfig config = connectionTo(server.url());
+    ASSERT_EQ(client.OpcUaConnect(config), 0);
+    std::atomic<int> good = 0;
+    onThreads([&](int) {
+        for (int call = 0; call < callsPerThread; ++call) {
+            good += readsServiceLevel(client) ? 1 : 0;
+        }
+    });
+    EXPECT_EQ(good, threadCount * callsPerThread);
+}
+
+TEST(Threads, AskForTheStatusWhileAnotherConnectsAndDisconnects) {
+    PlantServer server;
+    COpcUaClientInterface client;
+    _OpcUaClientConfig config = connectionTo(server.url());
+    std::atomic<bool> done = false;
+    std::atomic<int> outOfRange = 0;
+    std::thread watcher([&] {
+        while (!done) {
+            const int status = client.OpcUaGetConnectStatus();
+            outOfRange += status < 0 || status > 5 ? 1 : 0;
+        }
+    });
+    for (int cycle = 0; cycle < 5; ++cycle) {
+        EXPECT_EQ(client.OpcUaConnect(config), 0);
+        EXPECT_EQ(client.OpcUaGetConnectStatus(), 1);
+        EXPECT_EQ(client.OpcUaDisConnect(), 0);
+        EXPECT_EQ(client.OpcUaGetConnectStatus(), 0);
+    }
+    done = true;
+    watcher.join();
+    EXPECT_EQ(outOfRange, 0);
+}
+
+TEST(Threads, HaveAClientEach) {
+    PlantServer server;
+    std::atomic<int> good = 0;
+    onThreads([&](int) {
+        COpcUaClientInterface client;
+        _OpcUaClientConfig config = connectionTo(server.url());
+        if (client.OpcUaConnect(config) != 0) {
+            return;
+        }
+        for (int call = 0; call < callsPerThread; ++call) {
+            good += readsServiceLevel(client) ? 1 : 0;
+        }
+        good += client.OpcUaDisConnect() == 0 ? 1 : 0;
+    });
+    EXPECT_EQ(good, threadCount * (callsPerThread + 1));
+}
+
+TEST(Threads, DiscoverWhileAnotherReads) {
+    PlantServer server;
+    COpcUaClientInterface client;
+    _OpcUaClientConfig config = connectionTo(server.url());
+    ASSERT_EQ(client.OpcUaConnect(config), 0);
+    std::atomic<int> good = 0;
+    onThreads([&](int number) {
+        if (number == 0) {
+            std::string url = server.url();
+            const auto servers = std::make_unique<_OpcUa_ServerConfigMsg>();
+            good += client.OpcUaDiscover(url.data(), *servers) == 0 ? callsPerThread : 0;
+            return;
+        }
+        for (int call = 0; call < callsPerThread; ++call) {
+            good += readsServiceLevel(client) ? 1 : 0;
+        }
+    });
+    EXPECT_EQ(good, threadCount * callsPerThread);
+}
+
+TEST(Threads, ServerDiesWhileManyRead) {
+    PlantServer server;
+    COpcUaClientInterface client;
+    _OpcUaClientConfig config = connectionTo(server.url());
+    ASSERT_EQ(client.OpcUaConnect(config), 0);
+    std::atomic<int> reading = 0;
+    std::atomic<int> ended = 0;
+    std::thread killer([&] {
+        while (reading < threadCount) {
+            std::this_thread::yield();
+        }
+        ::kill(server.pid(), SIGKILL);
+    });
+    onThreads([&](int) {
+        bool counted = false;
+        while (readsServiceLevel(client)) {
+            reading += counted ? 0 : 1;
+            counted = true;
+        }
+        ++ended;
+    });
+    killer.join();
+    EXPECT_EQ(ended, threadCount);
+    EXPECT_EQ(client.OpcUaDisConnect(), 0);
+}
+
+} // namespace
