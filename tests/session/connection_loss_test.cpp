@@ -2,6 +2,7 @@
 
 #include <csignal>
 
+#include <atomic>
 #include <future>
 
 #include "session_fixture.h"
@@ -122,6 +123,28 @@ TEST_F(ConnectionLossTest, ConnectsToTheNextServerAfterALoss) {
     ASSERT_TRUE(disconnect().isGood());
     ASSERT_TRUE(connect(proxy.url()).isGood());
     EXPECT_TRUE(readServerState().isGood());
+}
+
+TEST_F(ConnectionLossTest, ADisconnectEndsTheCallsOfOtherThreads) {
+    for (int round = 0; round < 20; ++round) {
+        ASSERT_TRUE(connect().isGood());
+        std::atomic<int> calls{0};
+        std::vector<std::thread> readers;
+        for (int t = 0; t < 3; ++t) {
+            readers.emplace_back([this, &calls] {
+                while (readServerState().isGood()) {
+                    ++calls;
+                }
+            });
+        }
+        while (calls < 50) {
+            std::this_thread::yield();
+        }
+        EXPECT_TRUE(disconnect().isGood());
+        for (std::thread& reader : readers) {
+            reader.join();
+        }
+    }
 }
 
 /// Ends its session from inside the report.

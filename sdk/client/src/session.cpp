@@ -51,9 +51,10 @@ CallbackThread::Task statusTask(UaSessionCallback* callback, UaClient::ServerSta
 
 UaStatus UaSession::Impl::connect(const UaString& url, const SessionConnectInfo& info,
                                   const SessionSecurityInfo& security, UaSessionCallback* callback) {
-    if (m_engine != nullptr) {
+    if (m_open) {
         return UA_STATUSCODE_BADINVALIDSTATE;
     }
+    releaseConnection();
     const Deadline deadline(info.connectTimeout > 0 ? info.connectTimeout
                                                     : SessionConnectInfo::defaultConnectTimeout);
     UaStatus status;
@@ -81,6 +82,7 @@ UaStatus UaSession::Impl::connect(const UaString& url, const SessionConnectInfo&
     m_engine->setStateHandler([this](bool usable, UaStatus reason) { stateChanged(usable, reason); });
     m_engine->setSocketHandler([this](int socket) { m_network->watch(socket); });
     startWatchdog(info);
+    m_open = true;
     m_connected = true;
     report(UaClient::Connected);
     m_callbacks->flush();
@@ -90,7 +92,7 @@ UaStatus UaSession::Impl::connect(const UaString& url, const SessionConnectInfo&
 }
 
 UaStatus UaSession::Impl::disconnect(const ServiceSettings& settings, bool deleteSubscriptions) {
-    if (m_engine == nullptr) {
+    if (!m_open.exchange(false)) {
         return UA_STATUSCODE_BADSERVERNOTCONNECTED;
     }
     m_network->stop();
@@ -104,13 +106,18 @@ UaStatus UaSession::Impl::disconnect(const ServiceSettings& settings, bool delet
         m_engine->close(deleteSubscriptions, timeoutOf(settings));
     }
     m_callbacks->stop(statusTask(m_callback, UaClient::Disconnected));
-    m_callbacks.reset();
-    m_network.reset();
-    m_engine.reset(); // the engine tells its subscriptions that they end
-    m_subscriptions.clear();
-    m_undeleted.clear();
     UaTrace::write(UaTrace::LifeCycle, "session", "disconnected");
     return UA_STATUSCODE_GOOD;
+}
+
+/// Other threads may still be on their way out of a call when a disconnect is done, so what they use stays
+/// until the session goes or connects anew.
+void UaSession::Impl::releaseConnection() {
+    m_engine.reset(); // first: the engine tells its subscriptions that they end
+    m_subscriptions.clear();
+    m_undeleted.clear();
+    m_network.reset();
+    m_callbacks.reset();
 }
 
 void UaSession::Impl::report(UaClient::ServerStatus status) {

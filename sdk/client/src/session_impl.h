@@ -32,7 +32,10 @@ void take(Element*& elements, size_t& count, UaProtocolArray<Element>& target) {
 
 class UaSession::Impl {
 public:
-    ~Impl() { disconnect(ServiceSettings(), true); }
+    ~Impl() {
+        disconnect(ServiceSettings(), true);
+        releaseConnection();
+    }
 
     UaStatus connect(const UaString& url, const SessionConnectInfo& info, const SessionSecurityInfo& security,
                      UaSessionCallback* callback);
@@ -65,11 +68,13 @@ private:
     void probeAnswered(const UA_ReadResponse& response);
     void stateChanged(bool usable, UaStatus reason);
     void handOverNotifications();
+    void releaseConnection();
 
     UaSessionCallback* m_callback = nullptr;
     std::unique_ptr<EngineClient> m_engine;
     std::unique_ptr<NetworkThread> m_network;
     std::unique_ptr<CallbackThread> m_callbacks;
+    std::atomic<bool> m_open{false}; ///< connected, or lost and not yet disconnected
     std::atomic<bool> m_connected{false};
 
     // Used inside the loop only.
