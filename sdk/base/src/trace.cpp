@@ -159,13 +159,13 @@ bool UaTrace::enabled(TraceLevel level) {
 void UaTrace::write(TraceLevel level, const char* area, const char* format, ...) {
     if (!enabled(level))
         return;
-    char text[textLimit + 1];
+    char text[textLimit + 1]; // longer ones are cut by vsnprintf
     va_list arguments;
     va_start(arguments, format);
     const int length = std::vsnprintf(text, sizeof(text), format, arguments);
     va_end(arguments);
     if (length >= 0)
-        writeEntry(levelName(level), area, std::string_view(text, std::min<std::size_t>(length, textLimit)));
+        writeEntry(levelName(level), area, text);
 }
 
 void UaTrace::writeStack(const char* severity, const char* area, const char* text) {

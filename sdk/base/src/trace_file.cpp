@@ -82,13 +82,20 @@ void TraceFile::countEntries() {
 
 void TraceFile::rotate() {
     close();
-    for (unsigned int number = m_backups; number > 0; --number) {
-        const std::string older = m_name + '.' + std::to_string(number);
-        const std::string newer = number > 1 ? m_name + '.' + std::to_string(number - 1) : m_name;
-        static_cast<void>(std::rename(newer.c_str(), older.c_str()));
+    if (m_backups > 0) {
+        unsigned int last = 1;
+        while (last < m_backups && ::access(backupName(last).c_str(), F_OK) == 0)
+            ++last;
+        for (unsigned int number = last; number > 1; --number)
+            static_cast<void>(std::rename(backupName(number - 1).c_str(), backupName(number).c_str()));
+        static_cast<void>(std::rename(m_name.c_str(), backupName(1).c_str()));
     }
     // Also where the file could not be renamed: the trace never grows without bound.
     open(O_TRUNC);
     m_entries = 0;
     m_lineIsCut = false;
+}
+
+std::string TraceFile::backupName(unsigned int number) const {
+    return m_name + '.' + std::to_string(number);
 }

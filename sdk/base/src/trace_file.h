@@ -25,6 +25,7 @@ private:
     void close();
     void countEntries();
     void rotate();
+    std::string backupName(unsigned int number) const;
 
     std::string m_name;
     unsigned int m_maxEntries;

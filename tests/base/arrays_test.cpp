@@ -1,0 +1,106 @@
+#include "uabase/arrays.h"
+
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+
+#include <gtest/gtest.h>
+#include <open62541/types_generated_handling.h>
+
+namespace {
+
+static_assert(!std::is_copy_constructible_v<UaUInt32Array> && !std::is_copy_assignable_v<UaUInt32Array>);
+static_assert(std::is_nothrow_move_constructible_v<UaUInt32Array>);
+
+UaReferenceDescriptions twoReferences() {
+    UaReferenceDescriptions references;
+    references.create(2);
+    references[0].browseName.name = UA_String_fromChars("first");
+    references[1].browseName.name = UA_String_fromChars("second");
+    return references;
+}
+
+TEST(ProtocolArray, StartsEmpty) {
+    const UaDataValues values;
+    EXPECT_EQ(values.length(), 0U);
+    EXPECT_EQ(values.rawData(), nullptr);
+    EXPECT_EQ(values.begin(), values.end());
+}
+
+TEST(ProtocolArray, CreateZeroesTheElements) {
+    UaReadValueIds ids;
+    ids.create(3);
+    ASSERT_EQ(ids.length(), 3U);
+    for (const OpcUa_ReadValueId& id : ids) {
+        EXPECT_EQ(id.attributeId, 0U);
+        EXPECT_EQ(id.indexRange.data, nullptr);
+    }
+}
+
+TEST(ProtocolArray, CreateReplacesWhatWasThere) {
+    UaReferenceDescriptions references = twoReferences();
+    references.create(1);
+    ASSERT_EQ(references.length(), 1U);
+    EXPECT_EQ(references[0].browseName.name.data, nullptr);
+    references.create(0);
+    EXPECT_EQ(references.length(), 0U);
+    EXPECT_EQ(references.rawData(), nullptr);
+}
+
+TEST(ProtocolArray, MovingLeavesTheSourceEmpty) {
+    UaReferenceDescriptions source = twoReferences();
+    const OpcUa_ReferenceDescription* const elements = source.rawData();
+    UaReferenceDescriptions target(std::move(source));
+    EXPECT_EQ(target.rawData(), elements);
+    EXPECT_EQ(source.length(), 0U);
+
+    UaReferenceDescriptions assigned = twoReferences();
+    assigned = std::move(target);
+    EXPECT_EQ(assigned.rawData(), elements);
+    EXPECT_EQ(assigned.length(), 2U);
+    EXPECT_EQ(target.length(), 0U);
+}
+
+TEST(ProtocolArray, MovingOntoItselfKeepsTheElements) {
+    UaReferenceDescriptions references = twoReferences();
+    UaReferenceDescriptions& alias = references;
+    references = std::move(alias);
+    EXPECT_EQ(references.length(), 2U);
+}
+
+TEST(ProtocolArray, DetachGivesTheElementsAway) {
+    UaReferenceDescriptions references = twoReferences();
+    OpcUa_ReferenceDescription* const elements = references.detach();
+    EXPECT_EQ(references.length(), 0U);
+    EXPECT_EQ(references.rawData(), nullptr);
+    UA_Array_delete(elements, 2, &UA_TYPES[UA_TYPES_REFERENCEDESCRIPTION]);
+}
+
+TEST(ProtocolArray, AttachTakesTheElementsOver) {
+    auto* const elements = static_cast<OpcUa_UInt32*>(UA_Array_new(4, &UA_TYPES[UA_TYPES_UINT32]));
+    elements[3] = 7;
+    UaStatusCodeArray array;
+    array.create(2);
+    array.attach(4, elements);
+    EXPECT_EQ(array.rawData(), elements);
+    ASSERT_EQ(array.length(), 4U);
+    EXPECT_EQ(array[3], 7U);
+}
+
+TEST(ProtocolArray, AttachOfAnEmptyArrayKeepsNoPointer) {
+    UaUInt32Array array;
+    array.attach(0, static_cast<OpcUa_UInt32*>(UA_EMPTY_ARRAY_SENTINEL));
+    EXPECT_EQ(array.length(), 0U);
+    EXPECT_EQ(array.rawData(), nullptr);
+    array.attach(0, static_cast<OpcUa_UInt32*>(UA_Array_new(1, &UA_TYPES[UA_TYPES_UINT32])));
+    EXPECT_EQ(array.rawData(), nullptr);
+}
+
+TEST(ProtocolArray, CreateOfTooManyElementsThrowsAndKeepsTheContent) {
+    UaEndpointDescriptions endpoints;
+    endpoints.create(1);
+    EXPECT_THROW(endpoints.create(UINT32_MAX), std::bad_alloc);
+    EXPECT_EQ(endpoints.length(), 1U);
+}
+
+} // namespace

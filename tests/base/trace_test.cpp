@@ -1,0 +1,352 @@
+#include "uabase/trace.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "support/temporary_directory.h"
+#include "uabase/platform_layer.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr unsigned int stackErrors = 0x20;
+constexpr unsigned int stackWarnings = 0x10;
+
+std::vector<std::string> linesOf(const fs::path& file) {
+    std::ifstream stream(file);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+class Trace : public testing::Test {
+protected:
+    ~Trace() override {
+        UaTrace::closeTrace();
+        UaTrace::setTraceActive(true);
+        LibT::setStackTraceActive(true);
+    }
+
+    /// At levels below LifeCycle the file has no opening entry.
+    int open(UaTrace::TraceLevel level, unsigned int maxEntries = 50000, unsigned int backups = 10) const {
+        return UaTrace::initTrace(level, maxEntries, backups, UaString(m_file.c_str()), "Application");
+    }
+    fs::path backup(unsigned int number) const { return m_file.string() + "." + std::to_string(number); }
+    std::vector<std::string> lines() const { return linesOf(m_file); }
+
+    static void writeNumbers(int first, int last) {
+        for (int number = first; number <= last; ++number)
+            UaTrace::write(UaTrace::Errors, "area", "number %d", number);
+    }
+
+    test_support::TemporaryDirectory m_directory;
+    fs::path m_file = m_directory.path() / "client.log";
+};
+
+TEST_F(Trace, AnEntryIsOneLineWithTimeThreadLevelAndArea) {
+    ASSERT_EQ(open(UaTrace::Warnings), 0);
+    UaTrace::write(UaTrace::Errors, "Connect", "refused by %s:%d", "host", 4840);
+    UaTrace::write(UaTrace::Warnings, "Read", "late");
+    ASSERT_THAT(lines(), SizeIs(2));
+    const std::regex form(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z \[\d+\] (\w+ \w+ \| .*))");
+    std::smatch match;
+    const std::string first = lines()[0];
+    ASSERT_TRUE(std::regex_match(first, match, form)) << first;
+    EXPECT_EQ(match[1], "ERROR Connect | refused by host:4840");
+    EXPECT_THAT(lines()[0], HasSubstr("[" + std::to_string(::gettid()) + "]"));
+    EXPECT_THAT(lines()[1], EndsWith("] WARNING Read | late"));
+}
+
+TEST_F(Trace, TheTimeIsUtcWhateverTheZone) {
+    ::setenv("TZ", "XYZ-11:30", 1);
+    ::tzset();
+    ASSERT_EQ(open(UaTrace::Errors), 0);
+    const std::time_t before = std::time(nullptr);
+    UaTrace::write(UaTrace::Errors, "area", "now");
+    const std::time_t after = std::time(nullptr);
+    std::tm time = {};
+    ASSERT_NE(::strptime(lines().at(0).c_str(), "%Y-%m-%dT%H:%M:%S", &time), nullptr);
+    const std::time_t written = ::timegm(&time);
+    EXPECT_GE(written, before);
+    EXPECT_LE(written, after);
+    ::unsetenv("TZ");
+    ::tzset();
+}
+
+TEST_F(Trace, ALevelShowsThoseBelowIt) {
+    ASSERT_EQ(open(UaTrace::Warnings), 0);
+    EXPECT_TRUE(UaTrace::enabled(UaTrace::Errors));
+    EXPECT_TRUE(UaTrace::enabled(UaTrace::Warnings));
+    EXPECT_FALSE(UaTrace::enabled(UaTrace::LifeCycle));
+    EXPECT_FALSE(UaTrace::enabled(UaTrace::Off));
+    UaTrace::write(UaTrace::LifeCycle, "area", "hidden");
+    UaTrace::write(UaTrace::Off, "area", "hidden");
+    EXPECT_THAT(lines(), IsEmpty());
+}
+
+TEST_F(Trace, FromLifeCycleOnTheOpeningIsTold) {
+    ASSERT_EQ(open(UaTrace::Everything), 0);
+    ASSERT_THAT(lines(), SizeIs(1));
+    EXPECT_THAT(lines()[0],
+                HasSubstr("LIFECYCLE Trace | Application, process " + std::to_string(::getpid())));
+}
+
+TEST_F(Trace, LevelOffWritesNothing) {
+    ASSERT_EQ(open(UaTrace::Off), 0);
+    UaTrace::write(UaTrace::Errors, "area", "hidden");
+    EXPECT_THAT(lines(), IsEmpty());
+    EXPECT_TRUE(fs::exists(m_file));
+}
+
+TEST_F(Trace, NothingIsEnabledWithoutAFile) {
+    EXPECT_FALSE(UaTrace::enabled(UaTrace::Errors));
+    UaPlatformLayer::changeTraceSettings(1, 0xFFFFFFFF);
+    EXPECT_FALSE(UaTrace::stackEnabled(stackErrors));
+    UaTrace::write(UaTrace::Errors, "area", "nowhere");
+    UaTrace::writeStack("ERROR", "area", "nowhere");
+}
+
+TEST_F(Trace, CanBeSwitchedOffAndOn) {
+    ASSERT_EQ(open(UaTrace::Errors), 0);
+    LibT::setTraceActive(false);
+    EXPECT_FALSE(UaTrace::enabled(UaTrace::Errors));
+    writeNumbers(1, 1);
+    LibT::setTraceActive(true);
+    writeNumbers(2, 2);
+    EXPECT_THAT(lines(), ElementsAre(EndsWith("number 2")));
+}
+
+TEST_F(Trace, ControlCharactersDoNotBreakTheLine) {
+    ASSERT_EQ(open(UaTrace::Errors), 0);
+    UaTrace::write(UaTrace::Errors, "a\nb", "%s", "1\r\n2\t3\x1B[31m4\x7F 5\xC2\x9B 6 é 温度");
+    UaPlatformLayer::changeTraceSettings(1, stackErrors);
+    UaTrace::writeStack("ERR\nOR", "x", "y\nz");
+    EXPECT_THAT(lines(),
+                ElementsAre(EndsWith("ERROR a b | 1  2 3 [31m4  5   6 é 温度"), EndsWith("ERR OR x | y z")));
+}
+
+TEST_F(Trace, ALongTextIsCut) {
+    ASSERT_EQ(open(UaTrace::Errors), 0);
+    UaTrace::write(UaTrace::Errors, "area", "%s", std::string(1 << 20, 'x').c_str());
+    UaTrace::write(UaTrace::Errors, "area", "next");
+    ASSERT_THAT(lines(), SizeIs(2));
+    EXPECT_THAT(lines()[0], EndsWith("xxxx"));
+    EXPECT_LT(lines()[0].size(), 9000U);
+    EXPECT_THAT(lines()[1], EndsWith("next"));
+}
+
+TEST_F(Trace, NullTextsAreEmpty) {
+    ASSERT_EQ(open(UaTrace::Errors), 0);
+    UaPlatformLayer::changeTraceSettings(1, stackErrors);
+    UaTrace::writeStack(nullptr, nullptr, nullptr);
+    UaTrace::write(UaTrace::Errors, nullptr, "text");
+    EXPECT_THAT(lines(), SizeIs(2));
+}
+
+TEST_F(Trace, StackMessagesFollowTheMaskAndNotTheLevel) {
+    ASSERT_EQ(open(UaTrace::Off), 0);
+    EXPECT_FALSE(UaTrace::stackEnabled(stackErrors));
+    UaPlatformLayer::changeTraceSettings(1, stackErrors);
+    EXPECT_TRUE(UaTrace::stackEnabled(stackErrors));
+    EXPECT_FALSE(UaTrace::stackEnabled(stackWarnings));
+    UaTrace::writeStack("ERROR", "network", "reset by peer");
+    EXPECT_THAT(lines(), ElementsAre(EndsWith("ERROR network | reset by peer")));
+
+    UaPlatformLayer::changeTraceSettings(1, 0x01);
+    EXPECT_TRUE(UaTrace::stackEnabled(stackWarnings));
+    LibT::setStackTraceActive(false);
+    EXPECT_FALSE(UaTrace::stackEnabled(stackErrors));
+    LibT::setStackTraceActive(true);
+    EXPECT_TRUE(UaTrace::stackEnabled(stackErrors));
+    UaPlatformLayer::changeTraceSettings(0, 0xFFFFFFFF);
+    EXPECT_FALSE(UaTrace::stackEnabled(stackErrors));
+    UaTrace::writeStack("ERROR", "network", "hidden");
+    EXPECT_THAT(lines(), SizeIs(1));
+}
+
+TEST_F(Trace, AFullFileBecomesABackup) {
+    ASSERT_EQ(open(UaTrace::Errors, 3, 2), 0);
+    writeNumbers(1, 3);
+    EXPECT_FALSE(fs::exists(backup(1)));
+    writeNumbers(4, 4);
+    EXPECT_THAT(lines(), ElementsAre(EndsWith("number 4")));
+    EXPECT_THAT(linesOf(backup(1)),
+                ElementsAre(EndsWith("number 1"), EndsWith("number 2"), EndsWith("number 3")));
+    writeNumbers(5, 10);
+    EXPECT_THAT(lines(), ElementsAre(EndsWith("number 10")));
+    EXPECT_THAT(linesOf(backup(1)),
+                ElementsAre(EndsWith("number 7"), EndsWith("number 8"), EndsWith("number 9")));
+    EXPECT_THAT(linesOf(backup(2)),
+                ElementsAre(EndsWith("number 4"), EndsWith("number 5"), EndsWith("number 6")));
+    EXPECT_FALSE(fs::exists(backup(3)));
+}
+
+TEST_F(Trace, WithoutBackupsAFullFileStartsAnew) {
+    ASSERT_EQ(open(UaTrace::Errors, 2, 0), 0);
+    writeNumbers(1, 5);
+    EXPECT_THAT(lines(), ElementsAre(EndsWith("number 5")));
+    EXPECT_FALSE(fs::exists(backup(1)));
+}
+
+TEST_F(Trace, ALimitOfZeroEntriesKeepsTheLastOne) {
+    ASSERT_EQ(open(UaTrace::Errors, 0, 1), 0);
+    writeNumbers(1, 3);
+    EXPECT_THAT(lines(), ElementsAre(EndsWith("number 3")));
+    EXPECT_THAT(linesOf(backup(1)), ElementsAre(EndsWith("number 2")));
+}
+
+TEST_F(Trace, AnyNumberOfBackupsIsFine) {
+    ASSERT_EQ(open(UaTrace::Errors, 1, 0xFFFFFFFF), 0);
+    writeNumbers(1, 13);
+    EXPECT_THAT(linesOf(backup(12)), ElementsAre(EndsWith("number 1")));
+    EXPECT_FALSE(fs::exists(backup(13)));
+}
+
+TEST_F(Trace, EntriesOfAnExistingFileCount) {
+    ASSERT_EQ(open(UaTrace::Errors, 3, 1), 0);
+    writeNumbers(1, 2);
+    ASSERT_EQ(open(UaTrace::Errors, 3, 1), 0);
+    writeNumbers(3, 4);
+    EXPECT_THAT(linesOf(backup(1)), SizeIs(3));
+    EXPECT_THAT(lines(), ElementsAre(EndsWith("number 4")));
+}
+
+TEST_F(Trace, ALineThatWasCutOffIsNotContinued) {
+    std::ofstream(m_file) << "first\nsecond, cut o";
+    ASSERT_EQ(open(UaTrace::Errors, 3, 1), 0);
+    writeNumbers(1, 1);
+    EXPECT_THAT(lines(), ElementsAre("first", "second, cut o", EndsWith("number 1")));
+}
+
+TEST_F(Trace, AFileThatCannotBeWrittenIsNoFailure) {
+    EXPECT_EQ(UaTrace::initTrace(UaTrace::Everything, 10, 1, "/nonexistent/client.log", "Application"), -1);
+    EXPECT_FALSE(UaTrace::enabled(UaTrace::Errors));
+    writeNumbers(1, 3);
+    EXPECT_EQ(UaTrace::initTrace(UaTrace::Everything, 10, 1, "", "Application"), -1);
+    EXPECT_EQ(
+        UaTrace::initTrace(UaTrace::Everything, 10, 1, UaString(m_directory.path().c_str()), "Application"),
+        -1);
+    ASSERT_EQ(::mkfifo(m_file.c_str(), 0600), 0);
+    EXPECT_EQ(open(UaTrace::Everything), -1);
+}
+
+TEST_F(Trace, AFailedReplacementClosesTheOldFile) {
+    ASSERT_EQ(open(UaTrace::Errors), 0);
+    EXPECT_EQ(UaTrace::initTrace(UaTrace::Errors, 10, 1, "/nonexistent/client.log", "Application"), -1);
+    writeNumbers(1, 1);
+    EXPECT_THAT(lines(), IsEmpty());
+}
+
+TEST_F(Trace, ADirectoryThatVanishesIsNoFailure) {
+    const fs::path directory = m_directory.path() / "logs";
+    fs::create_directory(directory);
+    ASSERT_EQ(
+        UaTrace::initTrace(UaTrace::Errors, 2, 2, UaString((directory / "x.log").c_str()), "Application"), 0);
+    writeNumbers(1, 1);
+    fs::remove_all(directory);
+    writeNumbers(2, 5);
+    fs::create_directory(directory);
+    writeNumbers(6, 6);
+    EXPECT_THAT(linesOf(directory / "x.log"), ElementsAre(EndsWith("number 6")));
+}
+
+TEST_F(Trace, ReplacingTheTraceChangesFileAndLevel) {
+    ASSERT_EQ(open(UaTrace::Errors), 0);
+    const fs::path other = m_directory.path() / "other.log";
+    ASSERT_EQ(UaTrace::initTrace(UaTrace::Warnings, 10, 1, UaString(other.c_str()), "Application"), 0);
+    UaTrace::write(UaTrace::Warnings, "area", "there");
+    EXPECT_THAT(lines(), IsEmpty());
+    EXPECT_THAT(linesOf(other), ElementsAre(EndsWith("there")));
+}
+
+TEST_F(Trace, OnlyTheLastUserOfThePlatformClosesIt) {
+    UaPlatformLayer::init();
+    UaPlatformLayer::init();
+    ASSERT_EQ(open(UaTrace::Errors), 0);
+    UaTrace::closeTrace();
+    EXPECT_TRUE(UaTrace::enabled(UaTrace::Errors));
+    UaPlatformLayer::cleanup();
+    EXPECT_TRUE(UaTrace::enabled(UaTrace::Errors));
+    UaTrace::closeTrace();
+    EXPECT_FALSE(UaTrace::enabled(UaTrace::Errors));
+    UaPlatformLayer::cleanup();
+}
+
+TEST_F(Trace, TheLastCleanupClosesATraceThatWasForgotten) {
+    UaPlatformLayer::init();
+    ASSERT_EQ(open(UaTrace::Errors), 0);
+    UaPlatformLayer::cleanup();
+    EXPECT_FALSE(UaTrace::enabled(UaTrace::Errors));
+}
+
+TEST_F(Trace, AnExtraCleanupDoesNotMiscountTheUsers) {
+    UaPlatformLayer::cleanup();
+    EXPECT_EQ(UaPlatformLayer::init(), 0);
+    UaPlatformLayer::init();
+    ASSERT_EQ(open(UaTrace::Errors), 0);
+    UaTrace::closeTrace();
+    EXPECT_TRUE(UaTrace::enabled(UaTrace::Errors));
+    UaPlatformLayer::cleanup();
+    UaPlatformLayer::cleanup();
+}
+
+TEST_F(Trace, AKilledProcessLosesNoEntry) {
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        open(UaTrace::Debugging);
+        UaTrace::write(UaTrace::Debugging, "area", "last words");
+        ::kill(::getpid(), SIGKILL);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    EXPECT_THAT(lines(), testing::Contains(EndsWith("last words")));
+}
+
+/// A limit on the file's size stands for the full disk: the write that crosses it is cut, the next ones fail.
+TEST_F(Trace, AFullDiskLosesEntriesAndNothingElse) {
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        ::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit = {};
+        ::getrlimit(RLIMIT_FSIZE, &limit);
+        const rlimit full = {150, limit.rlim_max};
+        const bool opened = open(UaTrace::Errors) == 0;
+        ::setrlimit(RLIMIT_FSIZE, &full);
+        writeNumbers(1, 5);
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        writeNumbers(6, 7);
+        ::_exit(opened ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    const std::vector<std::string> written = lines();
+    ASSERT_THAT(written, SizeIs(testing::Ge(3U)));
+    EXPECT_THAT(written.front(), EndsWith("number 1"));
+    EXPECT_THAT(written[written.size() - 2], EndsWith("number 6"));
+    EXPECT_THAT(written.back(), EndsWith("number 7"));
+    EXPECT_THAT(written.back(), testing::MatchesRegex("^[0-9]{4}-.*"));
+}
+
+} // namespace
