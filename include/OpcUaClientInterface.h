@@ -315,8 +315,8 @@ public:
     ///     4    the server announced its shutdown
     ///     5    connected, but the server ended the subscription or fell silent on it
     ///
-    /// Reads 1 when OpcUaConnect() has succeeded and 0 after OpcUaDisConnect(). With 2 or 3 the session is gone:
-    /// connect again. May be polled on any thread.
+    /// Reads 1 when OpcUaConnect() has succeeded and 0 after OpcUaDisConnect(). With 2 or 3 the session is
+    /// gone: connect again. May be polled on any thread.
     int OpcUaGetConnectStatus();
 
     /// Copies the message of the last failure; empty before the first.
