@@ -1,0 +1,29 @@
+#include "comparison.h"
+#include "facade_client.h"
+#include "operations.h"
+#include "placement.h"
+#include "raw_client.h"
+#include "session_client.h"
+
+namespace bench {
+
+void connectAndDisconnect(benchmark::State& state, Setting& setting) {
+    const Placed placed(Placement::OneCpu, setting.server());
+    FacadeClient facade(setting.url());
+    compare(state,
+            {[&setting] { return secondsOf([&setting] { const RawClient client(setting.url()); }); },
+             [&setting] { return secondsOf([&setting] { const SessionClient client(setting.url()); }); },
+             [&facade] { return secondsOf([&facade] { facade.reconnect(); }); }});
+}
+
+void idleMemory(benchmark::State& state, Setting& setting) {
+    const IdleClients& idle = setting.idleClients();
+    publish(state, idle.raw.bytes, idle.library.bytes);
+}
+
+void idleCpuTime(benchmark::State& state, Setting& setting) {
+    const IdleClients& idle = setting.idleClients();
+    publish(state, idle.raw.cpuSecondsPerMinute, idle.library.cpuSecondsPerMinute);
+}
+
+} // namespace bench

@@ -1,0 +1,135 @@
+#include "table.h"
+
+#include "figures.h"
+#include "machine.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <iostream>
+
+namespace bench {
+namespace {
+
+constexpr const char* rowFormat = "%-42s %10s %10s %10s %7s %7s %14s %9s  %s\n";
+
+std::string formatted(const char* format, double value) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), format, value);
+    return text.data();
+}
+
+struct Scale {
+    double factor;
+    const char* unit;
+};
+
+/// Three significant digits in the greatest unit that leaves a digit before the point.
+template <std::size_t Count>
+std::string scaled(double value, const std::array<Scale, Count>& scales) {
+    const auto fits = [value](const Scale& scale) { return value >= scale.factor; };
+    const auto found = std::find_if(scales.begin(), scales.end(), fits);
+    const Scale& scale = found != scales.end() ? *found : scales.back();
+    const double shown = value / scale.factor;
+    const int decimals = shown >= 100 ? 0 : shown >= 10 ? 1 : 2;
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.*f %s", decimals, shown, scale.unit);
+    return text.data();
+}
+
+std::string withUnit(double value, Unit unit) {
+    static constexpr std::array<Scale, 4> seconds{{{1, "s"}, {1e-3, "ms"}, {1e-6, "us"}, {1e-9, "ns"}}};
+    static constexpr std::array<Scale, 3> bytes{{{1024.0 * 1024, "MiB"}, {1024, "KiB"}, {1, "B"}}};
+    return unit == Unit::Bytes ? scaled(value, bytes) : scaled(value, seconds);
+}
+
+const double* figure(const benchmark::UserCounters& figures, const char* name) {
+    const auto found = figures.find(name);
+    return found == figures.end() ? nullptr : &found->second.value;
+}
+
+std::string amount(const benchmark::UserCounters& figures, const char* name, Unit unit) {
+    const double* value = figure(figures, name);
+    return value ? withUnit(*value, unit) : "";
+}
+
+std::string ratio(const benchmark::UserCounters& figures, const char* name) {
+    const double* value = figure(figures, name);
+    return value ? formatted("%.2f", *value) : "";
+}
+
+std::string boundText(const Operation& operation) {
+    switch (operation.bound.kind) {
+    case Bound::Kind::Ratio:
+        return formatted("%.2f x", operation.bound.limit);
+    case Bound::Kind::Value:
+        return withUnit(operation.bound.limit, operation.unit);
+    case Bound::Kind::None:
+        break;
+    }
+    return "";
+}
+
+void printLine(const std::array<std::string, 9>& cells) {
+    std::printf(rowFormat, cells[0].c_str(), cells[1].c_str(), cells[2].c_str(), cells[3].c_str(),
+                cells[4].c_str(), cells[5].c_str(), cells[6].c_str(), cells[7].c_str(), cells[8].c_str());
+    std::fflush(stdout);
+}
+
+} // namespace
+
+bool Table::ReportContext(const Context&) {
+    std::printf("%s\n", machineFacts().c_str());
+    printLine({"operation", "baseline", "SDK layer", "library", "SDK/b.", "lib./b.", "middle half", "bound",
+               "verdict"});
+    return true;
+}
+
+void Table::ReportRuns(const std::vector<Run>& runs) {
+    for (const Run& run : runs) {
+        printRow(run);
+    }
+}
+
+void Table::printRow(const Run& run) {
+    const std::string& name = run.run_name.function_name;
+    if (run.error_occurred) {
+        ++m_failures;
+        std::printf("%-42s FAILED: %s\n", name.c_str(), run.error_message.c_str());
+        return;
+    }
+    const auto operation =
+        std::find_if(m_operations.begin(), m_operations.end(),
+                     [&name](const Operation& candidate) { return candidate.name == name; });
+    const benchmark::UserCounters& found = run.counters;
+    const Unit unit = operation->unit;
+    const std::string lower = ratio(found, figures::lowerQuartile);
+    printLine({name, amount(found, figures::baseline, unit), amount(found, figures::layer, unit),
+               amount(found, figures::library, unit), ratio(found, figures::layerRatio),
+               ratio(found, figures::ratio),
+               lower.empty() ? "" : lower + " .. " + ratio(found, figures::upperQuartile),
+               boundText(*operation), verdict(*operation, found)});
+}
+
+std::string Table::verdict(const Operation& operation, const benchmark::UserCounters& figures) {
+    if (operation.bound.kind == Bound::Kind::None) {
+        return "information";
+    }
+    const bool boundsRatio = operation.bound.kind == Bound::Kind::Ratio;
+    const double* value = figure(figures, boundsRatio ? figures::ratio : figures::library);
+    if (value && *value <= operation.bound.limit) {
+        return "kept";
+    }
+    ++m_missed;
+    return "MISSED";
+}
+
+void Table::Finalize() {
+    std::printf("\n"
+                "baseline     raw open62541 doing the same in the same run, unless the row names another\n"
+                "SDK layer    the library's own session layer (sdk/client), below the facade\n"
+                "lib./b.      median over all rounds of library / baseline within a round; the middle half "
+                "of them\n");
+}
+
+} // namespace bench

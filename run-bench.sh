@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Builds the optimised library and compares it with raw open62541 in one run: one row an operation, with the bound that
+# it has to keep. Exits 0 when all bounds are kept.
+#
+#   ./run-bench.sh                                everything, about two minutes
+#   ./run-bench.sh --benchmark_filter=read        rows whose name matches
+#   ./run-bench.sh --benchmark_out=figures.json   all figures for other programs, too
+#
+# A busy machine blurs the figures: the middle half of the ratios tells by how much.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+if command -v ccache >/dev/null; then
+  export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+fi
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+scripts/install-deps.sh
+if ! { cmake --preset release && cmake --build --preset release -j "$(nproc)" --target opcua-bench; } >"$log" 2>&1; then
+  cat "$log" >&2
+  exit 1
+fi
+build/release/bench/opcua-bench "$@"
