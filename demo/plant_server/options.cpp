@@ -95,11 +95,13 @@ ParsedOptions parseOptions(int argc, char** argv) {
                  "SIGTERM or Ctrl-C.",
                  "plant_server");
     app.footer(examples);
+    app.option_defaults()->take_last();
     addNetworkOptions(app, options);
     addLimitOptions(app, options);
     addPlantOptions(app, options);
     app.add_option("--users", users, "name:password, or a file with such lines (default: operator:plant)")
         ->type_name("FILE|NAME:PASSWORD")
+        ->take_all()
         ->allow_extra_args(false);
     app.add_flag("--no-anonymous", noAnonymous, "Refuse clients that don't log in");
     app.add_flag("--insecure-passwords", options.insecurePasswords,

@@ -55,6 +55,8 @@ Server::Server(const Options& options)
     const NodeId objects(objectsFolder);
     addPlant(Branch(m_server.get(), PlantNamespace, "", objects));
     addTestRack(Branch(m_server.get(), TestRackNamespace, "", objects));
+    // The stack browses while it builds an address space, and does not go on to a second page.
+    UA_Server_getConfig(m_server.get())->maxReferencesPerNode = options.pageSize;
 }
 
 UA_ServerConfig Server::configuration() {
@@ -81,7 +83,6 @@ UA_ServerConfig Server::configuration() {
     config.customDataTypes = &types;
     config.allowEmptyVariables = UA_RULEHANDLING_ACCEPT;
 
-    config.maxReferencesPerNode = m_options.pageSize;
     config.maxNodesPerRead = m_options.maxNodesPerRead;
     config.maxNodesPerWrite = m_options.maxNodesPerWrite;
     config.maxNodesPerBrowse = m_options.maxNodesPerBrowse;
@@ -196,8 +197,12 @@ void Server::run(const std::function<void(const std::string& url)>& ready) {
     if (UA_Server_run_startup(m_server.get()) != UA_STATUSCODE_GOOD)
         throw std::runtime_error("cannot start: " + m_log.latestWarning());
     ready("opc.tcp://" + m_options.host + ":" + std::to_string(listeningPort()));
-    while (m_running)
+    while (m_running) {
+        // The stack looks at errno after a receive that returned 0: with EAGAIN left over from something else
+        // it takes a client that went for one that is silent, and looks again, and again.
+        errno = 0;
         UA_Server_run_iterate(m_server.get(), true);
+    }
     UA_Server_run_shutdown(m_server.get());
 }
 

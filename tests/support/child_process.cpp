@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <linux/close_range.h>
 #include <poll.h>
 #include <stdexcept>
 #include <sys/mman.h>
@@ -37,6 +38,9 @@ std::string join(const std::vector<std::string>& words) {
 /// Runs between fork and exec of a process that may have threads: only async-signal-safe calls.
 [[noreturn]] void runChild(pid_t parent, char* const* arguments, int input, int output, int error,
                            int failure) {
+    // Sockets of the parent that stay open in here would never be closed for their peers and for the parent's
+    // epoll.
+    close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
     // The parent may be gone before the request to die with it is made.
     const bool ready = prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() == parent &&
                        dup2(input, STDIN_FILENO) >= 0 && dup2(output, STDOUT_FILENO) >= 0 &&

@@ -2,9 +2,11 @@
 
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdexcept>
+#include <unistd.h>
 
 using namespace std::chrono_literals;
 using namespace test_support;
@@ -48,6 +50,14 @@ TEST(ChildProcess, SaysThatAProgramCannotBeStarted) {
 
 TEST(ChildProcess, HasNothingOnStandardInput) {
     EXPECT_EQ(runProgram("cat", {}).standardOutput, "");
+}
+
+TEST(ChildProcess, InheritsNoDescriptors) {
+    const int inheritable = open("/dev/null", O_RDONLY);
+    ASSERT_GE(inheritable, 0);
+    const std::string path = "/proc/self/fd/" + std::to_string(inheritable);
+    EXPECT_EQ(runProgram("readlink", {path}).standardOutput, "");
+    close(inheritable);
 }
 
 TEST(ChildProcess, GivesOneLineAfterTheOther) {
