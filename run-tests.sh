@@ -18,9 +18,7 @@ stages=("$@")
 [ ${#stages[@]} -gt 0 ] || stages=(format layers lint asan tsan dev)
 jobs=$(nproc)
 
-if command -v ccache >/dev/null; then
-  export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
-fi
+. scripts/use-ccache.sh
 
 build() {
   cmake --preset "$1"

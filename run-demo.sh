@@ -1,0 +1,110 @@
+#!/usr/bin/env bash
+# Builds the client and a simulated plant, and takes a tour: from an address on the network to values read and written.
+# Installs what the build needs first (as root or with sudo). Leaves nothing running.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+build=build/demo
+work=$(mktemp -d)
+server=
+clean_up() {
+  [ -z "$server" ] || kill -KILL "$server" 2>/dev/null || true
+  wait
+  rm -rf "$work"
+}
+trap clean_up EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM HUP
+
+bold= dim= plain=
+if [ -t 1 ] && [ -z "${NO_COLOR:-}" ]; then
+  bold=$'\e[1m' dim=$'\e[2m' plain=$'\e[0m'
+fi
+heading() { printf '\n%s== %s ==%s\n' "$bold" "$1" "$plain"; }
+explain() { printf '\n%s%s%s\n' "$dim" "$1" "$plain"; }
+die() {
+  printf 'run-demo: %s\n' "$*" >&2
+  exit 1
+}
+
+# Shows a command as it could be typed, and runs it. What it prints is kept for expect().
+run() {
+  local word line='$ opcua-cli' code=0
+  for word in "$@"; do
+    case $word in
+    *[!A-Za-z0-9_./:=@%+,-]* | '') line+=" '$word'" ;;
+    *) line+=" $word" ;;
+    esac
+  done
+  printf '\n%s%s%s\n' "$bold" "$line" "$plain"
+  "$build/bin/opcua-cli" "$@" 2>&1 | tee "$work/output" || code=$?
+  [ $code -eq 0 ] || die "opcua-cli ended with exit code $code"
+}
+expect() {
+  grep -qF -- "$1" "$work/output" || die "'$1' should have been in this output"
+}
+
+heading "1  Build"
+scripts/install-deps.sh build
+. scripts/use-ccache.sh
+explain "Compiling the library, its command-line client and the plant; about two minutes the first time."
+{
+  cmake --preset release -B "$build" -DOPCUACLIENT_BUILD_TESTS=OFF -DOPCUACLIENT_BUILD_BENCH=OFF &&
+    cmake --build "$build" --target plant_server opcua-cli
+} >"$work/build.log" 2>&1 || { cat "$work/build.log" >&2; die "the build failed"; }
+
+heading "2  Start the plant"
+explain "A simulated dairy with filling lines, a boiler, tanks and conveyors, on a free port of this machine."
+mkfifo "$work/ready"
+"$build/bin/plant_server" --port 0 >"$work/ready" 2>"$work/server.log" &
+server=$!
+exec 3<"$work/ready"
+read -r -t 30 ready <&3 || { cat "$work/server.log" >&2; die "the plant server did not start"; }
+printf '\n%s$ plant_server --port 0%s\n%s\n' "$bold" "$plain" "$ready"
+address=${ready##*opc.tcp://}
+
+heading "3  Who is there?"
+explain "Discovery needs no session: it asks an address for its servers and the ways to connect to each."
+run discover "$address"
+expect "$address"
+explain "With a session the server tells more about itself."
+run info "$address"
+
+heading "4  What does it have?"
+explain "The address space is a tree. Types and shapes are those of the values that the nodes hold now."
+run browse "$address" /Plant --depth 2
+expect SpeedSetpoint
+explain "Further down, with the values:"
+run browse "$address" /Plant/Boiler --depth 2 --values
+expect PumpOn
+explain "Arrays and matrices show their lengths:"
+run browse "$address" /TestRack/Matrix3
+
+heading "5  Read"
+explain "All twelve types. A node is named by its path or by its node id."
+types=(Boolean SByte Byte Int16 UInt16 Int32 UInt32 Int64 UInt64 Float Double String)
+run read "$address" "${types[@]/#//TestRack/Scalar/}"
+expect Hello
+explain "Values that move, by node id:"
+run read "$address" 'ns=2;s=Boiler.Drum.Pressure' 'ns=2;s=Tanks.Tank1.Level' --type Double
+
+heading "6  Write, and read it back"
+explain "The text is turned into the node's own type; a value that doesn't fit is refused before anything is sent."
+write_and_read_back() {
+  run write "$address" "$1" "$2"
+  run read "$address" "$1"
+  expect "$3"
+}
+write_and_read_back /Plant/Line1/SpeedSetpoint 2.25 2.25
+write_and_read_back /Plant/Line1/Batch 'Käse 4711' 'Käse 4711'
+write_and_read_back /Plant/Conveyors/Conveyor3/Mode 2 2
+
+heading "7  Stop"
+explain "Every command has closed its session; the plant is asked to stop."
+kill -TERM "$server"
+code=0
+wait "$server" || code=$?
+server=
+[ $code -eq 0 ] || { cat "$work/server.log" >&2; die "the plant server ended with exit code $code"; }
+printf '\nDone. To go on by yourself:\n\n  %s/bin/plant_server &\n  %s/bin/opcua-cli browse 127.0.0.1:4840 --depth 3 --values\n' \
+  "$build" "$build"
