@@ -10,9 +10,7 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-if command -v ccache >/dev/null; then
-  export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
-fi
+. scripts/use-ccache.sh
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 scripts/install-deps.sh
