@@ -1,0 +1,238 @@
+#include "commands/commands.h"
+
+#include "interrupt.h"
+#include "nodes/node_json.h"
+#include "nodes/node_reference.h"
+#include "nodes/path_walk.h"
+#include "nodes/tree_walk.h"
+#include "output/progress.h"
+#include "output/streams.h"
+#include "output/table.h"
+
+#include <memory>
+#include <set>
+#include <unistd.h>
+#include <unordered_map>
+
+namespace opcua_cli {
+namespace {
+
+constexpr int greatestDepth = 100;
+
+struct BrowseOptions : ConnectOptions {
+    std::string node = "/0:Objects";
+    int depth = 1;
+    bool values = false;
+    std::size_t maxNodes = defaultMaxNodes;
+};
+
+/// Values by the index of their node.
+using Values = std::unordered_map<std::size_t, ReadResult>;
+
+struct Findings {
+    Walk walk;
+    Values values;
+    std::optional<std::string> startPath; ///< known only when the user gave a path
+};
+
+/// The first failure that ended the work early is kept in the walk.
+void readValues(Connection& connection, Findings& findings) {
+    Progress progress("reading values");
+    try {
+        for (std::size_t i = 0; i < findings.walk.nodes.size(); ++i) {
+            const NodeInfo& node = findings.walk.nodes[i].node;
+            if (!node.isVariable() || node.isArray || !node.nodeIdComplete)
+                continue;
+            throwIfInterrupted();
+            findings.values[i] = connection.read(node.nodeId, node.dataType);
+            progress.show(i);
+        }
+    } catch (const Failure& failure) {
+        findings.walk.end = failure;
+    }
+}
+
+Findings explore(const BrowseOptions& options, const NodeReference& start) {
+    Connection connection(options);
+    const auto* path = std::get_if<NodePath>(&start);
+    BrowseTree tree(connection, path != nullptr ? rootFolderId : std::get<std::string>(start));
+    OpcUaNode* record = tree.start();
+    Findings findings;
+    if (path != nullptr) {
+        findings.startPath.emplace();
+        for (OpcUaNode* step : followPath(tree, *path)) {
+            *findings.startPath += pathStepText(describe(*step).browseName);
+            record = step;
+        }
+    }
+    {
+        Progress progress("browsing");
+        findings.walk = walk(tree, connection, record, options.depth, options.maxNodes,
+                             [&](std::size_t count) { progress.show(count); });
+    }
+    if (options.values && !findings.walk.end)
+        readValues(connection, findings);
+    return findings;
+}
+
+/// Calls visit(index) for every node below the start, in the order in which a tree is read.
+template <typename Visit>
+void inTreeOrder(const Walk& walk, const Visit& visit) {
+    std::vector<std::size_t> pending;
+    const auto pushChildren = [&](std::size_t index) {
+        const std::vector<std::size_t>& children = walk.nodes[index].children;
+        pending.insert(pending.end(), children.rbegin(), children.rend());
+    };
+    pushChildren(0);
+    while (!pending.empty()) {
+        const std::size_t index = pending.back();
+        pending.pop_back();
+        visit(index);
+        pushChildren(index);
+    }
+}
+
+std::string nameOf(const NodeInfo& node) {
+    return node.displayName.empty() ? node.browseName : node.displayName;
+}
+
+/// The lines that lead to a node in the drawing of the tree: "│  └─ ".
+std::string branches(const Walk& walk, std::size_t index) {
+    std::string text;
+    for (std::size_t at = index; at != 0; at = walk.nodes[at].parent) {
+        const bool last = walk.nodes[walk.nodes[at].parent].children.back() == at;
+        if (at == index)
+            text = last ? "└─ " : "├─ ";
+        else
+            text.insert(0, last ? "   " : "│  ");
+    }
+    return text;
+}
+
+Cell valueCell(const Findings& findings, std::size_t index) {
+    const WalkedNode& walked = findings.walk.nodes[index];
+    if (walked.browseProblem)
+        return {"cannot be browsed", Tone::Bad};
+    if (walked.repeated && walked.node.nodeClass == 1)
+        return {"see above", Tone::Faint};
+    const auto value = findings.values.find(index);
+    if (value == findings.values.end())
+        return "";
+    if (value->second.resultCode != 0)
+        return {"not readable", Tone::Faint};
+    // What the library doesn't convert comes as its text form.
+    const auto* text = std::get_if<std::string>(&value->second.value);
+    return walked.node.dataType == OpcUaDataType_Null && text != nullptr ? *text
+                                                                         : toText(value->second.value);
+}
+
+std::string tableReport(const Findings& findings) {
+    const Walk& walk = findings.walk;
+    Table table({{"Name"}, {"Node id", false}, {"Class"}, {"Type"}, {"Value"}});
+    const NodeInfo& start = walk.nodes[0].node;
+    const std::string startName = start.nodeClass == 0 ? "(start)" : nameOf(start);
+    table.add({startName, start.nodeId, className(start.nodeClass), typeText(start), valueCell(findings, 0)});
+    inTreeOrder(walk, [&](std::size_t index) {
+        const NodeInfo& node = walk.nodes[index].node;
+        table.add({branches(walk, index) + nameOf(node),
+                   node.nodeId,
+                   {className(node.nodeClass), Tone::Faint},
+                   typeText(node),
+                   valueCell(findings, index)});
+    });
+    const Terminal terminal = terminalOn(STDOUT_FILENO);
+    const std::size_t count = walk.nodes.size() - 1;
+    const std::string summary = std::to_string(count) + (count == 1 ? " node" : " nodes") + " below";
+    return table.render(terminal) + terminal.paint(summary, Tone::Faint) + "\n";
+}
+
+Json nodeJson(const Findings& findings, std::size_t index, const std::string& path) {
+    const WalkedNode& walked = findings.walk.nodes[index];
+    Json json = toJson(walked.node);
+    json["parentId"] = findings.walk.nodes[walked.parent].node.nodeId;
+    json["depth"] = walked.depth;
+    json["path"] = findings.startPath ? Json(path) : Json(nullptr);
+    json["repeated"] = walked.repeated;
+    json["browseError"] = walked.browseProblem ? toJson(*walked.browseProblem) : Json(nullptr);
+    const auto value = findings.values.find(index);
+    if (value != findings.values.end()) {
+        json["value"] = toJson(value->second.value);
+        json["readable"] = value->second.resultCode == 0;
+    }
+    return json;
+}
+
+std::string jsonReport(const BrowseOptions& options, const Findings& findings) {
+    const Walk& walk = findings.walk;
+    Json nodes = Json::array();
+    std::vector<std::string> paths(walk.nodes.size());
+    paths[0] = findings.startPath.value_or("");
+    inTreeOrder(walk, [&](std::size_t index) {
+        paths[index] = paths[walk.nodes[index].parent] + pathStepText(walk.nodes[index].node.browseName);
+        nodes.push_back(nodeJson(findings, index, paths[index]));
+    });
+    Json json{{"url", options.url},
+              {"start", walk.nodes[0].node.nodeId},
+              {"nodes", std::move(nodes)},
+              {"complete", walk.complete && !walk.end}};
+    if (walk.end)
+        json["error"] = toJson(walk.end->problem());
+    return document(json);
+}
+
+/// Tells people what the report leaves open, and gives the exit code that says so.
+ExitCode conclude(const BrowseOptions& options, const Walk& walk) {
+    if (walk.end) {
+        reportProblem(walk.end->problem());
+        return walk.end->exitCode();
+    }
+    if (!walk.complete)
+        reportNote("stopped after " + std::to_string(options.maxNodes) +
+                   " nodes; --max-nodes sets another bound, a NODE further down or a smaller --depth a "
+                   "smaller tree");
+    std::set<std::string> told;
+    for (const WalkedNode& walked : walk.nodes) {
+        if (!walked.browseProblem || !told.insert(walked.browseProblem->explanation).second)
+            continue;
+        Problem problem = *walked.browseProblem;
+        problem.explanation += ": " + walked.node.nodeId;
+        reportProblem(problem);
+    }
+    return told.empty() ? ExitCode::Success : ExitCode::Failed;
+}
+
+ExitCode browse(const BrowseOptions& options) {
+    const NodeReference start = parseNodeReference(options.node);
+    const Findings findings = explore(options, start);
+    writeOutput(options.json ? jsonReport(options, findings) : tableReport(findings));
+    return conclude(options, findings.walk);
+}
+
+constexpr const char* examples = R"(Examples:
+  opcua-cli browse plant:4840                                what the Objects folder holds
+  opcua-cli browse plant:4840 /Plant/Line1 --depth 3 --values
+  opcua-cli browse plant:4840 'ns=2;s=Line1'                 in quotes: the shell would cut at ;
+  opcua-cli browse plant:4840 i=84                           from the very root
+  opcua-cli browse plant:4840 --depth 9 --json | jq -r '.nodes[] | select(.class=="Variable") | .path')";
+
+} // namespace
+
+void addBrowseCommand(CLI::App& app, Action& chosen) {
+    auto options = std::make_shared<BrowseOptions>();
+    CLI::App* command = app.add_subcommand("browse", "Show the nodes of a server as a tree");
+    addConnectOptions(*command, *options);
+    command
+        ->add_option("NODE", options->node, "Where to start: node id or path (default: the Objects folder)")
+        ->type_name("");
+    command->add_option("--depth", options->depth, "Levels to show below it, 1 to 100 (default: 1)")
+        ->type_name("N")
+        ->check(CLI::Range(1, greatestDepth).description(""));
+    command->add_flag("--values", options->values, "Read the values of the variables, too");
+    addMaxNodesOption(*command, options->maxNodes, "Stop after so many nodes");
+    command->footer(examples);
+    command->callback([options, &chosen] {
+        chosen = [options] { return runReporting(*options, [&] { return browse(*options); }); };
+    });
+}
+
+} // namespace opcua_cli

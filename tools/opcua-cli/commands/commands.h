@@ -1,0 +1,14 @@
+#pragma once
+
+#include "options.h"
+
+namespace opcua_cli {
+
+/// Each adds its sub-command and stores what is to be run when it was chosen.
+void addDiscoverCommand(CLI::App& app, Action& chosen);
+void addBrowseCommand(CLI::App& app, Action& chosen);
+void addReadCommand(CLI::App& app, Action& chosen);
+void addWriteCommand(CLI::App& app, Action& chosen);
+void addInfoCommand(CLI::App& app, Action& chosen);
+
+} // namespace opcua_cli

@@ -1,0 +1,137 @@
+#include "commands/commands.h"
+
+#include "OpcUaClientInterface.h"
+#include "nodes/node_info.h"
+#include "output/json.h"
+#include "output/streams.h"
+#include "output/table.h"
+#include "result_text.h"
+#include "security_names.h"
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <unistd.h>
+
+namespace opcua_cli {
+namespace {
+
+/// Stands in an entry that the library did not fill: what it leaves alone says that a URL did not answer.
+constexpr unsigned int noAnswer = std::numeric_limits<unsigned int>::max();
+
+template <typename Entry, std::size_t Size>
+std::size_t bounded(const Entry (&)[Size], unsigned int count) {
+    return std::min<std::size_t>(Size, count);
+}
+
+/// The servers that the discovery server knows; throws Failure.
+std::unique_ptr<_OpcUa_ServerConfigMsg> askServers(const CommonOptions& options) {
+    COpcUaClientInterface client;
+    client.OpcUaInit(static_cast<_OpcUaClientTraceLevel>(options.traceLevel));
+    auto result = std::make_unique<_OpcUa_ServerConfigMsg>();
+    for (_OpcUa_ServerMsg& server : result->servers) {
+        for (_OpcUa_DiscoveryUrlMsg& url : server.discoveryUrls)
+            url.endpointCount = noAnswer;
+    }
+    std::string url = options.url;
+    const int code = client.OpcUaDiscover(url.data(), *result);
+    if (code != 0) {
+        constexpr int unreachable = 18;
+        Problem problem = problemFor(code, client);
+        problem.explanation += ": " + options.url;
+        throw Failure(code == unreachable ? ExitCode::NoConnection : ExitCode::Failed, std::move(problem));
+    }
+    return result;
+}
+
+/// The entries that the library filled: they stay at the server's own index, with holes in between.
+std::vector<const _OpcUa_EndpointMsg*> endpointsOf(const _OpcUa_DiscoveryUrlMsg& url) {
+    std::vector<const _OpcUa_EndpointMsg*> endpoints;
+    for (const _OpcUa_EndpointMsg& endpoint : url.endpoints) {
+        if (endpoint.endpointUrl[0] != '\0')
+            endpoints.push_back(&endpoint);
+    }
+    return endpoints;
+}
+
+Json toJson(const _OpcUa_DiscoveryUrlMsg& url) {
+    Json endpoints = Json::array();
+    for (const _OpcUa_EndpointMsg* endpoint : endpointsOf(url))
+        endpoints.push_back({{"url", fieldText(endpoint->endpointUrl)},
+                             {"securityPolicy", policyName(endpoint->securityPolicy, endpoint->securityMode)},
+                             {"securityMode", modeName(endpoint->securityMode)}});
+    return {{"url", fieldText(url.discoveryUrl)},
+            {"answered", url.endpointCount != noAnswer},
+            {"endpoints", std::move(endpoints)}};
+}
+
+Json toJson(const _OpcUa_ServerMsg& server) {
+    Json urls = Json::array();
+    for (std::size_t i = 0; i < bounded(server.discoveryUrls, server.discoveryUrlCount); ++i)
+        urls.push_back(toJson(server.discoveryUrls[i]));
+    return {{"applicationName", fieldText(server.applicationName)},
+            {"applicationUri", fieldText(server.applicationUri)},
+            {"discoveryUrls", std::move(urls)}};
+}
+
+std::string jsonReport(const CommonOptions& options, const _OpcUa_ServerConfigMsg& result) {
+    Json servers = Json::array();
+    for (std::size_t i = 0; i < bounded(result.servers, result.serverCount); ++i)
+        servers.push_back(toJson(result.servers[i]));
+    return document({{"url", options.url}, {"servers", std::move(servers)}});
+}
+
+void addRows(Table& table, const _OpcUa_DiscoveryUrlMsg& url) {
+    if (url.endpointCount == noAnswer) {
+        table.add({fieldText(url.discoveryUrl), "", {"did not answer", Tone::Bad}});
+        return;
+    }
+    const std::vector<const _OpcUa_EndpointMsg*> endpoints = endpointsOf(url);
+    if (endpoints.empty())
+        table.add({fieldText(url.discoveryUrl), "", {"offers no endpoint", Tone::Faint}});
+    for (const _OpcUa_EndpointMsg* endpoint : endpoints)
+        table.add({fieldText(endpoint->endpointUrl), modeName(endpoint->securityMode),
+                   policyName(endpoint->securityPolicy, endpoint->securityMode)});
+}
+
+std::string tableReport(const _OpcUa_ServerConfigMsg& result) {
+    const Terminal terminal = terminalOn(STDOUT_FILENO);
+    std::string text;
+    for (std::size_t i = 0; i < bounded(result.servers, result.serverCount); ++i) {
+        const _OpcUa_ServerMsg& server = result.servers[i];
+        Table heading({{""}, {"", false}});
+        heading.add({{"Server", Tone::Heading}, fieldText(server.applicationName)});
+        heading.add({{"URI", Tone::Heading}, fieldText(server.applicationUri)});
+        Table endpoints({{"Endpoint", false}, {"Security mode"}, {"Security policy"}});
+        for (std::size_t j = 0; j < bounded(server.discoveryUrls, server.discoveryUrlCount); ++j)
+            addRows(endpoints, server.discoveryUrls[j]);
+        text += (i == 0 ? "" : "\n") + heading.render(terminal);
+        if (!endpoints.empty())
+            text += "\n" + endpoints.render(terminal);
+    }
+    return text;
+}
+
+ExitCode discover(const CommonOptions& options) {
+    const auto result = askServers(options);
+    writeOutput(options.json ? jsonReport(options, *result) : tableReport(*result));
+    return ExitCode::Success;
+}
+
+constexpr const char* examples = R"(Examples:
+  opcua-cli discover opc.tcp://192.168.1.20:4840
+  opcua-cli discover plant-server:4840 --json | jq '.servers[].discoveryUrls[].endpoints')";
+
+} // namespace
+
+void addDiscoverCommand(CLI::App& app, Action& chosen) {
+    auto options = std::make_shared<CommonOptions>();
+    CLI::App* command = app.add_subcommand("discover", "Show the servers at an address and their endpoints");
+    addCommonOptions(*command, *options);
+    command->footer(examples);
+    command->callback([options, &chosen] {
+        chosen = [options] { return runReporting(*options, [&] { return discover(*options); }); };
+    });
+}
+
+} // namespace opcua_cli

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "nodes/node_info.h"
+#include "output/json.h"
+
+namespace opcua_cli {
+
+/// {"nodeId", "displayName", "browseName", "class", "type", "shape"}. What is not known or does not apply is
+/// null; the shape of a scalar is [].
+Json toJson(const NodeInfo& node);
+
+} // namespace opcua_cli

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "nodes/browse_tree.h"
+#include "nodes/node_info.h"
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace opcua_cli {
+
+/// One node that a walk met.
+struct WalkedNode {
+    NodeInfo node;
+    std::size_t parent = 0; ///< index in Walk::nodes
+    int depth = 0;          ///< 0 is the start node
+    bool repeated = false;  ///< was met before: what is below it is shown there
+    std::optional<Problem> browseProblem;
+    std::vector<std::size_t> children;
+};
+
+/// What a walk found. Node 0 is the start.
+struct Walk {
+    std::vector<WalkedNode> nodes;
+    bool complete = true; ///< false when the bound on the number of nodes ended it
+    std::optional<Failure>
+        end; ///< the connection was lost or Ctrl-C pressed: the nodes are those found before
+};
+
+/// Walks from a record of the tree down to `depth` levels below it, level by level, so that a node that can
+/// be reached in several ways shows what lies below it where it is closest to the start. Every node is
+/// browsed once: an address space may run in circles.
+Walk walk(BrowseTree& tree, Connection& connection, OpcUaNode* start, int depth, std::size_t maxNodes,
+          const std::function<void(std::size_t)>& watcher);
+
+} // namespace opcua_cli

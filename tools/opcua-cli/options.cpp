@@ -1,0 +1,105 @@
+#include "options.h"
+
+#include "OpcUaTypes.h"
+#include "output/json.h"
+#include "output/streams.h"
+
+#include <map>
+
+namespace opcua_cli {
+namespace {
+
+constexpr std::string_view scheme = "opc.tcp://";
+constexpr std::size_t longestUrl = sizeof _OpcUaClientConfig::endpointUrl - 1;
+
+const std::map<std::string, int>& traceLevels() {
+    static const std::map<std::string, int> levels{{"none", 0},
+                                                   {"errors", OpcUaTraceLevel_Errors},
+                                                   {"warnings", OpcUaTraceLevel_Warnings},
+                                                   {"lifecycle", OpcUaTraceLevel_LifeCycle},
+                                                   {"information", OpcUaTraceLevel_Information},
+                                                   {"debugging", OpcUaTraceLevel_Debugging},
+                                                   {"details", OpcUaTraceLevel_Details},
+                                                   {"everything", OpcUaTraceLevel_Everything}};
+    return levels;
+}
+
+std::string traceLevelNames() {
+    std::string names;
+    for (int level = 0; level <= OpcUaTraceLevel_Everything; ++level) {
+        for (const auto& [name, number] : traceLevels()) {
+            if (number == level)
+                names += (names.empty() ? "" : ", ") + name;
+        }
+    }
+    return names;
+}
+
+std::string completeUrlInPlace(std::string& text) {
+    try {
+        text = completeUrl(text);
+        return {};
+    } catch (const CLI::ValidationError& error) {
+        return error.what();
+    }
+}
+
+} // namespace
+
+std::string completeUrl(const std::string& text) {
+    const std::string url = text.find("://") == std::string::npos ? std::string(scheme) + text : text;
+    if (url.compare(0, scheme.size(), scheme) != 0)
+        throw CLI::ValidationError("URL", "only opc.tcp:// addresses can be connected, not " + text);
+    const std::string_view address = std::string_view(url).substr(scheme.size());
+    if (address.empty() || address[0] == '/' || address[0] == ':')
+        throw CLI::ValidationError("URL", "there is no host in \"" + text + "\"; try opc.tcp://host:4840");
+    if (url.size() > longestUrl)
+        throw CLI::ValidationError("URL",
+                                   "the address is longer than " + std::to_string(longestUrl) + " bytes");
+    return url;
+}
+
+void addCommonOptions(CLI::App& command, CommonOptions& options) {
+    command.add_option("URL", options.url, "Address of the server: opc.tcp://host:port[/path] or host:port")
+        ->required()
+        ->type_name("")
+        ->transform(CLI::Validator(completeUrlInPlace, ""));
+    command.add_flag("--json", options.json, "One JSON document instead of tables");
+    command
+        .add_option("--trace", options.traceLevel,
+                    "Level of the trace file: " + traceLevelNames() + ", or 0 to 7 (default: none)")
+        ->type_name("LEVEL")
+        ->transform(CLI::CheckedTransformer(traceLevels(), CLI::ignore_case).description(""));
+}
+
+void addConnectOptions(CLI::App& command, ConnectOptions& options) {
+    addCommonOptions(command, options);
+    command
+        .add_option("--timeout", options.timeoutMilliseconds,
+                    "Milliseconds that connecting may take (default: 5000)")
+        ->type_name("MS")
+        ->check(CLI::Range(1, 3600000).description(""));
+}
+
+void addMaxNodesOption(CLI::App& command, std::size_t& maxNodes, const std::string& description) {
+    command
+        .add_option("--max-nodes", maxNodes,
+                    description + " (default: " + std::to_string(defaultMaxNodes) + ")")
+        ->type_name("N")
+        ->check(CLI::Range(1, 10000000).description(""));
+}
+
+ExitCode runReporting(const CommonOptions& options, const Action& command) {
+    try {
+        return command();
+    } catch (const Failure& failure) {
+        if (failure.exitCode() == ExitCode::OutputClosed)
+            return failure.exitCode();
+        reportProblem(failure.problem());
+        if (options.json && failure.exitCode() != ExitCode::OutputFailed)
+            writeOutput(document({{"error", toJson(failure.problem())}}));
+        return failure.exitCode();
+    }
+}
+
+} // namespace opcua_cli

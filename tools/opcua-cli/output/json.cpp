@@ -1,0 +1,16 @@
+#include "output/json.h"
+
+namespace opcua_cli {
+
+Json toJson(const Problem& problem) {
+    return {{"code", problem.resultCode == 0 ? Json(nullptr) : Json(problem.resultCode)},
+            {"message", problem.libraryMessage.empty() ? Json(nullptr) : Json(problem.libraryMessage)},
+            {"explanation", problem.explanation},
+            {"advice", problem.advice}};
+}
+
+std::string document(const Json& json) {
+    return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+} // namespace opcua_cli

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "failure.h"
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace opcua_cli {
+
+/// Keys keep the order in which they were set.
+using Json = nlohmann::ordered_json;
+
+/// {"code", "message", "explanation", "advice"}; code and message are null when the library didn't refuse.
+Json toJson(const Problem& problem);
+
+/// The document as text. Bytes that are no UTF-8 become U+FFFD.
+std::string document(const Json& json);
+
+} // namespace opcua_cli

@@ -1,0 +1,77 @@
+#include "output/streams.h"
+
+#include "output/terminal.h"
+#include "text/utf8.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace opcua_cli {
+namespace {
+
+constexpr const char* programName = "opcua-cli";
+
+std::string systemMessage() {
+    return std::strerror(errno);
+}
+
+} // namespace
+
+void secureStandardStreams() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(descriptor, F_GETFD) < 0)
+            // Opened the wrong way round, so that reading or writing fails as on a closed descriptor.
+            open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+void writeOutput(const std::string& text) {
+    std::size_t done = 0;
+    while (done < text.size()) {
+        const ssize_t count = write(STDOUT_FILENO, text.data() + done, text.size() - done);
+        if (count >= 0)
+            done += static_cast<std::size_t>(count);
+        else if (errno == EPIPE)
+            throw Failure(ExitCode::OutputClosed, {});
+        else if (errno != EINTR)
+            throw Failure(ExitCode::OutputFailed, {"cannot write the result: " + systemMessage(), {}});
+    }
+}
+
+void reportProblem(const Problem& problem) {
+    const Terminal terminal = terminalOn(STDERR_FILENO);
+    std::string text = terminal.paint(std::string(programName) + ":", Tone::Bad) + " " +
+                       printable(problem.explanation) + "\n";
+    if (problem.resultCode != 0)
+        text += "  library: result " + std::to_string(problem.resultCode) +
+                (problem.libraryMessage.empty() ? "" : ", " + printable(problem.libraryMessage)) + "\n";
+    if (!problem.advice.empty())
+        text += "  try: " + printable(problem.advice) + "\n";
+    std::fputs(text.c_str(), stderr);
+}
+
+void reportNote(const std::string& text) {
+    std::fprintf(stderr, "%s: %s\n", programName, printable(text).c_str());
+}
+
+std::string readInput() {
+    std::string text;
+    std::array<char, 65536> block{};
+    for (;;) {
+        const ssize_t count = read(STDIN_FILENO, block.data(), block.size());
+        if (count > 0)
+            text.append(block.data(), static_cast<std::size_t>(count));
+        else if (count == 0)
+            return text;
+        else if (errno != EINTR)
+            throw usageFailure("cannot read standard input: " + systemMessage());
+    }
+}
+
+} // namespace opcua_cli

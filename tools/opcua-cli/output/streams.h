@@ -1,0 +1,25 @@
+#pragma once
+
+#include "failure.h"
+
+#include <string>
+
+namespace opcua_cli {
+
+/// Standard input, output and error hold their numbers even when the caller closed them: a connection must
+/// never take one of these. A reader that goes away is a failed write and no signal.
+void secureStandardStreams();
+
+/// Writes everything, or throws Failure with OutputClosed (the reader went away) or OutputFailed.
+void writeOutput(const std::string& text);
+
+/// A problem for a person, on standard error: what, the library's word on it, what to try.
+void reportProblem(const Problem& problem);
+
+/// A remark that is no error, on standard error.
+void reportNote(const std::string& text);
+
+/// Everything that standard input holds.
+std::string readInput();
+
+} // namespace opcua_cli

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "output/terminal.h"
+
+#include <string>
+#include <vector>
+
+namespace opcua_cli {
+
+struct Column {
+    std::string title;
+    bool mayBeCut = true; ///< false for what people copy, such as node ids
+    bool right = false;   ///< numbers
+};
+
+struct Cell {
+    std::string text;
+    Tone tone = Tone::Plain;
+
+    Cell(std::string content, Tone cellTone = Tone::Plain) : text(std::move(content)), tone(cellTone) {}
+    Cell(const char* content) : text(content) {}
+};
+
+/// Rows under headings, aligned by what the texts take on a terminal. Every text is made printable. Long
+/// cells are cut so that lines fit the terminal; where there is none, a cell takes 80 columns at most.
+class Table {
+public:
+    explicit Table(std::vector<Column> columns);
+
+    /// A row with fewer cells than columns ends with empty ones.
+    void add(std::vector<Cell> row);
+    bool empty() const { return m_rows.empty(); }
+
+    /// Lines that end with a line feed, without trailing blanks. A column without any text is left out, and
+    /// so are the headings when none has a title.
+    std::string render(const Terminal& terminal) const;
+
+private:
+    std::vector<std::size_t> naturalWidths() const;
+
+    std::vector<Column> m_columns;
+    std::vector<std::vector<Cell>> m_rows;
+};
+
+} // namespace opcua_cli

@@ -1,0 +1,59 @@
+#include "output/terminal.h"
+
+#include <cstdlib>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace opcua_cli {
+namespace {
+
+constexpr std::size_t usualWidth = 80;
+
+bool isSet(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
+}
+
+bool isDumb() {
+    const char* type = std::getenv("TERM");
+    return type == nullptr || std::string_view(type) == "dumb";
+}
+
+std::string_view colourSequence(Tone tone) {
+    switch (tone) {
+    case Tone::Heading:
+        return "\x1b[1m";
+    case Tone::Faint:
+        return "\x1b[2m";
+    case Tone::Good:
+        return "\x1b[32m";
+    case Tone::Bad:
+        return "\x1b[31m";
+    case Tone::Plain:
+        break;
+    }
+    return {};
+}
+
+} // namespace
+
+std::string Terminal::paint(std::string_view text, Tone tone) const {
+    const std::string_view sequence = colours ? colourSequence(tone) : std::string_view{};
+    if (sequence.empty() || text.empty())
+        return std::string(text);
+    return std::string(sequence).append(text).append("\x1b[0m");
+}
+
+Terminal terminalOn(int descriptor) {
+    Terminal terminal;
+    terminal.interactive = isatty(descriptor) == 1;
+    if (!terminal.interactive)
+        return terminal;
+    terminal.colours = !isSet("NO_COLOR") && !isDumb();
+    winsize size{};
+    const bool known = ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    terminal.width = known ? size.ws_col : usualWidth;
+    return terminal;
+}
+
+} // namespace opcua_cli

@@ -1,0 +1,72 @@
+#include "result_text.h"
+
+#include "OpcUaClientInterface.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace opcua_cli {
+namespace {
+
+struct ResultText {
+    int code;
+    bool hasMessage; ///< the library stores a message with this code; otherwise an older one would be read
+    const char* explanation;
+    const char* advice;
+};
+
+constexpr std::array<ResultText, 11> resultTexts{{
+    {1, true, "the server could not be connected",
+     "check that the server runs and that host and port are right (opcua-cli discover URL shows its "
+     "endpoints); a "
+     "server behind a slow network may need a longer --timeout; --trace warnings writes the reason to the "
+     "trace "
+     "file that \"opcua-cli --help\" names"},
+    {2, true, "the connection could not be closed in good order",
+     "nothing: the server drops the session by itself after its time-out"},
+    {3, true, "the connection to the server is lost", "the same command again, once the server answers"},
+    {4, true, "the server did not answer the browse",
+     "check that the node exists (browse its parent first) and that this user may browse it"},
+    {5, true, "the node id could not be used", "a node id such as ns=2;s=Line1.Speed or i=2261"},
+    {6, true, "the node is not in the tree that was browsed", "browse its parent first"},
+    {7, true, "the value could not be read",
+     "check the node id (opcua-cli browse URL shows them); an existing node may have no value, may not be "
+     "readable "
+     "for this user, or may have a value with a bad or uncertain status"},
+    {8, true, "the value could not be written",
+     "check that the node exists, that this user may write it, and that its type is the one used (--type)"},
+    {18, false, "no discovery service answers at that address",
+     "check host and port and that the server runs; the port of OPC UA servers is often 4840"},
+    {19, false, "the server answered, but none of its servers or discovery addresses did",
+     "the server may announce a host name that this machine cannot resolve: ask it by IP address and look at "
+     "its "
+     "configured host name"},
+    {29, true, "an argument was refused", "please report this: the command should have noticed it"},
+}};
+
+std::string storedMessage(COpcUaClientInterface& client) {
+    std::array<char, 256> buffer{};
+    client.GetErrorMsg(buffer.data(), static_cast<int>(buffer.size() - 1));
+    return buffer.data();
+}
+
+} // namespace
+
+Problem problemFor(int resultCode, COpcUaClientInterface& client) {
+    const auto text = std::find_if(resultTexts.begin(), resultTexts.end(),
+                                   [&](const ResultText& entry) { return entry.code == resultCode; });
+    Problem problem;
+    problem.resultCode = resultCode;
+    if (text == resultTexts.end()) {
+        problem.explanation = "the operation failed";
+        return problem;
+    }
+    problem.explanation = text->explanation;
+    problem.advice = text->advice;
+    if (text->hasMessage)
+        problem.libraryMessage = storedMessage(client);
+    return problem;
+}
+
+} // namespace opcua_cli
