@@ -1,0 +1,88 @@
+#include "output/table.h"
+
+#include <gtest/gtest.h>
+
+using namespace opcua_cli;
+
+namespace {
+
+Terminal pipe() {
+    return {};
+}
+
+Terminal screen(std::size_t width, bool colours = false) {
+    return {true, colours, width};
+}
+
+} // namespace
+
+TEST(Table, AlignsByWhatTextsTakeOnATerminal) {
+    Table table({{"Name"}, {"Value"}});
+    table.add({"温度", "1"});
+    table.add({"Füllstand", "22"});
+    EXPECT_EQ(table.render(pipe()), "Name       Value\n"
+                                    "温度       1\n"
+                                    "Füllstand  22\n");
+}
+
+TEST(Table, PutsNumbersToTheRight) {
+    Table table({{"Count", true, true}, {"Name"}});
+    table.add({"7", "a"});
+    table.add({"1200", "b"});
+    EXPECT_EQ(table.render(pipe()), "Count  Name\n"
+                                    "    7  a\n"
+                                    " 1200  b\n");
+}
+
+TEST(Table, LeavesOutEmptyColumnsAndTrailingBlanks) {
+    Table table({{"A"}, {"B"}, {"C"}});
+    table.add({"x", "", "1"});
+    table.add({"yy"});
+    EXPECT_EQ(table.render(pipe()), "A   C\n"
+                                    "x   1\n"
+                                    "yy\n");
+}
+
+TEST(Table, HasNoHeadingLineWithoutTitles) {
+    Table table({{""}, {""}});
+    table.add({"Server", "Plant"});
+    EXPECT_EQ(table.render(pipe()), "Server  Plant\n");
+}
+
+TEST(Table, FitsTheTerminalButKeepsNodeIdsWhole) {
+    Table table({{"Name"}, {"Node id", false}});
+    table.add({"a name that is rather long", "ns=2;s=Line1.Speed"});
+    EXPECT_EQ(table.render(screen(30)), "Name        Node id\n"
+                                        "a name th…  ns=2;s=Line1.Speed\n");
+    EXPECT_EQ(table.render(screen(10)), "Name      Node id\n"
+                                        "a name …  ns=2;s=Line1.Speed\n");
+}
+
+TEST(Table, BoundsCellsWhereThereIsNoTerminal) {
+    Table table({{"Text"}, {"End"}});
+    table.add({std::string(1000, 'x'), "!"});
+    const std::string text = table.render(pipe());
+    EXPECT_EQ(text, "Text" + std::string(78, ' ') + "End\n" + std::string(79, 'x') + "…  !\n");
+}
+
+TEST(Table, ShowsNoRawControlCharacters) {
+    Table table({{"Text"}});
+    table.add({"a\x1b[2Jb\nc"});
+    EXPECT_EQ(table.render(screen(80, true)), "\x1b[1mText\x1b[0m\na\\x1b[2Jb\\nc\n");
+}
+
+TEST(Table, ColoursOnlyWhereAsked) {
+    Table table({{"Result"}});
+    table.add({{"written", Tone::Good}});
+    EXPECT_EQ(table.render(screen(80, true)), "\x1b[1mResult\x1b[0m\n\x1b[32mwritten\x1b[0m\n");
+    EXPECT_EQ(table.render(screen(80)), "Result\nwritten\n");
+}
+
+TEST(Table, ColoursDoNotCountAsWidth) {
+    Table table({{"A"}, {"B"}});
+    table.add({{"x", Tone::Bad}, "1"});
+    table.add({"yy", "2"});
+    EXPECT_EQ(table.render(screen(80, true)), "\x1b[1mA\x1b[0m   \x1b[1mB\x1b[0m\n"
+                                              "\x1b[31mx\x1b[0m   1\n"
+                                              "yy  2\n");
+}
