@@ -1,0 +1,18 @@
+#pragma once
+
+/// The texts that operations leave behind.
+namespace messages {
+
+constexpr char connectFailed[] = "连接服务器失败";
+constexpr char disconnectFailed[] = "断开连接失败";
+constexpr char notConnected[] = "服务器未连接";
+constexpr char browseFailed[] = "浏览服务器出错";
+constexpr char nodeIdFailed[] = "组合节点ID错误";
+constexpr char nodeNotInTree[] = "浏览服务器出错，没有预存的节点信息";
+constexpr char readFailed[] = "读节点值出错";
+constexpr char writeFailed[] = "写节点值出错";
+constexpr char dataTypeFailed[] = "读数据类型失败";
+constexpr char clientCertificateFailed[] = "加载客户端证书失败";
+constexpr char invalidArgument[] = "传入的参数为空或者无效";
+
+} // namespace messages

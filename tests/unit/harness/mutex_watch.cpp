@@ -1,0 +1,149 @@
+#include "mutex_watch.h"
+
+#include <dlfcn.h>
+#include <pthread.h>
+
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "next_definition.h"
+#include "standin/standin.h"
+
+namespace {
+
+constexpr int capacity = 256;
+
+// Fixed arrays of atomics: these are reached from inside every lock in the process, allocations included.
+std::array<std::atomic<pthread_mutex_t*>, capacity> known;
+std::atomic<int> knownCount{0};
+std::array<std::atomic<int>, capacity> lockLog;
+std::atomic<int> lockCount{0};
+
+thread_local std::array<int, 16> heldNumbers;
+thread_local int heldCount = 0;
+
+int numberOf(const pthread_mutex_t* mutex) {
+    const int count = knownCount.load(std::memory_order_acquire);
+    for (int i = 0; i < count; ++i) {
+        if (known[static_cast<std::size_t>(i)].load(std::memory_order_relaxed) == mutex)
+            return i;
+    }
+    return -1;
+}
+
+bool calledByClientLibrary(const void* returnAddress) {
+    Dl_info info;
+    return dladdr(returnAddress, &info) != 0 && info.dli_fname && std::strstr(info.dli_fname, "libopcuaclient.so");
+}
+
+void noteLocked(const pthread_mutex_t* mutex) {
+    const int number = numberOf(mutex);
+    if (number < 0)
+        return;
+    const int position = lockCount.fetch_add(1);
+    if (position < capacity)
+        lockLog[static_cast<std::size_t>(position)] = number;
+    if (heldCount == static_cast<int>(heldNumbers.size()))
+        std::abort();
+    heldNumbers[static_cast<std::size_t>(heldCount++)] = number;
+}
+
+void noteUnlocked(const pthread_mutex_t* mutex) {
+    const int number = numberOf(mutex);
+    for (int i = heldCount - 1; number >= 0 && i >= 0; --i) {
+        if (heldNumbers[static_cast<std::size_t>(i)] != number)
+            continue;
+        for (int j = i; j + 1 < heldCount; ++j)
+            heldNumbers[static_cast<std::size_t>(j)] = heldNumbers[static_cast<std::size_t>(j + 1)];
+        --heldCount;
+        return;
+    }
+}
+
+} // namespace
+
+namespace mutex_watch {
+
+void reset() {
+    knownCount = 0;
+    lockCount = 0;
+}
+
+int alive() {
+    int result = 0;
+    for (int i = 0; i < knownCount; ++i)
+        result += known[static_cast<std::size_t>(i)].load() ? 1 : 0;
+    return result;
+}
+
+std::vector<int> held() {
+    return std::vector<int>(heldNumbers.begin(), heldNumbers.begin() + heldCount);
+}
+
+std::vector<int> locked() {
+    std::vector<int> result;
+    const int count = lockCount < capacity ? lockCount.load() : capacity;
+    for (int i = 0; i < count; ++i)
+        result.push_back(lockLog[static_cast<std::size_t>(i)]);
+    return result;
+}
+
+void forgetLocks() { lockCount = 0; }
+
+} // namespace mutex_watch
+
+extern "C" {
+
+#define UNIT_EXPORT __attribute__((visibility("default")))
+
+UNIT_EXPORT int pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes) noexcept {
+    static const auto next = nextDefinition<int (*)(pthread_mutex_t*, const pthread_mutexattr_t*)>(
+        "pthread_mutex_init");
+    const int result = next(mutex, attributes);
+    if (!calledByClientLibrary(__builtin_return_address(0)))
+        return result;
+    const int number = knownCount.load();
+    if (number == capacity)
+        std::abort();
+    known[static_cast<std::size_t>(number)] = mutex;
+    knownCount = number + 1;
+    standin::script().record("pthread_mutex_init", nullptr,
+                             std::to_string(number) + (attributes ? " with attributes" : ""));
+    return result;
+}
+
+UNIT_EXPORT int pthread_mutex_destroy(pthread_mutex_t* mutex) noexcept {
+    static const auto next = nextDefinition<int (*)(pthread_mutex_t*)>("pthread_mutex_destroy");
+    const int number = numberOf(mutex);
+    if (number >= 0) {
+        known[static_cast<std::size_t>(number)] = nullptr;
+        standin::script().record("pthread_mutex_destroy", nullptr, std::to_string(number));
+    }
+    return next(mutex);
+}
+
+UNIT_EXPORT int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
+    static const auto next = nextDefinition<int (*)(pthread_mutex_t*)>("pthread_mutex_lock");
+    const int result = next(mutex);
+    if (result == 0)
+        noteLocked(mutex);
+    return result;
+}
+
+UNIT_EXPORT int pthread_mutex_trylock(pthread_mutex_t* mutex) noexcept {
+    static const auto next = nextDefinition<int (*)(pthread_mutex_t*)>("pthread_mutex_trylock");
+    const int result = next(mutex);
+    if (result == 0)
+        noteLocked(mutex);
+    return result;
+}
+
+UNIT_EXPORT int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept {
+    static const auto next = nextDefinition<int (*)(pthread_mutex_t*)>("pthread_mutex_unlock");
+    noteUnlocked(mutex);
+    return next(mutex);
+}
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <cstring>
+
+/// The definition that this program's own one hides.
+template <typename Function>
+Function nextDefinition(const char* symbol) {
+    void* address = dlsym(RTLD_NEXT, symbol);
+    if (!address)
+        std::abort();
+    Function function;
+    static_assert(sizeof(function) == sizeof(address), "a function pointer is an address here");
+    std::memcpy(&function, &address, sizeof(function));
+    return function;
+}

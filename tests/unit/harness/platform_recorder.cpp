@@ -1,0 +1,124 @@
+#include "platform_recorder.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <optional>
+
+#include "next_definition.h"
+#include "standin/standin.h"
+#include "uabase/platform_layer.h"
+#include "uabase/settings.h"
+#include "uabase/trace.h"
+
+using standin::script;
+
+namespace {
+
+int initTraceResult = 0;
+bool executableFails = false;
+std::optional<std::string> executable;
+
+std::string hex(unsigned int number) {
+    char text[16];
+    std::snprintf(text, sizeof(text), "0x%X", number);
+    return text;
+}
+
+} // namespace
+
+namespace platform_recorder {
+
+void answerInitTrace(int result) { initTraceResult = result; }
+
+void setExecutable(const std::string& path) {
+    executable = path;
+    executableFails = false;
+}
+
+void failExecutable() { executableFails = true; }
+
+void reset() {
+    initTraceResult = 0;
+    executableFails = false;
+    executable.reset();
+}
+
+} // namespace platform_recorder
+
+int UaPlatformLayer::init() {
+    static const auto next = nextDefinition<int (*)()>("_ZN15UaPlatformLayer4initEv");
+    script().record("UaPlatformLayer::init");
+    return next();
+}
+
+void UaPlatformLayer::cleanup() {
+    static const auto next = nextDefinition<void (*)()>("_ZN15UaPlatformLayer7cleanupEv");
+    script().record("UaPlatformLayer::cleanup");
+    next();
+}
+
+void UaPlatformLayer::changeTraceSettings(unsigned char enabled, unsigned int traceMask) {
+    script().record("UaPlatformLayer::changeTraceSettings", nullptr,
+                    std::to_string(enabled) + ", " + hex(traceMask));
+}
+
+int UaTrace::initTrace(TraceLevel level, unsigned int maxEntriesPerFile, unsigned int backupFiles,
+                       const UaString& fileName, const UaString& applicationName) {
+    script().record("UaTrace::initTrace", nullptr,
+                    std::to_string(level) + ", " + std::to_string(maxEntriesPerFile) + ", " +
+                        std::to_string(backupFiles) + ", " + fileName.text() + ", " + applicationName.text());
+    return initTraceResult;
+}
+
+void UaTrace::closeTrace() { script().record("UaTrace::closeTrace"); }
+
+void UaTrace::setTraceActive(bool active) {
+    script().record("LibT::setTraceActive", nullptr, std::string(active ? "true" : "false"));
+}
+
+void UaTrace::setStackActive(bool active) {
+    script().record("LibT::setStackTraceActive", nullptr, std::string(active ? "true" : "false"));
+}
+
+// A constructor cannot be defined here without taking over the whole class; its symbol can.
+void constructSettings(UaSettings* self, const UaUniString& fileName) __asm__("_ZN10UaSettingsC1ERK11UaUniString");
+__attribute__((visibility("default"))) void constructSettings(UaSettings* self, const UaUniString& fileName) {
+    static const auto next =
+        nextDefinition<void (*)(UaSettings*, const UaUniString&)>("_ZN10UaSettingsC1ERK11UaUniString");
+    script().record("UaSettings::UaSettings", self, fileName.toUtf8().text());
+    next(self, fileName);
+}
+
+void UaSettings::beginGroup(const UaString& name) {
+    static const auto next =
+        nextDefinition<void (*)(UaSettings*, const UaString&)>("_ZN10UaSettings10beginGroupERK8UaString");
+    script().record("UaSettings::beginGroup", this, name.text());
+    next(this, name);
+}
+
+UaVariant UaSettings::value(const UaString& key, const UaVariant& defaultValue) const {
+    // For the calling convention `this` is the first argument.
+    static const auto next = nextDefinition<UaVariant (*)(const UaSettings*, const UaString&, const UaVariant&)>(
+        "_ZNK10UaSettings5valueERK8UaStringRK9UaVariant");
+    script().record("UaSettings::value", this, key.text() + " or " + defaultValue.toString().text());
+    return next(this, key, defaultValue);
+}
+
+extern "C" __attribute__((visibility("default"))) ssize_t readlink(const char* path, char* buffer,
+                                                                   size_t size) noexcept {
+    static const auto next = nextDefinition<ssize_t (*)(const char*, char*, size_t)>("readlink");
+    if (std::strcmp(path, "/proc/self/exe") != 0)
+        return next(path, buffer, size);
+    script().record("readlink", nullptr, std::to_string(size));
+    if (executableFails) {
+        errno = EACCES;
+        return -1;
+    }
+    if (!executable)
+        return next(path, buffer, size);
+    const size_t length = std::min(size, executable->size());
+    std::memcpy(buffer, executable->data(), length);
+    return static_cast<ssize_t>(length);
+}

@@ -1,0 +1,159 @@
+#include "record_census.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <unordered_map>
+
+#include "OpcUaTypes.h"
+
+namespace {
+
+/// The census must not count, or recurse through, its own allocations.
+template <typename T>
+struct MallocAllocator {
+    using value_type = T;
+    MallocAllocator() = default;
+    template <typename U>
+    MallocAllocator(const MallocAllocator<U>&) {}
+    T* allocate(std::size_t count) {
+        if (void* block = std::malloc(count * sizeof(T)))
+            return static_cast<T*>(block);
+        throw std::bad_alloc();
+    }
+    void deallocate(T* block, std::size_t) { std::free(block); }
+    friend bool operator==(const MallocAllocator&, const MallocAllocator&) { return true; }
+    friend bool operator!=(const MallocAllocator&, const MallocAllocator&) { return false; }
+};
+
+enum class State { Live, Freed };
+using Blocks = std::unordered_map<void*, State, std::hash<void*>, std::equal_to<void*>,
+                                  MallocAllocator<std::pair<void* const, State>>>;
+
+constexpr int freshPattern = 0xA5;
+constexpr int freedPattern = 0xDD;
+
+struct Census {
+    std::atomic_flag busy = ATOMIC_FLAG_INIT;
+    Blocks* blocks = nullptr;
+    long live = 0;
+    bool quarantine = false;
+    long freedOnce = 0;
+    long freedAgain = 0;
+};
+
+/// Constant-initialised: operator new runs before any constructor of this program does.
+Census census;
+
+class CensusLock {
+public:
+    CensusLock() {
+        while (census.busy.test_and_set(std::memory_order_acquire)) {
+        }
+    }
+    ~CensusLock() { census.busy.clear(std::memory_order_release); }
+    CensusLock(const CensusLock&) = delete;
+    CensusLock& operator=(const CensusLock&) = delete;
+};
+
+void* allocate(std::size_t size) noexcept {
+    void* block = std::malloc(size == 0 ? 1 : size);
+    if (!block || size != sizeof(OpcUaNode))
+        return block;
+    std::memset(block, freshPattern, size);
+    CensusLock lock;
+    if (!census.blocks)
+        census.blocks = new (std::malloc(sizeof(Blocks))) Blocks();
+    (*census.blocks)[block] = State::Live;
+    ++census.live;
+    return block;
+}
+
+void release(void* block) noexcept {
+    if (!block)
+        return;
+    {
+        CensusLock lock;
+        if (census.blocks) {
+            const auto found = census.blocks->find(block);
+            if (found != census.blocks->end()) {
+                if (found->second == State::Freed) {
+                    ++census.freedAgain;
+                    return;
+                }
+                --census.live;
+                if (census.quarantine) {
+                    found->second = State::Freed;
+                    ++census.freedOnce;
+                    std::memset(block, freedPattern, sizeof(OpcUaNode));
+                    return;
+                }
+                census.blocks->erase(found);
+            }
+        }
+    }
+    std::free(block);
+}
+
+void* allocateOrThrow(std::size_t size) {
+    if (void* block = allocate(size))
+        return block;
+    throw std::bad_alloc();
+}
+
+} // namespace
+
+namespace record_census {
+
+long live() {
+    CensusLock lock;
+    return census.live;
+}
+
+Quarantine::Quarantine() {
+    CensusLock lock;
+    census.quarantine = true;
+    census.freedOnce = 0;
+    census.freedAgain = 0;
+}
+
+Quarantine::~Quarantine() {
+    CensusLock lock;
+    census.quarantine = false;
+    if (!census.blocks)
+        return;
+    for (auto entry = census.blocks->begin(); entry != census.blocks->end();) {
+        if (entry->second == State::Freed) {
+            std::free(entry->first);
+            entry = census.blocks->erase(entry);
+        } else {
+            ++entry;
+        }
+    }
+}
+
+long Quarantine::freedOnce() const {
+    CensusLock lock;
+    return census.freedOnce;
+}
+
+long Quarantine::freedAgain() const {
+    CensusLock lock;
+    return census.freedAgain;
+}
+
+} // namespace record_census
+
+#define UNIT_EXPORT __attribute__((visibility("default")))
+
+UNIT_EXPORT void* operator new(std::size_t size) { return allocateOrThrow(size); }
+UNIT_EXPORT void* operator new[](std::size_t size) { return allocateOrThrow(size); }
+UNIT_EXPORT void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
+UNIT_EXPORT void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
+UNIT_EXPORT void operator delete(void* block) noexcept { release(block); }
+UNIT_EXPORT void operator delete[](void* block) noexcept { release(block); }
+UNIT_EXPORT void operator delete(void* block, std::size_t) noexcept { release(block); }
+UNIT_EXPORT void operator delete[](void* block, std::size_t) noexcept { release(block); }
+UNIT_EXPORT void operator delete(void* block, const std::nothrow_t&) noexcept { release(block); }
+UNIT_EXPORT void operator delete[](void* block, const std::nothrow_t&) noexcept { release(block); }

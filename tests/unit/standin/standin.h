@@ -1,0 +1,152 @@
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "uabase/arrays.h"
+#include "uabase/byte_string.h"
+#include "uabase/status.h"
+#include "uabase/variant.h"
+#include "uaclient/callbacks.h"
+#include "uaclient/discovery.h"
+#include "uaclient/session.h"
+
+/// Control of the scripted libuaclientcpp: it keeps a record of every call that reaches it and answers what the
+/// test told it. Only this library exports script(), so a program that finds it runs against the stand-in.
+namespace standin {
+
+struct ConnectRequest {
+    std::string url;
+    UaClientSdk::SessionConnectInfo info;
+    std::string securityPolicyUri;
+    OpcUa_MessageSecurityMode securityMode;
+    UaByteString serverCertificate;
+    UaClientSdk::UaSessionCallback* callback;
+};
+
+struct DisconnectRequest {
+    UaClientSdk::ServiceSettings settings;
+    bool deleteSubscriptions;
+};
+
+struct ReadItem {
+    std::string nodeId;
+    OpcUa_UInt32 attributeId;
+    std::string indexRange;
+    std::string dataEncoding;
+};
+
+struct ReadRequest {
+    UaClientSdk::ServiceSettings settings;
+    OpcUa_Double maxAge;
+    OpcUa_TimestampsToReturn timestamps;
+    std::vector<ReadItem> items;
+};
+
+struct WriteItem {
+    std::string nodeId;
+    OpcUa_UInt32 attributeId;
+    std::string indexRange;
+    UaVariant value;
+    bool hasValue;
+    bool hasStatus;
+    bool hasTimestamps;
+};
+
+struct WriteRequest {
+    UaClientSdk::ServiceSettings settings;
+    std::vector<WriteItem> items;
+};
+
+struct BrowseRequest {
+    UaClientSdk::ServiceSettings settings;
+    std::string nodeId;
+    UaClientSdk::BrowseContext context;
+    UaByteString continuationPoint;
+    OpcUa_UInt32 referencesOnEntry;
+};
+
+struct BrowseNextRequest {
+    UaClientSdk::ServiceSettings settings;
+    bool releaseContinuationPoint;
+    UaByteString continuationPoint;
+    const UaReferenceDescriptions* references;
+};
+
+/// Of findServers and getEndpoints alike; the last two tell which objects the caller used.
+struct DiscoveryRequest {
+    UaClientSdk::ServiceSettings settings;
+    std::string url;
+    const UaClientSdk::UaDiscovery* discovery;
+    const UaClientSdk::ClientSecurityInfo* security;
+};
+
+using Arguments = std::variant<std::monostate, ConnectRequest, DisconnectRequest, ReadRequest, WriteRequest,
+                               BrowseRequest, BrowseNextRequest, DiscoveryRequest, std::string>;
+
+/// What the test program sees at the moment of a call, measured by its own probe.
+struct Surroundings {
+    std::vector<int> heldMutexes; ///< of the client, by the calling thread; numbered in order of initialisation
+    long liveRecords = 0;         ///< node records on the heap
+};
+
+struct Call {
+    std::string operation; ///< for example "UaSession::read"
+    const void* object;    ///< the session, discovery or security info; null for a static operation
+    Arguments arguments;
+    Surroundings surroundings;
+};
+
+/// Records and answers. Every answer has a default: services succeed, reads give good empty values, writes good
+/// results, browses and queries nothing; a session is connected from connect to disconnect. The stand-in reports no
+/// connection status by itself: that is sessionCallback()'s to do.
+class UASDK_EXPORT Script {
+public:
+    std::function<UaStatus(const ConnectRequest&)> onConnect;
+    std::function<UaStatus(const DisconnectRequest&)> onDisconnect;
+    std::function<bool()> onIsConnected;
+    std::function<UaStatus(const ReadRequest&, UaDataValues&)> onRead;
+    std::function<UaStatus(const WriteRequest&, UaStatusCodeArray&)> onWrite;
+    std::function<UaStatus(const BrowseRequest&, UaByteString&, UaReferenceDescriptions&)> onBrowse;
+    std::function<UaStatus(const BrowseNextRequest&, UaByteString&, UaReferenceDescriptions&)> onBrowseNext;
+    std::function<UaStatus(const DiscoveryRequest&, UaApplicationDescriptions&)> onFindServers;
+    std::function<UaStatus(const DiscoveryRequest&, UaEndpointDescriptions&)> onGetEndpoints;
+    std::function<Surroundings()> probe;
+
+    /// Forgets records and answers.
+    void reset();
+    /// Forgets the records, keeps the answers.
+    void forgetCalls();
+
+    void record(std::string operation, const void* object = nullptr, Arguments arguments = {});
+
+    std::vector<Call> calls() const;
+    /// Names of the calls in order.
+    std::vector<std::string> operations() const;
+    /// Arguments of all calls of one kind, in order.
+    template <typename Request>
+    std::vector<Request> requests() const {
+        std::vector<Request> result;
+        for (const Call& call : calls()) {
+            if (const Request* request = std::get_if<Request>(&call.arguments))
+                result.push_back(*request);
+        }
+        return result;
+    }
+
+    /// The callback that the last connect was given.
+    UaClientSdk::UaSessionCallback* sessionCallback() const { return m_sessionCallback; }
+    void setSessionCallback(UaClientSdk::UaSessionCallback* callback) { m_sessionCallback = callback; }
+
+private:
+    mutable std::mutex m_mutex;
+    std::vector<Call> m_calls;
+    UaClientSdk::UaSessionCallback* m_sessionCallback = nullptr;
+};
+
+UASDK_EXPORT Script& script();
+
+} // namespace standin

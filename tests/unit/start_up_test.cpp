@@ -1,0 +1,150 @@
+#include <climits>
+
+#include "client_test.h"
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+namespace {
+
+class StartUp : public ClientTest {
+protected:
+    void init(int level) { EXPECT_EQ(m_client->OpcUaInit(static_cast<_OpcUaClientTraceLevel>(level)), 0); }
+
+    /// What one call recorded, as "operation(arguments)".
+    std::vector<std::string> recorded() {
+        std::vector<std::string> result;
+        for (const standin::Call& call : script().calls())
+            result.push_back(call.operation + "(" + std::get<std::string>(call.arguments) + ")");
+        return result;
+    }
+
+    /// The log file that one call named.
+    std::string logFile() {
+        script().forgetCalls();
+        init(1);
+        for (const standin::Call& call : script().calls()) {
+            if (call.operation == "UaTrace::initTrace") {
+                const std::string arguments = std::get<std::string>(call.arguments);
+                const std::string before = "1, 50000, 10, ";
+                const std::string after = ", Kestrova OPCUA Client";
+                EXPECT_EQ(arguments.substr(0, before.size()), before);
+                EXPECT_EQ(arguments.substr(arguments.size() - after.size()), after);
+                return arguments.substr(before.size(), arguments.size() - before.size() - after.size());
+            }
+        }
+        ADD_FAILURE() << "no trace was opened";
+        return {};
+    }
+};
+
+struct TraceRow {
+    int level;
+    int sdkLevel;
+    const char* mask;
+};
+
+class TraceLevels : public StartUp, public ::testing::WithParamInterface<TraceRow> {};
+
+} // namespace
+
+TEST_P(TraceLevels, SelectLevelAndMask) {
+    platform_recorder::setExecutable("/opt/plant/hmi");
+    init(GetParam().level);
+    EXPECT_THAT(recorded(),
+                ElementsAre("readlink(4096)",
+                            "UaTrace::initTrace(" + std::to_string(GetParam().sdkLevel) +
+                                ", 50000, 10, /opt/plant/OpcUaClient.log, Kestrova OPCUA Client)",
+                            "LibT::setTraceActive(true)",
+                            std::string("UaPlatformLayer::changeTraceSettings(1, ") + GetParam().mask + ")",
+                            "LibT::setStackTraceActive(true)"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, TraceLevels,
+                         ::testing::Values(TraceRow{1, 1, "0x20"}, TraceRow{2, 2, "0x30"}, TraceRow{3, 3, "0x3C"},
+                                           TraceRow{4, 4, "0x38"}, TraceRow{5, 5, "0x3E"}, TraceRow{6, 6, "0x3F"},
+                                           TraceRow{7, 7, "0xFFFFFFFF"}));
+
+INSTANTIATE_TEST_SUITE_P(OutOfRange, TraceLevels,
+                         ::testing::Values(TraceRow{0, 0, "0x0"}, TraceRow{8, 0, "0x0"}, TraceRow{-1, 0, "0x0"},
+                                           TraceRow{INT_MAX, 0, "0x0"}, TraceRow{INT_MIN, 0, "0x0"}));
+
+TEST_F(StartUp, LeavesTheStoredMessageAlone) {
+    init(7);
+    EXPECT_EQ(message(), "");
+    storeEarlierMessage();
+    init(0);
+    EXPECT_EQ(message(), earlierMessage);
+}
+
+TEST_F(StartUp, TakesNoLock) {
+    init(3);
+    EXPECT_THAT(mutex_watch::locked(), IsEmpty());
+}
+
+TEST_F(StartUp, CarriesOnWhenTheTraceCannotBeWritten) {
+    platform_recorder::answerInitTrace(-1);
+    init(2);
+    EXPECT_THAT(script().operations(),
+                ElementsAre("readlink", "UaTrace::initTrace", "LibT::setTraceActive",
+                            "UaPlatformLayer::changeTraceSettings", "LibT::setStackTraceActive"));
+    EXPECT_EQ(message(), "");
+}
+
+TEST_F(StartUp, OpensTheTraceAnewAtEveryCall) {
+    platform_recorder::setExecutable("/opt/plant/hmi");
+    init(1);
+    script().forgetCalls();
+    init(5);
+    EXPECT_THAT(recorded(),
+                ElementsAre("readlink(4096)",
+                            "UaTrace::initTrace(5, 50000, 10, /opt/plant/OpcUaClient.log, Kestrova OPCUA Client)",
+                            "LibT::setTraceActive(true)", "UaPlatformLayer::changeTraceSettings(1, 0x3E)",
+                            "LibT::setStackTraceActive(true)"));
+}
+
+TEST_F(StartUp, LogLiesBesideTheExecutable) {
+    platform_recorder::setExecutable("/opt/plant/bin/hmi");
+    EXPECT_EQ(logFile(), "/opt/plant/bin/OpcUaClient.log");
+}
+
+TEST_F(StartUp, ExecutableInTheRootDirectoryGivesAnEmptyDirectory) {
+    platform_recorder::setExecutable("/hmi");
+    EXPECT_EQ(logFile(), "/OpcUaClient.log");
+}
+
+TEST_F(StartUp, PathWithoutSlashIsTakenWhole) {
+    platform_recorder::setExecutable("hmi");
+    EXPECT_EQ(logFile(), "hmi/OpcUaClient.log");
+}
+
+TEST_F(StartUp, OnlyTheLastSlashIsCut) {
+    platform_recorder::setExecutable("/opt/plant/");
+    EXPECT_EQ(logFile(), "/opt/plant/OpcUaClient.log");
+}
+
+TEST_F(StartUp, UnknownExecutableGivesAnEmptyDirectory) {
+    platform_recorder::failExecutable();
+    EXPECT_EQ(logFile(), "/OpcUaClient.log");
+}
+
+TEST_F(StartUp, PlaceHolderInTheDirectoryIsNotReplaced) {
+    platform_recorder::setExecutable("/opt/%1/%2/hmi");
+    EXPECT_EQ(logFile(), "/opt/%1/%2/OpcUaClient.log");
+}
+
+TEST_F(StartUp, LongestPathIsTaken) {
+    const std::string directory = "/" + std::string(4090, 'd');
+    platform_recorder::setExecutable(directory + "/hmi");
+    EXPECT_EQ(logFile(), directory + "/OpcUaClient.log");
+}
+
+TEST_F(StartUp, PathThatFillsTheBufferIsRefused) {
+    platform_recorder::setExecutable("/" + std::string(4091, 'd') + "/hmi");
+    EXPECT_EQ(logFile(), "/OpcUaClient.log");
+}
+
+TEST_F(StartUp, LongerPathIsRefused) {
+    platform_recorder::setExecutable("/" + std::string(5000, 'd') + "/hmi");
+    EXPECT_EQ(logFile(), "/OpcUaClient.log");
+}
