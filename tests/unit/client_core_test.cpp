@@ -2,10 +2,10 @@
 
 #include "client_test.h"
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
-using ::testing::Contains;
 
 namespace {
 

@@ -15,7 +15,8 @@ public:
     TemporaryDirectory() {
         std::string name = (std::filesystem::temp_directory_path() / "opcua-unit-XXXXXX").string();
         if (!mkdtemp(name.data()))
-            throw std::filesystem::filesystem_error("mkdtemp", std::error_code(errno, std::generic_category()));
+            throw std::filesystem::filesystem_error("mkdtemp",
+                                                    std::error_code(errno, std::generic_category()));
         m_path = name;
     }
     ~TemporaryDirectory() { std::filesystem::remove_all(m_path); }
@@ -37,12 +38,17 @@ protected:
     std::string file() const { return m_directory.path() + "/OpcUaClientConfig.ini"; }
 
     void expectDefaults(const std::string& directory) {
-        EXPECT_EQ(m_configuration.CertificateTrustListLocation.text(), directory + "/pkiclient/trusted/certs/");
-        EXPECT_EQ(m_configuration.CertificateRevocationListLocation.text(), directory + "/pkiclient/trusted/crl/");
-        EXPECT_EQ(m_configuration.IssuersCertificatesLocation.text(), directory + "/pkiclient/issuers/certs/");
-        EXPECT_EQ(m_configuration.IssuersRevocationListLocation.text(), directory + "/pkiclient/issuers/crl/");
+        EXPECT_EQ(m_configuration.CertificateTrustListLocation.text(),
+                  directory + "/pkiclient/trusted/certs/");
+        EXPECT_EQ(m_configuration.CertificateRevocationListLocation.text(),
+                  directory + "/pkiclient/trusted/crl/");
+        EXPECT_EQ(m_configuration.IssuersCertificatesLocation.text(),
+                  directory + "/pkiclient/issuers/certs/");
+        EXPECT_EQ(m_configuration.IssuersRevocationListLocation.text(),
+                  directory + "/pkiclient/issuers/crl/");
         EXPECT_EQ(m_configuration.ClientCertificate.text(), directory + "/pkiclient/own/certs/HMIClient.der");
-        EXPECT_EQ(m_configuration.ClientPrivateKey.text(), directory + "/pkiclient/own/private/HMIClient.pem");
+        EXPECT_EQ(m_configuration.ClientPrivateKey.text(),
+                  directory + "/pkiclient/own/private/HMIClient.pem");
         EXPECT_EQ(m_configuration.UserCertificate.text(), directory + "/pkiuser/own/certs/user.der");
         EXPECT_EQ(m_configuration.UserPrivateKey.text(), directory + "/pkiuser/own/private/user.pem");
     }
@@ -256,7 +262,8 @@ TEST(PathToken, LongerResultIsCutAt511Bytes) {
 TEST(PathToken, LongDirectoryIsCutAt511Bytes) {
     for (const std::size_t length : {tokenBuffer - 1, tokenBuffer, tokenBuffer + 1, std::size_t{4000}}) {
         const std::string directory = "/" + std::string(length - 1, 'd');
-        EXPECT_EQ(replaced("[ApplicationPath]/tail", directory), directory.substr(0, tokenBuffer - 1)) << length;
+        EXPECT_EQ(replaced("[ApplicationPath]/tail", directory), directory.substr(0, tokenBuffer - 1))
+            << length;
     }
 }
 

@@ -181,8 +181,9 @@ TEST_F(Connect, UnknownExecutableIsNoFailure) {
     platform_recorder::failExecutable();
     EXPECT_EQ(tryConnect(), 0);
     for (const standin::Call& call : script().calls()) {
-        if (call.operation == "UaSettings::UaSettings")
+        if (call.operation == "UaSettings::UaSettings") {
             EXPECT_EQ(std::get<std::string>(call.arguments), "/OpcUaClientConfig.ini");
+        }
     }
 }
 
@@ -301,15 +302,14 @@ TEST_P(SecuredConnect, StopsAtTheClientCertificate) {
     expectNoSession();
 }
 
-INSTANTIATE_TEST_SUITE_P(AnyNonZeroSetting, SecuredConnect,
-                         ::testing::Values(SecuredRow{"Policy", 1, 0, 0}, SecuredRow{"Mode", 0, 1, 0},
-                                           SecuredRow{"UserName", 0, 0, 1}, SecuredRow{"UserCertificate", 0, 0, 2},
-                                           SecuredRow{"UnknownIdentity", 0, 0, 3},
-                                           SecuredRow{"NegativeIdentity", 0, 0, -1},
-                                           SecuredRow{"UnknownPolicy", 6, 0, 0},
-                                           SecuredRow{"NegativePolicy", -1, 0, 0},
-                                           SecuredRow{"NegativeMode", 0, -1, 0}, SecuredRow{"All", 3, 2, 1}),
-                         [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    AnyNonZeroSetting, SecuredConnect,
+    ::testing::Values(SecuredRow{"Policy", 1, 0, 0}, SecuredRow{"Mode", 0, 1, 0},
+                      SecuredRow{"UserName", 0, 0, 1}, SecuredRow{"UserCertificate", 0, 0, 2},
+                      SecuredRow{"UnknownIdentity", 0, 0, 3}, SecuredRow{"NegativeIdentity", 0, 0, -1},
+                      SecuredRow{"UnknownPolicy", 6, 0, 0}, SecuredRow{"NegativePolicy", -1, 0, 0},
+                      SecuredRow{"NegativeMode", 0, -1, 0}, SecuredRow{"All", 3, 2, 1}),
+    [](const auto& row) { return row.param.name; });
 
 TEST_F(Connect, SecuredWhileConnectedDisconnectsFirst) {
     connect();

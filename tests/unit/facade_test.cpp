@@ -105,10 +105,11 @@ TEST_F(Facade, ForwardsNullNodeOfBrowse) {
 
 TEST_F(Facade, ForwardsGetValueWithTheCallersSize) {
     char buffer[8];
-    EXPECT_CALL(*m_mock, OpcUaGetValue(&m_node, buffer, Ref(m_size))).WillOnce([](OpcUaNode*, void*, int& size) {
-        size = 4;
-        return 46;
-    });
+    EXPECT_CALL(*m_mock, OpcUaGetValue(&m_node, buffer, Ref(m_size)))
+        .WillOnce([](OpcUaNode*, void*, int& size) {
+            size = 4;
+            return 46;
+        });
     EXPECT_EQ(m_facade.OpcUaGetValue(&m_node, buffer, m_size), 46);
     EXPECT_EQ(m_size, 4);
 }
@@ -221,6 +222,7 @@ TEST_F(Facade, DestroysItsImplementation) {
 
 TEST_F(Facade, WithoutImplementationOnlyRefusesTheCallback) {
     Application application;
+    EXPECT_CALL(*m_mock, destroyed());
     delete exchangeImplementation(m_facade, nullptr);
     m_mock = nullptr;
     script().forgetCalls();
@@ -259,5 +261,6 @@ TEST_F(FreshFacade, ReachesTheServerWithEveryArgumentInPlace) {
 TEST_F(FreshFacade, DestroyedWhileConnectedDisconnects) {
     connect();
     m_client.reset();
-    EXPECT_THAT(script().operations(), ::testing::IsSupersetOf({"UaSession::disconnect", "UaSession::~UaSession"}));
+    EXPECT_THAT(script().operations(),
+                ::testing::IsSupersetOf({"UaSession::disconnect", "UaSession::~UaSession"}));
 }

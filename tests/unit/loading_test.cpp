@@ -43,7 +43,8 @@ TEST(Loading, OnlyTheClientLayerIsAStandIn) {
     const std::string real = std::filesystem::canonical(SDK_DIRECTORY).string();
     EXPECT_THAT(loadedFiles("libopcuaclient.so.1"), ::testing::ElementsAre(real));
     EXPECT_THAT(loadedFiles("libuabasecpp.so.1"), ::testing::ElementsAre(real));
-    EXPECT_THAT(loadedFiles("libuastack.so.1"), ::testing::ElementsAre(real));
+    // Nothing may call it: then the loader leaves it out.
+    EXPECT_THAT(loadedFiles("libuastack.so.1"), ::testing::Each(real));
 }
 
 TEST(Loading, TheLibrarysCallsReachTheStandIn) {
@@ -53,7 +54,8 @@ TEST(Loading, TheLibrarysCallsReachTheStandIn) {
         _OpcUaClientConfig config = makeConfig();
         client.OpcUaConnect(config);
     }
-    EXPECT_THAT(script().operations(), ::testing::IsSupersetOf({"UaPlatformLayer::init", "UaSession::UaSession",
-                                                                "UaSession::connect", "UaSession::~UaSession",
-                                                                "UaPlatformLayer::cleanup"}));
+    EXPECT_THAT(
+        script().operations(),
+        ::testing::IsSupersetOf({"UaPlatformLayer::init", "UaSession::UaSession", "UaSession::connect",
+                                 "UaSession::~UaSession", "UaPlatformLayer::cleanup"}));
 }

@@ -1,5 +1,7 @@
 #include <climits>
+#include <filesystem>
 
+#include "client/opcua_client.h"
 #include "client_test.h"
 
 using ::testing::ElementsAre;
@@ -61,13 +63,15 @@ TEST_P(TraceLevels, SelectLevelAndMask) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, TraceLevels,
-                         ::testing::Values(TraceRow{1, 1, "0x20"}, TraceRow{2, 2, "0x30"}, TraceRow{3, 3, "0x3C"},
-                                           TraceRow{4, 4, "0x38"}, TraceRow{5, 5, "0x3E"}, TraceRow{6, 6, "0x3F"},
+                         ::testing::Values(TraceRow{1, 1, "0x20"}, TraceRow{2, 2, "0x30"},
+                                           TraceRow{3, 3, "0x3C"}, TraceRow{4, 4, "0x38"},
+                                           TraceRow{5, 5, "0x3E"}, TraceRow{6, 6, "0x3F"},
                                            TraceRow{7, 7, "0xFFFFFFFF"}));
 
 INSTANTIATE_TEST_SUITE_P(OutOfRange, TraceLevels,
-                         ::testing::Values(TraceRow{0, 0, "0x0"}, TraceRow{8, 0, "0x0"}, TraceRow{-1, 0, "0x0"},
-                                           TraceRow{INT_MAX, 0, "0x0"}, TraceRow{INT_MIN, 0, "0x0"}));
+                         ::testing::Values(TraceRow{0, 0, "0x0"}, TraceRow{8, 0, "0x0"},
+                                           TraceRow{-1, 0, "0x0"}, TraceRow{INT_MAX, 0, "0x0"},
+                                           TraceRow{INT_MIN, 0, "0x0"}));
 
 TEST_F(StartUp, LeavesTheStoredMessageAlone) {
     init(7);
@@ -96,11 +100,12 @@ TEST_F(StartUp, OpensTheTraceAnewAtEveryCall) {
     init(1);
     script().forgetCalls();
     init(5);
-    EXPECT_THAT(recorded(),
-                ElementsAre("readlink(4096)",
-                            "UaTrace::initTrace(5, 50000, 10, /opt/plant/OpcUaClient.log, Kestrova OPCUA Client)",
-                            "LibT::setTraceActive(true)", "UaPlatformLayer::changeTraceSettings(1, 0x3E)",
-                            "LibT::setStackTraceActive(true)"));
+    EXPECT_THAT(
+        recorded(),
+        ElementsAre("readlink(4096)",
+                    "UaTrace::initTrace(5, 50000, 10, /opt/plant/OpcUaClient.log, Kestrova OPCUA Client)",
+                    "LibT::setTraceActive(true)", "UaPlatformLayer::changeTraceSettings(1, 0x3E)",
+                    "LibT::setStackTraceActive(true)"));
 }
 
 TEST_F(StartUp, LogLiesBesideTheExecutable) {
@@ -147,4 +152,60 @@ TEST_F(StartUp, PathThatFillsTheBufferIsRefused) {
 TEST_F(StartUp, LongerPathIsRefused) {
     platform_recorder::setExecutable("/" + std::string(5000, 'd') + "/hmi");
     EXPECT_EQ(logFile(), "/OpcUaClient.log");
+}
+
+namespace {
+
+class ApplicationPath : public StandInTest {
+protected:
+    std::string path() {
+        const std::unique_ptr<char[]> directory(m_client.getAppPath());
+        if (!directory)
+            return "none";
+        const std::string text = directory.get();
+        std::memset(directory.get(), 'x', 4096); // it is the caller's, all of it
+        return text;
+    }
+
+    COpcUaClient m_client;
+};
+
+} // namespace
+
+TEST_F(ApplicationPath, IsTheExecutablesDirectory) {
+    EXPECT_EQ(path(), std::filesystem::read_symlink("/proc/self/exe").parent_path().string());
+    platform_recorder::setExecutable("/opt/plant/bin/hmi");
+    EXPECT_EQ(path(), "/opt/plant/bin");
+}
+
+TEST_F(ApplicationPath, OfTheRootDirectoryIsEmpty) {
+    platform_recorder::setExecutable("/hmi");
+    EXPECT_EQ(path(), "");
+}
+
+TEST_F(ApplicationPath, WithoutSlashIsTheWholeText) {
+    platform_recorder::setExecutable("hmi");
+    EXPECT_EQ(path(), "hmi");
+}
+
+TEST_F(ApplicationPath, OfAnEmptyLinkIsEmpty) {
+    platform_recorder::setExecutable("");
+    EXPECT_EQ(path(), "");
+}
+
+TEST_F(ApplicationPath, EndsAt4095Bytes) {
+    const std::string directory(4091, 'd');
+    platform_recorder::setExecutable(directory + "/hmi");
+    EXPECT_EQ(path(), directory);
+    platform_recorder::setExecutable(directory + "/hmi2");
+    EXPECT_EQ(path(), "none");
+    platform_recorder::setExecutable(std::string(4095, 'f'));
+    EXPECT_EQ(path(), std::string(4095, 'f'));
+    platform_recorder::setExecutable(std::string(5000, 'f'));
+    EXPECT_EQ(path(), "none");
+}
+
+TEST_F(ApplicationPath, OfAnUnknownExecutableIsNull) {
+    platform_recorder::failExecutable();
+    EXPECT_EQ(path(), "none");
 }

@@ -2,7 +2,9 @@
 
 namespace {
 
-standin::Surroundings observe() { return {mutex_watch::held(), record_census::live()}; }
+standin::Surroundings observe() {
+    return {mutex_watch::held(), record_census::live()};
+}
 
 } // namespace
 
@@ -19,9 +21,13 @@ StandInTest::~StandInTest() {
     EXPECT_THAT(mutex_watch::held(), ::testing::IsEmpty()) << "a mutex was left locked";
 }
 
-ClientTest::ClientTest() : m_client(std::make_unique<COpcUaClientInterface>()) { script().forgetCalls(); }
+ClientTest::ClientTest() : m_client(std::make_unique<COpcUaClientInterface>()) {
+    script().forgetCalls();
+}
 
-ClientTest::~ClientTest() { m_client.reset(); }
+ClientTest::~ClientTest() {
+    m_client.reset();
+}
 
 void ClientTest::connect() {
     _OpcUaClientConfig config = makeConfig();
@@ -38,7 +44,9 @@ std::string ClientTest::message() {
     return fieldText(text);
 }
 
-void ClientTest::storeEarlierMessage() { EXPECT_EQ(m_client->installOpcUaCallBack(nullptr), 29); }
+void ClientTest::storeEarlierMessage() {
+    EXPECT_EQ(m_client->installOpcUaCallBack(nullptr), 29);
+}
 
 OpcUaNode makeNode(const std::string& nodeId, int dataType) {
     OpcUaNode node = {};

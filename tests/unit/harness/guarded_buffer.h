@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-/// A caller's buffer between guard bytes. It starts out filled with a pattern, so that what an operation did not
-/// write can be told.
+/// A caller's buffer between guard bytes. It starts out filled with a pattern, so that what an operation did
+/// not write can be told.
 class GuardedBuffer {
 public:
     static constexpr unsigned char pattern = 0xCD;

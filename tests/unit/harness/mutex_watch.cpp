@@ -36,7 +36,8 @@ int numberOf(const pthread_mutex_t* mutex) {
 
 bool calledByClientLibrary(const void* returnAddress) {
     Dl_info info;
-    return dladdr(returnAddress, &info) != 0 && info.dli_fname && std::strstr(info.dli_fname, "libopcuaclient.so");
+    return dladdr(returnAddress, &info) != 0 && info.dli_fname &&
+           std::strstr(info.dli_fname, "libopcuaclient.so");
 }
 
 void noteLocked(const pthread_mutex_t* mutex) {
@@ -91,7 +92,9 @@ std::vector<int> locked() {
     return result;
 }
 
-void forgetLocks() { lockCount = 0; }
+void forgetLocks() {
+    lockCount = 0;
+}
 
 } // namespace mutex_watch
 
@@ -100,8 +103,8 @@ extern "C" {
 #define UNIT_EXPORT __attribute__((visibility("default")))
 
 UNIT_EXPORT int pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes) noexcept {
-    static const auto next = nextDefinition<int (*)(pthread_mutex_t*, const pthread_mutexattr_t*)>(
-        "pthread_mutex_init");
+    static const auto next =
+        nextDefinition<int (*)(pthread_mutex_t*, const pthread_mutexattr_t*)>("pthread_mutex_init");
     const int result = next(mutex, attributes);
     if (!calledByClientLibrary(__builtin_return_address(0)))
         return result;

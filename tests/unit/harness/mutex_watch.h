@@ -2,9 +2,9 @@
 
 #include <vector>
 
-/// Follows the POSIX mutexes of libopcuaclient: this program interposes the pthread functions. A mutex is known by
-/// the order in which the library initialised it since reset(), beginning with 0. Initialising and destroying one
-/// goes into the stand-in's record as well.
+/// Follows the POSIX mutexes of libopcuaclient: this program interposes the pthread functions. A mutex is
+/// known by the order in which the library initialised it since reset(), beginning with 0. Initialising and
+/// destroying one goes into the stand-in's record as well.
 namespace mutex_watch {
 
 /// Numbers of a client's mutexes, by the order in which its constructor makes them.

@@ -30,14 +30,18 @@ std::string hex(unsigned int number) {
 
 namespace platform_recorder {
 
-void answerInitTrace(int result) { initTraceResult = result; }
+void answerInitTrace(int result) {
+    initTraceResult = result;
+}
 
 void setExecutable(const std::string& path) {
     executable = path;
     executableFails = false;
 }
 
-void failExecutable() { executableFails = true; }
+void failExecutable() {
+    executableFails = true;
+}
 
 void reset() {
     initTraceResult = 0;
@@ -72,7 +76,9 @@ int UaTrace::initTrace(TraceLevel level, unsigned int maxEntriesPerFile, unsigne
     return initTraceResult;
 }
 
-void UaTrace::closeTrace() { script().record("UaTrace::closeTrace"); }
+void UaTrace::closeTrace() {
+    script().record("UaTrace::closeTrace");
+}
 
 void UaTrace::setTraceActive(bool active) {
     script().record("LibT::setTraceActive", nullptr, std::string(active ? "true" : "false"));
@@ -83,7 +89,8 @@ void UaTrace::setStackActive(bool active) {
 }
 
 // A constructor cannot be defined here without taking over the whole class; its symbol can.
-void constructSettings(UaSettings* self, const UaUniString& fileName) __asm__("_ZN10UaSettingsC1ERK11UaUniString");
+void constructSettings(UaSettings* self,
+                       const UaUniString& fileName) __asm__("_ZN10UaSettingsC1ERK11UaUniString");
 __attribute__((visibility("default"))) void constructSettings(UaSettings* self, const UaUniString& fileName) {
     static const auto next =
         nextDefinition<void (*)(UaSettings*, const UaUniString&)>("_ZN10UaSettingsC1ERK11UaUniString");
@@ -100,8 +107,9 @@ void UaSettings::beginGroup(const UaString& name) {
 
 UaVariant UaSettings::value(const UaString& key, const UaVariant& defaultValue) const {
     // For the calling convention `this` is the first argument.
-    static const auto next = nextDefinition<UaVariant (*)(const UaSettings*, const UaString&, const UaVariant&)>(
-        "_ZNK10UaSettings5valueERK8UaStringRK9UaVariant");
+    static const auto next =
+        nextDefinition<UaVariant (*)(const UaSettings*, const UaString&, const UaVariant&)>(
+            "_ZNK10UaSettings5valueERK8UaStringRK9UaVariant");
     script().record("UaSettings::value", this, key.text() + " or " + defaultValue.toString().text());
     return next(this, key, defaultValue);
 }

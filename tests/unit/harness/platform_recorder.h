@@ -5,8 +5,8 @@
 /// Records the calls that the library makes into libuabasecpp's process-wide state, and to readlink(), in the
 /// stand-in's record: this program defines the same functions and passes the calls on.
 ///
-/// The trace is not opened: it lies beside the executable, where tests that run at the same time would meet. Its
-/// calls are recorded and answered here.
+/// The trace is not opened: it lies beside the executable, where tests that run at the same time would meet.
+/// Its calls are recorded and answered here.
 namespace platform_recorder {
 
 /// What initTrace() answers.

@@ -14,7 +14,8 @@ UaVariant arrayVariant(OpcUa_BuiltInType type, const void* elements, std::size_t
                        std::vector<OpcUa_UInt32> dimensions) {
     OpcUa_Variant variant;
     UA_Variant_init(&variant);
-    UA_Variant_setArray(&variant, const_cast<void*>(elements), count, &UA_TYPES[type - 1]);
+    void* const data = count == 0 ? UA_EMPTY_ARRAY_SENTINEL : const_cast<void*>(elements);
+    UA_Variant_setArray(&variant, data, count, &UA_TYPES[type - 1]);
     variant.storageType = UA_VARIANT_DATA_NODELETE;
     variant.arrayDimensions = dimensions.data();
     variant.arrayDimensionsSize = dimensions.size();

@@ -43,7 +43,8 @@ struct Reference {
 
 void fillReferences(UaReferenceDescriptions& target, const std::vector<Reference>& references);
 
-using BrowseAnswer = std::function<UaStatus(const standin::BrowseRequest&, UaByteString&, UaReferenceDescriptions&)>;
+using BrowseAnswer =
+    std::function<UaStatus(const standin::BrowseRequest&, UaByteString&, UaReferenceDescriptions&)>;
 
 /// Answers every browse with these references, in one page.
 BrowseAnswer answerReferences(std::vector<Reference> references);

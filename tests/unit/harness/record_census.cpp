@@ -147,13 +147,33 @@ long Quarantine::freedAgain() const {
 
 #define UNIT_EXPORT __attribute__((visibility("default")))
 
-UNIT_EXPORT void* operator new(std::size_t size) { return allocateOrThrow(size); }
-UNIT_EXPORT void* operator new[](std::size_t size) { return allocateOrThrow(size); }
-UNIT_EXPORT void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-UNIT_EXPORT void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-UNIT_EXPORT void operator delete(void* block) noexcept { release(block); }
-UNIT_EXPORT void operator delete[](void* block) noexcept { release(block); }
-UNIT_EXPORT void operator delete(void* block, std::size_t) noexcept { release(block); }
-UNIT_EXPORT void operator delete[](void* block, std::size_t) noexcept { release(block); }
-UNIT_EXPORT void operator delete(void* block, const std::nothrow_t&) noexcept { release(block); }
-UNIT_EXPORT void operator delete[](void* block, const std::nothrow_t&) noexcept { release(block); }
+UNIT_EXPORT void* operator new(std::size_t size) {
+    return allocateOrThrow(size);
+}
+UNIT_EXPORT void* operator new[](std::size_t size) {
+    return allocateOrThrow(size);
+}
+UNIT_EXPORT void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size);
+}
+UNIT_EXPORT void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size);
+}
+UNIT_EXPORT void operator delete(void* block) noexcept {
+    release(block);
+}
+UNIT_EXPORT void operator delete[](void* block) noexcept {
+    release(block);
+}
+UNIT_EXPORT void operator delete(void* block, std::size_t) noexcept {
+    release(block);
+}
+UNIT_EXPORT void operator delete[](void* block, std::size_t) noexcept {
+    release(block);
+}
+UNIT_EXPORT void operator delete(void* block, const std::nothrow_t&) noexcept {
+    release(block);
+}
+UNIT_EXPORT void operator delete[](void* block, const std::nothrow_t&) noexcept {
+    release(block);
+}

@@ -1,8 +1,8 @@
 #pragma once
 
-/// Follows the node records on the heap: this program replaces the global operator new and delete, and every block
-/// of exactly one OpcUaNode counts as a record. Fresh records are filled with a pattern, so that a field which the
-/// library forgets to set shows.
+/// Follows the node records on the heap: this program replaces the global operator new and delete, and every
+/// block of exactly one OpcUaNode counts as a record. Fresh records are filled with a pattern, so that a
+/// field which the library forgets to set shows.
 namespace record_census {
 
 /// Records that were allocated and not freed.

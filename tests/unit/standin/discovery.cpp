@@ -6,7 +6,9 @@ using standin::script;
 
 namespace UaClientSdk {
 
-UaDiscovery::UaDiscovery() { script().record("UaDiscovery::UaDiscovery", this); }
+UaDiscovery::UaDiscovery() {
+    script().record("UaDiscovery::UaDiscovery", this);
+}
 UaDiscovery::~UaDiscovery() = default;
 
 UaStatus UaDiscovery::findServers(ServiceSettings& settings, const UaString& discoveryUrl,

@@ -13,9 +13,13 @@ public:
     std::atomic<bool> connected{false};
 };
 
-UaSession::UaSession() : m_impl(std::make_unique<Impl>()) { script().record("UaSession::UaSession", this); }
+UaSession::UaSession() : m_impl(std::make_unique<Impl>()) {
+    script().record("UaSession::UaSession", this);
+}
 
-UaSession::~UaSession() { script().record("UaSession::~UaSession", this); }
+UaSession::~UaSession() {
+    script().record("UaSession::~UaSession", this);
+}
 
 UaStatus UaSession::connect(const UaString& url, SessionConnectInfo& connectInfo,
                             SessionSecurityInfo& securityInfo, UaSessionCallback* callback) {
@@ -48,8 +52,12 @@ bool UaSession::isConnected() const {
 
 namespace {
 
-std::string toText(const OpcUa_String& text) { return UaString(text).text(); }
-std::string toText(const OpcUa_NodeId& id) { return UaNodeId(id).toXmlString().text(); }
+std::string toText(const OpcUa_String& text) {
+    return UaString(text).text();
+}
+std::string toText(const OpcUa_NodeId& id) {
+    return UaNodeId(id).toXmlString().text();
+}
 
 } // namespace
 
@@ -57,8 +65,8 @@ UaStatus UaSession::read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_T
                          const UaReadValueIds& nodesToRead, UaDataValues& values, UaDiagnosticInfos&) {
     standin::ReadRequest request{settings, maxAge, timestamps, {}};
     for (const OpcUa_ReadValueId& item : nodesToRead) {
-        request.items.push_back({toText(item.nodeId), item.attributeId, toText(item.indexRange),
-                                 toText(item.dataEncoding.name)});
+        request.items.push_back(
+            {toText(item.nodeId), item.attributeId, toText(item.indexRange), toText(item.dataEncoding.name)});
     }
     script().record("UaSession::read", this, request);
     if (script().onRead)
@@ -84,10 +92,11 @@ UaStatus UaSession::write(ServiceSettings& settings, const UaWriteValues& nodesT
     return OpcUa_Good;
 }
 
-UaStatus UaSession::browse(ServiceSettings& settings, const UaNodeId& nodeToBrowse, const BrowseContext& context,
-                           UaByteString& continuationPoint, UaReferenceDescriptions& references) {
-    const standin::BrowseRequest request{settings, nodeToBrowse.toXmlString().text(), context, continuationPoint,
-                                         references.length()};
+UaStatus UaSession::browse(ServiceSettings& settings, const UaNodeId& nodeToBrowse,
+                           const BrowseContext& context, UaByteString& continuationPoint,
+                           UaReferenceDescriptions& references) {
+    const standin::BrowseRequest request{settings, nodeToBrowse.toXmlString().text(), context,
+                                         continuationPoint, references.length()};
     script().record("UaSession::browse", this, request);
     continuationPoint.clear();
     references.clear();
@@ -96,7 +105,8 @@ UaStatus UaSession::browse(ServiceSettings& settings, const UaNodeId& nodeToBrow
 
 UaStatus UaSession::browseNext(ServiceSettings& settings, bool releaseContinuationPoint,
                                UaByteString& continuationPoint, UaReferenceDescriptions& references) {
-    const standin::BrowseNextRequest request{settings, releaseContinuationPoint, continuationPoint, &references};
+    const standin::BrowseNextRequest request{settings, releaseContinuationPoint, continuationPoint,
+                                             &references};
     script().record("UaSession::browseNext", this, request);
     continuationPoint.clear();
     references.clear();

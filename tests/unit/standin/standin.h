@@ -14,8 +14,9 @@
 #include "uaclient/discovery.h"
 #include "uaclient/session.h"
 
-/// Control of the scripted libuaclientcpp: it keeps a record of every call that reaches it and answers what the
-/// test told it. Only this library exports script(), so a program that finds it runs against the stand-in.
+/// Control of the scripted libuaclientcpp: it keeps a record of every call that reaches it and answers what
+/// the test told it. Only this library exports script(), so a program that finds it runs against the
+/// stand-in.
 namespace standin {
 
 struct ConnectRequest {
@@ -89,8 +90,9 @@ using Arguments = std::variant<std::monostate, ConnectRequest, DisconnectRequest
 
 /// What the test program sees at the moment of a call, measured by its own probe.
 struct Surroundings {
-    std::vector<int> heldMutexes; ///< of the client, by the calling thread; numbered in order of initialisation
-    long liveRecords = 0;         ///< node records on the heap
+    std::vector<int>
+        heldMutexes;      ///< of the client, by the calling thread; numbered in order of initialisation
+    long liveRecords = 0; ///< node records on the heap
 };
 
 struct Call {
@@ -100,9 +102,9 @@ struct Call {
     Surroundings surroundings;
 };
 
-/// Records and answers. Every answer has a default: services succeed, reads give good empty values, writes good
-/// results, browses and queries nothing; a session is connected from connect to disconnect. The stand-in reports no
-/// connection status by itself: that is sessionCallback()'s to do.
+/// Records and answers. Every answer has a default: services succeed, reads give good empty values, writes
+/// good results, browses and queries nothing; a session is connected from connect to disconnect. The stand-in
+/// reports no connection status by itself: that is sessionCallback()'s to do.
 class UASDK_EXPORT Script {
 public:
     std::function<UaStatus(const ConnectRequest&)> onConnect;
