@@ -195,6 +195,12 @@ TEST_F(ErrorMessage, NegativeSizeWritesNothing) {
     }
 }
 
+TEST_F(ErrorMessage, WithoutBufferIsNotCopied) {
+    EXPECT_EQ(m_client->GetErrorMsg(nullptr, 64), nullptr);
+    EXPECT_EQ(m_client->GetErrorMsg(nullptr, 0), nullptr);
+    EXPECT_EQ(message(), messages::notConnected);
+}
+
 TEST_F(ErrorMessage, ReadingDoesNotClearIt) {
     EXPECT_EQ(message(), messages::notConnected);
     EXPECT_EQ(message(), messages::notConnected);

@@ -2,32 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <unistd.h>
+
+#include "support/temporary_directory.h"
 
 namespace {
-
-class TemporaryDirectory {
-public:
-    TemporaryDirectory() {
-        std::string name = (std::filesystem::temp_directory_path() / "opcua-unit-XXXXXX").string();
-        if (!mkdtemp(name.data()))
-            throw std::filesystem::filesystem_error("mkdtemp",
-                                                    std::error_code(errno, std::generic_category()));
-        m_path = name;
-    }
-    ~TemporaryDirectory() { std::filesystem::remove_all(m_path); }
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-
-    std::string path() const { return m_path.string(); }
-
-private:
-    std::filesystem::path m_path;
-};
 
 class ConfigurationFile : public ::testing::Test {
 protected:
@@ -35,7 +16,7 @@ protected:
 
     void write(const std::string& text) { std::ofstream(file(), std::ios::binary) << text; }
     void load() { EXPECT_EQ(m_configuration.loadConfiguration(UaString(file())), 0); }
-    std::string file() const { return m_directory.path() + "/OpcUaClientConfig.ini"; }
+    std::string file() const { return (m_directory.path() / "OpcUaClientConfig.ini").string(); }
 
     void expectDefaults(const std::string& directory) {
         EXPECT_EQ(m_configuration.CertificateTrustListLocation.text(),
@@ -53,7 +34,7 @@ protected:
         EXPECT_EQ(m_configuration.UserPrivateKey.text(), directory + "/pkiuser/own/private/user.pem");
     }
 
-    TemporaryDirectory m_directory;
+    test_support::TemporaryDirectory m_directory;
     Configuration m_configuration;
 };
 
@@ -82,7 +63,8 @@ TEST_F(ConfigurationFile, MissingGivesTheDefaults) {
 }
 
 TEST_F(ConfigurationFile, UnreadableGivesTheDefaults) {
-    EXPECT_EQ(m_configuration.loadConfiguration(UaString(m_directory.path())), 0) << "a directory is no file";
+    EXPECT_EQ(m_configuration.loadConfiguration(UaString(m_directory.path().string())), 0)
+        << "a directory is no file";
     expectDefaults("/opt/plant");
 }
 
@@ -169,7 +151,7 @@ TEST_F(ConfigurationFile, NoDirectoryCountsAsAnEmptyOne) {
 }
 
 TEST_F(ConfigurationFile, MakesNoDirectory) {
-    const std::string directory = m_directory.path();
+    const std::string directory = m_directory.path().string();
     m_configuration.applicationPath = directory.c_str();
     load();
     expectDefaults(directory);

@@ -357,7 +357,8 @@ INSTANTIATE_TEST_SUITE_P(
                       EndpointRow{2, "http://opcfoundation.org/UA/SecurityPolicy#Basic256"},
                       EndpointRow{3, "http://opcfoundation.org/UA/SecurityPolicy#Basic256Sha256"},
                       EndpointRow{4, "http://opcfoundation.org/UA/SecurityPolicy#Aes128_Sha256_RsaOaep"},
-                      EndpointRow{5, "http://opcfoundation.org/UA/SecurityPolicy#Aes256_Sha256_RsaPss"}));
+                      EndpointRow{5, "http://opcfoundation.org/UA/SecurityPolicy#Aes256_Sha256_RsaPss"}),
+    [](const auto& row) { return std::to_string(row.param.number); });
 
 TEST_F(EndpointMessage, UnknownPolicyKeepsTheDefault) {
     m_security.securityPolicyUri = "urn:kept";

@@ -48,6 +48,11 @@ struct TraceRow {
 
 class TraceLevels : public StartUp, public ::testing::WithParamInterface<TraceRow> {};
 
+std::string nameOf(const ::testing::TestParamInfo<TraceRow>& row) {
+    const std::string level = std::to_string(row.param.level);
+    return level[0] == '-' ? "Minus" + level.substr(1) : level;
+}
+
 } // namespace
 
 TEST_P(TraceLevels, SelectLevelAndMask) {
@@ -66,12 +71,14 @@ INSTANTIATE_TEST_SUITE_P(Table, TraceLevels,
                          ::testing::Values(TraceRow{1, 1, "0x20"}, TraceRow{2, 2, "0x30"},
                                            TraceRow{3, 3, "0x3C"}, TraceRow{4, 4, "0x38"},
                                            TraceRow{5, 5, "0x3E"}, TraceRow{6, 6, "0x3F"},
-                                           TraceRow{7, 7, "0xFFFFFFFF"}));
+                                           TraceRow{7, 7, "0xFFFFFFFF"}),
+                         nameOf);
 
 INSTANTIATE_TEST_SUITE_P(OutOfRange, TraceLevels,
                          ::testing::Values(TraceRow{0, 0, "0x0"}, TraceRow{8, 0, "0x0"},
                                            TraceRow{-1, 0, "0x0"}, TraceRow{INT_MAX, 0, "0x0"},
-                                           TraceRow{INT_MIN, 0, "0x0"}));
+                                           TraceRow{INT_MIN, 0, "0x0"}),
+                         nameOf);
 
 TEST_F(StartUp, LeavesTheStoredMessageAlone) {
     init(7);

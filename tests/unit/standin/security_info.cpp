@@ -1,7 +1,6 @@
 #include "uaclient/security_info.h"
 
 #include "standin.h"
-#include "uaclient/callbacks.h"
 
 using standin::script;
 
@@ -18,10 +17,5 @@ SessionSecurityInfo::~SessionSecurityInfo() = default;
 void SessionSecurityInfo::setAnonymousUserIdentity() {
     script().record("SessionSecurityInfo::setAnonymousUserIdentity", this);
 }
-
-UaSessionCallback::~UaSessionCallback() = default;
-void UaSessionCallback::connectionStatusChanged(unsigned int, UaClient::ServerStatus) {}
-
-UaSubscriptionCallback::~UaSubscriptionCallback() = default;
 
 } // namespace UaClientSdk

@@ -1,0 +1,14 @@
+#include "uaclient/callbacks.h"
+
+namespace UaClientSdk {
+
+UaSessionCallback::~UaSessionCallback() = default;
+void UaSessionCallback::connectionStatusChanged(unsigned int, UaClient::ServerStatus) {}
+
+UaSubscriptionCallback::~UaSubscriptionCallback() = default;
+void UaSubscriptionCallback::subscriptionStatusChanged(unsigned int, const UaStatus&) {}
+void UaSubscriptionCallback::dataChange(unsigned int, const UaMonitoredItemNotifications&,
+                                        const UaDiagnosticInfos&) {}
+void UaSubscriptionCallback::newEvents(unsigned int, UaEventFieldLists&) {}
+
+} // namespace UaClientSdk
