@@ -6,7 +6,8 @@
 #   ./run-bench.sh --benchmark_filter=read        rows whose name matches
 #   ./run-bench.sh --benchmark_out=figures.json   all figures for other programs, too
 #
-# A busy machine blurs the figures: the middle half of the ratios tells by how much.
+# A busy machine blurs the figures; the middle half of the ratios tells by how much. After the build,
+# `chrt --fifo 1 build/release/bench/opcua-bench` (as root) keeps other programs off the measurement.
 set -euo pipefail
 cd "$(dirname "$0")"
 

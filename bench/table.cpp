@@ -11,7 +11,7 @@
 namespace bench {
 namespace {
 
-constexpr const char* rowFormat = "%-42s %10s %10s %10s %7s %7s %14s %9s  %s\n";
+constexpr const char* rowFormat = "%-36s %9s %9s %6s %9s %6s %14s %7s  %s\n";
 
 std::string formatted(const char* format, double value) {
     std::array<char, 32> text{};
@@ -80,7 +80,7 @@ void printLine(const std::array<std::string, 9>& cells) {
 
 bool Table::ReportContext(const Context&) {
     std::printf("%s\n", machineFacts().c_str());
-    printLine({"operation", "baseline", "SDK layer", "library", "SDK/b.", "lib./b.", "middle half", "bound",
+    printLine({"operation", "baseline", "SDK layer", "ratio", "library", "ratio", "middle half", "bound",
                "verdict"});
     return true;
 }
@@ -95,7 +95,7 @@ void Table::printRow(const Run& run) {
     const std::string& name = run.run_name.function_name;
     if (run.error_occurred) {
         ++m_failures;
-        std::printf("%-42s FAILED: %s\n", name.c_str(), run.error_message.c_str());
+        std::printf("%-36s  FAILED: %s\n", name.c_str(), run.error_message.c_str());
         return;
     }
     const auto operation =
@@ -105,7 +105,7 @@ void Table::printRow(const Run& run) {
     const Unit unit = operation->unit;
     const std::string lower = ratio(found, figures::lowerQuartile);
     printLine({name, amount(found, figures::baseline, unit), amount(found, figures::layer, unit),
-               amount(found, figures::library, unit), ratio(found, figures::layerRatio),
+               ratio(found, figures::layerRatio), amount(found, figures::library, unit),
                ratio(found, figures::ratio),
                lower.empty() ? "" : lower + " .. " + ratio(found, figures::upperQuartile),
                boundText(*operation), verdict(*operation, found)});
@@ -125,11 +125,11 @@ std::string Table::verdict(const Operation& operation, const benchmark::UserCoun
 }
 
 void Table::Finalize() {
-    std::printf("\n"
-                "baseline     raw open62541 doing the same in the same run, unless the row names another\n"
-                "SDK layer    the library's own session layer (sdk/client), below the facade\n"
-                "lib./b.      median over all rounds of library / baseline within a round; the middle half "
-                "of them\n");
+    std::printf(
+        "\n"
+        "baseline     raw open62541 doing the same in the same run, unless the row names another (b.)\n"
+        "SDK layer    the library's own session layer (sdk/client), below the facade\n"
+        "ratio        to the baseline: the median of all rounds; the middle half of the library's\n");
 }
 
 } // namespace bench
