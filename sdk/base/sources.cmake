@@ -1,6 +1,7 @@
 add_sdk_library(uabasecpp FOLDER base
   SOURCES
     arrays.cpp
+    byte_array.cpp
     byte_string.cpp
     date_time.cpp
     directory.cpp

@@ -6,6 +6,14 @@ UaDateTime UaDateTime::now() {
     return UaDateTime(UA_DateTime_now());
 }
 
+UaDateTime UaDateTime::fromUnixTime(OpcUa_Int64 seconds) {
+    return UaDateTime(UA_DateTime_fromUnixTime(seconds));
+}
+
+OpcUa_Int64 UaDateTime::toUnixTime() const {
+    return UA_DateTime_toUnixTime(m_ticks);
+}
+
 UaString UaDateTime::toString() const {
     const UA_DateTimeStruct time = UA_DateTime_toStruct(m_ticks);
     char text[64];

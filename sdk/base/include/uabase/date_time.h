@@ -11,8 +11,12 @@ public:
     explicit UaDateTime(OpcUa_DateTime ticks) : m_ticks(ticks) {}
 
     static UaDateTime now();
+    /// From seconds since 1970-01-01, UTC.
+    static UaDateTime fromUnixTime(OpcUa_Int64 seconds);
 
     OpcUa_DateTime ticks() const { return m_ticks; }
+    /// Seconds since 1970-01-01, UTC; fractions are dropped.
+    OpcUa_Int64 toUnixTime() const;
     /// ISO 8601 in UTC with milliseconds: "2026-03-01T12:30:00.000Z".
     UaString toString() const;
 

@@ -12,12 +12,34 @@ constexpr OpcUa_StatusCode OpcUa_BadUnexpectedError = 0x80010000U;
 constexpr OpcUa_StatusCode OpcUa_BadInternalError = 0x80020000U;
 constexpr OpcUa_StatusCode OpcUa_BadOutOfMemory = 0x80030000U;
 constexpr OpcUa_StatusCode OpcUa_BadCommunicationError = 0x80050000U;
+constexpr OpcUa_StatusCode OpcUa_BadDecodingError = 0x80070000U;
 constexpr OpcUa_StatusCode OpcUa_BadTimeout = 0x800A0000U;
 constexpr OpcUa_StatusCode OpcUa_BadServerNotConnected = 0x800D0000U;
+constexpr OpcUa_StatusCode OpcUa_BadSecurityChecksFailed = 0x80130000U;
 constexpr OpcUa_StatusCode OpcUa_BadNodeIdInvalid = 0x80330000U;
+constexpr OpcUa_StatusCode OpcUa_BadNotReadable = 0x803A0000U;
+constexpr OpcUa_StatusCode OpcUa_BadNotWritable = 0x803B0000U;
 constexpr OpcUa_StatusCode OpcUa_BadOutOfRange = 0x803C0000U;
+constexpr OpcUa_StatusCode OpcUa_BadNotSupported = 0x803D0000U;
+constexpr OpcUa_StatusCode OpcUa_BadNotFound = 0x803E0000U;
 constexpr OpcUa_StatusCode OpcUa_BadTypeMismatch = 0x80740000U;
+constexpr OpcUa_StatusCode OpcUa_BadConfigurationError = 0x80890000U;
 constexpr OpcUa_StatusCode OpcUa_BadInvalidArgument = 0x80AB0000U;
+
+/// OPC UA Part 4, 6.1.3: results of the steps by which a certificate is verified.
+constexpr OpcUa_StatusCode OpcUa_BadCertificateInvalid = 0x80120000U;
+constexpr OpcUa_StatusCode OpcUa_BadCertificateTimeInvalid = 0x80140000U;
+constexpr OpcUa_StatusCode OpcUa_BadCertificateIssuerTimeInvalid = 0x80150000U;
+constexpr OpcUa_StatusCode OpcUa_BadCertificateUriInvalid = 0x80170000U;
+constexpr OpcUa_StatusCode OpcUa_BadCertificateUseNotAllowed = 0x80180000U;
+constexpr OpcUa_StatusCode OpcUa_BadCertificateIssuerUseNotAllowed = 0x80190000U;
+constexpr OpcUa_StatusCode OpcUa_BadCertificateUntrusted = 0x801A0000U;
+constexpr OpcUa_StatusCode OpcUa_BadCertificateRevocationUnknown = 0x801B0000U;
+constexpr OpcUa_StatusCode OpcUa_BadCertificateIssuerRevocationUnknown = 0x801C0000U;
+constexpr OpcUa_StatusCode OpcUa_BadCertificateRevoked = 0x801D0000U;
+constexpr OpcUa_StatusCode OpcUa_BadCertificateIssuerRevoked = 0x801E0000U;
+constexpr OpcUa_StatusCode OpcUa_BadCertificateChainIncomplete = 0x810D0000U;
+constexpr OpcUa_StatusCode OpcUa_BadCertificatePolicyCheckFailed = 0x81140000U;
 
 /// True when the severity is Bad; an Uncertain code is not.
 constexpr bool OpcUa_IsBad(OpcUa_StatusCode code) {
