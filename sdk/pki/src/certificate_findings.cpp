@@ -1,0 +1,81 @@
+#include "certificate_findings.h"
+
+#include <algorithm>
+
+#include "certificate_parser.h"
+#include "distinguished_name.h"
+
+namespace {
+
+const char* stepName(UaPkiVerificationStep step) {
+    switch (step) {
+    case UaPkiVerificationStep::Structure:
+        return "certificate structure";
+    case UaPkiVerificationStep::Chain:
+        return "certificate chain";
+    case UaPkiVerificationStep::Signature:
+        return "signature";
+    case UaPkiVerificationStep::SecurityPolicy:
+        return "security policy";
+    case UaPkiVerificationStep::TrustList:
+        return "trust list";
+    case UaPkiVerificationStep::ValidityPeriod:
+        return "validity period";
+    case UaPkiVerificationStep::ApplicationUri:
+        return "application URI";
+    case UaPkiVerificationStep::Usage:
+        return "certificate usage";
+    case UaPkiVerificationStep::FindRevocationList:
+        return "find revocation list";
+    case UaPkiVerificationStep::Revocation:
+        return "revocation";
+    }
+    return "";
+}
+
+} // namespace
+
+UaString UaPkiFinding::toString() const {
+    std::string line = std::string(stepName(step)) + ": " + text.text();
+    if (!thumbprint.isEmpty()) {
+        line += "; certificate \"" + subject.text() + "\", thumbprint " + thumbprint.text();
+    }
+    if (!location.isEmpty()) {
+        line += "; look at " + location.text();
+    }
+    return UaString(line + " (" + status.name() + ")");
+}
+
+namespace pki {
+
+void CertificateFindings::add(UaPkiVerificationStep step, OpcUa_StatusCode status, const X509* certificate,
+                              UaString text, UaString location) {
+    UaPkiFinding finding;
+    finding.step = step;
+    finding.status = status;
+    finding.text = std::move(text);
+    finding.location = std::move(location);
+    if (certificate != nullptr) {
+        finding.subject = nameText(X509_get_subject_name(certificate));
+        finding.thumbprint = thumbprint(certificate).toHex(false);
+    }
+    bool known = std::any_of(m_findings.begin(), m_findings.end(), [&finding](const UaPkiFinding& other) {
+        return other.step == finding.step && other.thumbprint == finding.thumbprint;
+    });
+    if (!known) {
+        m_findings.push_back(std::move(finding));
+    }
+}
+
+bool CertificateFindings::has(UaPkiVerificationStep step) const {
+    return std::any_of(m_findings.begin(), m_findings.end(),
+                       [step](const UaPkiFinding& finding) { return finding.step == step; });
+}
+
+std::vector<UaPkiFinding> CertificateFindings::takeSorted() {
+    std::stable_sort(m_findings.begin(), m_findings.end(),
+                     [](const UaPkiFinding& a, const UaPkiFinding& b) { return a.step < b.step; });
+    return std::move(m_findings);
+}
+
+} // namespace pki

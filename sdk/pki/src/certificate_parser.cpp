@@ -1,0 +1,163 @@
+#include "certificate_parser.h"
+
+#include <algorithm>
+#include <array>
+#include <ctime>
+
+#include <arpa/inet.h>
+#include <openssl/pem.h>
+
+#include "distinguished_name.h"
+
+namespace pki {
+namespace {
+
+/// Private keys, or PEM entries that are encrypted, are nothing to read here; without this OpenSSL would ask
+/// for the password on the terminal.
+int noPassword(char*, int, int, void*) {
+    return -1;
+}
+
+bool isDer(const Bytes& content) {
+    return !content.empty() && content.front() == 0x30;
+}
+
+X509Ptr readPem(BIO* input, X509Ptr*) {
+    return X509Ptr(PEM_read_bio_X509(input, nullptr, noPassword, nullptr));
+}
+X509CrlPtr readPem(BIO* input, X509CrlPtr*) {
+    return X509CrlPtr(PEM_read_bio_X509_CRL(input, nullptr, noPassword, nullptr));
+}
+
+/// Everything up to the end; nothing when the reading stopped for any other reason.
+template <typename Entry>
+std::vector<Entry> readPemEntries(const Bytes& content) {
+    ErrorQueueGuard guard;
+    BioPtr input(BIO_new_mem_buf(content.data(), static_cast<int>(content.size())));
+    std::vector<Entry> entries;
+    while (input != nullptr) {
+        Entry entry = readPem(input.get(), static_cast<Entry*>(nullptr));
+        if (entry == nullptr) {
+            break;
+        }
+        entries.push_back(std::move(entry));
+    }
+    unsigned long error = ERR_peek_last_error();
+    bool atEnd = ERR_GET_LIB(error) == ERR_LIB_PEM && ERR_GET_REASON(error) == PEM_R_NO_START_LINE;
+    if (!atEnd) {
+        entries.clear();
+    }
+    return entries;
+}
+
+UaString addressText(const ASN1_OCTET_STRING* address) {
+    std::array<char, INET6_ADDRSTRLEN> text{};
+    int length = ASN1_STRING_length(address);
+    int family = length == 4 ? AF_INET : AF_INET6;
+    if (length != 4 && length != 16) {
+        return {};
+    }
+    return UaString(inet_ntop(family, ASN1_STRING_get0_data(address), text.data(), text.size()));
+}
+
+} // namespace
+
+X509Ptr parseCertificate(const unsigned char*& position, const unsigned char* end) {
+    ErrorQueueGuard guard;
+    const unsigned char* next = position;
+    X509Ptr certificate(d2i_X509(nullptr, &next, end - position));
+    if (certificate == nullptr) {
+        return nullptr;
+    }
+    Bytes canonical = encode(certificate.get());
+    if (!std::equal(canonical.begin(), canonical.end(), position, next)) {
+        return nullptr;
+    }
+    position = next;
+    return certificate;
+}
+
+bool parseCertificates(const unsigned char* position, const unsigned char* end,
+                       std::vector<X509Ptr>& certificates) {
+    while (position != end) {
+        X509Ptr certificate = parseCertificate(position, end);
+        if (certificate == nullptr) {
+            return false;
+        }
+        certificates.push_back(std::move(certificate));
+    }
+    return !certificates.empty();
+}
+
+std::vector<X509Ptr> parseCertificateFile(const Bytes& content) {
+    if (!isDer(content)) {
+        return readPemEntries<X509Ptr>(content);
+    }
+    std::vector<X509Ptr> certificates;
+    if (!parseCertificates(content.data(), content.data() + content.size(), certificates)) {
+        certificates.clear();
+    }
+    return certificates;
+}
+
+std::vector<X509CrlPtr> parseRevocationListFile(const Bytes& content) {
+    if (!isDer(content)) {
+        return readPemEntries<X509CrlPtr>(content);
+    }
+    ErrorQueueGuard guard;
+    const unsigned char* position = content.data();
+    std::vector<X509CrlPtr> lists;
+    X509CrlPtr list(d2i_X509_CRL(nullptr, &position, static_cast<long>(content.size())));
+    if (list != nullptr && position == content.data() + content.size()) {
+        lists.push_back(std::move(list));
+    }
+    return lists;
+}
+
+Bytes encode(const X509* certificate) {
+    ErrorQueueGuard guard;
+    int length = i2d_X509(certificate, nullptr);
+    if (length <= 0) {
+        return {};
+    }
+    Bytes bytes(static_cast<std::size_t>(length));
+    unsigned char* target = bytes.data();
+    i2d_X509(certificate, &target);
+    return bytes;
+}
+
+UaByteArray thumbprint(const X509* certificate) {
+    std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
+    unsigned int length = 0;
+    if (X509_digest(certificate, EVP_sha1(), digest.data(), &length) != 1) {
+        return {};
+    }
+    return UaByteArray(digest.data(), static_cast<int>(length));
+}
+
+std::vector<UaString> alternativeNames(const X509* certificate, int kind) {
+    ErrorQueueGuard guard;
+    std::vector<UaString> texts;
+    GeneralNamesPtr names(
+        static_cast<GENERAL_NAMES*>(X509_get_ext_d2i(certificate, NID_subject_alt_name, nullptr, nullptr)));
+    for (int i = 0; names != nullptr && i < sk_GENERAL_NAME_num(names.get()); ++i) {
+        int type = 0;
+        const auto* value = static_cast<const ASN1_STRING*>(
+            GENERAL_NAME_get0_value(sk_GENERAL_NAME_value(names.get(), i), &type));
+        if (type == kind) {
+            texts.push_back(kind == GEN_IPADD ? addressText(value) : printableText(value));
+        }
+    }
+    return texts;
+}
+
+UaDateTime readTime(const ASN1_TIME* time) {
+    ErrorQueueGuard guard;
+    std::tm fields{};
+    if (time == nullptr || ASN1_TIME_to_tm(time, &fields) != 1) {
+        return UaDateTime();
+    }
+    return UaDateTime::fromUnixTime(timegm(&fields));
+}
+
+} // namespace pki

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <vector>
+
+#include "file_access.h"
+#include "openssl_handles.h"
+#include "uabase/byte_array.h"
+#include "uabase/date_time.h"
+#include "uabase/string.h"
+
+namespace pki {
+
+/// Reads one certificate from the start of `[position, end)` and moves `position` behind it. Null, with
+/// `position` where it was, when there is none, or when the bytes are not the one (DER) encoding of what they
+/// say: thumbprints and trust are about bytes.
+X509Ptr parseCertificate(const unsigned char*& position, const unsigned char* end);
+
+/// Reads certificates one behind the other; false when something else is among them, or nothing is there.
+bool parseCertificates(const unsigned char* position, const unsigned char* end,
+                       std::vector<X509Ptr>& certificates);
+
+/// The content of a store's file: DER, or PEM with one or more entries. Empty when anything in it cannot be
+/// read.
+std::vector<X509Ptr> parseCertificateFile(const Bytes& content);
+std::vector<X509CrlPtr> parseRevocationListFile(const Bytes& content);
+
+Bytes encode(const X509* certificate);
+UaByteArray thumbprint(const X509* certificate);
+
+/// The entries of one kind (GEN_URI, GEN_DNS, ...) in the subject alternative name, in their order.
+std::vector<UaString> alternativeNames(const X509* certificate, int kind);
+
+/// The null date when it is not a time.
+UaDateTime readTime(const ASN1_TIME* time);
+
+} // namespace pki

@@ -1,0 +1,142 @@
+#include "file_access.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+#include <openssl/rand.h>
+
+#include "uabase/trace.h"
+
+namespace pki {
+namespace {
+
+class Descriptor {
+public:
+    explicit Descriptor(int descriptor) : m_descriptor(descriptor) {}
+    ~Descriptor() { close(); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int get() const { return m_descriptor; }
+    bool isOpen() const { return m_descriptor >= 0; }
+    bool close() {
+        int descriptor = std::exchange(m_descriptor, -1);
+        return descriptor < 0 || ::close(descriptor) == 0;
+    }
+
+private:
+    int m_descriptor;
+};
+
+std::string errorText(int error) {
+    return std::generic_category().message(error);
+}
+
+bool readAll(int descriptor, Bytes& content) {
+    std::size_t done = 0;
+    while (done < content.size()) {
+        ssize_t count = ::read(descriptor, content.data() + done, content.size() - done);
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        if (count == 0) {
+            break;
+        }
+        done += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    content.resize(done);
+    return true;
+}
+
+bool writeAll(int descriptor, const void* data, std::size_t length) {
+    const auto* position = static_cast<const unsigned char*>(data);
+    while (length > 0) {
+        ssize_t count = ::write(descriptor, position, length);
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        std::size_t written = count > 0 ? static_cast<std::size_t>(count) : 0;
+        position += written;
+        length -= written;
+    }
+    return true;
+}
+
+/// Hidden and in the same directory: readers of a store pass it over, and the rename stays on one file
+/// system.
+std::string temporaryName(const std::filesystem::path& path) {
+    std::array<unsigned char, 8> random{};
+    if (RAND_bytes(random.data(), static_cast<int>(random.size())) != 1) {
+        return {};
+    }
+    std::string suffix;
+    for (unsigned char byte : random) {
+        std::array<char, 3> digits{};
+        std::snprintf(digits.data(), digits.size(), "%02x", byte);
+        suffix += digits.data();
+    }
+    return (path.parent_path() / ("." + path.filename().string() + "." + suffix + ".tmp")).string();
+}
+
+/// A rename is only durable once its directory is on the disk.
+bool syncDirectoryOf(const std::filesystem::path& path) {
+    std::filesystem::path parent = path.parent_path().empty() ? "." : path.parent_path();
+    Descriptor directory(::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // A directory that may be written but not read, or a file system that cannot flush one: the file is there
+    // all the same.
+    return !directory.isOpen() || ::fsync(directory.get()) == 0 || errno == EINVAL;
+}
+
+bool writeAndFlush(const std::string& path, const void* data, std::size_t length, mode_t mode) {
+    Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+    return file.isOpen() && writeAll(file.get(), data, length) && ::fsync(file.get()) == 0 && file.close();
+}
+
+} // namespace
+
+UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, std::string& problem) {
+    // Without O_NONBLOCK a named pipe in a store's directory would hold up the connect for ever.
+    Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    struct stat properties {};
+    if (!file.isOpen() || ::fstat(file.get(), &properties) != 0) {
+        int error = errno;
+        problem = errorText(error);
+        return error == ENOENT || error == ENOTDIR ? OpcUa_BadNotFound : OpcUa_BadNotReadable;
+    }
+    if (!S_ISREG(properties.st_mode)) {
+        problem = "not a regular file";
+        return OpcUa_BadNotReadable;
+    }
+    if (static_cast<std::size_t>(properties.st_size) > limit) {
+        problem = "larger than " + std::to_string(limit / 1024) + " KiB";
+        return OpcUa_BadNotReadable;
+    }
+    content.resize(static_cast<std::size_t>(properties.st_size));
+    if (!readAll(file.get(), content)) {
+        problem = errorText(errno);
+        return OpcUa_BadNotReadable;
+    }
+    return OpcUa_Good;
+}
+
+bool writeFileAtomically(const std::string& path, const void* data, std::size_t length, mode_t mode) {
+    std::string temporary = temporaryName(path);
+    bool written = !path.empty() && !temporary.empty() && writeAndFlush(temporary, data, length, mode) &&
+                   ::rename(temporary.c_str(), path.c_str()) == 0;
+    if (!written) {
+        int error = errno;
+        ::unlink(temporary.c_str());
+        UaTrace::write(UaTrace::Errors, "pki", "cannot write %s: %s", path.c_str(), errorText(error).c_str());
+        return false;
+    }
+    return syncDirectoryOf(path);
+}
+
+} // namespace pki

@@ -1,0 +1,65 @@
+#include "uapki/store.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include "uabase/directory.h"
+#include "uabase/trace.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool isUsable(const UaString& location) {
+    std::error_code error;
+    if (location.isEmpty() || !fs::exists(location.text(), error)) {
+        // A path that cannot even be looked at is not the same as one that is not there.
+        return !error || error == std::errc::not_a_directory || error == std::errc::no_such_file_or_directory;
+    }
+    fs::directory_iterator list(location.text(), error);
+    return !error;
+}
+
+bool isFileName(const UaString& name) {
+    auto allowed = [](unsigned char character) {
+        return std::isalnum(character) != 0 || character == '-' || character == '_' || character == '.';
+    };
+    const std::string& text = name.text();
+    return !text.empty() && text.front() != '.' && std::all_of(text.begin(), text.end(), allowed);
+}
+
+} // namespace
+
+UaPkiStore::UaPkiStore(UaPkiStoreLocations locations) : m_locations(std::move(locations)) {}
+
+UaStatus UaPkiStore::open() const {
+    UaStatus status;
+    for (const UaString* location : {&m_locations.trustedCertificates, &m_locations.trustedRevocationLists,
+                                     &m_locations.issuerCertificates, &m_locations.issuerRevocationLists}) {
+        if (!isUsable(*location)) {
+            UaTrace::write(UaTrace::Errors, "pki",
+                           "the certificate store's %s is not a directory that can be read",
+                           location->toUtf8());
+            status = OpcUa_BadConfigurationError;
+        }
+    }
+    return status;
+}
+
+UaStatus UaPkiStore::saveTrusted(const UaPkiCertificate& certificate, const UaString& name) const {
+    if (certificate.isNull() || !isFileName(name)) {
+        return OpcUa_BadInvalidArgument;
+    }
+    if (m_locations.trustedCertificates.isEmpty()) {
+        return OpcUa_BadConfigurationError;
+    }
+    std::string file = (fs::path(m_locations.trustedCertificates.text()) / (name.text() + ".der")).string();
+    UaDir(UaUniString("")).mkpath(UaUniString(file.c_str())); // what it could not make, the write reports
+    if (certificate.toDERFile(file.c_str()) != 0) {
+        return OpcUa_BadNotWritable;
+    }
+    UaTrace::write(UaTrace::LifeCycle, "pki", "certificate \"%s\" is now trusted: %s",
+                   certificate.commonName().toUtf8(), file.c_str());
+    return OpcUa_Good;
+}

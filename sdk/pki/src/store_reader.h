@@ -1,0 +1,20 @@
+#pragma once
+
+#include <vector>
+
+#include "openssl_handles.h"
+#include "uapki/store.h"
+
+namespace pki {
+
+struct StoreContent {
+    std::vector<X509Ptr> trusted;
+    std::vector<X509Ptr> issuers;
+    std::vector<X509CrlPtr> revocationLists;
+    /// "<file>: <reason>".
+    std::vector<UaString> skippedFiles;
+};
+
+StoreContent readStore(const UaPkiStoreLocations& locations);
+
+} // namespace pki
