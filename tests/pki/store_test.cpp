@@ -1,0 +1,210 @@
+#include <filesystem>
+
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+
+#include "material.h"
+#include "support/temporary_directory.h"
+#include "uapki/certificate_verifier.h"
+#include "unprivileged.h"
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::SizeIs;
+
+namespace {
+
+constexpr const char* basic256Sha256 = "http://opcfoundation.org/UA/SecurityPolicy#Basic256Sha256";
+
+class Store : public testing::Test {
+protected:
+    UaPkiVerification verify(const UaPkiStoreLocations& locations, const std::string& sent = "self_good") {
+        return UaPkiCertificateVerifier(UaPkiStore(locations))
+            .verify(material::chain(sent), "urn:plant:server", basic256Sha256, material::verificationTime());
+    }
+
+    static UaPkiCertificate certificate(const char* name = "self_good") {
+        return UaPkiCertificate::fromDER(material::chain(name));
+    }
+
+    test_support::TemporaryDirectory m_directory;
+    material::StoreFolders m_folders{m_directory.path()};
+};
+
+TEST_F(Store, ASavedCertificateIsFoundWithAndWithoutTheSlashAtTheEnd) {
+    for (const char* ending : {"", "/"}) {
+        std::string folder =
+            (m_directory.path() / "new" / "deep").string() + (*ending != 0 ? "1" : "2") + ending;
+        UaPkiStoreLocations locations;
+        locations.trustedCertificates = folder;
+        UaString name = certificate().thumbPrint().toHex(false);
+        ASSERT_TRUE(UaPkiStore(locations).saveTrusted(certificate(), name).isGood());
+        EXPECT_EQ(material::read(fs::path(folder) / (name.text() + ".der")), certificate().toDER());
+        EXPECT_TRUE(verify(locations).status.isGood());
+        struct stat properties {};
+        ASSERT_EQ(::stat(folder.c_str(), &properties), 0);
+        EXPECT_EQ(properties.st_mode & 07777U, 0700U);
+    }
+}
+
+TEST_F(Store, SavingLeavesNoOtherFile) {
+    ASSERT_TRUE(UaPkiStore(m_folders.locations()).saveTrusted(certificate(), "server").isGood());
+    std::vector<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(m_folders.trusted)) {
+        names.push_back(entry.path().filename().string());
+    }
+    EXPECT_THAT(names, ElementsAre("server.der"));
+}
+
+TEST_F(Store, NamesThatLeadElsewhereAreRefused) {
+    UaPkiStore store(m_folders.locations());
+    for (const char* name : {"", "../outside", "a/b", ".hidden", "..", "a b", "a\nb"}) {
+        EXPECT_EQ(store.saveTrusted(certificate(), name).statusCode(), OpcUa_BadInvalidArgument) << name;
+    }
+    EXPECT_EQ(store.saveTrusted(UaPkiCertificate(), "empty").statusCode(), OpcUa_BadInvalidArgument);
+    EXPECT_TRUE(fs::is_empty(m_folders.trusted));
+}
+
+TEST_F(Store, WithoutADirectoryNothingIsSaved) {
+    UaPkiStore store{UaPkiStoreLocations()};
+    EXPECT_TRUE(store.open().isGood());
+    EXPECT_EQ(store.saveTrusted(certificate(), "server").statusCode(), OpcUa_BadConfigurationError);
+    EXPECT_EQ(verify({}).status.statusCode(), OpcUa_BadCertificateUntrusted);
+}
+
+TEST_F(Store, AFileWhereTheDirectoryShouldBeCannotBeOpenedNorSavedTo) {
+    UaPkiStoreLocations locations = m_folders.locations();
+    locations.trustedCertificates = (m_directory.path() / "file").string();
+    material::write(locations.trustedCertificates.text(), "in the way");
+    UaPkiStore store(locations);
+    EXPECT_EQ(store.open().statusCode(), OpcUa_BadConfigurationError);
+    EXPECT_EQ(store.saveTrusted(certificate(), "server").statusCode(), OpcUa_BadNotWritable);
+    UaPkiVerification result = verify(locations);
+    EXPECT_EQ(result.status.statusCode(), OpcUa_BadCertificateUntrusted);
+    EXPECT_THAT(result.skippedFiles, SizeIs(1));
+}
+
+TEST_F(Store, AMissingDirectoryIsAnEmptyOne) {
+    fs::remove_all(m_folders.issuerLists);
+    EXPECT_TRUE(UaPkiStore(m_folders.locations()).open().isGood());
+    EXPECT_TRUE(verify(m_folders.locations()).skippedFiles.empty());
+}
+
+TEST_F(Store, PemFilesCountAsDerOnesDo) {
+    material::StoreFolders::fill(m_folders.trusted, "root", ".pem");
+    material::StoreFolders::fill(m_folders.trustedLists, "root middle", ".crl.pem");
+    material::StoreFolders::fill(m_folders.issuers, "middle", ".pem");
+    UaPkiVerification result = verify(m_folders.locations(), "by_middle");
+    EXPECT_TRUE(result.status.isGood()) << result.status.name();
+    EXPECT_TRUE(result.skippedFiles.empty());
+}
+
+TEST_F(Store, AFileMayHoldSeveralPemCertificates) {
+    std::string bundle;
+    for (const char* name : {"middle.pem", "root.pem"}) {
+        UaByteString text = material::read(material::file(name));
+        bundle.append(reinterpret_cast<const char*>(text.data()), static_cast<std::size_t>(text.length()));
+    }
+    material::write(m_folders.trusted / "company.pem", bundle);
+    material::StoreFolders::fill(m_folders.trustedLists, "root middle", ".crl");
+    EXPECT_TRUE(verify(m_folders.locations(), "by_middle").status.isGood());
+}
+
+TEST_F(Store, ForeignFilesArePassedOverAndNamed) {
+    fs::create_directory(m_folders.trusted / "a_directory");
+    material::StoreFolders::fill(m_folders.trusted, "megabyte truncated empty self_good trailing", ".der");
+    material::StoreFolders::fill(m_folders.trusted, "root", ".crl");
+    material::StoreFolders::fill(m_folders.trusted, "server", ".key");
+    material::StoreFolders::fill(m_folders.trustedLists, "root", ".der");
+    ASSERT_EQ(::mkfifo((m_folders.trusted / "pipe").c_str(), 0600), 0);
+    fs::create_symlink("nowhere", m_folders.trusted / "symlink");
+    material::write(m_folders.trusted / ".hidden.tmp", "half a cert");
+
+    UaPkiVerification result = verify(m_folders.locations());
+    EXPECT_TRUE(result.status.isGood()) << result.status.name();
+    std::vector<std::string> skipped;
+    for (const UaString& file : result.skippedFiles) {
+        skipped.push_back(file.text());
+    }
+    EXPECT_THAT(skipped,
+                ElementsAre(HasSubstr("certs/a_directory: not a regular file"),
+                            HasSubstr("certs/empty.der: neither"),
+                            HasSubstr("certs/megabyte.der: larger than 256 KiB"),
+                            HasSubstr("certs/pipe: not a regular file"), HasSubstr("certs/root.crl: neither"),
+                            HasSubstr("certs/server.key: neither"), HasSubstr("certs/symlink: No such file"),
+                            HasSubstr("certs/trailing.der: neither"),
+                            HasSubstr("certs/truncated.der: neither"), HasSubstr("crl/root.der: neither")));
+}
+
+TEST_F(Store, AnEncryptedPemFileIsPassedOverWithoutAQuestion) {
+    std::string file = (m_folders.trusted / "key.pem").string();
+    ASSERT_EQ(UaPkiRsaKeyPair(2048).toPEMFile(file.c_str(), "secret"), 0);
+    material::write(m_folders.trusted / "old.pem",
+                    "-----BEGIN CERTIFICATE-----\nProc-Type: 4,ENCRYPTED\n"
+                    "DEK-Info: AES-128-CBC,00112233445566778899AABBCCDDEEFF\n\n"
+                    "AAAAAAAAAAAAAAAAAAAAAA==\n-----END CERTIFICATE-----\n");
+    EXPECT_THAT(verify(m_folders.locations()).skippedFiles, SizeIs(2));
+}
+
+TEST_F(Store, FilesAndDirectoriesWithoutPermission) {
+    fs::permissions(m_directory.path(), fs::perms(0755));
+    material::StoreFolders::fill(m_folders.trusted, "self_good root", ".der");
+    fs::permissions(m_folders.trusted / "self_good.der", fs::perms::none);
+    fs::permissions(m_folders.issuers, fs::perms::none);
+    UaPkiCertificateVerifier verifier{UaPkiStore(m_folders.locations())};
+    UaByteString sent = material::chain("self_good");
+    int answer = runUnprivileged([&] {
+        if (UaPkiStore(m_folders.locations()).open().statusCode() != OpcUa_BadConfigurationError) {
+            return 1;
+        }
+        if (UaPkiStore(m_folders.locations())
+                .saveTrusted(UaPkiCertificate::fromDER(sent), "new")
+                .statusCode() != OpcUa_BadNotWritable) {
+            return 2;
+        }
+        UaPkiVerification result =
+            verifier.verify(sent, "urn:plant:server", basic256Sha256, material::verificationTime());
+        if (result.status.statusCode() != OpcUa_BadCertificateUntrusted) {
+            return 3;
+        }
+        return result.skippedFiles.size() == 2 ? 0 : 4;
+    });
+    fs::permissions(m_folders.issuers, fs::perms::owner_all);
+    EXPECT_EQ(answer, 0);
+}
+
+TEST_F(Store, AFullDiskLeavesWhatWasThere) {
+    fs::permissions(m_directory.path(), fs::perms(0755));
+    fs::permissions(m_folders.trusted, fs::perms(0777));
+    UaPkiStore store(m_folders.locations());
+    ASSERT_TRUE(store.saveTrusted(certificate("root"), "server").isGood());
+    UaPkiCertificate other = certificate();
+    int answer = runUnprivileged([&] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit{100, 100}; // the write is cut after 100 bytes, as on a disk that is full
+        return ::setrlimit(RLIMIT_FSIZE, &limit) == 0 &&
+                       store.saveTrusted(other, "server").statusCode() == OpcUa_BadNotWritable
+                   ? 0
+                   : 1;
+    });
+    EXPECT_EQ(answer, 0);
+    EXPECT_EQ(material::read(m_folders.trusted / "server.der"), certificate("root").toDER());
+    EXPECT_EQ(std::distance(fs::directory_iterator(m_folders.trusted), fs::directory_iterator()), 1);
+}
+
+TEST_F(Store, AReaderNeverSeesHalfACertificate) {
+    // A file that is replaced is never written to: who has it open keeps the whole of the old one.
+    UaPkiStore store(m_folders.locations());
+    ASSERT_TRUE(store.saveTrusted(certificate("root"), "server").isGood());
+    fs::path kept = m_directory.path() / "kept.der";
+    fs::create_hard_link(m_folders.trusted / "server.der", kept);
+    ASSERT_TRUE(store.saveTrusted(certificate(), "server").isGood());
+    EXPECT_EQ(material::read(kept), certificate("root").toDER());
+    EXPECT_EQ(material::read(m_folders.trusted / "server.der"), certificate().toDER());
+}
+
+} // namespace
