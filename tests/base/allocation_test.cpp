@@ -7,11 +7,13 @@
 #include "uabase/variant.h"
 
 // The C library's own allocator under the names that it reserves for this.
+// NOLINTBEGIN(readability-identifier-naming)
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);
 }
+// NOLINTEND(readability-identifier-naming)
 
 namespace {
 thread_local std::size_t allocations = 0;
@@ -89,7 +91,7 @@ TEST(Allocation, ATextCostsItsCharactersAlone) {
     const UaString text("long enough to need an allocation of its own");
     UaVariant variant;
     EXPECT_EQ(allocationsDuring([&] { variant.setString(text); }), 1U);
-    EXPECT_EQ(allocationsDuring([&] { const UaVariant copy(variant); }), 1U);
+    EXPECT_EQ(allocationsDuring([&] { EXPECT_FALSE(UaVariant(variant).isEmpty()); }), 1U);
     EXPECT_EQ(allocationsDuring([&] { const UaVariant moved(std::move(variant)); }), 0U);
 }
 

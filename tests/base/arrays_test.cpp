@@ -52,13 +52,13 @@ TEST(ProtocolArray, MovingLeavesTheSourceEmpty) {
     const OpcUa_ReferenceDescription* const elements = source.rawData();
     UaReferenceDescriptions target(std::move(source));
     EXPECT_EQ(target.rawData(), elements);
-    EXPECT_EQ(source.length(), 0U);
+    EXPECT_EQ(source.length(), 0U); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
 
     UaReferenceDescriptions assigned = twoReferences();
     assigned = std::move(target);
     EXPECT_EQ(assigned.rawData(), elements);
     EXPECT_EQ(assigned.length(), 2U);
-    EXPECT_EQ(target.length(), 0U);
+    EXPECT_EQ(target.length(), 0U); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
 }
 
 TEST(ProtocolArray, MovingOntoItselfKeepsTheElements) {

@@ -118,8 +118,7 @@ TEST(NodeId, CopiesAreDeep) {
         const UaNodeId original = UaNodeId::fromXmlString("ns=2;s=Line1.Speed");
         copy = original;
         EXPECT_NE(copy.raw().identifier.string.data, original.raw().identifier.string.data);
-        const UaNodeId constructed(original);
-        EXPECT_EQ(constructed, original);
+        EXPECT_EQ(UaNodeId(original), original);
         const UaNodeId fromEngine(original.raw());
         EXPECT_EQ(fromEngine, original);
     }
@@ -140,11 +139,11 @@ TEST(NodeId, MovingTakesTheIdentifierAlong) {
     const OpcUa_Byte* const data = source.raw().identifier.string.data;
     UaNodeId target(std::move(source));
     EXPECT_EQ(target.raw().identifier.string.data, data);
-    EXPECT_TRUE(source.isNull());
+    EXPECT_TRUE(source.isNull()); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
     UaNodeId assigned = UaNodeId::fromXmlString("ns=3;s=old");
     assigned = std::move(target);
     EXPECT_EQ(assigned.raw().identifier.string.data, data);
-    EXPECT_TRUE(target.isNull());
+    EXPECT_TRUE(target.isNull()); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
 }
 
 TEST(NodeId, CopyToGivesTheCallerItsOwn) {

@@ -1,3 +1,4 @@
+#include <clocale>
 #include <cmath>
 #include <cstdint>
 #include <functional>
@@ -6,7 +7,6 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <locale.h>
 #include <open62541/types_generated_handling.h>
 
 #include "uabase/variant.h"

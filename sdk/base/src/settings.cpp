@@ -13,7 +13,7 @@
 namespace {
 
 /// Far above any settings file: what is larger is something else, and not worth the memory.
-constexpr off_t sizeLimit = 1024 * 1024;
+constexpr off_t sizeLimit = 1 << 20;
 
 /// Empty for whatever is not a readable regular file of a sane size.
 std::string contentOf(const std::string& fileName) {
