@@ -17,6 +17,7 @@ add_sdk_library(uabasecpp FOLDER base
     trace_file.cpp
     unicode.cpp
     variant.cpp
+    variant_arrays.cpp
   PUBLIC uastack
   PRIVATE spdlog::spdlog Threads::Threads)
 target_include_directories(uabasecpp SYSTEM PRIVATE "${SIMPLEINI_INCLUDE_DIR}")

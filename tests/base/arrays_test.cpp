@@ -68,6 +68,20 @@ TEST(ProtocolArray, MovingOntoItselfKeepsTheElements) {
     EXPECT_EQ(references.length(), 2U);
 }
 
+TEST(ProtocolArray, ReplaceCopiesDeeply) {
+    UaStringArray texts;
+    texts.create(2);
+    UA_String text = UA_STRING_ALLOC("first");
+    texts.replace(1, text);
+    texts.replace(1, texts[1]);
+    UA_String_clear(&text);
+    EXPECT_EQ(texts[0].length, 0U);
+    ASSERT_EQ(texts[1].length, 5U);
+    EXPECT_EQ(texts[1].data[0], 'f');
+    texts.replace(1, text);
+    EXPECT_EQ(texts[1].length, 0U);
+}
+
 TEST(ProtocolArray, DetachGivesTheElementsAway) {
     UaReferenceDescriptions references = twoReferences();
     OpcUa_ReferenceDescription* const elements = references.detach();

@@ -3,40 +3,8 @@
 #include <new>
 #include <utility>
 
-namespace {
-
-template <typename Element>
-constexpr int typeIndex = -1;
-template <>
-constexpr int typeIndex<OpcUa_ReadValueId> = UA_TYPES_READVALUEID;
-template <>
-constexpr int typeIndex<OpcUa_DataValue> = UA_TYPES_DATAVALUE;
-template <>
-constexpr int typeIndex<OpcUa_WriteValue> = UA_TYPES_WRITEVALUE;
-template <>
-constexpr int typeIndex<OpcUa_DiagnosticInfo> = UA_TYPES_DIAGNOSTICINFO;
-template <>
-constexpr int typeIndex<OpcUa_ReferenceDescription> = UA_TYPES_REFERENCEDESCRIPTION;
-template <>
-constexpr int typeIndex<OpcUa_ApplicationDescription> = UA_TYPES_APPLICATIONDESCRIPTION;
-template <>
-constexpr int typeIndex<OpcUa_EndpointDescription> = UA_TYPES_ENDPOINTDESCRIPTION;
-template <>
-constexpr int typeIndex<OpcUa_MonitoredItemCreateRequest> = UA_TYPES_MONITOREDITEMCREATEREQUEST;
-template <>
-constexpr int typeIndex<OpcUa_MonitoredItemCreateResult> = UA_TYPES_MONITOREDITEMCREATERESULT;
-template <>
-constexpr int typeIndex<OpcUa_EventFieldList> = UA_TYPES_EVENTFIELDLIST;
-template <>
-constexpr int typeIndex<OpcUa_UInt32> = UA_TYPES_UINT32;
-
-template <typename Element>
-const UA_DataType* dataType() {
-    static_assert(typeIndex<Element> >= 0, "no engine type for this element");
-    return &UA_TYPES[typeIndex<Element>];
-}
-
-} // namespace
+#include "element_type.h"
+#include "engine.h"
 
 template <typename Element>
 UaProtocolArray<Element>::UaProtocolArray(UaProtocolArray&& other) noexcept
@@ -60,7 +28,7 @@ template <typename Element>
 void UaProtocolArray<Element>::create(OpcUa_UInt32 length) {
     Element* elements = nullptr;
     if (length > 0) {
-        elements = static_cast<Element*>(UA_Array_new(length, dataType<Element>()));
+        elements = static_cast<Element*>(UA_Array_new(length, elementType<Element>()));
         if (elements == nullptr)
             throw std::bad_alloc();
     }
@@ -72,7 +40,7 @@ void UaProtocolArray<Element>::attach(OpcUa_UInt32 length, Element* elements) {
     clear();
     if (length == 0) {
         // The engine marks an empty array by a pointer that leads nowhere.
-        UA_Array_delete(elements, 0, dataType<Element>());
+        UA_Array_delete(elements, 0, elementType<Element>());
         return;
     }
     m_length = length;
@@ -87,9 +55,17 @@ Element* UaProtocolArray<Element>::detach() {
 
 template <typename Element>
 void UaProtocolArray<Element>::clear() {
-    UA_Array_delete(m_elements, m_length, dataType<Element>());
+    UA_Array_delete(m_elements, m_length, elementType<Element>());
     m_length = 0;
     m_elements = nullptr;
+}
+
+template <typename Element>
+void UaProtocolArray<Element>::replace(OpcUa_UInt32 index, const Element& value) {
+    Element copy;
+    throwIfBad(UA_copy(&value, &copy, elementType<Element>()));
+    UA_clear(&m_elements[index], elementType<Element>());
+    m_elements[index] = copy;
 }
 
 template class UaProtocolArray<OpcUa_ReadValueId>;
@@ -102,4 +78,15 @@ template class UaProtocolArray<OpcUa_EndpointDescription>;
 template class UaProtocolArray<OpcUa_MonitoredItemCreateRequest>;
 template class UaProtocolArray<OpcUa_MonitoredItemCreateResult>;
 template class UaProtocolArray<OpcUa_EventFieldList>;
+template class UaProtocolArray<OpcUa_Boolean>;
+template class UaProtocolArray<OpcUa_SByte>;
+template class UaProtocolArray<OpcUa_Byte>;
+template class UaProtocolArray<OpcUa_Int16>;
+template class UaProtocolArray<OpcUa_UInt16>;
+template class UaProtocolArray<OpcUa_Int32>;
 template class UaProtocolArray<OpcUa_UInt32>;
+template class UaProtocolArray<OpcUa_Int64>;
+template class UaProtocolArray<OpcUa_UInt64>;
+template class UaProtocolArray<OpcUa_Float>;
+template class UaProtocolArray<OpcUa_Double>;
+template class UaProtocolArray<OpcUa_String>;

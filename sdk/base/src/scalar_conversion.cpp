@@ -198,25 +198,34 @@ template OpcUa_StatusCode convertScalar(OpcUa_BuiltInType, const void*, OpcUa_UI
 template OpcUa_StatusCode convertScalar(OpcUa_BuiltInType, const void*, OpcUa_Float&);
 template OpcUa_StatusCode convertScalar(OpcUa_BuiltInType, const void*, OpcUa_Double&);
 
-UaString scalarText(OpcUa_BuiltInType type, const void* data) {
-    if (const NumericType* source = numericType(type))
-        return source->text(data);
+OpcUa_StatusCode convertScalar(OpcUa_BuiltInType type, const void* data, UaString& text) {
+    if (const NumericType* source = numericType(type)) {
+        text = source->text(data);
+        return OpcUa_Good;
+    }
     switch (static_cast<OpcUa_UInt32>(type) - 1) {
     case UA_DATATYPEKIND_STRING:
-        return UaString(*static_cast<const UA_String*>(data));
+        text = UaString(*static_cast<const UA_String*>(data));
+        return OpcUa_Good;
     case UA_DATATYPEKIND_DATETIME:
-        return UaDateTime(*static_cast<const UA_DateTime*>(data)).toString();
+        text = UaDateTime(*static_cast<const UA_DateTime*>(data)).toString();
+        return OpcUa_Good;
     case UA_DATATYPEKIND_GUID:
-        return enginePrinted(*static_cast<const UA_Guid*>(data), UA_Guid_print);
+        text = enginePrinted(*static_cast<const UA_Guid*>(data), UA_Guid_print);
+        return OpcUa_Good;
     case UA_DATATYPEKIND_BYTESTRING:
-        return enginePrinted(*static_cast<const UA_ByteString*>(data), UA_ByteString_toBase64);
+        text = enginePrinted(*static_cast<const UA_ByteString*>(data), UA_ByteString_toBase64);
+        return OpcUa_Good;
     case UA_DATATYPEKIND_NODEID:
-        return UaNodeId(*static_cast<const UA_NodeId*>(data)).toXmlString();
+        text = UaNodeId(*static_cast<const UA_NodeId*>(data)).toXmlString();
+        return OpcUa_Good;
     case UA_DATATYPEKIND_QUALIFIEDNAME:
-        return UaQualifiedName(*static_cast<const UA_QualifiedName*>(data)).toString();
+        text = UaQualifiedName(*static_cast<const UA_QualifiedName*>(data)).toString();
+        return OpcUa_Good;
     case UA_DATATYPEKIND_LOCALIZEDTEXT:
-        return UaString(static_cast<const UA_LocalizedText*>(data)->text);
+        text = UaString(static_cast<const UA_LocalizedText*>(data)->text);
+        return OpcUa_Good;
     default:
-        return UaString();
+        return OpcUa_BadTypeMismatch;
     }
 }

@@ -9,5 +9,5 @@
 template <typename Target>
 OpcUa_StatusCode convertScalar(OpcUa_BuiltInType type, const void* data, Target& value);
 
-/// The scalar's text; empty when it has none.
-UaString scalarText(OpcUa_BuiltInType type, const void* data);
+/// The same for text.
+OpcUa_StatusCode convertScalar(OpcUa_BuiltInType type, const void* data, UaString& text);

@@ -100,13 +100,16 @@ bool UaVariant::isEmpty() const {
     return m_variant.type == nullptr;
 }
 
+bool UaVariant::hasDimensions() const {
+    return m_variant.arrayDimensionsSize >= 2 && m_variant.arrayDimensions != nullptr;
+}
+
 bool UaVariant::isArray() const {
-    return !isEmpty() && !isScalar(m_variant) && !isMatrix();
+    return !isEmpty() && !isScalar(m_variant) && !hasDimensions();
 }
 
 bool UaVariant::isMatrix() const {
-    return !isEmpty() && !isScalar(m_variant) && m_variant.arrayDimensionsSize >= 2 &&
-           m_variant.arrayDimensions != nullptr && dimensionsMatch(m_variant);
+    return !isEmpty() && !isScalar(m_variant) && hasDimensions() && dimensionsMatch(m_variant);
 }
 
 OpcUa_UInt32 UaVariant::arraySize() const {
@@ -158,7 +161,10 @@ OpcUa_StatusCode UaVariant::toDouble(OpcUa_Double& value) const {
 }
 
 UaString UaVariant::toString() const {
-    return isScalar(m_variant) ? scalarText(type(), m_variant.data) : UaString();
+    UaString text;
+    if (isScalar(m_variant))
+        convertScalar(type(), m_variant.data, text);
+    return text;
 }
 
 void UaVariant::setBoolean(OpcUa_Boolean value) {
@@ -204,6 +210,14 @@ void UaVariant::setString(const UaString& value) {
 
 OpcUa_StatusCode UaVariant::copyTo(OpcUa_Variant* target) const {
     return UA_Variant_copy(&m_variant, target);
+}
+
+OpcUa_StatusCode UaVariant::moveTo(OpcUa_Variant* target) {
+    if (m_variant.data == m_inline)
+        return copyTo(target);
+    *target = m_variant;
+    UA_Variant_init(&m_variant);
+    return OpcUa_Good;
 }
 
 void UaVariant::copyFrom(const OpcUa_Variant& source) {

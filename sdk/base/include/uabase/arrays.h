@@ -23,6 +23,8 @@ public:
     /// Gives the array away; this object is empty afterwards.
     Element* detach();
     void clear();
+    /// Puts a deep copy of `value` in the place of an element.
+    void replace(OpcUa_UInt32 index, const Element& value);
 
     OpcUa_UInt32 length() const { return m_length; }
     Element& operator[](OpcUa_UInt32 index) { return m_elements[index]; }
@@ -48,8 +50,19 @@ extern template class UaProtocolArray<OpcUa_EndpointDescription>;
 extern template class UaProtocolArray<OpcUa_MonitoredItemCreateRequest>;
 extern template class UaProtocolArray<OpcUa_MonitoredItemCreateResult>;
 extern template class UaProtocolArray<OpcUa_EventFieldList>;
+extern template class UaProtocolArray<OpcUa_Boolean>;
+extern template class UaProtocolArray<OpcUa_SByte>;
+extern template class UaProtocolArray<OpcUa_Byte>;
+extern template class UaProtocolArray<OpcUa_Int16>;
+extern template class UaProtocolArray<OpcUa_UInt16>;
+extern template class UaProtocolArray<OpcUa_Int32>;
 /// OpcUa_StatusCode and OpcUa_UInt32 are one C++ type, so this instance serves both arrays below.
 extern template class UaProtocolArray<OpcUa_UInt32>;
+extern template class UaProtocolArray<OpcUa_Int64>;
+extern template class UaProtocolArray<OpcUa_UInt64>;
+extern template class UaProtocolArray<OpcUa_Float>;
+extern template class UaProtocolArray<OpcUa_Double>;
+extern template class UaProtocolArray<OpcUa_String>;
 
 using UaReadValueIds = UaProtocolArray<OpcUa_ReadValueId>;
 using UaDataValues = UaProtocolArray<OpcUa_DataValue>;
@@ -62,4 +75,14 @@ using UaMonitoredItemCreateRequests = UaProtocolArray<OpcUa_MonitoredItemCreateR
 using UaMonitoredItemCreateResults = UaProtocolArray<OpcUa_MonitoredItemCreateResult>;
 using UaEventFieldLists = UaProtocolArray<OpcUa_EventFieldList>;
 using UaStatusCodeArray = UaProtocolArray<OpcUa_StatusCode>;
+using UaBooleanArray = UaProtocolArray<OpcUa_Boolean>;
+using UaSByteArray = UaProtocolArray<OpcUa_SByte>;
+using UaInt16Array = UaProtocolArray<OpcUa_Int16>;
+using UaUInt16Array = UaProtocolArray<OpcUa_UInt16>;
+using UaInt32Array = UaProtocolArray<OpcUa_Int32>;
 using UaUInt32Array = UaProtocolArray<OpcUa_UInt32>;
+using UaInt64Array = UaProtocolArray<OpcUa_Int64>;
+using UaUInt64Array = UaProtocolArray<OpcUa_UInt64>;
+using UaFloatArray = UaProtocolArray<OpcUa_Float>;
+using UaDoubleArray = UaProtocolArray<OpcUa_Double>;
+using UaStringArray = UaProtocolArray<OpcUa_String>;

@@ -41,7 +41,8 @@ public:
     bool isEmpty() const;
     /// One-dimensional array.
     bool isArray() const;
-    /// Two dimensions or more.
+    /// Two dimensions or more. An array whose dimensions don't multiply to its length is neither this nor
+    /// that.
     bool isMatrix() const;
     /// Number of elements of an array or matrix, else 0.
     OpcUa_UInt32 arraySize() const;
@@ -77,8 +78,32 @@ public:
     void setDouble(OpcUa_Double value);
     void setString(const UaString& value);
 
+    // `Element` is one of the twelve types from OpcUa_Boolean to OpcUa_String.
+
+    /// Gives the elements of an array or matrix away, those of a matrix in row-major order; the variant is
+    /// empty afterwards. Elements of this very type are handed over, not copied; others are converted one by
+    /// one as a scalar is, and one that can't be is 0 or the empty text. Good when all of them were, else
+    /// what became of the first that was not; OpcUa_BadTypeMismatch and no elements for anything but an array
+    /// or matrix.
+    template <typename Element>
+    OpcUa_StatusCode toArray(UaProtocolArray<Element>& values) &&;
+    /// The same for a matrix alone, with its dimensions.
+    template <typename Element>
+    OpcUa_StatusCode toMatrix(UaProtocolArray<Element>& values, UaUInt32Array& dimensions) &&;
+
+    /// Takes the elements over.
+    template <typename Element>
+    void setArray(UaProtocolArray<Element>&& values);
+    /// The same for a matrix. OpcUa_BadInvalidArgument and an empty variant when there are less than two
+    /// dimensions or they don't multiply to the number of elements.
+    template <typename Element>
+    OpcUa_StatusCode setMatrix(UaProtocolArray<Element>&& values, UaUInt32Array&& dimensions);
+
     /// Makes `*target` a deep copy that the caller clears. What `*target` held is not freed.
     OpcUa_StatusCode copyTo(OpcUa_Variant* target) const;
+    /// Moves the value into `*target`, where the caller clears it; only a scalar that lies inside is copied.
+    /// What `*target` held is not freed.
+    OpcUa_StatusCode moveTo(OpcUa_Variant* target);
 
     const OpcUa_Variant& raw() const { return m_variant; }
 
@@ -88,6 +113,7 @@ private:
     void copyFrom(const OpcUa_Variant& source);
     void moveFrom(UaVariant& source) noexcept;
     void setInline(OpcUa_BuiltInType type, const void* value, std::size_t size);
+    bool hasDimensions() const;
 
     OpcUa_Variant m_variant;
     alignas(8) unsigned char m_inline[inlineSize];
