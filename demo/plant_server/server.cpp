@@ -119,7 +119,9 @@ void Server::addPlant(const Branch& objects) {
     const std::string name = "OperatorView";
     const NodeId id(PlantNamespace, name);
     UA_ViewAttributes attributes = UA_ViewAttributes_default;
-    attributes.displayName = localized("en", "Operator view");
+    const std::string locale = "en";
+    const std::string displayName = "Operator view";
+    attributes.displayName = localized(locale, displayName);
     attributes.containsNoLoops = true;
     require(UA_Server_addViewNode(m_server.get(), id.get(), viewsFolder,
                                   UA_NODEID_NUMERIC(0, UA_NS0ID_ORGANIZES), {PlantNamespace, view(name)},
