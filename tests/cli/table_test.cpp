@@ -86,3 +86,12 @@ TEST(Table, ColoursDoNotCountAsWidth) {
                                               "\x1b[31mx\x1b[0m   1\n"
                                               "yy  2\n");
 }
+
+TEST(Table, ALongNodeIdMovesItsOwnRowOnly) {
+    Table table({{"Node id", false}, {"Class"}});
+    table.add({"i=85", "Object"});
+    table.add({std::string(200, 'x'), "Variable"});
+    const std::string pad(60 - 7, ' ');
+    EXPECT_EQ(table.render(pipe()), "Node id" + pad + "  Class\n" + "i=85   " + pad + "  Object\n" +
+                                        std::string(200, 'x') + "  Variable\n");
+}

@@ -26,6 +26,8 @@ struct BrowseOptions : ConnectOptions {
     std::size_t maxNodes = defaultMaxNodes;
 };
 
+const ReadResult notReadable{7, {}};
+
 /// Values by the index of their node.
 using Values = std::unordered_map<std::size_t, ReadResult>;
 
@@ -41,10 +43,12 @@ void readValues(Connection& connection, Findings& findings) {
     try {
         for (std::size_t i = 0; i < findings.walk.nodes.size(); ++i) {
             const NodeInfo& node = findings.walk.nodes[i].node;
-            if (!node.isVariable() || node.isArray || !node.nodeIdComplete)
+            if (!node.isVariable() || node.isArray)
                 continue;
             throwIfInterrupted();
-            findings.values[i] = connection.read(node.nodeId, node.dataType);
+            // An id that was cut names no node, or another one.
+            findings.values[i] =
+                node.nodeIdComplete ? connection.read(node.nodeId, node.dataType) : notReadable;
             progress.show(i);
         }
     } catch (const Failure& failure) {

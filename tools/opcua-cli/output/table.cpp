@@ -10,6 +10,7 @@ namespace {
 
 constexpr std::string_view gap = "  ";
 constexpr std::size_t widestCell = 80;
+constexpr std::size_t widestAligned = 60; // a longer cell that must not be cut pushes the rest of its own row
 constexpr std::size_t narrowestCut = 8;
 
 using Widths = std::vector<std::size_t>;
@@ -84,8 +85,7 @@ Widths Table::naturalWidths() const {
         if (widths[i] == 0)
             continue;
         widths[i] = std::max(widths[i], displayWidth(m_columns[i].title));
-        if (m_columns[i].mayBeCut)
-            widths[i] = std::min(widths[i], widestCell);
+        widths[i] = std::min(widths[i], m_columns[i].mayBeCut ? widestCell : widestAligned);
     }
     return widths;
 }

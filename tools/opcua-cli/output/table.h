@@ -22,7 +22,8 @@ struct Cell {
 };
 
 /// Rows under headings, aligned by what the texts take on a terminal. Every text is made printable. Long
-/// cells are cut so that lines fit the terminal; where there is none, a cell takes 80 columns at most.
+/// cells are cut so that lines fit the terminal; where there is none, a cell takes 80 columns at most. A very
+/// long cell that must not be cut moves what stands behind it.
 class Table {
 public:
     explicit Table(std::vector<Column> columns);

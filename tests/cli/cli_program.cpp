@@ -1,0 +1,74 @@
+#include "cli_program.h"
+
+#include "support/child_process.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <stdexcept>
+#include <sys/ioctl.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace cli_test {
+namespace {
+
+CliResult finished(const test_support::ProgramResult& result) {
+    if (!result.end.exitCode)
+        throw std::runtime_error("ended by " + result.end.text() + ": " + result.standardError);
+    return {*result.end.exitCode, result.standardOutput, result.standardError};
+}
+
+[[noreturn]] void fail(const char* what) {
+    throw std::system_error(errno, std::generic_category(), what);
+}
+
+} // namespace
+
+std::string program() {
+    return OPCUA_CLI_PROGRAM;
+}
+
+CliResult run(const Arguments& arguments) {
+    return finished(test_support::runProgram(program(), arguments));
+}
+
+CliResult runInShell(const std::string& script, const Arguments& arguments) {
+    Arguments all{"-c", script, program()};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return finished(test_support::runProgram("sh", all));
+}
+
+PseudoTerminal::PseudoTerminal(unsigned short columns) {
+    m_master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
+    if (m_master < 0 || grantpt(m_master) != 0 || unlockpt(m_master) != 0)
+        fail("cannot make a pseudo-terminal");
+    std::array<char, 64> name{};
+    if (ptsname_r(m_master, name.data(), name.size()) != 0)
+        fail("cannot name a pseudo-terminal");
+    m_path = name.data();
+    // Kept open: what a program wrote would be lost with the last descriptor on that side.
+    m_slave = open(m_path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    const winsize size{24, columns, 0, 0};
+    if (m_slave < 0 || ioctl(m_slave, TIOCSWINSZ, &size) != 0)
+        fail("cannot set up a pseudo-terminal");
+}
+
+PseudoTerminal::~PseudoTerminal() {
+    close(m_slave);
+    close(m_master);
+}
+
+std::string PseudoTerminal::text() {
+    std::string result;
+    std::array<char, 4096> block{};
+    for (;;) {
+        const ssize_t count = read(m_master, block.data(), block.size());
+        if (count <= 0)
+            return result;
+        result.append(block.data(), static_cast<std::size_t>(count));
+    }
+}
+
+} // namespace cli_test

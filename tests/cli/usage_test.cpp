@@ -1,0 +1,179 @@
+#include "cli_program.h"
+
+#include "support/child_process.h"
+#include "support/temporary_directory.h"
+
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace cli_test;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+/// A loopback port on which connections are taken up, but nobody ever answers; or, once closed, a port that
+/// refuses them.
+class SilentPort {
+public:
+    SilentPort() : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        EXPECT_EQ(bind(m_socket, reinterpret_cast<sockaddr*>(&address), size), 0);
+        EXPECT_EQ(getsockname(m_socket, reinterpret_cast<sockaddr*>(&address), &size), 0);
+        m_port = ntohs(address.sin_port);
+    }
+    ~SilentPort() { close(m_socket); }
+    SilentPort(const SilentPort&) = delete;
+    SilentPort& operator=(const SilentPort&) = delete;
+
+    void takeConnections() { EXPECT_EQ(listen(m_socket, 5), 0); }
+    std::string url() const { return "opc.tcp://127.0.0.1:" + std::to_string(m_port); }
+
+private:
+    int m_socket;
+    unsigned m_port = 0;
+};
+
+const std::string nowhere = "opc.tcp://127.0.0.1:4840";
+
+const std::vector<std::string> commands{"discover", "browse", "read", "write", "info"};
+
+} // namespace
+
+TEST(Usage, HelpNamesCommandsAndExitCodes) {
+    const CliResult result = run({"--help"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.error, "");
+    for (const std::string& command : commands)
+        EXPECT_THAT(result.output, HasSubstr("  " + command + " "));
+    EXPECT_THAT(result.output, AllOf(HasSubstr("Exit codes"), HasSubstr("OpcUaClient.log")));
+}
+
+TEST(Usage, EveryCommandHasHelpWithExamples) {
+    for (const std::string& command : commands) {
+        const CliResult result = run({command, "--help"});
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_THAT(result.output,
+                    AllOf(HasSubstr("Examples:\n  opcua-cli " + command + " "), HasSubstr("--json"),
+                          HasSubstr("--trace LEVEL"), HasSubstr("URL REQUIRED")));
+    }
+}
+
+TEST(Usage, TellsItsVersion) {
+    const CliResult result = run({"--version"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.output, "opcua-cli " OPCUA_CLI_VERSION "\n");
+}
+
+TEST(Usage, WrongArgumentsAreExitCode2) {
+    const std::vector<std::pair<Arguments, std::string>> cases{
+        {{}, "subcommand is required"},
+        {{"frobnicate"}, "subcommand is required"},
+        {{"read"}, "URL is required"},
+        {{"read", nowhere}, "NODE is required"},
+        {{"write", nowhere, "i=1"}, "VALUE is required"},
+        {{"browse", nowhere, "--depth", "0"}, "--depth"},
+        {{"browse", nowhere, "--depth", "deep"}, "--depth"},
+        {{"browse", nowhere, "--max-nodes", "0"}, "--max-nodes"},
+        {{"info", nowhere, "--frob"}, "--frob"},
+        {{"info", nowhere, "--timeout", "0"}, "--timeout"},
+        {{"info", nowhere, "--timeout", "99999999999999999999"}, "--timeout"},
+        {{"info", nowhere, "--trace", "loud"}, "--trace"},
+        {{"info", ""}, "no host"},
+        {{"info", "opc.tcp://"}, "no host"},
+        {{"info", "http://localhost:4840"}, "only opc.tcp://"},
+        {{"info", std::string(200, 'h') + ":4840"}, "longer than 127 bytes"},
+        {{"read", nowhere, "Line1.Speed"}, "is no node"},
+        {{"read", nowhere, "i=1", "/a//b"}, "is empty"},
+        {{"read", nowhere, "i=1", "--type", "Decimal"}, "no type is called Decimal"},
+        {{"write", nowhere, "i=1", "300", "--type", "Byte"}, "out of range"},
+        {{"browse", nowhere, "i=x"}, "is no node"},
+    };
+    for (const auto& [arguments, message] : cases) {
+        const CliResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, 2) << message;
+        EXPECT_EQ(result.output, "");
+        EXPECT_THAT(result.error, AllOf(HasSubstr(message), HasSubstr("opcua-cli: ")));
+        EXPECT_THAT(result.error, Not(HasSubstr("\x1b")));
+    }
+}
+
+TEST(Usage, ArgumentsThatAreNotUtf8AreRefused) {
+    for (const Arguments& arguments :
+         {Arguments{"read", nowhere, "ns=2;s=F\xFCllstand"}, Arguments{"info", "\xFF\xFE"},
+          Arguments{"write", nowhere, "i=1", "\xC3"}}) {
+        const CliResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_THAT(result.error, AllOf(HasSubstr("is not UTF-8"), HasSubstr("\uFFFD")));
+    }
+}
+
+TEST(Usage, WhatIsWrongWithAValueIsInTheJsonDocumentToo) {
+    const CliResult result = run({"write", nowhere, "i=1", "300", "--type", "Byte", "--json"});
+    EXPECT_EQ(result.exitCode, 2);
+    const auto error = result.json()["error"];
+    EXPECT_THAT(error["explanation"].get<std::string>(), HasSubstr("out of range"));
+    EXPECT_THAT(error["advice"].get<std::string>(), HasSubstr("0 to 255"));
+    EXPECT_TRUE(error["code"].is_null());
+}
+
+TEST(NoServer, ARefusedPortIsExitCode3) {
+    const SilentPort port;
+    for (const char* command : {"info", "browse"}) {
+        const CliResult result = run({command, port.url(), "--json"});
+        EXPECT_EQ(result.exitCode, 3);
+        EXPECT_THAT(result.error,
+                    AllOf(HasSubstr(port.url()), HasSubstr("连接服务器失败"), HasSubstr("try: ")));
+        const auto error = result.json()["error"];
+        EXPECT_EQ(error["code"], 1);
+        EXPECT_EQ(error["message"], "连接服务器失败");
+    }
+}
+
+TEST(NoServer, ASilentServerIsExitCode3AfterTheTimeOut) {
+    SilentPort port;
+    port.takeConnections();
+    const CliResult result = run({"read", port.url(), "i=2261", "--timeout", "200"});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.output, "");
+    EXPECT_THAT(result.error, HasSubstr("--timeout"));
+}
+
+TEST(NoServer, DiscoveryWithoutServerIsExitCode3) {
+    const SilentPort port;
+    const CliResult result = run({"discover", port.url(), "--json"});
+    EXPECT_EQ(result.exitCode, 3);
+    const auto error = result.json()["error"];
+    EXPECT_EQ(error["code"], 18);
+    EXPECT_TRUE(error["message"].is_null()) << "the library stores none for this code";
+}
+
+TEST(NoServer, ANameThatDoesNotResolveIsExitCode3) {
+    const CliResult result = run({"info", "no-such-host.invalid:4840", "--timeout", "2000"});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_THAT(result.error, HasSubstr("opc.tcp://no-such-host.invalid:4840"));
+}
+
+TEST(Trace, IsWrittenBesideTheProgramWhenAskedFor) {
+    const SilentPort port;
+    const test_support::TemporaryDirectory directory;
+    const std::filesystem::path copy = directory.path() / "opcua-cli";
+    const std::filesystem::path log = directory.path() / "OpcUaClient.log";
+    std::filesystem::copy_file(program(), copy);
+    const auto traced = [&](const std::string& level) {
+        test_support::runProgram(copy, {"info", port.url(), "--trace", level});
+        return std::filesystem::exists(log) ? std::filesystem::file_size(log) : 0;
+    };
+    EXPECT_EQ(traced("none"), 0u);
+    EXPECT_EQ(traced("0"), 0u);
+    EXPECT_GT(traced("Errors"), 0u);
+    EXPECT_GT(traced("7"), 0u);
+}
