@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr OpcUa_UInt32 maximumDimensions = 16;
-
 void setShape(const UaVariant& value, _ArrayType& shape) {
     shape.kind = 0;
     if (value.isArray()) {
@@ -20,7 +18,7 @@ void setShape(const UaVariant& value, _ArrayType& shape) {
         const OpcUa_UInt32 count = value.dimensionSize();
         if (lengths.length() == count) {
             shape.kind = 1;
-            shape.dimCount = static_cast<int>(std::min(count, maximumDimensions));
+            shape.dimCount = static_cast<int>(std::min<OpcUa_UInt32>(count, maximumDimensions));
             std::copy_n(lengths.begin(), shape.dimCount, shape.dims);
         }
     }

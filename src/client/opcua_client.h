@@ -72,6 +72,9 @@ public:
     /// value that is not good has type Null and leaves `shape` alone.
     bool ReadDataType(UaNodeId id, _OpcUaDataType& type, _ArrayType& shape);
 
+    /// Position of a matrix element in row-major order (flatPosition()).
+    int ChangeArray(unsigned long* index, unsigned long* dims, int count);
+
 private:
     /// Stores the message of a failure and returns its code.
     OPCUACLIENT_LOCAL int fail(const Failure& failure);
@@ -94,7 +97,9 @@ private:
     OPCUACLIENT_LOCAL int browseUnder(OpcUaNode* parent, OpcUaNode* found, const UaNodeId& id);
 
     template <typename RequestNode>
-    OPCUACLIENT_LOCAL int refuseMultiNode(RequestNode* nodes, int count);
+    OPCUACLIENT_LOCAL int serveBatches(RequestNode* nodes, int count);
+    OPCUACLIENT_LOCAL void serveBatch(UaClientSdk::UaSession& session, OpcUa_ReadNode* nodes, int count);
+    OPCUACLIENT_LOCAL void serveBatch(UaClientSdk::UaSession& session, OpcUa_WriteNode* nodes, int count);
 
     OpcUaNode* m_browseCursor; ///< root that browsing made last; a record of the browse tree
     std::atomic<const char*> m_errorText;

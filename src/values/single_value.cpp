@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "client/mutex_lock.h"
 #include "client/opcua_client.h"
 #include "values/value_buffer.h"
@@ -14,12 +16,10 @@ int COpcUaClient::OpcUaGetValue(OpcUaNode* node, void* buffer, int& size) {
     }
     UaNodeId id;
     SetNodeID(node, &id);
-    UaDataValues values;
-    if (readValue(*current, id, values).isBad() || OpcUa_IsNotGood(values[0].status)) {
+    UaVariant value;
+    if (!readGoodValue(*current, id, value)) {
         return fail(result::readFailed);
     }
-    UaVariant value;
-    value.attach(values[0].value);
     storeValue(value, node->dataType, buffer, size);
     return result::success;
 }
@@ -37,12 +37,7 @@ int COpcUaClient::OpcUaSetValue(OpcUaNode* node, const void* buffer, int& size) 
     SetNodeID(node, &id);
     UaVariant value;
     takeValue(value, node->dataType, buffer, size);
-    UaWriteValues values;
-    values.create(1);
-    nameValue(values[0], id);
-    giveValue(values[0], value);
-    UaStatusCodeArray results;
-    if (writeValues(*current, values, results).isBad() || OpcUa_IsNotGood(results[0])) {
+    if (!writeValue(*current, id, std::move(value))) {
         return fail(result::writeFailed);
     }
     return result::success;

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
-#include "uabase/string.h"
 #include "uabase/variant.h"
 #include "values/value_types.h"
 
@@ -28,7 +28,7 @@ Cell takeNumber(const void* buffer, int& size) {
 
 /// Puts a text into a buffer of `size` bytes. A shorter text is terminated and `size` becomes its length; any
 /// other fills the buffer without a terminator and `size` becomes one less than it was.
-void storeText(const UaString& text, void* buffer, int& size);
+void storeText(std::string_view text, void* buffer, int& size);
 
 /// Puts a value into the caller's buffer as the type says: nothing and size 0 for Null, nothing at all for a
 /// type that is not known.
@@ -36,3 +36,12 @@ void storeValue(const UaVariant& value, _OpcUaDataType type, void* buffer, int& 
 
 /// Sets `value` from the caller's buffer; Null and unknown types leave it as it is.
 void takeValue(UaVariant& value, _OpcUaDataType type, const void* buffer, int& size);
+
+/// Puts one element of an array or matrix into the caller's buffer, as storeValue() does a scalar. False when
+/// there is no such element.
+bool storeElement(UaVariant&& value, unsigned int position, _OpcUaDataType type, void* buffer, int& size);
+
+/// Replaces one element of an array or matrix from the caller's buffer, as takeValue() sets a scalar. The
+/// other elements become `type` as well: false when one of them can't, since it would be lost, and when there
+/// is no element at `position`. Null and unknown types leave an empty value.
+bool takeElement(UaVariant& value, unsigned int position, _OpcUaDataType type, const void* buffer, int& size);

@@ -1,6 +1,7 @@
 #include "values/value_service.h"
 
 #include <new>
+#include <utility>
 
 #include "client/call_settings.h"
 #include "uaclient/session.h"
@@ -14,11 +15,16 @@ UaStatus complete(UaStatus status, OpcUa_UInt32 asked, OpcUa_UInt32 answered) {
 
 } // namespace
 
-void giveValue(OpcUa_WriteValue& element, const UaVariant& value) {
-    if (value.copyTo(&element.value.value) != OpcUa_Good) {
+void giveValue(OpcUa_WriteValue& element, UaVariant&& value) {
+    if (value.moveTo(&element.value.value) != OpcUa_Good) {
         throw std::bad_alloc();
     }
     element.value.hasValue = true;
+}
+
+bool takeGoodValue(OpcUa_DataValue& answer, UaVariant& value) {
+    value.attach(answer.value);
+    return !OpcUa_IsNotGood(answer.status);
 }
 
 UaStatus readValues(UaClientSdk::UaSession& session, const UaReadValueIds& nodes, UaDataValues& values) {
@@ -36,10 +42,24 @@ UaStatus readValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaDataVa
     return readValues(session, nodes, values);
 }
 
+bool readGoodValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaVariant& value) {
+    UaDataValues values;
+    return !readValue(session, id, values).isBad() && takeGoodValue(values[0], value);
+}
+
 UaStatus writeValues(UaClientSdk::UaSession& session, const UaWriteValues& values,
                      UaStatusCodeArray& results) {
     UaClientSdk::ServiceSettings settings = callSettings();
     UaDiagnosticInfos diagnostics;
     const UaStatus status = session.write(settings, values, results, diagnostics);
     return complete(status, values.length(), results.length());
+}
+
+bool writeValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaVariant&& value) {
+    UaWriteValues values;
+    values.create(1);
+    nameValue(values[0], id);
+    giveValue(values[0], std::move(value));
+    UaStatusCodeArray results;
+    return !writeValues(session, values, results).isBad() && !OpcUa_IsNotGood(results[0]);
 }

@@ -19,13 +19,20 @@ void nameValue(RequestElement& element, const UaNodeId& id) {
 }
 
 /// Makes a request element carry a value and nothing else: servers refuse a status or a time stamp sent
-/// along.
-void giveValue(OpcUa_WriteValue& element, const UaVariant& value);
+/// along. An array is moved, not copied.
+void giveValue(OpcUa_WriteValue& element, UaVariant&& value);
+
+/// Takes the value out of an answer. False when its status is Bad or Uncertain.
+bool takeGoodValue(OpcUa_DataValue& answer, UaVariant& value);
 
 /// Reads current values. Not bad: there is a value for every node asked for.
 UaStatus readValues(UaClientSdk::UaSession& session, const UaReadValueIds& nodes, UaDataValues& values);
 UaStatus readValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaDataValues& values);
+/// False when the service failed or the value's status is Bad or Uncertain.
+bool readGoodValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaVariant& value);
 
 /// Not bad: there is a status for every value sent.
 UaStatus writeValues(UaClientSdk::UaSession& session, const UaWriteValues& values,
                      UaStatusCodeArray& results);
+/// False when the service failed or the node's status is Bad or Uncertain.
+bool writeValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaVariant&& value);

@@ -3,14 +3,15 @@
 #include "OpcUaTypes.h"
 #include "uabase/variant.h"
 
-// The twelve types whose values cross the interface: what each is in the caller's buffer and which members of
-// UaVariant move it. A type that is added, or a member that arrays need, is added here and nowhere else.
+// The twelve types whose values cross the interface: what each is in the caller's buffer and in an array, and
+// which members of UaVariant move it. A type that is added is added here and nowhere else.
 
 /// A number. Cell is what lies in the caller's buffer, Value what the SDK takes.
 template <typename CellType, typename ValueType, OpcUa_StatusCode (UaVariant::*ToValue)(ValueType&) const,
           void (UaVariant::*SetValue)(ValueType)>
 struct NumberType {
     using Cell = CellType;
+    using Element = ValueType;
 
     /// 0 when the value can't be converted.
     static Cell get(const UaVariant& variant) {
@@ -34,16 +35,18 @@ using UInt64Type = NumberType<OpcUa_UInt64, OpcUa_UInt64, &UaVariant::toUInt64, 
 using FloatType = NumberType<OpcUa_Float, OpcUa_Float, &UaVariant::toFloat, &UaVariant::setFloat>;
 using DoubleType = NumberType<OpcUa_Double, OpcUa_Double, &UaVariant::toDouble, &UaVariant::setDouble>;
 
-struct StringType {};
+struct StringType {
+    using Element = OpcUa_String;
+};
 
 /// Empty, or a value that has no form in a buffer.
 struct NullType {};
 /// Not a number of _OpcUaDataType.
 struct UnknownType {};
 
-/// Calls `visitor` with the description of a type.
+/// Calls `visitor` with the description of a type and returns what it does.
 template <typename Visitor>
-void visitType(_OpcUaDataType type, Visitor&& visitor) {
+auto visitType(_OpcUaDataType type, Visitor&& visitor) {
     switch (type) {
     case OpcUaDataType_Null:
         return visitor(NullType());
@@ -72,8 +75,11 @@ void visitType(_OpcUaDataType type, Visitor&& visitor) {
     case OpcUaDataType_String:
         return visitor(StringType());
     }
-    visitor(UnknownType());
+    return visitor(UnknownType());
 }
+
+/// Dimensions that can be told or addressed.
+constexpr int maximumDimensions = 16;
 
 /// Type of a value that the server sent; Null for one that does not cross the interface.
 constexpr _OpcUaDataType dataTypeOf(OpcUa_BuiltInType type) {

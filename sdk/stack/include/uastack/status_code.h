@@ -15,6 +15,7 @@ constexpr OpcUa_StatusCode OpcUa_BadCommunicationError = 0x80050000U;
 constexpr OpcUa_StatusCode OpcUa_BadDecodingError = 0x80070000U;
 constexpr OpcUa_StatusCode OpcUa_BadTimeout = 0x800A0000U;
 constexpr OpcUa_StatusCode OpcUa_BadServerNotConnected = 0x800D0000U;
+constexpr OpcUa_StatusCode OpcUa_BadTooManyOperations = 0x80100000U;
 constexpr OpcUa_StatusCode OpcUa_BadSecurityChecksFailed = 0x80130000U;
 constexpr OpcUa_StatusCode OpcUa_BadNodeIdInvalid = 0x80330000U;
 constexpr OpcUa_StatusCode OpcUa_BadNotReadable = 0x803A0000U;
