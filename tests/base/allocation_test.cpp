@@ -19,18 +19,23 @@ namespace {
 thread_local std::size_t allocations = 0;
 }
 
-extern "C" void* malloc(std::size_t size) {
+// The libraries find these only when they are exported.
+#define VISIBLE __attribute__((visibility("default")))
+
+extern "C" VISIBLE void* malloc(std::size_t size) {
     ++allocations;
     return __libc_malloc(size);
 }
-extern "C" void* calloc(std::size_t count, std::size_t size) {
+extern "C" VISIBLE void* calloc(std::size_t count, std::size_t size) {
     ++allocations;
     return __libc_calloc(count, size);
 }
-extern "C" void* realloc(void* memory, std::size_t size) {
+extern "C" VISIBLE void* realloc(void* memory, std::size_t size) {
     ++allocations;
     return __libc_realloc(memory, size);
 }
+
+#undef VISIBLE
 
 namespace {
 
