@@ -5,6 +5,40 @@
 #include <algorithm>
 
 namespace plant_server {
+namespace {
+
+template <class Token>
+const UA_DataType* tokenType();
+template <>
+const UA_DataType* tokenType<UA_UserNameIdentityToken>() {
+    return &UA_TYPES[UA_TYPES_USERNAMEIDENTITYTOKEN];
+}
+template <>
+const UA_DataType* tokenType<UA_X509IdentityToken>() {
+    return &UA_TYPES[UA_TYPES_X509IDENTITYTOKEN];
+}
+
+template <class Token>
+bool isA(const UA_ExtensionObject& token) {
+    const bool decoded =
+        token.encoding == UA_EXTENSIONOBJECT_DECODED || token.encoding == UA_EXTENSIONOBJECT_DECODED_NODELETE;
+    return decoded && token.content.decoded.type == tokenType<Token>();
+}
+
+std::string modeName(UA_MessageSecurityMode mode) {
+    switch (mode) {
+    case UA_MESSAGESECURITYMODE_NONE:
+        return "None";
+    case UA_MESSAGESECURITYMODE_SIGN:
+        return "Sign";
+    case UA_MESSAGESECURITYMODE_SIGNANDENCRYPT:
+        return "SignAndEncrypt";
+    default:
+        return "";
+    }
+}
+
+} // namespace
 
 Clients& Clients::of(UA_Server* server) {
     return *static_cast<Clients*>(UA_Server_getConfig(server)->context);
@@ -14,7 +48,10 @@ void Clients::install(UA_ServerConfig& config) {
     std::vector<UA_UsernamePasswordLogin> logins;
     for (const auto& [name, password] : m_options.passwords)
         logins.push_back({view(name), view(password)});
-    require(UA_AccessControl_defaultWithLoginCallback(&config, m_options.anonymous, nullptr, logins.size(),
+    // One set of token policies for all endpoints: the stack gives each token the policy of its endpoint, and
+    // repeats the set for each policy that it isn't told.
+    require(UA_AccessControl_defaultWithLoginCallback(&config, m_options.anonymous,
+                                                      &config.securityPolicies[0].policyUri, logins.size(),
                                                       logins.data(), logIn, this),
             "set the access control up");
     config.context = this;
@@ -48,8 +85,29 @@ UA_StatusCode Clients::activateSession(UA_Server* server, UA_AccessControl* cont
     if (status == UA_STATUSCODE_GOOD) {
         clients.forget(*sessionId);
         clients.m_sessions.emplace_back(*sessionId);
+        clients.keepLogin(server, *endpoint, *token);
+        // Whoever has a context is logged in; a user name has got one by now.
+        if (isA<UA_X509IdentityToken>(*token))
+            *sessionContext = &clients;
     }
     return status;
+}
+
+void Clients::keepLogin(UA_Server* server, const UA_EndpointDescription& endpoint,
+                        const UA_ExtensionObject& token) {
+    m_latestLogin = {"Anonymous", "", text(endpoint.securityPolicyUri), modeName(endpoint.securityMode)};
+    const void* content = token.content.decoded.data;
+    if (isA<UA_UserNameIdentityToken>(token)) {
+        m_latestLogin.userType = "UserName";
+        m_latestLogin.user = text(static_cast<const UA_UserNameIdentityToken*>(content)->userName);
+    } else if (isA<UA_X509IdentityToken>(token)) {
+        m_latestLogin.userType = "Certificate";
+        UA_ByteString certificate = static_cast<const UA_X509IdentityToken*>(content)->certificateData;
+        UA_String subject = UA_STRING_NULL;
+        UA_Server_getConfig(server)->sessionPKI.getSubjectName(&subject, &certificate);
+        m_latestLogin.user = text(subject);
+        UA_String_clear(&subject);
+    }
 }
 
 void Clients::closeSession(UA_Server* server, UA_AccessControl* control, const UA_NodeId* sessionId,

@@ -23,6 +23,14 @@ struct LoginOptions {
     bool anonymous = true;
 };
 
+/// How the latest session was activated.
+struct LatestLogin {
+    std::string userType; ///< "Anonymous", "UserName" or "Certificate"
+    std::string user;     ///< the name, or the subject of the certificate
+    std::string policyUri;
+    std::string mode; ///< "None", "Sign" or "SignAndEncrypt"
+};
+
 /// Who is connected: logins, rights for each user, and what clients hold at the moment. It takes the context
 /// pointer of the server's configuration for itself.
 class Clients {
@@ -35,6 +43,7 @@ public:
     void install(UA_ServerConfig& config);
 
     const std::vector<NodeId>& sessions() const { return m_sessions; }
+    const LatestLogin& latestLogin() const { return m_latestLogin; }
     UA_UInt32 monitoredItems() const { return m_monitoredItems; }
     /// Values that clients asked to read or write, one for each value, samplings for subscriptions included.
     UA_UInt64 valueAccesses() const { return m_valueAccesses; }
@@ -54,11 +63,14 @@ private:
     static void countMonitoredItem(UA_Server* server, const UA_NodeId*, void*, const UA_NodeId*, void*,
                                    UA_UInt32, UA_Boolean removed);
     void forget(const UA_NodeId& session);
+    void keepLogin(UA_Server* server, const UA_EndpointDescription& endpoint,
+                   const UA_ExtensionObject& token);
 
     LoginOptions m_options;
     decltype(UA_AccessControl::activateSession) m_activateOfStack = nullptr;
     decltype(UA_AccessControl::closeSession) m_closeOfStack = nullptr;
     std::vector<NodeId> m_sessions;
+    LatestLogin m_latestLogin;
     UA_UInt32 m_monitoredItems = 0;
     UA_UInt64 m_valueAccesses = 0;
 };

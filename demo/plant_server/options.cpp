@@ -17,6 +17,7 @@ Examples:
   plant_server --page-size 100 --delay 50         small browse answers, each 50 ms late
   plant_server --tags 50000 --change-tags 1000 --change-interval 100
   plant_server --users operators.txt --insecure-passwords
+  plant_server --pki ~/plant-pki                  secure endpoints, with the same certificate at each start
 )";
 
 void addUser(LoginOptions& logins, const std::string& line, const std::string& source) {
@@ -81,6 +82,29 @@ void addPlantOptions(CLI::App& app, Options& options) {
     app.add_option("--seed", options.seed, "Seed of the random walks")->capture_default_str();
 }
 
+void addSecurityOptions(CLI::App& app, SecurityOptions& options) {
+    app.add_flag("--security", options.enabled,
+                 "Secure endpoints besides None, with a certificate made at each start");
+    app.add_flag("--legacy", options.legacy, "The old policies Basic256 and Basic128Rsa15 as well");
+    app.add_option("--pki", options.pki, "Folder that keeps the server's certificate for the next start");
+    CLI::Option* certificate =
+        app.add_option("--certificate", options.certificate, "Show this certificate (DER or PEM)");
+    CLI::Option* privateKey =
+        app.add_option("--private-key", options.privateKey, "Its private key (DER or PEM, not encrypted)");
+    certificate->needs(privateKey);
+    privateKey->needs(certificate);
+    app.add_option("--trusted-clients", options.trustedClients,
+                   "Folder of client certificates to trust (default: every client)");
+    app.add_option("--trusted-users", options.trustedUsers,
+                   "Folder of user certificates to trust (default: every user certificate)");
+}
+
+/// Whoever says how the endpoints are to be secured wants them secured.
+bool asksForSecurity(const SecurityOptions& options) {
+    return options.enabled || options.legacy || !options.pki.empty() || !options.certificate.empty() ||
+           !options.trustedClients.empty() || !options.trustedUsers.empty();
+}
+
 } // namespace
 
 ParsedOptions parseOptions(int argc, char** argv) {
@@ -106,6 +130,7 @@ ParsedOptions parseOptions(int argc, char** argv) {
     app.add_flag("--no-anonymous", noAnonymous, "Refuse clients that don't log in");
     app.add_flag("--insecure-passwords", options.insecurePasswords,
                  "Accept passwords that cross the network unencrypted (security policy None)");
+    addSecurityOptions(app, options.security);
     app.add_flag("--die-with-parent", options.dieWithParent,
                  "End when the process that started this one ends");
     app.add_flag("--verbose", options.verbose, "The OPC UA stack's log on standard error");
@@ -121,6 +146,7 @@ ParsedOptions parseOptions(int argc, char** argv) {
     if (users.empty())
         options.logins.passwords = {{"operator", "plant"}};
     options.logins.anonymous = !noAnonymous;
+    options.security.enabled = asksForSecurity(options.security);
     if (options.host.empty())
         options.host = options.bindAddress;
     return parsed;

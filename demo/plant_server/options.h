@@ -1,6 +1,7 @@
 #pragma once
 
 #include "clients.h"
+#include "security.h"
 #include "tags.h"
 
 #include <optional>
@@ -21,6 +22,7 @@ struct Options {
     UA_UInt16 maxSessions = 1000;
     TagOptions tags;
     LoginOptions logins;
+    SecurityOptions security;
     bool insecurePasswords = false;
     unsigned seed = 1;
     double intervalMs = 100;

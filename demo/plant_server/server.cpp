@@ -72,11 +72,13 @@ UA_ServerConfig Server::configuration() {
     assign(config.buildInfo.productName, "Plant server");
 
     require(UA_ServerConfig_addSecurityPolicyNone(&config, nullptr), "add the policy None");
+    if (m_options.security.enabled)
+        secure(config, m_options.security, m_options.host);
+    else
+        // Certificates as user tokens are announced as long as something could check them.
+        config.sessionPKI.verifyCertificate = nullptr;
     require(UA_ServerConfig_addAllEndpoints(&config), "add the endpoints");
     config.allowNonePolicyPassword = m_options.insecurePasswords;
-    // Certificates as user tokens are announced as long as something could check them.
-    config.sessionPKI.clear(&config.sessionPKI);
-    config.sessionPKI = {};
     m_clients.install(config);
 
     static UA_DataTypeArray types{nullptr, 1, &lineStateType, false};

@@ -10,7 +10,6 @@ add_sdk_library(uaclientcpp FOLDER client
     notification_queue.cpp
     security_info.cpp
     session.cpp
-    session_security.cpp
     subscription.cpp
-  PUBLIC uabasecpp uapkicpp
+  PUBLIC uabasecpp
   PRIVATE Threads::Threads)

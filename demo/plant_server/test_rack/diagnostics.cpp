@@ -46,6 +46,15 @@ Diagnostics::Diagnostics(const Branch& rack, const Machinery& machinery) {
           [&clients] { return UA_UInt64(clients.monitoredItems()); });
     count("ValueAccesses", "Values that clients asked to read or write, samplings included",
           [&clients] { return clients.valueAccesses(); });
+    const auto login = [&](const std::string& name, const std::string& description,
+                           std::string LatestLogin::*field) {
+        m_variables.gauge(folder, name, &UA_TYPES[UA_TYPES_STRING], description,
+                          [&clients, field] { return Value::scalar(clients.latestLogin().*field); });
+    };
+    login("LatestUserType", "How the latest session logged in", &LatestLogin::userType);
+    login("LatestUser", "User name or certificate subject of the latest session", &LatestLogin::user);
+    login("LatestSecurityPolicy", "Security policy of the latest session", &LatestLogin::policyUri);
+    login("LatestSecurityMode", "Security mode of the latest session", &LatestLogin::mode);
     Connections& connections = machinery.connections;
     count("OpenConnections", "TCP connections that are open", [&connections] { return connections.count(); });
     const Tags& tags = machinery.tags;

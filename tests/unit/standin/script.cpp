@@ -17,7 +17,6 @@ void Script::reset() {
     onBrowseNext = nullptr;
     onFindServers = nullptr;
     onGetEndpoints = nullptr;
-    onSecurity = nullptr;
     m_sessionCallback = nullptr;
     forgetCalls();
 }
