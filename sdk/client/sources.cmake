@@ -10,6 +10,7 @@ add_sdk_library(uaclientcpp FOLDER client
     notification_queue.cpp
     security_info.cpp
     session.cpp
+    session_security.cpp
     subscription.cpp
-  PUBLIC uabasecpp
+  PUBLIC uabasecpp uapkicpp
   PRIVATE Threads::Threads)

@@ -12,6 +12,10 @@ namespace {
 
 constexpr const char* defaultSessionName = "Kestrova@RK4400";
 
+// Kinds of user identity; any other is anonymous.
+constexpr int byPassword = 1;
+constexpr int byCertificate = 2;
+
 SessionConnectInfo connectInfoFor(const _OpcUaClientConfig& config) {
     SessionConnectInfo info;
     info.applicationUri = "urn:HMI:Kestrova::RK4400";
@@ -80,7 +84,9 @@ int COpcUaClient::openSession(_OpcUaClientConfig& config, UaSession& session) {
             return code;
         }
     }
-    securityInfo.setAnonymousUserIdentity();
+    if (const int code = setUserIdentity(config, securityInfo)) {
+        return code;
+    }
     if (session.connect(url, connectInfo, securityInfo, m_callback.get()).isBad()) {
         return fail(result::connectFailed);
     }
@@ -103,6 +109,23 @@ int COpcUaClient::prepareSecurity(_OpcUaClientConfig& config, const UaString& ur
     SetEndpointMsg(config, endpoints[0].serverCertificate, securityInfo);
     if (const int code = checkServerCertificateTrust(securityInfo)) {
         return fail(code, result::serverCertificateText);
+    }
+    return result::success;
+}
+
+int COpcUaClient::setUserIdentity(const _OpcUaClientConfig& config, SessionSecurityInfo& securityInfo) {
+    const UaString userName = toUaString(fieldText(config.userName));
+    if (config.userIdentity == byPassword) {
+        securityInfo.setUserPasswordUserIdentity(userName, toUaString(fieldText(config.password)));
+    } else if (config.userIdentity == byCertificate) {
+        m_configuration->userCertificateName = userName;
+        if (const int code = m_configuration->loadUserCertificate()) {
+            return fail(code, result::userCertificateText);
+        }
+        securityInfo.setCertificateUserIdentity(m_configuration->userCertificateData,
+                                                m_configuration->userPrivateKeyData);
+    } else {
+        securityInfo.setAnonymousUserIdentity();
     }
     return result::success;
 }

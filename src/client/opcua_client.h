@@ -57,6 +57,8 @@ public:
     /// Puts policy, mode and server certificate into the session's security.
     void SetEndpointMsg(_OpcUaClientConfig& config, OpcUa_ByteString serverCertificate,
                         UaClientSdk::SessionSecurityInfo& securityInfo);
+    /// Describes a certificate (DER); the texts are empty when the bytes are none.
+    void GetServerCertMsg(UaByteString certificateData, _OpcUaCertificateMsg& message);
     /// Decides on the server certificate in `securityInfo`: 0 when the connect may go on, else its result
     /// code.
     int checkServerCertificateTrust(UaClientSdk::SessionSecurityInfo& securityInfo);
@@ -87,6 +89,8 @@ private:
 
     OPCUACLIENT_LOCAL void loadConfiguration();
     OPCUACLIENT_LOCAL int openSession(_OpcUaClientConfig& config, UaClientSdk::UaSession& session);
+    OPCUACLIENT_LOCAL int setUserIdentity(const _OpcUaClientConfig& config,
+                                          UaClientSdk::SessionSecurityInfo& securityInfo);
     OPCUACLIENT_LOCAL int prepareSecurity(_OpcUaClientConfig& config, const UaString& url,
                                           UaClientSdk::SessionSecurityInfo& securityInfo);
     OPCUACLIENT_LOCAL void releaseSession();

@@ -28,9 +28,17 @@ constexpr int getEndpointsFailed = 19;
 
 // Steps of a secured connect have codes of their own and share one message a step.
 constexpr int pkiProviderFailed = 20;
+constexpr int clientCertificateFailed = 21;
+constexpr int serverCertificateNotSaved = 22;
 constexpr int serverCertificateRejected = 23;
+constexpr int userCertificateInvalid = 24;
+constexpr int userKeyNotLoaded = 25;
+constexpr int userKeyNotRsa = 26;
+constexpr int userStoreNotOpened = 27;
+constexpr int userCertificateNotWritten = 28;
 constexpr const char* clientCertificateText = "加载客户端证书失败";
 constexpr const char* serverCertificateText = "检查服务器证书是否信任时出错";
+constexpr const char* userCertificateText = "设置证书身份令牌类型失败";
 
 // A message without a code: browsing goes on after it.
 constexpr const char* readDataTypeText = "读数据类型失败";

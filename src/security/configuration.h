@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OpcUaTypes.h"
+#include "client/visibility.h"
 #include "uabase/byte_string.h"
 #include "uabase/string.h"
 #include "uaclient/security_info.h"
@@ -20,8 +21,14 @@ public:
     void replaceApplicationPath(UaString& value, const UaString& path);
     void replaceConfigPath(UaString& value, const UaString& path);
 
-    /// Prepares certificates and certificate store for a secured session. Returns 0 or a result code.
+    /// Makes the client's directories, and its certificate with a key if there is none, and loads both into
+    /// `securityInfo`. Returns 0, 20 when a directory of the store cannot be listed, or 21 when certificate
+    /// or key cannot be loaded.
     int setupSecurity(UaClientSdk::SessionSecurityInfo& securityInfo);
+    /// Loads the user's certificate and key into the members below, making them first when one of the files
+    /// cannot be read. Returns 0, 24 for a certificate that is none, 25 for a key that cannot be loaded, 26
+    /// for one that is not RSA, 27 when the store cannot be opened, or 28 when a new pair cannot be written.
+    int loadUserCertificate();
 
     UaByteString userCertificateData;
     UaByteString userPrivateKeyData;
@@ -36,4 +43,8 @@ public:
     UaString ClientPrivateKey;
     UaString UserCertificate;
     UaString UserPrivateKey;
+
+private:
+    OPCUACLIENT_LOCAL void makeClientCertificate() const;
+    OPCUACLIENT_LOCAL int makeUserCertificate() const;
 };

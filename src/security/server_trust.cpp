@@ -1,6 +1,81 @@
-#include "client/opcua_client.h"
+#include <exception>
 
-int COpcUaClient::checkServerCertificateTrust(UaClientSdk::SessionSecurityInfo&) {
-    // Nothing verifies a certificate yet, and what was not examined is not trusted.
-    return result::serverCertificateRejected;
+#include "client/opcua_client.h"
+#include "uabase/byte_array.h"
+#include "uabase/date_time.h"
+#include "uabase/trace.h"
+#include "uapki/certificate.h"
+
+namespace {
+
+// What the application answers; anything else is a refusal.
+constexpr int acceptOnce = 0;
+constexpr int trustPermanently = 1;
+constexpr int reject = 2;
+
+UaString thumbprintOf(const UaPkiCertificate& certificate) {
+    return certificate.thumbPrint().toHex(false);
+}
+
+int askApplication(void* callback, const _OpcUaCertificateMsg& message) {
+    try {
+        return static_cast<COpcUaClientInterface::OpcUaCallBack*>(callback)->OpcUaTrustServerCertificate(
+            message);
+    } catch (const std::exception& error) {
+        UaTrace::write(UaTrace::Errors, "security", "the application's trust decision threw: %s",
+                       error.what());
+    } catch (...) {
+        UaTrace::write(UaTrace::Errors, "security", "the application's trust decision threw");
+    }
+    return reject;
+}
+
+} // namespace
+
+void COpcUaClient::GetServerCertMsg(UaByteString certificateData, _OpcUaCertificateMsg& message) {
+    const UaPkiCertificate certificate = UaPkiCertificate::fromDER(certificateData);
+    const UaPkiIdentity issuer = certificate.issuer();
+    message.commonName = issuer.commonName.text();
+    message.organization = issuer.organization.text();
+    message.organizationUnit = issuer.organizationUnit.text();
+    message.locality = issuer.locality.text();
+    message.state = issuer.state.text();
+    message.country = issuer.country.text();
+    message.domainComponent = issuer.domainComponent.text();
+    message.applicationUri = certificate.info().uri.text();
+    message.serialNumber = certificate.serialNumber().text();
+    message.thumbprint = thumbprintOf(certificate).text();
+    message.validFrom = certificate.validFrom().toString().text();
+    message.validTo = certificate.validTo().toString().text();
+}
+
+int COpcUaClient::checkServerCertificateTrust(UaClientSdk::SessionSecurityInfo& securityInfo) {
+    if (!securityInfo.verifyServerCertificate(nullptr).isBad()) {
+        return result::success;
+    }
+    if (m_applicationCallback) {
+        _OpcUaCertificateMsg message;
+        GetServerCertMsg(securityInfo.serverCertificate, message);
+        const int decision = askApplication(m_applicationCallback, message);
+        if (decision == acceptOnce) {
+            UaTrace::write(UaTrace::Warnings, "security",
+                           "the application accepted the server certificate %s for this connection",
+                           message.thumbprint.c_str());
+            securityInfo.doServerCertificateVerify = false;
+            return result::success;
+        }
+        if (decision != trustPermanently) {
+            UaTrace::write(UaTrace::Errors, "security", "the application rejected the server certificate %s",
+                           message.thumbprint.c_str());
+            securityInfo.doServerCertificateVerify = true;
+            return result::serverCertificateRejected;
+        }
+    }
+    // Without an application to ask, the first certificate that a server shows is trusted from then on.
+    UaString name = thumbprintOf(UaPkiCertificate::fromDER(securityInfo.serverCertificate));
+    if (securityInfo.saveServerCertificate(name).isBad()) {
+        return result::serverCertificateNotSaved;
+    }
+    securityInfo.doServerCertificateVerify = true;
+    return result::success;
 }

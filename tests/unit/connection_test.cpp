@@ -278,50 +278,6 @@ TEST_F(Connect, DisconnectsThroughTheVirtualSlot) {
 
 namespace {
 
-struct SecuredRow {
-    const char* name;
-    int policy;
-    int mode;
-    int identity;
-};
-
-class SecuredConnect : public Connect, public ::testing::WithParamInterface<SecuredRow> {};
-
-} // namespace
-
-TEST_P(SecuredConnect, StopsAtTheClientCertificate) {
-    m_config.securityPolicy = GetParam().policy;
-    m_config.securityMode = GetParam().mode;
-    m_config.userIdentity = GetParam().identity;
-    EXPECT_EQ(tryConnect(), 20);
-    EXPECT_EQ(message(), messages::clientCertificateFailed);
-    std::vector<std::string> expected = preparation();
-    expected.push_back("UaSession::~UaSession");
-    EXPECT_THAT(script().operations(), ElementsAreArray(expected))
-        << "neither endpoint query nor identity nor connect";
-    expectNoSession();
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    AnyNonZeroSetting, SecuredConnect,
-    ::testing::Values(SecuredRow{"Policy", 1, 0, 0}, SecuredRow{"Mode", 0, 1, 0},
-                      SecuredRow{"UserName", 0, 0, 1}, SecuredRow{"UserCertificate", 0, 0, 2},
-                      SecuredRow{"UnknownIdentity", 0, 0, 3}, SecuredRow{"NegativeIdentity", 0, 0, -1},
-                      SecuredRow{"UnknownPolicy", 6, 0, 0}, SecuredRow{"NegativePolicy", -1, 0, 0},
-                      SecuredRow{"NegativeMode", 0, -1, 0}, SecuredRow{"All", 3, 2, 1}),
-    [](const auto& row) { return row.param.name; });
-
-TEST_F(Connect, SecuredWhileConnectedDisconnectsFirst) {
-    connect();
-    m_config.securityMode = 1;
-    EXPECT_EQ(tryConnect(), 20);
-    EXPECT_EQ(script().operations().front(), "UaSession::disconnect");
-    EXPECT_THAT(script().operations(), Contains("UaSession::~UaSession").Times(2));
-    expectNoSession();
-}
-
-namespace {
-
 struct EndpointRow {
     int number;
     const char* uri;

@@ -3,7 +3,9 @@
 #include <cerrno>
 #include <string>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -42,4 +44,21 @@ bool UaDir::mkpath(const UaUniString& path) const {
             return false;
     }
     return true;
+}
+
+bool UaFile::open() {
+    close();
+    const std::string path = m_path.toUtf8().text();
+    // Without waiting: the name may be that of a pipe.
+    m_descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    struct stat status = {};
+    if (m_descriptor >= 0 && (::fstat(m_descriptor, &status) != 0 || !S_ISREG(status.st_mode)))
+        close();
+    return m_descriptor >= 0;
+}
+
+void UaFile::close() {
+    if (m_descriptor >= 0)
+        ::close(m_descriptor);
+    m_descriptor = -1;
 }

@@ -13,12 +13,13 @@ UA_UInt32 timeoutOf(const ServiceSettings& settings) {
 
 /// A query has no endpoint to choose: with one given, the engine neither asks for endpoints nor moves to
 /// another URL. The application URI that no server has keeps it from moving to a URL of the server list too.
-void configureQuery(UA_ClientConfig& config, const UaString& url) {
+UaStatus configureQuery(UA_ClientConfig& config, const UaString& url) {
     const UA_String urlView = url.view();
     UA_String_copy(&urlView, &config.endpoint.endpointUrl);
     config.endpoint.securityMode = UA_MESSAGESECURITYMODE_NONE;
     config.endpoint.securityPolicyUri = UA_STRING_ALLOC("http://opcfoundation.org/UA/SecurityPolicy#None");
     config.applicationUri = UA_STRING_ALLOC("urn:no-server:stay-at-this-url");
+    return OpcUa_Good;
 }
 
 template <typename Request, typename Response>
@@ -27,8 +28,8 @@ UaStatus query(const ServiceSettings& settings, const UaString& url, Request& re
     const Deadline deadline(timeoutOf(settings));
     UaStatus status;
     const auto client = EngineClient::open(
-        EngineClient::Purpose::Query, url, [&url](UA_ClientConfig& config) { configureQuery(config, url); },
-        deadline, status);
+        EngineClient::Purpose::Query, url,
+        [&url](UA_ClientConfig& config) { return configureQuery(config, url); }, deadline, status);
     if (client == nullptr) {
         return status;
     }
@@ -69,13 +70,14 @@ UaStatus UaDiscovery::findServers(ServiceSettings& settings, const UaString& dis
 }
 
 UaStatus UaDiscovery::getEndpoints(ServiceSettings& settings, const UaString& discoveryUrl,
-                                   ClientSecurityInfo&, UaEndpointDescriptions& endpoints) {
+                                   ClientSecurityInfo& security, UaEndpointDescriptions& endpoints) {
     const UA_DataType& responseType = UA_TYPES[UA_TYPES_GETENDPOINTSRESPONSE];
     UA_GetEndpointsRequest request{};
     UA_GetEndpointsResponse response{};
     const UaStatus status = query(settings, discoveryUrl, request, UA_TYPES[UA_TYPES_GETENDPOINTSREQUEST],
                                   response, responseType);
     handOver(response, responseType, response.endpoints, response.endpointsSize, endpoints);
+    security.setOffers(endpoints);
     return status;
 }
 

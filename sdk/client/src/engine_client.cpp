@@ -90,6 +90,10 @@ std::unique_ptr<EngineClient> EngineClient::open(Purpose purpose, const UaString
         // others.
         const Deadline share(deadline.remaining() / static_cast<int>(addresses.size() - i));
         std::unique_ptr<EngineClient> client(new EngineClient(purpose, setup));
+        if (client->m_setupStatus.isBad()) {
+            status = client->m_setupStatus;
+            return nullptr;
+        }
         status = client->connect(url, addresses[i], share);
         if (status.isGood()) {
             return client;
@@ -104,7 +108,7 @@ std::unique_ptr<EngineClient> EngineClient::open(Purpose purpose, const UaString
 }
 
 EngineClient::EngineClient(Purpose purpose, const EngineSetup& setup)
-    : m_purpose(purpose), m_logger{&writeEngineLog, this, nullptr} {
+    : m_purpose(purpose), m_logger{&EngineClient::log, this, nullptr} {
     m_loop = UA_EventLoop_new_POSIX(&m_logger);
     UA_ConnectionManager* tcp = UA_ConnectionManager_new_POSIX_TCP(UA_STRING_STATIC("tcp"));
     if (m_loop == nullptr || tcp == nullptr) {
@@ -113,6 +117,8 @@ EngineClient::EngineClient(Purpose purpose, const EngineSetup& setup)
     m_loop->registerEventSource(m_loop, &tcp->eventSource);
     m_openConnection = tcp->openConnection;
     tcp->openConnection = &EngineClient::openPinned;
+    m_send = tcp->sendWithConnection;
+    tcp->sendWithConnection = &EngineClient::send;
     m_addDelayedCallback = m_loop->addDelayedCallback;
     m_loop->addDelayedCallback = &EngineClient::addDelayedCallback;
 
@@ -126,7 +132,7 @@ EngineClient::EngineClient(Purpose purpose, const EngineSetup& setup)
     config.localConnectionConfig.recvBufferSize = bufferSize;
     config.localConnectionConfig.localMaxMessageSize = maxMessageSize;
     config.localConnectionConfig.localMaxChunkCount = maxChunkCount;
-    setup(config);
+    m_setupStatus = setup(config);
     if (UA_ClientConfig_setDefault(&config) == UA_STATUSCODE_GOOD) {
         m_client = UA_Client_newWithConfig(&config);
     }
@@ -143,6 +149,8 @@ EngineClient::~EngineClient() {
     close(true, ServiceSettings::defaultCallTimeout);
     UA_Client_delete(m_client);
     destroyEventLoop();
+    UA_NodeId_clear(&m_createdSession);
+    UA_ByteString_clear(&m_createdSessionNonce);
 }
 
 void EngineClient::destroyEventLoop() {
@@ -228,7 +236,7 @@ void EngineClient::announceClose(bool deleteSubscriptions) {
     UA_SecureChannelState channel = UA_SECURECHANNELSTATE_CLOSED;
     UA_SessionState session = UA_SESSIONSTATE_CLOSED;
     UA_Client_getState(m_client, &channel, &session, nullptr);
-    if (channel != UA_SECURECHANNELSTATE_OPEN || session == UA_SESSIONSTATE_CLOSED) {
+    if (channel != UA_SECURECHANNELSTATE_OPEN || (session == UA_SESSIONSTATE_CLOSED && !reviveSession())) {
         return;
     }
     UA_CloseSessionRequest request;
@@ -238,6 +246,29 @@ void EngineClient::announceClose(bool deleteSubscriptions) {
         m_client, &request, &UA_TYPES[UA_TYPES_CLOSESESSIONREQUEST],
         [](UA_Client*, void*, UA_UInt32, void*) {}, &UA_TYPES[UA_TYPES_CLOSESESSIONRESPONSE], nullptr,
         nullptr);
+}
+
+/// The engine drops a session that the server would not activate, and sends nothing more while its connect
+/// counts as failed. Connecting on an open channel only clears the failure; activating without a user's
+/// identity takes the session up and sends nothing, for the endpoint has no policy for that.
+bool EngineClient::reviveSession() {
+    if (UA_NodeId_isNull(&m_createdSession)) {
+        return false;
+    }
+    m_quiet = true;
+    UA_ExtensionObject_clear(&config().userIdentityToken);
+    __UA_Client_connect(m_client, true);
+    UA_Client_activateSessionAsync(m_client, m_createdSession, m_createdSessionNonce);
+    m_quiet = false;
+    return true;
+}
+
+void EngineClient::rememberSession() {
+    UA_SessionState session = UA_SESSIONSTATE_CLOSED;
+    UA_Client_getState(m_client, nullptr, &session, nullptr);
+    if (session == UA_SESSIONSTATE_CREATED && UA_NodeId_isNull(&m_createdSession)) {
+        UA_Client_getSessionAuthenticationToken(m_client, &m_createdSession, &m_createdSessionNonce);
+    }
 }
 
 void EngineClient::close(bool deleteSubscriptions, UA_UInt32 timeout) {
@@ -323,6 +354,22 @@ void EngineClient::networkEvent(UA_ConnectionManager* manager, uintptr_t connect
     }
     self->m_networkCallback(manager, connectionId, application, connectionContext, state, parameters,
                             message);
+}
+
+UA_StatusCode EngineClient::send(UA_ConnectionManager* manager, uintptr_t connectionId,
+                                 const UA_KeyValueMap* parameters, UA_ByteString* message) {
+    auto* self = static_cast<EngineClient*>(manager->eventSource.eventLoop->logger->context);
+    if (!self->m_usable && self->m_client != nullptr) {
+        self->rememberSession();
+    }
+    return self->m_send(manager, connectionId, parameters, message);
+}
+
+void EngineClient::log(void* self, UA_LogLevel level, UA_LogCategory category, const char* format,
+                       va_list args) {
+    if (!static_cast<EngineClient*>(self)->m_quiet) {
+        writeEngineLog(level, category, format, args);
+    }
 }
 
 /// The engine closes a socket just before it waits for the next event, up to a second, and looks at the

@@ -12,8 +12,9 @@
 
 namespace UaClientSdk {
 
-/// Fills in what a connection needs beyond the common settings, before it is opened.
-using EngineSetup = std::function<void(UA_ClientConfig&)>;
+/// Fills in what a connection needs beyond the common settings, before it is opened. A bad status ends the
+/// attempt.
+using EngineSetup = std::function<UaStatus(UA_ClientConfig&)>;
 
 /// One connection of the protocol engine with an event loop of its own. Not thread-safe: whoever uses it owns
 /// the loop for that time.
@@ -73,6 +74,8 @@ private:
     void waitForSocket(int timeout) const;
     void closeSession(bool deleteSubscriptions, UA_UInt32 timeout);
     void announceClose(bool deleteSubscriptions);
+    bool reviveSession();
+    void rememberSession();
     void destroyEventLoop();
 
     static void stateChanged(UA_Client* client, UA_SecureChannelState channel, UA_SessionState session,
@@ -83,10 +86,14 @@ private:
     static void networkEvent(UA_ConnectionManager* manager, uintptr_t connectionId, void* application,
                              void** connectionContext, UA_ConnectionState state,
                              const UA_KeyValueMap* parameters, UA_ByteString message);
+    static UA_StatusCode send(UA_ConnectionManager* manager, uintptr_t connectionId,
+                              const UA_KeyValueMap* parameters, UA_ByteString* message);
     static void addDelayedCallback(UA_EventLoop* loop, UA_DelayedCallback* callback);
+    static void log(void* self, UA_LogLevel level, UA_LogCategory category, const char* format, va_list args);
     void cutWaitShort();
 
     Purpose m_purpose;
+    UaStatus m_setupStatus;
     UA_Logger m_logger;
     UA_EventLoop* m_loop = nullptr;
     UA_Client* m_client = nullptr;
@@ -102,9 +109,15 @@ private:
     bool m_everEstablished = false;
     int m_opened = 0;
 
+    // A session that exists on the server but is not active yet; the engine forgets it when activation fails.
+    UA_NodeId m_createdSession = UA_NODEID_NULL;
+    UA_ByteString m_createdSessionNonce = UA_BYTESTRING_NULL;
+    bool m_quiet = false;
+
     bool m_delayedWork = false;
     UA_DelayedCallback m_wakeUp{};
     decltype(UA_ConnectionManager::openConnection) m_openConnection = nullptr;
+    decltype(UA_ConnectionManager::sendWithConnection) m_send = nullptr;
     decltype(UA_EventLoop::addDelayedCallback) m_addDelayedCallback = nullptr;
     UA_ConnectionManager_connectionCallback m_networkCallback = nullptr;
 };

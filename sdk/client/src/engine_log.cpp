@@ -60,7 +60,7 @@ const char* areaOf(UA_LogCategory category) {
 
 } // namespace
 
-void writeEngineLog(void*, UA_LogLevel level, UA_LogCategory category, const char* format, va_list args) {
+void writeEngineLog(UA_LogLevel level, UA_LogCategory category, const char* format, va_list args) {
     const Kind kind = kindOf(level, category);
     if (!UaTrace::stackEnabled(kind.bit)) {
         return;

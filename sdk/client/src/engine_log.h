@@ -7,7 +7,6 @@
 namespace UaClientSdk {
 
 /// Hands the engine's messages to the trace, each under the mask bit of its kind.
-void writeEngineLog(void* context, UA_LogLevel level, UA_LogCategory category, const char* format,
-                    va_list args);
+void writeEngineLog(UA_LogLevel level, UA_LogCategory category, const char* format, va_list args);
 
 } // namespace UaClientSdk

@@ -5,6 +5,7 @@
 
 #include "deadline.h"
 #include "session_impl.h"
+#include "session_security.h"
 #include "subscription_impl.h"
 #include "uabase/trace.h"
 
@@ -20,18 +21,17 @@ void assign(UA_String& target, const UaString& text) {
     UA_String_copy(&view, &target);
 }
 
-void configureSession(UA_ClientConfig& config, const SessionConnectInfo& info,
-                      const SessionSecurityInfo& security) {
+UaStatus configureSession(UA_ClientConfig& config, const SessionConnectInfo& info,
+                          const SessionSecurity& security) {
     assign(config.clientDescription.applicationUri, info.applicationUri);
     assign(config.clientDescription.productUri, info.productUri);
     assign(config.clientDescription.applicationName.text, info.applicationName);
     config.clientDescription.applicationType = UA_APPLICATIONTYPE_CLIENT;
     assign(config.sessionName, info.sessionName);
-    assign(config.securityPolicyUri, security.securityPolicyUri);
-    config.securityMode = security.messageSecurityMode;
     config.requestedSessionTimeout = static_cast<UA_UInt32>(info.sessionTimeout);
     config.secureChannelLifeTime = info.secureChannelLifetime;
     config.subscriptionInactivityCallback = &UaSubscription::Impl::inactive;
+    return security.configure(config);
 }
 
 CallbackThread::Task statusTask(UaSessionCallback* callback, UaClient::ServerStatus status) {
@@ -50,7 +50,7 @@ CallbackThread::Task statusTask(UaSessionCallback* callback, UaClient::ServerSta
 } // namespace
 
 UaStatus UaSession::Impl::connect(const UaString& url, const SessionConnectInfo& info,
-                                  const SessionSecurityInfo& security, UaSessionCallback* callback) {
+                                  SessionSecurityInfo& security, UaSessionCallback* callback) {
     if (m_open) {
         return UA_STATUSCODE_BADINVALIDSTATE;
     }
@@ -58,9 +58,14 @@ UaStatus UaSession::Impl::connect(const UaString& url, const SessionConnectInfo&
     const Deadline deadline(info.connectTimeout > 0 ? info.connectTimeout
                                                     : SessionConnectInfo::defaultConnectTimeout);
     UaStatus status;
+    SessionSecurity sessionSecurity(security, url);
+    status = sessionSecurity.prepare();
+    if (status.isBad()) {
+        return status;
+    }
     auto engine = EngineClient::open(
         EngineClient::Purpose::Session, url,
-        [&info, &security](UA_ClientConfig& config) { configureSession(config, info, security); }, deadline,
+        [&](UA_ClientConfig& config) { return configureSession(config, info, sessionSecurity); }, deadline,
         status);
     if (engine == nullptr) {
         return status;

@@ -37,7 +37,7 @@ public:
         releaseConnection();
     }
 
-    UaStatus connect(const UaString& url, const SessionConnectInfo& info, const SessionSecurityInfo& security,
+    UaStatus connect(const UaString& url, const SessionConnectInfo& info, SessionSecurityInfo& security,
                      UaSessionCallback* callback);
     UaStatus disconnect(const ServiceSettings& settings, bool deleteSubscriptions);
     bool isConnected() const { return m_connected; }

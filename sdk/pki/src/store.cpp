@@ -12,12 +12,15 @@ namespace fs = std::filesystem;
 namespace {
 
 bool isUsable(const UaString& location) {
+    // With the slash at the end a file in the directory's place would look as if nothing were there.
+    const std::string& text = location.text();
+    const fs::path path = text.substr(0, text.find_last_not_of('/') + 1);
     std::error_code error;
-    if (location.isEmpty() || !fs::exists(location.text(), error)) {
+    if (path.empty() || !fs::exists(path, error)) {
         // A path that cannot even be looked at is not the same as one that is not there.
         return !error || error == std::errc::not_a_directory || error == std::errc::no_such_file_or_directory;
     }
-    fs::directory_iterator list(location.text(), error);
+    fs::directory_iterator list(path, error);
     return !error;
 }
 

@@ -13,6 +13,8 @@ constexpr char readFailed[] = "读节点值出错";
 constexpr char writeFailed[] = "写节点值出错";
 constexpr char dataTypeFailed[] = "读数据类型失败";
 constexpr char clientCertificateFailed[] = "加载客户端证书失败";
+constexpr char serverCertificateFailed[] = "检查服务器证书是否信任时出错";
+constexpr char userCertificateFailed[] = "设置证书身份令牌类型失败";
 constexpr char invalidArgument[] = "传入的参数为空或者无效";
 
 } // namespace messages

@@ -17,6 +17,7 @@ void Script::reset() {
     onBrowseNext = nullptr;
     onFindServers = nullptr;
     onGetEndpoints = nullptr;
+    onSecurity = nullptr;
     m_sessionCallback = nullptr;
     forgetCalls();
 }

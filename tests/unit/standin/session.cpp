@@ -28,6 +28,7 @@ UaStatus UaSession::connect(const UaString& url, SessionConnectInfo& connectInfo
                                           securityInfo.securityPolicyUri.text(),
                                           securityInfo.messageSecurityMode,
                                           securityInfo.serverCertificate,
+                                          securityInfo.doServerCertificateVerify,
                                           callback};
     script().record("UaSession::connect", this, request);
     script().setSessionCallback(callback);

@@ -25,6 +25,7 @@ struct ConnectRequest {
     std::string securityPolicyUri;
     OpcUa_MessageSecurityMode securityMode;
     UaByteString serverCertificate;
+    bool verifiesServerCertificate;
     UaClientSdk::UaSessionCallback* callback;
 };
 
@@ -116,6 +117,8 @@ public:
     std::function<UaStatus(const BrowseNextRequest&, UaByteString&, UaReferenceDescriptions&)> onBrowseNext;
     std::function<UaStatus(const DiscoveryRequest&, UaApplicationDescriptions&)> onFindServers;
     std::function<UaStatus(const DiscoveryRequest&, UaEndpointDescriptions&)> onGetEndpoints;
+    /// For every operation on a security info that has a status, by its name.
+    std::function<UaStatus(const std::string& operation)> onSecurity;
     std::function<Surroundings()> probe;
 
     /// Forgets records and answers.

@@ -18,3 +18,21 @@ public:
 private:
     UaUniString m_path;
 };
+
+/// A file, as far as one asks whether it can be read.
+class UASDK_EXPORT UaFile {
+public:
+    explicit UaFile(const UaUniString& path) : m_path(path) {}
+    ~UaFile() { close(); }
+    UaFile(const UaFile&) = delete;
+    UaFile& operator=(const UaFile&) = delete;
+
+    /// Opens for reading. False when there is no such file, when it may not be read, or when it is a
+    /// directory.
+    bool open();
+    void close();
+
+private:
+    UaUniString m_path;
+    int m_descriptor = -1;
+};

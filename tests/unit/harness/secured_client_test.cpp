@@ -1,0 +1,78 @@
+#include "secured_client_test.h"
+
+#include <fstream>
+#include <sstream>
+
+#include "uapki/certificate.h"
+#include "uapki/rsa_key_pair.h"
+
+SecuredClientTest::SecuredClientTest() {
+    platform_recorder::setExecutable((directory() / "hmi").string());
+    m_config.securityPolicy = 3;
+    m_config.securityMode = 2;
+    script().onGetEndpoints = [](const standin::DiscoveryRequest&, UaEndpointDescriptions& endpoints) {
+        endpoints.create(2);
+        const UaByteString& first = serverCertificate();
+        endpoints[0].serverCertificate = ownedString(std::string(reinterpret_cast<const char*>(first.data()),
+                                                                 static_cast<std::size_t>(first.length())));
+        endpoints[1].serverCertificate = ownedString("another");
+        return UaStatus();
+    };
+}
+
+void SecuredClientTest::answer(const std::string& operation, OpcUa_StatusCode status) {
+    script().onSecurity = [operation, status](const std::string& asked) {
+        return asked == operation ? UaStatus(status) : UaStatus();
+    };
+}
+
+std::string SecuredClientTest::argumentsOf(const std::string& operation) {
+    std::string arguments = "never called";
+    for (const standin::Call& call : script().calls()) {
+        if (call.operation == operation)
+            arguments = std::get<std::string>(call.arguments);
+    }
+    return arguments;
+}
+
+std::vector<std::string> SecuredClientTest::steps() {
+    std::vector<std::string> result;
+    for (const std::string& operation : script().operations()) {
+        if (operation.rfind("UaSettings::", 0) != 0 && operation != "readlink")
+            result.push_back(operation);
+    }
+    return result;
+}
+
+void SecuredClientTest::expectNoSession() {
+    EXPECT_EQ(script().operations().back(), "UaSession::~UaSession");
+    EXPECT_EQ(m_client->OpcUaDisConnect(), 3);
+}
+
+const UaByteString& SecuredClientTest::serverCertificate() {
+    static const UaByteString certificate = [] {
+        const UaPkiRsaKeyPair keys(2048);
+        UaPkiIdentity identity;
+        identity.commonName = "Plant";
+        identity.organization = "Dairy";
+        identity.organizationUnit = "Filling";
+        identity.locality = "Kiel";
+        identity.state = "SH";
+        identity.country = "DE";
+        identity.domainComponent = "plant";
+        UaPkiCertificateInfo info;
+        info.uri = "urn:plant:server";
+        info.validTime = 86400;
+        return UaPkiCertificate(info, identity, keys.publicKey(), identity, keys.privateKey(), false,
+                                UaPkiCertificate::Sha256)
+            .toDER();
+    }();
+    return certificate;
+}
+
+std::string contentOf(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    std::ostringstream content;
+    content << stream.rdbuf();
+    return content.str();
+}

@@ -1,0 +1,137 @@
+#include <fstream>
+
+#include "secured_client_test.h"
+#include "support/child_process.h"
+#include "uapki/certificate.h"
+#include "uapki/rsa_key_pair.h"
+
+using ::testing::Contains;
+using ::testing::Not;
+
+namespace {
+
+constexpr const char* setPassword = "SessionSecurityInfo::setUserPasswordUserIdentity";
+constexpr const char* setCertificate = "SessionSecurityInfo::setCertificateUserIdentity";
+
+class UserIdentity : public SecuredClientTest {
+protected:
+    void useCertificate(const std::string& userName = "") {
+        m_config.userIdentity = 2;
+        setField(m_config.userName, userName);
+    }
+    std::string commonName() {
+        return UaPkiCertificate::fromDERFile(UaString(userCertificate().string())).commonName().text();
+    }
+    void expectRefused(int code) {
+        script().forgetCalls();
+        EXPECT_EQ(tryConnect(), code);
+        EXPECT_EQ(message(), messages::userCertificateFailed);
+        EXPECT_THAT(script().operations(), Not(Contains("UaSession::connect")));
+        expectNoSession();
+    }
+};
+
+} // namespace
+
+TEST_F(UserIdentity, NameAndPasswordAreHandedOver) {
+    m_config.userIdentity = 1;
+    setField(m_config.userName, "operator");
+    setField(m_config.password, "plant");
+    EXPECT_EQ(tryConnect(), 0);
+    EXPECT_EQ(argumentsOf(setPassword), "operator|plant");
+    EXPECT_FALSE(std::filesystem::exists(userCertificate()));
+}
+
+TEST_F(UserIdentity, NameAndPasswordAreReadNoFurtherThanTheirFields) {
+    m_config.userIdentity = 1;
+    const std::string name(sizeof m_config.userName, 'n');
+    const std::string password(sizeof m_config.password, 'p');
+    setField(m_config.userName, name);
+    setField(m_config.password, password);
+    EXPECT_EQ(tryConnect(), 0);
+    EXPECT_EQ(argumentsOf(setPassword), name + "|" + password);
+}
+
+TEST_F(UserIdentity, ACertificateIsMadeForTheUser) {
+    useCertificate("operator");
+    EXPECT_EQ(tryConnect(), 0);
+    EXPECT_EQ(commonName(), "operator");
+    const UaPkiCertificateInfo info =
+        UaPkiCertificate::fromDERFile(UaString(userCertificate().string())).info();
+    EXPECT_EQ(info.uri.text(), "UserCertificate");
+    EXPECT_TRUE(info.dnsNames.empty());
+    EXPECT_EQ(info.validTime, 31536000);
+    EXPECT_EQ(argumentsOf(setCertificate).substr(0, contentOf(userCertificate()).size()),
+              contentOf(userCertificate()));
+}
+
+TEST_F(UserIdentity, WithoutANameItIsAuthenticated) {
+    useCertificate();
+    EXPECT_EQ(tryConnect(), 0);
+    EXPECT_EQ(commonName(), "Authenticated");
+}
+
+TEST_F(UserIdentity, AnExistingPairKeepsItsName) {
+    useCertificate("operator");
+    EXPECT_EQ(tryConnect(), 0);
+    const std::string before = contentOf(userCertificate());
+    useCertificate("somebody");
+    EXPECT_EQ(tryConnect(), 0);
+    EXPECT_EQ(contentOf(userCertificate()), before);
+}
+
+TEST_F(UserIdentity, AMissingKeyMakesANewPair) {
+    useCertificate("operator");
+    EXPECT_EQ(tryConnect(), 0);
+    const std::string before = contentOf(userCertificate());
+    std::filesystem::remove(userKey());
+    EXPECT_EQ(tryConnect(), 0);
+    EXPECT_NE(contentOf(userCertificate()), before);
+    EXPECT_TRUE(std::filesystem::exists(userKey()));
+}
+
+TEST_F(UserIdentity, AFileThatIsNoCertificateGivesTwentyFourAndStays) {
+    useCertificate();
+    EXPECT_EQ(tryConnect(), 0);
+    std::ofstream(userCertificate()) << "no certificate";
+    expectRefused(24);
+    EXPECT_EQ(contentOf(userCertificate()), "no certificate");
+}
+
+TEST_F(UserIdentity, AKeyThatIsNoneGivesTwentyFive) {
+    useCertificate();
+    EXPECT_EQ(tryConnect(), 0);
+    std::ofstream(userKey()) << "no key";
+    expectRefused(25);
+}
+
+TEST_F(UserIdentity, AnEncryptedKeyGivesTwentyFive) {
+    useCertificate();
+    EXPECT_EQ(tryConnect(), 0);
+    ASSERT_EQ(UaPkiRsaKeyPair(2048).toPEMFile(UaString(userKey().string()), "secret"), 0);
+    expectRefused(25);
+}
+
+TEST_F(UserIdentity, AKeyThatIsNotRsaGivesTwentySix) {
+    useCertificate();
+    EXPECT_EQ(tryConnect(), 0);
+    const auto made =
+        test_support::runProgram("openssl", {"genpkey", "-algorithm", "ED25519", "-out", userKey().string()});
+    ASSERT_EQ(made.end.exitCode, 0) << made.standardError;
+    expectRefused(26);
+}
+
+TEST_F(UserIdentity, AStoreThatCannotBeOpenedGivesTwentySeven) {
+    useCertificate();
+    EXPECT_EQ(tryConnect(), 0);
+    const std::filesystem::path trusted = directory() / "pkiclient/trusted/certs";
+    std::filesystem::remove_all(trusted);
+    std::ofstream(trusted) << "a file in its place";
+    expectRefused(27);
+}
+
+TEST_F(UserIdentity, APairThatCannotBeWrittenGivesTwentyEight) {
+    useCertificate();
+    std::filesystem::create_directories(userCertificate()); // a directory in the file's place
+    expectRefused(28);
+}
