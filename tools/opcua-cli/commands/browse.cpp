@@ -1,13 +1,13 @@
-#include "commands/commands.h"
+#include "commands.h"
 
-#include "interrupt.h"
-#include "nodes/node_json.h"
-#include "nodes/node_reference.h"
-#include "nodes/path_walk.h"
-#include "nodes/tree_walk.h"
-#include "output/progress.h"
-#include "output/streams.h"
-#include "output/table.h"
+#include "../interrupt.h"
+#include "../nodes/node_json.h"
+#include "../nodes/node_reference.h"
+#include "../nodes/path_walk.h"
+#include "../nodes/tree_walk.h"
+#include "../output/progress.h"
+#include "../output/streams.h"
+#include "../output/table.h"
 
 #include <memory>
 #include <set>

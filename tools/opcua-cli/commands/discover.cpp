@@ -1,12 +1,12 @@
-#include "commands/commands.h"
+#include "commands.h"
 
+#include "../nodes/node_info.h"
+#include "../output/json.h"
+#include "../output/streams.h"
+#include "../output/table.h"
+#include "../result_text.h"
+#include "../security_names.h"
 #include "OpcUaClientInterface.h"
-#include "nodes/node_info.h"
-#include "output/json.h"
-#include "output/streams.h"
-#include "output/table.h"
-#include "result_text.h"
-#include "security_names.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,12 +1,12 @@
-#include "commands/commands.h"
+#include "commands.h"
 
-#include "connection.h"
-#include "interrupt.h"
-#include "nodes/browse_tree.h"
-#include "nodes/node_info.h"
-#include "output/json.h"
-#include "output/streams.h"
-#include "output/table.h"
+#include "../connection.h"
+#include "../interrupt.h"
+#include "../nodes/browse_tree.h"
+#include "../nodes/node_info.h"
+#include "../output/json.h"
+#include "../output/streams.h"
+#include "../output/table.h"
 
 #include <array>
 #include <memory>

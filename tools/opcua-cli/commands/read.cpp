@@ -1,11 +1,11 @@
-#include "commands/commands.h"
+#include "commands.h"
 
-#include "commands/value_options.h"
-#include "interrupt.h"
-#include "nodes/node_json.h"
-#include "nodes/value_target.h"
-#include "output/streams.h"
-#include "output/table.h"
+#include "../interrupt.h"
+#include "../nodes/node_json.h"
+#include "../nodes/value_target.h"
+#include "../output/streams.h"
+#include "../output/table.h"
+#include "value_options.h"
 
 #include <memory>
 #include <set>

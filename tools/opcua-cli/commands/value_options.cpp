@@ -1,4 +1,4 @@
-#include "commands/value_options.h"
+#include "value_options.h"
 
 namespace opcua_cli {
 namespace {

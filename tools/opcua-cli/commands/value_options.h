@@ -1,7 +1,7 @@
 #pragma once
 
-#include "nodes/value.h"
-#include "options.h"
+#include "../nodes/value.h"
+#include "../options.h"
 
 #include <optional>
 #include <string>

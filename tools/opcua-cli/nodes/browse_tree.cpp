@@ -1,7 +1,7 @@
-#include "nodes/browse_tree.h"
+#include "browse_tree.h"
 
-#include "interrupt.h"
-#include "nodes/node_info.h"
+#include "../interrupt.h"
+#include "node_info.h"
 
 namespace opcua_cli {
 

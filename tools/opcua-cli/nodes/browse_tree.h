@@ -1,6 +1,6 @@
 #pragma once
 
-#include "connection.h"
+#include "../connection.h"
 
 #include <string>
 #include <unordered_set>

@@ -1,4 +1,4 @@
-#include "nodes/node_finder.h"
+#include "node_finder.h"
 
 #include <algorithm>
 #include <charconv>

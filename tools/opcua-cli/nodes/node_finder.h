@@ -1,7 +1,7 @@
 #pragma once
 
-#include "nodes/browse_tree.h"
-#include "nodes/node_info.h"
+#include "browse_tree.h"
+#include "node_info.h"
 
 #include <functional>
 #include <optional>

@@ -1,7 +1,7 @@
-#include "nodes/node_info.h"
+#include "node_info.h"
 
-#include "nodes/value.h"
-#include "text/utf8.h"
+#include "../text/utf8.h"
+#include "value.h"
 
 #include <algorithm>
 

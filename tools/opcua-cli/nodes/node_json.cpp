@@ -1,6 +1,6 @@
-#include "nodes/node_json.h"
+#include "node_json.h"
 
-#include "nodes/value.h"
+#include "value.h"
 
 namespace opcua_cli {
 namespace {

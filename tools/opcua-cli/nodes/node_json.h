@@ -1,7 +1,7 @@
 #pragma once
 
-#include "nodes/node_info.h"
-#include "output/json.h"
+#include "../output/json.h"
+#include "node_info.h"
 
 namespace opcua_cli {
 

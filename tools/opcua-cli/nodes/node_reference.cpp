@@ -1,7 +1,7 @@
-#include "nodes/node_reference.h"
+#include "node_reference.h"
 
+#include "../failure.h"
 #include "OpcUaTypes.h"
-#include "failure.h"
 
 #include <algorithm>
 #include <cctype>

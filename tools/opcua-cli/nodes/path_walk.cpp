@@ -1,6 +1,6 @@
-#include "nodes/path_walk.h"
+#include "path_walk.h"
 
-#include "nodes/node_info.h"
+#include "node_info.h"
 
 #include <algorithm>
 #include <set>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "nodes/browse_tree.h"
-#include "nodes/node_reference.h"
+#include "browse_tree.h"
+#include "node_reference.h"
 
 #include <vector>
 

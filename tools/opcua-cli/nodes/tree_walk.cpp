@@ -1,4 +1,4 @@
-#include "nodes/tree_walk.h"
+#include "tree_walk.h"
 
 #include <deque>
 #include <unordered_set>

@@ -1,13 +1,12 @@
-#include "nodes/value.h"
+#include "value.h"
 
-#include "text/utf8.h"
+#include "../text/utf8.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <limits>
-#include <strings.h>
 #include <system_error>
 #include <type_traits>
 #include <utility>
@@ -20,7 +19,9 @@ constexpr std::array<std::string_view, std::variant_size_v<Value>> names{
     "UInt32", "Int64",   "UInt64", "Float", "Double", "String"};
 
 bool sameWord(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [&](char one, char other) { return lower(one) == lower(other); });
 }
 
 template <typename Container>

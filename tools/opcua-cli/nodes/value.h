@@ -1,7 +1,7 @@
 #pragma once
 
+#include "../output/json.h"
 #include "OpcUaTypes.h"
-#include "output/json.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,6 +1,6 @@
-#include "nodes/value_target.h"
+#include "value_target.h"
 
-#include "nodes/path_walk.h"
+#include "path_walk.h"
 
 namespace opcua_cli {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "nodes/node_finder.h"
-#include "nodes/node_reference.h"
-#include "output/progress.h"
+#include "../output/progress.h"
+#include "node_finder.h"
+#include "node_reference.h"
 
 #include <memory>
 #include <optional>

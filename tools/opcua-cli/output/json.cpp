@@ -1,4 +1,4 @@
-#include "output/json.h"
+#include "json.h"
 
 namespace opcua_cli {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "failure.h"
+#include "../failure.h"
 
 #include <nlohmann/json.hpp>
 #include <string>

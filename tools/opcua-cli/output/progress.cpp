@@ -1,6 +1,6 @@
-#include "output/progress.h"
+#include "progress.h"
 
-#include "text/utf8.h"
+#include "../text/utf8.h"
 
 #include <cstdio>
 #include <unistd.h>

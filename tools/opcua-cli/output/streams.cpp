@@ -1,7 +1,7 @@
-#include "output/streams.h"
+#include "streams.h"
 
-#include "output/terminal.h"
-#include "text/utf8.h"
+#include "../text/utf8.h"
+#include "terminal.h"
 
 #include <array>
 #include <cerrno>

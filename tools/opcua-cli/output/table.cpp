@@ -1,6 +1,6 @@
-#include "output/table.h"
+#include "table.h"
 
-#include "text/utf8.h"
+#include "../text/utf8.h"
 
 #include <algorithm>
 #include <numeric>

@@ -1,4 +1,4 @@
-#include "output/terminal.h"
+#include "terminal.h"
 
 #include <cstdlib>
 #include <sys/ioctl.h>

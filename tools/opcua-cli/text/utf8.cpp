@@ -1,4 +1,4 @@
-#include "text/utf8.h"
+#include "utf8.h"
 
 #include <algorithm>
 #include <array>
