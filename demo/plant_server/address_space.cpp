@@ -21,7 +21,7 @@ const std::string& orElse(const std::string& first, const std::string& second) {
 
 } // namespace
 
-UA_LocalizedText localized(const std::string& locale, const std::string& content) {
+UA_LocalizedText localized(std::string_view locale, std::string_view content) {
     return {view(locale), view(content)};
 }
 
@@ -67,11 +67,10 @@ Branch Branch::object(const std::string& name, const std::string& displayName,
 
 Branch Branch::addObject(const std::string& name, const std::string& displayName,
                          const std::string& description, UA_UInt32 type) const {
-    const std::string locale = "en";
     const NodeId id = idOf(name);
     UA_ObjectAttributes attributes = UA_ObjectAttributes_default;
-    attributes.displayName = localized(locale, orElse(displayName, name));
-    attributes.description = localized(locale, description);
+    attributes.displayName = localized("en", orElse(displayName, name));
+    attributes.description = localized("en", description);
     require(UA_Server_addObjectNode(m_server, id.get(), m_node.get(), childReference(),
                                     qualified(m_namespace, name), UA_NODEID_NUMERIC(0, type), attributes,
                                     nullptr, nullptr),
@@ -132,11 +131,10 @@ NodeId Branch::source(const std::string& name, const UA_DataType* type, UA_DataS
 NodeId Branch::method(const std::string& name, const std::string& description, UA_MethodCallback call,
                       void* methodContext, const std::vector<UA_Argument>& inputs,
                       const std::vector<UA_Argument>& outputs) const {
-    const std::string locale = "en";
     const NodeId id = idOf(name);
     UA_MethodAttributes attributes = UA_MethodAttributes_default;
-    attributes.displayName = localized(locale, name);
-    attributes.description = localized(locale, description);
+    attributes.displayName = localized("en", name);
+    attributes.description = localized("en", description);
     attributes.executable = true;
     attributes.userExecutable = true;
     require(UA_Server_addMethodNode(m_server, id.get(), m_node.get(), hasComponent,

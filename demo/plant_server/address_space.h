@@ -75,7 +75,8 @@ private:
     bool m_isFolder = true;
 };
 
-UA_LocalizedText localized(const std::string& locale, const std::string& content);
+/// A view that lives as long as both texts.
+UA_LocalizedText localized(std::string_view locale, std::string_view content);
 UA_Argument argument(const char* name, const char* description, const UA_DataType* type);
 
 /// Plain access from simulation and tests' controls, as the server's own administrator.

@@ -14,26 +14,26 @@ namespace plant_server {
 template <class T>
 struct BuiltInType;
 
-#define PLANT_SERVER_BUILT_IN_TYPE(Type, index, sample)                                                      \
+#define PLANT_SERVER_BUILT_IN_TYPE(Name, INDEX, sample)                                                      \
     template <>                                                                                              \
-    struct BuiltInType<Type> {                                                                               \
-        static constexpr const char* name = #Type + 3;                                                       \
-        static const UA_DataType* description() { return &UA_TYPES[index]; }                                 \
+    struct BuiltInType<UA_##Name> {                                                                          \
+        static constexpr const char* name = #Name;                                                           \
+        static const UA_DataType* description() { return &UA_TYPES[UA_TYPES_##INDEX]; }                      \
         static auto scalar() { return sample; }                                                              \
     }
 
-PLANT_SERVER_BUILT_IN_TYPE(UA_Boolean, UA_TYPES_BOOLEAN, true);
-PLANT_SERVER_BUILT_IN_TYPE(UA_SByte, UA_TYPES_SBYTE, UA_SByte{-12});
-PLANT_SERVER_BUILT_IN_TYPE(UA_Byte, UA_TYPES_BYTE, UA_Byte{200});
-PLANT_SERVER_BUILT_IN_TYPE(UA_Int16, UA_TYPES_INT16, UA_Int16{-1234});
-PLANT_SERVER_BUILT_IN_TYPE(UA_UInt16, UA_TYPES_UINT16, UA_UInt16{54321});
-PLANT_SERVER_BUILT_IN_TYPE(UA_Int32, UA_TYPES_INT32, UA_Int32{-123456789});
-PLANT_SERVER_BUILT_IN_TYPE(UA_UInt32, UA_TYPES_UINT32, UA_UInt32{4000000000});
-PLANT_SERVER_BUILT_IN_TYPE(UA_Int64, UA_TYPES_INT64, UA_Int64{-9000000000000000000});
-PLANT_SERVER_BUILT_IN_TYPE(UA_UInt64, UA_TYPES_UINT64, UA_UInt64{18000000000000000000U});
-PLANT_SERVER_BUILT_IN_TYPE(UA_Float, UA_TYPES_FLOAT, UA_Float{3.25F});
-PLANT_SERVER_BUILT_IN_TYPE(UA_Double, UA_TYPES_DOUBLE, UA_Double{-2.718281828459045});
-PLANT_SERVER_BUILT_IN_TYPE(UA_String, UA_TYPES_STRING, std::string("Hello"));
+PLANT_SERVER_BUILT_IN_TYPE(Boolean, BOOLEAN, true);
+PLANT_SERVER_BUILT_IN_TYPE(SByte, SBYTE, UA_SByte{-12});
+PLANT_SERVER_BUILT_IN_TYPE(Byte, BYTE, UA_Byte{200});
+PLANT_SERVER_BUILT_IN_TYPE(Int16, INT16, UA_Int16{-1234});
+PLANT_SERVER_BUILT_IN_TYPE(UInt16, UINT16, UA_UInt16{54321});
+PLANT_SERVER_BUILT_IN_TYPE(Int32, INT32, UA_Int32{-123456789});
+PLANT_SERVER_BUILT_IN_TYPE(UInt32, UINT32, UA_UInt32{4000000000});
+PLANT_SERVER_BUILT_IN_TYPE(Int64, INT64, UA_Int64{-9000000000000000000});
+PLANT_SERVER_BUILT_IN_TYPE(UInt64, UINT64, UA_UInt64{18000000000000000000U});
+PLANT_SERVER_BUILT_IN_TYPE(Float, FLOAT, UA_Float{3.25F});
+PLANT_SERVER_BUILT_IN_TYPE(Double, DOUBLE, UA_Double{-2.718281828459045});
+PLANT_SERVER_BUILT_IN_TYPE(String, STRING, std::string("Hello"));
 
 #undef PLANT_SERVER_BUILT_IN_TYPE
 

@@ -22,26 +22,26 @@ struct Expected {
     static const char* name;
 };
 
-#define EXPECT_OF(Type, scalarValue, otherValue)                                                             \
+#define EXPECT_OF(Name, scalarValue, otherValue)                                                             \
     template <>                                                                                              \
-    Type Expected<Type>::scalar = scalarValue;                                                               \
+    UA_##Name Expected<UA_##Name>::scalar = scalarValue;                                                     \
     template <>                                                                                              \
-    Type Expected<Type>::other = otherValue;                                                                 \
+    UA_##Name Expected<UA_##Name>::other = otherValue;                                                       \
     template <>                                                                                              \
-    const char* Expected<Type>::name = #Type + 3
+    const char* Expected<UA_##Name>::name = #Name
 
-EXPECT_OF(UA_Boolean, true, false);
-EXPECT_OF(UA_SByte, -12, 127);
-EXPECT_OF(UA_Byte, 200, 255);
-EXPECT_OF(UA_Int16, -1234, 32767);
-EXPECT_OF(UA_UInt16, 54321, 65535);
-EXPECT_OF(UA_Int32, -123456789, 2147483647);
-EXPECT_OF(UA_UInt32, 4000000000, 4294967295);
-EXPECT_OF(UA_Int64, -9000000000000000000, 1);
-EXPECT_OF(UA_UInt64, 18000000000000000000U, 2);
-EXPECT_OF(UA_Float, 3.25F, -0.5F);
-EXPECT_OF(UA_Double, -2.718281828459045, 1e300);
-EXPECT_OF(UA_String, UA_STRING_STATIC("Hello"), UA_STRING_STATIC("Grüezi"));
+EXPECT_OF(Boolean, true, false);
+EXPECT_OF(SByte, -12, 127);
+EXPECT_OF(Byte, 200, 255);
+EXPECT_OF(Int16, -1234, 32767);
+EXPECT_OF(UInt16, 54321, 65535);
+EXPECT_OF(Int32, -123456789, 2147483647);
+EXPECT_OF(UInt32, 4000000000, 4294967295);
+EXPECT_OF(Int64, -9000000000000000000, 1);
+EXPECT_OF(UInt64, 18000000000000000000U, 2);
+EXPECT_OF(Float, 3.25F, -0.5F);
+EXPECT_OF(Double, -2.718281828459045, 1e300);
+EXPECT_OF(String, UA_STRING_STATIC("Hello"), UA_STRING_STATIC("Grüezi"));
 
 template <class T>
 void expectEqual(const ReadValue& value, const T& expected) {
@@ -72,78 +72,83 @@ void expectElements(const ReadValue& value, std::size_t count) {
     }
 }
 
+/// Calls `test` with a null pointer to each of the twelve types.
+template <class Test>
+void forTwelveTypes(const Test& test) {
+    const auto one = [&](auto* type) {
+        SCOPED_TRACE(Expected<std::remove_pointer_t<decltype(type)>>::name);
+        test(type);
+    };
+    one(static_cast<UA_Boolean*>(nullptr));
+    one(static_cast<UA_SByte*>(nullptr));
+    one(static_cast<UA_Byte*>(nullptr));
+    one(static_cast<UA_Int16*>(nullptr));
+    one(static_cast<UA_UInt16*>(nullptr));
+    one(static_cast<UA_Int32*>(nullptr));
+    one(static_cast<UA_UInt32*>(nullptr));
+    one(static_cast<UA_Int64*>(nullptr));
+    one(static_cast<UA_UInt64*>(nullptr));
+    one(static_cast<UA_Float*>(nullptr));
+    one(static_cast<UA_Double*>(nullptr));
+    one(static_cast<UA_String*>(nullptr));
+}
+
 } // namespace
 
-/// The twelve types share one server: each test writes nodes of its own type only.
-template <class T>
-class PlantValue : public testing::Test {
+class PlantValue : public PlantTest {
 protected:
-    static void SetUpTestSuite() {
-        server = new test_support::PlantServer;
-        client = new test_support::RawClient(server->url());
-    }
-    static void TearDownTestSuite() {
-        delete client;
-        delete server;
-    }
+    void SetUp() override { start(); }
 
-    static std::string node(const std::string& folder) {
-        return "ns=3;s=TestRack." + folder + "." + Expected<T>::name;
+    template <class T>
+    static std::string node(const std::string& folder, T* /*type*/) {
+        return rack(folder + "." + Expected<T>::name);
     }
-    static ReadValue read(const std::string& folder) { return client->read(node(folder)); }
-
-    static test_support::PlantServer* server;
-    static test_support::RawClient* client;
+    /// Reads an array or matrix of this type, checks its elements and writes it back as it is.
+    template <class T>
+    std::vector<UA_UInt32> dimensionsOf(const std::string& folder, std::size_t count, T* type) {
+        const ReadValue value = client->read(node(folder, type));
+        expectElements<T>(value, count);
+        EXPECT_EQ(value.variant().type, test_support::dataType<T>());
+        EXPECT_EQ(client->write(node(folder, type), value.variant()), UA_STATUSCODE_GOOD);
+        return value.dimensions();
+    }
 };
-template <class T>
-test_support::PlantServer* PlantValue<T>::server;
-template <class T>
-test_support::RawClient* PlantValue<T>::client;
 
-using TwelveTypes = testing::Types<UA_Boolean, UA_SByte, UA_Byte, UA_Int16, UA_UInt16, UA_Int32, UA_UInt32,
-                                   UA_Int64, UA_UInt64, UA_Float, UA_Double, UA_String>;
-TYPED_TEST_SUITE(PlantValue, TwelveTypes);
-
-TYPED_TEST(PlantValue, ScalarIsReadAndWritten) {
-    expectEqual(this->read("Scalar"), Expected<TypeParam>::scalar);
-    ASSERT_EQ(this->client->write(this->node("Scalar"), Expected<TypeParam>::other), UA_STATUSCODE_GOOD);
-    expectEqual(this->read("Scalar"), Expected<TypeParam>::other);
+TEST_F(PlantValue, ScalarsAreReadAndWritten) {
+    forTwelveTypes([&](auto* type) {
+        using T = std::remove_pointer_t<decltype(type)>;
+        expectEqual(client->read(node("Scalar", type)), Expected<T>::scalar);
+        EXPECT_EQ(client->write(node("Scalar", type), Expected<T>::other), UA_STATUSCODE_GOOD);
+        expectEqual(client->read(node("Scalar", type)), Expected<T>::other);
+    });
 }
 
-TYPED_TEST(PlantValue, ArrayHasTenElements) {
-    const ReadValue array = this->read("Array");
-    expectElements<TypeParam>(array, 10);
-    EXPECT_THAT(array.dimensions(), IsEmpty());
-    EXPECT_EQ(this->client->write(this->node("Array"), array.variant()), UA_STATUSCODE_GOOD);
+TEST_F(PlantValue, ScalarsOfAnotherTypeAreRefused) {
+    forTwelveTypes([&](auto* type) {
+        using T = std::remove_pointer_t<decltype(type)>;
+        const std::string scalar = node("Scalar", type);
+        constexpr bool isDouble = std::is_same_v<T, UA_Double>;
+        const UA_StatusCode status =
+            isDouble ? client->write(scalar, UA_Byte{1}) : client->write(scalar, UA_Double{1});
+        EXPECT_EQ(status, UA_STATUSCODE_BADTYPEMISMATCH);
+        expectEqual(client->read(scalar), Expected<T>::scalar);
+    });
 }
 
-TYPED_TEST(PlantValue, EmptyArrayKeepsItsType) {
-    const ReadValue array = this->read("EmptyArray");
-    expectElements<TypeParam>(array, 0);
-    EXPECT_EQ(array.variant().type, test_support::dataType<TypeParam>());
+TEST_F(PlantValue, ArraysHoldTenElementsOrNone) {
+    forTwelveTypes([&](auto* type) {
+        EXPECT_THAT(dimensionsOf("Array", 10, type), IsEmpty());
+        EXPECT_THAT(dimensionsOf("EmptyArray", 0, type), IsEmpty());
+    });
 }
 
-TYPED_TEST(PlantValue, MatricesHaveTheirDimensions) {
-    const ReadValue two = this->read("Matrix2");
-    expectElements<TypeParam>(two, 12);
-    EXPECT_THAT(two.dimensions(), ElementsAre(3, 4));
-    EXPECT_EQ(this->client->write(this->node("Matrix2"), two.variant()), UA_STATUSCODE_GOOD);
-
-    const ReadValue three = this->read("Matrix3");
-    expectElements<TypeParam>(three, 24);
-    EXPECT_THAT(three.dimensions(), ElementsAre(2, 3, 4));
-    EXPECT_EQ(this->client->write(this->node("Matrix3"), three.variant()), UA_STATUSCODE_GOOD);
-
-    const ReadValue sixteen = this->read("Matrix16");
-    expectElements<TypeParam>(sixteen, 12);
-    EXPECT_THAT(sixteen.dimensions(), ElementsAre(2, 1, 1, 2, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 3));
-}
-
-TYPED_TEST(PlantValue, ScalarOfAnotherTypeIsRefused) {
-    const UA_StatusCode status = std::is_same_v<TypeParam, UA_Double>
-                                     ? this->client->write(this->node("Scalar"), UA_Byte{1})
-                                     : this->client->write(this->node("Scalar"), UA_Double{1});
-    EXPECT_EQ(status, UA_STATUSCODE_BADTYPEMISMATCH);
+TEST_F(PlantValue, MatricesHaveTheirDimensions) {
+    forTwelveTypes([&](auto* type) {
+        EXPECT_THAT(dimensionsOf("Matrix2", 12, type), ElementsAre(3, 4));
+        EXPECT_THAT(dimensionsOf("Matrix3", 24, type), ElementsAre(2, 3, 4));
+        EXPECT_THAT(dimensionsOf("Matrix16", 12, type),
+                    ElementsAre(2, 1, 1, 2, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 3));
+    });
 }
 
 class PlantSpecialValue : public PlantTest {

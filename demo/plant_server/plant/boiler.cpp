@@ -29,7 +29,7 @@ void addBoiler(const Branch& plant, Simulation& simulation) {
         burner.variable("FanSpeed", Value::scalar(UA_UInt16(900)), described("Fan speed in 1/min", readOnly)),
         900, 1500, 30);
 
-    const UA_LocalizedText alarm = UA_LOCALIZEDTEXT(const_cast<char*>("en"), const_cast<char*>("No alarm"));
+    const UA_LocalizedText alarm = localized("en", "No alarm");
     boiler.variable("AlarmText", Value::of(&alarm, &UA_TYPES[UA_TYPES_LOCALIZEDTEXT]),
                     described("Latest alarm", readOnly));
     const UA_DateTime inspected = UA_DateTime_fromUnixTime(1704103200);

@@ -42,10 +42,9 @@ Value lineState(LineState state) {
 const UA_DataType lineStateType = makeLineStateType();
 
 void addLineStateType(UA_Server* server) {
-    const std::string locale = "en";
     const std::string name = "LineState";
     UA_DataTypeAttributes attributes = UA_DataTypeAttributes_default;
-    attributes.displayName = localized(locale, name);
+    attributes.displayName = localized("en", name);
     require(UA_Server_addDataTypeNode(server, lineStateType.typeId,
                                       UA_NODEID_NUMERIC(0, UA_NS0ID_ENUMERATION),
                                       UA_NODEID_NUMERIC(0, UA_NS0ID_HASSUBTYPE), {PlantNamespace, view(name)},
@@ -53,7 +52,7 @@ void addLineStateType(UA_Server* server) {
             "add the line states");
     std::vector<UA_LocalizedText> states;
     for (const char* state : {"Idle", "Running", "Blocked", "Fault"})
-        states.push_back({view(locale), view(state)});
+        states.push_back(localized("en", state));
     Branch(server, PlantNamespace, name, NodeId(lineStateType.typeId))
         .property("EnumStrings",
                   Value::arrayOf(states.data(), states.size(), &UA_TYPES[UA_TYPES_LOCALIZEDTEXT]));

@@ -14,10 +14,10 @@ void addTimesAndTexts(const Branch& folder) {
                     Value::arrayOf(times.data(), times.size(), &UA_TYPES[UA_TYPES_DATETIME]));
     const UA_ByteString bytes = view(std::string_view("\x00\x01\xFE\xFFplant", 9));
     folder.variable("ByteString", Value::of(&bytes, &UA_TYPES[UA_TYPES_BYTESTRING]));
-    const UA_LocalizedText german{view("de"), view("Überdruck im Kessel")};
+    const UA_LocalizedText german = localized("de", "Überdruck im Kessel");
     folder.variable("LocalizedText", Value::of(&german, &UA_TYPES[UA_TYPES_LOCALIZEDTEXT]));
-    const std::vector<UA_LocalizedText> texts{
-        german, {view("zh"), view("锅炉超压")}, {view(""), view("no locale")}};
+    const std::vector<UA_LocalizedText> texts{german, localized("zh", "锅炉超压"),
+                                              localized("", "no locale")};
     folder.variable("LocalizedTextArray",
                     Value::arrayOf(texts.data(), texts.size(), &UA_TYPES[UA_TYPES_LOCALIZEDTEXT]));
 }
