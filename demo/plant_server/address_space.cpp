@@ -102,7 +102,7 @@ NodeId Branch::property(const std::string& name, const Value& value) const {
 
 NodeId Branch::addVariable(const std::string& name, const Value& value, const VariableOptions& options,
                            const UA_NodeId& reference, const UA_NodeId& type) const {
-    const NodeId id = options.id.isNull() ? idOf(name) : options.id;
+    NodeId id = options.id.isNull() ? idOf(name) : options.id;
     UA_VariableAttributes node = attributes(name, value.get().type, options);
     node.value = value.get();
     node.valueRank = options.anyShape ? UA_VALUERANK_ANY : value.rank();
@@ -120,7 +120,7 @@ NodeId Branch::addVariable(const std::string& name, const Value& value, const Va
 
 NodeId Branch::source(const std::string& name, const UA_DataType* type, UA_DataSource callbacks,
                       const VariableOptions& options) const {
-    const NodeId id = options.id.isNull() ? idOf(name) : options.id;
+    NodeId id = options.id.isNull() ? idOf(name) : options.id;
     require(UA_Server_addDataSourceVariableNode(
                 m_server, id.get(), m_node.get(), childReference(), qualified(m_namespace, name),
                 variableType, attributes(name, type, options), callbacks, options.context, nullptr),
@@ -131,7 +131,7 @@ NodeId Branch::source(const std::string& name, const UA_DataType* type, UA_DataS
 NodeId Branch::method(const std::string& name, const std::string& description, UA_MethodCallback call,
                       void* methodContext, const std::vector<UA_Argument>& inputs,
                       const std::vector<UA_Argument>& outputs) const {
-    const NodeId id = idOf(name);
+    NodeId id = idOf(name);
     UA_MethodAttributes attributes = UA_MethodAttributes_default;
     attributes.displayName = localized("en", name);
     attributes.description = localized("en", description);

@@ -148,7 +148,7 @@ void Controls::afterwards(void (*action)(Controls&)) {
     auto delayed = std::make_unique<Delayed>(Delayed{this, action});
     require(UA_Server_addTimedCallback(m_server, run, delayed.get(), UA_DateTime_nowMonotonic(), nullptr),
             "plan an action");
-    delayed.release();
+    [[maybe_unused]] const Delayed* const owned = delayed.release();
 }
 
 void Controls::addConnectionControls(const Branch& control) {

@@ -12,7 +12,7 @@ Diagnostics::Diagnostics(const Branch& rack, const Machinery& machinery) {
     const Branch folder = rack.object("Diagnostics", "Diagnostics", "What the server holds and did");
     UA_Server* server = rack.server();
     const auto count = [&](const std::string& name, const std::string& description,
-                           std::function<UA_UInt64()> valueOf) {
+                           const std::function<UA_UInt64()>& valueOf) {
         m_variables.gauge(folder, name, &UA_TYPES[UA_TYPES_UINT64], description,
                           [valueOf] { return Value::scalar(UA_UInt64(valueOf())); });
     };

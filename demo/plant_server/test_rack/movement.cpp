@@ -36,7 +36,7 @@ NodeId addMovement(const Branch& rack, Simulation& simulation) {
     simulation.onTick([text, &simulation](double) {
         writeValue(simulation.server(), text, Value::scalar("Tick " + std::to_string(simulation.ticks())));
     });
-    const NodeId counter = add("Counter", Value::scalar(UA_UInt32(0)), "Grows by 1 at each tick");
+    NodeId counter = add("Counter", Value::scalar(UA_UInt32(0)), "Grows by 1 at each tick");
     simulation.counter<UA_UInt32>(counter);
     return counter;
 }
