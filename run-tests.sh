@@ -54,6 +54,7 @@ done
 stage=dependencies
 trap '[ $? -eq 0 ] || echo "run-tests: stage $stage failed" >&2' EXIT
 scripts/install-deps.sh
+tests/interop/install.sh
 for stage in "${stages[@]}"; do
   printf '\n==== %s (%d s so far) ====\n' "$stage" "$SECONDS"
   "stage_$stage"

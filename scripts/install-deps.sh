@@ -39,6 +39,8 @@ case $group in
 build) ;;
 all)
   wanted+=("${test_packages[@]}")
+  # Whatever Node.js is there will do: only its absence is for Debian's packages.
+  { command -v node && command -v npm; } >/dev/null || wanted+=(nodejs npm)
   [ "$debian" -ne 12 ] || wanted+=("${lint_packages[@]}")
   ;;
 *) die "unknown group '$group'; say 'build', or nothing for everything" ;;
