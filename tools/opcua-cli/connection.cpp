@@ -88,11 +88,27 @@ Connection::~Connection() {
 }
 
 void Connection::throwIfLost(int resultCode) {
-    if (resultCode == 0 || (resultCode != connectionLost && m_client.OpcUaGetConnectStatus() == connected))
+    if (resultCode == 0)
+        return;
+    // Taken now: finding out whether the connection stands may replace the library's message.
+    m_lastProblem = problemFor(resultCode, m_client);
+    if (resultCode != connectionLost && isAlive())
         return;
     Problem problem = problemFor(connectionLost, m_client);
     problem.resultCode = resultCode;
+    problem.libraryMessage = m_lastProblem.libraryMessage;
     throw Failure(ExitCode::NoConnection, std::move(problem));
+}
+
+/// The status is reported by a thread of the library and may come after the operation that failed; reading
+/// the server's state, which every server has, is refused as soon as the connection is gone.
+bool Connection::isAlive() {
+    constexpr const char* serverStateId = "i=2259";
+    OpcUaNode record = recordFor(serverStateId, OpcUaDataType_Int32);
+    std::int32_t state = 0;
+    int size = sizeof state;
+    return m_client.OpcUaGetValue(&record, &state, size) != connectionLost &&
+           m_client.OpcUaGetConnectStatus() == connected;
 }
 
 ReadResult Connection::read(const std::string& nodeId, _OpcUaDataType type) {

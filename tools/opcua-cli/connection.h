@@ -37,10 +37,12 @@ public:
 
     COpcUaClientInterface& client() { return m_client; }
 
-    /// Throws Failure (NoConnection) when the result code says so, or the connection has gone meanwhile.
+    /// Takes the result code of the operation just made. Throws Failure (NoConnection) when it failed because
+    /// the connection is gone.
     void throwIfLost(int resultCode);
 
-    Problem problem(int resultCode) { return problemFor(resultCode, m_client); }
+    /// Why the last operation failed that did.
+    const Problem& lastProblem() const { return m_lastProblem; }
 
     /// Reads a scalar as the given type; OpcUaDataType_Null gives the library's text form of any value, which
     /// is empty when it has none. Throws as throwIfLost().
@@ -50,9 +52,11 @@ public:
     int write(const std::string& nodeId, const Value& value);
 
 private:
+    bool isAlive();
     ReadResult readText(OpcUaNode& record);
 
     COpcUaClientInterface m_client;
+    Problem m_lastProblem;
 };
 
 } // namespace opcua_cli

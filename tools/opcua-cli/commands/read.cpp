@@ -41,7 +41,7 @@ public:
             const NodeInfo& node = reading.target.node;
             ReadResult result = m_connection.read(node.nodeId, node.dataType);
             if (result.resultCode != 0)
-                reading.problem = m_connection.problem(result.resultCode);
+                reading.problem = m_connection.lastProblem();
             reading.value = std::move(result.value);
         } catch (const Failure& failure) {
             if (failure.exitCode() != ExitCode::Failed)

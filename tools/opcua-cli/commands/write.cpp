@@ -81,7 +81,7 @@ ExitCode write(const WriteOptions& options) {
     throwIfInterrupted();
     const int code = connection.write(target.node.nodeId, value);
     if (code != 0) {
-        Problem problem = connection.problem(code);
+        Problem problem = connection.lastProblem();
         problem.explanation += ": " + options.node + " = " + toText(value) + " (" +
                                std::string(typeName(target.node.dataType)) + ")";
         throw Failure(ExitCode::Failed, std::move(problem));

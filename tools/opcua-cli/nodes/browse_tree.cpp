@@ -10,7 +10,7 @@ BrowseTree::BrowseTree(Connection& connection, const std::string& startId) : m_c
     const int code = connection.client().OpcUaBrowse(&record);
     connection.throwIfLost(code);
     if (code != 0) {
-        Problem problem = connection.problem(code);
+        Problem problem = connection.lastProblem();
         problem.explanation += ": " + startId;
         throw Failure(ExitCode::Failed, std::move(problem));
     }

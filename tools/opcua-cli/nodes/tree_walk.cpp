@@ -46,7 +46,7 @@ private:
     void browse(const Pending& pending) {
         const BrowseTree::Level level = m_tree.expand(pending.record);
         if (level.resultCode != 0)
-            m_walk.nodes[pending.index].browseProblem = m_connection.problem(level.resultCode);
+            m_walk.nodes[pending.index].browseProblem = m_connection.lastProblem();
         const int depth = m_walk.nodes[pending.index].depth + 1;
         for (OpcUaNode* child : level.children) {
             if (m_walk.nodes.size() > m_maxNodes) {

@@ -36,7 +36,7 @@ ValueTarget TargetResolver::resolveId(const std::string& nodeId) {
     }
     const int code = m_connection.read(nodeId, OpcUaDataType_Null).resultCode;
     if (code != 0)
-        throw Failure(ExitCode::Failed, m_connection.problem(code));
+        throw Failure(ExitCode::Failed, m_connection.lastProblem());
     const std::optional<NodeInfo> node = finder().find(nodeId);
     return node ? ValueTarget{*node} : ValueTarget{unseen, false};
 }
