@@ -20,17 +20,14 @@ jobs=$(nproc)
 
 . scripts/use-ccache.sh
 
-build() {
-  cmake --preset "$1"
-  cmake --build --preset "$1" -j "$jobs"
-}
-
-# The tests that are there are compared with the list before they run, and what came of each of them afterwards.
+# run_suites PRESET [TARGET]: builds, compares the tests that are there with the list, runs them, and looks at what came
+# of each of them.
 run_suites() {
-  build "$1"
-  python3 scripts/check-tests.py listed "$1"
-  ctest --preset "$1" -j 4 --output-junit "results.xml"
-  python3 scripts/check-tests.py results "$1"
+  cmake --preset "$1"
+  cmake --build --preset "$1" -j "$jobs" --target "${2:-all}"
+  scripts/check-tests.py listed "$1"
+  ctest --preset "$1" -j 4 --output-junit results.xml
+  scripts/check-tests.py results "$1"
 }
 
 stage_format() { scripts/check-format.sh; }
@@ -41,10 +38,10 @@ stage_layers() {
 }
 stage_lint() {
   cmake --preset lint >/dev/null
-  python3 scripts/lint.py build/lint "$jobs"
+  scripts/lint.py build/lint "$jobs"
 }
 stage_asan() { run_suites asan; }
-stage_tsan() { run_suites tsan; }
+stage_tsan() { run_suites tsan threads_suites; }
 stage_dev() { run_suites dev; }
 
 for stage in "${stages[@]}"; do
