@@ -138,6 +138,14 @@ TEST_F(ConfigurationFile, ApplicationPathIsReplacedBeforeConfigPath) {
     EXPECT_EQ(m_configuration.ClientPrivateKey.text(), "/opt/plant/b");
 }
 
+TEST_F(ConfigurationFile, TokenInTheDirectoryIsReplacedByTheSecondStepOnly) {
+    m_configuration.applicationPath = "/opt/[ConfigPath]x";
+    write("[UaClientConfig]\nClientCertificate=[ApplicationPath]/a\nClientPrivateKey=[ConfigPath]/b\n");
+    load();
+    EXPECT_EQ(m_configuration.ClientCertificate.text(), "/opt/[ConfigPath]xx/a");
+    EXPECT_EQ(m_configuration.ClientPrivateKey.text(), "/opt/[ConfigPath]x/b");
+}
+
 TEST_F(ConfigurationFile, EmptyDirectoryLeavesTheTailAlone) {
     m_configuration.applicationPath = "";
     load();

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <pthread.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdlib>
@@ -14,22 +15,24 @@
 
 namespace {
 
-constexpr int capacity = 256;
+constexpr std::size_t capacity = 256;
 
 // Fixed arrays of atomics: these are reached from inside every lock in the process, allocations included.
 std::array<std::atomic<pthread_mutex_t*>, capacity> known;
-std::atomic<int> knownCount{0};
+std::atomic<std::size_t> knownCount{0};
 std::array<std::atomic<int>, capacity> lockLog;
-std::atomic<int> lockCount{0};
+std::atomic<std::size_t> lockCount{0};
 
 thread_local std::array<int, 16> heldNumbers;
-thread_local int heldCount = 0;
+thread_local std::size_t heldCount = 0;
 
+/// Negative for a mutex that is not the library's.
 int numberOf(const pthread_mutex_t* mutex) {
-    const int count = knownCount.load(std::memory_order_acquire);
-    for (int i = 0; i < count; ++i) {
-        if (known[static_cast<std::size_t>(i)].load(std::memory_order_relaxed) == mutex)
-            return i;
+    const std::size_t count = knownCount.load(std::memory_order_acquire);
+    for (std::size_t i = 0; i < count; ++i) {
+        if (known[i].load(std::memory_order_relaxed) == mutex) {
+            return static_cast<int>(i);
+        }
     }
     return -1;
 }
@@ -42,25 +45,29 @@ bool calledByClientLibrary(const void* returnAddress) {
 
 void noteLocked(const pthread_mutex_t* mutex) {
     const int number = numberOf(mutex);
-    if (number < 0)
+    if (number < 0) {
         return;
-    const int position = lockCount.fetch_add(1);
-    if (position < capacity)
-        lockLog[static_cast<std::size_t>(position)] = number;
-    if (heldCount == static_cast<int>(heldNumbers.size()))
+    }
+    const std::size_t position = lockCount.fetch_add(1);
+    if (position < capacity) {
+        lockLog[position] = number;
+    }
+    if (heldCount == heldNumbers.size()) {
         std::abort();
-    heldNumbers[static_cast<std::size_t>(heldCount++)] = number;
+    }
+    heldNumbers[heldCount++] = number;
 }
 
 void noteUnlocked(const pthread_mutex_t* mutex) {
     const int number = numberOf(mutex);
-    for (int i = heldCount - 1; number >= 0 && i >= 0; --i) {
-        if (heldNumbers[static_cast<std::size_t>(i)] != number)
-            continue;
-        for (int j = i; j + 1 < heldCount; ++j)
-            heldNumbers[static_cast<std::size_t>(j)] = heldNumbers[static_cast<std::size_t>(j + 1)];
-        --heldCount;
+    if (number < 0) {
         return;
+    }
+    int* const end = heldNumbers.data() + heldCount;
+    int* const held = std::find(heldNumbers.data(), end, number);
+    if (held != end) {
+        std::copy(held + 1, end, held);
+        --heldCount;
     }
 }
 
@@ -75,20 +82,22 @@ void reset() {
 
 int alive() {
     int result = 0;
-    for (int i = 0; i < knownCount; ++i)
-        result += known[static_cast<std::size_t>(i)].load() ? 1 : 0;
+    for (std::size_t i = 0; i < knownCount; ++i) {
+        result += known[i].load() ? 1 : 0;
+    }
     return result;
 }
 
 std::vector<int> held() {
-    return std::vector<int>(heldNumbers.begin(), heldNumbers.begin() + heldCount);
+    return {heldNumbers.data(), heldNumbers.data() + heldCount};
 }
 
 std::vector<int> locked() {
     std::vector<int> result;
-    const int count = lockCount < capacity ? lockCount.load() : capacity;
-    for (int i = 0; i < count; ++i)
-        result.push_back(lockLog[static_cast<std::size_t>(i)]);
+    const std::size_t count = std::min(lockCount.load(), capacity);
+    for (std::size_t i = 0; i < count; ++i) {
+        result.push_back(lockLog[i]);
+    }
     return result;
 }
 
@@ -108,10 +117,10 @@ UNIT_EXPORT int pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexat
     const int result = next(mutex, attributes);
     if (!calledByClientLibrary(__builtin_return_address(0)))
         return result;
-    const int number = knownCount.load();
+    const std::size_t number = knownCount.load();
     if (number == capacity)
         std::abort();
-    known[static_cast<std::size_t>(number)] = mutex;
+    known[number] = mutex;
     knownCount = number + 1;
     standin::script().record("pthread_mutex_init", nullptr,
                              std::to_string(number) + (attributes ? " with attributes" : ""));

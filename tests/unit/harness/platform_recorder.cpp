@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <optional>
 
@@ -126,7 +125,5 @@ extern "C" __attribute__((visibility("default"))) ssize_t readlink(const char* p
     }
     if (!executable)
         return next(path, buffer, size);
-    const size_t length = std::min(size, executable->size());
-    std::memcpy(buffer, executable->data(), length);
-    return static_cast<ssize_t>(length);
+    return static_cast<ssize_t>(executable->copy(buffer, size));
 }

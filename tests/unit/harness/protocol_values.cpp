@@ -57,11 +57,11 @@ UaVariant stringVariant(const std::string& value) {
 ReadAnswer answerValue(const UaVariant& value, OpcUa_StatusCode status) {
     return [value, status](const standin::ReadRequest& request, UaDataValues& values) {
         values.create(static_cast<OpcUa_UInt32>(request.items.size()));
-        for (OpcUa_UInt32 i = 0; i < values.length(); ++i) {
-            value.copyTo(&values[i].value);
-            values[i].hasValue = !value.isEmpty();
-            values[i].status = status;
-            values[i].hasStatus = status != OpcUa_Good;
+        for (OpcUa_DataValue* data = values.rawData(); data != values.end(); ++data) {
+            value.copyTo(&data->value);
+            data->hasValue = !value.isEmpty();
+            data->status = status;
+            data->hasStatus = status != OpcUa_Good;
         }
         return UaStatus();
     };

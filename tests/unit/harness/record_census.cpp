@@ -13,11 +13,12 @@ namespace {
 /// The census must not count, or recurse through, its own allocations.
 template <typename T>
 struct MallocAllocator {
-    using value_type = T;
+    using value_type = T; // NOLINT(readability-identifier-naming): the standard's name
     MallocAllocator() = default;
     template <typename U>
     MallocAllocator(const MallocAllocator<U>&) {}
     T* allocate(std::size_t count) {
+        // NOLINTNEXTLINE(bugprone-sizeof-expression): the map asks for an array of pointers, too
         if (void* block = std::malloc(count * sizeof(T)))
             return static_cast<T*>(block);
         throw std::bad_alloc();
