@@ -18,12 +18,11 @@ bool findPosition(const UaVariant& value, const unsigned long* index, int count,
         position = static_cast<unsigned int>(index[0]);
         return value.isArray();
     }
-    if (count < 1 || count > maximumDimensions || !value.isMatrix() ||
-        value.dimensionSize() != static_cast<OpcUa_UInt32>(count)) {
-        return false;
-    }
     UaUInt32Array lengths;
     value.arrayDimensions(lengths);
+    if (count < 1 || count > maximumDimensions || lengths.length() != static_cast<OpcUa_UInt32>(count)) {
+        return false;
+    }
     unsigned long dimensions[maximumDimensions] = {};
     std::copy(lengths.begin(), lengths.end(), dimensions);
     position = flatPosition(index, dimensions, count);

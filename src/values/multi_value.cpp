@@ -20,8 +20,9 @@ void setResults(RequestNode* nodes, int count, int code) {
 }
 
 /// What an answer is worth: one that doesn't fit its question, result by result, can't be told apart.
-UaStatus checked(UaStatus status, OpcUa_UInt32 answers, int questions) {
-    const bool fits = answers == static_cast<OpcUa_UInt32>(questions);
+template <typename Answers>
+UaStatus checked(UaStatus status, const Answers& answers, int questions) {
+    const bool fits = answers.length() == static_cast<OpcUa_UInt32>(questions);
     return status.isBad() || fits ? status : UaStatus(OpcUa_BadUnexpectedError);
 }
 
@@ -63,7 +64,7 @@ void COpcUaClient::serveBatch(UaClientSdk::UaSession& session, OpcUa_ReadNode* n
         nameValue(request[static_cast<OpcUa_UInt32>(i)], id);
     }
     UaDataValues answers;
-    const UaStatus status = checked(readValues(session, request, answers), answers.length(), count);
+    const UaStatus status = checked(readValues(session, request, answers), answers, count);
     if (status.isBad()) {
         traceFailure("reading", status, *nodes->node, count);
         setResults(nodes, count, fail(result::readFailed));
@@ -95,7 +96,7 @@ void COpcUaClient::serveBatch(UaClientSdk::UaSession& session, OpcUa_WriteNode* 
         giveValue(element, UaVariant(value));
     }
     UaStatusCodeArray answers;
-    const UaStatus status = checked(writeValues(session, request, answers), answers.length(), count);
+    const UaStatus status = checked(writeValues(session, request, answers), answers, count);
     if (status.isBad()) {
         traceFailure("writing", status, *nodes->node, count);
         setResults(nodes, count, fail(result::writeFailed));

@@ -84,7 +84,8 @@ UaStatus UaSession::write(ServiceSettings& settings, const UaWriteValues& nodesT
         request.items.push_back({toText(item.nodeId), item.attributeId, toText(item.indexRange), data.value,
                                  data.hasValue, data.hasStatus,
                                  data.hasSourceTimestamp || data.hasServerTimestamp ||
-                                     data.hasSourcePicoseconds || data.hasServerPicoseconds});
+                                     data.hasSourcePicoseconds || data.hasServerPicoseconds,
+                                 data.value.data});
     }
     script().record("UaSession::write", this, request);
     if (script().onWrite)

@@ -56,6 +56,7 @@ struct WriteItem {
     bool hasValue;
     bool hasStatus;
     bool hasTimestamps;
+    const void* memory; ///< where the library had the value; `value` is a copy
 };
 
 struct WriteRequest {
