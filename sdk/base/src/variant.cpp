@@ -67,6 +67,13 @@ UaVariant::~UaVariant() {
     clear();
 }
 
+UaVariant UaVariant::borrow(const OpcUa_Variant& variant) {
+    UaVariant view;
+    view.m_variant = variant;
+    view.m_variant.storageType = UA_VARIANT_DATA_NODELETE;
+    return view;
+}
+
 void UaVariant::attach(OpcUa_Variant& variant) {
     if (variant.storageType == UA_VARIANT_DATA_NODELETE) {
         *this = UaVariant(variant);
@@ -100,6 +107,10 @@ bool UaVariant::isEmpty() const {
     return m_variant.type == nullptr;
 }
 
+bool UaVariant::isView() const {
+    return m_variant.storageType == UA_VARIANT_DATA_NODELETE;
+}
+
 bool UaVariant::hasDimensions() const {
     return m_variant.arrayDimensionsSize >= 2 && m_variant.arrayDimensions != nullptr;
 }
@@ -124,6 +135,21 @@ void UaVariant::arrayDimensions(UaUInt32Array& dimensions) const {
     dimensions.create(dimensionSize());
     for (OpcUa_UInt32 i = 0; i < dimensions.length(); ++i)
         dimensions[i] = m_variant.arrayDimensions[i];
+}
+
+UaVariant UaVariant::element(OpcUa_UInt32 index) const {
+    UaVariant view;
+    auto* elements = static_cast<unsigned char*>(m_variant.data);
+    UA_Variant_setScalar(&view.m_variant, elements + std::size_t{index} * m_variant.type->memSize,
+                         m_variant.type);
+    view.m_variant.storageType = UA_VARIANT_DATA_NODELETE;
+    return view;
+}
+
+OpcUa_String UaVariant::text() const {
+    return isScalar(m_variant) && type() == OpcUaType_String
+               ? *static_cast<const OpcUa_String*>(m_variant.data)
+               : OpcUa_String{0, nullptr};
 }
 
 OpcUa_StatusCode UaVariant::toBoolean(OpcUa_Boolean& value) const {
@@ -213,7 +239,7 @@ OpcUa_StatusCode UaVariant::copyTo(OpcUa_Variant* target) const {
 }
 
 OpcUa_StatusCode UaVariant::moveTo(OpcUa_Variant* target) {
-    if (m_variant.data == m_inline)
+    if (m_variant.data == m_inline || isView())
         return copyTo(target);
     *target = m_variant;
     UA_Variant_init(&m_variant);

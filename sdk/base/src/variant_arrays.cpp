@@ -44,7 +44,7 @@ OpcUa_StatusCode UaVariant::toArray(UaProtocolArray<Element>& values) && {
         values.clear();
         return OpcUa_BadTypeMismatch;
     }
-    if (source.type() != typeIndex<Element> + 1)
+    if (source.type() != typeIndex<Element> + 1 || source.isView())
         return convertElements(source, values);
     const OpcUa_UInt32 length = source.arraySize();
     source.m_variant.arrayLength = 0;

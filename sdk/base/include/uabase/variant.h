@@ -31,6 +31,10 @@ public:
     UaVariant& operator=(UaVariant&& other) noexcept;
     ~UaVariant();
 
+    /// A view of `variant` that copies nothing and frees nothing: valid while that one stays as it is. A copy
+    /// of the view owns what it holds.
+    static UaVariant borrow(const OpcUa_Variant& variant);
+
     /// Takes the content of `variant` over without copying it and leaves `variant` empty.
     void attach(OpcUa_Variant& variant);
     void clear();
@@ -50,6 +54,13 @@ public:
     OpcUa_UInt32 dimensionSize() const;
     /// Lengths of a matrix's dimensions, outermost first; empty for anything else.
     void arrayDimensions(UaUInt32Array& dimensions) const;
+
+    /// A view of one element of an array or matrix, those of a matrix counted in row-major order: valid while
+    /// this one stays as it is. `index` must be below arraySize().
+    UaVariant element(OpcUa_UInt32 index) const;
+    /// The characters of a String where they lie: valid while this one stays as it is. Empty for anything
+    /// else.
+    OpcUa_String text() const;
 
     OpcUa_StatusCode toBoolean(OpcUa_Boolean& value) const;
     OpcUa_StatusCode toSByte(OpcUa_SByte& value) const;
@@ -113,6 +124,7 @@ private:
     void copyFrom(const OpcUa_Variant& source);
     void moveFrom(UaVariant& source) noexcept;
     void setInline(OpcUa_BuiltInType type, const void* value, std::size_t size);
+    bool isView() const;
     bool hasDimensions() const;
 
     OpcUa_Variant m_variant;
