@@ -30,6 +30,13 @@
 ///      6  浏览服务器出错，没有预存的节点信息    the record is not in the browse tree
 ///      7  读节点值出错                          reading failed
 ///      8  写节点值出错                          writing failed
+///      9  创建订阅通道失败, 删除订阅通道失败    the subscription could not be created, deleted
+///     10  -                                     the old subscription could not be replaced
+///     11  未创建订阅                            there is no subscription
+///     12  设置监视项出错                        the node can't be monitored
+///     13  删除监视项出错                        the item could not be removed
+///     14  清除所有监视项出错                    the items could not be removed
+///     15  未找到相应的监视项，确认此节点是否被监视  the node is not monitored
 ///     17  -                                     the client is incomplete
 ///     18  -                                     the discovery server did not answer
 ///     19  -                                     no endpoints could be had
@@ -106,11 +113,18 @@ public:
     /// What the application implements to be called back. The library never deletes it; it must outlive
     /// the client.
     ///
-    /// Subscriptions and certificates are not available in this version, so neither operation is called
-    /// yet. Both must not throw.
+    /// Certificates are not available in this version, so the second operation is not called yet.
     class OpcUaCallBack {
     public:
-        /// A value changed. Called on a thread of the library's own.
+        /// A value changed. Called on a thread of the library's own, one change at a time. Values that are
+        /// Bad or Uncertain are not delivered.
+        ///
+        /// While it runs nothing else is delivered; up to 200000 changes wait, then the oldest are dropped
+        /// with a line in the trace. It may use any client's values and browse, disconnect, and ask for
+        /// status and message. Of its own client it must not add, remove or clear items or delete or
+        /// replace the subscription: that waits for itself for good. And as long as another thread does
+        /// that, or calls OpcUaConnect, it must not read, write or browse: the two would wait for each
+        /// other. What it throws is traced and goes no further.
         virtual void OpcUaDataChange(_OpcUaDataChangeMsg message) = 0;
         /// Decides on a server certificate that is not trusted yet: 0 accepts it for this connection, 1
         /// trusts it for good, anything else rejects it. Called by OpcUaConnect on its own thread; of
@@ -259,25 +273,43 @@ public:
     ///         refused.
     int OpcUaSetValue(OpcUaNode* node, const void* buffer, int& size);
 
-    /// Not available in this version.
+    /// Creates the client's subscription (OPC UA Part 4, 5.14.2); one that exists is deleted first, with all
+    /// its items. Changes of the items that are added then reach OpcUaCallBack::OpcUaDataChange().
     ///
-    /// @return 3
+    /// @param publishingInterval milliseconds between two deliveries; passed on as it is, and the server
+    ///        revises it to what it can do
+    /// @return 0. 3: not connected. 9: the server refused. 10: the old subscription could not be deleted;
+    ///         it is forgotten all the same, there is none then, and the message is that of the delete.
     int OpcUaCreateSubScription(double publishingInterval);
-    /// Not available in this version.
+    /// Deletes the subscription with all its items (OPC UA Part 4, 5.14.8). No data change is delivered any
+    /// more when it returns: it waits for a callback that is running, so don't call it from inside one.
     ///
-    /// @return 3
+    /// @return 0. 3: not connected. 11: there is none. 9: the server refused; the subscription and its items
+    ///         are forgotten all the same.
     int OpcUaDeleteSubScription();
-    /// Not available in this version.
+
+    /// Monitors the value of a node (OPC UA Part 4, 5.13.2), sampled every 100 ms; the first value comes with
+    /// the next delivery, then every change. A copy of `node` is kept.
     ///
-    /// @return 29 when `node` is null, else 3
+    /// @param index one index a dimension, outermost first, to be told of one element of an array or matrix
+    ///        alone; null for the whole value. The server sends the whole value in either case.
+    /// @param count number of indices, at most 16; 0 for the whole value. A negative count makes an item that
+    ///        never delivers.
+    /// @return 0. 29: `node` is null, or `count` above 16. 3: not connected. 11: no subscription. 12: the
+    ///         server refused (the trace tells why), or there are 20000 items.
     int OpcUaAddMonitNode(OpcUaNode* node, unsigned long* index, int count);
-    /// Not available in this version.
+    /// Stops monitoring a node (OPC UA Part 4, 5.13.6): the first item, in the order of adding, whose
+    /// `nodeId` **begins with** the text of this one's. "ns=2;s=Tank" removes "ns=2;s=Tank1" if that came
+    /// first. With indices the item must have been added with the very same ones; without, any item of the
+    /// node will do. One item a call.
     ///
-    /// @return 29 when `node` is null, else 3
+    /// @return 0. 29, 3, 11: as OpcUaAddMonitNode(). 15: no such item. 13: the server refused; the item
+    ///         stays.
     int OpcUaRemoveMonitNode(OpcUaNode* node, unsigned long* index, int count);
-    /// Not available in this version.
+    /// Stops monitoring all nodes in one request.
     ///
-    /// @return 3
+    /// @return 0, also when there are none. 3: not connected. 11: no subscription. 14: the server refused;
+    ///         the items stay.
     int OpcUaClearMonitNode();
 
     /// The root of the browse tree, null before the first OpcUaBrowse(). Follow `child` and `next` from
@@ -352,9 +384,17 @@ public:
     ///
     /// @return as OpcUaGetMultiValue()
     int OpcUaSetMultiValue(OpcUa_WriteNode* nodes, int count);
-    /// Not available in this version: sets `result` of every node to 3.
+    /// Monitors the whole values of `count` nodes, sent to the server in requests of 20. See
+    /// OpcUaAddMonitNode().
     ///
-    /// @return as OpcUaGetMultiValue()
+    /// Look at every node's `result`: 0 monitored, 12 refused (the trace tells why), 3 not connected, 11 no
+    /// subscription.
+    ///
+    /// Client handles number 20000 items and then begin anew. There is no limit here, but an item beyond it
+    /// takes the place of the oldest: that one is forgotten, and the server goes on sampling it.
+    ///
+    /// @return 29 when `nodes` is null or `count` below 1 (no node is touched); 3 when the connection is
+    ///         lost; else 0, also without a session
     int OpcUaAddMultiMonitNode(OpcUaNode* nodes, int count);
 
 private:

@@ -190,12 +190,23 @@ struct _monitItemMsg {
 };
 
 /// One data change.
+///
+///     dataType            value                                       valueSize
+///     Boolean             1 byte, 0 or 1                              1
+///     other numbers       their width, host byte order, unaligned     1, 2, 4 or 8
+///     String to 255 bytes UTF-8 and a terminating zero                its length
+///     longer String       its first 256 bytes, no terminating zero    255
+///     Null                nothing                                     0
+///
+/// Of an array or matrix that was added without indices only `nodeId` and `dataType` have a meaning: read the
+/// value. For a type that this interface does not convert (DateTime, structures, ...) only `nodeId` and
+/// `arrayIndex` have.
 struct _OpcUaDataChangeMsg {
-    char nodeId[256];
+    char nodeId[256]; ///< of the record that was added; may fill the field
     _OpcUaDataType dataType;
     char value[256];
     int valueSize;
-    _ArrayType arrayIndex; ///< the element that the application selected
+    _ArrayType arrayIndex; ///< the element that the application selected; `kind` 0 for the whole value
 };
 
 #endif

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <map>
 
 #include <pthread.h>
@@ -24,14 +25,29 @@ public:
 
     void connectionStatusChanged(unsigned int clientConnectionId,
                                  UaClientSdk::UaClient::ServerStatus status) override;
+    void subscriptionStatusChanged(unsigned int clientSubscriptionHandle, const UaStatus& status) override;
+    /// Hands every value that is good to the application, as the item asked for it. Holds the bookkeeping
+    /// mutex from beginning to end.
+    void dataChange(unsigned int clientSubscriptionHandle, const UaMonitoredItemNotifications& notifications,
+                    const UaDiagnosticInfos& diagnostics) override;
+    void newEvents(unsigned int clientSubscriptionHandle, UaEventFieldLists& events) override;
 
-    /// Drops the records of all monitored items with the node copies they own.
+    /// Position of a matrix element in row-major order (flatPosition()).
+    int ChangeArray(unsigned long* index, unsigned long* dims, int n);
+
+    using MonitoredItems = std::map<unsigned long, _monitItemMsg>;
+
+    /// Adds the record of an item with a copy of its node. Replaces the one that has the client handle.
+    OPCUACLIENT_LOCAL void keepMonitoredItem(unsigned long monitoredItemId, unsigned long clientHandle,
+                                             const OpcUaNode& node, const _ArrayType& selection);
+    /// Drops one record, or all of them, with the node copies they own.
+    OPCUACLIENT_LOCAL void forgetMonitoredItem(MonitoredItems::iterator item);
     OPCUACLIENT_LOCAL void forgetMonitoredItems();
 
-    int connectionStatus;                                  ///< last status reported, 0 before the first
-    pthread_mutex_t statusMutex;                           ///< guards connectionStatus
-    pthread_mutex_t bookkeepingMutex;                      ///< guards monitoredItems
-    std::map<unsigned long, _monitItemMsg> monitoredItems; ///< key: client handle - 1
-    void* applicationCallback; ///< COpcUaClientInterface::OpcUaCallBack, the application's own
+    int connectionStatus;                   ///< last status reported, 0 before the first
+    pthread_mutex_t statusMutex;            ///< guards connectionStatus
+    pthread_mutex_t bookkeepingMutex;       ///< guards monitoredItems
+    MonitoredItems monitoredItems;          ///< key: client handle - 1
+    std::atomic<void*> applicationCallback; ///< COpcUaClientInterface::OpcUaCallBack, the application's own
     void* owningClient;
 };

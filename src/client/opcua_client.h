@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <map>
 #include <memory>
 
 #include <pthread.h>
@@ -76,6 +77,9 @@ public:
 
     /// Position of a matrix element in row-major order (flatPosition()).
     int ChangeArray(unsigned long* index, unsigned long* dims, int count);
+    /// Copies the records of all monitored items under 0, 1, 2, ... into `out`, which is not cleared. They
+    /// share the node copies with the client. Takes no lock: not while items come or go.
+    void ReturnMonitorItemMsg(std::map<unsigned int, _monitItemMsg>& out);
 
 private:
     /// Stores the message of a failure and returns its code.
@@ -105,13 +109,24 @@ private:
     OPCUACLIENT_LOCAL void serveBatch(UaClientSdk::UaSession& session, OpcUa_ReadNode* nodes, int count);
     OPCUACLIENT_LOCAL void serveBatch(UaClientSdk::UaSession& session, OpcUa_WriteNode* nodes, int count);
 
+    /// Calls `action` with the subscription while the bookkeeping of its items is locked, or tells why not.
+    template <typename Action>
+    OPCUACLIENT_LOCAL int withMonitoredItems(const Failure& sinkMissing, Action action);
+    OPCUACLIENT_LOCAL int addItem(UaClientSdk::UaSubscription& subscription, OpcUaNode& node,
+                                  const unsigned long* index, int count);
+    OPCUACLIENT_LOCAL void addBatch(UaClientSdk::UaSubscription& subscription, OpcUaNode* nodes, int count);
+    OPCUACLIENT_LOCAL int removeItem(UaClientSdk::UaSubscription& subscription, const OpcUaNode& node,
+                                     const unsigned long* index, int count);
+    OPCUACLIENT_LOCAL int removeAllItems(UaClientSdk::UaSubscription& subscription);
+
     OpcUaNode* m_browseCursor; ///< root that browsing made last; a record of the browse tree
     std::atomic<const char*> m_errorText;
     std::shared_ptr<UaClientSdk::UaSession> m_session; ///< null while not connected; read and set atomically
-    UaClientSdk::UaSubscription* m_subscription;       ///< the session's own; null when there is none
+    /// The session's own; null when there is none. A callback may disconnect while others look.
+    std::atomic<UaClientSdk::UaSubscription*> m_subscription;
     std::unique_ptr<COpcUaNodelist> m_nodeList;
     std::unique_ptr<CCallback> m_callback;
-    unsigned int m_monitoredItemHandle;
+    unsigned int m_monitoredItemHandle; ///< key of the next monitored item
     void* m_owningClient;
     std::unique_ptr<Configuration> m_configuration;
     void* m_applicationCallback; ///< COpcUaClientInterface::OpcUaCallBack, the application's own

@@ -19,9 +19,24 @@ constexpr Failure nodeIdInvalid{5, "组合节点ID错误"};
 constexpr Failure nodeNotBrowsed{6, "浏览服务器出错，没有预存的节点信息"};
 constexpr Failure readFailed{7, "读节点值出错"};
 constexpr Failure writeFailed{8, "写节点值出错"};
+constexpr Failure createSubscriptionFailed{9, "创建订阅通道失败"};
+constexpr Failure deleteSubscriptionFailed{9, "删除订阅通道失败"};
+constexpr Failure noSubscription{11, "未创建订阅"};
+constexpr Failure monitorFailed{12, "设置监视项出错"};
+constexpr Failure unmonitorFailed{13, "删除监视项出错"};
+constexpr Failure clearFailed{14, "清除所有监视项出错"};
+constexpr Failure notMonitored{15, "未找到相应的监视项，确认此节点是否被监视"};
 constexpr Failure invalidArgument{29, "传入的参数为空或者无效"};
 
+// Without the sink of the callbacks every operation on the subscription answers its own code.
+constexpr const char* sinkMissingText = "回调指针为空";
+constexpr Failure deleteWithoutSink{10, sinkMissingText};
+constexpr Failure monitorWithoutSink{12, sinkMissingText};
+constexpr Failure unmonitorWithoutSink{13, sinkMissingText};
+constexpr Failure clearWithoutSink{14, sinkMissingText};
+
 // Codes that leave the message of an earlier failure in place.
+constexpr int subscriptionNotReplaced = 10;
 constexpr int callbackSinkMissing = 17;
 constexpr int findServersFailed = 18;
 constexpr int getEndpointsFailed = 19;

@@ -1,43 +1,91 @@
-#include "client/callback.h"
-#include "client/mutex_lock.h"
-#include "client/opcua_client.h"
+#include <algorithm>
 
-// Without subscriptions nothing can be monitored: every operation finds no connection that it could use.
+#include "client/text_field.h"
+#include "subscription/monitored_items_lock.h"
+#include "subscription/selection.h"
+#include "uabase/trace.h"
+#include "values/value_service.h"
 
-void CCallback::forgetMonitoredItems() {
-    for (auto& item : monitoredItems) {
-        delete item.second.node;
-    }
-    monitoredItems.clear();
+using namespace UaClientSdk;
+
+namespace {
+
+constexpr unsigned int maximumItems = 20000;
+constexpr int batchSize = 20;
+
+unsigned int keyAfter(unsigned int key) {
+    return key + 1 < maximumItems ? key + 1 : 0;
 }
 
-int COpcUaClient::OpcUaCreateSubScription(double) {
-    const MutexLock lock(m_mutex);
-    return fail(result::notConnected);
+/// OPC UA Part 4, 7.21: an item reports the node's latest value, sampled every 100 ms.
+void describeItem(OpcUa_MonitoredItemCreateRequest& request, const UaNodeId& id, unsigned int key) {
+    nameValue(request.itemToMonitor, id);
+    request.monitoringMode = OpcUa_MonitoringMode_Reporting;
+    request.requestedParameters.clientHandle = key + 1;
+    request.requestedParameters.samplingInterval = 100.0;
+    request.requestedParameters.queueSize = 1;
+    request.requestedParameters.discardOldest = true;
 }
 
-int COpcUaClient::OpcUaDeleteSubScription() {
-    return fail(result::notConnected);
+void traceRefused(const OpcUaNode& node, UaStatus status) {
+    const std::string_view id = fieldText(node.nodeId);
+    UaTrace::write(UaTrace::Warnings, "subscription", "%.*s is not monitored: %s",
+                   static_cast<int>(id.size()), id.data(), status.name());
 }
 
-int COpcUaClient::OpcUaAddMonitNode(OpcUaNode* node, unsigned long*, int) {
+/// An answer that is shorter than the question can't be told apart item by item.
+UaStatus createItems(UaSubscription& subscription, const UaMonitoredItemCreateRequests& requests,
+                     UaMonitoredItemCreateResults& results) {
+    ServiceSettings settings;
+    const UaStatus status =
+        subscription.createMonitoredItems(settings, OpcUa_TimestampsToReturn_Both, requests, results);
+    return status.isGood() && results.length() < requests.length() ? UaStatus(OpcUa_BadUnexpectedError)
+                                                                   : status;
+}
+
+} // namespace
+
+int COpcUaClient::OpcUaAddMonitNode(OpcUaNode* node, unsigned long* index, int count) {
     if (!node) {
         return fail(result::invalidArgument);
     }
     const MutexLock lock(m_mutex);
-    return fail(result::notConnected);
+    if (!connectedSession()) {
+        return fail(result::notConnected);
+    }
+    return withMonitoredItems(result::monitorWithoutSink, [&](UaSubscription& subscription) {
+        return addItem(subscription, *node, index, count);
+    });
 }
 
-int COpcUaClient::OpcUaRemoveMonitNode(OpcUaNode* node, unsigned long*, int) {
-    if (!node) {
+int COpcUaClient::addItem(UaSubscription& subscription, OpcUaNode& node, const unsigned long* index,
+                          int count) {
+    if (m_callback->monitoredItems.size() >= maximumItems) {
+        return fail(result::monitorFailed);
+    }
+    UaNodeId id;
+    if (!SetNodeID(&node, &id)) {
+        return fail(result::nodeIdInvalid);
+    }
+    _ArrayType selection;
+    if (!makeSelection(index, count, selection)) {
         return fail(result::invalidArgument);
     }
-    const MutexLock lock(m_mutex);
-    return fail(result::notConnected);
-}
-
-int COpcUaClient::OpcUaClearMonitNode() {
-    return fail(result::notConnected);
+    UaMonitoredItemCreateRequests requests;
+    requests.create(1);
+    describeItem(requests[0], id, m_monitoredItemHandle);
+    UaMonitoredItemCreateResults results;
+    UaStatus status = createItems(subscription, requests, results);
+    if (status.isGood()) {
+        status = results[0].statusCode;
+    }
+    if (status.isNotGood()) {
+        traceRefused(node, status);
+        return fail(result::monitorFailed);
+    }
+    m_callback->keepMonitoredItem(results[0].monitoredItemId, m_monitoredItemHandle + 1UL, node, selection);
+    m_monitoredItemHandle = keyAfter(m_monitoredItemHandle);
+    return result::success;
 }
 
 int COpcUaClient::OpcUaAddMultiMonitNode(OpcUaNode* nodes, int count) {
@@ -45,10 +93,49 @@ int COpcUaClient::OpcUaAddMultiMonitNode(OpcUaNode* nodes, int count) {
         return fail(result::invalidArgument);
     }
     const MutexLock lock(m_mutex);
-    fail(result::notConnected);
-    for (int i = 0; i < count; ++i) {
-        nodes[i].result = result::notConnected.code;
+    const auto current = session();
+    int code = result::notConnected.code;
+    if (!current || !current->isConnected()) {
+        fail(result::notConnected);
+    } else {
+        code = withMonitoredItems(result::monitorWithoutSink, [&](UaSubscription& subscription) {
+            for (int done = 0; done < count; done += batchSize) {
+                addBatch(subscription, nodes + done, std::min(count - done, batchSize));
+            }
+            return result::success;
+        });
     }
-    // Without a session the nodes' own results tell all.
-    return session() ? result::notConnected.code : result::success;
+    if (code == result::success) {
+        return code;
+    }
+    std::for_each(nodes, nodes + count, [code](OpcUaNode& node) { node.result = code; });
+    // Unless the connection was lost, the nodes' own results tell all.
+    return current && code == result::notConnected.code ? code : result::success;
+}
+
+void COpcUaClient::addBatch(UaSubscription& subscription, OpcUaNode* nodes, int count) {
+    UaMonitoredItemCreateRequests requests;
+    requests.create(static_cast<OpcUa_UInt32>(count));
+    for (OpcUa_UInt32 i = 0; i < requests.length(); ++i) {
+        UaNodeId id;
+        SetNodeID(&nodes[i], &id);
+        describeItem(requests[i], id, m_monitoredItemHandle);
+        m_monitoredItemHandle = keyAfter(m_monitoredItemHandle);
+    }
+    UaMonitoredItemCreateResults results;
+    const UaStatus serviceStatus = createItems(subscription, requests, results);
+    for (OpcUa_UInt32 i = 0; i < requests.length(); ++i) {
+        const UaStatus status = serviceStatus.isGood() ? UaStatus(results[i].statusCode) : serviceStatus;
+        if (status.isNotGood()) {
+            traceRefused(nodes[i], status);
+            if (serviceStatus.isGood()) {
+                fail(result::monitorFailed);
+            }
+            nodes[i].result = result::monitorFailed.code;
+            continue;
+        }
+        m_callback->keepMonitoredItem(results[i].monitoredItemId,
+                                      requests[i].requestedParameters.clientHandle, nodes[i], {});
+        nodes[i].result = result::success;
+    }
 }

@@ -25,7 +25,14 @@ struct StoreVisitor {
     void operator()(Number) const {
         storeNumber(Number::get(value), buffer, size);
     }
-    void operator()(StringType) const { storeText(viewOf(value.toString()), buffer, size); }
+    void operator()(StringType) const {
+        // A text is taken from where it lies; only what must be converted first is copied.
+        if (value.type() == OpcUaType_String) {
+            storeText(viewOf(value.text()), buffer, size);
+        } else {
+            storeText(viewOf(value.toString()), buffer, size);
+        }
+    }
     void operator()(NullType) const { size = 0; }
     void operator()(UnknownType) const {}
 };

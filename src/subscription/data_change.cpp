@@ -1,0 +1,110 @@
+#include <cstring>
+#include <exception>
+
+#include "OpcUaClientInterface.h"
+#include "client/callback.h"
+#include "client/mutex_lock.h"
+#include "uabase/trace.h"
+#include "values/element_position.h"
+#include "values/value_buffer.h"
+
+namespace {
+
+using Application = COpcUaClientInterface::OpcUaCallBack;
+
+/// Of any other type neither number nor content reaches a message.
+bool isConverted(const UaVariant& value) {
+    return value.type() <= OpcUaType_String;
+}
+
+_OpcUaDataType typeOf(const UaVariant& value) {
+    return static_cast<_OpcUaDataType>(value.type());
+}
+
+void storeScalar(const UaVariant& value, _OpcUaDataChangeMsg& message) {
+    message.valueSize = sizeof message.value;
+    storeValue(value, typeOf(value), message.value, message.valueSize);
+}
+
+/// Of an array or matrix the type alone: which element is wanted is not known yet.
+void describe(const UaVariant& value, _OpcUaDataChangeMsg& message) {
+    if (!isConverted(value)) {
+        return;
+    }
+    message.dataType = typeOf(value);
+    if (!value.isArray() && !value.isMatrix()) {
+        storeScalar(value, message);
+    }
+}
+
+/// Null when there is none.
+const _monitItemMsg* itemOf(const CCallback::MonitoredItems& items, OpcUa_UInt32 clientHandle) {
+    // Handles begin with 1: no record has the key that comes out for 0.
+    const auto item = items.find(static_cast<unsigned long>(clientHandle) - 1);
+    return item == items.end() ? nullptr : &item->second;
+}
+
+/// Puts the element that the item asks for in the place of the whole value. False when there is none.
+bool selectElement(const _ArrayType& selection, const UaVariant& value, _OpcUaDataChangeMsg& message) {
+    if (selection.kind == 0) {
+        return true;
+    }
+    unsigned int position = 0;
+    if (!findPosition(value, selection.dims, selection.dimCount, position)) {
+        return false;
+    }
+    if (!isConverted(value)) {
+        return true;
+    }
+    if (position >= value.arraySize()) {
+        return false;
+    }
+    storeScalar(value.element(position), message);
+    return true;
+}
+
+/// What the application throws must not keep the other changes from it.
+void deliver(Application& application, const _OpcUaDataChangeMsg& message) {
+    try {
+        application.OpcUaDataChange(message);
+    } catch (const std::exception& error) {
+        UaTrace::write(UaTrace::Errors, "callback", "the application's callback threw: %s", error.what());
+    } catch (...) {
+        UaTrace::write(UaTrace::Errors, "callback", "the application's callback threw");
+    }
+}
+
+} // namespace
+
+void CCallback::subscriptionStatusChanged(unsigned int, const UaStatus&) {}
+
+void CCallback::newEvents(unsigned int, UaEventFieldLists&) {}
+
+void CCallback::dataChange(unsigned int, const UaMonitoredItemNotifications& notifications,
+                           const UaDiagnosticInfos&) {
+    const MutexLock lock(bookkeepingMutex);
+    auto* const application = static_cast<Application*>(applicationCallback.load());
+    _OpcUaDataChangeMsg message = {};
+    for (OpcUa_UInt32 i = 0; i < notifications.length(); ++i) {
+        const OpcUa_DataValue& change = notifications[i].value;
+        if (OpcUa_IsNotGood(change.status)) {
+            continue;
+        }
+        const UaVariant value = UaVariant::borrow(change.value);
+        describe(value, message);
+        const _monitItemMsg* const item = itemOf(monitoredItems, notifications[i].clientHandle);
+        if (!item || !selectElement(item->arrayIndex, value, message)) {
+            continue;
+        }
+        std::memcpy(message.nodeId, item->node->nodeId, sizeof message.nodeId);
+        message.arrayIndex = item->arrayIndex;
+        // From here on the record may be gone: the application may disconnect.
+        if (application) {
+            deliver(*application, message);
+        }
+    }
+}
+
+int CCallback::ChangeArray(unsigned long* index, unsigned long* dims, int n) {
+    return static_cast<int>(flatPosition(index, dims, n));
+}
