@@ -1,50 +1,14 @@
-#include <cstddef>
 #include <utility>
 
 #include <gtest/gtest.h>
 
+#include "support/allocation_counter.h"
 #include "uabase/node_id.h"
 #include "uabase/variant.h"
 
-// The C library's own allocator under the names that it reserves for this.
-// NOLINTBEGIN(readability-identifier-naming)
-extern "C" {
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* memory, std::size_t size);
-}
-// NOLINTEND(readability-identifier-naming)
-
-namespace {
-thread_local std::size_t allocations = 0;
-}
-
-// The libraries find these only when they are exported.
-#define VISIBLE __attribute__((visibility("default")))
-
-extern "C" VISIBLE void* malloc(std::size_t size) {
-    ++allocations;
-    return __libc_malloc(size);
-}
-extern "C" VISIBLE void* calloc(std::size_t count, std::size_t size) {
-    ++allocations;
-    return __libc_calloc(count, size);
-}
-extern "C" VISIBLE void* realloc(void* memory, std::size_t size) {
-    ++allocations;
-    return __libc_realloc(memory, size);
-}
-
-#undef VISIBLE
-
 namespace {
 
-template <typename Action>
-std::size_t allocationsDuring(Action action) {
-    const std::size_t before = allocations;
-    action();
-    return allocations - before;
-}
+using test_support::allocationsDuring;
 
 TEST(Allocation, TheCounterSeesBothWaysOfAllocating) {
     EXPECT_EQ(allocationsDuring([] { ::operator delete(::operator new(1)); }), 1U);
