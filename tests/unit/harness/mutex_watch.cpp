@@ -10,6 +10,7 @@
 #include <cstring>
 #include <string>
 
+#include "adopted_mutexes.h"
 #include "next_definition.h"
 #include "standin/standin.h"
 
@@ -25,6 +26,7 @@ std::atomic<std::size_t> lockCount{0};
 
 thread_local std::array<int, 16> heldNumbers;
 thread_local std::size_t heldCount = 0;
+thread_local bool adopting = false;
 
 /// Negative for a mutex that is not the library's.
 int numberOf(const pthread_mutex_t* mutex) {
@@ -75,6 +77,14 @@ void noteUnlocked(const pthread_mutex_t* mutex) {
 
 namespace mutex_watch {
 
+AdoptedMutexes::AdoptedMutexes() {
+    adopting = true;
+}
+
+AdoptedMutexes::~AdoptedMutexes() {
+    adopting = false;
+}
+
 void reset() {
     knownCount = 0;
     lockCount = 0;
@@ -115,7 +125,7 @@ UNIT_EXPORT int pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexat
     static const auto next =
         nextDefinition<int (*)(pthread_mutex_t*, const pthread_mutexattr_t*)>("pthread_mutex_init");
     const int result = next(mutex, attributes);
-    if (!calledByClientLibrary(__builtin_return_address(0)))
+    if (!adopting && !calledByClientLibrary(__builtin_return_address(0)))
         return result;
     const std::size_t number = knownCount.load();
     if (number == capacity)

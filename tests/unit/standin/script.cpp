@@ -18,7 +18,12 @@ void Script::reset() {
     onFindServers = nullptr;
     onGetEndpoints = nullptr;
     onSecurity = nullptr;
+    onCreateSubscription = nullptr;
+    onDeleteSubscription = nullptr;
+    onCreateItems = nullptr;
+    onDeleteItems = nullptr;
     m_sessionCallback = nullptr;
+    m_subscriptionCallback = nullptr;
     forgetCalls();
 }
 

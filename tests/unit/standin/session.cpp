@@ -1,16 +1,22 @@
 #include "uaclient/session.h"
 
+#include <algorithm>
 #include <atomic>
+#include <vector>
 
+#include "protocol_text.h"
 #include "standin.h"
+#include "subscription_impl.h"
 
 using standin::script;
+using standin::toText;
 
 namespace UaClientSdk {
 
 class UaSession::Impl {
 public:
     std::atomic<bool> connected{false};
+    std::vector<std::unique_ptr<UaSubscription>> subscriptions;
 };
 
 UaSession::UaSession() : m_impl(std::make_unique<Impl>()) {
@@ -41,8 +47,10 @@ UaStatus UaSession::disconnect(ServiceSettings& settings, bool deleteSubscriptio
     const standin::DisconnectRequest request{settings, deleteSubscriptions};
     script().record("UaSession::disconnect", this, request);
     const UaStatus status = script().onDisconnect ? script().onDisconnect(request) : UaStatus();
-    if (!status.isBad())
+    if (!status.isBad()) {
         m_impl->connected = false;
+        m_impl->subscriptions.clear();
+    }
     return status;
 }
 
@@ -51,23 +59,11 @@ bool UaSession::isConnected() const {
     return script().onIsConnected ? script().onIsConnected() : m_impl->connected.load();
 }
 
-namespace {
-
-std::string toText(const OpcUa_String& text) {
-    return UaString(text).text();
-}
-std::string toText(const OpcUa_NodeId& id) {
-    return UaNodeId(id).toXmlString().text();
-}
-
-} // namespace
-
 UaStatus UaSession::read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_TimestampsToReturn timestamps,
                          const UaReadValueIds& nodesToRead, UaDataValues& values, UaDiagnosticInfos&) {
     standin::ReadRequest request{settings, maxAge, timestamps, {}};
     for (const OpcUa_ReadValueId& item : nodesToRead) {
-        request.items.push_back(
-            {toText(item.nodeId), item.attributeId, toText(item.indexRange), toText(item.dataEncoding.name)});
+        request.items.push_back(standin::readItem(item));
     }
     script().record("UaSession::read", this, request);
     if (script().onRead)
@@ -92,6 +88,38 @@ UaStatus UaSession::write(ServiceSettings& settings, const UaWriteValues& nodesT
         return script().onWrite(request, results);
     results.create(nodesToWrite.length());
     return OpcUa_Good;
+}
+
+UaStatus UaSession::createSubscription(ServiceSettings& settings, UaSubscriptionCallback* callback,
+                                       unsigned int clientSubscriptionHandle,
+                                       SubscriptionSettings& parameters, unsigned char publishingEnabled,
+                                       UaSubscription** subscription) {
+    const standin::CreateSubscriptionRequest request{settings, callback, clientSubscriptionHandle, parameters,
+                                                     publishingEnabled};
+    script().record("UaSession::createSubscription", this, request);
+    script().setSubscriptionCallback(callback);
+    const UaStatus status =
+        script().onCreateSubscription ? script().onCreateSubscription(request) : UaStatus();
+    if (!status.isBad()) {
+        m_impl->subscriptions.push_back(
+            std::make_unique<UaSubscription>(std::make_unique<UaSubscription::Impl>()));
+        *subscription = m_impl->subscriptions.back().get();
+    }
+    return status;
+}
+
+UaStatus UaSession::deleteSubscription(ServiceSettings& settings, UaSubscription** subscription,
+                                       unsigned int wait) {
+    const standin::DeleteSubscriptionRequest request{settings, *subscription, wait};
+    script().record("UaSession::deleteSubscription", this, request);
+    const UaStatus status =
+        script().onDeleteSubscription ? script().onDeleteSubscription(request) : UaStatus();
+    auto& owned = m_impl->subscriptions;
+    owned.erase(std::remove_if(owned.begin(), owned.end(),
+                               [&](const auto& candidate) { return candidate.get() == *subscription; }),
+                owned.end());
+    *subscription = nullptr;
+    return status;
 }
 
 UaStatus UaSession::browse(ServiceSettings& settings, const UaNodeId& nodeToBrowse,

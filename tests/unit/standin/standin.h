@@ -79,6 +79,41 @@ struct BrowseNextRequest {
     const UaReferenceDescriptions* references;
 };
 
+struct CreateSubscriptionRequest {
+    UaClientSdk::ServiceSettings settings;
+    UaClientSdk::UaSubscriptionCallback* callback;
+    unsigned int clientHandle;
+    UaClientSdk::SubscriptionSettings parameters;
+    unsigned char publishingEnabled;
+};
+
+struct DeleteSubscriptionRequest {
+    UaClientSdk::ServiceSettings settings;
+    const UaClientSdk::UaSubscription* subscription;
+    unsigned int wait;
+};
+
+struct MonitorItem {
+    ReadItem node;
+    OpcUa_MonitoringMode mode;
+    OpcUa_UInt32 clientHandle;
+    OpcUa_Double samplingInterval;
+    bool hasFilter;
+    OpcUa_UInt32 queueSize;
+    bool discardOldest;
+};
+
+struct CreateItemsRequest {
+    UaClientSdk::ServiceSettings settings;
+    OpcUa_TimestampsToReturn timestamps;
+    std::vector<MonitorItem> items;
+};
+
+struct DeleteItemsRequest {
+    UaClientSdk::ServiceSettings settings;
+    std::vector<OpcUa_UInt32> ids;
+};
+
 /// Of findServers and getEndpoints alike; the last two tell which objects the caller used.
 struct DiscoveryRequest {
     UaClientSdk::ServiceSettings settings;
@@ -87,8 +122,10 @@ struct DiscoveryRequest {
     const UaClientSdk::ClientSecurityInfo* security;
 };
 
-using Arguments = std::variant<std::monostate, ConnectRequest, DisconnectRequest, ReadRequest, WriteRequest,
-                               BrowseRequest, BrowseNextRequest, DiscoveryRequest, std::string>;
+using Arguments =
+    std::variant<std::monostate, ConnectRequest, DisconnectRequest, ReadRequest, WriteRequest, BrowseRequest,
+                 BrowseNextRequest, DiscoveryRequest, CreateSubscriptionRequest, DeleteSubscriptionRequest,
+                 CreateItemsRequest, DeleteItemsRequest, std::string>;
 
 /// What the test program sees at the moment of a call, measured by its own probe.
 struct Surroundings {
@@ -105,8 +142,9 @@ struct Call {
 };
 
 /// Records and answers. Every answer has a default: services succeed, reads give good empty values, writes
-/// good results, browses and queries nothing; a session is connected from connect to disconnect. The stand-in
-/// reports no connection status by itself: that is sessionCallback()'s to do.
+/// good results, browses and queries nothing; a session is connected from connect to disconnect, and owns its
+/// subscriptions until then. A monitored item's id is its client handle + 5000. The stand-in reports nothing
+/// by itself: that is sessionCallback()'s and subscriptionCallback()'s to do.
 class UASDK_EXPORT Script {
 public:
     std::function<UaStatus(const ConnectRequest&)> onConnect;
@@ -120,6 +158,10 @@ public:
     std::function<UaStatus(const DiscoveryRequest&, UaEndpointDescriptions&)> onGetEndpoints;
     /// For every operation on a security info that has a status, by its name.
     std::function<UaStatus(const std::string& operation)> onSecurity;
+    std::function<UaStatus(const CreateSubscriptionRequest&)> onCreateSubscription;
+    std::function<UaStatus(const DeleteSubscriptionRequest&)> onDeleteSubscription;
+    std::function<UaStatus(const CreateItemsRequest&, UaMonitoredItemCreateResults&)> onCreateItems;
+    std::function<UaStatus(const DeleteItemsRequest&, UaStatusCodeArray&)> onDeleteItems;
     std::function<Surroundings()> probe;
 
     /// Forgets records and answers.
@@ -146,11 +188,17 @@ public:
     /// The callback that the last connect was given.
     UaClientSdk::UaSessionCallback* sessionCallback() const { return m_sessionCallback; }
     void setSessionCallback(UaClientSdk::UaSessionCallback* callback) { m_sessionCallback = callback; }
+    /// The callback that the last subscription was given.
+    UaClientSdk::UaSubscriptionCallback* subscriptionCallback() const { return m_subscriptionCallback; }
+    void setSubscriptionCallback(UaClientSdk::UaSubscriptionCallback* callback) {
+        m_subscriptionCallback = callback;
+    }
 
 private:
     mutable std::mutex m_mutex;
     std::vector<Call> m_calls;
     UaClientSdk::UaSessionCallback* m_sessionCallback = nullptr;
+    UaClientSdk::UaSubscriptionCallback* m_subscriptionCallback = nullptr;
 };
 
 UASDK_EXPORT Script& script();
