@@ -1,0 +1,59 @@
+#include "recording_application.h"
+
+namespace {
+
+using DataChangeThreads = MonitoringTest;
+
+TEST_F(DataChangeThreads, ReadersWritersAndAChangingSubscriptionShareTheClient) {
+    subscribe();
+    ASSERT_EQ(add(rack("Moving.Counter")), 0);
+    std::atomic<int> failures{0};
+    const auto readAndWrite = [this, &failures](const char* name) {
+        OpcUaNode record = recordOf(rack(name));
+        record.dataType = OpcUaDataType_Int32;
+        for (int i = 0; i < 200; ++i) {
+            int value = i;
+            int size = 4;
+            failures += client.OpcUaSetValue(&record, &value, size) == 0 ? 0 : 1;
+            failures += client.OpcUaGetValue(&record, &value, size) == 0 && value == i ? 0 : 1;
+        }
+    };
+    std::thread first(readAndWrite, "Scalar.Int32");
+    std::thread second(readAndWrite, "Changing.Status");
+    std::thread changer([this, &failures] {
+        OpcUaNode nodes[3] = {recordOf(rack("Moving.Sine")), recordOf(rack("Moving.Array")),
+                              recordOf(rack("Moving.Text"))};
+        for (int i = 0; i < 40; ++i) {
+            failures += client.OpcUaAddMultiMonitNode(nodes, 3) == 0 && nodes[2].result == 0 ? 0 : 1;
+            failures += remove(rack("Moving.Sine")) == 0 ? 0 : 1;
+            failures += remove(rack("Moving.Array")) == 0 ? 0 : 1;
+            failures += remove(rack("Moving.Text")) == 0 ? 0 : 1;
+        }
+    });
+    first.join();
+    second.join();
+    changer.join();
+    EXPECT_EQ(failures, 0);
+    EXPECT_TRUE(application.waitForCount(rack("Moving.Counter"), 3));
+}
+
+TEST_F(DataChangeThreads, SubscriptionsAreReplacedWhileChangesArrive) {
+    subscribe();
+    for (int i = 0; i < 10; ++i) {
+        ASSERT_EQ(add(rack("Moving.Counter")), 0);
+        ASSERT_TRUE(application.waitForCount(rack("Moving.Counter"), i + 1));
+        ASSERT_EQ(i % 2 ? client.OpcUaDeleteSubScription() : 0, 0);
+        ASSERT_EQ(client.OpcUaCreateSubScription(50), 0);
+    }
+}
+
+TEST_F(DataChangeThreads, TheServerDiesWhileChangesArrive) {
+    subscribe();
+    ASSERT_EQ(add(rack("Moving.Counter")), 0);
+    ASSERT_TRUE(application.waitForCount(rack("Moving.Counter"), 1));
+    server().kill(9);
+    EXPECT_TRUE(waitUntil([this] { return client.OpcUaGetConnectStatus() != connected; }));
+    EXPECT_EQ(client.OpcUaDisConnect(), 0);
+}
+
+} // namespace
