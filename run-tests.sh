@@ -4,18 +4,18 @@
 #   ./run-tests.sh              all stages, in this order:
 #                                 format  source files are formatted
 #                                 layers  nobody includes what is not theirs
-#                                 lint    clang: warnings are errors, clang-tidy
 #                                 asan    all suites under the address and undefined-behaviour sanitizers
 #                                 tsan    the suites with threads under the thread sanitizer
 #                                 dev     all suites plain
 #   ./run-tests.sh dev layers   some of them
+#   ./run-tests.sh lint         clang: warnings are errors, clang-tidy
 #
 # Nothing is skipped: a missing tool, a skipped or disabled test and a test that is no longer there are failures.
 set -euo pipefail
 cd "$(dirname "$0")"
 
 stages=("$@")
-[ ${#stages[@]} -gt 0 ] || stages=(format layers lint asan tsan dev)
+[ ${#stages[@]} -gt 0 ] || stages=(format layers asan tsan dev)
 jobs=$(nproc)
 
 . scripts/use-ccache.sh

@@ -38,7 +38,8 @@ TEST(VariantView, ACopyOwnsWhatItHolds) {
     UaVariant copy;
     {
         const UaVariant owner = threeTexts();
-        copy = UaVariant::borrow(owner.raw());
+        const UaVariant view = UaVariant::borrow(owner.raw());
+        copy = view;
         EXPECT_NE(copy.raw().data, owner.raw().data);
     }
     EXPECT_EQ(textOf(copy.element(2).text()), "two");

@@ -62,7 +62,8 @@ protected:
     /// A counter of the server's diagnostics.
     unsigned long diagnostics(const std::string& name);
 
-    /// Browses from the root along browse names, namespaces left out, and returns the last record, its children browsed.
+    /// Browses from the root along browse names, namespaces left out, and returns the last record, its
+    /// children browsed.
     OpcUaNode* browseTo(const std::vector<std::string>& path);
     OpcUaNode* childNamed(OpcUaNode* parent, const std::string& name);
     static std::vector<OpcUaNode*> childrenOf(const OpcUaNode* parent);

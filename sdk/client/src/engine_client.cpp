@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <new>
 #include <vector>
 
@@ -53,6 +54,12 @@ UaStatus parseUrl(const UaString& url, HostAndPort& result) {
     }
     result.host.assign(reinterpret_cast<const char*>(host.data), host.length);
     return status;
+}
+
+/// When a peer has closed its end, the engine looks at errno all the same: an EAGAIN left there by anything
+/// before makes it wait for a connection that is gone.
+void forgetErrors() {
+    errno = 0;
 }
 
 /// A send to a peer that has stopped reading blocks inside the engine; the kernel ends it after this time.
@@ -205,6 +212,7 @@ void EngineClient::waitForSocket(int timeout) const {
 
 void EngineClient::iterate() {
     m_delayedWork = false;
+    forgetErrors();
     UA_Client_run_iterate(m_client, 0);
 }
 
@@ -216,6 +224,7 @@ int EngineClient::untilNextTimer() const {
 
 void EngineClient::call(const void* request, const UA_DataType& requestType, void* response,
                         const UA_DataType& responseType) {
+    forgetErrors();
     __UA_Client_Service(m_client, request, &requestType, response, &responseType);
 }
 
