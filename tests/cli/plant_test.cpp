@@ -130,7 +130,8 @@ TEST_F(Plant, BrowseTellsShapesAndTypes) {
 }
 
 TEST_F(Plant, BrowsePathsLeadBack) {
-    for (const json& node : cliJson("browse", {"/TestRack/Names"})["nodes"]) {
+    const json names = cliJson("browse", {"/TestRack/Names"});
+    for (const json& node : names["nodes"]) {
         const bool cut = node["browseName"].get<std::string>().size() >= 256;
         if (cut || node["nodeId"].get<std::string>().size() >= 256)
             continue;
