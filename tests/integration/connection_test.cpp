@@ -192,8 +192,8 @@ TEST_F(Connection, TwoHundredCyclesLeaveNothing) {
     EXPECT_EQ(entriesOf("/proc/self/task"), threads);
     EXPECT_EQ(entriesOf("/proc/self/fd"), descriptors);
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    // One session holds more than 64 KiB: a leak of a single one in a hundred cycles would show. A sanitizer keeps freed
-    // memory itself, and finds leaks its own way.
+    // One session holds more than 64 KiB: a leak of a single one in a hundred cycles would show. A sanitizer
+    // keeps freed memory itself, and finds leaks its own way.
     EXPECT_LT(residentKilobytes() - memory, 1024);
 #else
     EXPECT_GT(memory, 0);
