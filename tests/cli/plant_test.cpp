@@ -23,6 +23,10 @@ namespace {
 
 const std::string rack = "ns=3;s=TestRack.";
 
+std::string scalar(const std::string& type) {
+    return rack + "Scalar." + type;
+}
+
 /// The command, the server's address, and the rest.
 class Plant : public testing::Test {
 protected:
@@ -212,7 +216,7 @@ TEST_F(Plant, ReadsEveryTypeByIdAndByPath) {
                                                           {"String", "Hello"}};
     Arguments nodes;
     for (const auto& [type, expected] : cases) {
-        nodes.push_back(rack + "Scalar." + type);
+        nodes.push_back(scalar(type));
         nodes.push_back("/TestRack/Scalar/" + type);
     }
     const json readings = cliJson("read", nodes)["nodes"];
@@ -220,7 +224,7 @@ TEST_F(Plant, ReadsEveryTypeByIdAndByPath) {
     for (std::size_t i = 0; i < readings.size(); ++i) {
         const auto& [type, expected] = cases[i / 2];
         EXPECT_EQ(readings[i]["node"], nodes[i]);
-        EXPECT_EQ(readings[i]["nodeId"], rack + "Scalar." + type);
+        EXPECT_EQ(readings[i]["nodeId"], scalar(type));
         EXPECT_EQ(readings[i]["type"], type);
         EXPECT_EQ(readings[i]["shape"], json::array());
         EXPECT_EQ(readings[i]["value"], expected);
@@ -329,12 +333,12 @@ TEST_F(Plant, WritesEveryType) {
         {"Double", "1e-300", 1e-300},
         {"String", "温度 °C", "温度 °C"}};
     for (const auto& [type, text, expected] : cases) {
-        const json written = cliJson("write", {rack + "Scalar." + type, text});
+        const json written = cliJson("write", {scalar(type), text});
         EXPECT_EQ(written["ok"], true);
-        EXPECT_EQ(written["nodeId"], rack + "Scalar." + type);
+        EXPECT_EQ(written["nodeId"], scalar(type));
         EXPECT_EQ(written["type"], type);
         EXPECT_EQ(written["value"], expected);
-        EXPECT_EQ(value(rack + "Scalar." + type), expected);
+        EXPECT_EQ(value(scalar(type)), expected);
     }
 }
 

@@ -47,7 +47,7 @@ std::string completeUrlInPlace(std::string& text) {
 } // namespace
 
 std::string completeUrl(const std::string& text) {
-    const std::string url = text.find("://") == std::string::npos ? std::string(scheme) + text : text;
+    std::string url = text.find("://") == std::string::npos ? std::string(scheme) + text : text;
     if (url.compare(0, scheme.size(), scheme) != 0)
         throw CLI::ValidationError("URL", "only opc.tcp:// addresses can be connected, not " + text);
     const std::string_view address = std::string_view(url).substr(scheme.size());
