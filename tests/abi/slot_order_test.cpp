@@ -10,22 +10,14 @@
 #include <new>
 #include <string>
 
-using testing::ElementsAre;
+#include "support/slots.h"
+
+using test_support::implementationOf;
+using test_support::implementationPlace;
+using test_support::slotAs;
+using test_support::slotOf;
 
 namespace {
-
-using Slot = void (*)();
-
-Slot slotOf(const void* object, std::size_t index) {
-    const Slot* table = nullptr;
-    std::memcpy(&table, object, sizeof table);
-    return table[index];
-}
-
-template <class Function>
-Function* slotAs(const void* object, std::size_t index) {
-    return reinterpret_cast<Function*>(slotOf(object, index));
-}
 
 constexpr std::array<const char*, 25> slotNames = {
     "destructor",
@@ -234,15 +226,11 @@ TEST_F(ClientSlots, SecondSlotDestroysAndFreesTheMemory) {
 // A facade whose implementation is exchanged, which an application cannot do.
 class FacadeForwards : public testing::Test {
 protected:
-    FacadeForwards() { exchangeImplementation(&recorder, &original); }
-    ~FacadeForwards() override { exchangeImplementation(original, nullptr); }
+    FacadeForwards() { exchangeImplementation(&recorder); }
+    ~FacadeForwards() override { exchangeImplementation(original); }
 
-    void exchangeImplementation(COpcUaClientImp* now, COpcUaClientImp** before) {
-        char* const place = reinterpret_cast<char*>(&facade) + sizeof(void*);
-        if (before) {
-            std::memcpy(before, place, sizeof *before);
-        }
-        std::memcpy(place, &now, sizeof now);
+    void exchangeImplementation(COpcUaClientImp* now) {
+        std::memcpy(implementationPlace(facade), &now, sizeof now);
     }
     std::string call(int result) {
         EXPECT_EQ(result, RecordingClient::answer)
@@ -254,7 +242,7 @@ protected:
     std::string ran;
     RecordingClient recorder{*sent, ran};
     COpcUaClientInterface facade;
-    COpcUaClientImp* original = nullptr;
+    COpcUaClientImp* const original = implementationOf(facade);
 };
 
 TEST_F(FacadeForwards, EveryCallWithItsArgumentsAndResult) {
@@ -288,7 +276,7 @@ TEST_F(FacadeForwards, EveryCallWithItsArgumentsAndResult) {
 }
 
 TEST_F(FacadeForwards, InstallCallbackAnswers17WithoutImplementation) {
-    exchangeImplementation(nullptr, nullptr);
+    exchangeImplementation(nullptr);
     EXPECT_EQ(facade.installOpcUaCallBack(nullptr), 17);
     EXPECT_EQ(ran, "");
 }
@@ -323,8 +311,7 @@ TEST(LibrarySlots, HoldTheExportedMembers) {
         "_ZN12COpcUaClient22OpcUaAddMultiMonitNodeEP9OpcUaNodei",
     };
     const auto facade = std::make_unique<COpcUaClientInterface>();
-    const void* client = nullptr;
-    std::memcpy(&client, reinterpret_cast<const char*>(facade.get()) + sizeof(void*), sizeof client);
+    const void* const client = implementationOf(*facade);
     for (std::size_t slot = 0; slot < symbols.size(); ++slot) {
         Dl_info found{};
         ASSERT_NE(dladdr(reinterpret_cast<void*>(slotOf(client, slot)), &found), 0) << slotNames[slot];
