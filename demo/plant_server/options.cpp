@@ -66,6 +66,11 @@ void addLimitOptions(CLI::App& app, Options& options) {
     app.add_option("--max-nodes-per-write", options.maxNodesPerWrite, "Operation limit; 0 none");
     app.add_option("--max-nodes-per-browse", options.maxNodesPerBrowse, "Operation limit; 0 none");
     app.add_option("--max-nodes-per-monitor", options.maxItemsPerMonitorCall, "Operation limit; 0 none");
+    app.add_option("--max-items", options.maxItems, "Monitored items of all clients together; 0 no limit");
+    app.add_option("--max-lifetime", options.maxLifetime,
+                   "Publishing intervals that a subscription outlives its client's last request")
+        ->check(CLI::Range(3, 1000000))
+        ->capture_default_str();
 }
 
 void addPlantOptions(CLI::App& app, Options& options) {

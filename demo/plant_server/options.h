@@ -19,6 +19,8 @@ struct Options {
     UA_UInt32 maxNodesPerWrite = 0;
     UA_UInt32 maxNodesPerBrowse = 0;
     UA_UInt32 maxItemsPerMonitorCall = 0;
+    UA_UInt32 maxItems = 0;
+    UA_UInt32 maxLifetime = 15000;
     UA_UInt16 maxSessions = 1000;
     TagOptions tags;
     LoginOptions logins;

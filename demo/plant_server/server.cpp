@@ -89,6 +89,8 @@ UA_ServerConfig Server::configuration() {
     config.maxNodesPerWrite = m_options.maxNodesPerWrite;
     config.maxNodesPerBrowse = m_options.maxNodesPerBrowse;
     config.maxMonitoredItemsPerCall = m_options.maxItemsPerMonitorCall;
+    config.maxMonitoredItems = m_options.maxItems;
+    config.lifeTimeCountLimits.max = m_options.maxLifetime;
     config.maxSessions = m_options.maxSessions;
     // Clients that only discover need a channel too, and a closed one takes a moment to go.
     config.maxSecureChannels = static_cast<UA_UInt16>(m_options.maxSessions + 100);

@@ -36,6 +36,8 @@ TEST_F(PlantOptions, HelpNamesEveryOptionAndGivesExamples) {
                                "--max-nodes-per-write",
                                "--max-nodes-per-browse",
                                "--max-nodes-per-monitor",
+                               "--max-items",
+                               "--max-lifetime",
                                "--max-sessions",
                                "--users",
                                "--insecure-passwords",

@@ -83,6 +83,7 @@ MessageProxy::MessageProxy(std::uint16_t targetPort) : m_targetPort(targetPort) 
 
 MessageProxy::~MessageProxy() {
     m_stop = true;
+    resume();
     close(m_stopPipe[1]); // every poll sees the end of this pipe
     for (std::size_t i = 0;; ++i) {
         std::thread thread;
@@ -112,6 +113,27 @@ void MessageProxy::limitServerMessages(int count, Afterwards then) {
 
 void MessageProxy::unlimited() {
     limitServerMessages(-1, Afterwards::Forward);
+}
+
+void MessageProxy::pause() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_paused = true;
+}
+
+void MessageProxy::resume() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_paused = false;
+    m_resumed.notify_all();
+}
+
+void MessageProxy::waitWhilePaused() {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_resumed.wait(lock, [this] { return !m_paused; });
+}
+
+void MessageProxy::changeServerMessages(std::function<void(std::vector<char>& body)> change) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_change = std::move(change);
 }
 
 void MessageProxy::closeAll() {
@@ -153,6 +175,7 @@ void MessageProxy::serve(Link link) {
         if (poll(entries, 3, -1) < 0 || m_stop) {
             break;
         }
+        waitWhilePaused();
         if (entries[0].revents != 0) {
             alive = passBytes(link.client, link.server);
         }
@@ -186,6 +209,12 @@ bool MessageProxy::passServerMessage(const Link& link) {
         return false;
     }
     if (mayPass()) {
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            if (m_change) {
+                m_change(body);
+            }
+        }
         return writeAll(link.client, header, headerSize) && writeAll(link.client, body.data(), body.size());
     }
     const std::lock_guard<std::mutex> lock(m_mutex);

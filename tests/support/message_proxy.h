@@ -1,7 +1,9 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -10,7 +12,7 @@
 namespace test_support {
 
 /// Stands between a client and a server on loopback and can make the server look as if it fell silent, or
-/// hung up, after any number of its messages. Bytes pass unchanged.
+/// hung up, after any number of its messages. Bytes pass unchanged unless a test changes them.
 class MessageProxy {
 public:
     enum class Afterwards { Forward, Stall, Close };
@@ -27,6 +29,11 @@ public:
     void limitServerMessages(int count, Afterwards then);
     /// Lets everything through again that comes from now on.
     void unlimited();
+    /// Holds everything back, in both directions, until resume(): nothing is lost.
+    void pause();
+    void resume();
+    /// Shows every message of the server, without its header of 8 bytes, to `change` before it goes on.
+    void changeServerMessages(std::function<void(std::vector<char>& body)> change);
     /// Closes every connection.
     void closeAll();
 
@@ -45,6 +52,7 @@ private:
     void serve(Link link);
     bool passServerMessage(const Link& link);
     bool mayPass();
+    void waitWhilePaused();
 
     std::uint16_t m_targetPort;
     std::uint16_t m_port = 0;
@@ -57,6 +65,9 @@ private:
     std::mutex m_mutex;
     int m_limit = -1;
     Afterwards m_afterwards = Afterwards::Forward;
+    bool m_paused = false;
+    std::condition_variable m_resumed;
+    std::function<void(std::vector<char>&)> m_change;
     std::vector<Link> m_links;
     std::vector<std::thread> m_threads;
 };

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <new>
 #include <vector>
 
@@ -28,6 +29,9 @@ constexpr UA_UInt32 maxChunkCount = 256;
 
 /// The first connection, one more for the URL that the server announces, one more for the chosen endpoint.
 constexpr int maxConnectionsPerConnect = 3;
+
+/// The engine's log is the only place where it tells of this answer to a publish request.
+constexpr char noSubscriptionMessage[] = "Received BadNoSubscription";
 
 constexpr UA_UInt16 defaultPort = 4840;
 constexpr int housekeepingInterval = 1000;
@@ -148,6 +152,7 @@ EngineClient::EngineClient(Purpose purpose, const EngineSetup& setup)
         destroyEventLoop();
         throw std::bad_alloc();
     }
+    m_publishRequests = this->config().outStandingPublishRequests;
 }
 
 EngineClient::~EngineClient() {
@@ -226,6 +231,20 @@ void EngineClient::call(const void* request, const UA_DataType& requestType, voi
                         const UA_DataType& responseType) {
     forgetErrors();
     __UA_Client_Service(m_client, request, &requestType, response, &responseType);
+}
+
+void EngineClient::expectSubscription() {
+    m_noSubscriptionAnswers = 0;
+    config().outStandingPublishRequests = static_cast<UA_UInt16>(m_publishRequests);
+}
+
+/// The engine asks anew at once, thousands of times a second. Requests that waited when the last subscription
+/// was deleted get this answer too; only one more than those shows that the server has lost one.
+void EngineClient::noSubscriptionAnswered() {
+    ++m_noSubscriptionAnswers;
+    if (isWithoutSubscription()) {
+        config().outStandingPublishRequests = 0;
+    }
 }
 
 void EngineClient::closeSession(bool deleteSubscriptions, UA_UInt32 timeout) {
@@ -376,7 +395,10 @@ UA_StatusCode EngineClient::send(UA_ConnectionManager* manager, uintptr_t connec
 
 void EngineClient::log(void* self, UA_LogLevel level, UA_LogCategory category, const char* format,
                        va_list args) {
-    if (!static_cast<EngineClient*>(self)->m_quiet) {
+    auto* client = static_cast<EngineClient*>(self);
+    if (std::strncmp(format, noSubscriptionMessage, sizeof noSubscriptionMessage - 1) == 0) {
+        client->noSubscriptionAnswered();
+    } else if (!client->m_quiet) {
         writeEngineLog(level, category, format, args);
     }
 }

@@ -57,6 +57,11 @@ public:
     void call(const void* request, const UA_DataType& requestType, void* response,
               const UA_DataType& responseType);
 
+    /// To be called before a subscription is created.
+    void expectSubscription();
+    /// Whether the server has told, since then, that it knows of no subscription in the session.
+    bool isWithoutSubscription() const { return m_noSubscriptionAnswers > m_publishRequests; }
+
     /// Gives the connection up: no state is reported any more and close() waits for nothing.
     void abandon() {
         m_usable = false;
@@ -91,6 +96,7 @@ private:
     static void addDelayedCallback(UA_EventLoop* loop, UA_DelayedCallback* callback);
     static void log(void* self, UA_LogLevel level, UA_LogCategory category, const char* format, va_list args);
     void cutWaitShort();
+    void noSubscriptionAnswered();
 
     Purpose m_purpose;
     UaStatus m_setupStatus;
@@ -113,6 +119,9 @@ private:
     UA_NodeId m_createdSession = UA_NODEID_NULL;
     UA_ByteString m_createdSessionNonce = UA_BYTESTRING_NULL;
     bool m_quiet = false;
+
+    int m_publishRequests = 0; ///< that the engine keeps waiting at the server
+    int m_noSubscriptionAnswers = 0;
 
     bool m_delayedWork = false;
     UA_DelayedCallback m_wakeUp{};

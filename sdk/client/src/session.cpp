@@ -200,6 +200,9 @@ void UaSession::Impl::subscriptionSpeaks() {
 
 void UaSession::Impl::handOverNotifications() {
     for (const auto& subscription : m_subscriptions) {
+        if (m_engine->isWithoutSubscription()) {
+            subscription->impl().ended(UA_STATUSCODE_BADNOSUBSCRIPTION);
+        }
         subscription->impl().queue().handOver(*m_callbacks);
     }
 }

@@ -32,6 +32,7 @@ UaStatus UaSubscription::Impl::create(EngineClient& engine, const SubscriptionSe
     request.maxNotificationsPerPublish = parameters.maxNotificationsPerPublish;
     request.publishingEnabled = publishingEnabled;
     request.priority = parameters.priority;
+    engine.expectSubscription();
     UA_CreateSubscriptionResponse response = UA_Client_Subscriptions_create(
         engine.handle(), request, this,
         [](UA_Client*, UA_UInt32, void* self, UA_StatusChangeNotification* change) {

@@ -20,6 +20,8 @@ public:
     NotificationQueue& queue() { return *m_queue; }
     /// From now on nothing is delivered, and its end is no loss.
     void abandon();
+    /// Reports, once, that the server has ended it.
+    void ended(UaStatus reason);
     bool isKnownToEngine() const { return m_knownToEngine; }
 
     UaStatus createMonitoredItems(const ServiceSettings& settings, OpcUa_TimestampsToReturn timestamps,
@@ -32,8 +34,6 @@ public:
     static void inactive(UA_Client* client, UA_UInt32 subscriptionId, void* self);
 
 private:
-    void ended(UaStatus reason);
-
     UaSession::Impl& m_session;
     std::shared_ptr<NotificationQueue> m_queue;
     UA_UInt32 m_id = 0;
