@@ -2,6 +2,7 @@
 
 #include "interrupt.h"
 #include "nodes/node_info.h"
+#include "security/names.h"
 
 #include <algorithm>
 #include <array>
@@ -62,6 +63,24 @@ struct ValueWriter {
     }
 };
 
+template <std::size_t Size>
+void setField(char (&field)[Size], const std::string& text) {
+    text.copy(field, Size - 1);
+}
+
+_OpcUaClientConfig configFor(const ConnectOptions& options, const Security& security) {
+    _OpcUaClientConfig config{};
+    config.timeout = options.timeoutMilliseconds;
+    config.securityPolicy = security.policy;
+    config.securityMode = security.mode;
+    config.userIdentity = security.identity;
+    setField(config.endpointUrl, options.url);
+    setField(config.userName, security.user);
+    if (security.identity == IdentityUserName)
+        setField(config.password, passwordFor(options.security));
+    return config;
+}
+
 } // namespace
 
 LibraryFiles libraryFiles() {
@@ -69,22 +88,33 @@ LibraryFiles libraryFiles() {
     return {directory / "OpcUaClient.log", directory / "OpcUaClientConfig.ini", directory / "pkiclient"};
 }
 
-Connection::Connection(const ConnectOptions& options) {
+Connection::Connection(const ConnectOptions& options, DataChangeHandler onDataChange)
+    : m_security(securityFor(options.security)), m_config(configFor(options, m_security)),
+      m_trust(options.security.trust, options.url), m_callback(m_trust, std::move(onDataChange)) {
     m_client.OpcUaInit(static_cast<_OpcUaClientTraceLevel>(options.traceLevel));
-    _OpcUaClientConfig config{};
-    config.timeout = options.timeoutMilliseconds;
-    options.url.copy(config.endpointUrl, sizeof config.endpointUrl - 1);
-    const int code = m_client.OpcUaConnect(config);
-    throwIfInterrupted();
-    if (code != 0) {
-        Problem problem = problemFor(code, m_client);
-        problem.explanation += ": " + options.url;
-        throw Failure(ExitCode::NoConnection, std::move(problem));
-    }
+    m_client.installOpcUaCallBack(&m_callback);
+    open();
 }
 
 Connection::~Connection() {
     m_client.OpcUaDisConnect();
+}
+
+void Connection::open() {
+    const int code = m_client.OpcUaConnect(m_config);
+    throwIfInterrupted();
+    if (code != 0)
+        throw Failure(ExitCode::NoConnection, connectProblem(code));
+}
+
+Problem Connection::connectProblem(int resultCode) {
+    Problem problem = problemOfConnect(resultCode, m_client, m_security.isWanted());
+    if (const std::optional<Problem>& refusal = m_trust.refusal()) {
+        problem.explanation = refusal->explanation;
+        problem.advice = refusal->advice;
+    }
+    problem.explanation += ": " + std::string(m_config.endpointUrl);
+    return problem;
 }
 
 void Connection::throwIfLost(int resultCode) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OpcUaClientInterface.h"
+#include "callback.h"
 #include "failure.h"
 #include "nodes/value.h"
 #include "options.h"
@@ -29,13 +30,18 @@ struct ReadResult {
 /// An open connection to one server; closed with the object.
 class Connection {
 public:
-    /// Throws Failure (NoConnection).
-    explicit Connection(const ConnectOptions& options);
+    /// Throws Failure: Usage for security options that make no sense, before anything is sent; NoConnection.
+    explicit Connection(const ConnectOptions& options, DataChangeHandler onDataChange = {});
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
     COpcUaClientInterface& client() { return m_client; }
+    const Security& security() const { return m_security; }
+
+    /// Connects anew, with what the constructor was given; a certificate that was accepted once is accepted
+    /// again. Throws Failure (NoConnection).
+    void reconnect() { open(); }
 
     /// Takes the result code of the operation just made. Throws Failure (NoConnection) when it failed because
     /// the connection is gone.
@@ -52,9 +58,16 @@ public:
     int write(const std::string& nodeId, const Value& value);
 
 private:
+    void open();
+    Problem connectProblem(int resultCode);
     bool isAlive();
     ReadResult readText(OpcUaNode& record);
 
+    Security m_security;
+    _OpcUaClientConfig m_config{};
+    // Outlive the client, which calls them.
+    TrustDecision m_trust;
+    Callback m_callback;
     COpcUaClientInterface m_client;
     Problem m_lastProblem;
 };

@@ -79,6 +79,7 @@ void addConnectOptions(CLI::App& command, ConnectOptions& options) {
                     "Milliseconds that connecting may take (default: 5000)")
         ->type_name("MS")
         ->check(CLI::Range(1, 3600000).description(""));
+    addSecurityOptions(command, options.security);
 }
 
 void addMaxNodesOption(CLI::App& command, std::size_t& maxNodes, const std::string& description) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "failure.h"
+#include "security/options.h"
 
 #include <CLI/CLI.hpp>
 #include <functional>
@@ -18,6 +19,7 @@ struct CommonOptions {
 /// What every sub-command takes that opens a connection.
 struct ConnectOptions : CommonOptions {
     int timeoutMilliseconds = 5000;
+    SecurityOptions security;
 };
 
 /// Default bound of everything that walks through an address space.

@@ -16,7 +16,7 @@ struct ResultText {
     const char* advice;
 };
 
-constexpr std::array<ResultText, 11> resultTexts{{
+constexpr std::array<ResultText, 20> resultTexts{{
     {1, true, "the server could not be connected",
      "check that the server runs and that host and port are right (opcua-cli discover URL shows its "
      "endpoints); a "
@@ -42,6 +42,22 @@ constexpr std::array<ResultText, 11> resultTexts{{
      "the server may announce a host name that this machine cannot resolve: ask it by IP address and look at "
      "its "
      "configured host name"},
+    {20, true, "the certificate store could not be used",
+     "look at the folders that \"opcua-cli cert\" shows; --trace warnings writes the reason"},
+    {21, true, "this client's own certificate and key could not be loaded",
+     "\"opcua-cli cert\" shows where they are; when the key is lost, delete the certificate as well, and a "
+     "new "
+     "pair is made"},
+    {22, true, "the server's certificate could not be put into the trust list",
+     "the folder that \"opcua-cli cert\" shows must be writable"},
+    {23, true, "the server's certificate is not trusted", "--trust once or always"},
+    {24, true, "the user certificate could not be used", "a DER file with a certificate that is valid now"},
+    {25, true, "the user's private key could not be read", "a PEM file that is not encrypted"},
+    {26, true, "the user's private key is no RSA key", "an RSA key in PEM form"},
+    {27, true, "the user's certificate store could not be opened",
+     "look at the folders that \"opcua-cli cert\" shows"},
+    {28, true, "a user certificate could not be made",
+     "the folders that \"opcua-cli cert\" shows must be writable"},
     {29, true, "an argument was refused", "please report this: the command should have noticed it"},
 }};
 
@@ -66,6 +82,22 @@ Problem problemFor(int resultCode, COpcUaClientInterface& client) {
     problem.advice = text->advice;
     if (text->hasMessage)
         problem.libraryMessage = storedMessage(client);
+    return problem;
+}
+
+Problem problemOfConnect(int resultCode, COpcUaClientInterface& client, bool secured) {
+    constexpr int connectFailed = 1;
+    constexpr int noEndpoints = 19;
+    Problem problem = problemFor(resultCode, client);
+    if (resultCode == noEndpoints) {
+        problem.explanation = "the server could not be asked for its endpoints";
+        problem.advice = problemFor(connectFailed, client).advice;
+    } else if (resultCode == connectFailed && secured) {
+        problem.advice = "check that the server offers this policy and mode (opcua-cli discover URL), that "
+                         "user name and password are right, and that the server trusts this client's "
+                         "certificate (opcua-cli cert tells how); --trace warnings writes the reason to the "
+                         "trace file that \"opcua-cli --help\" names";
+    }
     return problem;
 }
 

@@ -5,7 +5,7 @@
 #include "../output/streams.h"
 #include "../output/table.h"
 #include "../result_text.h"
-#include "../security_names.h"
+#include "../security/names.h"
 #include "OpcUaClientInterface.h"
 
 #include <algorithm>

@@ -7,6 +7,7 @@
 #include "../output/json.h"
 #include "../output/streams.h"
 #include "../output/table.h"
+#include "../security/names.h"
 
 #include <array>
 #include <memory>
@@ -54,6 +55,7 @@ struct Answer {
 
 struct ServerInfo {
     bool connected = false;
+    Security security;
     std::vector<Answer> answers;
     std::optional<unsigned long> namespaceCount;
 };
@@ -77,6 +79,7 @@ std::optional<unsigned long> countNamespaces(Connection& connection) {
 ServerInfo ask(const ConnectOptions& options) {
     Connection connection(options);
     ServerInfo info;
+    info.security = connection.security();
     for (const WellKnownNode& node : identity) {
         throwIfInterrupted();
         ReadResult result = connection.read(node.nodeId, node.type);
@@ -112,7 +115,7 @@ std::string tableReport(const ConnectOptions& options, const ServerInfo& info) {
         table.add({{title, Tone::Heading}, {text, tone}});
     };
     add("Server", options.url);
-    add("Connection", info.connected ? "connected, without security, anonymous" : "lost",
+    add("Connection", info.connected ? "connected, " + info.security.text() : "lost",
         info.connected ? Tone::Good : Tone::Bad);
     for (const Answer& answer : info.answers) {
         if (answer.value.index() != 0)
@@ -134,9 +137,9 @@ std::string jsonReport(const ConnectOptions& options, const ServerInfo& info) {
     server["namespaceCount"] = info.namespaceCount ? Json(*info.namespaceCount) : Json();
     return document({{"url", options.url},
                      {"connected", info.connected},
-                     {"securityPolicy", "None"},
-                     {"securityMode", "None"},
-                     {"userIdentity", "Anonymous"},
+                     {"securityPolicy", policyName(info.security.policy, info.security.mode)},
+                     {"securityMode", modeName(info.security.mode)},
+                     {"userIdentity", identityName(info.security.identity)},
                      {"server", std::move(server)},
                      {"files",
                       {{"trace", files.trace.string()},

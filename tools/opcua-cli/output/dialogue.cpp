@@ -1,0 +1,67 @@
+#include "dialogue.h"
+
+#include "../text/utf8.h"
+
+#include <cstdio>
+#include <termios.h>
+#include <unistd.h>
+
+namespace opcua_cli {
+namespace {
+
+/// Byte by byte: what comes behind the line is the next reader's.
+std::optional<std::string> readLine() {
+    std::string line;
+    for (char character = 0;;) {
+        if (read(STDIN_FILENO, &character, 1) != 1)
+            return std::nullopt;
+        if (character == '\n')
+            return line;
+        line += character;
+    }
+}
+
+class SilentTerminal {
+public:
+    SilentTerminal() : m_changed(tcgetattr(STDIN_FILENO, &m_before) == 0) {
+        termios silent = m_before;
+        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        m_changed = m_changed && tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent) == 0;
+    }
+    ~SilentTerminal() {
+        if (m_changed)
+            tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before);
+    }
+    SilentTerminal(const SilentTerminal&) = delete;
+    SilentTerminal& operator=(const SilentTerminal&) = delete;
+
+private:
+    termios m_before{};
+    bool m_changed;
+};
+
+void show(const std::string& question) {
+    std::fputs(printable(question).c_str(), stderr);
+    std::fflush(stderr);
+}
+
+} // namespace
+
+bool canAsk() {
+    return isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
+}
+
+std::optional<std::string> ask(const std::string& question) {
+    show(question);
+    return readLine();
+}
+
+std::optional<std::string> askSecret(const std::string& question) {
+    const SilentTerminal silent;
+    show(question);
+    const std::optional<std::string> line = readLine();
+    std::fputs("\n", stderr);
+    return line;
+}
+
+} // namespace opcua_cli

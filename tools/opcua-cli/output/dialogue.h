@@ -1,0 +1,18 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace opcua_cli {
+
+/// True when there is a person to ask: standard input and standard error are terminals.
+bool canAsk();
+
+/// Shows the question on standard error and returns the line that was typed, without its end. Nothing when
+/// the input ends or Ctrl-C is pressed.
+std::optional<std::string> ask(const std::string& question);
+
+/// As ask(), and what is typed does not show.
+std::optional<std::string> askSecret(const std::string& question);
+
+} // namespace opcua_cli

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "trust_rule.h"
+
+#include <CLI/CLI.hpp>
+#include <optional>
+#include <string>
+
+struct _OpcUaClientConfig;
+
+namespace opcua_cli {
+
+/// What the user asked for.
+struct SecurityOptions {
+    std::optional<int> policy;
+    std::optional<int> mode;
+    std::optional<std::string> user;
+    std::optional<std::string> password;
+    TrustRule trust = TrustRule::Ask;
+};
+
+/// What is used: the options with everything decided that they leave open.
+struct Security {
+    int policy = 0;
+    int mode = 0;
+    int identity = 0;
+    std::string user;
+
+    bool isWanted() const { return policy != 0 || mode != 0 || identity != 0; }
+    /// "Basic256Sha256, SignAndEncrypt, user operator"
+    std::string text() const;
+};
+
+void addSecurityOptions(CLI::App& command, SecurityOptions& options);
+
+/// A user without a word on the rest gets Basic256Sha256 and SignAndEncrypt, a policy SignAndEncrypt, a mode
+/// Basic256Sha256. Throws a usage failure for what does not go together.
+Security securityFor(const SecurityOptions& options);
+
+/// The password of the user: the option, the environment, or what a person types. Throws a usage failure when
+/// there is none, and Failure (Interrupted).
+std::string passwordFor(const SecurityOptions& options);
+
+} // namespace opcua_cli

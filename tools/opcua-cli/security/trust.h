@@ -1,0 +1,38 @@
+#pragma once
+
+#include "../failure.h"
+#include "OpcUaTypes.h"
+#include "trust_rule.h"
+
+#include <optional>
+#include <string>
+
+namespace opcua_cli {
+
+/// Decides on server certificates that the library does not trust: by rule, or by asking the person at the
+/// terminal.
+class TrustDecision {
+public:
+    TrustDecision(TrustRule rule, std::string url) : m_rule(rule), m_url(std::move(url)) {}
+
+    /// The library's number for the answer.
+    int answer(const _OpcUaCertificateMsg& certificate);
+
+    /// Why the last certificate was refused; nothing when none was.
+    const std::optional<Problem>& refusal() const { return m_refusal; }
+
+private:
+    enum Answer : int { AcceptOnce = 0, TrustPermanently = 1, Reject = 2 };
+
+    Answer ask(const _OpcUaCertificateMsg& certificate);
+    Answer answerByRule(const _OpcUaCertificateMsg& certificate);
+    Answer accept(Answer answer, const _OpcUaCertificateMsg& certificate);
+    Answer refuse(std::string explanation, std::string advice);
+
+    TrustRule m_rule;
+    std::string m_url;
+    std::string m_acceptedThumbprint; ///< accepted for this run: not asked again
+    std::optional<Problem> m_refusal;
+};
+
+} // namespace opcua_cli
