@@ -25,6 +25,7 @@ struct Sides {
 void compare(benchmark::State& state, const Sides& sides);
 
 /// Shows figures that were measured otherwise.
+void publish(benchmark::State& state, double library);
 void publish(benchmark::State& state, double baseline, double library);
 
 template <typename Call>

@@ -3,16 +3,26 @@
 #include "plant_nodes.h"
 
 #include <array>
-#include <cstdio>
 #include <stdexcept>
 
 namespace bench {
 
-FacadeClient::FacadeClient(const std::string& url) {
-    std::snprintf(static_cast<char*>(m_config.endpointUrl), sizeof m_config.endpointUrl, "%s", url.c_str());
-    std::snprintf(static_cast<char*>(m_folder.nodeId), sizeof m_folder.nodeId, "%s",
-                  plant_nodes::manyChildren);
+namespace {
+
+// As _OpcUaClientConfig numbers them.
+constexpr int basic256Sha256 = 3;
+constexpr int signAndEncrypt = 2;
+
+} // namespace
+
+FacadeClient::FacadeClient(const std::string& url, Security security) {
+    setField(m_config.endpointUrl, url);
+    setField(m_folder.nodeId, plant_nodes::manyChildren);
     m_config.timeout = 10000;
+    if (security == Security::SignAndEncrypt) {
+        m_config.securityPolicy = basic256Sha256;
+        m_config.securityMode = signAndEncrypt;
+    }
     m_client.OpcUaInit(OpcUaTraceLevel_Warnings);
     require(m_client.OpcUaConnect(m_config), "connect");
     m_scalar = m_client.OpcUaGetUaNode(plant_nodes::scalar, OpcUaDataType_Double);

@@ -9,7 +9,9 @@ namespace bench {
 /// The library as an application uses it. Every failure is a std::runtime_error.
 class FacadeClient {
 public:
-    explicit FacadeClient(const std::string& url);
+    enum class Security { None, SignAndEncrypt };
+
+    explicit FacadeClient(const std::string& url, Security security = Security::None);
     FacadeClient(const FacadeClient&) = delete;
     FacadeClient& operator=(const FacadeClient&) = delete;
 
@@ -20,13 +22,21 @@ public:
 
     void reconnect();
 
-private:
+    COpcUaClientInterface& interface() { return m_client; }
+    /// Throws when `code` is not 0.
     void require(int code, const char* operation);
 
+private:
     COpcUaClientInterface m_client;
     _OpcUaClientConfig m_config{};
     OpcUaNode* m_scalar = nullptr;
     OpcUaNode m_folder{};
 };
+
+/// A text for one of the interface's fields, which holds it.
+template <std::size_t Size>
+void setField(char (&field)[Size], const std::string& text) {
+    text.copy(static_cast<char*>(field), Size - 1);
+}
 
 } // namespace bench

@@ -1,14 +1,11 @@
 #include "idle_clients.h"
 
 #include "facade_client.h"
+#include "process_figures.h"
 #include "raw_client.h"
+#include "raw_driver.h"
 #include "support/child_process.h"
 
-#include <sys/resource.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <fstream>
 #include <iomanip>
 #include <iostream>
 #include <memory>
@@ -22,45 +19,15 @@ namespace {
 constexpr const char* rawKind = "raw";
 constexpr const char* libraryKind = "library";
 
-/// The engine does nothing unless somebody runs its loop: an application has a thread that does.
+/// A raw client whose loop runs.
 class DrivenRawClient {
 public:
-    explicit DrivenRawClient(const std::string& url) : m_client(url) {
-        m_thread = std::thread([this] {
-            while (!m_stop) {
-                m_client.iterate(1000);
-            }
-        });
-    }
-    ~DrivenRawClient() {
-        m_stop = true;
-        m_thread.join();
-    }
-    DrivenRawClient(const DrivenRawClient&) = delete;
-    DrivenRawClient& operator=(const DrivenRawClient&) = delete;
+    explicit DrivenRawClient(const std::string& url) : m_client(url), m_driver(m_client) {}
 
 private:
     RawClient m_client;
-    std::atomic<bool> m_stop{false};
-    std::thread m_thread;
+    RawDriver m_driver;
 };
-
-double residentBytes() {
-    std::ifstream statm("/proc/self/statm");
-    double total = 0;
-    double resident = 0;
-    statm >> total >> resident;
-    return resident * static_cast<double>(sysconf(_SC_PAGESIZE));
-}
-
-double cpuSeconds() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    const auto seconds = [](const timeval& time) {
-        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
-    };
-    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
 
 template <typename Client>
 IdleCost costOf(const std::string& url, int count, std::chrono::milliseconds duration) {

@@ -41,6 +41,40 @@ const bench::Operations operations{
      Bound::none(), 5, bench::freeSiblings},
     {"connect and disconnect", "How soon is an application connected and rid of the connection?",
      Bound::none(), 40, bench::connectAndDisconnect},
+    {"secured connect", "How soon is an application connected over SignAndEncrypt? Disconnecting apart.",
+     Bound::ratio(1.15), 40, bench::securedConnect},
+    {"first secured connect (b.: later)", "What does the key cost that the first one makes?", Bound::none(),
+     10, bench::firstSecuredConnect},
+    {"secured read, tight loop", "What does a read cost over SignAndEncrypt?", Bound::ratio(1.10), 500,
+     bench::securedRead},
+    {"read 10,000 nodes, 20 a call", "What do records and buffers cost beyond the service calls?",
+     Bound::ratio(1.10), 60, bench::readMany},
+    {"write 10,000 nodes, 20 a call", "The same for writing.", Bound::ratio(1.10), 60, bench::writeMany},
+    {"read 1 of 100,000 Doubles", "Is the array copied on its way?", Bound::ratio(1.15), 100,
+     bench::readElement},
+    {"write 1 of 100,000 Doubles", "Is it copied more than once on its way back?", Bound::ratio(1.15), 100,
+     bench::writeElement},
+    {"memory growth, 50,000 multi-reads", "Does anything pile up? A million nodes, 20 a call.",
+     Bound::value(64.0 * 1024), 1, bench::memoryOverManyReads, Unit::Bytes},
+    {"memory growth, 1,000,000 multi-reads", "The same, 20 times as long.", Bound::value(64.0 * 1024), 1,
+     bench::memoryOverMillionCalls, Unit::Bytes, true},
+    {"add 10,000 items, 20 a call", "How soon is a large panel monitored?", Bound::ratio(1.10), 10,
+     bench::addItems},
+    {"add 20,000 items (b.: 10,000)",
+     "Does an item cost the same however many there are? Then the ratio is 2.", Bound::ratio(2.4), 10,
+     bench::addTwiceAsManyItems},
+    {"memory a monitored item", "What does the library keep of an item above what the engine keeps?",
+     Bound::above(2.5 * 1024), 1, bench::itemMemory, Unit::Bytes},
+    {"changes delivered (b.: server's count)",
+     "Do all changes arrive when 10,000 items change every 500 ms for 10 s?", Bound::same(), 1,
+     bench::changesDelivered, Unit::Count},
+    {"CPU time a delivered value", "What does the process pay for each of them?", Bound::ratio(1.25), 1,
+     bench::changeCpuTime},
+    {"read, 10,000 items changing (b.: none)", "What does a subscription cost a read?", Bound::ratio(1.15),
+     500, bench::readWhileSubscribed},
+    {"change latency, median", "How soon after a write does the application know?", Bound::ratio(1.2), 1,
+     bench::changeLatencyMedian},
+    {"change latency, 99th percentile", "And at worst?", Bound::ratio(1.2), 1, bench::changeLatencyTail},
     {"idle client, resident memory", "What does a connected client that does nothing keep in memory?",
      Bound::none(), 1, bench::idleMemory, Unit::Bytes},
     {"idle client, CPU time a minute", "What do its keep-alive and its threads cost?", Bound::none(), 1,
@@ -74,13 +108,16 @@ void registerOperation(const Operation& operation, bench::Setting& setting, int 
 
 int runOperations(int argc, char** argv) {
     const bool smoke = takeOption(argc, argv, "--smoke");
+    const bool withLong = takeOption(argc, argv, "--long");
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 2;
     }
     bench::Setting setting(smoke);
     for (const Operation& operation : operations) {
-        registerOperation(operation, setting, setting.either(operation.rounds, 1));
+        if (!operation.isLong || withLong) {
+            registerOperation(operation, setting, setting.either(operation.rounds, 1));
+        }
     }
     bench::Table table(operations);
     benchmark::RunSpecifiedBenchmarks(&table);

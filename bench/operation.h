@@ -9,12 +9,12 @@ namespace bench {
 
 class Setting;
 
-enum class Unit { Seconds, Bytes };
+enum class Unit { Seconds, Bytes, Count };
 
-/// What a row promises: nothing, a greatest ratio of the library to its baseline, or a greatest value of the
-/// library.
+/// What a row promises: nothing, a greatest ratio of the library to its baseline, a greatest value of the
+/// library, a greatest distance above the baseline, or the baseline's value exactly.
 struct Bound {
-    enum class Kind { None, Ratio, Value };
+    enum class Kind { None, Ratio, Value, Above, Same };
 
     Kind kind = Kind::None;
     double limit = 0;
@@ -22,6 +22,8 @@ struct Bound {
     static Bound none() { return {}; }
     static Bound ratio(double limit) { return {Kind::Ratio, limit}; }
     static Bound value(double limit) { return {Kind::Value, limit}; }
+    static Bound above(double limit) { return {Kind::Above, limit}; }
+    static Bound same() { return {Kind::Same, 0}; }
 };
 
 /// One row of the table.
@@ -34,6 +36,8 @@ struct Operation {
     int rounds;
     void (*run)(benchmark::State& state, Setting& setting);
     Unit unit = Unit::Seconds;
+    /// Only runs when asked for: it takes a minute or more.
+    bool isLong = false;
 };
 
 using Operations = std::vector<Operation>;

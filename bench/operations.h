@@ -26,4 +26,27 @@ void connectAndDisconnect(benchmark::State& state, Setting& setting);
 void idleMemory(benchmark::State& state, Setting& setting);
 void idleCpuTime(benchmark::State& state, Setting& setting);
 
+// secured_operations.cpp
+void securedConnect(benchmark::State& state, Setting& setting);
+void firstSecuredConnect(benchmark::State& state, Setting& setting);
+void securedRead(benchmark::State& state, Setting& setting);
+
+// many_values_operations.cpp
+void readMany(benchmark::State& state, Setting& setting);
+void writeMany(benchmark::State& state, Setting& setting);
+void readElement(benchmark::State& state, Setting& setting);
+void writeElement(benchmark::State& state, Setting& setting);
+void memoryOverManyReads(benchmark::State& state, Setting& setting);
+void memoryOverMillionCalls(benchmark::State& state, Setting& setting);
+
+// data_change_operations.cpp
+void addItems(benchmark::State& state, Setting& setting);
+void addTwiceAsManyItems(benchmark::State& state, Setting& setting);
+void itemMemory(benchmark::State& state, Setting& setting);
+void changesDelivered(benchmark::State& state, Setting& setting);
+void changeCpuTime(benchmark::State& state, Setting& setting);
+void changeLatencyMedian(benchmark::State& state, Setting& setting);
+void changeLatencyTail(benchmark::State& state, Setting& setting);
+void readWhileSubscribed(benchmark::State& state, Setting& setting);
+
 } // namespace bench

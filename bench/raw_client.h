@@ -1,17 +1,20 @@
 #pragma once
 
-#include <open62541/client.h>
+#include "raw_connection.h"
 
-#include <memory>
 #include <string>
 
 namespace bench {
+
+struct RawIdentity;
 
 /// The baseline: the engine by itself, used as straight as it can be for the same requests. Every failure is
 /// a std::runtime_error.
 class RawClient {
 public:
     explicit RawClient(const std::string& url);
+    /// Over SignAndEncrypt: asks for the endpoints, verifies the server and connects.
+    RawClient(const std::string& url, const RawIdentity& identity);
     ~RawClient();
     RawClient(const RawClient&) = delete;
     RawClient& operator=(const RawClient&) = delete;
@@ -24,18 +27,20 @@ public:
 
     /// Handles what arrives and the timers that are due, for `milliseconds` at most.
     void iterate(UA_UInt32 milliseconds);
+    UA_Client* handle() const { return m_connection.handle(); }
+
+    /// The caller clears the response, which holds one good result.
+    void readValue(const UA_NodeId& node, UA_ReadResponse& response);
+    /// Only borrows the value.
+    void writeValue(const UA_NodeId& node, const UA_Variant& value);
 
 private:
-    struct Deleter {
-        void operator()(UA_Client* client) const { UA_Client_delete(client); }
-    };
-
-    void readValue(const UA_NodeId& node, UA_ReadResponse& response);
+    explicit RawClient(UA_ClientConfig config, const std::string& url);
     int readTypes(const UA_BrowseResult& page);
 
-    std::unique_ptr<UA_Client, Deleter> m_client;
-    UA_NodeId m_scalar = UA_NODEID_NULL;
-    UA_NodeId m_folder = UA_NODEID_NULL;
+    RawConnection m_connection;
+    UA_NodeId m_scalar;
+    UA_NodeId m_folder;
 };
 
 } // namespace bench

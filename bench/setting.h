@@ -1,5 +1,7 @@
 #pragma once
 
+#include "change_latency.h"
+#include "change_runs.h"
 #include "idle_clients.h"
 #include "support/server_process.h"
 
@@ -7,6 +9,9 @@
 #include <string>
 
 namespace bench {
+
+/// From one change of a tag to the next.
+constexpr std::chrono::milliseconds tagChangeInterval(500);
 
 /// What all operations of a run share: the server, and how much work a run makes.
 class Setting {
@@ -16,18 +21,29 @@ public:
 
     const std::string& url() const { return m_server.url(); }
     pid_t server() const { return m_server.pid(); }
+    /// Servers of their own, started when the first row asks for them: one with secure endpoints, and one
+    /// with tags, of which the first half changes all the time.
+    const test_support::PlantServer& securedServer();
+    const test_support::PlantServer& tagServer();
+    int tagCount() const { return either(20000, 80); }
     /// `full` in a full run, `smoke` in a smoke run.
     template <typename Value>
     Value either(Value full, Value smoke) const {
         return m_smoke ? smoke : full;
     }
-    /// Measured once for all rows that show a part of it.
+    /// Each is measured once for all rows that show a part of it.
     const IdleClients& idleClients();
+    const ChangeRuns& changeRuns();
+    const ChangeLatencies& changeLatencies();
 
 private:
     bool m_smoke;
     test_support::PlantServer m_server;
+    std::optional<test_support::PlantServer> m_securedServer;
+    std::optional<test_support::PlantServer> m_tagServer;
     std::optional<IdleClients> m_idleClients;
+    std::optional<ChangeRuns> m_changeRuns;
+    std::optional<ChangeLatencies> m_changeLatencies;
 };
 
 } // namespace bench

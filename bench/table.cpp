@@ -11,7 +11,7 @@
 namespace bench {
 namespace {
 
-constexpr const char* rowFormat = "%-36s %9s %9s %6s %9s %6s %14s %7s  %s\n";
+constexpr const char* rowFormat = "%-38s %9s %9s %6s %9s %6s %14s %7s  %s\n";
 
 std::string formatted(const char* format, double value) {
     std::array<char, 32> text{};
@@ -40,7 +40,15 @@ std::string scaled(double value, const std::array<Scale, Count>& scales) {
 std::string withUnit(double value, Unit unit) {
     static constexpr std::array<Scale, 4> seconds{{{1, "s"}, {1e-3, "ms"}, {1e-6, "us"}, {1e-9, "ns"}}};
     static constexpr std::array<Scale, 3> bytes{{{1024.0 * 1024, "MiB"}, {1024, "KiB"}, {1, "B"}}};
-    return unit == Unit::Bytes ? scaled(value, bytes) : scaled(value, seconds);
+    switch (unit) {
+    case Unit::Bytes:
+        return scaled(value, bytes);
+    case Unit::Count:
+        return formatted("%.0f", value);
+    case Unit::Seconds:
+        break;
+    }
+    return scaled(value, seconds);
 }
 
 const double* figure(const benchmark::UserCounters& figures, const char* name) {
@@ -64,10 +72,33 @@ std::string boundText(const Operation& operation) {
         return formatted("%.2f x", operation.bound.limit);
     case Bound::Kind::Value:
         return withUnit(operation.bound.limit, operation.unit);
+    case Bound::Kind::Above:
+        return "+" + withUnit(operation.bound.limit, operation.unit);
+    case Bound::Kind::Same:
+        return "all";
     case Bound::Kind::None:
         break;
     }
     return "";
+}
+
+bool isKept(const Bound& bound, const benchmark::UserCounters& found) {
+    const double* const library = figure(found, figures::library);
+    const double* const baseline = figure(found, figures::baseline);
+    const double* const ratio = figure(found, figures::ratio);
+    switch (bound.kind) {
+    case Bound::Kind::Ratio:
+        return ratio && *ratio <= bound.limit;
+    case Bound::Kind::Value:
+        return library && *library <= bound.limit;
+    case Bound::Kind::Above:
+        return library && baseline && *library - *baseline <= bound.limit;
+    case Bound::Kind::Same:
+        return library && baseline && *library == *baseline;
+    case Bound::Kind::None:
+        break;
+    }
+    return true;
 }
 
 void printLine(const std::array<std::string, 9>& cells) {
@@ -95,7 +126,7 @@ void Table::printRow(const Run& run) {
     const std::string& name = run.run_name.function_name;
     if (run.error_occurred) {
         ++m_failures;
-        std::printf("%-36s  FAILED: %s\n", name.c_str(), run.error_message.c_str());
+        std::printf("%-38s  FAILED: %s\n", name.c_str(), run.error_message.c_str());
         return;
     }
     const auto operation =
@@ -115,9 +146,7 @@ std::string Table::verdict(const Operation& operation, const benchmark::UserCoun
     if (operation.bound.kind == Bound::Kind::None) {
         return "information";
     }
-    const bool boundsRatio = operation.bound.kind == Bound::Kind::Ratio;
-    const double* value = figure(figures, boundsRatio ? figures::ratio : figures::library);
-    if (value && *value <= operation.bound.limit) {
+    if (isKept(operation.bound, figures)) {
         return "kept";
     }
     ++m_missed;

@@ -1,3 +1,4 @@
+#include "blocks.h"
 #include "comparison.h"
 #include "facade_client.h"
 #include "operations.h"
@@ -6,6 +7,7 @@
 #include "session_client.h"
 
 #include <stdexcept>
+#include <thread>
 
 namespace bench {
 namespace {
@@ -30,11 +32,6 @@ struct Clients {
     SessionClient session;
     FacadeClient facade;
 };
-
-template <typename Client>
-Block tightReads(Client& client, int count) {
-    return [&client, count] { return secondsPerCall(count, [&client] { client.readScalar(); }); };
-}
 
 template <typename Client>
 Block tightWrites(Client& client, int count) {
@@ -64,10 +61,6 @@ void sporadicRead(benchmark::State& state, Setting& setting, Placement placement
     const int calls = setting.either(20, 1);
     compare(state, {sporadicReads(clients.raw, calls), sporadicReads(clients.session, calls),
                     sporadicReads(clients.facade, calls)});
-}
-
-int callsPerBlock(const Setting& setting) {
-    return setting.either(50, 2);
 }
 
 } // namespace

@@ -1,0 +1,123 @@
+#include "change_runs.h"
+
+#include "facade_items.h"
+#include "plant_nodes.h"
+#include "process_figures.h"
+#include "raw_driver.h"
+#include "raw_items.h"
+#include "raw_service.h"
+
+#include <atomic>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <stdexcept>
+#include <thread>
+
+namespace bench {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds step(5);
+constexpr std::chrono::seconds patience(30);
+constexpr double publishingInterval = 100;
+
+class CountingSink final : public ChangeSink {
+public:
+    void changed(const void* value, std::size_t size) override {
+        std::memcpy(&m_latest, value, std::min(size, sizeof m_latest));
+        m_count.fetch_add(1, std::memory_order_relaxed);
+    }
+    std::uint64_t count() const { return m_count; }
+
+private:
+    std::uint64_t m_latest = 0;
+    std::atomic<std::uint64_t> m_count{0};
+};
+
+bool waitUntil(Clock::time_point deadline, const std::function<bool()>& condition) {
+    while (!condition()) {
+        if (Clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(step);
+    }
+    return true;
+}
+
+/// The server's own count of its changes.
+class ServerCount {
+public:
+    explicit ServerCount(const std::string& url)
+        : m_client(url), m_node(raw::parsed(plant_nodes::tagChanges)) {}
+    ~ServerCount() { UA_NodeId_clear(&m_node); }
+    ServerCount(const ServerCount&) = delete;
+    ServerCount& operator=(const ServerCount&) = delete;
+
+    std::uint64_t read() {
+        UA_ReadResponse response;
+        m_client.readValue(m_node, response);
+        const UA_Variant& value = response.results[0].value;
+        if (!UA_Variant_hasScalarType(&value, &UA_TYPES[UA_TYPES_UINT64])) {
+            throw std::runtime_error("raw read: no count");
+        }
+        const std::uint64_t count = *static_cast<const UA_UInt64*>(value.data);
+        UA_ReadResponse_clear(&response);
+        return count;
+    }
+
+private:
+    RawClient m_client;
+    UA_NodeId m_node;
+};
+
+/// Both ends of the run lie in the middle between two changes, when everything has been delivered.
+ChangeRun measure(ServerCount& server, const CountingSink& sink, int items,
+                  std::chrono::milliseconds duration, std::chrono::milliseconds interval) {
+    const auto first = static_cast<std::uint64_t>(items);
+    if (!waitUntil(Clock::now() + patience, [&] { return sink.count() >= first; })) {
+        throw std::runtime_error("first values are missing");
+    }
+    const std::uint64_t before = server.read();
+    if (!waitUntil(Clock::now() + patience, [&] { return server.read() != before; })) {
+        throw std::runtime_error("nothing changes on the server");
+    }
+    std::this_thread::sleep_for(interval / 2);
+    const std::uint64_t madeBefore = server.read();
+    const std::uint64_t deliveredBefore = sink.count();
+    const double cpuBefore = cpuSeconds();
+    std::this_thread::sleep_for(duration);
+    const std::uint64_t made = server.read() - madeBefore;
+    waitUntil(Clock::now() + interval / 4, [&] { return sink.count() - deliveredBefore >= made; });
+    const double cpu = cpuSeconds() - cpuBefore;
+    const auto delivered = static_cast<double>(sink.count() - deliveredBefore);
+    return {static_cast<double>(made), delivered, cpu / delivered};
+}
+
+} // namespace
+
+ChangeRuns measureChangeRuns(const std::string& url, int items, std::chrono::milliseconds duration,
+                             std::chrono::milliseconds interval) {
+    ServerCount server(url);
+    const std::vector<Tag> nodes = tags(0, items);
+    ChangeRuns runs;
+    {
+        const RawNodeIds ids(nodes);
+        CountingSink sink;
+        RawItems subscription(url, publishingInterval, sink);
+        subscription.add(ids.ids());
+        const RawDriver driver(subscription.client());
+        runs.raw = measure(server, sink, items, duration, interval);
+    }
+    {
+        std::vector<OpcUaNode> records = recordsOf(nodes);
+        CountingSink sink;
+        FacadeItems subscription(url, publishingInterval, sink);
+        subscription.add(records);
+        runs.library = measure(server, sink, items, duration, interval);
+    }
+    return runs;
+}
+
+} // namespace bench

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+namespace bench {
+
+/// What came of all the changes that a server made in a while, and what they cost the client's process.
+struct ChangeRun {
+    double made = 0;
+    double delivered = 0;
+    double cpuSecondsPerValue = 0;
+};
+
+struct ChangeRuns {
+    ChangeRun raw;
+    ChangeRun library;
+};
+
+/// Monitors the first `items` tags of a server, which all change at every `interval`, for a whole number of
+/// intervals: one side after the other.
+ChangeRuns measureChangeRuns(const std::string& url, int items, std::chrono::milliseconds duration,
+                             std::chrono::milliseconds interval);
+
+} // namespace bench

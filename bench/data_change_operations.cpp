@@ -1,0 +1,133 @@
+#include "blocks.h"
+#include "comparison.h"
+#include "facade_items.h"
+#include "operations.h"
+#include "placement.h"
+#include "process_figures.h"
+#include "raw_items.h"
+
+#include <atomic>
+#include <stdexcept>
+#include <thread>
+
+namespace bench {
+namespace {
+
+/// Slow enough that what the items deliver meanwhile takes little of the time that adding them takes.
+constexpr double publishingInterval = 500;
+constexpr std::chrono::seconds patience(30);
+
+class CountingSink final : public ChangeSink {
+public:
+    void changed(const void*, std::size_t) override { ++m_count; }
+    int count() const { return m_count; }
+
+private:
+    std::atomic<int> m_count{0};
+};
+
+Block libraryAdds(Setting& setting, int items) {
+    return [url = setting.tagServer().url(), nodes = tags(0, items)] {
+        std::vector<OpcUaNode> records = recordsOf(nodes);
+        CountingSink sink;
+        FacadeItems subscription(url, publishingInterval, sink);
+        return secondsOf([&] { subscription.add(records); });
+    };
+}
+
+Block rawAdds(Setting& setting, int items) {
+    return [url = setting.tagServer().url(), nodes = tags(0, items)] {
+        const RawNodeIds ids(nodes);
+        CountingSink sink;
+        RawItems subscription(url, publishingInterval, sink);
+        return secondsOf([&] { subscription.add(ids.ids()); });
+    };
+}
+
+/// Runs `wait` until every item has delivered its first value.
+template <typename Wait>
+void awaitFirstValues(const CountingSink& sink, int items, Wait wait) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (sink.count() < items) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            throw std::runtime_error("first values are missing");
+        }
+        wait();
+    }
+}
+
+/// Growth of the heap an item, with first values delivered.
+double rawItemBytes(const std::string& url, const std::vector<Tag>& nodes) {
+    const RawNodeIds ids(nodes);
+    CountingSink sink;
+    RawItems subscription(url, publishingInterval, sink);
+    const double before = heapBytes();
+    subscription.add(ids.ids());
+    awaitFirstValues(sink, static_cast<int>(nodes.size()), [&] { subscription.client().iterate(100); });
+    return (heapBytes() - before) / static_cast<double>(nodes.size());
+}
+
+double libraryItemBytes(const std::string& url, const std::vector<Tag>& nodes) {
+    std::vector<OpcUaNode> records = recordsOf(nodes);
+    CountingSink sink;
+    FacadeItems subscription(url, publishingInterval, sink);
+    const double before = heapBytes();
+    subscription.add(records);
+    awaitFirstValues(sink, static_cast<int>(nodes.size()),
+                     [] { std::this_thread::sleep_for(std::chrono::milliseconds(20)); });
+    return (heapBytes() - before) / static_cast<double>(nodes.size());
+}
+
+} // namespace
+
+void addItems(benchmark::State& state, Setting& setting) {
+    const Placed placed(Placement::OneCpu, setting.tagServer().pid());
+    const int items = setting.tagCount() / 2;
+    compare(state, {rawAdds(setting, items), nullptr, libraryAdds(setting, items)});
+}
+
+void addTwiceAsManyItems(benchmark::State& state, Setting& setting) {
+    const Placed placed(Placement::OneCpu, setting.tagServer().pid());
+    const int items = setting.tagCount();
+    compare(state, {libraryAdds(setting, items / 2), nullptr, libraryAdds(setting, items)});
+}
+
+void itemMemory(benchmark::State& state, Setting& setting) {
+    const std::string& url = setting.tagServer().url();
+    const std::vector<Tag> nodes = tags(0, setting.tagCount() / 2);
+    publish(state, rawItemBytes(url, nodes), libraryItemBytes(url, nodes));
+}
+
+void changesDelivered(benchmark::State& state, Setting& setting) {
+    const ChangeRun& run = setting.changeRuns().library;
+    publish(state, run.made, run.delivered);
+}
+
+void changeCpuTime(benchmark::State& state, Setting& setting) {
+    const ChangeRuns& runs = setting.changeRuns();
+    publish(state, runs.raw.cpuSecondsPerValue, runs.library.cpuSecondsPerValue);
+}
+
+void changeLatencyMedian(benchmark::State& state, Setting& setting) {
+    const ChangeLatencies& latencies = setting.changeLatencies();
+    publish(state, median(latencies.raw), median(latencies.library));
+}
+
+void changeLatencyTail(benchmark::State& state, Setting& setting) {
+    const ChangeLatencies& latencies = setting.changeLatencies();
+    publish(state, quantile(latencies.raw, 0.99), quantile(latencies.library, 0.99));
+}
+
+void readWhileSubscribed(benchmark::State& state, Setting& setting) {
+    const Placed placed(Placement::OneCpu, setting.tagServer().pid());
+    const std::string& url = setting.tagServer().url();
+    std::vector<OpcUaNode> records = recordsOf(tags(0, setting.tagCount() / 2));
+    CountingSink sink;
+    FacadeItems subscription(url, publishingInterval, sink);
+    subscription.add(records);
+    RawClient raw(url);
+    const int calls = callsPerBlock(setting);
+    compare(state, {tightReads(raw, calls), nullptr, tightReads(subscription.client(), calls)});
+}
+
+} // namespace bench
