@@ -94,8 +94,9 @@ struct TakeElementVisitor {
 
 private:
     bool empty() const {
+        const bool found = position < value.arraySize();
         value.clear();
-        return true;
+        return found;
     }
 
     template <typename Element>

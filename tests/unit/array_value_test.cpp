@@ -274,6 +274,8 @@ TEST_F(ArrayValue, TypeNullAndUnknownTypesSendAnEmptyValue) {
         EXPECT_EQ(set(type, {2}), 0);
         EXPECT_TRUE(written().value.isEmpty()) << type;
         EXPECT_EQ(m_size, 1000);
+        EXPECT_EQ(set(type, {5}), 8) << "without the element nothing is sent";
+        EXPECT_THAT(script().requests<WriteRequest>(), IsEmpty());
     }
     script().onWrite = [](const WriteRequest&, UaStatusCodeArray& results) {
         results.create(1);

@@ -109,6 +109,18 @@ TEST_F(SecuredConnection, TheNewCertificateNamesThePanel) {
     EXPECT_TRUE(info.ipAddresses.empty());
     EXPECT_TRUE(info.email.isEmpty());
     EXPECT_EQ(info.validTime, 157680000);
+    EXPECT_TRUE(belongTogether(clientCertificate(), clientKey()));
+    EXPECT_EQ(bitsOf(clientKey()), 2048);
+}
+
+TEST_F(SecuredConnection, WhatCannotBeWrittenIsLeftToTheLoading) {
+    std::filesystem::create_directories(clientCertificate()); // a directory in the file's place
+    EXPECT_EQ(tryConnect(), 0);
+    EXPECT_TRUE(std::filesystem::is_regular_file(clientKey())) << "the key is written all the same";
+    std::filesystem::remove_all(directory() / "pkiclient");
+    std::filesystem::create_directories(clientKey());
+    answer(loadCertificate, badStatus);
+    EXPECT_EQ(tryConnect(), 21);
 }
 
 TEST_F(SecuredConnection, AnExistingCertificateIsKept) {

@@ -1,7 +1,9 @@
 #include "client/opcua_client.h"
 #include "secured_client_test.h"
 #include "uabase/byte_array.h"
+#include "uaclient/security_info.h"
 #include "uapki/certificate.h"
+#include "uapki/rsa_key_pair.h"
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
@@ -155,12 +157,101 @@ TEST_F(ServerTrust, TheApplicationDecidesUnderTheClientMutex) {
     EXPECT_THAT(application.held, ElementsAre(mutex_watch::clientMutex));
 }
 
-TEST_F(ServerTrust, BytesThatAreNoCertificateGiveEmptyTexts) {
+TEST_F(ServerTrust, TheNamesAreTheIssuersNotTheServers) {
+    const UaPkiRsaKeyPair authorityKeys(2048);
+    const UaPkiRsaKeyPair keys(2048);
+    UaPkiIdentity authority;
+    authority.commonName = "Plant CA";
+    authority.organization = "Dairy Group";
+    UaPkiIdentity server;
+    server.commonName = "Filler";
+    server.organization = "Dairy";
+    server.locality = "Kiel";
+    UaPkiCertificateInfo info;
+    info.uri = "urn:plant:filler";
+    info.validTime = 86400;
+    const UaPkiCertificate issued(info, server, keys.publicKey(), authority, authorityKeys.privateKey(),
+                                  false, UaPkiCertificate::Sha256);
     COpcUaClient client;
     _OpcUaCertificateMsg told;
-    told.commonName = "left over";
+    client.GetServerCertMsg(issued.toDER(), told);
+    EXPECT_EQ(told.commonName, "Plant CA");
+    EXPECT_EQ(told.organization, "Dairy Group");
+    EXPECT_EQ(told.locality, "");
+    EXPECT_EQ(told.applicationUri, "urn:plant:filler");
+}
+
+TEST_F(ServerTrust, BytesThatAreNoCertificateReplaceAllTexts) {
+    COpcUaClient client;
+    _OpcUaCertificateMsg told;
+    std::string* const texts[] = {&told.commonName,      &told.organization,   &told.organizationUnit,
+                                  &told.locality,        &told.state,          &told.country,
+                                  &told.domainComponent, &told.applicationUri, &told.serialNumber,
+                                  &told.thumbprint,      &told.validFrom,      &told.validTo};
+    for (std::string* text : texts)
+        *text = "left over";
     client.GetServerCertMsg(UaByteString(), told);
+    for (const std::string* text : texts)
+        EXPECT_NE(*text, "left over");
     EXPECT_EQ(told.commonName, "");
     EXPECT_EQ(told.applicationUri, "");
     EXPECT_EQ(told.serialNumber, "");
+    EXPECT_EQ(told.thumbprint, "");
 }
+
+namespace {
+
+/// What becomes of the switch that has the session verify the certificate itself.
+struct SwitchRow {
+    const char* name;
+    OpcUa_StatusCode verified;
+    OpcUa_StatusCode saved;
+    int decision;
+    int code;
+    bool fromOff;
+    bool fromOn;
+};
+
+class VerificationSwitch : public ServerTrust, public ::testing::WithParamInterface<SwitchRow> {
+protected:
+    void expectAfter(bool before, bool expected) {
+        UaClientSdk::SessionSecurityInfo security;
+        security.serverCertificate = serverCertificate();
+        security.doServerCertificateVerify = before;
+        EXPECT_EQ(m_deciding.checkServerCertificateTrust(security), GetParam().code);
+        EXPECT_EQ(security.doServerCertificateVerify, expected);
+    }
+
+    COpcUaClient m_deciding;
+};
+
+constexpr int nobody = -99;
+
+} // namespace
+
+TEST_P(VerificationSwitch, FollowsTheDecision) {
+    script().onSecurity = [](const std::string& operation) {
+        return UaStatus(operation == verify ? GetParam().verified : GetParam().saved);
+    };
+    DecidingApplication application(GetParam().decision);
+    if (GetParam().decision != nobody) {
+        ASSERT_EQ(m_deciding.installOpcUaCallBack(&application), 0);
+    }
+    expectAfter(false, GetParam().fromOff);
+    expectAfter(true, GetParam().fromOn);
+    char text[64] = {};
+    m_deciding.GetErrorMsg(text, sizeof text);
+    EXPECT_STREQ(text, "") << "the message is the connect's to store";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Of, VerificationSwitch,
+    ::testing::Values(SwitchRow{"Verified", OpcUa_Good, OpcUa_Good, 2, 0, false, true},
+                      SwitchRow{"Uncertain", uncertainStatus, OpcUa_Good, 2, 0, false, true},
+                      SwitchRow{"AcceptedOnce", badStatus, badStatus, 0, 0, false, false},
+                      SwitchRow{"Trusted", badStatus, OpcUa_Good, 1, 0, true, true},
+                      SwitchRow{"TrustedNotSaved", badStatus, badStatus, 1, 22, false, true},
+                      SwitchRow{"Rejected", badStatus, OpcUa_Good, 2, 23, true, true},
+                      SwitchRow{"NobodyAsked", badStatus, OpcUa_Good, nobody, 0, true, true},
+                      SwitchRow{"NobodyAskedNotSaved", badStatus, bothBitsStatus, nobody, 22, false, true}),
+    [](const auto& row) { return row.param.name; });

@@ -1,11 +1,13 @@
 #include <fstream>
 
 #include "secured_client_test.h"
+#include "security/configuration.h"
 #include "support/child_process.h"
 #include "uapki/certificate.h"
 #include "uapki/rsa_key_pair.h"
 
 using ::testing::Contains;
+using ::testing::HasSubstr;
 using ::testing::Not;
 
 namespace {
@@ -56,13 +58,38 @@ TEST_F(UserIdentity, ACertificateIsMadeForTheUser) {
     useCertificate("operator");
     EXPECT_EQ(tryConnect(), 0);
     EXPECT_EQ(commonName(), "operator");
-    const UaPkiCertificateInfo info =
-        UaPkiCertificate::fromDERFile(UaString(userCertificate().string())).info();
+    const UaPkiCertificate certificate = UaPkiCertificate::fromDERFile(UaString(userCertificate().string()));
+    const UaPkiIdentity subject = certificate.subject();
+    EXPECT_EQ(subject.organization.text(), "Organization");
+    EXPECT_EQ(subject.organizationUnit.text(), "Unit");
+    EXPECT_EQ(subject.locality.text(), "LocationName");
+    EXPECT_EQ(subject.state.text(), "Northvale");
+    EXPECT_EQ(subject.country.text(), "SZ");
+    EXPECT_EQ(subject.domainComponent.text(), "HMI_Client");
+    const UaPkiCertificateInfo info = certificate.info();
     EXPECT_EQ(info.uri.text(), "UserCertificate");
     EXPECT_TRUE(info.dnsNames.empty());
+    EXPECT_TRUE(info.ipAddresses.empty());
+    EXPECT_TRUE(info.email.isEmpty());
     EXPECT_EQ(info.validTime, 31536000);
-    EXPECT_EQ(argumentsOf(setCertificate).substr(0, contentOf(userCertificate()).size()),
-              contentOf(userCertificate()));
+    EXPECT_TRUE(belongTogether(userCertificate(), userKey()));
+    EXPECT_EQ(bitsOf(userKey()), 2048);
+    EXPECT_THAT(contentOf(userKey()), HasSubstr("BEGIN PRIVATE KEY"));
+}
+
+TEST_F(UserIdentity, CertificateAndKeyAreHandedOver) {
+    useCertificate("operator");
+    EXPECT_EQ(tryConnect(), 0);
+    EXPECT_EQ(argumentsOf(setCertificate), contentOf(userCertificate()) + "|" + keyBytes(userKey()));
+}
+
+TEST_F(UserIdentity, ComesAfterTheDecisionOnTheServer) {
+    useCertificate();
+    answer(verify, badStatus);
+    Application rejecting;
+    ASSERT_EQ(m_client->installOpcUaCallBack(&rejecting), 0);
+    EXPECT_EQ(tryConnect(), 23);
+    EXPECT_FALSE(std::filesystem::exists(userCertificate()));
 }
 
 TEST_F(UserIdentity, WithoutANameItIsAuthenticated) {
@@ -134,4 +161,30 @@ TEST_F(UserIdentity, APairThatCannotBeWrittenGivesTwentyEight) {
     useCertificate();
     std::filesystem::create_directories(userCertificate()); // a directory in the file's place
     expectRefused(28);
+    EXPECT_FALSE(std::filesystem::exists(userKey())) << "the certificate comes first";
+}
+
+TEST_F(UserIdentity, AKeyThatCannotBeWrittenGivesTwentyEight) {
+    useCertificate();
+    std::filesystem::create_directories(userKey());
+    expectRefused(28);
+    EXPECT_TRUE(std::filesystem::is_regular_file(userCertificate()));
+}
+
+TEST_F(UserIdentity, AfterALateFailureTheCertificateIsTheNewOneAndTheKeyTheOld) {
+    const auto in = [this](const char* name) { return UaString((directory() / name).string()); };
+    Configuration configuration;
+    configuration.UserCertificate = in("certs/user.der");
+    configuration.UserPrivateKey = in("private/user.pem");
+    ASSERT_EQ(configuration.loadUserCertificate(), 0);
+    const UaByteString key = configuration.userPrivateKeyData;
+    EXPECT_GT(key.length(), 0);
+    ASSERT_EQ(UaPkiCertificate::fromDER(serverCertificate()).toDERFile(configuration.UserCertificate), 0);
+    std::ofstream(configuration.UserPrivateKey.toUtf8()) << "no key";
+    EXPECT_EQ(configuration.loadUserCertificate(), 25);
+    EXPECT_EQ(configuration.userCertificateData, serverCertificate());
+    EXPECT_EQ(configuration.userPrivateKeyData, key);
+    std::ofstream(configuration.UserCertificate.toUtf8()) << "no certificate";
+    EXPECT_EQ(configuration.loadUserCertificate(), 24);
+    EXPECT_EQ(configuration.userCertificateData, serverCertificate());
 }

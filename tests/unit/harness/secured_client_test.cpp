@@ -1,10 +1,32 @@
 #include "secured_client_test.h"
 
+#include <cstdio>
 #include <fstream>
 #include <sstream>
 
+#include "support/child_process.h"
 #include "uapki/certificate.h"
+#include "uapki/provider.h"
 #include "uapki/rsa_key_pair.h"
+
+namespace {
+
+class KeyOfFile {
+public:
+    explicit KeyOfFile(const std::filesystem::path& file) {
+        OpcUa_Key_Initialize(&key);
+        UaPkiProviderOpenSSL provider{UaString(), UaString()};
+        EXPECT_TRUE(
+            provider.loadPrivateKey(UaString(file.string()), OpcUa_KeyEncoding_Pem, nullptr, &key).isGood());
+    }
+    ~KeyOfFile() { OpcUa_Key_Clear(&key); }
+    KeyOfFile(const KeyOfFile&) = delete;
+    KeyOfFile& operator=(const KeyOfFile&) = delete;
+
+    OpcUa_Key key;
+};
+
+} // namespace
 
 SecuredClientTest::SecuredClientTest() {
     platform_recorder::setExecutable((directory() / "hmi").string());
@@ -75,4 +97,22 @@ std::string contentOf(const std::filesystem::path& file) {
     std::ostringstream content;
     content << stream.rdbuf();
     return content.str();
+}
+
+std::string keyBytes(const std::filesystem::path& keyFile) {
+    const KeyOfFile file(keyFile);
+    return std::string(reinterpret_cast<const char*>(file.key.bytes.data), file.key.bytes.length);
+}
+
+int bitsOf(const std::filesystem::path& keyFile) {
+    const auto shown =
+        test_support::runProgram("openssl", {"pkey", "-in", keyFile.string(), "-noout", "-text"});
+    int bits = 0;
+    EXPECT_EQ(std::sscanf(shown.standardOutput.c_str(), "Private-Key: (%d bit", &bits), 1);
+    return bits;
+}
+
+bool belongTogether(const std::filesystem::path& certificateFile, const std::filesystem::path& keyFile) {
+    return UaPkiCertificate::fromDERFile(UaString(certificateFile.string()))
+        .matchesPrivateKey(KeyOfFile(keyFile).key);
 }

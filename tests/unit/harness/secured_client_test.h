@@ -45,3 +45,8 @@ private:
 };
 
 std::string contentOf(const std::filesystem::path& file);
+/// The key of an unencrypted file, DER.
+std::string keyBytes(const std::filesystem::path& keyFile);
+int bitsOf(const std::filesystem::path& keyFile);
+/// Whether the key is that of the certificate.
+bool belongTogether(const std::filesystem::path& certificateFile, const std::filesystem::path& keyFile);
