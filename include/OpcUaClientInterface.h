@@ -40,7 +40,15 @@
 ///     17  -                                     the client is incomplete
 ///     18  -                                     the discovery server did not answer
 ///     19  -                                     no endpoints could be had
-///     20  加载客户端证书失败                    no certificate store
+///     20  加载客户端证书失败                    a directory of the certificate store can't be listed
+///     21  加载客户端证书失败                    the client's certificate or key can't be loaded
+///     22  检查服务器证书是否信任时出错          the server's certificate could not be saved
+///     23  检查服务器证书是否信任时出错          the application rejected the server's certificate
+///     24  设置证书身份令牌类型失败              the user certificate's file holds none
+///     25  设置证书身份令牌类型失败              the user's key can't be loaded
+///     26  设置证书身份令牌类型失败              the user's key is not an RSA key
+///     27  设置证书身份令牌类型失败              a directory of the certificate store can't be listed
+///     28  设置证书身份令牌类型失败              a new user certificate or its key can't be written
 ///     29  传入的参数为空或者无效                a pointer is null, or a count is out of range
 ///
 /// A message without a code: "读数据类型失败", left by a successful browse for a node without a readable
@@ -112,8 +120,6 @@ class OPCUACLIENT_EXPORT COpcUaClientInterface {
 public:
     /// What the application implements to be called back. The library never deletes it; it must outlive
     /// the client.
-    ///
-    /// Certificates are not available in this version, so the second operation is not called yet.
     class OpcUaCallBack {
     public:
         /// A value changed. Called on a thread of the library's own, one change at a time. Values that are
@@ -126,9 +132,19 @@ public:
         /// that, or calls OpcUaConnect, it must not read, write or browse: the two would wait for each
         /// other. What it throws is traced and goes no further.
         virtual void OpcUaDataChange(_OpcUaDataChangeMsg message) = 0;
-        /// Decides on a server certificate that is not trusted yet: 0 accepts it for this connection, 1
-        /// trusts it for good, anything else rejects it. Called by OpcUaConnect on its own thread; of
-        /// this client only OpcUaGetConnectStatus and GetErrorMsg may be called meanwhile.
+        /// Decides on a server certificate that the client does not find good (OPC UA Part 4, 6.1.3): most
+        /// often one that nobody trusted yet, but also one that has expired, was revoked or belongs to
+        /// another application. The trace says what is wrong with it. All texts are empty when the server
+        /// has no certificate.
+        ///
+        /// - 0 accepts it as it is, for this connection; the next one asks again.
+        /// - 1 saves it in the trust list. It is then verified anew: what is wrong with it besides makes
+        ///   the connect fail with 1.
+        /// - Anything else rejects it, and so does an exception: the connect returns 23.
+        ///
+        /// Called by OpcUaConnect on its own thread, before anything secret is sent; its time does not
+        /// count for the connect's time-out. Of this client only OpcUaGetConnectStatus and GetErrorMsg may
+        /// be called meanwhile.
         virtual int OpcUaTrustServerCertificate(_OpcUaCertificateMsg certificate) = 0;
 
     protected:
@@ -185,11 +201,45 @@ public:
     /// defaults hold. A lost connection is reported by OpcUaGetConnectStatus() and never taken up again
     /// by itself: connect again.
     ///
-    /// With `securityPolicy`, `securityMode` or `userIdentity` not 0 the client would need a certificate,
-    /// which this version can't make: the result is 20.
+    /// With `securityPolicy`, `securityMode` or `userIdentity` not 0 the connection is a secured one, and
+    /// this comes first, in this order:
+    /// 1. The client's certificate and key are loaded. If the certificate's file holds none, both are made,
+    ///    for five years and the application URI "urn:HMI:Kestrova::RK4400"; a certificate that is there is
+    ///    never replaced, expired or not. The server must trust it: copy it into the server's trust list.
+    /// 2. The server is asked for its endpoints (10 s at most).
+    /// 3. Its certificate, the first endpoint's, is verified: structure, signature and chain, trust list,
+    ///    validity, application URI, usage, revocation lists; not the host name. If it is not found good,
+    ///    OpcUaCallBack::OpcUaTrustServerCertificate() decides. **Without a callback it is saved in the
+    ///    trust list unasked.** The session is bound to this certificate: an endpoint or a channel that
+    ///    shows another one is refused.
+    /// 4. The endpoint is the one with exactly the policy and the mode asked for.
+    /// 5. A password goes out encrypted to the server's certificate wherever the server offers that; where
+    ///    it doesn't, over the channel as it is, and the trace warns of clear text. For a user certificate
+    ///    certificate and key are loaded; if one of the files can't be read both are made anew, for a year
+    ///    and the common name `userName` ("Authenticated" when that is empty).
     ///
-    /// @return 0: connected, and the status reads 1. 1: not within `config.timeout`, or refused. 20:
-    ///         security asked for. After a failure there is no connection, not the old one either.
+    /// The file's one group, "UaClientConfig", says where all that is; every key may be missing:
+    ///
+    ///     key                                default
+    ///     CertificateTrustListLocation       [ConfigPath]/pkiclient/trusted/certs/
+    ///     CertificateRevocationListLocation  [ConfigPath]/pkiclient/trusted/crl/
+    ///     IssuersCertificatesLocation        [ConfigPath]/pkiclient/issuers/certs/
+    ///     IssuersRevocationListLocation      [ConfigPath]/pkiclient/issuers/crl/
+    ///     ClientCertificate                  [ConfigPath]/pkiclient/own/certs/HMIClient.der
+    ///     ClientPrivateKey                   [ConfigPath]/pkiclient/own/private/HMIClient.pem
+    ///     UserCertificate                    [ConfigPath]/pkiuser/own/certs/user.der
+    ///     UserPrivateKey                     [ConfigPath]/pkiuser/own/private/user.pem
+    ///
+    /// "[ConfigPath]" and "[ApplicationPath]" both stand for the executable's directory. The first of each
+    /// is replaced, what stands before it is dropped, and the result is cut at 511 bytes. A directory ends
+    /// with a slash. Directories are made as they are needed. Certificates are DER files, a chain's further
+    /// ones behind the first; trust, issuer and revocation lists may be PEM too. Keys are PEM without a
+    /// password.
+    ///
+    /// @return 0: connected, and the status reads 1. 1: not within `config.timeout`, or refused by the
+    ///         server or by this client, which the trace explains. 19, without a message: the server gave
+    ///         no endpoints. 20 to 28: the table at the top. After a failure there is no connection, not
+    ///         the old one either.
     int OpcUaConnect(_OpcUaClientConfig& config);
 
     /// Closes session and connection. When the server has gone already everything is released all the

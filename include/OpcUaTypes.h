@@ -77,9 +77,10 @@ struct OpcUaNode {
 
 /// Parameters of OpcUaConnect. Every text is UTF-8 and ends with a zero, or with its field.
 ///
-/// Security is not available in this version: leave policy, mode and identity 0.
+/// Zeros are an unsecured connection without a user.
 struct _OpcUaClientConfig {
-    /// Milliseconds for the whole connect, name resolution included; 0 or less: 5000.
+    /// Milliseconds for the whole connect, name resolution included; 0 or less: 5000. Asking a server for
+    /// its endpoints, with security, comes before and takes 10 s at most.
     int timeout;
     /// Not used.
     int reserved;
@@ -87,13 +88,17 @@ struct _OpcUaClientConfig {
     /// announces.
     char endpointUrl[128];
     /// 0 None, 1 Basic128Rsa15, 2 Basic256, 3 Basic256Sha256, 4 Aes128_Sha256_RsaOaep, 5
-    /// Aes256_Sha256_RsaPss (OPC UA Part 7, 6.6).
+    /// Aes256_Sha256_RsaPss (OPC UA Part 7, 6.6); any other number counts as None. 1 and 2 are weak:
+    /// for servers that know no better.
     int securityPolicy;
-    /// 0 none, 1 sign, 2 sign and encrypt.
+    /// 0 none, 1 sign, 2 sign and encrypt; any other number counts as none. Goes with the policy: none with
+    /// None, one of the others with the others.
     int securityMode;
-    /// 0 anonymous, 1 user name and password, 2 user certificate.
+    /// 0 anonymous, 1 user name and password, 2 user certificate; any other number counts as anonymous.
     int userIdentity;
+    /// With identity 1 the user; with 2 the common name if a user certificate must be made.
     char userName[64];
+    /// With identity 1.
     char password[64];
     /// Name of the session in the server's diagnostics; empty: "Kestrova@RK4400".
     char sessionName[128];
@@ -151,7 +156,8 @@ struct _OpcUa_ServerConfigMsg {
     unsigned int serverCount;
 };
 
-/// A server's certificate, for the application's trust decision. All texts are UTF-8.
+/// A server's certificate, for the application's trust decision. All texts are UTF-8, and empty where the
+/// certificate says nothing.
 struct _OpcUaCertificateMsg {
     std::string commonName; ///< this and the next six name the certificate's issuer
     std::string organization;
@@ -160,25 +166,25 @@ struct _OpcUaCertificateMsg {
     std::string state;
     std::string country;
     std::string domainComponent;
-    std::string validFrom;
+    std::string validFrom; ///< UTC, "2026-03-01T12:30:00.000Z"
     std::string validTo;
     std::string applicationUri;
-    std::string serialNumber;
-    std::string thumbprint; ///< hexadecimal
+    std::string serialNumber; ///< hexadecimal
+    std::string thumbprint;   ///< hexadecimal; SHA-1 of the whole certificate
 };
 
-/// One node to read.
+/// One node to read; buffer and size as for OpcUaGetValue.
 struct OpcUa_ReadNode {
-    OpcUaNode* node;
-    void* value; ///< receives the value
-    int size;    ///< in: capacity of `value` for texts; out: bytes of the value
+    OpcUaNode* node; ///< `result` receives the outcome
+    void* value;     ///< receives the value
+    int size;        ///< in: capacity of `value` for texts; out: bytes of the value
 };
 
-/// One node to write.
+/// One node to write; buffer and size as for OpcUaSetValue.
 struct OpcUa_WriteNode {
-    OpcUaNode* node;
-    void* value; ///< the bytes to write
-    int size;    ///< number of valid bytes in `value`; not used for texts
+    OpcUaNode* node; ///< `result` receives the outcome
+    void* value;     ///< the bytes to write
+    int size;        ///< number of valid bytes in `value`, cut to the type's width; not used for texts
 };
 
 /// Book-keeping of one monitored item.
