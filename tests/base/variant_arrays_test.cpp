@@ -114,7 +114,7 @@ using Conversions =
                    ScalarConversion<&UaVariant::toUInt32>, ScalarConversion<&UaVariant::toInt64>,
                    ScalarConversion<&UaVariant::toUInt64>, ScalarConversion<&UaVariant::toFloat>,
                    ScalarConversion<&UaVariant::toDouble>, ScalarConversion<&UaVariant::toString>>;
-TYPED_TEST_SUITE(ArrayConversion, Conversions);
+TYPED_TEST_SUITE(ArrayConversion, Conversions, );
 
 TYPED_TEST(ArrayConversion, TreatsEveryElementOfEveryTypeLikeAScalar) {
     for (const UaVariant& source : sources()) {
