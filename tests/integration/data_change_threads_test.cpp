@@ -1,17 +1,22 @@
+#include "from_environment.h"
 #include "recording_application.h"
 
 namespace {
 
 using DataChangeThreads = MonitoringTest;
 
+// For two seconds, or as long as TEST_THREADS_SECONDS says.
 TEST_F(DataChangeThreads, ReadersWritersAndAChangingSubscriptionShareTheClient) {
     subscribe();
     ASSERT_EQ(add(rack("Moving.Counter")), 0);
+    const auto end =
+        std::chrono::steady_clock::now() + std::chrono::seconds(fromEnvironment("TEST_THREADS_SECONDS", 2));
+    const auto goesOn = [end](int round) { return round < 10 || std::chrono::steady_clock::now() < end; };
     std::atomic<int> failures{0};
-    const auto readAndWrite = [this, &failures](const char* name) {
+    const auto readAndWrite = [this, &failures, &goesOn](const char* name) {
         OpcUaNode record = recordOf(rack(name));
         record.dataType = OpcUaDataType_Int32;
-        for (int i = 0; i < 200; ++i) {
+        for (int i = 0; goesOn(i); ++i) {
             int value = i;
             int size = 4;
             failures += client.OpcUaSetValue(&record, &value, size) == 0 ? 0 : 1;
@@ -20,10 +25,10 @@ TEST_F(DataChangeThreads, ReadersWritersAndAChangingSubscriptionShareTheClient) 
     };
     std::thread first(readAndWrite, "Scalar.Int32");
     std::thread second(readAndWrite, "Changing.Status");
-    std::thread changer([this, &failures] {
+    std::thread changer([this, &failures, &goesOn] {
         OpcUaNode nodes[3] = {recordOf(rack("Moving.Sine")), recordOf(rack("Moving.Array")),
                               recordOf(rack("Moving.Text"))};
-        for (int i = 0; i < 40; ++i) {
+        for (int i = 0; goesOn(i); ++i) {
             failures += client.OpcUaAddMultiMonitNode(nodes, 3) == 0 && nodes[2].result == 0 ? 0 : 1;
             failures += remove(rack("Moving.Sine")) == 0 ? 0 : 1;
             failures += remove(rack("Moving.Array")) == 0 ? 0 : 1;
