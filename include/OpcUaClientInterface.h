@@ -283,7 +283,8 @@ public:
     ///
     /// `node` is a record of the tree, a looked-up one, or the application's own with `nodeId` and
     /// `dataType` set. Any of the twelve types may be asked for; a value that the type can't hold, and an
-    /// array or a matrix, is stored as 0 or an empty text.
+    /// array or a matrix, is stored as 0 or an empty text, with result 0. docs/values.md shows every type and
+    /// what becomes of each in each other one.
     ///
     ///     dataType            buffer                         size on return
     ///     Boolean             unsigned char, 0 or 1          1
@@ -326,6 +327,10 @@ public:
     /// Creates the client's subscription (OPC UA Part 4, 5.14.2); one that exists is deleted first, with all
     /// its items. Changes of the items that are added then reach OpcUaCallBack::OpcUaDataChange().
     ///
+    /// The server keeps it for 100000 intervals without a sign of life, and says after 5 quiet ones that it
+    /// is there. OpcUaGetConnectStatus() reads 5 when it has ended it or fallen silent on it: delete it then,
+    /// whatever comes of that, and create another.
+    ///
     /// @param publishingInterval milliseconds between two deliveries; passed on as it is, and the server
     ///        revises it to what it can do
     /// @return 0. 3: not connected. 9: the server refused. 10: the old subscription could not be deleted;
@@ -339,7 +344,8 @@ public:
     int OpcUaDeleteSubScription();
 
     /// Monitors the value of a node (OPC UA Part 4, 5.13.2), sampled every 100 ms; the first value comes with
-    /// the next delivery, then every change. A copy of `node` is kept.
+    /// the next delivery, then every change. Of several changes between two deliveries the server keeps the
+    /// latest. A copy of `node`, 2 kB, is kept until the item goes.
     ///
     /// @param index one index a dimension, outermost first, to be told of one element of an array or matrix
     ///        alone; null for the whole value. The server sends the whole value in either case.
@@ -395,7 +401,8 @@ public:
     ///     2    the server has not answered the watchdog's probe (sent every 5 s, awaited 5 s)
     ///     3    the connection was closed or lost
     ///     4    the server announced its shutdown
-    ///     5    connected, but the server ended the subscription or fell silent on it
+    ///     5    connected, but the server ended the subscription, or is silent on it for 10 s more than it
+    ///          may be; back to 1 with the next value, or with another subscription
     ///
     /// Reads 1 when OpcUaConnect() has succeeded and 0 after OpcUaDisConnect(). With 2 or 3 the session is
     /// gone: connect again. May be polled on any thread.
@@ -416,21 +423,60 @@ public:
     ///         message, on an incomplete client
     int installOpcUaCallBack(OpcUaCallBack* callback);
 
-    /// Not available in this version.
+    /// Reads one element of an array or a matrix. The whole value is read from the server (OPC UA Part 4,
+    /// 5.11.2); its shape counts, not the record's `arrayInfo`.
     ///
-    /// @return 29 when a pointer is null or `count` is not in 1 to 16, else 3
+    /// Elements are numbered in row-major order: the last index varies fastest. Only the position that comes
+    /// out must lie inside the value: an index beyond its own dimension names the element that its position
+    /// hits. Positions are reckoned in 32 bits; of each index the low 32 bits count.
+    ///
+    /// @param index one index a dimension, outermost first
+    /// @param count number of indices: 1 for an array, the number of dimensions for a matrix; at most 16
+    /// @param buffer, size as in OpcUaGetValue(), for the one element
+    /// @return 0. 29: a pointer is null, or `count` is not in 1 to 16. 3: not connected. 7: the read failed
+    /// as
+    ///         in OpcUaGetValue(), the value has another number of dimensions, or no element is there; buffer
+    ///         and `size` are unchanged.
     int OpcUaGetArrayValue(OpcUaNode* node, unsigned long* index, int count, void* buffer, int& size);
-    /// Not available in this version.
+    /// Writes one element of an array or a matrix: reads the whole value, replaces the element, and writes
+    /// all of it back (OPC UA Part 4, 5.11.2 and 5.11.4). What another client writes in between is
+    /// overwritten.
     ///
-    /// @return 29 when a pointer is null or `count` is not in 1 to 16, else 3
+    /// The array is written in the type of the record: other elements that this type can't hold make the
+    /// operation fail before anything is sent. Null and other numbers send an empty value.
+    ///
+    /// @param index, count as in OpcUaGetArrayValue()
+    /// @param buffer, size as in OpcUaSetValue(), for the one element; `size` is cut also when the write
+    /// fails
+    /// @return 0. 29: a pointer is null, or `count` is not in 1 to 16. 3: not connected. 8: reading or
+    /// writing
+    ///         failed, the value has another number of dimensions, no element is there, or another element
+    ///         would be lost.
     int OpcUaSetArrayValue(OpcUaNode* node, unsigned long* index, int count, const void* buffer, int& size);
 
-    /// Not available in this version: sets `result` of every node to 3.
+    /// Reads the values of many nodes, in requests of 20 (OPC UA Part 4, 5.11.2), each as OpcUaGetValue()
+    /// does.
     ///
-    /// @return 29 when `nodes` is null or `count` below 1 (no node is touched); 0 without a session: look
-    ///         at the nodes' results; else 3
+    /// Look at every node's `result`: 0 read, with value and `size` filled; 7 not read, value and `size`
+    /// unchanged, 3 not connected. A request that fails gives 7 to all its nodes and does not stop the next
+    /// one. A server that takes fewer than 20 nodes a call refuses each longer request; the trace tells so.
+    ///
+    /// `nodes` and what it points to stay the caller's; every `node` and `value` must be valid. Two requests
+    /// for one record leave the later outcome in its `result`.
+    ///
+    /// @param nodes `count` requests; their `size` is the capacity of `value` for String alone
+    /// @return 29 when `nodes` is null or `count` below 1 (no node is touched); 3 when the connection is
+    ///         lost; else 0, also without a session and when nodes failed. The message is that of the last
+    ///         failure.
     int OpcUaGetMultiValue(OpcUa_ReadNode* nodes, int count);
-    /// Not available in this version: sets `result` of every node to 3.
+    /// Writes the values of many nodes, in requests of 20 (OPC UA Part 4, 5.11.4), each as OpcUaSetValue()
+    /// does: the values alone, `size` cut to the type's width.
+    ///
+    /// Look at every node's `result`: 0 written, 8 not written, 3 not connected. Beyond that all is as in
+    /// OpcUaGetMultiValue().
+    ///
+    /// Within one request of 20 a record whose `dataType` is Null or another number sends what the record
+    /// before it sent; as the first of a request it sends an empty value.
     ///
     /// @return as OpcUaGetMultiValue()
     int OpcUaSetMultiValue(OpcUa_WriteNode* nodes, int count);

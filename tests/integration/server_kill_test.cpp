@@ -119,9 +119,9 @@ private:
     int m_value = 0;
 };
 
-/// Most moments lie in the connect and in the first actions after it.
+/// Up to 131 ms, most of them in the connect and in the first actions after it.
 std::chrono::microseconds randomMoment(Random& random) {
-    return std::chrono::microseconds(below(random, 1U << (8 + below(random, 10))));
+    return std::chrono::microseconds(below(random, 1U << (11 + below(random, 7))));
 }
 
 /// Whether there was a connection at all.
