@@ -3,12 +3,15 @@
 #include "client_fixture.h"
 #include "support/temporary_directory.h"
 
-/// A client, and the server of another family, its certificates in a directory of their own. The cases of a
-/// suite share the server.
+/// A client, and the server of another family, its certificates in a directory of their own. All cases of
+/// the program share the server: it takes seconds to start.
 class InteropTest : public ClientTest {
 protected:
-    static void SetUpTestSuite() { s_server = std::make_unique<Server>(); }
-    static void TearDownTestSuite() { s_server.reset(); }
+    static void SetUpTestSuite() {
+        if (!s_server) {
+            s_server = std::make_unique<Server>();
+        }
+    }
 
     static const std::string& url() { return s_server->process.url(); }
 

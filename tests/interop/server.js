@@ -12,10 +12,13 @@ const path = require("node:path");
 const { OPCUACertificateManager } = require("node-opcua-certificate-manager");
 const { MessageSecurityMode, SecurityPolicy } = require("node-opcua-secure-channel");
 const { OPCUAServer } = require("node-opcua-server");
+const { StatusCodes } = require("node-opcua-status-code");
 const { DataType, Variant, VariantArrayType } = require("node-opcua-variant");
 
 const matrixDimensions = [2, 3];
+const cubeDimensions = [2, 3, 4];
 const arrayLength = 5;
+const manyCount = 45;
 
 /** By type: what the scalar holds, and what element `k` of arrays and matrices holds. 64 bits are [high, low]. */
 const types = {
@@ -45,6 +48,7 @@ function addTypes(namespace, root) {
   const scalars = addFolder(namespace, root, "Scalar");
   const arrays = addFolder(namespace, root, "Array");
   const matrices = addFolder(namespace, root, "Matrix");
+  const cubes = addFolder(namespace, root, "Cube");
   const add = (folder, type, shape) =>
     namespace.addVariable({
       componentOf: folder,
@@ -54,36 +58,109 @@ function addTypes(namespace, root) {
       ...shape,
       value: new Variant({ dataType: DataType[type], ...shape.value }),
     });
+  const addMatrix = (folder, type, dimensions) =>
+    add(folder, type, {
+      valueRank: dimensions.length,
+      arrayDimensions: dimensions,
+      value: {
+        arrayType: VariantArrayType.Matrix,
+        dimensions,
+        value: elements(
+          type,
+          dimensions.reduce((a, b) => a * b),
+        ),
+      },
+    });
   for (const type of Object.keys(types)) {
     add(scalars, type, { value: { arrayType: VariantArrayType.Scalar, value: types[type].scalar } });
     add(arrays, type, {
       valueRank: 1,
       value: { arrayType: VariantArrayType.Array, value: elements(type, arrayLength) },
     });
-    add(matrices, type, {
-      valueRank: matrixDimensions.length,
-      arrayDimensions: matrixDimensions,
-      value: {
-        arrayType: VariantArrayType.Matrix,
-        dimensions: matrixDimensions,
-        value: elements(
-          type,
-          matrixDimensions.reduce((a, b) => a * b),
-        ),
-      },
+    addMatrix(matrices, type, matrixDimensions);
+    addMatrix(cubes, type, cubeDimensions);
+  }
+}
+
+/** Doubles, Int32 and Strings in turn. */
+function addMany(namespace, root) {
+  const folder = addFolder(namespace, root, "Many");
+  for (let i = 0; i < manyCount; ++i) {
+    const type = ["Double", "Int32", "String"][i % 3];
+    namespace.addVariable({
+      componentOf: folder,
+      browseName: `Variable${i}`,
+      nodeId: `s=Many.Variable${i}`,
+      dataType: DataType[type],
+      value: new Variant({ dataType: DataType[type], value: type === "String" ? `Text ${i}` : i }),
     });
   }
 }
 
+/** A number that grows with each reading, alone and in every element. */
 function addMovement(namespace, root) {
+  const folder = addFolder(namespace, root, "Moving");
   let reads = 0;
+  const add = (name, shape, value) =>
+    namespace.addVariable({
+      componentOf: folder,
+      browseName: name,
+      nodeId: `s=Moving.${name}`,
+      dataType: DataType.UInt32,
+      minimumSamplingInterval: 10,
+      ...shape,
+      value: { get: () => new Variant({ dataType: DataType.UInt32, ...value(++reads) }) },
+    });
+  const growing = (count, start) => Uint32Array.from({ length: count }, (_, k) => start + k);
+  add("Counter", {}, (value) => ({ value }));
+  add("Array", { valueRank: 1 }, (start) => ({
+    arrayType: VariantArrayType.Array,
+    value: growing(arrayLength, start),
+  }));
+  add("Matrix", { valueRank: 2, arrayDimensions: matrixDimensions }, (start) => ({
+    arrayType: VariantArrayType.Matrix,
+    dimensions: matrixDimensions,
+    value: growing(matrixDimensions[0] * matrixDimensions[1], start),
+  }));
+}
+
+/** How many values clients have sent, and how many of them with time stamps or a status besides. */
+function addWatch(server, namespace, root) {
+  const counts = { Values: 0, WithMore: 0 };
+  server.on("request", (request) => {
+    if (request.schema.name !== "WriteRequest") return;
+    for (const { value } of request.nodesToWrite) {
+      ++counts.Values;
+      if (value.sourceTimestamp || value.serverTimestamp || value.statusCode.value !== 0) ++counts.WithMore;
+    }
+  });
+  const folder = addFolder(namespace, root, "Written");
+  for (const name of Object.keys(counts)) {
+    namespace.addVariable({
+      componentOf: folder,
+      browseName: name,
+      nodeId: `s=Written.${name}`,
+      dataType: DataType.UInt32,
+      value: { get: () => new Variant({ dataType: DataType.UInt32, value: counts[name] }) },
+    });
+  }
+}
+
+/** Written true, it ends the subscriptions of all sessions. */
+function addControl(server, namespace, root) {
   namespace.addVariable({
-    componentOf: addFolder(namespace, root, "Moving"),
-    browseName: "Counter",
-    nodeId: "s=Moving.Counter",
-    dataType: DataType.UInt32,
-    minimumSamplingInterval: 10,
-    value: { get: () => new Variant({ dataType: DataType.UInt32, value: ++reads }) },
+    componentOf: root,
+    browseName: "EndSubscriptions",
+    nodeId: "s=EndSubscriptions",
+    dataType: DataType.Boolean,
+    value: {
+      get: () => new Variant({ dataType: DataType.Boolean, value: false }),
+      set: () => {
+        for (const session of server.engine.getSessions())
+          for (const subscription of [...session.publishEngine.subscriptions]) subscription.terminate();
+        return StatusCodes.Good;
+      },
+    },
   });
 }
 
@@ -151,7 +228,10 @@ async function main(folder) {
     dataType: DataType.Int32,
     value: new Variant({ dataType: DataType.Int32, value: 0 }),
   });
+  addMany(namespace, root);
   addMovement(namespace, root);
+  addWatch(server, namespace, root);
+  addControl(server, namespace, root);
   await server.start();
   process.once("SIGTERM", async () => {
     await server.shutdown();
