@@ -4,6 +4,7 @@
 
 #include "secured_client_test.h"
 #include "uapki/certificate.h"
+#include "uapki/rsa_key_pair.h"
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
@@ -46,6 +47,11 @@ TEST_F(SecuredConnection, AsksTheServerThatItConnectsTo) {
     ASSERT_EQ(queries.size(), 1U);
     EXPECT_EQ(queries[0].url, "opc.tcp://boiler:4841");
     EXPECT_EQ(queries[0].settings.callTimeout, 10000);
+    for (const standin::Call& call : script().calls()) {
+        if (call.operation == verify) {
+            EXPECT_EQ(call.object, queries[0].security) << "the session learns what was offered";
+        }
+    }
 }
 
 TEST_F(SecuredConnection, BindsTheSessionToTheFirstEndpointsCertificate) {
@@ -94,14 +100,8 @@ TEST_F(SecuredConnection, TheNewCertificateNamesThePanel) {
     const UaPkiCertificate certificate =
         UaPkiCertificate::fromDERFile(UaString(clientCertificate().string()));
     ASSERT_TRUE(certificate.isValid());
-    const UaPkiIdentity subject = certificate.subject();
-    EXPECT_EQ(subject.organization.text(), "Organization");
-    EXPECT_EQ(subject.organizationUnit.text(), "Unit");
-    EXPECT_EQ(subject.locality.text(), "LocationName");
-    EXPECT_EQ(subject.state.text(), "Northvale");
-    EXPECT_EQ(subject.country.text(), "SZ");
-    EXPECT_EQ(subject.commonName.text(), "HMI_RK4400");
-    EXPECT_EQ(subject.domainComponent.text(), "HMI_Client");
+    EXPECT_EQ(certificate.commonName().text(), "HMI_RK4400");
+    expectOwner(certificate.subject());
     const UaPkiCertificateInfo info = certificate.info();
     EXPECT_EQ(info.uri.text(), "urn:HMI:Kestrova::RK4400");
     ASSERT_EQ(info.dnsNames.size(), 1U);
@@ -130,6 +130,24 @@ TEST_F(SecuredConnection, AnExistingCertificateIsKept) {
     EXPECT_EQ(tryConnect(), 0);
     EXPECT_EQ(contentOf(clientCertificate()), certificate);
     EXPECT_EQ(contentOf(clientKey()), key);
+}
+
+TEST_F(SecuredConnection, AnExpiredCertificateIsKept) {
+    const UaPkiRsaKeyPair keys(2048);
+    UaPkiIdentity identity;
+    identity.commonName = "HMI_RK4400";
+    UaPkiCertificateInfo info;
+    info.validTime = 86400;
+    info.backdateTime = 2 * 86400;
+    std::filesystem::create_directories(clientCertificate().parent_path());
+    ASSERT_EQ(UaPkiCertificate(info, identity, keys.publicKey(), identity, keys.privateKey(), false,
+                               UaPkiCertificate::Sha256)
+                  .toDERFile(clientCertificate().c_str()),
+              0);
+    const std::string expired = contentOf(clientCertificate());
+    EXPECT_EQ(tryConnect(), 0);
+    EXPECT_EQ(contentOf(clientCertificate()), expired);
+    EXPECT_FALSE(std::filesystem::exists(clientKey()));
 }
 
 TEST_F(SecuredConnection, ACertificateWithoutItsKeyIsKept) {
@@ -181,9 +199,12 @@ TEST_F(SecuredConnection, UncertainIsGoodEnoughForStoreAndCertificate) {
 }
 
 TEST_F(SecuredConnection, AFailedEndpointQueryGivesNineteenAndKeepsTheMessage) {
+    const auto answerEndpoints = script().onGetEndpoints;
     for (const OpcUa_StatusCode status : {badStatus, uncertainStatus, bothBitsStatus}) {
         storeEarlierMessage();
-        script().onGetEndpoints = [status](const standin::DiscoveryRequest&, UaEndpointDescriptions&) {
+        script().onGetEndpoints = [&](const standin::DiscoveryRequest& request,
+                                      UaEndpointDescriptions& endpoints) {
+            answerEndpoints(request, endpoints);
             return UaStatus(status);
         };
         EXPECT_EQ(tryConnect(), 19);

@@ -92,6 +92,15 @@ const UaByteString& SecuredClientTest::serverCertificate() {
     return certificate;
 }
 
+void expectOwner(const UaPkiIdentity& subject) {
+    EXPECT_EQ(subject.organization.text(), "Organization");
+    EXPECT_EQ(subject.organizationUnit.text(), "Unit");
+    EXPECT_EQ(subject.locality.text(), "LocationName");
+    EXPECT_EQ(subject.state.text(), "Northvale");
+    EXPECT_EQ(subject.country.text(), "SZ");
+    EXPECT_EQ(subject.domainComponent.text(), "HMI_Client");
+}
+
 std::string contentOf(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
     std::ostringstream content;

@@ -7,6 +7,7 @@
 #include "client_test.h"
 #include "support/temporary_directory.h"
 #include "uabase/byte_string.h"
+#include "uapki/identity.h"
 
 /// A client whose executable, and so its certificate store, lies in a directory of the case's own.
 class SecuredClientTest : public ClientTest {
@@ -43,6 +44,9 @@ protected:
 private:
     test_support::TemporaryDirectory m_directory;
 };
+
+/// What every certificate of the client says of its owner, the common name aside.
+void expectOwner(const UaPkiIdentity& subject);
 
 std::string contentOf(const std::filesystem::path& file);
 /// The key of an unencrypted file, DER.
