@@ -3,7 +3,7 @@
 #include "OpcUaClientInterface.h"
 #include "callback.h"
 #include "failure.h"
-#include "nodes/value.h"
+#include "nodes/value_buffer.h"
 #include "options.h"
 #include "result_text.h"
 
@@ -20,12 +20,6 @@ struct LibraryFiles {
 };
 
 LibraryFiles libraryFiles();
-
-/// What reading one value gave.
-struct ReadResult {
-    int resultCode = 0;
-    Value value{}; ///< empty unless resultCode is 0
-};
 
 /// An open connection to one server; closed with the object.
 class Connection {
@@ -61,7 +55,6 @@ private:
     void open();
     Problem connectProblem(int resultCode);
     bool isAlive();
-    ReadResult readText(OpcUaNode& record);
 
     Security m_security;
     _OpcUaClientConfig m_config{};

@@ -57,6 +57,8 @@ ExitCode run(int count, char** arguments) {
     addBrowseCommand(app, chosen);
     addReadCommand(app, chosen);
     addWriteCommand(app, chosen);
+    addSnapshotCommand(app, chosen);
+    addRestoreCommand(app, chosen);
     addInfoCommand(app, chosen);
     try {
         app.parse(count, arguments);

@@ -10,5 +10,7 @@ void addBrowseCommand(CLI::App& app, Action& chosen);
 void addReadCommand(CLI::App& app, Action& chosen);
 void addWriteCommand(CLI::App& app, Action& chosen);
 void addInfoCommand(CLI::App& app, Action& chosen);
+void addSnapshotCommand(CLI::App& app, Action& chosen);
+void addRestoreCommand(CLI::App& app, Action& chosen);
 
 } // namespace opcua_cli

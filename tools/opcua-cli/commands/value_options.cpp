@@ -4,12 +4,7 @@ namespace opcua_cli {
 namespace {
 
 std::string checkTypeName(std::string& text) {
-    if (typeFromName(text))
-        return {};
-    std::string message = "no type is called " + text + "; there are";
-    for (const std::string& name : typeNames())
-        message += " " + name;
-    return message;
+    return typeFromName(text) ? std::string() : unknownTypeText(text);
 }
 
 } // namespace
@@ -20,6 +15,47 @@ void addValueOptions(CLI::App& command, ValueOptions& options, const std::string
         ->type_name("TYPE")
         ->check(CLI::Validator(checkTypeName, ""));
     addMaxNodesOption(command, options.maxNodes, "Look at so many nodes to find the type of a node id");
+}
+
+void addMaxElementsOption(CLI::App& command, std::size_t& maxElements) {
+    command
+        .add_option("--max-elements", maxElements,
+                    "Leave alone whole arrays with more elements (default: " +
+                        std::to_string(defaultMaxElements) + ")")
+        ->type_name("N")
+        ->check(CLI::Range(1, 10000000).description(""));
+}
+
+void addNodeListOptions(CLI::App& command, NodeListOptions& options) {
+    command
+        .add_option("--index", options.index,
+                    "One element of an array or matrix, counted from 0: 4, or 2,3 for row 2, column 3")
+        ->type_name("INDEX");
+    command
+        .add_option("--from", options.file, "Take the nodes from a CSV or JSON file; - for standard input")
+        ->type_name("FILE");
+    addMaxElementsOption(command, options.maxElements);
+}
+
+void completeRequests(std::vector<NodeRequest>& requests, const NodeListOptions& options) {
+    std::optional<Index> index;
+    if (!options.index.empty())
+        index = parseIndex(options.index);
+    for (NodeRequest& request : requests) {
+        if (!request.statedType)
+            request.statedType = options.statedType();
+        if (!request.index)
+            request.index = index;
+    }
+}
+
+std::vector<TargetRequest> targetRequests(const std::vector<NodeRequest>& requests) {
+    std::vector<TargetRequest> targets;
+    for (const NodeRequest& request : requests) {
+        const bool needsShape = request.index || (request.value && isWholeArray(*request.value));
+        targets.push_back({request.reference, request.statedType, needsShape});
+    }
+    return targets;
 }
 
 } // namespace opcua_cli

@@ -18,12 +18,6 @@ constexpr std::array<std::string_view, std::variant_size_v<Value>> names{
     "other",  "Boolean", "SByte",  "Byte",  "Int16",  "UInt16", "Int32",
     "UInt32", "Int64",   "UInt64", "Float", "Double", "String"};
 
-bool sameWord(std::string_view a, std::string_view b) {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [&](char one, char other) { return lower(one) == lower(other); });
-}
-
 template <typename Container>
 bool contains(const Container& words, std::string_view text) {
     return std::any_of(words.begin(), words.end(),
@@ -216,9 +210,26 @@ std::vector<std::string> typeNames() {
     return {names.begin() + 1, names.end()};
 }
 
+bool sameWord(std::string_view a, std::string_view b) {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [&](char one, char other) { return lower(one) == lower(other); });
+}
+
+std::string unknownTypeText(const std::string& name) {
+    std::string text = "no type is called " + name + "; there are";
+    for (const std::string& known : typeNames())
+        text += " " + known;
+    return text;
+}
+
 Value parseValue(_OpcUaDataType type, const std::string& text) {
     static constexpr auto table = parsers(std::make_index_sequence<std::variant_size_v<Value>>{});
     return table[indexOf(type)](type, text);
+}
+
+bool isSame(const Value& one, const Value& other) {
+    return one.index() == other.index() && toText(one) == toText(other);
 }
 
 std::string toText(const Value& value) {

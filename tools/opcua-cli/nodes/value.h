@@ -26,8 +26,17 @@ std::optional<_OpcUaDataType> typeFromName(std::string_view name);
 /// The names of the twelve types.
 std::vector<std::string> typeNames();
 
+/// What to say to a name that no type has.
+std::string unknownTypeText(const std::string& name);
+
+/// True for the same letters, upper or lower case.
+bool sameWord(std::string_view a, std::string_view b);
+
 /// The value that the user wrote, for a node of that type. Throws Failure (Usage) with what would fit.
 Value parseValue(_OpcUaDataType type, const std::string& text);
+
+/// True for the same type and digits: NaN is the same as NaN, and -0 is not 0.
+bool isSame(const Value& one, const Value& other);
 
 /// As people read it: texts in quotes, the shortest digits that give the number back.
 std::string toText(const Value& value);

@@ -1,19 +1,66 @@
 #include "value_target.h"
 
+#include "../interrupt.h"
 #include "path_walk.h"
+#include "value_access.h"
 
 namespace opcua_cli {
+namespace {
 
-TargetResolver::TargetResolver(Connection& connection, std::optional<_OpcUaDataType> statedType,
-                               std::size_t maxNodes)
-    : m_connection(connection), m_statedType(statedType), m_maxNodes(maxNodes) {}
-
-ValueTarget TargetResolver::resolve(const NodeReference& reference) {
-    const auto* path = std::get_if<NodePath>(&reference);
-    return path != nullptr ? resolvePath(*path) : resolveId(std::get<std::string>(reference));
+/// The id when the node has to be looked for.
+const std::string* soughtId(const TargetRequest& request) {
+    const bool sought = !request.statedType || request.needsShape;
+    return sought ? std::get_if<std::string>(&request.reference) : nullptr;
 }
 
-ValueTarget TargetResolver::resolvePath(const NodePath& path) {
+} // namespace
+
+TargetResolver::TargetResolver(Connection& connection, std::size_t maxNodes)
+    : m_connection(connection), m_maxNodes(maxNodes) {}
+
+std::vector<ResolvedTarget> TargetResolver::resolve(const std::vector<TargetRequest>& requests) {
+    std::vector<ResolvedTarget> targets(requests.size());
+    const std::vector<int> resultCodes = tryToRead(requests);
+    const Problem notReadable = m_connection.lastProblem();
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        throwIfInterrupted();
+        if (resultCodes[i] != 0) {
+            targets[i].problem = notReadable;
+            continue;
+        }
+        try {
+            const auto* path = std::get_if<NodePath>(&requests[i].reference);
+            targets[i].target = path != nullptr
+                                    ? resolvePath(*path, requests[i])
+                                    : resolveId(std::get<std::string>(requests[i].reference), requests[i]);
+        } catch (const Failure& failure) {
+            if (failure.exitCode() != ExitCode::Failed)
+                throw;
+            targets[i].problem = failure.problem();
+        }
+    }
+    return targets;
+}
+
+/// The result codes of reading those nodes that have to be looked for: a mistyped id fails here at once.
+std::vector<int> TargetResolver::tryToRead(const std::vector<TargetRequest>& requests) {
+    std::vector<ReadItem> items;
+    for (const TargetRequest& request : requests) {
+        // Any type will do, the value is not wanted.
+        if (const std::string* id = soughtId(request))
+            items.push_back({*id, OpcUaDataType_Boolean});
+    }
+    const std::vector<ReadResult> results = readMany(m_connection, items);
+    std::vector<int> resultCodes(requests.size(), 0);
+    auto next = results.begin();
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        if (soughtId(requests[i]) != nullptr)
+            resultCodes[i] = (next++)->resultCode;
+    }
+    return resultCodes;
+}
+
+ValueTarget TargetResolver::resolvePath(const NodePath& path, const TargetRequest& request) {
     ValueTarget target{describe(*followPath(finder().tree(), path).back())};
     NodeInfo& node = target.node;
     if (!node.hasValue())
@@ -22,23 +69,24 @@ ValueTarget TargetResolver::resolvePath(const NodePath& path) {
                        "opcua-cli browse to see the variables below it"});
     if (!node.nodeIdComplete)
         throw Failure(ExitCode::Failed, {"the id of this node is too long for this program", {}});
-    if (m_statedType)
-        node.dataType = *m_statedType;
+    node.dataType = request.statedType.value_or(node.dataType);
     return target;
 }
 
-ValueTarget TargetResolver::resolveId(const std::string& nodeId) {
+ValueTarget TargetResolver::resolveId(const std::string& nodeId, const TargetRequest& request) {
     NodeInfo unseen;
     unseen.nodeId = nodeId;
-    if (m_statedType) {
-        unseen.dataType = *m_statedType;
+    unseen.dataType = request.statedType.value_or(OpcUaDataType_Null);
+    if (soughtId(request) == nullptr)
         return {unseen};
-    }
-    const int code = m_connection.read(nodeId, OpcUaDataType_Null).resultCode;
-    if (code != 0)
-        throw Failure(ExitCode::Failed, m_connection.lastProblem());
-    const std::optional<NodeInfo> node = finder().find(nodeId);
-    return node ? ValueTarget{*node} : ValueTarget{unseen, false};
+    std::optional<NodeInfo> node = finder().find(nodeId);
+    if (!node && request.needsShape)
+        throw Failure(ExitCode::Failed, {"the shape of this node was not found",
+                                         "the node's path, or --max-nodes to let the search go further"});
+    if (!node)
+        return {unseen, false};
+    node->dataType = request.statedType.value_or(node->dataType);
+    return {*node};
 }
 
 NodeFinder& TargetResolver::finder() {
@@ -46,13 +94,6 @@ NodeFinder& TargetResolver::finder() {
         m_finder = std::make_unique<NodeFinder>(m_connection, m_maxNodes,
                                                 [this](std::size_t count) { m_progress.show(count); });
     return *m_finder;
-}
-
-void throwIfArray(const NodeInfo& node) {
-    if (node.isArray)
-        throw Failure(
-            ExitCode::Failed,
-            {"the value is an array, " + typeText(node) + "; this command handles single values", {}});
 }
 
 } // namespace opcua_cli

@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace opcua_cli {
 
@@ -15,6 +16,18 @@ struct ValueTarget {
     bool typeKnown = true; ///< false when a node given by its id did not show up in the address space
 };
 
+/// A node as the user named it.
+struct TargetRequest {
+    NodeReference reference{};
+    std::optional<_OpcUaDataType> statedType{};
+    bool needsShape = false; ///< look for a node given by its id even when its type is stated
+};
+
+struct ResolvedTarget {
+    ValueTarget target{};
+    std::optional<Problem> problem{};
+};
+
 /// Finds out type and shape of the nodes that the user named.
 ///
 /// The library tells them only for the children of a node that it browses. A path leads there by itself. A
@@ -22,24 +35,22 @@ struct ValueTarget {
 /// a type that the user states spares both.
 class TargetResolver {
 public:
-    TargetResolver(Connection& connection, std::optional<_OpcUaDataType> statedType, std::size_t maxNodes);
+    /// Looks at `maxNodes` nodes at most, all targets together.
+    TargetResolver(Connection& connection, std::size_t maxNodes);
 
-    /// Throws Failure; with exit code Failed it is this node's own.
-    ValueTarget resolve(const NodeReference& reference);
+    /// In the order of the requests. Throws Failure only when there is no point in going on with other nodes.
+    std::vector<ResolvedTarget> resolve(const std::vector<TargetRequest>& requests);
 
 private:
-    ValueTarget resolvePath(const NodePath& path);
-    ValueTarget resolveId(const std::string& nodeId);
+    std::vector<int> tryToRead(const std::vector<TargetRequest>& requests);
+    ValueTarget resolvePath(const NodePath& path, const TargetRequest& request);
+    ValueTarget resolveId(const std::string& nodeId, const TargetRequest& request);
     NodeFinder& finder();
 
     Connection& m_connection;
-    std::optional<_OpcUaDataType> m_statedType;
     std::size_t m_maxNodes;
     std::unique_ptr<NodeFinder> m_finder;
     Progress m_progress{"looking for the type"};
 };
-
-/// "Double[3][4]", which single-value commands cannot handle. Throws Failure (Failed) for an array or matrix.
-void throwIfArray(const NodeInfo& node);
 
 } // namespace opcua_cli

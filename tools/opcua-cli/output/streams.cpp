@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <set>
 #include <unistd.h>
 
 namespace opcua_cli {
@@ -31,17 +32,24 @@ void secureStandardStreams() {
     std::signal(SIGPIPE, SIG_IGN);
 }
 
-void writeOutput(const std::string& text) {
+bool writeAll(int descriptor, const std::string& text) {
     std::size_t done = 0;
     while (done < text.size()) {
-        const ssize_t count = write(STDOUT_FILENO, text.data() + done, text.size() - done);
+        const ssize_t count = write(descriptor, text.data() + done, text.size() - done);
         if (count >= 0)
             done += static_cast<std::size_t>(count);
-        else if (errno == EPIPE)
-            throw Failure(ExitCode::OutputClosed, {});
         else if (errno != EINTR)
-            throw Failure(ExitCode::OutputFailed, {"cannot write the result: " + systemMessage(), {}});
+            return false;
     }
+    return true;
+}
+
+void writeOutput(const std::string& text) {
+    if (writeAll(STDOUT_FILENO, text))
+        return;
+    if (errno == EPIPE)
+        throw Failure(ExitCode::OutputClosed, {});
+    throw Failure(ExitCode::OutputFailed, {"cannot write the result: " + systemMessage(), {}});
 }
 
 void reportProblem(const Problem& problem) {
@@ -56,21 +64,36 @@ void reportProblem(const Problem& problem) {
     std::fputs(text.c_str(), stderr);
 }
 
+void reportNodeProblems(const std::vector<NodeProblem>& problems) {
+    std::set<std::string> told;
+    for (const NodeProblem& named : problems) {
+        if (!told.insert(named.problem.explanation).second)
+            continue;
+        Problem problem = named.problem;
+        problem.explanation = named.node + ": " + problem.explanation;
+        reportProblem(problem);
+    }
+}
+
 void reportNote(const std::string& text) {
     std::fprintf(stderr, "%s: %s\n", programName, printable(text).c_str());
 }
 
 std::string readInput() {
+    return readAll(STDIN_FILENO, "standard input");
+}
+
+std::string readAll(int descriptor, const std::string& name) {
     std::string text;
     std::array<char, 65536> block{};
     for (;;) {
-        const ssize_t count = read(STDIN_FILENO, block.data(), block.size());
+        const ssize_t count = read(descriptor, block.data(), block.size());
         if (count > 0)
             text.append(block.data(), static_cast<std::size_t>(count));
         else if (count == 0)
             return text;
         else if (errno != EINTR)
-            throw usageFailure("cannot read standard input: " + systemMessage());
+            throw usageFailure("cannot read " + name + ": " + systemMessage());
     }
 }
 

@@ -3,6 +3,7 @@
 #include "../failure.h"
 
 #include <string>
+#include <vector>
 
 namespace opcua_cli {
 
@@ -16,10 +17,25 @@ void writeOutput(const std::string& text);
 /// A problem for a person, on standard error: what, the library's word on it, what to try.
 void reportProblem(const Problem& problem);
 
+/// The problem of one node among others.
+struct NodeProblem {
+    std::string node;
+    Problem problem;
+};
+
+/// Of problems that are alike the first alone.
+void reportNodeProblems(const std::vector<NodeProblem>& problems);
+
 /// A remark that is no error, on standard error.
 void reportNote(const std::string& text);
 
-/// Everything that standard input holds.
+/// Everything that standard input holds. Throws Failure (Usage).
 std::string readInput();
+
+/// The same for any descriptor; the name is for the message.
+std::string readAll(int descriptor, const std::string& name);
+
+/// Writes everything and tells whether that was possible; if not, errno says why.
+bool writeAll(int descriptor, const std::string& text);
 
 } // namespace opcua_cli
