@@ -1,0 +1,63 @@
+#include "formats/csv.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace opcua_cli;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+std::vector<std::vector<std::string>> fields(std::string_view text) {
+    std::vector<std::vector<std::string>> result;
+    for (const CsvRow& row : parseCsv(text))
+        result.push_back(row.fields);
+    return result;
+}
+
+void isRefused(std::string_view text, std::size_t line, const std::string& reason) {
+    try {
+        parseCsv(text);
+        ADD_FAILURE() << "was taken: " << text;
+    } catch (const CsvError& error) {
+        EXPECT_EQ(error.line, line) << text;
+        EXPECT_THAT(error.what(), HasSubstr(reason)) << text;
+    }
+}
+
+} // namespace
+
+TEST(Csv, RowsEndWithEitherLineEndOrTheText) {
+    EXPECT_THAT(fields(""), IsEmpty());
+    EXPECT_THAT(fields("\r\n\n"), IsEmpty());
+    for (const char* text : {"a,b\r\nc,d\r\n", "a,b\nc,d\n", "a,b\r\nc,d", "\na,b\n\r\nc,d\n\n"})
+        EXPECT_THAT(fields(text), ElementsAre(ElementsAre("a", "b"), ElementsAre("c", "d"))) << text;
+}
+
+TEST(Csv, FieldsMayBeEmpty) {
+    EXPECT_THAT(fields(",\n\"\"\n a ,"),
+                ElementsAre(ElementsAre("", ""), ElementsAre(""), ElementsAre(" a ", "")));
+}
+
+TEST(Csv, QuotesTakeCommasQuotesAndLineEnds) {
+    EXPECT_THAT(fields("\"a,b\",\"say \"\"hi\"\"\",\"two\r\nlines\""),
+                ElementsAre(ElementsAre("a,b", "say \"hi\"", "two\r\nlines")));
+}
+
+TEST(Csv, RowsKnowTheirLines) {
+    const auto rows = parseCsv("a\r\n\"x\ny\",1\n\nlast");
+    ASSERT_EQ(rows.size(), 3u);
+    EXPECT_EQ(rows[0].line, 1u);
+    EXPECT_EQ(rows[1].line, 2u);
+    EXPECT_EQ(rows[2].line, 5u);
+}
+
+TEST(Csv, BrokenFormsAreRefusedWithTheirLine) {
+    isRefused("a\n\"b\nc", 2, "not closed");
+    isRefused("a\nb,c\"d\"", 2, "a quote inside a field");
+    isRefused("\"a\nb\"c", 2, "follows the quote");
+    isRefused("a\nb\rc", 2, "carriage return");
+    isRefused("\"a\"\rc", 1, "carriage return");
+}

@@ -1,0 +1,148 @@
+#include "formats/node_list.h"
+
+#include "failure.h"
+#include "support/temporary_directory.h"
+
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace opcua_cli;
+using testing::AllOf;
+using testing::HasSubstr;
+
+namespace {
+
+class NodeList : public testing::Test {
+protected:
+    std::vector<NodeRequest> read(const std::string& text, bool withValues) const {
+        std::ofstream(m_path, std::ios::binary) << text;
+        return readNodeList(m_path, withValues);
+    }
+
+    std::string refusalOf(const std::string& text, bool withValues) const {
+        try {
+            read(text, withValues);
+        } catch (const Failure& failure) {
+            EXPECT_EQ(failure.exitCode(), ExitCode::Usage) << text;
+            return failure.problem().explanation;
+        }
+        return "none";
+    }
+
+    static std::string text(const NodeRequest& request) { return std::get<std::string>(*request.value); }
+    static Json json(const NodeRequest& request) { return std::get<Json>(*request.value); }
+
+    test_support::TemporaryDirectory m_directory;
+    std::string m_path = (m_directory.path() / "list").string();
+};
+
+} // namespace
+
+TEST_F(NodeList, TakesColumnsInAnyOrderAndLeavesOthersAlone) {
+    const auto requests = read("Value,comment,NODE,index,type\n"
+                               "1.5,\"set, by hand\",ns=2;s=A,\"2,3\",double\n"
+                               "\"say \"\"Grüße\"\"\",,/Plant/B,,\n",
+                               true);
+    ASSERT_EQ(requests.size(), 2u);
+    EXPECT_EQ(requests[0].given, "ns=2;s=A");
+    EXPECT_EQ(std::get<std::string>(requests[0].reference), "ns=2;s=A");
+    EXPECT_EQ(requests[0].statedType, OpcUaDataType_Double);
+    EXPECT_EQ(requests[0].index, (Index{2, 3}));
+    EXPECT_EQ(text(requests[0]), "1.5");
+    EXPECT_EQ(requests[0].place, m_path + ", line 2");
+    EXPECT_TRUE(std::holds_alternative<NodePath>(requests[1].reference));
+    EXPECT_EQ(requests[1].statedType, std::nullopt);
+    EXPECT_EQ(requests[1].index, std::nullopt);
+    EXPECT_EQ(text(requests[1]), "say \"Grüße\"");
+}
+
+TEST_F(NodeList, ByteOrderMarkAndCarriageReturnsAreNoPartOfIt) {
+    const auto requests = read("\xEF\xBB\xBFnode,value\r\ni=1,7\r\n", true);
+    ASSERT_EQ(requests.size(), 1u);
+    EXPECT_EQ(requests[0].given, "i=1");
+    EXPECT_EQ(text(requests[0]), "7");
+    EXPECT_EQ(read("\xEF\xBB\xBF[\"i=1\"]", false).size(), 1u);
+}
+
+TEST_F(NodeList, ReadingNeedsNoValues) {
+    const auto requests = read("node,value\ni=1,7\n", false);
+    ASSERT_EQ(requests.size(), 1u);
+    EXPECT_FALSE(requests[0].value);
+}
+
+TEST_F(NodeList, TakesJson) {
+    const auto requests = read(R"(
+      [{"node": "ns=2;s=A", "value": [1, 2], "type": "Int32"},
+       {"nodeId": "ns=2;s=B", "value": "x", "index": [2, 3], "error": null}])",
+                               true);
+    ASSERT_EQ(requests.size(), 2u);
+    EXPECT_EQ(json(requests[0]), Json({1, 2}));
+    EXPECT_EQ(requests[0].statedType, OpcUaDataType_Int32);
+    EXPECT_EQ(requests[0].place, m_path + ", line 2");
+    EXPECT_EQ(requests[1].given, "ns=2;s=B");
+    EXPECT_EQ(requests[1].index, (Index{2, 3}));
+    EXPECT_EQ(requests[1].place, m_path + ", line 3");
+    EXPECT_EQ(read(R"(["i=1", {"node": "/A", "index": 4}])", false)[1].index, Index{4});
+}
+
+TEST_F(NodeList, TakesTheProgramsOwnDocuments) {
+    const auto requests =
+        read("{\"url\": \"x\", \"more\": [[1],\n{\"nodes\": [1]}],\n\"nodes\": [\n{\"node\": \"i=1\", "
+             "\"value\": 1,\n\"shape\": []}, {\"node\": \"i=2\", \"value\": 2}\n]}",
+             true);
+    ASSERT_EQ(requests.size(), 2u);
+    EXPECT_EQ(requests[0].place, m_path + ", line 4");
+    EXPECT_EQ(requests[1].place, m_path + ", line 5");
+}
+
+TEST_F(NodeList, FilesWithoutNodesAreRefused) {
+    for (const char* empty : {"", "\xEF\xBB\xBF", "\r\n\n"})
+        EXPECT_THAT(refusalOf(empty, false), HasSubstr("is empty"));
+    for (const char* text : {"node,value\r\n", "[]", R"({"nodes": []})"})
+        EXPECT_THAT(refusalOf(text, true), HasSubstr("names no node")) << text;
+}
+
+TEST_F(NodeList, WrongCsvIsRefusedWithItsLine) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"ns=2;s=A,5\n", "line 1: no column is called \"node\""},
+        {"node,type\ni=1,Int32\n", "line 1: no column is called \"value\""},
+        {"node,value,Node\n", "line 1: several columns are called \"node\""},
+        {"node,value\ni=1,5\ni=2\n", "line 3: there are 1 fields, but the first line has 2"},
+        {"node,value\ni=1,5\n\ni=2,1,5\n", "line 4: there are 3 fields"},
+        {"node,value\nLine1.Speed,5\n", "line 2: \"Line1.Speed\" is no node"},
+        {"node,value\n,5\n", "line 2: \"\" is no node"},
+        {"node,value,type\ni=1,5,Decimal\n", "line 2: no type is called Decimal"},
+        {"node,value,index\ni=1,5,first\n", "line 2: \"first\" is no index"},
+        {"node,value\ni=1,\"5\n", "line 2: a quote is not closed"},
+        {"node,value\ni=1,5\ni=2,F\xFCll\n", "line 3: this is not UTF-8"},
+    };
+    for (const auto& [text, message] : cases)
+        EXPECT_THAT(refusalOf(text, true), AllOf(HasSubstr(m_path), HasSubstr(message))) << text;
+}
+
+TEST_F(NodeList, WrongJsonIsRefusedWithItsLine) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"[\n{\"node\": \"i=1\",\n \"value\" 5}]", "line 3: syntax error"},
+        {"[{\"node\": \"i=1\", \"value\": 5}", "line 1: syntax error"},
+        {"{\"node\": \"i=1\"}", "neither an array nor"},
+        {"{\"nodes\": 5}", "neither an array nor"},
+        {"[\n\"i=1\"\n]", "line 2: the entry is no object"},
+        {"[\n\n5\n]", "line 3: the entry is no object"},
+        {"[{\"value\": 5}]", "line 1: there is no \"node\""},
+        {"[{\"node\": 5, \"value\": 5}]", "line 1: \"node\" is no text"},
+        {"[{\"node\": \"i=1\", \"value\": 1},\n{\"node\": \"i=1\"}]", "line 2: there is no \"value\""},
+        {"[{\"node\": \"i=1\", \"value\": null}]", "line 1: there is no \"value\""},
+        {"[{\"node\": \"x\", \"value\": 5}]", "line 1: \"x\" is no node"},
+        {"[{\"node\": \"i=1\", \"value\": 5, \"type\": \"other\"}]", "line 1: no type is called other"},
+        {"[{\"node\": \"i=1\", \"value\": 5, \"index\": [-1]}]", "line 1: \"[-1]\" is no index"},
+        {"[{\"node\": \"i=1\", \"value\": 5, \"index\": {}}]", "line 1: \"index\" is no text"},
+    };
+    for (const auto& [text, message] : cases)
+        EXPECT_THAT(refusalOf(text, true), AllOf(HasSubstr(m_path), HasSubstr(message))) << text;
+}
+
+TEST_F(NodeList, FilesThatCannotBeReadAreRefused) {
+    EXPECT_THROW(readNodeList(m_path + "/nowhere", false), Failure);
+    EXPECT_THROW(readNodeList(m_directory.path().string(), false), Failure);
+}
