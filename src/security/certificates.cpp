@@ -1,6 +1,10 @@
+#include <filesystem>
+#include <system_error>
+
 #include "client/result_codes.h"
 #include "security/configuration.h"
 #include "uabase/directory.h"
+#include "uabase/trace.h"
 #include "uaclient/security_info.h"
 #include "uapki/certificate.h"
 #include "uapki/provider.h"
@@ -45,6 +49,18 @@ bool isReadable(const UaString& path) {
     return UaFile(path.toUtf16()).open();
 }
 
+/// Whether a file is there that may hold anything: one that cannot be read may be a good certificate or key
+/// all the same, and is not replaced.
+bool mustStay(const UaString& path) {
+    std::error_code error;
+    if (!std::filesystem::exists(path.toUtf8(), error) || isReadable(path)) {
+        return false;
+    }
+    UaTrace::write(UaTrace::Errors, "security", "%s cannot be read, and what cannot be read is not replaced",
+                   path.toUtf8());
+    return true;
+}
+
 /// A private key in memory, wiped when it goes.
 class PrivateKey {
 public:
@@ -81,18 +97,29 @@ int Configuration::setupSecurity(UaClientSdk::SessionSecurityInfo& securityInfo)
 }
 
 void Configuration::makeClientCertificate() const {
+    if (mustStay(ClientCertificate) || mustStay(ClientPrivateKey)) {
+        return;
+    }
     const UaPkiRsaKeyPair keys(keyBits);
     UaPkiCertificateInfo info;
     info.uri = "urn:HMI:Kestrova::RK4400";
     info.dnsNames = {dnsName};
     info.validTime = clientValidity;
     const UaPkiCertificate certificate = selfSigned(identityNamed("HMI_RK4400"), info, keys);
-    // What cannot be written cannot be loaded afterwards, and is reported then.
-    certificate.toDERFile(ClientCertificate.toUtf8());
-    keys.toPEMFile(ClientPrivateKey.toUtf8(), nullptr);
+    // What cannot be written cannot be loaded afterwards, and is reported then. A certificate without its key
+    // would stay for good; so the key goes first.
+    if (keys.toPEMFile(ClientPrivateKey.toUtf8(), nullptr) != 0 ||
+        certificate.toDERFile(ClientCertificate.toUtf8()) != 0) {
+        return;
+    }
+    UaTrace::write(UaTrace::LifeCycle, "security", "made this client's own %s for %s",
+                   certificate.description().toUtf8(), ClientCertificate.toUtf8());
 }
 
 int Configuration::makeUserCertificate() const {
+    if (mustStay(UserCertificate) || mustStay(UserPrivateKey)) {
+        return result::userCertificateNotWritten;
+    }
     const UaPkiRsaKeyPair keys(keyBits);
     UaPkiCertificateInfo info;
     info.uri = "UserCertificate";
@@ -116,6 +143,8 @@ int Configuration::loadUserCertificate() {
     }
     const UaPkiCertificate certificate = UaPkiCertificate::fromDERFile(UserCertificate);
     if (!certificate.isValid()) {
+        UaTrace::write(UaTrace::Errors, "security", "the user's certificate %s is no DER certificate",
+                       UserCertificate.toUtf8());
         return result::userCertificateInvalid;
     }
     userCertificateData = certificate.toDER();
@@ -129,6 +158,8 @@ int Configuration::loadUserCertificate() {
         return result::userKeyNotLoaded;
     }
     if (key.record.type != OpcUa_KeyType_RsaPrivate) {
+        UaTrace::write(UaTrace::Errors, "security", "the user's private key %s is not an RSA key",
+                       UserPrivateKey.toUtf8());
         return result::userKeyNotRsa;
     }
     userPrivateKeyData = UaByteString(key.record.bytes);

@@ -99,6 +99,11 @@ bool writeAndFlush(const std::string& path, const void* data, std::size_t length
     return file.isOpen() && writeAll(file.get(), data, length) && ::fsync(file.get()) == 0 && file.close();
 }
 
+/// A rename asks the directory alone: without this it would replace a file that its owner has protected.
+bool mayBeReplaced(const std::string& path) {
+    return ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 || errno == ENOENT;
+}
+
 } // namespace
 
 UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, std::string& problem) {
@@ -128,7 +133,8 @@ UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, st
 
 bool writeFileAtomically(const std::string& path, const void* data, std::size_t length, mode_t mode) {
     std::string temporary = temporaryName(path);
-    bool written = !path.empty() && !temporary.empty() && writeAndFlush(temporary, data, length, mode) &&
+    bool written = !path.empty() && !temporary.empty() && mayBeReplaced(path) &&
+                   writeAndFlush(temporary, data, length, mode) &&
                    ::rename(temporary.c_str(), path.c_str()) == 0;
     if (!written) {
         int error = errno;
