@@ -4,6 +4,7 @@
 #include "client/text_field.h"
 #include "security/configuration.h"
 #include "security/security_policy.h"
+#include "uabase/trace.h"
 #include "uaclient/discovery.h"
 
 using namespace UaClientSdk;
@@ -88,6 +89,11 @@ int COpcUaClient::openSession(_OpcUaClientConfig& config, UaSession& session) {
         return code;
     }
     if (session.connect(url, connectInfo, securityInfo, m_callback.get()).isBad()) {
+        if (config.userIdentity == byCertificate) {
+            UaTrace::write(UaTrace::Errors, "security", "the user's certificate and key came from %s and %s",
+                           m_configuration->UserCertificate.toUtf8(),
+                           m_configuration->UserPrivateKey.toUtf8());
+        }
         return fail(result::connectFailed);
     }
     return result::success;
@@ -100,8 +106,9 @@ int COpcUaClient::prepareSecurity(_OpcUaClientConfig& config, const UaString& ur
     }
     UaEndpointDescriptions endpoints;
     ServiceSettings settings;
-    if (UaDiscovery().getEndpoints(settings, url, securityInfo, endpoints).isNotGood() ||
-        endpoints.length() == 0) {
+    const UaStatus queried = UaDiscovery().getEndpoints(settings, url, securityInfo, endpoints);
+    if (queried.isNotGood() || endpoints.length() == 0) {
+        UaTrace::write(UaTrace::Errors, "connect", "%s told no endpoint: %s", url.toUtf8(), queried.name());
         return result::getEndpointsFailed;
     }
     // The first endpoint stands for the server: its certificate is the one that is decided on, whatever its

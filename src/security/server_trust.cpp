@@ -1,6 +1,7 @@
 #include <exception>
 
 #include "client/opcua_client.h"
+#include "security/configuration.h"
 #include "uabase/byte_array.h"
 #include "uabase/date_time.h"
 #include "uabase/trace.h"
@@ -50,23 +51,28 @@ void COpcUaClient::GetServerCertMsg(UaByteString certificateData, _OpcUaCertific
 }
 
 int COpcUaClient::checkServerCertificateTrust(UaClientSdk::SessionSecurityInfo& securityInfo) {
-    if (!securityInfo.verifyServerCertificate(nullptr).isBad()) {
+    const UaStatus verified = securityInfo.verifyServerCertificate(nullptr);
+    if (!verified.isBad()) {
         return result::success;
     }
+    const UaString certificate = UaPkiCertificate::fromDER(securityInfo.serverCertificate).description();
     if (m_applicationCallback) {
         _OpcUaCertificateMsg message;
         GetServerCertMsg(securityInfo.serverCertificate, message);
         const int decision = askApplication(m_applicationCallback, message);
         if (decision == acceptOnce) {
             UaTrace::write(UaTrace::Warnings, "security",
-                           "the application accepted the server certificate %s for this connection",
-                           message.thumbprint.c_str());
+                           "the application accepted the server's %s for this connection, in spite of %s",
+                           certificate.toUtf8(), verified.name());
             securityInfo.doServerCertificateVerify = false;
             return result::success;
         }
         if (decision != trustPermanently) {
-            UaTrace::write(UaTrace::Errors, "security", "the application rejected the server certificate %s",
-                           message.thumbprint.c_str());
+            UaTrace::write(UaTrace::Errors, "security",
+                           "refused by this client: the application rejected the server's %s, which had not "
+                           "passed verification (%s); nothing was saved into the trust list %s",
+                           certificate.toUtf8(), verified.name(),
+                           m_configuration->CertificateTrustListLocation.toUtf8());
             securityInfo.doServerCertificateVerify = true;
             return result::serverCertificateRejected;
         }

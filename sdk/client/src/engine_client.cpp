@@ -82,7 +82,7 @@ void closeOnExec(int socket) {
 
 std::unique_ptr<EngineClient> EngineClient::open(Purpose purpose, const UaString& url,
                                                  const EngineSetup& setup, const Deadline& deadline,
-                                                 UaStatus& status) {
+                                                 UaStatus& status, Step* failedStep) {
     HostAndPort target;
     status = parseUrl(url, target);
     if (status.isBad()) {
@@ -111,6 +111,9 @@ std::unique_ptr<EngineClient> EngineClient::open(Purpose purpose, const UaString
         }
         UaTrace::write(UaTrace::Errors, "connect", "%s at address %s: %s", url.toUtf8(), addresses[i].c_str(),
                        status.name());
+        if (failedStep != nullptr) {
+            *failedStep = client->step();
+        }
         if (client->m_everEstablished) {
             break; // something answered there: another address would only repeat its refusal
         }
@@ -206,6 +209,16 @@ bool EngineClient::isOpen(UA_StatusCode& connectStatus) {
     UA_Client_getState(m_client, &channel, &session, &connectStatus);
     return connectStatus == UA_STATUSCODE_GOOD && channel == UA_SECURECHANNELSTATE_OPEN &&
            (m_purpose == Purpose::Query || session == UA_SESSIONSTATE_ACTIVATED);
+}
+
+EngineClient::Step EngineClient::step() const {
+    if (!m_everEstablished) {
+        return Step::Reach;
+    }
+    if (!m_channelOpened) {
+        return Step::OpenChannel;
+    }
+    return UA_NodeId_isNull(&m_createdSession) ? Step::CreateSession : Step::ActivateSession;
 }
 
 void EngineClient::waitForSocket(int timeout) const {
@@ -319,6 +332,7 @@ void EngineClient::close(bool deleteSubscriptions, UA_UInt32 timeout) {
 void EngineClient::stateChanged(UA_Client* client, UA_SecureChannelState channel, UA_SessionState session,
                                 UA_StatusCode connectStatus) {
     auto* self = static_cast<EngineClient*>(UA_Client_getContext(client));
+    self->m_channelOpened = self->m_channelOpened || channel == UA_SECURECHANNELSTATE_OPEN;
     const bool usable = connectStatus == UA_STATUSCODE_GOOD && channel == UA_SECURECHANNELSTATE_OPEN &&
                         session == UA_SESSIONSTATE_ACTIVATED;
     if (usable == self->m_usable || self->m_abandoned || !self->m_stateHandler) {

@@ -25,13 +25,16 @@ using EngineSetup = std::function<UaStatus(UA_ClientConfig&)>;
 class EngineClient {
 public:
     enum class Purpose { Session, Query };
+    /// How far an attempt to open came.
+    enum class Step { Reach, OpenChannel, CreateSession, ActivateSession };
     using StateHandler = std::function<void(bool usable, UaStatus reason)>;
     using SocketHandler = std::function<void(int socket)>;
 
     /// Opens a connection to `url`, trying each of the host's addresses. On failure `status` tells why and
-    /// the result is null. `deadline` bounds everything.
+    /// the result is null. `deadline` bounds everything. `failedStep`, where given, tells how far it came.
     static std::unique_ptr<EngineClient> open(Purpose purpose, const UaString& url, const EngineSetup& setup,
-                                              const Deadline& deadline, UaStatus& status);
+                                              const Deadline& deadline, UaStatus& status,
+                                              Step* failedStep = nullptr);
 
     ~EngineClient();
     EngineClient(const EngineClient&) = delete;
@@ -76,6 +79,7 @@ private:
 
     UaStatus connect(const UaString& url, const std::string& address, const Deadline& deadline);
     bool isOpen(UA_StatusCode& connectStatus);
+    Step step() const;
     void waitForSocket(int timeout) const;
     void closeSession(bool deleteSubscriptions, UA_UInt32 timeout);
     void announceClose(bool deleteSubscriptions);
@@ -113,6 +117,7 @@ private:
     int m_socket = -1;
     bool m_established = false;
     bool m_everEstablished = false;
+    bool m_channelOpened = false;
     int m_opened = 0;
 
     // A session that exists on the server but is not active yet; the engine forgets it when activation fails.

@@ -1,6 +1,9 @@
 #include "engine_log.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
+#include <iterator>
 
 #include "uabase/trace.h"
 
@@ -58,11 +61,33 @@ const char* areaOf(UA_LogCategory category) {
     }
 }
 
+/// What the engine warns of although it is meant to be so:
+/// - It asks every server for a better URL than the one it has. This client stays at the URL that it was
+/// given,
+///   whatever the server list says, and gives the engine an application URI to look for that no server has.
+/// - A query is sent while the engine still waits for that server list: it takes that for a second connect.
+/// - It compares the application URI with that in our certificate for every policy, and the policy None has
+/// no
+///   certificate.
+constexpr const char* expectedWarnings[] = {
+    "FindServers did not return",
+    "Client connection already initiated",
+    "skip verifying ApplicationURI for the SecurityPolicy",
+};
+
+bool isExpected(UA_LogLevel level, const char* format) {
+    return level == UA_LOGLEVEL_WARNING &&
+           std::any_of(std::begin(expectedWarnings), std::end(expectedWarnings),
+                       [format](const char* beginning) {
+                           return std::strncmp(format, beginning, std::strlen(beginning)) == 0;
+                       });
+}
+
 } // namespace
 
 void writeEngineLog(UA_LogLevel level, UA_LogCategory category, const char* format, va_list args) {
     const Kind kind = kindOf(level, category);
-    if (!UaTrace::stackEnabled(kind.bit)) {
+    if (!UaTrace::stackEnabled(kind.bit) || isExpected(level, format)) {
         return;
     }
     char text[2048];

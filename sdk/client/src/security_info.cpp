@@ -34,7 +34,11 @@ UaStatus ClientSecurityInfo::loadClientCertificateOpenSSL(const UaString& certif
                                                           const UaString& password) {
     const UaPkiCertificate certificate = UaPkiCertificate::fromDERFile(certificateFile);
     if (!certificate.isValid()) {
-        UaTrace::write(UaTrace::Errors, "security", "no certificate in %s", certificateFile.toUtf8());
+        UaTrace::write(
+            UaTrace::Errors, "security",
+            "this client's own certificate %s cannot be read, or is no DER certificate; a new one is "
+            "made only where no file can be read, and can be written",
+            certificateFile.toUtf8());
         return UA_STATUSCODE_BADCERTIFICATEINVALID;
     }
     UaPkiProviderOpenSSL provider(m_material->store.trustedRevocationLists,
@@ -50,10 +54,12 @@ UaStatus ClientSecurityInfo::loadClientCertificateOpenSSL(const UaString& certif
     }
     if (status.isBad()) {
         UaTrace::write(UaTrace::Errors, "security",
-                       "the private key %s does not serve the certificate %s: %s", privateKeyFile.toUtf8(),
-                       certificateFile.toUtf8(), status.name());
+                       "the private key %s cannot serve this client's own %s, from %s: %s",
+                       privateKeyFile.toUtf8(), certificate.description().toUtf8(), certificateFile.toUtf8(),
+                       status.name());
         return status;
     }
+    m_material->certificateFile = certificateFile;
     m_material->certificate = certificate.toDER();
     return status;
 }
@@ -99,19 +105,24 @@ UaStatus SessionSecurityInfo::verifyServerCertificate(void*) {
     if (m_material->offers.length() > 0) {
         applicationUri = UaString(m_material->offers[0].server.applicationUri);
     }
-    const UaStatus status =
+    const UaPkiVerification result =
         UaPkiCertificateVerifier(UaPkiStore(m_material->store))
-            .verify(serverCertificate, applicationUri, securityPolicyUri, UaDateTime::now())
-            .status;
-    m_verifiedCertificate = status.isBad() ? UaByteString() : serverCertificate;
-    return status;
+            .verify(serverCertificate, applicationUri, securityPolicyUri, UaDateTime::now());
+    m_verifiedCertificate = result.status.isBad() ? UaByteString() : serverCertificate;
+    m_objections = UaString();
+    for (const UaPkiFinding& finding : result.findings) {
+        m_objections = UaString((m_objections.isEmpty() ? "" : m_objections.text() + "; and ") +
+                                finding.toString().text());
+    }
+    return result.status;
 }
 
 UaStatus SessionSecurityInfo::saveServerCertificate(UaString& name) {
-    const UaStatus status =
-        UaPkiStore(m_material->store).saveTrusted(UaPkiCertificate::fromDER(serverCertificate), name);
+    const UaPkiCertificate certificate = UaPkiCertificate::fromDER(serverCertificate);
+    const UaStatus status = UaPkiStore(m_material->store).saveTrusted(certificate, name);
     UaTrace::write(status.isBad() ? UaTrace::Errors : UaTrace::LifeCycle, "security",
-                   "saving the server's certificate %s.der into the trust list %s: %s", name.toUtf8(),
+                   "saving the server's %s as %s.der into the trust list %s: %s",
+                   certificate.description().toUtf8(), name.toUtf8(),
                    m_material->store.trustedCertificates.toUtf8(), status.name());
     return status;
 }

@@ -16,6 +16,7 @@ struct ClientSecurityInfo::Material {
 
     UaPkiStoreLocations store;
     UaByteString certificate;
+    UaString certificateFile;
     OpcUa_Key privateKey;
     /// Endpoints of the last query.
     UaEndpointDescriptions offers;

@@ -107,25 +107,32 @@ bool addPolicy(UA_SecurityPolicy*& policies, size_t& count, const UaString& uri,
     return true;
 }
 
+/// What the engine's question about a certificate is answered from.
+struct Decision {
+    UaByteString certificate;
+    std::shared_ptr<bool> refused;
+};
+
 /// The engine asks here for every certificate that a server shows on a channel.
 UA_StatusCode isDecidedCertificate(const UA_CertificateVerification* verification,
                                    const UA_ByteString* shown) {
-    const auto* decided = static_cast<const UaByteString*>(verification->context);
-    if (leafOf(UaByteString(*shown)) == *decided) {
+    const auto* decision = static_cast<const Decision*>(verification->context);
+    if (leafOf(UaByteString(*shown)) == decision->certificate) {
         return UA_STATUSCODE_GOOD;
     }
-    const UaPkiCertificate other = UaPkiCertificate::fromDER(UaByteString(*shown));
+    *decision->refused = true;
     return refuse(UA_STATUSCODE_BADCERTIFICATEUNTRUSTED,
-                  "the server shows another certificate than the one that was decided on: subject " +
-                      other.commonName().text() + ", thumbprint " + other.thumbPrint().toHex(false).text())
+                  "the server shows another certificate than the one that was decided on: " +
+                      UaPkiCertificate::fromDER(UaByteString(*shown)).description().text())
         .statusCode();
 }
 
-void bindToCertificate(UA_CertificateVerification& verification, const UaByteString& certificate) {
+void bindToCertificate(UA_CertificateVerification& verification, const UaByteString& certificate,
+                       const std::shared_ptr<bool>& refused) {
     if (verification.clear != nullptr) {
         verification.clear(&verification);
     }
-    verification.context = new UaByteString(leafOf(certificate));
+    verification.context = new Decision{leafOf(certificate), refused};
     verification.verifyCertificate = &isDecidedCertificate;
     // Announced and certified application URI were compared, exactly, when the certificate was verified.
     verification.verifyApplicationURI = [](const UA_CertificateVerification*, const UA_ByteString*,
@@ -133,9 +140,27 @@ void bindToCertificate(UA_CertificateVerification& verification, const UaByteStr
     verification.getExpirationDate = nullptr;
     verification.getSubjectName = nullptr;
     verification.clear = [](UA_CertificateVerification* self) {
-        delete static_cast<UaByteString*>(self->context);
+        delete static_cast<Decision*>(self->context);
         self->context = nullptr;
     };
+}
+
+std::string endpointText(const UA_String& policyUri, UA_MessageSecurityMode mode) {
+    const std::string uri = UaString(policyUri).text();
+    const std::string prefix = policyPrefix;
+    return (uri.compare(0, prefix.size(), prefix) == 0 ? uri.substr(prefix.size()) : uri) + " with mode " +
+           modeName(mode);
+}
+
+const char* stepText(EngineClient::Step step) {
+    switch (step) {
+    case EngineClient::Step::OpenChannel:
+        return "opening the secure channel";
+    case EngineClient::Step::CreateSession:
+        return "creating the session";
+    default:
+        return "activating the session for its user";
+    }
 }
 
 } // namespace
@@ -154,7 +179,10 @@ UaStatus SessionSecurity::prepare() {
     if (m_info.doServerCertificateVerify && !m_info.isVerified()) {
         const UaStatus status = m_info.verifyServerCertificate(nullptr);
         if (status.isBad()) {
-            return status;
+            return refuse(status,
+                          "the server's " +
+                              UaPkiCertificate::fromDER(m_info.serverCertificate).description().text() +
+                              ", does not pass verification: " + m_info.objections().text());
         }
     }
     const UaEndpointDescriptions& offers = m_info.material().offers;
@@ -171,24 +199,39 @@ UaStatus SessionSecurity::prepare() {
             m_tokenPolicy = token;
         }
     }
-    const std::string wanted =
-        m_info.securityPolicyUri.text() + ", mode " + modeName(m_info.messageSecurityMode);
     if (offered == nullptr) {
         return refuse(UA_STATUSCODE_BADSECURITYPOLICYREJECTED,
-                      "the server offers no endpoint with " + wanted);
+                      "the server " + m_url.text() + " offers no endpoint with " + wantedSecurity() +
+                          "; it offers " + offeredSecurity());
     }
     if (m_endpoint == nullptr) {
         return refuse(UA_STATUSCODE_BADIDENTITYTOKENREJECTED,
-                      std::string("the server's endpoint with ") + wanted + " accepts no " +
+                      "the server's endpoint with " + wantedSecurity() + " accepts no " +
                           tokenTypeName(tokenTypeOf(m_info.user().kind)) +
                           " identity that this client can give");
     }
     if (!showsDecidedCertificate(*m_endpoint)) {
-        return refuse(UA_STATUSCODE_BADCERTIFICATEUNTRUSTED,
-                      "the endpoint with " + wanted +
-                          " has another certificate than the one that was decided on");
+        return refuse(
+            UA_STATUSCODE_BADCERTIFICATEUNTRUSTED,
+            "the endpoint with " + wantedSecurity() +
+                " has another certificate than the one that was decided on: " +
+                UaPkiCertificate::fromDER(UaByteString(m_endpoint->serverCertificate)).description().text());
     }
-    return checkPasswordProtection();
+    return checkUser();
+}
+
+std::string SessionSecurity::wantedSecurity() const {
+    const UA_String policy = m_info.securityPolicyUri.view();
+    return endpointText(policy, m_info.messageSecurityMode);
+}
+
+std::string SessionSecurity::offeredSecurity() const {
+    const UaEndpointDescriptions& offers = m_info.material().offers;
+    std::string text;
+    for (const UA_EndpointDescription& endpoint : offers) {
+        text += (text.empty() ? "" : ", ") + endpointText(endpoint.securityPolicyUri, endpoint.securityMode);
+    }
+    return text.empty() ? "nothing" : text;
 }
 
 bool SessionSecurity::matches(const UA_EndpointDescription& endpoint) const {
@@ -226,10 +269,22 @@ const UA_UserTokenPolicy* SessionSecurity::chooseTokenPolicy(const UA_EndpointDe
     return plain;
 }
 
-UaStatus SessionSecurity::checkPasswordProtection() const {
-    if (m_info.user().kind != SessionSecurityInfo::User::Kind::Password) {
-        return OpcUa_Good;
+UaStatus SessionSecurity::checkUser() const {
+    const SessionSecurityInfo::User& user = m_info.user();
+    if (user.kind == SessionSecurityInfo::User::Kind::Password) {
+        return checkPasswordProtection();
     }
+    // The server could only answer that the signature is wrong.
+    const OpcUa_Key key{OpcUa_KeyType_RsaPrivate, user.secret.bytes};
+    if (user.kind == SessionSecurityInfo::User::Kind::Certificate &&
+        !UaPkiCertificate::fromDER(user.certificate).matchesPrivateKey(key)) {
+        return refuse(UA_STATUSCODE_BADIDENTITYTOKENINVALID,
+                      "the user's private key does not belong to the " + userText());
+    }
+    return OpcUa_Good;
+}
+
+UaStatus SessionSecurity::checkPasswordProtection() const {
     const bool encrypted = effectivePolicy(*m_tokenPolicy) != UaString(policyNone);
     if (encrypted && m_info.serverCertificate.length() == 0) {
         return refuse(UA_STATUSCODE_BADCERTIFICATEINVALID,
@@ -256,7 +311,7 @@ UaStatus SessionSecurity::configure(UA_ClientConfig& config) const {
         status = setIdentity(config);
     }
     if (status.isGood()) {
-        bindToCertificate(config.certificateVerification, m_info.serverCertificate);
+        bindToCertificate(config.certificateVerification, m_info.serverCertificate, m_refusedHere);
     }
     return status;
 }
@@ -319,6 +374,52 @@ UaStatus SessionSecurity::setIdentity(UA_ClientConfig& config) const {
                            ? addAuthPolicy(user.certificate, user.secret.bytes)
                            : addAuthPolicy(m_info.material().certificate, m_info.material().privateKey.bytes);
     return added ? OpcUa_Good : UA_STATUSCODE_BADIDENTITYTOKENREJECTED;
+}
+
+void SessionSecurity::explainFailure(EngineClient::Step step, UaStatus status) const {
+    // What could not be reached, and what was refused here, is told where it happened.
+    if (step == EngineClient::Step::Reach || *m_refusedHere) {
+        if (status.statusCode() == UA_STATUSCODE_BADCERTIFICATEUSENOTALLOWED) {
+            refuse(status, "the server's " +
+                               UaPkiCertificate::fromDER(m_info.serverCertificate).description().text() +
+                               ", has no key that " + wantedSecurity() + " can use");
+        }
+        return;
+    }
+    if (status.statusCode() == UA_STATUSCODE_BADTIMEOUT) {
+        UaTrace::write(UaTrace::Errors, "security", "no answer in time from the server %s while %s",
+                       m_url.toUtf8(), stepText(step));
+        return;
+    }
+    UaTrace::write(UaTrace::Errors, "security", "refused by the server %s while %s: %s%s", m_url.toUtf8(),
+                   stepText(step), status.name(), isNeeded() ? hintFor(step).c_str() : "");
+}
+
+/// Servers keep their reasons to themselves: what they were given is what can be looked at.
+std::string SessionSecurity::hintFor(EngineClient::Step step) const {
+    if (step == EngineClient::Step::ActivateSession) {
+        return "; the user is " + userText();
+    }
+    std::string text = "; asked for " + wantedSecurity();
+    if (m_info.messageSecurityMode != UA_MESSAGESECURITYMODE_NONE) {
+        text += "; does the server trust this client's own " +
+                UaPkiCertificate::fromDER(m_info.material().certificate).description().text() + ", from " +
+                m_info.material().certificateFile.text() + ", and has it still its own " +
+                UaPkiCertificate::fromDER(m_info.serverCertificate).description().text() + "?";
+    }
+    return text;
+}
+
+std::string SessionSecurity::userText() const {
+    const SessionSecurityInfo::User& user = m_info.user();
+    switch (user.kind) {
+    case SessionSecurityInfo::User::Kind::Password:
+        return "user name \"" + user.name.text() + "\"";
+    case SessionSecurityInfo::User::Kind::Certificate:
+        return "user " + UaPkiCertificate::fromDER(user.certificate).description().text();
+    default:
+        return "anonymous";
+    }
 }
 
 } // namespace UaClientSdk

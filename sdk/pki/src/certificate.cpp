@@ -106,6 +106,14 @@ UaDateTime UaPkiCertificate::validTo() const {
     return isNull() ? UaDateTime() : pki::readTime(X509_get0_notAfter(m_x509.get()));
 }
 
+UaString UaPkiCertificate::description() const {
+    if (isNull()) {
+        return "no certificate";
+    }
+    return UaString("certificate \"" + pki::nameText(X509_get_subject_name(m_x509.get())).text() +
+                    "\", thumbprint " + thumbPrint().toHex(false).text());
+}
+
 bool UaPkiCertificate::matchesPrivateKey(const OpcUa_Key& key) const {
     if (isNull() || key.type != OpcUa_KeyType_RsaPrivate) {
         return false;

@@ -73,10 +73,13 @@ public:
     struct User;
     const User& user() const { return *m_user; }
     bool isVerified() const;
+    /// What the last verifyServerCertificate() objected to, in one line.
+    const UaString& objections() const { return m_objections; }
 
 private:
     std::unique_ptr<User> m_user;
     UaByteString m_verifiedCertificate;
+    UaString m_objections;
 };
 
 } // namespace UaClientSdk

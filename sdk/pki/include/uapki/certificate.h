@@ -61,6 +61,8 @@ public:
     UaByteArray thumbPrint() const;
     UaDateTime validFrom() const;
     UaDateTime validTo() const;
+    /// Subject and thumbprint in one line, for messages: certificate "CN=...", thumbprint ...
+    UaString description() const;
 
     /// Whether `key` is the private key of this certificate.
     bool matchesPrivateKey(const OpcUa_Key& key) const;
