@@ -5,8 +5,8 @@
 #include "material.h"
 #include "support/child_process.h"
 #include "support/temporary_directory.h"
+#include "support/unprivileged.h"
 #include "uapki/certificate.h"
-#include "unprivileged.h"
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;

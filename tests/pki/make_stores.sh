@@ -2,7 +2,8 @@
 # Makes the certificates and revocation lists that the tests put into their stores: good ones, and one for every way
 # in which a certificate can be bad. All dates are fixed; the tests verify as of 2026-06-01.
 #
-#   make_stores.sh FOLDER      fills FOLDER (made if missing, emptied if not) with NAME.der, NAME.pem, NAME.crl
+#   make_stores.sh FOLDER [URI]      fills FOLDER (made if missing, emptied if not) with NAME.der, NAME.pem, NAME.crl;
+#                                    the right application URI is URI (default: urn:plant:server)
 set -euo pipefail
 folder=$1
 rm -rf "$folder"
@@ -10,7 +11,7 @@ mkdir -p "$folder"
 cd "$folder"
 openssl version >/dev/null
 
-uri=urn:plant:server
+uri=${2:-urn:plant:server}
 complete_usage=critical,digitalSignature,nonRepudiation,keyEncipherment,dataEncipherment
 
 # ---- keys: each is shared by every certificate that needs no key of its own
@@ -82,7 +83,7 @@ issue() {
   openssl x509 -in "$name.pem" -outform DER -out "$name.der"
 }
 past_end=20250101000000Z
-future_start=20300101000000Z
+future_start=20480101000000Z
 
 issue self_good self server app
 issue self_expired self server app "" "$past_end"

@@ -36,7 +36,8 @@ private:
         }
         m_own = std::make_unique<test_support::TemporaryDirectory>();
         m_folder = m_own->path() / "material";
-        test_support::ProgramResult result = test_support::runProgram(MAKE_STORES, {m_folder.string()});
+        test_support::ProgramResult result =
+            test_support::runProgram(MAKE_STORES, {m_folder.string(), MATERIAL_URI});
         if (result.end.exitCode != 0) {
             throw std::runtime_error("make_stores.sh: " + result.standardError);
         }

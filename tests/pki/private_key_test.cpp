@@ -9,8 +9,8 @@
 #include "material.h"
 #include "support/child_process.h"
 #include "support/temporary_directory.h"
+#include "support/unprivileged.h"
 #include "uapki/provider.h"
-#include "unprivileged.h"
 
 namespace fs = std::filesystem;
 using testing::StartsWith;

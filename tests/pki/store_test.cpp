@@ -8,8 +8,8 @@
 
 #include "material.h"
 #include "support/temporary_directory.h"
+#include "support/unprivileged.h"
 #include "uapki/certificate_verifier.h"
-#include "unprivileged.h"
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;
