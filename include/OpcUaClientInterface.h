@@ -215,8 +215,8 @@ public:
     /// 4. The endpoint is the one with exactly the policy and the mode asked for.
     /// 5. A password goes out encrypted to the server's certificate wherever the server offers that; where
     ///    it doesn't, over the channel as it is, and the trace warns of clear text. For a user certificate
-    ///    certificate and key are loaded; if one of the files can't be read both are made anew, for a year
-    ///    and the common name `userName` ("Authenticated" when that is empty).
+    ///    certificate and key are loaded; if one of the files is missing both are made anew, for a year
+    ///    and the name `userName` (default "Authenticated"). What is there but can't be read stays (28).
     ///
     /// The file's one group, "UaClientConfig", says where all that is; every key may be missing:
     ///
