@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include <open62541/plugin/log_stdout.h>
+#include <open62541/plugin/pki_default.h>
 #include <open62541/server_config_default.h>
 
 namespace {
@@ -49,7 +50,15 @@ std::string listeningUrl(const UA_ApplicationDescription& application) {
 
 } // namespace
 
-CertificateServer::CertificateServer(const std::string& certificate, const std::string& applicationUri) {
+StandInServer::~StandInServer() {
+    stop();
+    if (m_server != nullptr) {
+        UA_Server_run_shutdown(m_server);
+        UA_Server_delete(m_server);
+    }
+}
+
+UA_ServerConfig StandInServer::makeConfig(const std::string& applicationUri) {
     UA_ServerConfig config{};
     config.logging = UA_Log_Stdout_new(UA_LOGLEVEL_FATAL);
     require(UA_ServerConfig_setMinimal(&config, 0, nullptr), "configure the server");
@@ -57,21 +66,64 @@ CertificateServer::CertificateServer(const std::string& certificate, const std::
     config.serverUrls[0] = UA_STRING_ALLOC("opc.tcp://127.0.0.1:0");
     UA_String_clear(&config.applicationDescription.applicationUri);
     config.applicationDescription.applicationUri = UA_STRING_ALLOC(applicationUri.c_str());
-    announce(config, certificate);
+    return config;
+}
+
+void StandInServer::run(UA_ServerConfig& config) {
     m_server = UA_Server_newWithConfig(&config);
     if (m_server == nullptr)
         throw std::bad_alloc();
     require(UA_Server_run_startup(m_server), "start the server");
     m_url = listeningUrl(UA_Server_getConfig(m_server)->applicationDescription);
+    start();
+}
+
+void StandInServer::start() {
+    m_stop = false;
     m_thread = std::thread([this] {
         while (!m_stop)
             UA_Server_run_iterate(m_server, true);
     });
 }
 
-CertificateServer::~CertificateServer() {
+void StandInServer::stop() {
     m_stop = true;
-    m_thread.join();
-    UA_Server_run_shutdown(m_server);
-    UA_Server_delete(m_server);
+    if (m_thread.joinable())
+        m_thread.join();
+}
+
+void StandInServer::between(const std::function<void()>& action) {
+    stop();
+    action();
+    start();
+}
+
+CertificateServer::CertificateServer(const std::string& certificate, const std::string& applicationUri) {
+    UA_ServerConfig config = makeConfig(applicationUri);
+    announce(config, certificate);
+    run(config);
+}
+
+TwoFacedServer::TwoFacedServer(const std::string& certificate, const std::string& privateKey,
+                               const std::string& applicationUri) {
+    UA_ServerConfig config = makeConfig(applicationUri);
+    const UA_ByteString certificateBytes = view(certificate);
+    const UA_ByteString keyBytes = view(privateKey);
+    require(UA_ServerConfig_addSecurityPolicyBasic256Sha256(&config, &certificateBytes, &keyBytes),
+            "add a policy");
+    require(UA_ServerConfig_addEndpoint(&config, config.securityPolicies[1].policyUri,
+                                        UA_MESSAGESECURITYMODE_SIGNANDENCRYPT),
+            "add an endpoint");
+    UA_CertificateVerification_AcceptAll(&config.secureChannelPKI);
+    UA_CertificateVerification_AcceptAll(&config.sessionPKI);
+    run(config);
+}
+
+void TwoFacedServer::show(const std::string& certificate) {
+    between([&] {
+        UA_ByteString& shown = UA_Server_getConfig(m_server)->securityPolicies[1].localCertificate;
+        UA_ByteString_clear(&shown);
+        const UA_ByteString bytes = view(certificate);
+        require(UA_ByteString_copy(&bytes, &shown), "show another certificate");
+    });
 }

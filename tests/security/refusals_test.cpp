@@ -3,6 +3,7 @@
 
 #include <functional>
 
+#include "certificate_server.h"
 #include "material.h"
 #include "secured_client_fixture.h"
 #include "support/temporary_directory.h"
@@ -164,6 +165,25 @@ TEST_F(Refusals, OfAServerThatShowsAnotherCertificateAfterwards) {
         AllOf(HasSubstr(byServer("opening the secure channel: Bad")),
               HasSubstr("has it still its own " +
                         UaPkiCertificate::fromDER(material::chain("self_good")).description().text())));
+}
+
+TEST_F(Refusals, OfACertificateThatWasNotDecidedOn) {
+    TwoFacedServer twoFaced(contentOf(material::file("self_good.der")),
+                            contentOf(material::file("server.key")), MATERIAL_URI);
+    Meddler meddler([&] { twoFaced.show(contentOf(material::file("self_other_host.der"))); });
+    COpcUaClientInterface panel;
+    ASSERT_EQ(panel.installOpcUaCallBack(&meddler), 0);
+    startTrace(errorsOnly);
+    _OpcUaClientConfig config = securedConfig(twoFaced.url(), secured);
+    EXPECT_EQ(panel.OpcUaConnect(config), connectFailed);
+    const std::string text = trace();
+    EXPECT_THAT(text, HasSubstr("refused by this client: "));
+    EXPECT_THAT(
+        text, HasSubstr(UaPkiCertificate::fromDER(material::chain("self_other_host")).description().text()));
+    EXPECT_THAT(text, Not(HasSubstr("refused by the server")));
+    // The same server connects when it stays what it was.
+    twoFaced.show(contentOf(material::file("self_good.der")));
+    EXPECT_EQ(panel.OpcUaConnect(config), 0) << trace();
 }
 
 TEST_F(Refusals, AreNotMentionedWhereAllIsWell) {

@@ -66,6 +66,12 @@ void forgetErrors() {
     errno = 0;
 }
 
+/// OPC UA Part 6, 7.1.2.5: what a server sends before it closes the connection.
+bool isErrorMessage(const UA_ByteString& message) {
+    constexpr std::size_t typeLength = 3;
+    return message.length >= typeLength && std::memcmp(message.data, "ERR", typeLength) == 0;
+}
+
 /// A send to a peer that has stopped reading blocks inside the engine; the kernel ends it after this time.
 void boundUnacknowledgedData(int socket) {
     const unsigned int milliseconds = ServiceSettings::defaultCallTimeout;
@@ -82,7 +88,7 @@ void closeOnExec(int socket) {
 
 std::unique_ptr<EngineClient> EngineClient::open(Purpose purpose, const UaString& url,
                                                  const EngineSetup& setup, const Deadline& deadline,
-                                                 UaStatus& status, Step* failedStep) {
+                                                 UaStatus& status, Failure* failure) {
     HostAndPort target;
     status = parseUrl(url, target);
     if (status.isBad()) {
@@ -111,8 +117,8 @@ std::unique_ptr<EngineClient> EngineClient::open(Purpose purpose, const UaString
         }
         UaTrace::write(UaTrace::Errors, "connect", "%s at address %s: %s", url.toUtf8(), addresses[i].c_str(),
                        status.name());
-        if (failedStep != nullptr) {
-            *failedStep = client->step();
+        if (failure != nullptr) {
+            *failure = client->failure();
         }
         if (client->m_everEstablished) {
             break; // something answered there: another address would only repeat its refusal
@@ -211,14 +217,15 @@ bool EngineClient::isOpen(UA_StatusCode& connectStatus) {
            (m_purpose == Purpose::Query || session == UA_SESSIONSTATE_ACTIVATED);
 }
 
-EngineClient::Step EngineClient::step() const {
+/// Once the channel is open, what goes wrong is in the server's answers.
+EngineClient::Failure EngineClient::failure() const {
     if (!m_everEstablished) {
-        return Step::Reach;
+        return {Step::Reach, false};
     }
     if (!m_channelOpened) {
-        return Step::OpenChannel;
+        return {Step::OpenChannel, m_peerError};
     }
-    return UA_NodeId_isNull(&m_createdSession) ? Step::CreateSession : Step::ActivateSession;
+    return {UA_NodeId_isNull(&m_createdSession) ? Step::CreateSession : Step::ActivateSession, true};
 }
 
 void EngineClient::waitForSocket(int timeout) const {
@@ -387,6 +394,7 @@ void EngineClient::networkEvent(UA_ConnectionManager* manager, uintptr_t connect
     } else if (state == UA_CONNECTIONSTATE_ESTABLISHED) {
         self->m_established = true;
         self->m_everEstablished = true;
+        self->m_peerError = self->m_peerError || isErrorMessage(message);
     } else if (state == UA_CONNECTIONSTATE_CLOSING && self->m_socket == socket) {
         self->m_socket = -1;
         if (self->m_socketHandler) {

@@ -27,14 +27,19 @@ public:
     enum class Purpose { Session, Query };
     /// How far an attempt to open came.
     enum class Step { Reach, OpenChannel, CreateSession, ActivateSession };
+    struct Failure {
+        Step step = Step::Reach;
+        /// Whether the peer said no, or hung up; else it was this side.
+        bool byPeer = false;
+    };
     using StateHandler = std::function<void(bool usable, UaStatus reason)>;
     using SocketHandler = std::function<void(int socket)>;
 
     /// Opens a connection to `url`, trying each of the host's addresses. On failure `status` tells why and
-    /// the result is null. `deadline` bounds everything. `failedStep`, where given, tells how far it came.
+    /// the result is null. `deadline` bounds everything. `failure`, where given, tells how far it came.
     static std::unique_ptr<EngineClient> open(Purpose purpose, const UaString& url, const EngineSetup& setup,
                                               const Deadline& deadline, UaStatus& status,
-                                              Step* failedStep = nullptr);
+                                              Failure* failure = nullptr);
 
     ~EngineClient();
     EngineClient(const EngineClient&) = delete;
@@ -79,7 +84,7 @@ private:
 
     UaStatus connect(const UaString& url, const std::string& address, const Deadline& deadline);
     bool isOpen(UA_StatusCode& connectStatus);
-    Step step() const;
+    Failure failure() const;
     void waitForSocket(int timeout) const;
     void closeSession(bool deleteSubscriptions, UA_UInt32 timeout);
     void announceClose(bool deleteSubscriptions);
@@ -118,6 +123,7 @@ private:
     bool m_established = false;
     bool m_everEstablished = false;
     bool m_channelOpened = false;
+    bool m_peerError = false;
     int m_opened = 0;
 
     // A session that exists on the server but is not active yet; the engine forgets it when activation fails.

@@ -63,13 +63,13 @@ UaStatus UaSession::Impl::connect(const UaString& url, const SessionConnectInfo&
     if (status.isBad()) {
         return status;
     }
-    auto failedStep = EngineClient::Step::Reach;
+    EngineClient::Failure failure;
     auto engine = EngineClient::open(
         EngineClient::Purpose::Session, url,
         [&](UA_ClientConfig& config) { return configureSession(config, info, sessionSecurity); }, deadline,
-        status, &failedStep);
+        status, &failure);
     if (engine == nullptr) {
-        sessionSecurity.explainFailure(failedStep, status);
+        sessionSecurity.explainFailure(failure, status);
         return status;
     }
     engine->config().timeout = ServiceSettings::defaultCallTimeout;

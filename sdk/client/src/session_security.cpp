@@ -376,7 +376,8 @@ UaStatus SessionSecurity::setIdentity(UA_ClientConfig& config) const {
     return added ? OpcUa_Good : UA_STATUSCODE_BADIDENTITYTOKENREJECTED;
 }
 
-void SessionSecurity::explainFailure(EngineClient::Step step, UaStatus status) const {
+void SessionSecurity::explainFailure(const EngineClient::Failure& failure, UaStatus status) const {
+    const EngineClient::Step step = failure.step;
     // What could not be reached, and what was refused here, is told where it happened.
     if (step == EngineClient::Step::Reach || *m_refusedHere) {
         if (status.statusCode() == UA_STATUSCODE_BADCERTIFICATEUSENOTALLOWED) {
@@ -391,8 +392,10 @@ void SessionSecurity::explainFailure(EngineClient::Step step, UaStatus status) c
                        m_url.toUtf8(), stepText(step));
         return;
     }
-    UaTrace::write(UaTrace::Errors, "security", "refused by the server %s while %s: %s%s", m_url.toUtf8(),
-                   stepText(step), status.name(), isNeeded() ? hintFor(step).c_str() : "");
+    const bool byServer = failure.byPeer || status.statusCode() == UA_STATUSCODE_BADCONNECTIONCLOSED;
+    UaTrace::write(UaTrace::Errors, "security", "refused by %s %s while %s: %s%s",
+                   byServer ? "the server" : "this client: the server", m_url.toUtf8(), stepText(step),
+                   status.name(), isNeeded() ? hintFor(step).c_str() : "");
 }
 
 /// Servers keep their reasons to themselves: what they were given is what can be looked at.

@@ -24,7 +24,7 @@ public:
     /// Fills a configuration; prepare() has succeeded.
     UaStatus configure(UA_ClientConfig& config) const;
     /// Tells the trace which side ended the attempt, at which step, and what to look at.
-    void explainFailure(EngineClient::Step step, UaStatus status) const;
+    void explainFailure(const EngineClient::Failure& failure, UaStatus status) const;
 
 private:
     /// A session without security or user lets the engine find its endpoint.
