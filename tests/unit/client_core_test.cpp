@@ -101,6 +101,17 @@ TEST_F(Destruction, FreesEveryRecordExactlyOnce) {
     EXPECT_EQ(quarantine.freedAgain(), 0);
 }
 
+TEST_F(Destruction, FreesTheBrowseTreeBeforeTheLookedUpNodes) {
+    connect();
+    ASSERT_EQ(m_client->OpcUaBrowse(nullptr), 0);
+    const OpcUaNode* root = m_client->OpcUaReadRootNode();
+    const OpcUaNode* node = m_client->OpcUaGetUaNode("ns=2;s=C", OpcUaDataType_Int32);
+    const record_census::Quarantine quarantine;
+    m_client.reset();
+    EXPECT_EQ(quarantine.placeOf(root), 1);
+    EXPECT_EQ(quarantine.placeOf(node), 2);
+}
+
 using CallbackInstallation = ClientTest;
 
 TEST_F(CallbackInstallation, RefusesNull) {

@@ -247,6 +247,15 @@ TEST_F(Connect, GoesOnWhenTheOldSessionCannotBeDisconnected) {
     EXPECT_EQ(m_client->OpcUaDisConnect(), 0);
 }
 
+TEST_F(Connect, RefusedAfterAFailedDisconnectLeavesNoSessionEither) {
+    connect();
+    script().onDisconnect = [](const standin::DisconnectRequest&) { return UaStatus(badStatus); };
+    script().onConnect = [](const standin::ConnectRequest&) { return UaStatus(badStatus); };
+    EXPECT_EQ(tryConnect(), 1);
+    EXPECT_THAT(script().operations(), Contains("UaSession::~UaSession").Times(2));
+    expectNoSession();
+}
+
 TEST_F(Connect, RefusedWhileConnectedLeavesNoSession) {
     connect();
     script().onConnect = [](const standin::ConnectRequest&) { return UaStatus(badStatus); };

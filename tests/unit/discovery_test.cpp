@@ -436,6 +436,8 @@ TEST_F(Discovery, NumbersPoliciesAsConnectDoes) {
         {"urn:a#b#Basic256", 0},
         {"urn:Basic256", 0},
         {std::string(1000, 'p'), 0},
+        {std::string(119, 'p') + "#Basic256", 2},
+        {std::string(120, 'p') + "#Basic256", 0},
         {prefix + std::string(64, 'n'), 0},
         {prefix + std::string(1000, 'n'), 0},
     };

@@ -99,6 +99,17 @@ TEST_F(ServerTrust, AnyOtherAnswerRejects) {
     }
 }
 
+TEST_F(ServerTrust, TheLastCallbackInstalledDecides) {
+    answer(verify, badStatus);
+    DecidingApplication first(2);
+    DecidingApplication second(0);
+    install(first);
+    install(second);
+    EXPECT_EQ(tryConnect(), 0);
+    EXPECT_TRUE(first.asked.empty());
+    EXPECT_EQ(second.asked.size(), 1U);
+}
+
 TEST_F(ServerTrust, ADecisionThatThrowsRejects) {
     answer(verify, badStatus);
     DecidingApplication application(0);

@@ -1,6 +1,7 @@
 #include <climits>
 #include <filesystem>
 
+#include "client/callback.h"
 #include "client/opcua_client.h"
 #include "client_test.h"
 
@@ -159,6 +160,42 @@ TEST_F(StartUp, PathThatFillsTheBufferIsRefused) {
 TEST_F(StartUp, LongerPathIsRefused) {
     platform_recorder::setExecutable("/" + std::string(5000, 'd') + "/hmi");
     EXPECT_EQ(logFile(), "/OpcUaClient.log");
+}
+
+namespace {
+
+/// What a client's sink of callbacks has been told of its owner.
+class SinkLink : public StandInTest {
+protected:
+    template <typename Client>
+    void* ownerAfterConnect(Client& client) {
+        _OpcUaClientConfig config = makeConfig();
+        EXPECT_EQ(client.OpcUaConnect(config), 0);
+        return static_cast<CCallback*>(script().sessionCallback())->owningClient;
+    }
+};
+
+} // namespace
+
+TEST_F(SinkLink, IsMadeByInit) {
+    COpcUaClientInterface client;
+    EXPECT_EQ(ownerAfterConnect(client), nullptr);
+    EXPECT_EQ(client.OpcUaInit(OpcUaTraceLevel_Errors), 0);
+    // A facade is a virtual table pointer and the pointer to its client.
+    void* implementation[2];
+    static_assert(sizeof implementation == sizeof client, "the facade's layout is fixed");
+    std::memcpy(implementation, static_cast<const void*>(&client), sizeof client);
+    EXPECT_EQ(ownerAfterConnect(client), implementation[1]);
+}
+
+TEST_F(SinkLink, IsMadeAnewByEveryInit) {
+    COpcUaClient client;
+    int owners[2];
+    for (int& owner : owners) {
+        client.installClient(&owner);
+        EXPECT_EQ(client.OpcUaInit(OpcUaTraceLevel_Errors), 0);
+        EXPECT_EQ(ownerAfterConnect(client), &owner);
+    }
 }
 
 namespace {

@@ -28,9 +28,11 @@ struct MallocAllocator {
     friend bool operator!=(const MallocAllocator&, const MallocAllocator&) { return false; }
 };
 
-enum class State { Live, Freed };
-using Blocks = std::unordered_map<void*, State, std::hash<void*>, std::equal_to<void*>,
-                                  MallocAllocator<std::pair<void* const, State>>>;
+/// A block's place in the order of freeing; while it lives, 0.
+using Place = long;
+constexpr Place stillLive = 0;
+using Blocks = std::unordered_map<const void*, Place, std::hash<const void*>, std::equal_to<const void*>,
+                                  MallocAllocator<std::pair<const void* const, Place>>>;
 
 constexpr int freshPattern = 0xA5;
 constexpr int freedPattern = 0xDD;
@@ -38,7 +40,7 @@ constexpr int freedPattern = 0xDD;
 struct Census {
     std::atomic_flag busy = ATOMIC_FLAG_INIT;
     Blocks* blocks = nullptr;
-    long live = 0;
+    long liveBlocks = 0;
     bool quarantine = false;
     long freedOnce = 0;
     long freedAgain = 0;
@@ -66,8 +68,8 @@ void* allocate(std::size_t size) noexcept {
     CensusLock lock;
     if (!census.blocks)
         census.blocks = new (std::malloc(sizeof(Blocks))) Blocks();
-    (*census.blocks)[block] = State::Live;
-    ++census.live;
+    (*census.blocks)[block] = stillLive;
+    ++census.liveBlocks;
     return block;
 }
 
@@ -79,14 +81,13 @@ void release(void* block) noexcept {
         if (census.blocks) {
             const auto found = census.blocks->find(block);
             if (found != census.blocks->end()) {
-                if (found->second == State::Freed) {
+                if (found->second != stillLive) {
                     ++census.freedAgain;
                     return;
                 }
-                --census.live;
+                --census.liveBlocks;
                 if (census.quarantine) {
-                    found->second = State::Freed;
-                    ++census.freedOnce;
+                    found->second = ++census.freedOnce;
                     std::memset(block, freedPattern, sizeof(OpcUaNode));
                     return;
                 }
@@ -109,7 +110,7 @@ namespace record_census {
 
 long live() {
     CensusLock lock;
-    return census.live;
+    return census.liveBlocks;
 }
 
 Quarantine::Quarantine() {
@@ -125,8 +126,8 @@ Quarantine::~Quarantine() {
     if (!census.blocks)
         return;
     for (auto entry = census.blocks->begin(); entry != census.blocks->end();) {
-        if (entry->second == State::Freed) {
-            std::free(entry->first);
+        if (entry->second != stillLive) {
+            std::free(const_cast<void*>(entry->first));
             entry = census.blocks->erase(entry);
         } else {
             ++entry;
@@ -142,6 +143,12 @@ long Quarantine::freedOnce() const {
 long Quarantine::freedAgain() const {
     CensusLock lock;
     return census.freedAgain;
+}
+
+long Quarantine::placeOf(const void* record) const {
+    CensusLock lock;
+    const auto found = census.blocks->find(record);
+    return found == census.blocks->end() ? 0 : found->second;
 }
 
 } // namespace record_census

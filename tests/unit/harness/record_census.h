@@ -19,6 +19,8 @@ public:
 
     long freedOnce() const;
     long freedAgain() const;
+    /// Place of a record in the order in which they were freed, from 1; 0 when it was not.
+    long placeOf(const void* record) const;
 };
 
 } // namespace record_census
