@@ -4,51 +4,51 @@
 
 /// The engine's description of an array's elements.
 template <typename Element>
-constexpr int typeIndex = -1;
+inline constexpr int typeIndex = -1;
 template <>
-constexpr int typeIndex<OpcUa_ReadValueId> = UA_TYPES_READVALUEID;
+inline constexpr int typeIndex<OpcUa_ReadValueId> = UA_TYPES_READVALUEID;
 template <>
-constexpr int typeIndex<OpcUa_DataValue> = UA_TYPES_DATAVALUE;
+inline constexpr int typeIndex<OpcUa_DataValue> = UA_TYPES_DATAVALUE;
 template <>
-constexpr int typeIndex<OpcUa_WriteValue> = UA_TYPES_WRITEVALUE;
+inline constexpr int typeIndex<OpcUa_WriteValue> = UA_TYPES_WRITEVALUE;
 template <>
-constexpr int typeIndex<OpcUa_DiagnosticInfo> = UA_TYPES_DIAGNOSTICINFO;
+inline constexpr int typeIndex<OpcUa_DiagnosticInfo> = UA_TYPES_DIAGNOSTICINFO;
 template <>
-constexpr int typeIndex<OpcUa_ReferenceDescription> = UA_TYPES_REFERENCEDESCRIPTION;
+inline constexpr int typeIndex<OpcUa_ReferenceDescription> = UA_TYPES_REFERENCEDESCRIPTION;
 template <>
-constexpr int typeIndex<OpcUa_ApplicationDescription> = UA_TYPES_APPLICATIONDESCRIPTION;
+inline constexpr int typeIndex<OpcUa_ApplicationDescription> = UA_TYPES_APPLICATIONDESCRIPTION;
 template <>
-constexpr int typeIndex<OpcUa_EndpointDescription> = UA_TYPES_ENDPOINTDESCRIPTION;
+inline constexpr int typeIndex<OpcUa_EndpointDescription> = UA_TYPES_ENDPOINTDESCRIPTION;
 template <>
-constexpr int typeIndex<OpcUa_MonitoredItemCreateRequest> = UA_TYPES_MONITOREDITEMCREATEREQUEST;
+inline constexpr int typeIndex<OpcUa_MonitoredItemCreateRequest> = UA_TYPES_MONITOREDITEMCREATEREQUEST;
 template <>
-constexpr int typeIndex<OpcUa_MonitoredItemCreateResult> = UA_TYPES_MONITOREDITEMCREATERESULT;
+inline constexpr int typeIndex<OpcUa_MonitoredItemCreateResult> = UA_TYPES_MONITOREDITEMCREATERESULT;
 template <>
-constexpr int typeIndex<OpcUa_EventFieldList> = UA_TYPES_EVENTFIELDLIST;
+inline constexpr int typeIndex<OpcUa_EventFieldList> = UA_TYPES_EVENTFIELDLIST;
 template <>
-constexpr int typeIndex<OpcUa_Boolean> = UA_TYPES_BOOLEAN;
+inline constexpr int typeIndex<OpcUa_Boolean> = UA_TYPES_BOOLEAN;
 template <>
-constexpr int typeIndex<OpcUa_SByte> = UA_TYPES_SBYTE;
+inline constexpr int typeIndex<OpcUa_SByte> = UA_TYPES_SBYTE;
 template <>
-constexpr int typeIndex<OpcUa_Byte> = UA_TYPES_BYTE;
+inline constexpr int typeIndex<OpcUa_Byte> = UA_TYPES_BYTE;
 template <>
-constexpr int typeIndex<OpcUa_Int16> = UA_TYPES_INT16;
+inline constexpr int typeIndex<OpcUa_Int16> = UA_TYPES_INT16;
 template <>
-constexpr int typeIndex<OpcUa_UInt16> = UA_TYPES_UINT16;
+inline constexpr int typeIndex<OpcUa_UInt16> = UA_TYPES_UINT16;
 template <>
-constexpr int typeIndex<OpcUa_Int32> = UA_TYPES_INT32;
+inline constexpr int typeIndex<OpcUa_Int32> = UA_TYPES_INT32;
 template <>
-constexpr int typeIndex<OpcUa_UInt32> = UA_TYPES_UINT32;
+inline constexpr int typeIndex<OpcUa_UInt32> = UA_TYPES_UINT32;
 template <>
-constexpr int typeIndex<OpcUa_Int64> = UA_TYPES_INT64;
+inline constexpr int typeIndex<OpcUa_Int64> = UA_TYPES_INT64;
 template <>
-constexpr int typeIndex<OpcUa_UInt64> = UA_TYPES_UINT64;
+inline constexpr int typeIndex<OpcUa_UInt64> = UA_TYPES_UINT64;
 template <>
-constexpr int typeIndex<OpcUa_Float> = UA_TYPES_FLOAT;
+inline constexpr int typeIndex<OpcUa_Float> = UA_TYPES_FLOAT;
 template <>
-constexpr int typeIndex<OpcUa_Double> = UA_TYPES_DOUBLE;
+inline constexpr int typeIndex<OpcUa_Double> = UA_TYPES_DOUBLE;
 template <>
-constexpr int typeIndex<OpcUa_String> = UA_TYPES_STRING;
+inline constexpr int typeIndex<OpcUa_String> = UA_TYPES_STRING;
 
 template <typename Element>
 const UA_DataType* elementType() {
