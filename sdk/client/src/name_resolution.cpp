@@ -6,7 +6,10 @@
 #include <chrono>
 #include <future>
 #include <memory>
+#include <system_error>
 #include <thread>
+
+#include "uabase/trace.h"
 
 namespace UaClientSdk {
 namespace {
@@ -43,9 +46,15 @@ std::vector<std::string> resolveHost(const std::string& host, const Deadline& de
     // behind when the caller's time is over.
     std::promise<std::vector<std::string>> promise;
     std::future<std::vector<std::string>> answer = promise.get_future();
-    std::thread([host, promise = std::move(promise)]() mutable {
-        promise.set_value(lookUp(host, 0));
-    }).detach();
+    try {
+        std::thread([host, promise = std::move(promise)]() mutable {
+            promise.set_value(lookUp(host, 0));
+        }).detach();
+    } catch (const std::system_error& error) {
+        UaTrace::write(UaTrace::Errors, "connect", "no thread to resolve \"%s\": %s", host.c_str(),
+                       error.what());
+        return {};
+    }
     if (answer.wait_for(std::chrono::milliseconds(deadline.remaining())) != std::future_status::ready) {
         return {};
     }
