@@ -9,6 +9,7 @@
 #                                 dev     all suites plain
 #   ./run-tests.sh dev layers   some of them
 #   ./run-tests.sh lint         clang: warnings are errors, clang-tidy
+#   ./run-tests.sh fuzz         clang: libFuzzer tries inputs on what reads texts and bytes, always the same ones
 #
 # Nothing is skipped: a missing tool, a skipped or disabled test and a test that is no longer there are failures.
 set -euo pipefail
@@ -40,6 +41,7 @@ stage_lint() {
   cmake --preset lint >/dev/null
   scripts/lint.py build/lint "$jobs"
 }
+stage_fuzz() { run_suites fuzz fuzz_targets; }
 stage_asan() { run_suites asan; }
 stage_tsan() { run_suites tsan threads_suites; }
 stage_dev() { run_suites dev; }

@@ -8,6 +8,10 @@ target_link_options(build_flags INTERFACE -Wl,--no-undefined -Wl,--as-needed)
 if(OPCUACLIENT_SANITIZE)
   target_compile_options(build_flags INTERFACE -fsanitize=${OPCUACLIENT_SANITIZE} -fno-omit-frame-pointer)
   target_link_options(build_flags INTERFACE -fsanitize=${OPCUACLIENT_SANITIZE})
+  if(OPCUACLIENT_BUILD_FUZZ)
+    # Shows the fuzzer which way an input took.
+    target_compile_options(build_flags INTERFACE -fsanitize=fuzzer-no-link)
+  endif()
   if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     # clang keeps the sanitizer runtime in the executable: a shared library has unresolved runtime symbols.
     set_target_properties(build_flags PROPERTIES INTERFACE_LINK_OPTIONS
