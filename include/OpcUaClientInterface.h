@@ -232,8 +232,8 @@ public:
     ///
     /// "[ConfigPath]" and "[ApplicationPath]" both stand for the executable's directory. The first of each
     /// is replaced, what stands before it is dropped, and the result is cut at 511 bytes. A directory ends
-    /// with a slash. Directories are made as they are needed. Certificates are DER files, a chain's further
-    /// ones behind the first; trust, issuer and revocation lists may be PEM too. Keys are PEM without a
+    /// with a slash. Directories are made as they are needed. Certificates are DER files; what lies in the
+    /// trust list, among the issuers and the revocation lists may be PEM, too. Keys are PEM without a
     /// password.
     ///
     /// @return 0: connected, and the status reads 1. 1: not within `config.timeout`, or refused by the
