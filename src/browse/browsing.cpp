@@ -4,6 +4,7 @@
 #include "client/mutex_lock.h"
 #include "client/opcua_client.h"
 #include "client/text_field.h"
+#include "client/wire_number.h"
 #include "uabase/qualified_name.h"
 
 using namespace UaClientSdk;
@@ -28,7 +29,7 @@ OpcUaNode* makeRoot(std::string_view name, const UaNodeId& id, int nodeClass) {
 int nodeClassOf(const OpcUa_ReferenceDescription& reference) {
     int nodeClass = 0;
     for (int bit = 1; bit <= 128; bit *= 2) {
-        if ((reference.nodeClass & bit) != 0) {
+        if ((wireNumber(reference.nodeClass) & bit) != 0) {
             nodeClass = bit;
         }
     }

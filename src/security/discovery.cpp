@@ -5,6 +5,7 @@
 #include "client/call_settings.h"
 #include "client/opcua_client.h"
 #include "client/text_field.h"
+#include "client/wire_number.h"
 #include "security/security_policy.h"
 
 using namespace UaClientSdk;
@@ -73,7 +74,7 @@ unsigned int bounded(const Element (&)[Capacity], std::size_t count) {
 
 void fillEndpoint(_OpcUa_EndpointMsg& message, const OpcUa_EndpointDescription& endpoint) {
     setField(message.endpointUrl, viewOf(endpoint.endpointUrl));
-    message.securityMode = securityModeNumber(endpoint.securityMode);
+    message.securityMode = securityModeNumber(wireNumber(endpoint.securityMode));
     message.securityPolicy = securityPolicyNumber(viewOf(endpoint.securityPolicyUri));
 }
 

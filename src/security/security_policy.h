@@ -26,8 +26,8 @@ constexpr OpcUa_MessageSecurityMode messageSecurityMode(int number) {
     return static_cast<OpcUa_MessageSecurityMode>(number + OpcUa_MessageSecurityMode_None);
 }
 
-/// The same back; 0 for a mode that is not valid.
-constexpr int securityModeNumber(OpcUa_MessageSecurityMode mode) {
+/// The same back from the protocol's number; 0 for a mode that is not valid.
+constexpr int securityModeNumber(int mode) {
     const bool valid =
         mode >= OpcUa_MessageSecurityMode_None && mode <= OpcUa_MessageSecurityMode_SignAndEncrypt;
     return valid ? mode - OpcUa_MessageSecurityMode_None : 0;

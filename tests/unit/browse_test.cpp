@@ -248,6 +248,8 @@ TEST_F(Browse, OfSeveralNodeClassBitsTheHighestIsStored) {
     EXPECT_EQ(browseOne({"i=1", "x", 0, "", "", 0x91})->nodeClass, 128);
     EXPECT_EQ(browseOne({"i=1", "x", 0, "", "", 0x102})->nodeClass, 2)
         << "bits above the low eight don't count";
+    EXPECT_EQ(browseOne({"i=1", "x", 0, "", "", 0xFFFFFF04})->nodeClass, 4)
+        << "nor does a number that no node class has";
 }
 
 TEST_F(Browse, BadServiceFailsAndKeepsTheRoot) {

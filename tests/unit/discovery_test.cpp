@@ -1,3 +1,4 @@
+#include <climits>
 #include <cstdlib>
 #include <map>
 
@@ -449,7 +450,8 @@ TEST_F(Discovery, NumbersPoliciesAsConnectDoes) {
 }
 
 TEST_F(Discovery, NumbersModesAsConnectDoes) {
-    const std::vector<std::pair<int, int>> rows = {{0, 0}, {1, 0}, {2, 1}, {3, 2}, {4, 0}, {100, 0}};
+    const std::vector<std::pair<int, int>> rows = {{0, 0}, {1, 0},   {2, 1},  {3, 2},
+                                                   {4, 0}, {100, 0}, {-1, 0}, {INT_MIN, 0}};
     for (const auto& [mode, number] : rows) {
         Endpoint endpoint;
         endpoint.mode = mode;
