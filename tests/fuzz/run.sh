@@ -4,4 +4,4 @@
 set -euo pipefail
 found=$(mktemp -d)
 trap 'rm -rf "$found"' EXIT
-"$1" "$found" "$2" -runs="$3" -seed=1 -max_len=4096 -timeout=20 -print_final_stats=1
+"$1" "$found" "$2" -runs="$3" -seed=1 -max_len=4096 -timeout=60 -print_final_stats=1
