@@ -90,6 +90,10 @@ private:
     OPCUACLIENT_LOCAL std::shared_ptr<UaClientSdk::UaSession> session() const;
     /// The session if it is connected, else null.
     OPCUACLIENT_LOCAL std::shared_ptr<UaClientSdk::UaSession> connectedSession() const;
+    /// Calls `action` with the connected session while this operation has it alone, or tells that there is
+    /// none.
+    template <typename Action>
+    OPCUACLIENT_LOCAL int withSession(Action action);
 
     OPCUACLIENT_LOCAL void loadConfiguration();
     OPCUACLIENT_LOCAL int openSession(_OpcUaClientConfig& config, UaClientSdk::UaSession& session);

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "browse/node_links.h"
+#include "client/session_lock.h"
 #include "client/text_field.h"
 #include "subscription/monitored_items_lock.h"
 #include "subscription/selection.h"
@@ -27,12 +28,10 @@ int COpcUaClient::OpcUaRemoveMonitNode(OpcUaNode* node, unsigned long* index, in
     if (!node) {
         return fail(result::invalidArgument);
     }
-    const MutexLock lock(m_mutex);
-    if (!connectedSession()) {
-        return fail(result::notConnected);
-    }
-    return withMonitoredItems(result::unmonitorWithoutSink, [&](UaSubscription& subscription) {
-        return removeItem(subscription, *node, index, count);
+    return withSession([&](UaSession&) {
+        return withMonitoredItems(result::unmonitorWithoutSink, [&](UaSubscription& subscription) {
+            return removeItem(subscription, *node, index, count);
+        });
     });
 }
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "client/session_lock.h"
 #include "client/text_field.h"
 #include "subscription/monitored_items_lock.h"
 #include "subscription/selection.h"
@@ -33,14 +34,12 @@ void traceRefused(const OpcUaNode& node, UaStatus status) {
                    static_cast<int>(id.size()), id.data(), status.name());
 }
 
-/// An answer that is shorter than the question can't be told apart item by item.
 UaStatus createItems(UaSubscription& subscription, const UaMonitoredItemCreateRequests& requests,
                      UaMonitoredItemCreateResults& results) {
     ServiceSettings settings;
     const UaStatus status =
         subscription.createMonitoredItems(settings, OpcUa_TimestampsToReturn_Both, requests, results);
-    return status.isGood() && results.length() < requests.length() ? UaStatus(OpcUa_BadUnexpectedError)
-                                                                   : status;
+    return complete(status, requests, results);
 }
 
 } // namespace
@@ -49,12 +48,10 @@ int COpcUaClient::OpcUaAddMonitNode(OpcUaNode* node, unsigned long* index, int c
     if (!node) {
         return fail(result::invalidArgument);
     }
-    const MutexLock lock(m_mutex);
-    if (!connectedSession()) {
-        return fail(result::notConnected);
-    }
-    return withMonitoredItems(result::monitorWithoutSink, [&](UaSubscription& subscription) {
-        return addItem(subscription, *node, index, count);
+    return withSession([&](UaSession&) {
+        return withMonitoredItems(result::monitorWithoutSink, [&](UaSubscription& subscription) {
+            return addItem(subscription, *node, index, count);
+        });
     });
 }
 

@@ -1,6 +1,5 @@
 #include "client/callback.h"
-#include "client/mutex_lock.h"
-#include "client/opcua_client.h"
+#include "client/session_lock.h"
 
 using namespace UaClientSdk;
 
@@ -22,24 +21,21 @@ SubscriptionSettings settingsFor(double publishingInterval) {
 } // namespace
 
 int COpcUaClient::OpcUaCreateSubScription(double publishingInterval) {
-    const MutexLock lock(m_mutex);
-    const auto current = connectedSession();
-    if (!current) {
-        return fail(result::notConnected);
-    }
-    if (m_subscription && this->OpcUaDeleteSubScription() != result::success) {
-        return result::subscriptionNotReplaced;
-    }
-    ServiceSettings settings;
-    SubscriptionSettings parameters = settingsFor(publishingInterval);
-    UaSubscription* subscription = nullptr;
-    const UaStatus status = current->createSubscription(settings, m_callback.get(), clientSubscriptionHandle,
-                                                        parameters, 1, &subscription);
-    if (status.isNotGood()) {
-        return fail(result::createSubscriptionFailed);
-    }
-    m_subscription = subscription;
-    return result::success;
+    return withSession([&](UaSession& session) {
+        if (m_subscription && this->OpcUaDeleteSubScription() != result::success) {
+            return result::subscriptionNotReplaced;
+        }
+        ServiceSettings settings;
+        SubscriptionSettings parameters = settingsFor(publishingInterval);
+        UaSubscription* subscription = nullptr;
+        const UaStatus status = session.createSubscription(
+            settings, m_callback.get(), clientSubscriptionHandle, parameters, 1, &subscription);
+        if (status.isNotGood()) {
+            return fail(result::createSubscriptionFailed);
+        }
+        m_subscription = subscription;
+        return result::success;
+    });
 }
 
 int COpcUaClient::OpcUaDeleteSubScription() {

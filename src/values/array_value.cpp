@@ -1,10 +1,11 @@
 #include <utility>
 
-#include "client/mutex_lock.h"
-#include "client/opcua_client.h"
+#include "client/session_lock.h"
 #include "values/element_position.h"
 #include "values/value_buffer.h"
 #include "values/value_service.h"
+
+using UaClientSdk::UaSession;
 
 namespace {
 
@@ -23,20 +24,16 @@ int COpcUaClient::OpcUaGetArrayValue(OpcUaNode* node, unsigned long* index, int 
     if (!areValid(node, index, count, buffer)) {
         return fail(result::invalidArgument);
     }
-    const MutexLock lock(m_mutex);
-    const auto current = connectedSession();
-    if (!current) {
-        return fail(result::notConnected);
-    }
-    UaNodeId id;
-    SetNodeID(node, &id);
-    UaVariant value;
-    unsigned int position = 0;
-    if (!readGoodValue(*current, id, value) || !findPosition(value, index, count, position) ||
-        !storeElement(std::move(value), position, node->dataType, buffer, size)) {
-        return fail(result::readFailed);
-    }
-    return result::success;
+    return withSession([&](UaSession& session) {
+        UaNodeId id;
+        SetNodeID(node, &id);
+        UaVariant value;
+        unsigned int position = 0;
+        const bool stored = readGoodValue(session, id, value) &&
+                            findPosition(value, index, count, position) &&
+                            storeElement(std::move(value), position, node->dataType, buffer, size);
+        return stored ? result::success : fail(result::readFailed);
+    });
 }
 
 int COpcUaClient::OpcUaSetArrayValue(OpcUaNode* node, unsigned long* index, int count, const void* buffer,
@@ -44,19 +41,15 @@ int COpcUaClient::OpcUaSetArrayValue(OpcUaNode* node, unsigned long* index, int 
     if (!areValid(node, index, count, buffer)) {
         return fail(result::invalidArgument);
     }
-    const MutexLock lock(m_mutex);
-    const auto current = connectedSession();
-    if (!current) {
-        return fail(result::notConnected);
-    }
-    UaNodeId id;
-    SetNodeID(node, &id);
-    UaVariant value;
-    unsigned int position = 0;
-    if (!readGoodValue(*current, id, value) || !findPosition(value, index, count, position) ||
-        !takeElement(value, position, node->dataType, buffer, size) ||
-        !writeValue(*current, id, std::move(value))) {
-        return fail(result::writeFailed);
-    }
-    return result::success;
+    return withSession([&](UaSession& session) {
+        UaNodeId id;
+        SetNodeID(node, &id);
+        UaVariant value;
+        unsigned int position = 0;
+        const bool written = readGoodValue(session, id, value) &&
+                             findPosition(value, index, count, position) &&
+                             takeElement(value, position, node->dataType, buffer, size) &&
+                             writeValue(session, id, std::move(value));
+        return written ? result::success : fail(result::writeFailed);
+    });
 }

@@ -6,15 +6,6 @@
 #include "client/call_settings.h"
 #include "uaclient/session.h"
 
-namespace {
-
-/// An answer that is shorter than the question can't be told apart node by node.
-UaStatus complete(UaStatus status, OpcUa_UInt32 asked, OpcUa_UInt32 answered) {
-    return !status.isBad() && answered < asked ? UaStatus(OpcUa_BadUnexpectedError) : status;
-}
-
-} // namespace
-
 void giveValue(OpcUa_WriteValue& element, UaVariant&& value) {
     if (value.moveTo(&element.value.value) != OpcUa_Good) {
         throw std::bad_alloc();
@@ -32,7 +23,7 @@ UaStatus readValues(UaClientSdk::UaSession& session, const UaReadValueIds& nodes
     UaDiagnosticInfos diagnostics;
     const UaStatus status =
         session.read(settings, 0, OpcUa_TimestampsToReturn_Both, nodes, values, diagnostics);
-    return complete(status, nodes.length(), values.length());
+    return complete(status, nodes, values);
 }
 
 UaStatus readValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaDataValues& values) {
@@ -52,7 +43,7 @@ UaStatus writeValues(UaClientSdk::UaSession& session, const UaWriteValues& value
     UaClientSdk::ServiceSettings settings = callSettings();
     UaDiagnosticInfos diagnostics;
     const UaStatus status = session.write(settings, values, results, diagnostics);
-    return complete(status, values.length(), results.length());
+    return complete(status, values, results);
 }
 
 bool writeValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaVariant&& value) {

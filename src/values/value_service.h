@@ -11,6 +11,13 @@ class UaSession;
 
 // The Read and Write services as every value operation uses them (OPC UA Part 4, 5.11.2 and 5.11.4).
 
+/// What an answer is worth: one that is shorter than its question can't be told apart result by result.
+template <typename Questions, typename Answers>
+UaStatus complete(UaStatus status, const Questions& questions, const Answers& answers) {
+    const bool isShort = answers.length() < questions.length();
+    return isShort && !status.isBad() ? UaStatus(OpcUa_BadUnexpectedError) : status;
+}
+
 /// Makes a request element name the Value attribute of a node.
 template <typename RequestElement>
 void nameValue(RequestElement& element, const UaNodeId& id) {

@@ -4,6 +4,7 @@
 #include <malloc.h>
 
 #include <cstring>
+#include <memory>
 
 #include "OpcUaClientInterface.h"
 #include "protocol_values.h"
@@ -18,10 +19,15 @@ struct CountingApplication final : COpcUaClientInterface::OpcUaCallBack {
     void OpcUaDataChange(_OpcUaDataChangeMsg message) override {
         ++calls;
         bytes += message.valueSize;
+        if (keeps) {
+            kept = std::make_unique<_OpcUaDataChangeMsg>(message);
+        }
     }
     int OpcUaTrustServerCertificate(_OpcUaCertificateMsg) override { return -1; }
     int calls = 0;
     int bytes = 0;
+    bool keeps = false;
+    std::unique_ptr<_OpcUaDataChangeMsg> kept;
 };
 
 class DeliveryAllocation : public testing::Test {
@@ -69,6 +75,14 @@ TEST_F(DeliveryAllocation, ScalarsAllocateNothing) {
     EXPECT_EQ(deliver(), 0U);
     EXPECT_EQ(application.calls, 5);
     EXPECT_EQ(application.bytes, 1 + 4 + 8 + 49);
+}
+
+TEST_F(DeliveryAllocation, WhatTheApplicationAllocatesIsCounted) {
+    monitor();
+    application.keeps = true;
+    collect(int32Variant(7));
+    collect(int32Variant(8));
+    EXPECT_EQ(deliver(), 2U);
 }
 
 TEST_F(DeliveryAllocation, AnElementOfAnArrayAllocatesNothing) {
