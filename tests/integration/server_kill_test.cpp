@@ -140,7 +140,7 @@ bool useUntilKilled(Panel& panel, const std::string& url, Random& random) {
 }
 
 TEST(ServerKills, AtRandomMomentsAreSurvived) {
-    const unsigned kills = fromEnvironment("TEST_KILLS", 40);
+    const unsigned kills = fromEnvironment("TEST_KILLS", 25);
     const unsigned seed = fromEnvironment("TEST_SEED", std::random_device()());
     std::printf("TEST_KILLS=%u TEST_SEED=%u\n", kills, seed);
     Random random(seed);
