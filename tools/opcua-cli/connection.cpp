@@ -89,7 +89,7 @@ bool Connection::isAlive() {
 }
 
 ReadResult Connection::read(const std::string& nodeId, _OpcUaDataType type) {
-    const ReadResult result = readGrowing(type, [&](ValueBuffer& buffer) {
+    ReadResult result = readGrowing(type, [&](ValueBuffer& buffer) {
         OpcUaNode record = recordFor(nodeId, buffer.recordType());
         return m_client.OpcUaGetValue(&record, buffer.data(), buffer.size());
     });

@@ -20,7 +20,7 @@ Json nodeJson(const NodeInfo& node) {
 }
 
 std::string requiredText(const Json& json, const char* key) {
-    const std::string text = textField(json, key);
+    std::string text = textField(json, key);
     if (text.empty())
         throw usageFailure("there is no \"" + std::string(key) + "\"");
     return text;

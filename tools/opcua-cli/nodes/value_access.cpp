@@ -105,7 +105,7 @@ std::vector<int> writeMany(Connection& connection, const std::vector<WriteItem>&
 
 ReadResult readElement(Connection& connection, const ReadItem& item, const Index& index) {
     Index positions = index;
-    const ReadResult result = readGrowing(item.type, [&](ValueBuffer& buffer) {
+    ReadResult result = readGrowing(item.type, [&](ValueBuffer& buffer) {
         OpcUaNode record = recordFor(item.nodeId, buffer.recordType());
         return connection.client().OpcUaGetArrayValue(
             &record, positions.data(), static_cast<int>(positions.size()), buffer.data(), buffer.size());
