@@ -90,6 +90,15 @@ TEST_F(Snapshots, SayWhatTheyLeftOut) {
     EXPECT_THAT(result.error, HasSubstr("not in the snapshot"));
 }
 
+TEST_F(Snapshots, LeaveOutTextsThatCannotBeWrittenBack) {
+    const auto leftOut = byId(taken("/TestRack/Text", 1)["leftOut"]);
+    ASSERT_EQ(leftOut.size(), 1u);
+    EXPECT_THAT(leftOut.at(rack + "Text.EmbeddedZero")["reason"].get<std::string>(), HasSubstr("zero byte"));
+    cli("write", {rack + "Text.NonAscii", ""});
+    EXPECT_EQ(restore().exitCode, 0);
+    EXPECT_EQ(value(rack + "Text.NonAscii"), "Füllstand 锅炉 °C €");
+}
+
 TEST_F(Snapshots, OfLargeFoldersAndLongArraysAreBounded) {
     EXPECT_EQ(taken("/TestRack/Many")["nodes"].size(), 1200u);
     const CliResult many = cli("snapshot", {"/TestRack/Many", "--max-nodes", "10"});

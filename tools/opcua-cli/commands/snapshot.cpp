@@ -46,6 +46,19 @@ void explainUntyped(Connection& connection, const std::vector<NodeInfo>& untyped
     }
 }
 
+/// Why a value that was read could not be written back, if so: a text may be none that the library takes.
+std::optional<std::string> obstacleTo(const NodeValue& value) {
+    try {
+        for (const Value& element : value.elements) {
+            if (const auto* text = std::get_if<std::string>(&element))
+                parseValue(OpcUaDataType_String, *text);
+        }
+    } catch (const Failure& failure) {
+        return failure.problem().explanation;
+    }
+    return std::nullopt;
+}
+
 void readVariables(Connection& connection, const SnapshotOptions& options, const Folder& folder,
                    Snapshot& snapshot) {
     std::vector<NodeToRead> nodes;
@@ -63,6 +76,8 @@ void readVariables(Connection& connection, const SnapshotOptions& options, const
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         if (readings[i].problem)
             snapshot.leftOut.push_back({nodes[i].node, readings[i].problem->explanation, true});
+        else if (const auto obstacle = obstacleTo(readings[i].value))
+            snapshot.leftOut.push_back({nodes[i].node, *obstacle, true});
         else
             snapshot.nodes.push_back({nodes[i].node, std::move(readings[i].value)});
     }
