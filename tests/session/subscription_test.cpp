@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstring>
 #include <future>
 #include <map>
 
@@ -66,12 +67,14 @@ public:
 
 class SubscriptionTest : public SessionTest {
 protected:
-    UaStatus createSubscription(double interval = 50) {
-        ServiceSettings settings;
-        SubscriptionSettings parameters;
-        parameters.publishingInterval = interval;
+    SubscriptionTest() {
+        parameters.publishingInterval = 50;
         parameters.lifetimeCount = 100000;
         parameters.maxKeepAliveCount = 5;
+    }
+
+    UaStatus createSubscription() {
+        ServiceSettings settings;
         return session->createSubscription(settings, &changes, subscriptionHandle, parameters, 1,
                                            &subscription);
     }
@@ -89,19 +92,63 @@ protected:
         items[0].itemToMonitor.attributeId = OpcUa_Attributes_Value;
         items[0].monitoringMode = OpcUa_MonitoringMode_Reporting;
         items[0].requestedParameters.clientHandle = clientHandle;
-        items[0].requestedParameters.samplingInterval = 50;
-        items[0].requestedParameters.queueSize = 1;
+        items[0].requestedParameters.samplingInterval = samplingInterval;
+        items[0].requestedParameters.queueSize = queueSize;
         items[0].requestedParameters.discardOldest = true;
-        UaMonitoredItemCreateResults results;
         const UaStatus status =
-            subscription->createMonitoredItems(settings, OpcUa_TimestampsToReturn_Both, items, results);
+            subscription->createMonitoredItems(settings, OpcUa_TimestampsToReturn_Both, items, created);
         EXPECT_TRUE(status.isGood()) << status.name();
-        return status.isGood() && results[0].statusCode == OpcUa_Good ? results[0].monitoredItemId : 0;
+        return status.isGood() && created[0].statusCode == OpcUa_Good ? created[0].monitoredItemId : 0;
     }
 
     ChangeRecorder changes;
     UaSubscription* subscription = nullptr;
+    SubscriptionSettings parameters;
+    OpcUa_Double samplingInterval = 50;
+    OpcUa_UInt32 queueSize = 1;
+    UaMonitoredItemCreateResults created;
 };
+
+/// The end of a CreateSubscription response (OPC UA Part 4, 5.14.2).
+struct RevisedParameters {
+    OpcUa_Double publishingInterval = 0;
+    OpcUa_UInt32 lifetimeCount = 0;
+    OpcUa_UInt32 maxKeepAliveCount = 0;
+
+    void takeFrom(const std::vector<char>& message) {
+        constexpr std::size_t sequenceHeader = 16;
+        constexpr char responseType[] = {1, 0, 0x16, 3}; // NodeId i=790 in four bytes
+        if (message.size() < sequenceHeader + sizeof responseType + 20 ||
+            std::memcmp(message.data() + sequenceHeader, responseType, sizeof responseType) != 0) {
+            return;
+        }
+        const char* const end = message.data() + message.size();
+        std::memcpy(&publishingInterval, end - 16, sizeof publishingInterval);
+        std::memcpy(&lifetimeCount, end - 8, sizeof lifetimeCount);
+        std::memcpy(&maxKeepAliveCount, end - 4, sizeof maxKeepAliveCount);
+    }
+};
+
+TEST_F(SubscriptionTest, TheServerGetsTheParameters) {
+    MessageProxy proxy(server().port());
+    ASSERT_TRUE(connect(proxy.url()).isGood());
+    RevisedParameters revised;
+    proxy.changeServerMessages([&revised](const std::vector<char>& message) { revised.takeFrom(message); });
+    parameters.publishingInterval = 70.5;
+    parameters.lifetimeCount = 1234;
+    parameters.maxKeepAliveCount = 7;
+    ASSERT_TRUE(createSubscription().isGood());
+    samplingInterval = 250.25;
+    queueSize = 3;
+    ASSERT_NE(monitor(currentTime, 1), 0U);
+    EXPECT_EQ(created[0].revisedSamplingInterval, 250.25);
+    EXPECT_EQ(created[0].revisedQueueSize, 3U);
+    proxy.changeServerMessages(nullptr);
+    EXPECT_EQ(revised.publishingInterval, 70.5);
+    EXPECT_EQ(revised.lifetimeCount, 1234U);
+    EXPECT_EQ(revised.maxKeepAliveCount, 7U);
+    EXPECT_TRUE(changes.waitForCount(1, 1)) << "publishing is enabled";
+}
 
 TEST_F(SubscriptionTest, DeliversChangesUnderTheClientHandleOfTheRequest) {
     ASSERT_TRUE(connect().isGood());

@@ -186,6 +186,8 @@ TEST_F(MonitoredItems, WithoutSubscriptionAreRefused) {
     EXPECT_EQ(add("ns=2;s=A"), 11);
     EXPECT_EQ(message(), messages::noSubscription);
     EXPECT_EQ(remove("ns=2;s=A"), 11);
+    EXPECT_EQ(add("ns=2;s=A", Indices(17, 7)), 11);
+    EXPECT_EQ(remove("ns=2;s=A", Indices(17, 7)), 11);
     EXPECT_EQ(m_client->OpcUaClearMonitNode(), 11);
     EXPECT_THAT(mutex_watch::locked(), Each(mutex_watch::clientMutex));
     ASSERT_EQ(m_client->installOpcUaCallBack(nullptr), 29);

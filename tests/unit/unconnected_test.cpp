@@ -44,7 +44,9 @@ protected:
         expectRefused(m_client->OpcUaDeleteSubScription());
         expectRefused(m_client->OpcUaAddMonitNode(m_nodes, nullptr, 0));
         expectRefused(m_client->OpcUaAddMonitNode(m_nodes, m_index, 2));
+        expectRefused(m_client->OpcUaAddMonitNode(m_nodes, m_index, 17)); // the connection comes first
         expectRefused(m_client->OpcUaRemoveMonitNode(m_nodes, nullptr, 0));
+        expectRefused(m_client->OpcUaRemoveMonitNode(m_nodes, m_index, 17));
         expectRefused(m_client->OpcUaClearMonitNode());
         EXPECT_EQ(m_size, 4);
         expectEveryResult(99);
