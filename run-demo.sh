@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds the client and a simulated plant, and takes a tour: from an address on the network to values read and written.
+# Builds the client and a simulated plant, and takes a tour: from an address on the network, over the question whom to
+# trust, to values read and written on an encrypted connection.
 # Installs what the build needs first (as root or with sudo). Leaves nothing running.
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -28,8 +29,10 @@ die() {
 }
 
 # Shows a command as it could be typed, and runs it. What it prints is kept for expect().
-run() {
-  local word line='$ opcua-cli' code=0
+run() { run_ending_with 0 "$@"; }
+run_ending_with() {
+  local wanted=$1 word line='$ opcua-cli' code=0
+  shift
   for word in "$@"; do
     case $word in
     *[!A-Za-z0-9_./:=@%+,-]* | '') line+=" '$word'" ;;
@@ -37,8 +40,8 @@ run() {
     esac
   done
   printf '\n%s%s%s\n' "$bold" "$line" "$plain"
-  "$build/bin/opcua-cli" "$@" 2>&1 | tee "$work/output" || code=$?
-  [ $code -eq 0 ] || die "opcua-cli ended with exit code $code"
+  "$work/bin/opcua-cli" "$@" 2>&1 | tee "$work/output" || code=$?
+  [ $code -eq "$wanted" ] || die "opcua-cli ended with exit code $code"
 }
 expect() {
   grep -qF -- "$1" "$work/output" || die "'$1' should have been in this output"
@@ -53,58 +56,78 @@ explain "Compiling the library, its command-line client and the plant; about two
     cmake --build "$build" --target plant_server opcua-cli
 } >"$work/build.log" 2>&1 || { cat "$work/build.log" >&2; die "the build failed"; }
 
+# Certificates and trust lie beside the program: those of this tour go with it.
+mkdir "$work/bin"
+cp "$build/bin/opcua-cli" "$work/bin"
+
 heading "2  Start the plant"
 explain "A simulated dairy with filling lines, a boiler, tanks and conveyors, on a free port of this machine."
 mkfifo "$work/ready"
-"$build/bin/plant_server" --port 0 >"$work/ready" 2>"$work/server.log" &
+"$build/bin/plant_server" --port 0 --security >"$work/ready" 2>"$work/server.log" &
 server=$!
 exec 3<"$work/ready"
 read -r -t 30 ready <&3 || { cat "$work/server.log" >&2; die "the plant server did not start"; }
-printf '\n%s$ plant_server --port 0%s\n%s\n' "$bold" "$plain" "$ready"
+printf '\n%s$ plant_server --port 0 --security%s\n%s\n' "$bold" "$plain" "$ready"
 address=${ready##*opc.tcp://}
 
 heading "3  Who is there?"
 explain "Discovery needs no session: it asks an address for its servers and the ways to connect to each."
 run discover "$address"
 expect "$address"
-explain "With a session the server tells more about itself."
-run info "$address"
 
-heading "4  What does it have?"
+heading "4  Whom to trust?"
+explain "The tour goes on encrypted and as the user operator, whose password is in the environment: nobody sees it in the list
+of processes. This client has never met this server, and there is nobody to ask here, so it shows the certificate and
+stays away. On a terminal it asks: this time, always, or no?"
+export OPCUA_CLI_PASSWORD=plant
+printf '\n%s$ export OPCUA_CLI_PASSWORD=plant%s\n' "$bold" "$plain"
+run_ending_with 3 info "$address" --policy Basic256Sha256 --mode SignAndEncrypt --user operator
+expect 'Thumbprint'
+explain "The thumbprint is what one compares with the server's operator. This one is ours: from now on it is trusted."
+run info "$address" --policy Basic256Sha256 --mode SignAndEncrypt --user operator --trust always
+expect 'connected, Basic256Sha256, SignAndEncrypt, user operator'
+explain "It is in the trust list now. Above it is the client's own certificate, made on the way, which a server's operator wants
+to have."
+run cert
+expect urn:kestrova:plant-server
+explain "From here on a user's name is enough: it never travels without Basic256Sha256 and SignAndEncrypt unless one says so."
+login=(--user operator)
+
+heading "5  What does it have?"
 explain "The address space is a tree. Types and shapes are those of the values that the nodes hold now."
-run browse "$address" /Plant --depth 2
+run browse "$address" /Plant "${login[@]}" --depth 2
 expect SpeedSetpoint
 explain "Further down, with the values:"
-run browse "$address" /Plant/Boiler --depth 2 --values
+run browse "$address" /Plant/Boiler "${login[@]}" --depth 2 --values
 expect PumpOn
 explain "Arrays and matrices show their lengths:"
-run browse "$address" /TestRack/Matrix3
+run browse "$address" /TestRack/Matrix3 "${login[@]}"
 
-heading "5  Read"
+heading "6  Read"
 explain "All twelve types. A node is named by its path or by its node id."
 types=(Boolean SByte Byte Int16 UInt16 Int32 UInt32 Int64 UInt64 Float Double String)
-run read "$address" "${types[@]/#//TestRack/Scalar/}"
+run read "$address" "${login[@]}" "${types[@]/#//TestRack/Scalar/}"
 expect Hello
 explain "Values that move, by node id:"
-run read "$address" 'ns=2;s=Boiler.Drum.Pressure' 'ns=2;s=Tanks.Tank1.Level' --type Double
+run read "$address" "${login[@]}" 'ns=2;s=Boiler.Drum.Pressure' 'ns=2;s=Tanks.Tank1.Level' --type Double
 
-heading "6  Write, and read it back"
+heading "7  Write, and read it back"
 explain "The text is turned into the node's own type; a value that doesn't fit is refused before anything is sent."
 write_and_read_back() {
-  run write "$address" "$1" "$2"
-  run read "$address" "$1"
+  run write "$address" "$1" "$2" "${login[@]}"
+  run read "$address" "$1" "${login[@]}"
   expect "$3"
 }
 write_and_read_back /Plant/Line1/SpeedSetpoint 2.25 2.25
 write_and_read_back /Plant/Line1/Batch 'Käse 4711' 'Käse 4711'
 write_and_read_back /Plant/Conveyors/Conveyor3/Mode 2 2
 
-heading "7  Stop"
+heading "8  Stop"
 explain "Every command has closed its session; the plant is asked to stop."
 kill -TERM "$server"
 code=0
 wait "$server" || code=$?
 server=
 [ $code -eq 0 ] || { cat "$work/server.log" >&2; die "the plant server ended with exit code $code"; }
-printf '\nDone. To go on by yourself:\n\n  %s/bin/plant_server &\n  %s/bin/opcua-cli browse 127.0.0.1:4840 --depth 3 --values\n' \
+printf '\nDone. To go on by yourself:\n\n  %s/bin/plant_server --security &\n  %s/bin/opcua-cli browse 127.0.0.1:4840 --depth 3 --values --user operator\n' \
   "$build" "$build"

@@ -6,10 +6,13 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <poll.h>
 #include <stdexcept>
 #include <sys/ioctl.h>
 #include <system_error>
+#include <termios.h>
 #include <unistd.h>
+#include <utility>
 
 namespace cli_test {
 namespace {
@@ -34,8 +37,8 @@ CliResult run(const Arguments& arguments) {
     return finished(test_support::runProgram(program(), arguments));
 }
 
-CliResult runInShell(const std::string& script, const Arguments& arguments) {
-    Arguments all{"-c", script, program()};
+CliResult runInShell(const std::string& script, const Arguments& arguments, const std::string& path) {
+    Arguments all{"-c", script, path};
     all.insert(all.end(), arguments.begin(), arguments.end());
     return finished(test_support::runProgram("sh", all));
 }
@@ -60,8 +63,30 @@ PseudoTerminal::~PseudoTerminal() {
     close(m_master);
 }
 
+std::string PseudoTerminal::awaitText(const std::string& wanted) {
+    constexpr int limitMilliseconds = 60000;
+    pollfd watched{m_master, POLLIN, 0};
+    for (m_seen = text(); m_seen.find(wanted) == std::string::npos; m_seen += text()) {
+        if (poll(&watched, 1, limitMilliseconds) != 1)
+            throw std::runtime_error("\"" + wanted + "\" did not come; there is: " + m_seen);
+    }
+    return m_seen;
+}
+
+void PseudoTerminal::type(const std::string& keys) {
+    if (write(m_master, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size()))
+        fail("cannot type on a pseudo-terminal");
+}
+
+bool PseudoTerminal::echoes() const {
+    termios settings{};
+    if (tcgetattr(m_slave, &settings) != 0)
+        fail("cannot look at a pseudo-terminal");
+    return (settings.c_lflag & ECHO) != 0;
+}
+
 std::string PseudoTerminal::text() {
-    std::string result;
+    std::string result = std::exchange(m_seen, {});
     std::array<char, 4096> block{};
     for (;;) {
         const ssize_t count = read(m_master, block.data(), block.size());

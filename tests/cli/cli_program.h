@@ -24,7 +24,8 @@ std::string program();
 CliResult run(const Arguments& arguments);
 
 /// Runs the program by a shell script that calls it as `"$0" "$@"`.
-CliResult runInShell(const std::string& script, const Arguments& arguments);
+CliResult runInShell(const std::string& script, const Arguments& arguments,
+                     const std::string& path = program());
 
 /// A terminal that a test looks at.
 class PseudoTerminal {
@@ -38,11 +39,18 @@ public:
     const std::string& path() const { return m_path; }
     /// What was written so far.
     std::string text();
+    /// Waits until the text was written, and gives all that was; throws when it does not come.
+    std::string awaitText(const std::string& wanted);
+    /// Types on its keyboard.
+    void type(const std::string& keys);
+    /// True when what is typed shows.
+    bool echoes() const;
 
 private:
     int m_master = -1;
     int m_slave = -1;
     std::string m_path;
+    std::string m_seen; ///< by awaitText(), and not yet given out
 };
 
 } // namespace cli_test

@@ -54,6 +54,7 @@ TEST(Usage, HelpNamesCommandsAndExitCodes) {
     EXPECT_EQ(result.error, "");
     for (const std::string& command : commands)
         EXPECT_THAT(result.output, HasSubstr("  " + command + " "));
+    EXPECT_THAT(result.output, HasSubstr("  cert "));
     EXPECT_THAT(result.output, AllOf(HasSubstr("Exit codes"), HasSubstr("OpcUaClient.log")));
 }
 
@@ -96,6 +97,13 @@ TEST(Usage, WrongArgumentsAreExitCode2) {
         {{"read", nowhere, "i=1", "--type", "Decimal"}, "no type is called Decimal"},
         {{"write", nowhere, "i=1", "300", "--type", "Byte"}, "out of range"},
         {{"browse", nowhere, "i=x"}, "is no node"},
+        {{"info", nowhere, "--policy", "Basic512"}, "no security policy is called Basic512; there are None"},
+        {{"info", nowhere, "--mode", "encrypted"}, "no security mode is called encrypted"},
+        {{"info", nowhere, "--trust", "perhaps"}, "--trust"},
+        {{"info", nowhere, "--policy", "None", "--mode", "Sign"}, "policy None"},
+        {{"info", nowhere, "--password", "plant"}, "without a user"},
+        {{"info", nowhere, "--user-cert", "user.der"}, "belong together"},
+        {{"info", nowhere, "--user", "operator", "--password", std::string(64, 'p')}, "longer than 63 bytes"},
     };
     for (const auto& [arguments, message] : cases) {
         const CliResult result = run(arguments);

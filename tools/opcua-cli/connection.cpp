@@ -30,11 +30,6 @@ _OpcUaClientConfig configFor(const ConnectOptions& options, const Security& secu
 
 } // namespace
 
-LibraryFiles libraryFiles() {
-    const std::filesystem::path directory = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-    return {directory / "OpcUaClient.log", directory / "OpcUaClientConfig.ini", directory / "pkiclient"};
-}
-
 Connection::Connection(const ConnectOptions& options, DataChangeHandler onDataChange)
     : m_security(securityFor(options.security)), m_config(configFor(options, m_security)),
       m_trust(options.security.trust, options.url), m_callback(m_trust, std::move(onDataChange)) {
@@ -48,6 +43,9 @@ Connection::~Connection() {
 }
 
 void Connection::open() {
+    std::optional<PlacedUserCertificate> userCertificate;
+    if (m_security.identity == IdentityCertificate)
+        userCertificate.emplace(m_security.userCertificate);
     const int code = m_client.OpcUaConnect(m_config);
     throwIfInterrupted();
     if (code != 0)

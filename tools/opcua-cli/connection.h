@@ -7,19 +7,9 @@
 #include "options.h"
 #include "result_text.h"
 
-#include <filesystem>
 #include <string>
 
 namespace opcua_cli {
-
-/// Where the library keeps its files: all beside the program.
-struct LibraryFiles {
-    std::filesystem::path trace;
-    std::filesystem::path configuration;
-    std::filesystem::path certificates;
-};
-
-LibraryFiles libraryFiles();
 
 /// An open connection to one server; closed with the object.
 class Connection {

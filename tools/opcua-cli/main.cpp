@@ -1,5 +1,5 @@
 #include "commands/commands.h"
-#include "connection.h"
+#include "files/library_files.h"
 #include "interrupt.h"
 #include "output/streams.h"
 #include "text/utf8.h"
@@ -60,6 +60,7 @@ ExitCode run(int count, char** arguments) {
     addSnapshotCommand(app, chosen);
     addRestoreCommand(app, chosen);
     addInfoCommand(app, chosen);
+    addCertCommand(app, chosen);
     try {
         app.parse(count, arguments);
     } catch (const CLI::ParseError& error) {

@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include "OpcUaTypes.h"
+#include "files/place.h"
 #include "output/json.h"
 #include "output/streams.h"
 
@@ -64,6 +65,10 @@ void addCommonOptions(CLI::App& command, CommonOptions& options) {
         ->required()
         ->type_name("")
         ->transform(CLI::Validator(completeUrlInPlace, ""));
+    addReportOptions(command, options);
+}
+
+void addReportOptions(CLI::App& command, CommonOptions& options) {
     command.add_flag("--json", options.json, "One JSON document instead of tables");
     command
         .add_option("--trace", options.traceLevel,
@@ -92,6 +97,8 @@ void addMaxNodesOption(CLI::App& command, std::size_t& maxNodes, const std::stri
 
 ExitCode runReporting(const CommonOptions& options, const Action& command) {
     try {
+        if (options.needsFiles())
+            continueInPlaceOfFiles();
         return command();
     } catch (const Failure& failure) {
         if (failure.exitCode() == ExitCode::OutputClosed)

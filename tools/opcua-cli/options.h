@@ -14,17 +14,29 @@ struct CommonOptions {
     std::string url;
     bool json = false;
     int traceLevel = 0;
+
+    CommonOptions() = default;
+    virtual ~CommonOptions() = default;
+    CommonOptions(const CommonOptions&) = default;
+    CommonOptions& operator=(const CommonOptions&) = default;
+
+    /// True when the library will look for its files, or write them.
+    virtual bool needsFiles() const { return traceLevel != 0; }
 };
 
 /// What every sub-command takes that opens a connection.
 struct ConnectOptions : CommonOptions {
     int timeoutMilliseconds = 5000;
     SecurityOptions security;
+
+    bool needsFiles() const override { return CommonOptions::needsFiles() || security.isWanted(); }
 };
 
 /// Default bound of everything that walks through an address space.
 constexpr std::size_t defaultMaxNodes = 20000;
 
+/// All but the URL.
+void addReportOptions(CLI::App& command, CommonOptions& options);
 void addCommonOptions(CLI::App& command, CommonOptions& options);
 void addConnectOptions(CLI::App& command, ConnectOptions& options);
 void addMaxNodesOption(CLI::App& command, std::size_t& maxNodes, const std::string& description);
@@ -36,7 +48,8 @@ std::string completeUrl(const std::string& text);
 /// A chosen sub-command, ready to run.
 using Action = std::function<ExitCode()>;
 
-/// Runs a command; a Failure is reported to people on standard error, and with --json as {"error": ...} too.
+/// Runs a command from where the library finds its files; a Failure is reported to people on standard error,
+/// and with --json as {"error": ...} too.
 ExitCode runReporting(const CommonOptions& options, const Action& command);
 
 } // namespace opcua_cli

@@ -1,6 +1,7 @@
 #include "commands.h"
 
 #include "../connection.h"
+#include "../files/library_files.h"
 #include "../interrupt.h"
 #include "../nodes/browse_tree.h"
 #include "../nodes/node_info.h"
@@ -125,7 +126,8 @@ std::string tableReport(const ConnectOptions& options, const ServerInfo& info) {
         add("Namespaces", std::to_string(*info.namespaceCount));
     add("Trace file", files.trace.string());
     add("Configuration", files.configuration.string());
-    add("Certificates", files.certificates.string());
+    add("Certificate", files.clientCertificate.string());
+    add("Trust list", files.trustedCertificates.string());
     return table.render(terminalOn(STDOUT_FILENO));
 }
 
@@ -144,7 +146,8 @@ std::string jsonReport(const ConnectOptions& options, const ServerInfo& info) {
                      {"files",
                       {{"trace", files.trace.string()},
                        {"configuration", files.configuration.string()},
-                       {"certificates", files.certificates.string()}}}});
+                       {"clientCertificate", files.clientCertificate.string()},
+                       {"trustList", files.trustedCertificates.string()}}}});
 }
 
 ExitCode info(const ConnectOptions& options) {

@@ -1,19 +1,42 @@
 #include "dialogue.h"
 
+#include "../failure.h"
+#include "../interrupt.h"
 #include "../text/utf8.h"
 
 #include <cstdio>
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
 namespace opcua_cli {
 namespace {
 
+bool isInterrupted() {
+    try {
+        throwIfInterrupted();
+        return false;
+    } catch (const Failure&) {
+        return true;
+    }
+}
+
+/// False once Ctrl-C was pressed, which interrupts nothing here when another thread takes the signal.
+bool awaitKey() {
+    constexpr int lookAgainMilliseconds = 100;
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    while (!isInterrupted()) {
+        if (poll(&input, 1, lookAgainMilliseconds) > 0)
+            return true;
+    }
+    return false;
+}
+
 /// Byte by byte: what comes behind the line is the next reader's.
 std::optional<std::string> readLine() {
     std::string line;
     for (char character = 0;;) {
-        if (read(STDIN_FILENO, &character, 1) != 1)
+        if (!awaitKey() || read(STDIN_FILENO, &character, 1) != 1)
             return std::nullopt;
         if (character == '\n')
             return line;

@@ -13,6 +13,7 @@ namespace opcua_cli {
 namespace {
 
 constexpr const char* passwordVariable = "OPCUA_CLI_PASSWORD";
+constexpr const char* defaultCertificate = "default";
 constexpr std::size_t longestName = sizeof _OpcUaClientConfig::userName - 1;
 constexpr std::size_t longestPassword = sizeof _OpcUaClientConfig::password - 1;
 
@@ -42,7 +43,19 @@ void throwIfTooLong(const char* what, const std::string& text, std::size_t longe
                            " bytes");
 }
 
+void throwIfUserCertificateMakesNoSense(const SecurityOptions& options) {
+    const bool ofTheLibrary = options.userCertificate == defaultCertificate;
+    if (options.userKey.has_value() != (options.userCertificate && !ofTheLibrary))
+        throw usageFailure("a user certificate and its private key belong together",
+                           "--user-cert FILE --user-key FILE, or --user-cert default");
+    if (options.userCertificate && options.password)
+        throw usageFailure("a user logs in with a certificate or with a password, not with both");
+    if (options.userKey && options.user)
+        throw usageFailure("the name of a user with a certificate is in the certificate", "leave --user out");
+}
+
 void throwIfUserMakesNoSense(const SecurityOptions& options) {
+    throwIfUserCertificateMakesNoSense(options);
     if (options.password && !options.user)
         throw usageFailure("--password without a user name", "--user NAME");
     if (options.user && options.user->empty())
@@ -96,6 +109,16 @@ void addSecurityOptions(CLI::App& command, SecurityOptions& options) {
         ->type_name("TEXT")
         ->group(group);
     command
+        .add_option(
+            "--user-cert", options.userCertificate,
+            "Log in with this certificate (DER), or with \"default\": the one that the library keeps, and "
+            "makes for --user NAME when there is none")
+        ->type_name("FILE")
+        ->group(group);
+    command.add_option("--user-key", options.userKey, "Its private key (PEM, not encrypted)")
+        ->type_name("FILE")
+        ->group(group);
+    command
         .add_option("--trust", options.trust,
                     "A server certificate that is not trusted: once, always (goes into the trust list) or "
                     "never. Default: ask on a terminal, else never")
@@ -107,10 +130,14 @@ void addSecurityOptions(CLI::App& command, SecurityOptions& options) {
 Security securityFor(const SecurityOptions& options) {
     throwIfUserMakesNoSense(options);
     Security security;
-    if (options.user) {
+    security.user = options.user.value_or("");
+    if (options.userCertificate)
+        security.identity = IdentityCertificate;
+    else if (options.user)
         security.identity = IdentityUserName;
-        security.user = *options.user;
-    }
+    if (options.userKey)
+        security.userCertificate = {*options.userCertificate, *options.userKey};
+    checkUserCertificate(security.userCertificate);
     // A password must not travel unprotected because somebody forgot an option.
     const bool wantsProtection = security.identity != IdentityAnonymous;
     const bool secured = options.policy ? *options.policy != PolicyNone

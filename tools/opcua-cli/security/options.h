@@ -1,6 +1,7 @@
 #pragma once
 
 #include "trust_rule.h"
+#include "user_certificate.h"
 
 #include <CLI/CLI.hpp>
 #include <optional>
@@ -16,7 +17,11 @@ struct SecurityOptions {
     std::optional<int> mode;
     std::optional<std::string> user;
     std::optional<std::string> password;
+    std::optional<std::string> userCertificate;
+    std::optional<std::string> userKey;
     TrustRule trust = TrustRule::Ask;
+
+    bool isWanted() const { return policy || mode || user || userCertificate; }
 };
 
 /// What is used: the options with everything decided that they leave open.
@@ -25,6 +30,7 @@ struct Security {
     int mode = 0;
     int identity = 0;
     std::string user;
+    UserCertificate userCertificate{};
 
     bool isWanted() const { return policy != 0 || mode != 0 || identity != 0; }
     /// "Basic256Sha256, SignAndEncrypt, user operator"

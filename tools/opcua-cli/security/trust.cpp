@@ -1,5 +1,6 @@
 #include "trust.h"
 
+#include "../files/library_files.h"
 #include "../output/dialogue.h"
 #include "../output/streams.h"
 #include "../output/table.h"
@@ -10,6 +11,9 @@
 
 namespace opcua_cli {
 namespace {
+
+constexpr const char* defect =
+    "in the trust list, but not in order (expired, revoked, or for another application)";
 
 void addRow(Table& table, const char* title, const std::string& text) {
     table.add({{title, Tone::Heading}, text.empty() ? Cell("-", Tone::Faint) : Cell(text)});
@@ -34,6 +38,13 @@ void show(const _OpcUaCertificateMsg& certificate) {
     std::fputs(table.render(terminal).c_str(), stderr);
 }
 
+/// The library asks about a certificate in its trust list only when something else is wrong with it.
+bool isInTrustList(const _OpcUaCertificateMsg& certificate) {
+    std::error_code error;
+    return std::filesystem::exists(libraryFiles().trustedCertificates / (certificate.thumbprint + ".der"),
+                                   error);
+}
+
 bool isWord(std::string text, const std::string& word) {
     std::transform(text.begin(), text.end(), text.begin(),
                    [](unsigned char character) { return static_cast<char>(std::tolower(character)); });
@@ -46,41 +57,50 @@ int TrustDecision::answer(const _OpcUaCertificateMsg& certificate) {
     m_refusal.reset();
     if (!certificate.thumbprint.empty() && certificate.thumbprint == m_acceptedThumbprint)
         return AcceptOnce;
-    reportNote("the certificate that " + m_url + " shows is not trusted:");
-    show(certificate);
+    m_isInTrustList = isInTrustList(certificate);
     return m_rule == TrustRule::Ask && canAsk() ? ask(certificate) : answerByRule(certificate);
 }
 
+void TrustDecision::introduce(const _OpcUaCertificateMsg& certificate) const {
+    reportNote("the certificate that " + m_url + " shows is " +
+               (m_isInTrustList ? defect + std::string(":") : "not trusted:"));
+    show(certificate);
+}
+
 TrustDecision::Answer TrustDecision::ask(const _OpcUaCertificateMsg& certificate) {
+    introduce(certificate);
     reportNote("compare the thumbprint with the one that the server's operator tells you");
     for (;;) {
         const std::optional<std::string> line =
-            opcua_cli::ask("Trust it? [y]es, this time; [a]lways; [n]o (default: no): ");
+            opcua_cli::ask(m_isInTrustList ? "Accept it? [y]es, this time; [n]o (default: no): "
+                                           : "Trust it? [y]es, this time; [a]lways; [n]o (default: no): ");
         if (!line)
             std::fputs("\n", stderr);
         if (!line || line->empty() || isWord(*line, "no"))
             return refuse("the server's certificate was refused", {});
         if (isWord(*line, "yes"))
             return accept(AcceptOnce, certificate);
-        if (isWord(*line, "always"))
+        if (isWord(*line, "always") && !m_isInTrustList)
             return accept(TrustPermanently, certificate);
     }
 }
 
 TrustDecision::Answer TrustDecision::answerByRule(const _OpcUaCertificateMsg& certificate) {
-    switch (m_rule) {
-    case TrustRule::Once:
-        reportNote("accepted for this time (--trust once)");
-        return accept(AcceptOnce, certificate);
-    case TrustRule::Always:
-        reportNote("trusted from now on (--trust always)");
-        return accept(TrustPermanently, certificate);
-    case TrustRule::Never:
+    if (m_rule == TrustRule::Once || (m_rule == TrustRule::Always && !m_isInTrustList)) {
+        const bool once = m_rule == TrustRule::Once;
+        reportNote("the certificate " + certificate.thumbprint + " that " + m_url + " shows is " +
+                   (once ? "accepted for this time" : "trusted from now on"));
+        return accept(once ? AcceptOnce : TrustPermanently, certificate);
+    }
+    introduce(certificate);
+    if (m_rule == TrustRule::Always)
+        return refuse(
+            std::string("the server's certificate is ") + defect,
+            "--trace warnings writes what is wrong to the trace file that \"opcua-cli --help\" names; "
+            "--trust once connects all the same");
+    if (m_rule == TrustRule::Never)
         return refuse("the server's certificate is not trusted (--trust never)",
                       "--trust always, once the thumbprint is known to be the server's");
-    case TrustRule::Ask:
-        break;
-    }
     return refuse("the server's certificate is not trusted, and there is no terminal to ask on",
                   "compare the thumbprint with the one that the server's operator tells you, and then once "
                   "--trust always");

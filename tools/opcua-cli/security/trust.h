@@ -24,6 +24,7 @@ public:
 private:
     enum Answer : int { AcceptOnce = 0, TrustPermanently = 1, Reject = 2 };
 
+    void introduce(const _OpcUaCertificateMsg& certificate) const;
     Answer ask(const _OpcUaCertificateMsg& certificate);
     Answer answerByRule(const _OpcUaCertificateMsg& certificate);
     Answer accept(Answer answer, const _OpcUaCertificateMsg& certificate);
@@ -31,6 +32,7 @@ private:
 
     TrustRule m_rule;
     std::string m_url;
+    bool m_isInTrustList = false; ///< the certificate that is decided on
     std::string m_acceptedThumbprint; ///< accepted for this run: not asked again
     std::optional<Problem> m_refusal;
 };

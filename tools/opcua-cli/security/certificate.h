@@ -1,0 +1,32 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace opcua_cli {
+
+/// What a certificate says, as far as people compare it (RFC 5280).
+struct Certificate {
+    std::string commonName;
+    std::string organization;
+    std::string issuerCommonName;
+    std::string applicationUri;
+    std::vector<std::string> hostNames;
+    std::string validFrom; ///< "2026-11-20T02:32:02Z"
+    std::string validTo;
+    std::string serialNumber; ///< hexadecimal
+    std::string thumbprint;   ///< SHA-1, hexadecimal
+};
+
+/// Throws std::invalid_argument for what is no certificate.
+Certificate certificateFromDer(std::string_view der);
+
+/// The DER encoding of a certificate, or of the first one in a PEM text. Throws std::invalid_argument.
+std::string derOf(const std::string& content);
+
+/// Throws std::runtime_error when the file cannot be read.
+std::string readSmallFile(const std::filesystem::path& file);
+
+} // namespace opcua_cli

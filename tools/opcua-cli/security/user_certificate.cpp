@@ -1,0 +1,96 @@
+#include "user_certificate.h"
+
+#include "../failure.h"
+#include "../files/library_files.h"
+#include "../files/place.h"
+#include "certificate.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace opcua_cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string contentOf(const fs::path& file) {
+    try {
+        return readSmallFile(file);
+    } catch (const std::exception& error) {
+        throw usageFailure("cannot read " + file.string() + ": " + error.what());
+    }
+}
+
+int lockDirectory(const fs::path& directory) {
+    makePrivateDirectories(directory);
+    const int lock = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    while (lock >= 0 && flock(lock, LOCK_EX) != 0 && errno == EINTR) {
+    }
+    return lock;
+}
+
+} // namespace
+
+void checkUserCertificate(const UserCertificate& files) {
+    if (files.certificate.empty())
+        return;
+    try {
+        certificateFromDer(contentOf(files.certificate));
+    } catch (const std::invalid_argument&) {
+        throw usageFailure(files.certificate.string() + " is no certificate in DER form",
+                           "openssl x509 -in FILE -outform der -out FILE.der");
+    }
+    const std::string key = contentOf(files.key);
+    const bool usable =
+        key.find("PRIVATE KEY-----") != std::string::npos && key.find("ENCRYPTED") == std::string::npos;
+    if (!usable)
+        throw usageFailure(files.key.string() + " is no private key in PEM form, or it is encrypted",
+                           "openssl pkey -in FILE -out FILE.pem");
+}
+
+PlacedUserCertificate::PlacedUserCertificate(const UserCertificate& files) {
+    const LibraryFiles places = libraryFiles();
+    m_lock = lockDirectory(places.userCertificate.parent_path());
+    m_certificateLink = places.userCertificate;
+    m_keyLink = places.userKey;
+    remove(); // links of a run that was killed
+    if (files.certificate.empty())
+        return;
+    try {
+        place(files.certificate, m_certificateLink);
+        place(files.key, m_keyLink);
+    } catch (...) {
+        remove();
+        close(m_lock);
+        throw;
+    }
+}
+
+PlacedUserCertificate::~PlacedUserCertificate() {
+    remove();
+    close(m_lock);
+}
+
+void PlacedUserCertificate::place(const fs::path& file, const fs::path& link) {
+    std::error_code error;
+    makePrivateDirectories(link.parent_path());
+    fs::create_symlink(fs::absolute(file), link, error);
+    if (error == std::errc::file_exists)
+        throw usageFailure("the library keeps a user certificate of its own: " + link.string(),
+                           "--user-cert default to use it, or move certificate and key away");
+    if (error)
+        throw Failure(ExitCode::Failed,
+                      {"cannot place the user certificate at " + link.string() + ": " + error.message(), {}});
+}
+
+void PlacedUserCertificate::remove() {
+    for (const fs::path& link : {m_certificateLink, m_keyLink}) {
+        std::error_code error;
+        if (fs::is_symlink(link, error))
+            fs::remove(link, error);
+    }
+}
+
+} // namespace opcua_cli
