@@ -10,8 +10,10 @@ enum class ExitCode : int {
     NoConnection = 3, ///< the server cannot be reached, or the connection was lost
     OutputFailed = 4, ///< the result could not be written
     Internal = 70,
-    Interrupted = 130, ///< as a shell reports SIGINT
-    OutputClosed = 141 ///< as a shell reports SIGPIPE
+    HungUp = 129,       ///< as a shell reports SIGHUP
+    Interrupted = 130,  ///< as a shell reports SIGINT
+    OutputClosed = 141, ///< as a shell reports SIGPIPE
+    Terminated = 143    ///< as a shell reports SIGTERM
 };
 
 } // namespace opcua_cli

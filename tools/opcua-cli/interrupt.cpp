@@ -2,29 +2,87 @@
 
 #include "failure.h"
 
+#include <array>
+#include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <cstdint>
+#include <cstring>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 namespace opcua_cli {
 namespace {
 
-volatile std::sig_atomic_t interrupted = 0;
+// What the handler touches: it may run on any thread of the library.
+std::atomic<int> received{0};
+std::atomic<int> wakeUp{-1};
+std::atomic<const char*> lastWords{nullptr};
+static_assert(std::atomic<int>::is_always_lock_free && std::atomic<const char*>::is_always_lock_free);
 
-void onInterrupt(int) {
-    interrupted = 1;
+void endAtOnce(int number) {
+    if (const char* words = lastWords) {
+        [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, words, std::strlen(words));
+    }
+    std::signal(number, SIG_DFL);
+    raise(number);
+}
+
+void onSignal(int number) {
+    const int savedError = errno;
+    int none = 0;
+    if (received.compare_exchange_strong(none, number)) {
+        constexpr std::uint64_t once = 1;
+        [[maybe_unused]] const ssize_t written = write(wakeUp, &once, sizeof once);
+    } else if (number != SIGHUP) {
+        // A terminal that goes away says so more than once, and nobody is waiting.
+        endAtOnce(number);
+    }
+    errno = savedError;
+}
+
+struct WatchedSignal {
+    int number;
+    ExitCode exitCode;
+    const char* explanation;
+};
+
+constexpr std::array<WatchedSignal, 3> watchedSignals{
+    {{SIGINT, ExitCode::Interrupted, "interrupted"},
+     {SIGTERM, ExitCode::Terminated, "asked to end"},
+     {SIGHUP, ExitCode::HungUp, "the terminal was closed"}}};
+
+/// Who starts a program with nohup wants it to outlive its terminal.
+bool isIgnored(int number) {
+    struct sigaction present {};
+    return sigaction(number, nullptr, &present) == 0 && present.sa_handler == SIG_IGN;
 }
 
 } // namespace
 
 void watchForInterrupt() {
+    wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     struct sigaction action {};
-    action.sa_handler = onInterrupt;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
-    sigaction(SIGINT, &action, nullptr);
+    action.sa_handler = onSignal;
+    for (const WatchedSignal& watched : watchedSignals) {
+        if (watched.number != SIGHUP || !isIgnored(SIGHUP))
+            sigaction(watched.number, &action, nullptr);
+    }
 }
 
 void throwIfInterrupted() {
-    if (interrupted != 0)
-        throw Failure(ExitCode::Interrupted, {"interrupted", {}});
+    for (const WatchedSignal& watched : watchedSignals) {
+        if (received == watched.number)
+            throw Failure(watched.exitCode, {watched.explanation, {}});
+    }
+}
+
+int interruptDescriptor() {
+    return wakeUp;
+}
+
+void setLastWords(const char* text) {
+    lastWords = text;
 }
 
 } // namespace opcua_cli

@@ -2,11 +2,19 @@
 
 namespace opcua_cli {
 
-/// From now on the first Ctrl-C asks the running command to end in good order, so that no session stays on
-/// the server; a second one ends the program at once.
+/// From now on the first Ctrl-C (SIGINT), SIGTERM or hang-up asks the running command to end in good order,
+/// so that no session stays on the server; a second one ends the program at once.
 void watchForInterrupt();
 
-/// Throws Failure (Interrupted) once Ctrl-C was pressed. Long jobs call it between two services.
+/// Throws Failure (Interrupted, Terminated or HungUp) once such a signal came. Long jobs call it between two
+/// services.
 void throwIfInterrupted();
+
+/// Becomes readable with the first signal, and stays so: for who waits in poll().
+int interruptDescriptor();
+
+/// What a second signal writes to standard output before it ends the program, to leave a terminal as it was;
+/// null for nothing. The text must live on.
+void setLastWords(const char* text);
 
 } // namespace opcua_cli

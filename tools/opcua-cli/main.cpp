@@ -14,14 +14,15 @@ using namespace opcua_cli;
 constexpr const char* exitCodes = R"(Exit codes:
   0  done                                3  no connection, or it was lost
   1  refused or failed, even for one node   4  the result could not be written
-  2  wrong arguments, nothing was sent   130, 141  interrupted; nobody reads the output
+  2  wrong arguments, nothing was sent   130, 143  Ctrl-C, SIGTERM; the session was closed first
+                                         141  nobody reads the output any more
 
 Nodes are named by id ('ns=2;s=Line1.Speed', i=2261) or by path (/Plant/Line1/Speed).
 "opcua-cli COMMAND --help" has examples.)";
 
 void describeProgram(CLI::App& app) {
     app.name("opcua-cli");
-    app.description("Looks into OPC UA servers: find, browse, read, write");
+    app.description("Looks into OPC UA servers: find, browse, read, write, monitor");
     app.set_version_flag("--version", "opcua-cli " OPCUA_CLI_VERSION);
     app.require_subcommand(1);
     app.footer(std::string(exitCodes) + "\nTrace file (--trace): " + libraryFiles().trace.string());
@@ -59,6 +60,7 @@ ExitCode run(int count, char** arguments) {
     addWriteCommand(app, chosen);
     addSnapshotCommand(app, chosen);
     addRestoreCommand(app, chosen);
+    addMonitorCommand(app, chosen);
     addInfoCommand(app, chosen);
     addCertCommand(app, chosen);
     try {

@@ -95,7 +95,7 @@ void addMaxNodesOption(CLI::App& command, std::size_t& maxNodes, const std::stri
         ->check(CLI::Range(1, 10000000).description(""));
 }
 
-ExitCode runReporting(const CommonOptions& options, const Action& command) {
+ExitCode runReporting(const CommonOptions& options, const Action& command, std::string (*form)(const Json&)) {
     try {
         if (options.needsFiles())
             continueInPlaceOfFiles();
@@ -105,7 +105,7 @@ ExitCode runReporting(const CommonOptions& options, const Action& command) {
             return failure.exitCode();
         reportProblem(failure.problem());
         if (options.json && failure.exitCode() != ExitCode::OutputFailed)
-            writeOutput(document({{"error", toJson(failure.problem())}}));
+            writeOutput(form({{"error", toJson(failure.problem())}}));
         return failure.exitCode();
     }
 }

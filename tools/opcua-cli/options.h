@@ -1,6 +1,7 @@
 #pragma once
 
 #include "failure.h"
+#include "output/json.h"
 #include "security/options.h"
 
 #include <CLI/CLI.hpp>
@@ -49,7 +50,8 @@ std::string completeUrl(const std::string& text);
 using Action = std::function<ExitCode()>;
 
 /// Runs a command from where the library finds its files; a Failure is reported to people on standard error,
-/// and with --json as {"error": ...} too.
-ExitCode runReporting(const CommonOptions& options, const Action& command);
+/// and with --json as {"error": ...} too, in the form of the command's other documents.
+ExitCode runReporting(const CommonOptions& options, const Action& command,
+                      std::string (*form)(const Json&) = document);
 
 } // namespace opcua_cli

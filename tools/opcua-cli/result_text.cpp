@@ -16,7 +16,7 @@ struct ResultText {
     const char* advice;
 };
 
-constexpr std::array<ResultText, 20> resultTexts{{
+constexpr std::array<ResultText, 23> resultTexts{{
     {1, true, "the server could not be connected",
      "check that the server runs and that host and port are right (opcua-cli discover URL shows its "
      "endpoints); a "
@@ -36,6 +36,15 @@ constexpr std::array<ResultText, 20> resultTexts{{
      "for this user, or may have a value with a bad or uncertain status"},
     {8, true, "the value could not be written",
      "check that the node exists, that this user may write it, and that its type is the one used (--type)"},
+    {9, true, "the server refused the subscription",
+     "--trace warnings writes the reason to the trace file that \"opcua-cli --help\" names; servers limit "
+     "the "
+     "number of subscriptions"},
+    {11, true, "there is no subscription", "please report this: the command should have made one"},
+    {12, true, "the server does not monitor this node",
+     "check the node id (opcua-cli browse URL shows them) and that it has a value; --trace warnings writes "
+     "the "
+     "reason to the trace file that \"opcua-cli --help\" names"},
     {18, false, "no discovery service answers at that address",
      "check host and port and that the server runs; the port of OPC UA servers is often 4840"},
     {19, false, "the server answered, but none of its servers or discovery addresses did",

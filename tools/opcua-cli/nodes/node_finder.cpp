@@ -99,6 +99,14 @@ void NodeFinder::look(OpcUaNode* record) {
 }
 
 std::optional<NodeInfo> NodeFinder::find(const std::string& nodeId) {
+    const OpcUaNode* record = findRecord(nodeId);
+    // The start is nobody's child here, so that class and type are missing.
+    if (record == nullptr || record == m_tree.start())
+        return std::nullopt;
+    return describe(*record);
+}
+
+OpcUaNode* NodeFinder::findRecord(const std::string& nodeId) {
     struct Candidate {
         int rank;
         std::size_t order; // earlier ones first: closer to the root
@@ -127,9 +135,7 @@ std::optional<NodeInfo> NodeFinder::find(const std::string& nodeId) {
     m_frontier.erase(std::remove_if(m_frontier.begin(), m_frontier.end(),
                                     [&](const OpcUaNode* record) { return looked.count(record) != 0; }),
                      m_frontier.end());
-    if (found == m_seen.end() || found->second == m_tree.start())
-        return std::nullopt;
-    return describe(*found->second);
+    return found == m_seen.end() ? nullptr : found->second;
 }
 
 } // namespace opcua_cli

@@ -29,6 +29,9 @@ public:
     /// Nothing when the node did not show up. Throws as BrowseTree.
     std::optional<NodeInfo> find(const std::string& nodeId);
 
+    /// The record itself, which may be the tree's start; null when the node did not show up.
+    OpcUaNode* findRecord(const std::string& nodeId);
+
     /// The tree that was walked so far; it starts at the Root folder.
     BrowseTree& tree() { return m_tree; }
 

@@ -16,4 +16,7 @@ Json toJson(const Problem& problem);
 /// The document as text. Bytes that are no UTF-8 become U+FFFD.
 std::string document(const Json& json);
 
+/// The same on one line, for streams of documents.
+std::string documentLine(const Json& json);
+
 } // namespace opcua_cli

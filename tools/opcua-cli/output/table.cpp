@@ -84,7 +84,7 @@ Widths Table::naturalWidths() const {
             widths[i] = std::max(widths[i], displayWidth(row[i].text));
         if (widths[i] == 0)
             continue;
-        widths[i] = std::max(widths[i], displayWidth(m_columns[i].title));
+        widths[i] = std::max({widths[i], displayWidth(m_columns[i].title), m_columns[i].least});
         widths[i] = std::min(widths[i], m_columns[i].mayBeCut ? widestCell : widestAligned);
     }
     return widths;

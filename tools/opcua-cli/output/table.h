@@ -9,8 +9,9 @@ namespace opcua_cli {
 
 struct Column {
     std::string title;
-    bool mayBeCut = true; ///< false for what people copy, such as node ids
-    bool right = false;   ///< numbers
+    bool mayBeCut = true;  ///< false for what people copy, such as node ids
+    bool right = false;    ///< numbers
+    std::size_t least = 0; ///< columns of the terminal that it takes even when its texts are shorter
 };
 
 struct Cell {

@@ -8,6 +8,7 @@ namespace opcua_cli {
 namespace {
 
 constexpr std::size_t usualWidth = 80;
+constexpr std::size_t usualHeight = 24;
 
 bool isSet(const char* variable) {
     const char* value = std::getenv(variable);
@@ -49,10 +50,12 @@ Terminal terminalOn(int descriptor) {
     terminal.interactive = isatty(descriptor) == 1;
     if (!terminal.interactive)
         return terminal;
+    terminal.canRedraw = !isDumb();
     terminal.colours = !isSet("NO_COLOR") && !isDumb();
     winsize size{};
-    const bool known = ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    terminal.width = known ? size.ws_col : usualWidth;
+    const bool known = ioctl(descriptor, TIOCGWINSZ, &size) == 0;
+    terminal.width = known && size.ws_col > 0 ? size.ws_col : usualWidth;
+    terminal.height = known && size.ws_row > 0 ? size.ws_row : usualHeight;
     return terminal;
 }
 

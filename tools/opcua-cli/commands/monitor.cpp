@@ -1,0 +1,239 @@
+#include "commands.h"
+
+#include "../interrupt.h"
+#include "../monitor/change_inbox.h"
+#include "../monitor/link.h"
+#include "../monitor/output.h"
+#include "../monitor/watch_list.h"
+#include "../output/terminal.h"
+
+#include <array>
+#include <memory>
+#include <poll.h>
+#include <unistd.h>
+
+namespace opcua_cli {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int greatestDepth = 100;
+constexpr std::chrono::milliseconds lookAtConnection{100};
+
+struct MonitorOptions : ConnectOptions {
+    std::vector<std::string> nodes;
+    int interval = 500;
+    std::optional<double> duration;
+    std::string index;
+    int depth = greatestDepth;
+    std::size_t maxNodes = defaultMaxNodes;
+};
+
+std::unique_ptr<MonitorOutput> makeOutput(const MonitorOptions& options, const MonitoredNodes& monitored) {
+    if (options.json)
+        return makeJsonLines(monitored);
+    return terminalOn(STDOUT_FILENO).canRedraw ? makeLiveTable(monitored) : makeTextLines(monitored);
+}
+
+/// Follows the nodes until the time is over or somebody ends it.
+class Monitor {
+public:
+    Monitor(const MonitorOptions& options, const MonitoredNodes& monitored, ChangeInbox& inbox, Link& link,
+            MonitorOutput& output)
+        : m_options(options), m_monitored(monitored), m_inbox(inbox), m_link(link), m_output(output),
+          m_silent(monitored.nodes.size(), true) {}
+
+    /// True when all nodes are monitored in the end.
+    bool run() {
+        m_link.watch(m_monitored.nodes, m_monitored.index);
+        takeRefusals();
+        const Clock::time_point start = Clock::now();
+        while (anyMonitored() && !isOver(start)) {
+            wait(start);
+            takeChanges();
+            if (const std::optional<LinkEvent> event = m_link.look())
+                takeEvent(*event);
+            lookForSilence();
+            m_output.flush();
+        }
+        if (!m_link.isUp())
+            throw Failure(ExitCode::NoConnection,
+                          {"there was no connection to the server any more", "a longer --duration"});
+        return m_refused == 0;
+    }
+
+private:
+    bool anyMonitored() const { return m_refused < m_monitored.nodes.size(); }
+
+    bool isOver(Clock::time_point start) const {
+        return m_options.duration &&
+               Clock::now() - start >= std::chrono::duration<double>(*m_options.duration);
+    }
+
+    void wait(Clock::time_point start) const {
+        std::chrono::duration<double, std::milli> limit = lookAtConnection;
+        if (m_options.duration)
+            limit = std::min<decltype(limit)>(
+                limit, start + std::chrono::duration<double>(*m_options.duration) - Clock::now());
+        // Nothing is asked about standard output: poll() tells when its reader is gone.
+        std::array<pollfd, 3> watched{
+            {{m_inbox.descriptor(), POLLIN, 0}, {interruptDescriptor(), POLLIN, 0}, {STDOUT_FILENO, 0, 0}}};
+        poll(watched.data(), watched.size(), std::max(static_cast<int>(limit.count()) + 1, 0));
+        throwIfInterrupted();
+        if ((watched[2].revents & POLLERR) != 0)
+            throw Failure(ExitCode::OutputClosed, {});
+    }
+
+    void takeChanges() {
+        for (Change& change : m_inbox.collect()) {
+            complete(change);
+            m_silent[change.node] = false;
+            m_output.change(change);
+        }
+        if (const std::size_t count = m_inbox.collectDropped())
+            m_output.dropped(count);
+    }
+
+    /// The library's message holds no whole array, no long text, and nothing that it does not convert.
+    void complete(Change& change) {
+        const WatchedNode& watched = m_monitored.nodes[change.node];
+        if (watched.wholeArray(m_monitored.index)) {
+            change.value = {};
+        } else if (!m_monitored.index && (watched.readAsText() || change.cut)) {
+            const std::optional<std::string> text = m_link.readText(watched);
+            change.readable = text.has_value();
+            change.value = text ? Value(*text) : Value{};
+        }
+    }
+
+    void takeEvent(const LinkEvent& event) {
+        m_output.event(event);
+        if (event.kind == LinkEvent::Kind::Connected)
+            takeRefusals();
+    }
+
+    void takeRefusals() {
+        m_refused = 0;
+        for (std::size_t i = 0; i < m_link.refusals().size(); ++i) {
+            const std::optional<Problem>& refusal = m_link.refusals()[i];
+            m_refused += refusal ? 1 : 0;
+            if (refusal)
+                m_output.refused(i, *refusal);
+            m_silent[i] = !refusal;
+        }
+        m_silenceToldAt =
+            Clock::now() + std::max<std::chrono::milliseconds>(
+                               std::chrono::seconds(2), 3 * std::chrono::milliseconds(m_options.interval));
+    }
+
+    void lookForSilence() {
+        if (!m_link.isUp() || Clock::now() < m_silenceToldAt)
+            return;
+        m_silenceToldAt = Clock::time_point::max();
+        std::vector<std::size_t> nodes;
+        for (std::size_t i = 0; i < m_silent.size(); ++i) {
+            if (m_silent[i])
+                nodes.push_back(i);
+        }
+        if (!nodes.empty())
+            m_output.silent(nodes);
+    }
+
+    const MonitorOptions& m_options;
+    const MonitoredNodes& m_monitored;
+    ChangeInbox& m_inbox;
+    Link& m_link;
+    MonitorOutput& m_output;
+    std::vector<bool> m_silent; ///< no value came since the node was monitored
+    std::size_t m_refused = 0;
+    Clock::time_point m_silenceToldAt = Clock::time_point::max();
+};
+
+WatchList findNodes(const MonitorOptions& options, const std::vector<NodeReference>& references,
+                    const std::optional<Index>& index, Connection& connection) {
+    WatchListMaker maker(connection, {options.depth, options.maxNodes}, index);
+    for (std::size_t i = 0; i < references.size(); ++i)
+        maker.add(options.nodes[i], references[i]);
+    WatchList list = maker.take();
+    makeNamesUnique(list.nodes);
+    return list;
+}
+
+std::vector<std::string> idsOf(const std::vector<WatchedNode>& nodes) {
+    std::vector<std::string> ids;
+    for (const WatchedNode& watched : nodes)
+        ids.push_back(watched.node.nodeId);
+    return ids;
+}
+
+ExitCode monitor(const MonitorOptions& options) {
+    std::vector<NodeReference> references;
+    for (const std::string& given : options.nodes)
+        references.push_back(parseNodeReference(given));
+    const std::optional<Index> index =
+        options.index.empty() ? std::nullopt : std::optional<Index>(parseIndex(options.index));
+
+    ChangeInbox inbox;
+    Link link(options, options.interval, inbox);
+    WatchList list = findNodes(options, references, index, link.connection());
+    inbox.expect(idsOf(list.nodes));
+    const MonitoredNodes monitored{options.url, std::move(list.nodes), index};
+    const std::unique_ptr<MonitorOutput> output = makeOutput(options, monitored);
+    for (const Problem& problem : list.problems)
+        output->leftOut(problem);
+    bool all = false;
+    try {
+        all = Monitor(options, monitored, inbox, link, *output).run();
+    } catch (const Failure& failure) {
+        if (failure.exitCode() != ExitCode::OutputClosed && failure.exitCode() != ExitCode::OutputFailed)
+            output->end();
+        throw;
+    }
+    output->end();
+    return all && list.problems.empty() ? ExitCode::Success : ExitCode::Failed;
+}
+
+constexpr const char* examples = R"(Examples:
+  opcua-cli monitor plant:4840 /Plant/Line1                  a whole folder, with all below it
+  opcua-cli monitor plant:4840 'ns=2;s=Line1.Speed' /Plant/Line2/Speed --interval 200
+  opcua-cli monitor plant:4840 /Plant/Line1/ZoneTemperatures --index 3
+  opcua-cli monitor plant:4840 /Plant/Line1 --duration 60 > minute.txt
+  opcua-cli monitor plant:4840 /Plant --json | jq -r 'select(.event == "value") | .value'
+
+Time stamps are those of arrival. The library samples ten times a second and delivers good values only.)";
+
+} // namespace
+
+void addMonitorCommand(CLI::App& app, Action& chosen) {
+    auto options = std::make_shared<MonitorOptions>();
+    CLI::App* command = app.add_subcommand(
+        "monitor", "Follow values: a live table on a terminal, lines in a pipe; Ctrl-C ends it");
+    addConnectOptions(*command, *options);
+    command
+        ->add_option("NODE", options->nodes, "Node ids or paths; a folder stands for all variables below it")
+        ->required()
+        ->type_name("");
+    command->add_option("--interval", options->interval, "Milliseconds between two deliveries (default: 500)")
+        ->type_name("MS")
+        ->check(CLI::Range(10, 3600000).description(""));
+    command->add_option("--duration", options->duration, "Seconds until it ends (default: until Ctrl-C)")
+        ->type_name("S")
+        ->check(CLI::Range(0.1, 1e9).description(""));
+    command
+        ->add_option("--index", options->index,
+                     "One element of an array or matrix, counted from 0: 4, or 2,3 for row 2 and column 3")
+        ->type_name("I,...");
+    command->add_option("--depth", options->depth, "Levels below a folder, 1 to 100 (default: all)")
+        ->type_name("N")
+        ->check(CLI::Range(1, greatestDepth).description(""));
+    addMaxNodesOption(*command, options->maxNodes, "Look at so many nodes at most, in each search or folder");
+    command->footer(examples);
+    command->callback([options, &chosen] {
+        chosen = [options] {
+            return runReporting(
+                *options, [&] { return monitor(*options); }, documentLine);
+        };
+    });
+}
+
+} // namespace opcua_cli

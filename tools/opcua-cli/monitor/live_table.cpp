@@ -1,0 +1,205 @@
+#include "live_table.h"
+
+#include "../output/live_screen.h"
+#include "../output/streams.h"
+#include "../output/table.h"
+#include "../text/time_text.h"
+#include "../text/utf8.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <unistd.h>
+
+namespace opcua_cli {
+namespace {
+
+constexpr std::size_t mostRemarks = 3;
+constexpr std::size_t widestSteadyValue = 24;
+constexpr std::chrono::milliseconds leastTimeBetweenDrawings{200};
+
+/// More digits than a person can follow would only make the column flicker.
+std::string shortText(const WatchedNode& watched, const Value& value) {
+    const bool real = std::holds_alternative<double>(value) || std::holds_alternative<float>(value);
+    const std::optional<double> number = trendNumber(value);
+    if (!real || !number)
+        return watched.valueText(value);
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.7g", *number);
+    return text.data();
+}
+
+/// What is left of the line beside names and values.
+std::size_t trendWidth(const Terminal& terminal) {
+    constexpr std::size_t narrowest = 50;
+    const std::size_t width = terminal.width.value_or(0);
+    return width < narrowest ? 0 : std::min((width - narrowest) / 3 + 8, Trend::mostValues);
+}
+
+std::string countText(std::size_t count, const std::string& noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+std::string firstLines(const std::string& text, std::size_t count) {
+    std::size_t end = 0;
+    for (std::size_t i = 0; i < count && end < text.size(); ++i)
+        end = text.find('\n', end) + 1;
+    return text.substr(0, end);
+}
+
+} // namespace
+
+LiveTable::LiveTable(const MonitoredNodes& monitored)
+    : m_monitored(monitored), m_rows(monitored.nodes.size()) {}
+
+void LiveTable::change(const Change& change) {
+    Row& row = m_rows[change.node];
+    row.value = change.value;
+    row.readable = change.readable;
+    row.refused = false;
+    row.changed = true;
+    row.time = change.time;
+    row.trend.add(change.value);
+    ++m_changes;
+    m_valueWidth = std::max(
+        m_valueWidth, std::min(displayWidth(printable(valueCell(change.node).text)), widestSteadyValue));
+}
+
+void LiveTable::refused(std::size_t node) {
+    m_rows[node].refused = true;
+}
+
+void LiveTable::event(const LinkEvent& event) {
+    m_up = event.kind == LinkEvent::Kind::Connected || event.kind == LinkEvent::Kind::ShuttingDown;
+    m_state = event.text;
+    m_stateTone = event.kind == LinkEvent::Kind::Connected ? Tone::Good : Tone::Bad;
+}
+
+void LiveTable::remark(const std::string& text) {
+    m_remarks.push_back(printable(text));
+    if (m_remarks.size() > mostRemarks)
+        m_remarks.pop_front();
+}
+
+std::string LiveTable::draw(const Terminal& terminal, Time now) {
+    const std::size_t width = terminal.width.value_or(0);
+    const std::size_t height = terminal.height.value_or(0);
+    const std::size_t frame = 2 + m_remarks.size(); // state, headings, remarks
+    const std::size_t room = height > frame + 1 ? height - frame : 1;
+    const bool all = m_rows.size() <= room;
+    const std::size_t shown = all ? m_rows.size() : room - 1;
+
+    std::string text = heading(terminal) + rows(terminal, shown, now);
+    if (!all)
+        text += terminal.paint(cutToWidth("… " + countText(m_rows.size() - shown, "more node") +
+                                              ": a higher window shows them, or --json",
+                                          width),
+                               Tone::Faint) +
+                "\n";
+    for (const std::string& remark : m_remarks)
+        text += terminal.paint(cutToWidth(remark, width), Tone::Bad) + "\n";
+    return firstLines(text, height);
+}
+
+std::string LiveTable::heading(const Terminal& terminal) const {
+    const std::size_t width = terminal.width.value_or(0);
+    const std::string state = cutToWidth(printable(m_state), width);
+    const std::size_t left = width - std::min(width, displayWidth(state));
+    const std::string rest =
+        cutToWidth("  " + printable(m_monitored.url) + "  " + countText(m_rows.size(), "node") + ", " +
+                       countText(m_changes, "change") + "  Ctrl-C ends",
+                   left);
+    return terminal.paint(state, m_stateTone) + terminal.paint(rest, Tone::Faint) + "\n";
+}
+
+std::string LiveTable::rows(const Terminal& terminal, std::size_t count, Time now) {
+    Table table(
+        {{"Name"}, {"Value", true, false, m_valueWidth}, {"Type"}, {"Age", false, true}, {"Trend", false}});
+    for (std::size_t i = 0; i < count; ++i) {
+        const Row& row = m_rows[i];
+        const auto age = std::chrono::duration_cast<std::chrono::milliseconds>(now - row.time);
+        table.add({m_monitored.nodes[i].name, valueCell(i), typeOf(i), row.changed ? ageText(age) : "-",
+                   row.trend.draw(trendWidth(terminal))});
+    }
+    return table.render(terminal);
+}
+
+Cell LiveTable::valueCell(std::size_t node) const {
+    const Row& row = m_rows[node];
+    if (row.refused)
+        return {"cannot be monitored", Tone::Bad};
+    if (!row.changed)
+        return {"no good value yet", Tone::Faint};
+    if (!row.readable)
+        return {"not readable", Tone::Bad};
+    const WatchedNode& watched = m_monitored.nodes[node];
+    const Tone tone = m_up ? Tone::Plain : Tone::Faint;
+    if (watched.wholeArray(m_monitored.index))
+        return {"changed", tone};
+    return {shortText(watched, row.value), tone};
+}
+
+std::string LiveTable::typeOf(std::size_t node) const {
+    const auto type = static_cast<_OpcUaDataType>(m_rows[node].value.index());
+    const WatchedNode& watched = m_monitored.nodes[node];
+    return type == OpcUaDataType_Null || watched.readAsText() ? watched.typeText(m_monitored.index)
+                                                              : std::string(typeName(type));
+}
+
+namespace {
+
+/// What does not fit into the table is told once the terminal is as it was.
+class LiveOutput final : public MonitorOutput {
+public:
+    explicit LiveOutput(const MonitoredNodes& monitored) : m_monitored(monitored), m_table(monitored) {}
+
+    void change(const Change& change) override { m_table.change(change); }
+    void refused(std::size_t node, const Problem& problem) override {
+        m_table.refused(node);
+        Problem full = problem;
+        full.explanation = m_monitored.nodes[node].node.nodeId + ": " + problem.explanation;
+        m_problems.push_back(std::move(full));
+    }
+    void leftOut(const Problem& problem) override {
+        m_table.remark(problem.explanation);
+        m_problems.push_back(problem);
+    }
+    void silent(const std::vector<std::size_t>&) override {}
+    void dropped(std::size_t count) override {
+        m_table.remark(countText(count, "change") + " dropped: more than can be shown");
+    }
+    void event(const LinkEvent& event) override { m_table.event(event); }
+
+    void flush() override {
+        const auto now = std::chrono::steady_clock::now();
+        if (now - m_drawn < leastTimeBetweenDrawings)
+            return;
+        m_drawn = now;
+        m_screen->draw(frame());
+    }
+
+    void end() override {
+        m_screen.reset();
+        writeOutput(frame());
+        for (const Problem& problem : m_problems)
+            reportProblem(problem);
+    }
+
+private:
+    std::string frame() { return m_table.draw(terminalOn(STDOUT_FILENO), std::chrono::system_clock::now()); }
+
+    const MonitoredNodes& m_monitored;
+    LiveTable m_table;
+    std::vector<Problem> m_problems;
+    std::chrono::steady_clock::time_point m_drawn{};
+    std::unique_ptr<LiveScreen> m_screen = std::make_unique<LiveScreen>();
+};
+
+} // namespace
+
+std::unique_ptr<MonitorOutput> makeLiveTable(const MonitoredNodes& monitored) {
+    return std::make_unique<LiveOutput>(monitored);
+}
+
+} // namespace opcua_cli

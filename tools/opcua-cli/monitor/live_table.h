@@ -1,0 +1,57 @@
+#pragma once
+
+#include "../output/table.h"
+#include "../output/terminal.h"
+#include "output.h"
+#include "trend.h"
+
+#include <chrono>
+#include <cstddef>
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace opcua_cli {
+
+/// The table that a person looks at: one row a node, with its last value, how old that is and where it went.
+class LiveTable {
+public:
+    using Time = std::chrono::system_clock::time_point;
+
+    explicit LiveTable(const MonitoredNodes& monitored);
+
+    void change(const Change& change);
+    void refused(std::size_t node);
+    void event(const LinkEvent& event);
+    /// A message below the table; the last few are kept.
+    void remark(const std::string& text);
+
+    /// As many lines as the terminal has rows, at most.
+    std::string draw(const Terminal& terminal, Time now);
+
+private:
+    struct Row {
+        Value value{};
+        bool readable = true;
+        bool refused = false;
+        bool changed = false; ///< since it is monitored
+        Time time{};
+        Trend trend;
+    };
+
+    std::string heading(const Terminal& terminal) const;
+    std::string rows(const Terminal& terminal, std::size_t count, Time now);
+    Cell valueCell(std::size_t node) const;
+    std::string typeOf(std::size_t node) const;
+
+    const MonitoredNodes& m_monitored;
+    std::vector<Row> m_rows;
+    std::size_t m_changes = 0;
+    std::string m_state = "connected";
+    Tone m_stateTone = Tone::Good;
+    bool m_up = true;
+    std::deque<std::string> m_remarks;
+    std::size_t m_valueWidth = 0; ///< only grows, so that the columns stand still
+};
+
+} // namespace opcua_cli
