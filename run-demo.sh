@@ -122,7 +122,33 @@ write_and_read_back /Plant/Line1/SpeedSetpoint 2.25 2.25
 write_and_read_back /Plant/Line1/Batch 'Käse 4711' 'Käse 4711'
 write_and_read_back /Plant/Conveyors/Conveyor3/Mode 2 2
 
-heading "8  Stop"
+heading "8  Arrays, many at once, and a snapshot"
+explain "A matrix is a table; --index picks one element: row, column, counted from 0."
+run read "$address" /TestRack/Matrix2/Double "${login[@]}"
+run write "$address" /TestRack/Matrix2/Double 99.5 --index 1,2 "${login[@]}"
+run read "$address" /TestRack/Matrix2/Double --index 1,2 "${login[@]}"
+expect 99.5
+explain "Many nodes from a CSV file, whole arrays among them:"
+cat >"$work/recipe.csv" <<'END'
+node,value
+ns=2;s=Line1.Batch,"Butter, ""mild"""
+/Plant/Line1/SpeedSetpoint,1.75
+/Plant/Line1/Recipe,"[""Rahm"", ""Salz"", """", """", """"]"
+/Plant/Line1/ZoneTemperatures,"[72.5, 74, 75, 75, 74, 72.5, 60, 20]"
+END
+cat "$work/recipe.csv"
+run write "$address" --from "$work/recipe.csv" "${login[@]}"
+run read "$address" --from "$work/recipe.csv" "${login[@]}"
+expect Butter
+explain "The values of a folder go to a file. Then something changes, and is put back:"
+run snapshot "$address" /TestRack/Scalar --output "$work/snapshot.json" "${login[@]}"
+run write "$address" /TestRack/Scalar/Int32 1 /TestRack/Scalar/String Changed "${login[@]}"
+run restore "$address" "$work/snapshot.json" --dry-run "${login[@]}"
+expect "would be written"
+run restore "$address" "$work/snapshot.json" "${login[@]}"
+expect "10 unchanged, 2 written"
+
+heading "9  Stop"
 explain "Every command has closed its session; the plant is asked to stop."
 kill -TERM "$server"
 code=0
