@@ -4,6 +4,8 @@
 #include "setting.h"
 #include "table.h"
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <cstring>
 #include <iostream>
@@ -106,6 +108,14 @@ void registerOperation(const Operation& operation, bench::Setting& setting, int 
         ->Iterations(rounds);
 }
 
+/// Whether freed memory at the heap's end goes back to the kernel, to be had anew page by page a moment
+/// later, is luck of the heap's layout. Here it stays with both sides.
+void keepFreedMemory() {
+    constexpr int enough = 32 * 1024 * 1024;
+    mallopt(M_TRIM_THRESHOLD, enough);
+    mallopt(M_MMAP_THRESHOLD, enough);
+}
+
 int runOperations(int argc, char** argv) {
     const bool smoke = takeOption(argc, argv, "--smoke");
     const bool withLong = takeOption(argc, argv, "--long");
@@ -113,6 +123,7 @@ int runOperations(int argc, char** argv) {
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 2;
     }
+    keepFreedMemory();
     bench::Setting setting(smoke);
     for (const Operation& operation : operations) {
         if (!operation.isLong || withLong) {
