@@ -49,17 +49,40 @@ bool isReadable(const UaString& path) {
     return UaFile(path.toUtf16()).open();
 }
 
-/// Whether a file is there that may hold anything: one that cannot be read may be a good certificate or key
-/// all the same, and is not replaced.
-bool mustStay(const UaString& path) {
+bool exists(const UaString& path) {
     std::error_code error;
-    if (!std::filesystem::exists(path.toUtf8(), error) || isReadable(path)) {
+    return std::filesystem::exists(path.toUtf8(), error);
+}
+
+/// Whether a file is there that may hold anything: it may be a good certificate or key all the same.
+bool isUnreadable(const UaString& path) {
+    if (!exists(path) || isReadable(path)) {
         return false;
     }
     UaTrace::write(UaTrace::Errors, "security", "%s cannot be read, and what cannot be read is not replaced",
                    path.toUtf8());
     return true;
 }
+
+/// The two files of a pair that is to be made. Beside one that stays because it cannot be read, the other one
+/// stays too.
+class NewPair {
+public:
+    NewPair(const UaString& certificate, const UaString& key)
+        : m_incomplete(isUnreadable(certificate) || isUnreadable(key)) {}
+
+    bool write(const UaPkiCertificate& certificate, const UaString& path) const {
+        return mayWrite(path) && certificate.toDERFile(path) == 0;
+    }
+    bool write(const UaPkiRsaKeyPair& keys, const UaString& path) const {
+        return mayWrite(path) && keys.toPEMFile(path, nullptr) == 0;
+    }
+
+private:
+    bool mayWrite(const UaString& path) const { return !m_incomplete || !exists(path); }
+
+    bool m_incomplete;
+};
 
 /// A private key in memory, wiped when it goes.
 class PrivateKey {
@@ -97,9 +120,7 @@ int Configuration::setupSecurity(UaClientSdk::SessionSecurityInfo& securityInfo)
 }
 
 void Configuration::makeClientCertificate() const {
-    if (mustStay(ClientCertificate) || mustStay(ClientPrivateKey)) {
-        return;
-    }
+    const NewPair files(ClientCertificate, ClientPrivateKey);
     const UaPkiRsaKeyPair keys(keyBits);
     UaPkiCertificateInfo info;
     info.uri = "urn:HMI:Kestrova::RK4400";
@@ -108,8 +129,7 @@ void Configuration::makeClientCertificate() const {
     const UaPkiCertificate certificate = selfSigned(identityNamed("HMI_RK4400"), info, keys);
     // What cannot be written cannot be loaded afterwards, and is reported then. A certificate without its key
     // would stay for good; so the key goes first.
-    if (keys.toPEMFile(ClientPrivateKey.toUtf8(), nullptr) != 0 ||
-        certificate.toDERFile(ClientCertificate.toUtf8()) != 0) {
+    if (!files.write(keys, ClientPrivateKey) || !files.write(certificate, ClientCertificate)) {
         return;
     }
     UaTrace::write(UaTrace::LifeCycle, "security", "made this client's own %s for %s",
@@ -117,17 +137,14 @@ void Configuration::makeClientCertificate() const {
 }
 
 int Configuration::makeUserCertificate() const {
-    if (mustStay(UserCertificate) || mustStay(UserPrivateKey)) {
-        return result::userCertificateNotWritten;
-    }
+    const NewPair files(UserCertificate, UserPrivateKey);
     const UaPkiRsaKeyPair keys(keyBits);
     UaPkiCertificateInfo info;
     info.uri = "UserCertificate";
     info.validTime = userValidity;
     const UaString name = userCertificateName.size() != 0 ? userCertificateName : UaString(defaultUserName);
     const UaPkiCertificate certificate = selfSigned(identityNamed(name), info, keys);
-    const bool written =
-        certificate.toDERFile(UserCertificate) == 0 && keys.toPEMFile(UserPrivateKey, nullptr) == 0;
+    const bool written = files.write(certificate, UserCertificate) && files.write(keys, UserPrivateKey);
     return written ? result::success : result::userCertificateNotWritten;
 }
 
