@@ -127,9 +127,10 @@ void Configuration::makeClientCertificate() const {
     info.dnsNames = {dnsName};
     info.validTime = clientValidity;
     const UaPkiCertificate certificate = selfSigned(identityNamed("HMI_RK4400"), info, keys);
-    // What cannot be written cannot be loaded afterwards, and is reported then. A certificate without its key
-    // would stay for good; so the key goes first.
-    if (!files.write(keys, ClientPrivateKey) || !files.write(certificate, ClientCertificate)) {
+    // What cannot be written cannot be loaded afterwards, and is reported then.
+    const bool certificateWritten = files.write(certificate, ClientCertificate);
+    const bool keyWritten = files.write(keys, ClientPrivateKey);
+    if (!certificateWritten || !keyWritten) {
         return;
     }
     UaTrace::write(UaTrace::LifeCycle, "security", "made this client's own %s for %s",
