@@ -32,7 +32,7 @@ private:
 
     TrustRule m_rule;
     std::string m_url;
-    bool m_isInTrustList = false; ///< the certificate that is decided on
+    bool m_isInTrustList = false;     ///< the certificate that is decided on
     std::string m_acceptedThumbprint; ///< accepted for this run: not asked again
     std::optional<Problem> m_refusal;
 };
