@@ -28,11 +28,9 @@ die() {
   exit 1
 }
 
-# Shows a command as it could be typed, and runs it. What it prints is kept for expect().
-run() { run_ending_with 0 "$@"; }
-run_ending_with() {
-  local wanted=$1 word line='$ opcua-cli' code=0
-  shift
+# Shows a command as it could be typed.
+announce() {
+  local word line='$ opcua-cli'
   for word in "$@"; do
     case $word in
     *[!A-Za-z0-9_./:=@%+,-]* | '') line+=" '$word'" ;;
@@ -40,6 +38,13 @@ run_ending_with() {
     esac
   done
   printf '\n%s%s%s\n' "$bold" "$line" "$plain"
+}
+# Announces a command and runs it. What it prints is kept for expect().
+run() { run_ending_with 0 "$@"; }
+run_ending_with() {
+  local wanted=$1 code=0
+  shift
+  announce "$@"
   "$work/bin/opcua-cli" "$@" 2>&1 | tee "$work/output" || code=$?
   [ $code -eq "$wanted" ] || die "opcua-cli ended with exit code $code"
 }
@@ -148,7 +153,18 @@ expect "would be written"
 run restore "$address" "$work/snapshot.json" "${login[@]}"
 expect "10 unchanged, 2 written"
 
-heading "9  Stop"
+heading "9  Watch"
+explain "Ten seconds of a folder and a counter, told by the server as they change: a live table on a terminal, lines in a pipe."
+watch=(monitor "$address" /Plant/Boiler/Drum /Plant/Line1/PartCount "${login[@]}" --interval 1000 --duration 10)
+if [ -t 1 ]; then
+  announce "${watch[@]}"
+  "$work/bin/opcua-cli" "${watch[@]}" || die "opcua-cli monitor ended with exit code $?"
+else
+  run "${watch[@]}"
+  expect Boiler.Drum.Level
+fi
+
+heading "10  Stop"
 explain "Every command has closed its session; the plant is asked to stop."
 kill -TERM "$server"
 code=0
