@@ -8,8 +8,10 @@
 #include "secured_client_fixture.h"
 #include "support/temporary_directory.h"
 
-// Defined where the address sanitizer has its own memory management, which mallinfo2() does not see.
-extern "C" __attribute__((weak)) std::size_t __sanitizer_get_current_allocated_bytes();
+// The address sanitizer has its own memory management, which mallinfo2() does not see.
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/allocator_interface.h>
+#endif
 
 namespace {
 
@@ -18,11 +20,12 @@ constexpr int warmUpRounds = 5;
 
 /// Bytes of the heap that are in use.
 std::size_t memoryInUse() {
-    if (__sanitizer_get_current_allocated_bytes != nullptr) {
-        return __sanitizer_get_current_allocated_bytes();
-    }
+#ifdef __SANITIZE_ADDRESS__
+    return __sanitizer_get_current_allocated_bytes();
+#else
     const auto info = mallinfo2();
     return info.uordblks + info.hblkhd;
+#endif
 }
 
 class ManyConnects : public SecuredClientTest {
