@@ -10,7 +10,7 @@
 
 // The address sanitizer has its own memory management, which mallinfo2() does not see.
 #ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/allocator_interface.h>
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes(); // g++ brings no header for it
 #endif
 
 namespace {
