@@ -11,7 +11,7 @@ Terminal pipe() {
 }
 
 Terminal screen(std::size_t width, bool colours = false) {
-    return {true, colours, width};
+    return {true, colours, true, width, std::nullopt};
 }
 
 } // namespace

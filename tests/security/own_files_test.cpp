@@ -104,11 +104,6 @@ protected:
         fs::remove_all(file);
         std::ofstream(file, std::ios::binary) << content;
     }
-    static void openssl(const std::vector<std::string>& arguments) {
-        const test_support::ProgramResult result = test_support::runProgram("openssl", arguments);
-        ASSERT_EQ(result.end.exitCode, 0) << result.standardError;
-    }
-
     /// Puts a pair of the panel's in place that holds for `validTime` seconds from `backdate` seconds ago on.
     static UaPkiCertificate putOwnPair(OpcUa_UInt32 backdate, OpcUa_Int64 validTime) {
         const UaPkiRsaKeyPair keys(2048);
@@ -338,7 +333,8 @@ public:
             throw std::runtime_error("no answer at the terminal");
         // The echo of the answer.
         char echo[64];
-        m_echoed = ::read(m_master, echo, sizeof echo);
+        if (::read(m_master, echo, sizeof echo) <= 0)
+            throw std::runtime_error("the terminal does not echo");
     }
     ~Terminal() {
         ::close(m_slave);
@@ -369,7 +365,6 @@ private:
 
     int m_master;
     int m_slave = -1;
-    ssize_t m_echoed = 0;
     std::string m_name;
 };
 

@@ -143,7 +143,6 @@ private:
 };
 
 TEST_F(Refusals, OfAServerThatShowsAnotherCertificateAfterwards) {
-    const test_support::TemporaryDirectory folder;
     const auto showing = [](const std::string& certificate) {
         return std::vector<std::string>{"--certificate", material::file(certificate + ".der").string(),
                                         "--private-key", material::file("server.key").string()};
