@@ -170,8 +170,9 @@ ExitCode monitor(const MonitorOptions& options) {
     std::vector<NodeReference> references;
     for (const std::string& given : options.nodes)
         references.push_back(parseNodeReference(given));
-    const std::optional<Index> index =
-        options.index.empty() ? std::nullopt : std::optional<Index>(parseIndex(options.index));
+    std::optional<Index> index;
+    if (!options.index.empty())
+        index.emplace(parseIndex(options.index));
 
     ChangeInbox inbox;
     Link link(options, options.interval, inbox);
