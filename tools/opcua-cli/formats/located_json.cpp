@@ -22,11 +22,13 @@ struct Position {
 /// Goes through the text and keeps the position up to date.
 class TracingIterator {
 public:
+    // NOLINTBEGIN(readability-identifier-naming): the standard's names
     using iterator_category = std::input_iterator_tag;
     using value_type = char;
     using difference_type = std::ptrdiff_t;
     using pointer = const char*;
     using reference = const char&;
+    // NOLINTEND(readability-identifier-naming)
 
     TracingIterator(const char* at, Position& position) : m_at(at), m_position(&position) {}
     reference operator*() const { return *m_at; }

@@ -21,6 +21,7 @@ struct JsonEntry {
 };
 
 /// A document that is an array of entries, or an object that has such an array under "nodes".
+// NOLINTNEXTLINE(bugprone-exception-escape): moving a Json asserts, and throws nothing
 struct JsonList {
     Json document;
     std::vector<JsonEntry> entries;

@@ -37,8 +37,8 @@ NodeRequest makeRequest(const std::string& place, const std::string& node, const
 class Columns {
 public:
     Columns(const TextFile& file, const CsvRow& heading, bool withValues) : m_count(heading.fields.size()) {
-        for (std::size_t i = 0; i < m_names.size(); ++i)
-            m_places[i] = find(file, heading, m_names[i]);
+        for (std::size_t i = 0; i < columnNames.size(); ++i)
+            m_places[i] = find(file, heading, columnNames[i]);
         for (const char* name : {"node", "value"}) {
             if ((withValues || std::string_view(name) == "node") && !has(name))
                 throw failureAt(placeIn(file, heading.line),
@@ -53,7 +53,7 @@ public:
     std::size_t count() const { return m_count; }
 
 private:
-    static constexpr std::array<std::string_view, 4> m_names{"node", "type", "index", "value"};
+    static constexpr std::array<std::string_view, 4> columnNames{"node", "type", "index", "value"};
 
     std::size_t find(const TextFile& file, const CsvRow& heading, std::string_view name) const {
         const auto& titles = heading.fields;
@@ -66,12 +66,12 @@ private:
     }
 
     std::size_t place(std::string_view name) const {
-        return m_places[static_cast<std::size_t>(std::find(m_names.begin(), m_names.end(), name) -
-                                                 m_names.begin())];
+        return m_places[static_cast<std::size_t>(std::find(columnNames.begin(), columnNames.end(), name) -
+                                                 columnNames.begin())];
     }
 
     std::size_t m_count;
-    std::array<std::size_t, m_names.size()> m_places{};
+    std::array<std::size_t, columnNames.size()> m_places{};
 };
 
 std::vector<NodeRequest> fromCsv(const TextFile& file, bool withValues) {
