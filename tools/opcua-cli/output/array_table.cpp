@@ -38,7 +38,7 @@ public:
             titles.push_back("[" + std::to_string(i) + "]");
         const std::size_t size = m_value.shape[dimensions - 2] * m_value.shape.back();
         std::string text;
-        for (std::size_t first = 0; first < m_value.elements.size(); first += size) {
+        for (std::size_t first = 0; size != 0 && first < m_value.elements.size(); first += size) {
             if (!outer.empty())
                 text += (first == 0 ? "" : "\n") +
                         m_terminal.paint(indexText(indexAt(first / size, outer)), Tone::Heading) + "\n";

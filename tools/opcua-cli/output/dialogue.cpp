@@ -82,7 +82,7 @@ std::optional<std::string> ask(const std::string& question) {
 std::optional<std::string> askSecret(const std::string& question) {
     const SilentTerminal silent;
     show(question);
-    const std::optional<std::string> line = readLine();
+    std::optional<std::string> line = readLine();
     std::fputs("\n", stderr);
     return line;
 }

@@ -26,7 +26,7 @@ const std::map<std::string, TrustRule>& trustRules() {
 using FromName = std::optional<int> (*)(const std::string&);
 
 /// Replaces a name by its number.
-CLI::Validator numberFor(FromName fromName, std::string what, std::string names) {
+CLI::Validator numberFor(FromName fromName, const std::string& what, const std::string& names) {
     return {[=](std::string& text) -> std::string {
                 const std::optional<int> number = fromName(text);
                 if (!number)

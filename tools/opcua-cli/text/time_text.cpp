@@ -29,11 +29,11 @@ std::string ageText(milliseconds age) {
         return std::to_string(seconds) + "." + std::to_string(tenths % 10) + " s";
     if (seconds < 100)
         return std::to_string(seconds) + " s";
-    if (seconds < 100 * 60)
+    if (seconds < 100LL * 60)
         return std::to_string(seconds / 60) + " min";
-    if (seconds < 48 * 3600)
+    if (seconds < 48LL * 3600)
         return std::to_string(seconds / 3600) + " h";
-    return std::to_string(seconds / (24 * 3600)) + " d";
+    return std::to_string(seconds / (24LL * 3600)) + " d";
 }
 
 } // namespace opcua_cli
