@@ -22,7 +22,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     OpcUaNode* head = nullptr;
     for (std::string_view rest = asText(data, size); !rest.empty();) {
         const std::string line(takeUntil('\n', rest));
-        const std::string text = line.c_str(); // up to a zero byte, as the library reads it
+        // NOLINTNEXTLINE(readability-redundant-string-cstr): up to a zero byte, as the library reads it
+        const std::string text = line.c_str();
         OpcUaNode* const expected = text.size() > longestNodeId ? nullptr : walk(head, text);
         OpcUaNode* const node = client.OpcUaGetUaNode(text.c_str(), OpcUaDataType_Int32);
         require((node == nullptr) == (text.size() > longestNodeId), "a text that fits has a record");

@@ -9,7 +9,7 @@ class Trace : public ClientTest {
 protected:
     void init(int level) { EXPECT_EQ(client.OpcUaInit(static_cast<_OpcUaClientTraceLevel>(level)), 0); }
 
-    const TraceFile trace;
+    const TraceFile trace{};
 };
 
 TEST_F(Trace, EveryLineCarriesATimeInUtc) {

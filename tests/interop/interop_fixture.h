@@ -8,12 +8,12 @@
 class InteropTest : public ClientTest {
 protected:
     static void SetUpTestSuite() {
-        if (!s_server) {
-            s_server = std::make_unique<Server>();
+        if (!server) {
+            server = std::make_unique<Server>();
         }
     }
 
-    static const std::string& url() { return s_server->process.url(); }
+    static const std::string& url() { return server->process.url(); }
 
     /// Reads what the server starts with, writes something else and reads that.
     template <typename Value>
@@ -29,5 +29,5 @@ private:
         test_support::TemporaryDirectory directory;
         test_support::ServerProcess process{INTEROP_SERVER, {directory.path().string()}};
     };
-    static inline std::unique_ptr<Server> s_server;
+    static inline std::unique_ptr<Server> server;
 };

@@ -33,7 +33,7 @@ protected:
     }
     std::string emptyFolder() const { return m_folder.path().string(); }
 
-    const SecurityChoice secured;
+    const SecurityChoice secured{};
     const SecurityChoice withPassword{3, 2, SecurityChoice::byPassword};
     const SecurityChoice withCertificate{3, 2, SecurityChoice::byCertificate};
 

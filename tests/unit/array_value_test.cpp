@@ -108,7 +108,7 @@ TEST_P(ArrayElement, EveryOneOfEveryShapeIsReplacedAloneInTheValueThatWasRead) {
         for (const Index& index : everyIndex(dimensions)) {
             const std::string replacement = GetParam().element(position + 101);
             int size = static_cast<int>(replacement.size());
-            EXPECT_EQ(set(GetParam().type, index, replacement.c_str(), size), 0);
+            EXPECT_EQ(set(GetParam().number(), index, replacement.c_str(), size), 0);
             EXPECT_EQ(size, static_cast<int>(replacement.size()));
             const WriteItem item = written();
             EXPECT_EQ(item.value.type(), GetParam().type);
@@ -127,15 +127,15 @@ TEST_P(ArrayElement, IsFoundInTheArraysBoundsOnly) {
     const std::string value = GetParam().element(0);
     for (const unsigned long index : {5UL, 6UL, 0xFFFFFFFFUL, (1UL << 32) + 5}) {
         m_size = 8;
-        EXPECT_EQ(get(GetParam().type, {index}), 7) << index;
+        EXPECT_EQ(get(GetParam().number(), {index}), 7) << index;
         EXPECT_TRUE(m_buffer.untouched());
-        EXPECT_EQ(set(GetParam().type, {index}, value.c_str(), m_size), 8) << index;
+        EXPECT_EQ(set(GetParam().number(), {index}, value.c_str(), m_size), 8) << index;
     }
     script().onRead = answerValue(exampleArray(GetParam(), {3, 4}));
     for (const Index& index : {Index{3, 0}, Index{2, 4}, Index{0, 12}, Index{0xFFFFFFFF, 0}}) {
         m_size = 8;
-        EXPECT_EQ(get(GetParam().type, index), 7);
-        EXPECT_EQ(set(GetParam().type, index, value.c_str(), m_size), 8);
+        EXPECT_EQ(get(GetParam().number(), index), 7);
+        EXPECT_EQ(set(GetParam().number(), index, value.c_str(), m_size), 8);
     }
     EXPECT_TRUE(m_buffer.untouched());
     EXPECT_THAT(script().requests<WriteRequest>(), IsEmpty());
@@ -146,9 +146,9 @@ TEST_P(ArrayElement, OfAnEmptyArrayOrMatrixDoesNotExist) {
     for (const Dimensions& dimensions : {Dimensions{0}, Dimensions{0, 4}}) {
         script().onRead = answerValue(exampleArray(GetParam(), dimensions));
         const Index index(dimensions.size(), 0);
-        EXPECT_EQ(get(GetParam().type, index), 7);
+        EXPECT_EQ(get(GetParam().number(), index), 7);
         EXPECT_TRUE(m_buffer.untouched());
-        EXPECT_EQ(set(GetParam().type, index, value.c_str(), m_size), 8);
+        EXPECT_EQ(set(GetParam().number(), index, value.c_str(), m_size), 8);
     }
 }
 
@@ -162,7 +162,7 @@ TEST_P(ArrayElement, IsWrittenBackInTheMemoryThatItWasReadInto) {
         };
         const std::string value = GetParam().element(3);
         int size = static_cast<int>(value.size());
-        EXPECT_EQ(set(GetParam().type, Index(dimensions.size(), 1), value.c_str(), size), 0);
+        EXPECT_EQ(set(GetParam().number(), Index(dimensions.size(), 1), value.c_str(), size), 0);
         EXPECT_EQ(written().memory, answered);
     }
 }
@@ -519,7 +519,7 @@ protected:
 
     Seen readScalar(const UaVariant& value) {
         script().onRead = answerValue(value);
-        OpcUaNode node = makeNode("ns=2;s=A", GetParam().type);
+        OpcUaNode node = makeNode("ns=2;s=A", GetParam().number());
         GuardedBuffer buffer(64);
         int size = 64;
         const int result = m_client->OpcUaGetValue(&node, buffer.data(), size);
@@ -529,7 +529,7 @@ protected:
         script().onRead = answerValue(array);
         GuardedBuffer buffer(64);
         int size = 64;
-        const int result = get(GetParam().type, {index}, buffer.data(), size);
+        const int result = get(GetParam().number(), {index}, buffer.data(), size);
         return {result, size, buffer.bytes(64)};
     }
 };
@@ -561,7 +561,7 @@ TEST_P(ArrayConversion, ArrayOfOnesOfEveryTypeIsWrittenBackInTheRecordsType) {
         script().onRead = answerValue(arrayOfScalars({one, one, one}));
         const std::string replacement = GetParam().element(4);
         int size = static_cast<int>(replacement.size());
-        ASSERT_EQ(set(GetParam().type, {1}, replacement.c_str(), size), 0);
+        ASSERT_EQ(set(GetParam().number(), {1}, replacement.c_str(), size), 0);
         const WriteItem item = written();
         EXPECT_EQ(item.value.type(), GetParam().type);
         const std::string converted = readScalar(one).bytes.substr(0, elementBytes(item.value, 0).size());

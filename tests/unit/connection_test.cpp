@@ -60,8 +60,8 @@ std::vector<std::string> preparation() {
 TEST_F(Connect, UnsecuredGoesStraightToTheServer) {
     EXPECT_EQ(tryConnect(), 0);
     std::vector<std::string> expected = preparation();
-    expected.push_back("SessionSecurityInfo::setAnonymousUserIdentity");
-    expected.push_back("UaSession::connect");
+    expected.emplace_back("SessionSecurityInfo::setAnonymousUserIdentity");
+    expected.emplace_back("UaSession::connect");
     EXPECT_THAT(script().operations(), ElementsAreArray(expected));
     EXPECT_EQ(message(), "");
 }
@@ -225,8 +225,8 @@ TEST_F(Connect, WhileConnectedDisconnectsFirst) {
     std::vector<std::string> expected = {"UaSession::disconnect", "UaSession::~UaSession"};
     for (const std::string& operation : preparation())
         expected.push_back(operation);
-    expected.push_back("SessionSecurityInfo::setAnonymousUserIdentity");
-    expected.push_back("UaSession::connect");
+    expected.emplace_back("SessionSecurityInfo::setAnonymousUserIdentity");
+    expected.emplace_back("UaSession::connect");
     EXPECT_THAT(script().operations(), ElementsAreArray(expected));
     for (const standin::Call& call : script().calls())
         EXPECT_THAT(call.surroundings.heldMutexes, ElementsAre(mutex_watch::clientMutex)) << call.operation;

@@ -335,7 +335,7 @@ TEST_F(Discovery, ExaminesAtMostTwentyEndpoints) {
 
 TEST_F(Discovery, SuitableEndpointsBeyondTheTwentiethAreNotExamined) {
     std::vector<Endpoint> endpoints(20, Endpoint{"https://plant", "", 1, httpsProfile});
-    endpoints.push_back(Endpoint());
+    endpoints.emplace_back();
     const _OpcUa_DiscoveryUrlMsg& entry = discoverEndpoints(endpoints);
     EXPECT_EQ(entry.endpointCount, 0U);
     EXPECT_TRUE(isUntouched(entry.endpoints));

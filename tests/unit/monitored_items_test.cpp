@@ -25,6 +25,7 @@ std::vector<int> resultsOf(const std::vector<OpcUaNode>& nodes) {
 auto answerItems(OpcUa_StatusCode status) {
     return [status](const CreateItemsRequest& request, UaMonitoredItemCreateResults& results) {
         results.create(static_cast<OpcUa_UInt32>(request.items.size()));
+        // NOLINTNEXTLINE(modernize-loop-convert): an iterator of these results only reads
         for (OpcUa_UInt32 i = 0; i < results.length(); ++i) {
             results[i].statusCode = status;
             results[i].monitoredItemId = 70000;

@@ -246,7 +246,7 @@ TEST_F(MultiWrite, SendsValuesAlone) {
 TEST_F(MultiRead, EveryTypeFollowsTheBufferConvention) {
     for (const ExampleType& type : exampleTypes()) {
         const std::size_t stored = type.element(1).size() + (type.isText() ? 1 : 0);
-        add(type.type, stored, type.isText() ? static_cast<int>(stored) : -5);
+        add(type.number(), stored, type.isText() ? static_cast<int>(stored) : -5);
     }
     script().onRead = [](const ReadRequest& request, UaDataValues& values) {
         values.create(static_cast<OpcUa_UInt32>(request.items.size()));
@@ -272,7 +272,7 @@ TEST_F(MultiWrite, EveryTypeFollowsTheBufferConvention) {
     std::deque<std::string> bytes;
     for (const ExampleType& type : exampleTypes()) {
         bytes.push_back(type.element(1));
-        add(type.type, bytes.back().c_str(), 1000);
+        add(type.number(), bytes.back().c_str(), 1000);
     }
     EXPECT_EQ(write(), 0);
     EXPECT_THAT(results(), Each(0));

@@ -13,6 +13,8 @@ struct ExampleType {
     /// Bytes of element k in a caller's buffer; a text without its terminator.
     std::string (*element)(unsigned int k);
 
+    /// As the records name it.
+    int number() const { return static_cast<int>(type); }
     bool isText() const { return type == OpcUaType_String; }
 };
 std::ostream& operator<<(std::ostream& stream, const ExampleType& type);
