@@ -8,6 +8,7 @@
 #include <map>
 #include <regex>
 #include <set>
+#include <sys/wait.h>
 
 using namespace cli_test;
 using nlohmann::json;
@@ -365,6 +366,8 @@ TEST_F(MonitorOnTerminal, CtrlZGivesTheScreenBack) {
     m_program->signal(SIGTSTP);
     m_terminal.awaitText(leaveScreen);
     m_terminal.text();
+    siginfo_t stopped{}; // the screen is given back first
+    ASSERT_EQ(waitid(P_PID, static_cast<id_t>(m_program->pid()), &stopped, WSTOPPED), 0);
     m_program->signal(SIGCONT);
     EXPECT_THAT(m_terminal.awaitText("UInt32"), HasSubstr(enterScreen));
     EXPECT_EQ(endBy(SIGINT), 130);
