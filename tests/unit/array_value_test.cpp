@@ -91,7 +91,7 @@ TEST_P(ArrayElement, EveryOneOfEveryShapeIsRead) {
             const std::size_t stored = expected.size() + (GetParam().isText() ? 1 : 0);
             GuardedBuffer buffer(stored);
             int size = GetParam().isText() ? static_cast<int>(stored) : 0;
-            EXPECT_EQ(get(GetParam().type, index, buffer.data(), size), 0);
+            EXPECT_EQ(get(GetParam().number(), index, buffer.data(), size), 0);
             EXPECT_EQ(size, static_cast<int>(expected.size()));
             EXPECT_EQ(buffer.bytes(stored), expected + std::string(stored - expected.size(), '\0'));
             EXPECT_TRUE(buffer.guardsIntact());
