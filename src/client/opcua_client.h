@@ -110,15 +110,22 @@ private:
 
     template <typename RequestNode>
     OPCUACLIENT_LOCAL int serveBatches(RequestNode* nodes, int count);
-    OPCUACLIENT_LOCAL void serveBatch(UaClientSdk::UaSession& session, OpcUa_ReadNode* nodes, int count);
-    OPCUACLIENT_LOCAL void serveBatch(UaClientSdk::UaSession& session, OpcUa_WriteNode* nodes, int count);
+    template <typename RequestNode>
+    struct Batch;
+    template <typename RequestNode>
+    OPCUACLIENT_LOCAL void nameNodes(Batch<RequestNode>& batch);
+    OPCUACLIENT_LOCAL void serve(UaClientSdk::UaSession& session, Batch<OpcUa_ReadNode>& batch);
+    OPCUACLIENT_LOCAL void serve(UaClientSdk::UaSession& session, Batch<OpcUa_WriteNode>& batch);
 
     /// Calls `action` with the subscription while the bookkeeping of its items is locked, or tells why not.
     template <typename Action>
     OPCUACLIENT_LOCAL int withMonitoredItems(const Failure& sinkMissing, Action action);
     OPCUACLIENT_LOCAL int addItem(UaClientSdk::UaSubscription& subscription, OpcUaNode& node,
                                   const unsigned long* index, int count);
-    OPCUACLIENT_LOCAL void addBatch(UaClientSdk::UaSubscription& subscription, OpcUaNode* nodes, int count);
+    struct NewItems;
+    /// Adds the next of the nodes that are left.
+    OPCUACLIENT_LOCAL void addBatch(UaClientSdk::UaSubscription& subscription, OpcUaNode* nodes, int left,
+                                    NewItems& items);
     OPCUACLIENT_LOCAL int removeItem(UaClientSdk::UaSubscription& subscription, const OpcUaNode& node,
                                      const unsigned long* index, int count);
     OPCUACLIENT_LOCAL int removeAllItems(UaClientSdk::UaSubscription& subscription);

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "client/record_prefetch.h"
 #include "client/session_lock.h"
 #include "client/text_field.h"
 #include "subscription/monitored_items_lock.h"
@@ -44,6 +45,18 @@ UaStatus createItems(UaSubscription& subscription, const UaMonitoredItemCreateRe
 
 } // namespace
 
+/// What is asked of the server in calls of a few nodes each, and what came of it.
+struct COpcUaClient::NewItems {
+    struct Item {
+        OpcUaNode* node;
+        unsigned long monitoredItemId;
+        unsigned long clientHandle;
+    };
+    UaNodeId ids[batchSize]; ///< of one call, like the requests
+    UaMonitoredItemCreateRequests requests;
+    std::vector<Item> created; ///< by all calls
+};
+
 int COpcUaClient::OpcUaAddMonitNode(OpcUaNode* node, unsigned long* index, int count) {
     if (!node) {
         return fail(result::invalidArgument);
@@ -69,7 +82,7 @@ int COpcUaClient::addItem(UaSubscription& subscription, OpcUaNode& node, const u
         return fail(result::invalidArgument);
     }
     UaMonitoredItemCreateRequests requests;
-    requests.create(1);
+    requests.createViews(1);
     describeItem(requests[0], id, m_monitoredItemHandle);
     UaMonitoredItemCreateResults results;
     UaStatus status = createItems(subscription, requests, results);
@@ -96,8 +109,16 @@ int COpcUaClient::OpcUaAddMultiMonitNode(OpcUaNode* nodes, int count) {
         fail(result::notConnected);
     } else {
         code = withMonitoredItems(result::monitorWithoutSink, [&](UaSubscription& subscription) {
-            for (int done = 0; done < count; done += batchSize) {
-                addBatch(subscription, nodes + done, std::min(count - done, batchSize));
+            NewItems items;
+            items.created.reserve(static_cast<std::size_t>(count));
+            for (int left = count; left > 0; left -= batchSize) {
+                addBatch(subscription, nodes + (count - left), left, items);
+            }
+            // Behind the last call: our records between the engine's items would strew those over so many
+            // pages that finding one for each change takes twice the time.
+            for (const NewItems::Item& item : items.created) {
+                m_callback->keepMonitoredItem(item.monitoredItemId, item.clientHandle, *item.node, {});
+                item.node->result = result::success;
             }
             return result::success;
         });
@@ -110,13 +131,16 @@ int COpcUaClient::OpcUaAddMultiMonitNode(OpcUaNode* nodes, int count) {
     return current && code == result::notConnected.code ? code : result::success;
 }
 
-void COpcUaClient::addBatch(UaSubscription& subscription, OpcUaNode* nodes, int count) {
-    UaMonitoredItemCreateRequests requests;
-    requests.create(static_cast<OpcUa_UInt32>(count));
+void COpcUaClient::addBatch(UaSubscription& subscription, OpcUaNode* nodes, int left, NewItems& items) {
+    auto& [ids, requests, created] = items;
+    const int count = std::min(left, batchSize);
+    requests.createViews(static_cast<OpcUa_UInt32>(count));
     for (OpcUa_UInt32 i = 0; i < requests.length(); ++i) {
-        UaNodeId id;
-        SetNodeID(&nodes[i], &id);
-        describeItem(requests[i], id, m_monitoredItemHandle);
+        if (static_cast<int>(i) + count < left) {
+            prefetchNodeId(nodes[i + requests.length()]);
+        }
+        SetNodeID(&nodes[i], &ids[i]);
+        describeItem(requests[i], ids[i], m_monitoredItemHandle);
         m_monitoredItemHandle = keyAfter(m_monitoredItemHandle);
     }
     UaMonitoredItemCreateResults results;
@@ -131,8 +155,7 @@ void COpcUaClient::addBatch(UaSubscription& subscription, OpcUaNode* nodes, int 
             nodes[i].result = result::monitorFailed.code;
             continue;
         }
-        m_callback->keepMonitoredItem(results[i].monitoredItemId,
-                                      requests[i].requestedParameters.clientHandle, nodes[i], {});
-        nodes[i].result = result::success;
+        created.push_back(
+            {&nodes[i], results[i].monitoredItemId, requests[i].requestedParameters.clientHandle});
     }
 }

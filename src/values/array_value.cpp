@@ -46,10 +46,9 @@ int COpcUaClient::OpcUaSetArrayValue(OpcUaNode* node, unsigned long* index, int 
         SetNodeID(node, &id);
         UaVariant value;
         unsigned int position = 0;
-        const bool written = readGoodValue(session, id, value) &&
-                             findPosition(value, index, count, position) &&
-                             takeElement(value, position, node->dataType, buffer, size) &&
-                             writeValue(session, id, std::move(value));
+        const bool written =
+            readGoodValue(session, id, value) && findPosition(value, index, count, position) &&
+            takeElement(value, position, node->dataType, buffer, size) && writeValue(session, id, value);
         return written ? result::success : fail(result::writeFailed);
     });
 }

@@ -2,6 +2,7 @@
 
 #include "client/mutex_lock.h"
 #include "client/opcua_client.h"
+#include "client/record_prefetch.h"
 #include "client/text_field.h"
 #include "uabase/trace.h"
 #include "values/value_buffer.h"
@@ -18,6 +19,17 @@ void setResults(RequestNode* nodes, int count, int code) {
         nodes[i].node->result = code;
     }
 }
+
+template <typename RequestNode>
+struct RequestOf;
+template <>
+struct RequestOf<OpcUa_ReadNode> {
+    using Elements = UaReadValueIds;
+};
+template <>
+struct RequestOf<OpcUa_WriteNode> {
+    using Elements = UaWriteValues;
+};
 
 /// What an answer is worth: one that doesn't fit its question, result by result, can't be told apart.
 template <typename Answers>
@@ -37,6 +49,28 @@ void traceFailure(const char* service, UaStatus status, const OpcUaNode& first, 
 
 } // namespace
 
+/// The records of one service call. What names them to the server is kept from one call to the next.
+template <typename RequestNode>
+struct COpcUaClient::Batch {
+    RequestNode* nodes = nullptr;
+    int count = 0;
+    int following = 0; ///< records behind these
+    UaNodeId ids[batchSize];
+    typename RequestOf<RequestNode>::Elements request;
+};
+
+template <typename RequestNode>
+void COpcUaClient::nameNodes(Batch<RequestNode>& batch) {
+    batch.request.createViews(static_cast<OpcUa_UInt32>(batch.count));
+    for (int i = 0; i < batch.count; ++i) {
+        if (i < batch.following) {
+            prefetchRecord(*batch.nodes[batch.count + i].node);
+        }
+        SetNodeID(batch.nodes[i].node, &batch.ids[i]);
+        nameValue(batch.request[static_cast<OpcUa_UInt32>(i)], batch.ids[i]);
+    }
+}
+
 template <typename RequestNode>
 int COpcUaClient::serveBatches(RequestNode* nodes, int count) {
     if (!nodes || count < 1) {
@@ -49,22 +83,22 @@ int COpcUaClient::serveBatches(RequestNode* nodes, int count) {
         // Without a session the nodes' own results tell all.
         return current ? result::notConnected.code : result::success;
     }
+    Batch<RequestNode> batch;
     for (int left = count; left > 0; left -= batchSize) {
-        serveBatch(*current, nodes + (count - left), std::min(left, batchSize));
+        batch.nodes = nodes + (count - left);
+        batch.count = std::min(left, batchSize);
+        batch.following = left - batch.count;
+        serve(*current, batch);
     }
     return result::success;
 }
 
-void COpcUaClient::serveBatch(UaClientSdk::UaSession& session, OpcUa_ReadNode* nodes, int count) {
-    UaReadValueIds request;
-    request.create(static_cast<OpcUa_UInt32>(count));
-    for (int i = 0; i < count; ++i) {
-        UaNodeId id;
-        SetNodeID(nodes[i].node, &id);
-        nameValue(request[static_cast<OpcUa_UInt32>(i)], id);
-    }
+void COpcUaClient::serve(UaClientSdk::UaSession& session, Batch<OpcUa_ReadNode>& batch) {
+    nameNodes(batch);
+    OpcUa_ReadNode* const nodes = batch.nodes;
+    const int count = batch.count;
     UaDataValues answers;
-    const UaStatus status = checked(readValues(session, request, answers), answers, count);
+    const UaStatus status = checked(readValues(session, batch.request, answers), answers, count);
     if (status.isBad()) {
         traceFailure("reading", status, *nodes->node, count);
         setResults(nodes, count, fail(result::readFailed));
@@ -72,31 +106,31 @@ void COpcUaClient::serveBatch(UaClientSdk::UaSession& session, OpcUa_ReadNode* n
     }
     for (int i = 0; i < count; ++i) {
         OpcUaNode& node = *nodes[i].node;
-        UaVariant value;
-        if (takeGoodValue(answers[static_cast<OpcUa_UInt32>(i)], value)) {
-            storeValue(value, node.dataType, nodes[i].value, nodes[i].size);
-            node.result = result::success;
-        } else {
+        const OpcUa_DataValue& answer = answers[static_cast<OpcUa_UInt32>(i)];
+        if (OpcUa_IsNotGood(answer.status)) {
             node.result = fail(result::readFailed);
+            continue;
         }
+        storeValue(UaVariant::borrow(answer.value), node.dataType, nodes[i].value, nodes[i].size);
+        node.result = result::success;
     }
 }
 
-void COpcUaClient::serveBatch(UaClientSdk::UaSession& session, OpcUa_WriteNode* nodes, int count) {
-    UaWriteValues request;
-    request.create(static_cast<OpcUa_UInt32>(count));
-    // One for the whole batch: a record whose type sets nothing writes what the one before it wrote.
-    UaVariant value;
+void COpcUaClient::serve(UaClientSdk::UaSession& session, Batch<OpcUa_WriteNode>& batch) {
+    nameNodes(batch);
+    OpcUa_WriteNode* const nodes = batch.nodes;
+    const int count = batch.count;
+    UaVariant values[batchSize];
     for (int i = 0; i < count; ++i) {
-        OpcUa_WriteValue& element = request[static_cast<OpcUa_UInt32>(i)];
-        UaNodeId id;
-        SetNodeID(nodes[i].node, &id);
-        nameValue(element, id);
-        takeValue(value, nodes[i].node->dataType, nodes[i].value, nodes[i].size);
-        giveValue(element, UaVariant(value));
+        const bool taken = takeValue(values[i], nodes[i].node->dataType, nodes[i].value, nodes[i].size);
+        // A record whose type sets nothing writes what the one before it wrote.
+        if (!taken && i > 0) {
+            values[i] = values[i - 1];
+        }
+        lendValue(batch.request[static_cast<OpcUa_UInt32>(i)], values[i]);
     }
     UaStatusCodeArray answers;
-    const UaStatus status = checked(writeValues(session, request, answers), answers, count);
+    const UaStatus status = checked(writeValues(session, batch.request, answers), answers, count);
     if (status.isBad()) {
         traceFailure("writing", status, *nodes->node, count);
         setResults(nodes, count, fail(result::writeFailed));

@@ -1,5 +1,3 @@
-#include <utility>
-
 #include "client/session_lock.h"
 #include "values/value_buffer.h"
 #include "values/value_service.h"
@@ -31,6 +29,6 @@ int COpcUaClient::OpcUaSetValue(OpcUaNode* node, const void* buffer, int& size) 
         SetNodeID(node, &id);
         UaVariant value;
         takeValue(value, node->dataType, buffer, size);
-        return writeValue(session, id, std::move(value)) ? result::success : fail(result::writeFailed);
+        return writeValue(session, id, value) ? result::success : fail(result::writeFailed);
     });
 }

@@ -43,12 +43,16 @@ struct TakeVisitor {
     int& size;
 
     template <typename Number>
-    void operator()(Number) const {
+    bool operator()(Number) const {
         Number::set(value, takeNumber<typename Number::Cell>(buffer, size));
+        return true;
     }
-    void operator()(StringType) const { value.setString(UaString(static_cast<const char*>(buffer))); }
-    void operator()(NullType) const {}
-    void operator()(UnknownType) const {}
+    bool operator()(StringType) const {
+        value.setString(UaString(static_cast<const char*>(buffer)));
+        return true;
+    }
+    bool operator()(NullType) const { return false; }
+    bool operator()(UnknownType) const { return false; }
 };
 
 struct StoreElementVisitor {
@@ -135,8 +139,8 @@ void storeValue(const UaVariant& value, _OpcUaDataType type, void* buffer, int& 
     visitType(type, StoreVisitor{value, buffer, size});
 }
 
-void takeValue(UaVariant& value, _OpcUaDataType type, const void* buffer, int& size) {
-    visitType(type, TakeVisitor{value, buffer, size});
+bool takeValue(UaVariant& value, _OpcUaDataType type, const void* buffer, int& size) {
+    return visitType(type, TakeVisitor{value, buffer, size});
 }
 
 bool storeElement(UaVariant&& value, unsigned int position, _OpcUaDataType type, void* buffer, int& size) {

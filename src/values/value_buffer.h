@@ -34,8 +34,8 @@ void storeText(std::string_view text, void* buffer, int& size);
 /// type that is not known.
 void storeValue(const UaVariant& value, _OpcUaDataType type, void* buffer, int& size);
 
-/// Sets `value` from the caller's buffer; Null and unknown types leave it as it is.
-void takeValue(UaVariant& value, _OpcUaDataType type, const void* buffer, int& size);
+/// Sets `value` from the caller's buffer. False for Null and unknown types, which leave it as it is.
+bool takeValue(UaVariant& value, _OpcUaDataType type, const void* buffer, int& size);
 
 /// Puts one element of an array or matrix into the caller's buffer, as storeValue() does a scalar. False when
 /// there is no such element.

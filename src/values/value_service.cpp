@@ -1,15 +1,10 @@
 #include "values/value_service.h"
 
-#include <new>
-#include <utility>
-
 #include "client/call_settings.h"
 #include "uaclient/session.h"
 
-void giveValue(OpcUa_WriteValue& element, UaVariant&& value) {
-    if (value.moveTo(&element.value.value) != OpcUa_Good) {
-        throw std::bad_alloc();
-    }
+void lendValue(OpcUa_WriteValue& element, const UaVariant& value) {
+    element.value.value = value.view();
     element.value.hasValue = true;
 }
 
@@ -28,7 +23,7 @@ UaStatus readValues(UaClientSdk::UaSession& session, const UaReadValueIds& nodes
 
 UaStatus readValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaDataValues& values) {
     UaReadValueIds nodes;
-    nodes.create(1);
+    nodes.createViews(1);
     nameValue(nodes[0], id);
     return readValues(session, nodes, values);
 }
@@ -46,11 +41,11 @@ UaStatus writeValues(UaClientSdk::UaSession& session, const UaWriteValues& value
     return complete(status, values, results);
 }
 
-bool writeValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaVariant&& value) {
+bool writeValue(UaClientSdk::UaSession& session, const UaNodeId& id, const UaVariant& value) {
     UaWriteValues values;
-    values.create(1);
+    values.createViews(1);
     nameValue(values[0], id);
-    giveValue(values[0], std::move(value));
+    lendValue(values[0], value);
     UaStatusCodeArray results;
     return !writeValues(session, values, results).isBad() && !OpcUa_IsNotGood(results[0]);
 }

@@ -18,16 +18,17 @@ UaStatus complete(UaStatus status, const Questions& questions, const Answers& an
     return isShort && !status.isBad() ? UaStatus(OpcUa_BadUnexpectedError) : status;
 }
 
-/// Makes a request element name the Value attribute of a node.
+/// Makes a request element name the Value attribute of a node. The element only borrows the id: its array is
+/// one of views, and the id must stay as it is until the request has gone.
 template <typename RequestElement>
 void nameValue(RequestElement& element, const UaNodeId& id) {
-    id.copyTo(&element.nodeId);
+    element.nodeId = id.raw();
     element.attributeId = OpcUa_Attributes_Value;
 }
 
 /// Makes a request element carry a value and nothing else: servers refuse a status or a time stamp sent
-/// along. An array is moved, not copied.
-void giveValue(OpcUa_WriteValue& element, UaVariant&& value);
+/// along. The element only borrows it, as it does the node id.
+void lendValue(OpcUa_WriteValue& element, const UaVariant& value);
 
 /// Takes the value out of an answer. False when its status is Bad or Uncertain.
 bool takeGoodValue(OpcUa_DataValue& answer, UaVariant& value);
@@ -42,4 +43,4 @@ bool readGoodValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaVarian
 UaStatus writeValues(UaClientSdk::UaSession& session, const UaWriteValues& values,
                      UaStatusCodeArray& results);
 /// False when the service failed or the node's status is Bad or Uncertain.
-bool writeValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaVariant&& value);
+bool writeValue(UaClientSdk::UaSession& session, const UaNodeId& id, const UaVariant& value);

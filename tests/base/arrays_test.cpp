@@ -47,6 +47,36 @@ TEST(ProtocolArray, CreateReplacesWhatWasThere) {
     EXPECT_EQ(references.rawData(), nullptr);
 }
 
+TEST(ProtocolArray, ViewsLeaveToOthersWhatTheyPointTo) {
+    char text[] = "somebody else's";
+    UaReadValueIds ids;
+    ids.createViews(2);
+    ASSERT_EQ(ids.length(), 2U);
+    ids[1].attributeId = 13;
+    ids[1].indexRange = {sizeof text - 1, reinterpret_cast<UA_Byte*>(text)};
+    UaReadValueIds moved(std::move(ids));
+    UaReadValueIds assigned;
+    assigned = std::move(moved);
+    ASSERT_EQ(assigned.length(), 2U);
+    assigned.clear();
+    EXPECT_STREQ(text, "somebody else's");
+}
+
+TEST(ProtocolArray, AsManyViewsTakeThePlaceOfTheOldOnes) {
+    UaReadValueIds ids;
+    ids.createViews(2);
+    const OpcUa_ReadValueId* const elements = ids.rawData();
+    ids[1].attributeId = 13;
+    ids.createViews(2);
+    EXPECT_EQ(ids.rawData(), elements);
+    EXPECT_EQ(ids[1].attributeId, 0U);
+    ids.createViews(3);
+    EXPECT_EQ(ids.length(), 3U);
+    // From now on it owns its content again.
+    ids.create(3);
+    ids[0].indexRange = UA_String_fromChars("its own");
+}
+
 TEST(ProtocolArray, MovingLeavesTheSourceEmpty) {
     UaReferenceDescriptions source = twoReferences();
     const OpcUa_ReferenceDescription* const elements = source.rawData();

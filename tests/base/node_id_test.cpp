@@ -146,6 +146,35 @@ TEST(NodeId, MovingTakesTheIdentifierAlong) {
     EXPECT_TRUE(target.isNull()); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
 }
 
+TEST(NodeId, BorrowLeavesTheCharactersWhereTheyLie) {
+    const std::string text = "ns=2;s=Line1.Speed";
+    const UaNodeId id = UaNodeId::borrow(text);
+    EXPECT_EQ(id, UaNodeId::fromXmlString(UaString(text.c_str())));
+    EXPECT_EQ(static_cast<const void*>(id.raw().identifier.string.data), text.data() + 7);
+}
+
+TEST(NodeId, BorrowReadsTheOtherKindsAndRefusesTheRest) {
+    EXPECT_EQ(UaNodeId::borrow("ns=3;i=7"), UaNodeId(7, 3));
+    EXPECT_EQ(UaNodeId::borrow("b=AQID"), UaNodeId::fromXmlString("b=AQID"));
+    for (const char* text : {"", "s", "x=1", "ns=1", "ns=x;s=a", "i=x", "b=A", "g=1"})
+        EXPECT_TRUE(UaNodeId::borrow(text).isNull()) << text;
+}
+
+TEST(NodeId, ACopyOfABorrowedOneOwnsItsCharacters) {
+    UaNodeId copy;
+    UaNodeId moved;
+    std::string text = "ns=2;s=Line1.Speed";
+    {
+        UaNodeId id = UaNodeId::borrow(text);
+        copy = id;
+        moved = std::move(id);
+        EXPECT_TRUE(id.isNull()); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
+    }
+    EXPECT_EQ(static_cast<const void*>(moved.raw().identifier.string.data), text.data() + 7);
+    text.assign(text.size(), '?');
+    EXPECT_EQ(copy.toXmlString(), UaString("ns=2;s=Line1.Speed"));
+}
+
 TEST(NodeId, CopyToGivesTheCallerItsOwn) {
     OpcUa_NodeId copy;
     {

@@ -2,6 +2,7 @@
 #include <utility>
 
 #include <gtest/gtest.h>
+#include <open62541/types_generated_handling.h>
 
 #include "uabase/variant.h"
 
@@ -28,6 +29,25 @@ TEST(VariantView, LooksAtTheValueWhereItLies) {
     EXPECT_TRUE(view.isArray());
     EXPECT_EQ(view.arraySize(), 3U);
     EXPECT_EQ(view.type(), OpcUaType_String);
+}
+
+TEST(VariantView, LooksAtAScalarOfAnyOrigin) {
+    OpcUa_Int32 number = 7;
+    const UaVariant view = UaVariant::borrow(UA_TYPES[UA_TYPES_INT32], &number);
+    EXPECT_EQ(view.type(), OpcUaType_Int32);
+    EXPECT_FALSE(view.isArray());
+    number = 8;
+    OpcUa_Int32 value = 0;
+    EXPECT_EQ(view.toInt32(value), OpcUa_Good);
+    EXPECT_EQ(value, 8);
+}
+
+TEST(VariantView, ForARequestIsNotFreedWithIt) {
+    const UaVariant owner = threeTexts();
+    OpcUa_Variant lent = owner.view();
+    EXPECT_EQ(lent.data, owner.raw().data);
+    UA_clear(&lent, &UA_TYPES[UA_TYPES_VARIANT]);
+    EXPECT_EQ(textOf(owner.element(2).text()), "two");
 }
 
 TEST(VariantView, OfNothingIsEmpty) {

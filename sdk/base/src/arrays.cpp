@@ -1,5 +1,6 @@
 #include "uabase/arrays.h"
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -8,13 +9,15 @@
 
 template <typename Element>
 UaProtocolArray<Element>::UaProtocolArray(UaProtocolArray&& other) noexcept
-    : m_length(other.m_length), m_elements(other.detach()) {}
+    : m_length(other.m_length), m_areViews(other.m_areViews), m_elements(other.detach()) {}
 
 template <typename Element>
 UaProtocolArray<Element>& UaProtocolArray<Element>::operator=(UaProtocolArray&& other) noexcept {
     if (this != &other) {
         const OpcUa_UInt32 length = other.m_length;
+        const bool areViews = other.m_areViews;
         attach(length, other.detach());
+        m_areViews = areViews;
     }
     return *this;
 }
@@ -36,6 +39,16 @@ void UaProtocolArray<Element>::create(OpcUa_UInt32 length) {
 }
 
 template <typename Element>
+void UaProtocolArray<Element>::createViews(OpcUa_UInt32 length) {
+    if (m_areViews && length == m_length) {
+        std::fill_n(m_elements, length, Element());
+        return;
+    }
+    create(length);
+    m_areViews = true;
+}
+
+template <typename Element>
 void UaProtocolArray<Element>::attach(OpcUa_UInt32 length, Element* elements) {
     clear();
     if (length == 0) {
@@ -50,14 +63,14 @@ void UaProtocolArray<Element>::attach(OpcUa_UInt32 length, Element* elements) {
 template <typename Element>
 Element* UaProtocolArray<Element>::detach() {
     m_length = 0;
+    m_areViews = false;
     return std::exchange(m_elements, nullptr);
 }
 
 template <typename Element>
 void UaProtocolArray<Element>::clear() {
-    UA_Array_delete(m_elements, m_length, elementType<Element>());
-    m_length = 0;
-    m_elements = nullptr;
+    const OpcUa_UInt32 owned = m_areViews ? 0 : m_length;
+    UA_Array_delete(detach(), owned, elementType<Element>());
 }
 
 template <typename Element>

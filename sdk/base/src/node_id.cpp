@@ -45,12 +45,10 @@ bool parseIdentifier(char type, std::string_view value, UA_NodeId& id) {
     case 'i':
         id.identifierType = UA_NODEIDTYPE_NUMERIC;
         return parseDigits(value, id.identifier.numeric);
-    case 's': {
+    case 's':
         id.identifierType = UA_NODEIDTYPE_STRING;
-        const UA_String text = viewOf(value);
-        throwIfBad(UA_String_copy(&text, &id.identifier.string));
+        id.identifier.string = viewOf(value);
         return true;
-    }
     case 'g':
         id.identifierType = UA_NODEIDTYPE_GUID;
         return UA_Guid_parse(&id.identifier.guid, viewOf(value)) == UA_STATUSCODE_GOOD;
@@ -83,10 +81,6 @@ std::string identifierText(const UA_NodeId& id) {
 
 } // namespace
 
-UaNodeId::UaNodeId() {
-    UA_NodeId_init(&m_id);
-}
-
 UaNodeId::UaNodeId(OpcUa_UInt32 identifier, OpcUa_UInt16 namespaceIndex) : UaNodeId() {
     m_id.namespaceIndex = namespaceIndex;
     m_id.identifier.numeric = identifier;
@@ -98,35 +92,25 @@ UaNodeId::UaNodeId(const OpcUa_NodeId& id) {
 
 UaNodeId::UaNodeId(const UaNodeId& other) : UaNodeId(other.m_id) {}
 
-UaNodeId::UaNodeId(UaNodeId&& other) noexcept : UaNodeId() {
-    std::swap(m_id, other.m_id);
-}
-
 UaNodeId& UaNodeId::operator=(const UaNodeId& other) {
-    UaNodeId copy(other);
-    std::swap(m_id, copy.m_id);
-    return *this;
+    return *this = UaNodeId(other);
 }
 
-UaNodeId& UaNodeId::operator=(UaNodeId&& other) noexcept {
-    UaNodeId taken(std::move(other));
-    std::swap(m_id, taken.m_id);
-    return *this;
-}
-
-UaNodeId::~UaNodeId() {
+void UaNodeId::clear() {
     UA_NodeId_clear(&m_id);
 }
 
 UaNodeId UaNodeId::fromXmlString(const UaString& text) {
-    std::string_view rest = text.text();
+    UaNodeId id = borrow(text.text());
+    return id.m_isView ? UaNodeId(id.m_id) : UaNodeId(std::move(id));
+}
+
+UaNodeId UaNodeId::borrow(std::string_view text) {
     UaNodeId result;
-    if (!takeNamespace(rest, result.m_id.namespaceIndex) || rest.size() < 2 || rest[1] != '=')
-        return UaNodeId();
-    if (!parseIdentifier(rest[0], rest.substr(2), result.m_id)) {
-        UA_NodeId_init(&result.m_id);
-        return UaNodeId();
-    }
+    if (!takeNamespace(text, result.m_id.namespaceIndex) || text.size() < 2 || text[1] != '=' ||
+        !parseIdentifier(text[0], text.substr(2), result.m_id))
+        result.m_id = {};
+    result.m_isView = result.m_id.identifierType == UA_NODEIDTYPE_STRING;
     return result;
 }
 

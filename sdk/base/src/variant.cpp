@@ -11,16 +11,6 @@ bool isScalar(const UA_Variant& variant) {
     return variant.type != nullptr && UA_Variant_isScalar(&variant);
 }
 
-/// Whether the dimensions describe exactly the elements that are there. They come from the peer.
-bool dimensionsMatch(const UA_Variant& variant) {
-    std::uint64_t product = 1;
-    for (std::size_t i = 0; i < variant.arrayDimensionsSize; ++i) {
-        if (__builtin_mul_overflow(product, variant.arrayDimensions[i], &product))
-            return false;
-    }
-    return product == variant.arrayLength;
-}
-
 template <typename Target>
 OpcUa_StatusCode convert(const UaVariant& variant, Target& value) {
     value = Target();
@@ -30,10 +20,6 @@ OpcUa_StatusCode convert(const UaVariant& variant, Target& value) {
 }
 
 } // namespace
-
-UaVariant::UaVariant() : m_inline() {
-    UA_Variant_init(&m_variant);
-}
 
 UaVariant::UaVariant(const OpcUa_Variant& variant) : m_inline() {
     copyFrom(variant);
@@ -63,17 +49,6 @@ UaVariant& UaVariant::operator=(UaVariant&& other) noexcept {
     return *this;
 }
 
-UaVariant::~UaVariant() {
-    clear();
-}
-
-UaVariant UaVariant::borrow(const OpcUa_Variant& variant) {
-    UaVariant view;
-    view.m_variant = variant;
-    view.m_variant.storageType = UA_VARIANT_DATA_NODELETE;
-    return view;
-}
-
 void UaVariant::attach(OpcUa_Variant& variant) {
     if (variant.storageType == UA_VARIANT_DATA_NODELETE) {
         *this = UaVariant(variant);
@@ -85,42 +60,22 @@ void UaVariant::attach(OpcUa_Variant& variant) {
 }
 
 void UaVariant::clear() {
-    if (m_variant.data == m_inline)
-        UA_clear(m_inline, m_variant.type);
-    else
-        UA_Variant_clear(&m_variant);
+    if (holdsMemory()) {
+        if (m_variant.data == m_inline)
+            UA_clear(m_inline, m_variant.type);
+        else
+            UA_Variant_clear(&m_variant);
+    }
     UA_Variant_init(&m_variant);
 }
 
-OpcUa_BuiltInType UaVariant::type() const {
-    if (m_variant.type == nullptr)
-        return OpcUaType_Null;
-    const OpcUa_UInt32 kind = m_variant.type->typeKind;
-    if (kind == UA_DATATYPEKIND_ENUM)
-        return OpcUaType_Int32;
-    // The engine numbers the built-in types from zero; what follows them are kinds of structures.
-    return kind <= UA_DATATYPEKIND_DIAGNOSTICINFO ? static_cast<OpcUa_BuiltInType>(kind + 1)
-                                                  : OpcUaType_ExtensionObject;
-}
-
-bool UaVariant::isEmpty() const {
-    return m_variant.type == nullptr;
-}
-
-bool UaVariant::isView() const {
-    return m_variant.storageType == UA_VARIANT_DATA_NODELETE;
-}
-
-bool UaVariant::hasDimensions() const {
-    return m_variant.arrayDimensionsSize >= 2 && m_variant.arrayDimensions != nullptr;
-}
-
-bool UaVariant::isArray() const {
-    return !isEmpty() && !isScalar(m_variant) && !hasDimensions();
-}
-
-bool UaVariant::isMatrix() const {
-    return !isEmpty() && !isScalar(m_variant) && hasDimensions() && dimensionsMatch(m_variant);
+bool UaVariant::dimensionsMatch() const {
+    std::uint64_t product = 1;
+    for (std::size_t i = 0; i < m_variant.arrayDimensionsSize; ++i) {
+        if (__builtin_mul_overflow(product, m_variant.arrayDimensions[i], &product))
+            return false;
+    }
+    return product == m_variant.arrayLength;
 }
 
 OpcUa_UInt32 UaVariant::arraySize() const {

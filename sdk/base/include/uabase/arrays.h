@@ -18,6 +18,9 @@ public:
 
     /// Replaces the content by `length` zeroed elements. Throws std::bad_alloc.
     void create(OpcUa_UInt32 length);
+    /// The same with elements that only point to what belongs to others: of such an array clear() frees the
+    /// elements and nothing that they hold. As many views as there are already take their place.
+    void createViews(OpcUa_UInt32 length);
     /// Takes over an array that the engine allocated; the old content is cleared.
     void attach(OpcUa_UInt32 length, Element* elements);
     /// Gives the array away; this object is empty afterwards.
@@ -36,6 +39,7 @@ public:
 
 private:
     OpcUa_UInt32 m_length = 0;
+    bool m_areViews = false;
     Element* m_elements = nullptr;
 };
 

@@ -21,7 +21,7 @@
 /// empty, other types); on failure the target is set to 0, so that nothing undefined is ever handed on.
 class UASDK_EXPORT UaVariant {
 public:
-    UaVariant();
+    UaVariant() noexcept : m_variant(), m_inline() {}
     /// A deep copy.
     UaVariant(const OpcUa_Variant& variant);
     UaVariant(const UaString& text);
@@ -29,11 +29,35 @@ public:
     UaVariant(UaVariant&& other) noexcept;
     UaVariant& operator=(const UaVariant& other);
     UaVariant& operator=(UaVariant&& other) noexcept;
-    ~UaVariant();
+    ~UaVariant() {
+        if (holdsMemory())
+            clear();
+    }
 
     /// A view of `variant` that copies nothing and frees nothing: valid while that one stays as it is. A copy
     /// of the view owns what it holds.
-    static UaVariant borrow(const OpcUa_Variant& variant);
+    static UaVariant borrow(const OpcUa_Variant& variant) {
+        UaVariant result;
+        result.m_variant = variant;
+        result.m_variant.storageType = UA_VARIANT_DATA_NODELETE;
+        return result;
+    }
+
+    /// The same of the scalar at `data`.
+    static UaVariant borrow(const UA_DataType& type, const void* data) {
+        UaVariant result;
+        result.m_variant.type = &type;
+        result.m_variant.data = const_cast<void*>(data);
+        result.m_variant.storageType = UA_VARIANT_DATA_NODELETE;
+        return result;
+    }
+
+    /// A view for a request: copies nothing, must not be freed, valid while this one stays as it is.
+    OpcUa_Variant view() const {
+        OpcUa_Variant view = m_variant;
+        view.storageType = UA_VARIANT_DATA_NODELETE;
+        return view;
+    }
 
     /// Takes the content of `variant` over without copying it and leaves `variant` empty.
     void attach(OpcUa_Variant& variant);
@@ -41,13 +65,22 @@ public:
 
     /// Built-in type of the value or of its elements (an enumeration is an Int32, a structure an
     /// ExtensionObject); OpcUaType_Null when empty.
-    OpcUa_BuiltInType type() const;
-    bool isEmpty() const;
+    OpcUa_BuiltInType type() const {
+        if (isEmpty())
+            return OpcUaType_Null;
+        const OpcUa_UInt32 kind = m_variant.type->typeKind;
+        if (kind == UA_DATATYPEKIND_ENUM)
+            return OpcUaType_Int32;
+        // The engine numbers the built-in types from zero; what follows them are kinds of structures.
+        return kind <= UA_DATATYPEKIND_DIAGNOSTICINFO ? static_cast<OpcUa_BuiltInType>(kind + 1)
+                                                      : OpcUaType_ExtensionObject;
+    }
+    bool isEmpty() const { return m_variant.type == nullptr; }
     /// One-dimensional array.
-    bool isArray() const;
+    bool isArray() const { return holdsElements() && !hasDimensions(); }
     /// Two dimensions or more. An array whose dimensions don't multiply to its length is neither this nor
     /// that.
-    bool isMatrix() const;
+    bool isMatrix() const { return holdsElements() && hasDimensions() && dimensionsMatch(); }
     /// Number of elements of an array or matrix, else 0.
     OpcUa_UInt32 arraySize() const;
     /// Number of dimensions of a matrix, else 0.
@@ -119,13 +152,28 @@ public:
     const OpcUa_Variant& raw() const { return m_variant; }
 
 private:
+    /// Neither empty, nor a view, nor a number that lies inside.
+    bool holdsMemory() const {
+        if (m_variant.storageType != UA_VARIANT_DATA_NODELETE)
+            return m_variant.type != nullptr || m_variant.arrayDimensions != nullptr;
+        return m_variant.data == m_inline && !m_variant.type->pointerFree;
+    }
+
     static constexpr std::size_t inlineSize = 16;
 
     void copyFrom(const OpcUa_Variant& source);
     void moveFrom(UaVariant& source) noexcept;
     void setInline(OpcUa_BuiltInType type, const void* value, std::size_t size);
-    bool isView() const;
-    bool hasDimensions() const;
+    bool isView() const { return m_variant.storageType == UA_VARIANT_DATA_NODELETE; }
+    /// The engine marks an empty array by a pointer that leads nowhere.
+    bool holdsElements() const {
+        return !isEmpty() && (m_variant.arrayLength > 0 || m_variant.data <= UA_EMPTY_ARRAY_SENTINEL);
+    }
+    bool hasDimensions() const {
+        return m_variant.arrayDimensionsSize >= 2 && m_variant.arrayDimensions != nullptr;
+    }
+    /// Whether they describe exactly the elements that are there. They come from the peer.
+    bool dimensionsMatch() const;
 
     OpcUa_Variant m_variant;
     alignas(8) unsigned char m_inline[inlineSize];
