@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <map>
+#include <vector>
 
 #include <pthread.h>
 
@@ -44,10 +45,27 @@ public:
     OPCUACLIENT_LOCAL void forgetMonitoredItem(MonitoredItems::iterator item);
     OPCUACLIENT_LOCAL void forgetMonitoredItems();
 
+    /// What a data change needs of its item, in one cache line: the items' records are too many for a cache.
+    struct alignas(64) Target {
+        const OpcUaNode* node = nullptr;       ///< null when there is no item
+        const _ArrayType* selection = nullptr; ///< null when there is none
+        unsigned short nodeIdSize = 0;         ///< bytes of the record's field up to the last that is not 0
+        char nodeId[46] = {};                  ///< those bytes, if they fit
+
+        bool holdsNodeId() const { return nodeIdSize <= sizeof nodeId; }
+    };
+    /// One without an item when the handle is not known.
+    OPCUACLIENT_LOCAL const Target& targetOf(unsigned long clientHandle) const {
+        return m_targets[clientHandle < m_targets.size() ? clientHandle : 0];
+    }
+
     int connectionStatus;                   ///< last status reported, 0 before the first
     pthread_mutex_t statusMutex;            ///< guards connectionStatus
     pthread_mutex_t bookkeepingMutex;       ///< guards monitoredItems
     MonitoredItems monitoredItems;          ///< key: client handle - 1
     std::atomic<void*> applicationCallback; ///< COpcUaClientInterface::OpcUaCallBack, the application's own
     void* owningClient;
+
+private:
+    std::vector<Target> m_targets{1}; ///< of the same items, at their client handles; none has 0
 };

@@ -1,4 +1,4 @@
-#include <cstring>
+#include <algorithm>
 #include <exception>
 
 #include "OpcUaClientInterface.h"
@@ -37,18 +37,27 @@ void describe(const UaVariant& value, _OpcUaDataChangeMsg& message) {
     }
 }
 
-/// Null when there is none.
-const _monitItemMsg* itemOf(const CCallback::MonitoredItems& items, OpcUa_UInt32 clientHandle) {
-    // Handles begin with 1: no record has the key that comes out for 0.
-    const auto item = items.find(static_cast<unsigned long>(clientHandle) - 1);
-    return item == items.end() ? nullptr : &item->second;
+/// The whole field, of which all beyond the target's size is 0; `size` bytes are in the message from before.
+void copyNodeId(const CCallback::Target& target, std::size_t& size, _OpcUaDataChangeMsg& message) {
+    const char* const text = target.holdsNodeId() ? target.nodeId : target.node->nodeId;
+    char* const end = std::copy_n(text, target.nodeIdSize, message.nodeId);
+    if (size > target.nodeIdSize) {
+        std::fill(end, message.nodeId + size, '\0');
+    }
+    size = target.nodeIdSize;
+}
+
+/// Without a selection all of it is 0.
+void copySelection(const CCallback::Target& target, _OpcUaDataChangeMsg& message) {
+    if (target.selection) {
+        message.arrayIndex = *target.selection;
+    } else if (message.arrayIndex.kind != 0) {
+        message.arrayIndex = {};
+    }
 }
 
 /// Puts the element that the item asks for in the place of the whole value. False when there is none.
 bool selectElement(const _ArrayType& selection, const UaVariant& value, _OpcUaDataChangeMsg& message) {
-    if (selection.kind == 0) {
-        return true;
-    }
     unsigned int position = 0;
     if (!findPosition(value, selection.dims, selection.dimCount, position)) {
         return false;
@@ -85,19 +94,19 @@ void CCallback::dataChange(unsigned int, const UaMonitoredItemNotifications& not
     const MutexLock lock(bookkeepingMutex);
     auto* const application = static_cast<Application*>(applicationCallback.load());
     _OpcUaDataChangeMsg message = {};
+    std::size_t nodeIdSize = 0;
     for (OpcUa_UInt32 i = 0; i < notifications.length(); ++i) {
-        const OpcUa_DataValue& change = notifications[i].value;
+        const UaDataChange change = notifications[i];
         if (OpcUa_IsNotGood(change.status)) {
             continue;
         }
-        const UaVariant value = UaVariant::borrow(change.value);
-        describe(value, message);
-        const _monitItemMsg* const item = itemOf(monitoredItems, notifications[i].clientHandle);
-        if (!item || !selectElement(item->arrayIndex, value, message)) {
+        describe(change.value, message);
+        const Target& target = targetOf(change.clientHandle);
+        if (!target.node || (target.selection && !selectElement(*target.selection, change.value, message))) {
             continue;
         }
-        std::memcpy(message.nodeId, item->node->nodeId, sizeof message.nodeId);
-        message.arrayIndex = item->arrayIndex;
+        copyNodeId(target, nodeIdSize, message);
+        copySelection(target, message);
         // From here on the record may be gone: the application may disconnect.
         if (application) {
             deliver(*application, message);

@@ -28,7 +28,7 @@ public:
         threads[std::this_thread::get_id()] += 1;
         for (OpcUa_UInt32 i = 0; i < notifications.length(); ++i) {
             counts[notifications[i].clientHandle] += 1;
-            EXPECT_FALSE(UaVariant(notifications[i].value.value).isEmpty());
+            EXPECT_FALSE(notifications[i].value.isEmpty());
         }
         changed.notify_all();
         if (onDelivery) {

@@ -196,6 +196,36 @@ TEST_F(DataChange, AllOfTheNodeIdsFieldIsCopied) {
     EXPECT_EQ(deliverOne(1, int32Variant(7)).nodeId[255], 'z');
 }
 
+TEST_F(DataChange, NodeIdsOfAllLengthsFollowEachOtherWhole) {
+    Changes changes;
+    std::vector<std::string> fields;
+    for (const std::size_t length : {45U, 46U, 47U, 8U, 255U, 46U, 256U, 9U}) {
+        const std::string id = "ns=2;s=" + std::string(length - 7, static_cast<char>('a' + fields.size()));
+        changes.add(monitor({}, id), int32Variant(7));
+        fields.push_back(id + std::string(256 - length, '\0'));
+    }
+    changes.deliver();
+    ASSERT_THAT(delivered(), SizeIs(fields.size()));
+    for (std::size_t i = 0; i < fields.size(); ++i)
+        EXPECT_EQ(std::string(delivered()[i].nodeId, 256), fields[i]) << i;
+}
+
+TEST_F(DataChange, AWholeValueBehindAnElementNamesNoSelection) {
+    const OpcUa_UInt32 whole = monitor();
+    const OpcUa_UInt32 element = monitor({2});
+    const std::vector<OpcUa_Int32> elements{1, 2, 3};
+    Changes()
+        .add(element, arrayVariant(OpcUaType_Int32, elements.data(), elements.size()))
+        .add(whole, int32Variant(7))
+        .deliver();
+    ASSERT_THAT(delivered(), SizeIs(2));
+    EXPECT_EQ(delivered()[0].arrayIndex.kind, 1);
+    EXPECT_EQ(delivered()[0].arrayIndex.dims[0], 2U);
+    EXPECT_EQ(delivered()[1].arrayIndex.kind, 0);
+    EXPECT_EQ(delivered()[1].arrayIndex.dimCount, 0);
+    EXPECT_THAT(delivered()[1].arrayIndex.dims, Each(0U));
+}
+
 TEST_F(DataChange, UnknownHandlesAreIgnored) {
     monitor();
     for (const OpcUa_UInt32 handle : {0U, 2U, 20001U, UINT32_MAX})

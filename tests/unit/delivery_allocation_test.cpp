@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <malloc.h>
+#include <open62541/types_generated_handling.h>
 
 #include <cstring>
 #include <memory>
@@ -51,6 +52,7 @@ protected:
         value.copyTo(&change.value);
         change.hasValue = true;
         notifications.append(1, change);
+        UA_clear(&change, &UA_TYPES[UA_TYPES_DATAVALUE]);
     }
     std::size_t deliver() {
         return allocationsDuring(

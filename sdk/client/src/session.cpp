@@ -193,13 +193,6 @@ void UaSession::Impl::subscriptionLost(UaSubscription::Impl& subscription, UaSta
     }
 }
 
-void UaSession::Impl::subscriptionSpeaks() {
-    if (m_subscriptionLost) {
-        m_subscriptionLost = false;
-        report(UaClient::Connected);
-    }
-}
-
 void UaSession::Impl::handOverNotifications() {
     for (const auto& subscription : m_subscriptions) {
         if (m_engine->isWithoutSubscription()) {

@@ -60,7 +60,12 @@ public:
     // Called from inside the loop.
     void report(UaClient::ServerStatus status);
     void subscriptionLost(UaSubscription::Impl& subscription, UaStatus reason);
-    void subscriptionSpeaks();
+    void subscriptionSpeaks() {
+        if (m_subscriptionLost) {
+            m_subscriptionLost = false;
+            report(UaClient::Connected);
+        }
+    }
 
 private:
     void startWatchdog(const SessionConnectInfo& info);

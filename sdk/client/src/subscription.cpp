@@ -1,9 +1,5 @@
 #include "uaclient/subscription.h"
 
-#include <vector>
-
-#include <open62541/client_subscriptions.h>
-
 #include "subscription_impl.h"
 #include "uabase/trace.h"
 
@@ -85,24 +81,24 @@ void UaSubscription::Impl::inactive(UA_Client*, UA_UInt32, void* self) {
     }
 }
 
+void UaSubscription::Impl::valueChanged(UA_Client*, UA_UInt32, void* self, UA_UInt32, void* context,
+                                        UA_DataValue* value) {
+    auto* const subscription = static_cast<Impl*>(self);
+    subscription->m_session.subscriptionSpeaks();
+    subscription->m_queue->collect(clientHandleOf(context), *value);
+}
+
 UaStatus UaSubscription::Impl::createMonitoredItems(const ServiceSettings& settings,
                                                     OpcUa_TimestampsToReturn timestamps,
                                                     const UaMonitoredItemCreateRequests& items,
                                                     UaMonitoredItemCreateResults& results) {
     return m_session.inLoop([&](EngineClient& engine) -> UaStatus {
-        std::vector<void*> contexts;
-        contexts.reserve(items.length());
+        m_contexts.clear();
         for (const OpcUa_MonitoredItemCreateRequest& item : items) {
-            contexts.push_back(contextOf(item.requestedParameters.clientHandle));
+            m_contexts.push_back(contextOf(item.requestedParameters.clientHandle));
         }
-        std::vector<UA_Client_DataChangeNotificationCallback> callbacks(
-            items.length(),
-            [](UA_Client*, UA_UInt32, void* self, UA_UInt32, void* context, UA_DataValue* value) {
-                auto* subscription = static_cast<Impl*>(self);
-                subscription->m_session.subscriptionSpeaks();
-                subscription->m_queue->collect(clientHandleOf(context), *value);
-            });
-        std::vector<UA_Client_DeleteMonitoredItemCallback> deleteCallbacks(items.length(), nullptr);
+        m_callbacks.assign(items.length(), &Impl::valueChanged);
+        m_deleteCallbacks.assign(items.length(), nullptr);
         UA_CreateMonitoredItemsRequest request;
         UA_CreateMonitoredItemsRequest_init(&request);
         request.requestHeader.timeoutHint = timeoutOf(settings);
@@ -111,7 +107,7 @@ UaStatus UaSubscription::Impl::createMonitoredItems(const ServiceSettings& setti
         request.itemsToCreate = borrow(items);
         request.itemsToCreateSize = items.length();
         UA_CreateMonitoredItemsResponse response = UA_Client_MonitoredItems_createDataChanges(
-            engine.handle(), request, contexts.data(), callbacks.data(), deleteCallbacks.data());
+            engine.handle(), request, m_contexts.data(), m_callbacks.data(), m_deleteCallbacks.data());
         UaStatus status = response.responseHeader.serviceResult;
         if (!status.isBad() && response.resultsSize != items.length()) {
             status = UA_STATUSCODE_BADUNKNOWNRESPONSE;

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <memory>
+#include <vector>
+
+#include <open62541/client_subscriptions.h>
 
 #include "notification_queue.h"
 #include "session_impl.h"
@@ -34,11 +37,19 @@ public:
     static void inactive(UA_Client* client, UA_UInt32 subscriptionId, void* self);
 
 private:
+    static void valueChanged(UA_Client* client, UA_UInt32 subscriptionId, void* self, UA_UInt32 itemId,
+                             void* context, UA_DataValue* value);
+
     UaSession::Impl& m_session;
     std::shared_ptr<NotificationQueue> m_queue;
     UA_UInt32 m_id = 0;
     bool m_alive = false; ///< on the server, and wanted
     bool m_knownToEngine = false;
+
+    // Of one call; kept, because holes between the engine's items would strew those over the memory.
+    std::vector<void*> m_contexts;
+    std::vector<UA_Client_DataChangeNotificationCallback> m_callbacks;
+    std::vector<UA_Client_DeleteMonitoredItemCallback> m_deleteCallbacks;
 };
 
 } // namespace UaClientSdk

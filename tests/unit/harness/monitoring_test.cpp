@@ -1,5 +1,7 @@
 #include "monitoring_test.h"
 
+#include <open62541/types_generated_handling.h>
+
 #include "adopted_mutexes.h"
 
 Changes& Changes::add(OpcUa_UInt32 clientHandle, const UaVariant& value, OpcUa_StatusCode status) {
@@ -9,6 +11,7 @@ Changes& Changes::add(OpcUa_UInt32 clientHandle, const UaVariant& value, OpcUa_S
     change.status = status;
     change.hasStatus = status != OpcUa_Good;
     m_notifications.append(clientHandle, change);
+    UA_clear(&change, &UA_TYPES[UA_TYPES_DATAVALUE]);
     return *this;
 }
 

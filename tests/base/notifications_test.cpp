@@ -1,0 +1,131 @@
+#include "uabase/notifications.h"
+
+#include <string>
+#include <utility>
+
+#include <gtest/gtest.h>
+#include <open62541/types_generated_handling.h>
+
+namespace {
+
+void append(UaMonitoredItemNotifications& list, OpcUa_UInt32 handle, const UaVariant& value,
+            OpcUa_StatusCode status = OpcUa_Good) {
+    OpcUa_DataValue change = {};
+    value.copyTo(&change.value);
+    change.status = status;
+    list.append(handle, change);
+    UA_clear(&change, &UA_TYPES[UA_TYPES_DATAVALUE]);
+}
+
+UaVariant number(OpcUa_Int32 value) {
+    UaVariant variant;
+    variant.setInt32(value);
+    return variant;
+}
+
+UaVariant text(const std::string& value) {
+    return UaVariant(UaString(value.c_str()));
+}
+
+/// "handle:value" of each, parted by blanks.
+std::string shown(const UaMonitoredItemNotifications& list) {
+    std::string result;
+    for (OpcUa_UInt32 i = 0; i < list.length(); ++i)
+        result += std::to_string(list[i].clientHandle) + ':' + list[i].value.toString().text() + ' ';
+    return result;
+}
+
+TEST(Notifications, KeepOrderHandleStatusAndValue) {
+    UaMonitoredItemNotifications list;
+    append(list, 7, number(1));
+    append(list, 8, text("two"), 0x40000000);
+    append(list, 7, number(3));
+    EXPECT_EQ(shown(list), "7:1 8:two 7:3 ");
+    EXPECT_EQ(list[0].status, OpcUa_Good);
+    EXPECT_EQ(list[1].status, 0x40000000U);
+}
+
+TEST(Notifications, TakeATextOverAndCopyANumber) {
+    UaMonitoredItemNotifications list;
+    OpcUa_DataValue change = {};
+    text("a text").copyTo(&change.value);
+    const void* const data = change.value.data;
+    list.append(1, change);
+    EXPECT_EQ(change.value.type, nullptr);
+    EXPECT_EQ(list[0].value.raw().data, data);
+
+    number(5).copyTo(&change.value);
+    list.append(1, change);
+    EXPECT_NE(list[1].value.raw().data, change.value.data);
+    UA_clear(&change, &UA_TYPES[UA_TYPES_DATAVALUE]);
+    EXPECT_EQ(shown(list), "1:a text 1:5 ");
+}
+
+TEST(Notifications, HoldScalarsOfAllSizesArraysAndNothing) {
+    UaMonitoredItemNotifications list;
+    UaVariant guid;
+    OpcUa_Variant raw = {};
+    UA_Guid sixteen = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+    UA_Variant_setScalarCopy(&raw, &sixteen, &UA_TYPES[UA_TYPES_GUID]);
+    guid.attach(raw);
+    UaDoubleArray numbers;
+    numbers.create(3);
+    UaVariant array;
+    array.setArray(std::move(numbers));
+    UaVariant boolean;
+    boolean.setBoolean(true);
+    append(list, 1, boolean);
+    append(list, 2, guid);
+    append(list, 3, array);
+    append(list, 4, UaVariant());
+    ASSERT_EQ(list.length(), 4U);
+    EXPECT_EQ(list[0].value.type(), OpcUaType_Boolean);
+    EXPECT_TRUE(UA_Guid_equal(static_cast<const UA_Guid*>(list[1].value.raw().data), &sixteen));
+    EXPECT_EQ(list[2].value.arraySize(), 3U);
+    EXPECT_TRUE(list[3].value.isEmpty());
+}
+
+TEST(Notifications, AppendingAListMovesItBehindWhatIsThere) {
+    UaMonitoredItemNotifications list;
+    UaMonitoredItemNotifications more;
+    append(more, 1, text("one"));
+    append(more, 2, number(2));
+    list.append(more);
+    EXPECT_EQ(more.length(), 0U);
+    append(more, 3, number(3));
+    append(more, 4, text("four"));
+    list.append(more);
+    EXPECT_EQ(more.length(), 0U);
+    EXPECT_EQ(shown(list), "1:one 2:2 3:3 4:four ");
+}
+
+TEST(Notifications, DroppingTheFirstKeepsTheOthersWhole) {
+    UaMonitoredItemNotifications list;
+    append(list, 1, text("one"));
+    append(list, 2, number(2));
+    append(list, 3, text("three"));
+    append(list, 4, number(4));
+    append(list, 5, text("five"));
+    list.dropFirst(2);
+    EXPECT_EQ(shown(list), "3:three 4:4 5:five ");
+    list.dropFirst(1);
+    append(list, 6, text("six"));
+    EXPECT_EQ(shown(list), "4:4 5:five 6:six ");
+    list.dropFirst(100);
+    EXPECT_EQ(list.length(), 0U);
+    append(list, 7, text("seven"));
+    EXPECT_EQ(shown(list), "7:seven ");
+}
+
+TEST(Notifications, SwappingExchangesAll) {
+    UaMonitoredItemNotifications first;
+    UaMonitoredItemNotifications second;
+    append(first, 1, text("one"));
+    append(second, 2, number(2));
+    append(second, 3, text("three"));
+    first.swap(second);
+    EXPECT_EQ(shown(first), "2:2 3:three ");
+    EXPECT_EQ(shown(second), "1:one ");
+}
+
+} // namespace
