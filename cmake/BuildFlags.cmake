@@ -4,6 +4,8 @@ add_library(build_flags INTERFACE)
 target_compile_options(build_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<NOT:$<CONFIG:Release>>:-Werror>
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)
+# A library is replaced as a whole: what it calls in itself may be inlined.
+target_compile_options(build_flags INTERFACE $<$<CONFIG:Release>:-fno-semantic-interposition>)
 target_link_options(build_flags INTERFACE -Wl,--no-undefined -Wl,--as-needed)
 
 if(OPCUACLIENT_SANITIZE)

@@ -22,16 +22,21 @@
 namespace UaClientSdk {
 namespace {
 
+/// As much as the engine reads at once: chunks of another size straddle two reads and are copied once more.
+constexpr UA_UInt32 bufferSize = 1U << 16;
 /// A hostile server may announce any message size; beyond these limits the engine gives the connection up.
-constexpr UA_UInt32 bufferSize = 65535;
 constexpr UA_UInt32 maxMessageSize = 16U * 1024 * 1024;
 constexpr UA_UInt32 maxChunkCount = 256;
 
 /// The first connection, one more for the URL that the server announces, one more for the chosen endpoint.
 constexpr int maxConnectionsPerConnect = 3;
 
-/// The engine's log is the only place where it tells of this answer to a publish request.
-constexpr char noSubscriptionMessage[] = "Received BadNoSubscription";
+/// The engine's log is the only place where it tells of this answer to a publish request. It logs thirty
+/// lines a call: most must be told apart by their first letter.
+bool tellsOfNoSubscription(const char* format) {
+    constexpr char beginning[] = "Received BadNoSubscription";
+    return *format == *beginning && std::strncmp(format, beginning, sizeof beginning - 1) == 0;
+}
 
 constexpr UA_UInt16 defaultPort = 4840;
 constexpr int housekeepingInterval = 1000;
@@ -418,7 +423,7 @@ UA_StatusCode EngineClient::send(UA_ConnectionManager* manager, uintptr_t connec
 void EngineClient::log(void* self, UA_LogLevel level, UA_LogCategory category, const char* format,
                        va_list args) {
     auto* client = static_cast<EngineClient*>(self);
-    if (std::strncmp(format, noSubscriptionMessage, sizeof noSubscriptionMessage - 1) == 0) {
+    if (tellsOfNoSubscription(format)) {
         client->noSubscriptionAnswered();
     } else if (!client->m_quiet) {
         writeEngineLog(level, category, format, args);
