@@ -73,8 +73,9 @@ private:
 };
 
 /// Both ends of the run lie in the middle between two changes, when everything has been delivered.
-ChangeRun measure(ServerCount& server, const CountingSink& sink, int items,
-                  std::chrono::milliseconds duration, std::chrono::milliseconds interval) {
+ChangeRun measure(const std::string& url, const CountingSink& sink, int items, int intervals,
+                  std::chrono::milliseconds interval) {
+    ServerCount server(url);
     const auto first = static_cast<std::uint64_t>(items);
     if (!waitUntil(Clock::now() + patience, [&] { return sink.count() >= first; })) {
         throw std::runtime_error("first values are missing");
@@ -87,7 +88,7 @@ ChangeRun measure(ServerCount& server, const CountingSink& sink, int items,
     const std::uint64_t madeBefore = server.read();
     const std::uint64_t deliveredBefore = sink.count();
     const double cpuBefore = cpuSeconds();
-    std::this_thread::sleep_for(duration);
+    std::this_thread::sleep_for(intervals * interval);
     const std::uint64_t made = server.read() - madeBefore;
     waitUntil(Clock::now() + interval / 4, [&] { return sink.count() - deliveredBefore >= made; });
     const double cpu = cpuSeconds() - cpuBefore;
@@ -97,27 +98,22 @@ ChangeRun measure(ServerCount& server, const CountingSink& sink, int items,
 
 } // namespace
 
-ChangeRuns measureChangeRuns(const std::string& url, int items, std::chrono::milliseconds duration,
-                             std::chrono::milliseconds interval) {
-    ServerCount server(url);
-    const std::vector<Tag> nodes = tags(0, items);
-    ChangeRuns runs;
-    {
-        const RawNodeIds ids(nodes);
-        CountingSink sink;
-        RawItems subscription(url, publishingInterval, sink);
-        subscription.add(ids.ids());
-        const RawDriver driver(subscription.client());
-        runs.raw = measure(server, sink, items, duration, interval);
-    }
-    {
-        std::vector<OpcUaNode> records = recordsOf(nodes);
-        CountingSink sink;
-        FacadeItems subscription(url, publishingInterval, sink);
-        subscription.add(records);
-        runs.library = measure(server, sink, items, duration, interval);
-    }
-    return runs;
+ChangeRun rawChangeRun(const std::string& url, int items, int intervals, std::chrono::milliseconds interval) {
+    const RawNodeIds ids(tags(0, items));
+    CountingSink sink;
+    RawItems subscription(url, publishingInterval, sink);
+    subscription.add(ids.ids());
+    const RawDriver driver(subscription.client());
+    return measure(url, sink, items, intervals, interval);
+}
+
+ChangeRun libraryChangeRun(const std::string& url, int items, int intervals,
+                           std::chrono::milliseconds interval) {
+    std::vector<OpcUaNode> records = recordsOf(tags(0, items));
+    CountingSink sink;
+    FacadeItems subscription(url, publishingInterval, sink);
+    subscription.add(records);
+    return measure(url, sink, items, intervals, interval);
 }
 
 } // namespace bench

@@ -12,14 +12,10 @@ struct ChangeRun {
     double cpuSecondsPerValue = 0;
 };
 
-struct ChangeRuns {
-    ChangeRun raw;
-    ChangeRun library;
-};
-
 /// Monitors the first `items` tags of a server, which all change at every `interval`, for a whole number of
-/// intervals: one side after the other.
-ChangeRuns measureChangeRuns(const std::string& url, int items, std::chrono::milliseconds duration,
-                             std::chrono::milliseconds interval);
+/// intervals.
+ChangeRun rawChangeRun(const std::string& url, int items, int intervals, std::chrono::milliseconds interval);
+ChangeRun libraryChangeRun(const std::string& url, int items, int intervals,
+                           std::chrono::milliseconds interval);
 
 } // namespace bench

@@ -30,14 +30,6 @@ const IdleClients& Setting::idleClients() {
     return *m_idleClients;
 }
 
-const ChangeRuns& Setting::changeRuns() {
-    if (!m_changeRuns) {
-        m_changeRuns = measureChangeRuns(tagServer().url(), tagCount() / 2, either(20, 1) * tagChangeInterval,
-                                         tagChangeInterval);
-    }
-    return *m_changeRuns;
-}
-
 const ChangeLatencies& Setting::changeLatencies() {
     if (!m_changeLatencies) {
         m_changeLatencies = measureChangeLatencies(url(), either(120, 2));

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "change_latency.h"
-#include "change_runs.h"
 #include "idle_clients.h"
 #include "support/server_process.h"
 
@@ -33,7 +32,6 @@ public:
     }
     /// Each is measured once for all rows that show a part of it.
     const IdleClients& idleClients();
-    const ChangeRuns& changeRuns();
     const ChangeLatencies& changeLatencies();
 
 private:
@@ -42,7 +40,6 @@ private:
     std::optional<test_support::PlantServer> m_securedServer;
     std::optional<test_support::PlantServer> m_tagServer;
     std::optional<IdleClients> m_idleClients;
-    std::optional<ChangeRuns> m_changeRuns;
     std::optional<ChangeLatencies> m_changeLatencies;
 };
 

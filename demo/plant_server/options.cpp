@@ -71,6 +71,10 @@ void addLimitOptions(CLI::App& app, Options& options) {
                    "Publishing intervals that a subscription outlives its client's last request")
         ->check(CLI::Range(3, 1000000))
         ->capture_default_str();
+    app.add_option("--min-sampling", options.minSamplingMs,
+                   "Milliseconds between two looks at a monitored item, at the least")
+        ->check(CLI::Range(5.0, 3.6e6))
+        ->capture_default_str();
 }
 
 void addPlantOptions(CLI::App& app, Options& options) {

@@ -21,6 +21,7 @@ struct Options {
     UA_UInt32 maxItemsPerMonitorCall = 0;
     UA_UInt32 maxItems = 0;
     UA_UInt32 maxLifetime = 15000;
+    double minSamplingMs = 5;
     UA_UInt16 maxSessions = 1000;
     TagOptions tags;
     LoginOptions logins;

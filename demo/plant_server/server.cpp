@@ -96,7 +96,7 @@ UA_ServerConfig Server::configuration() {
     config.maxSecureChannels = static_cast<UA_UInt16>(m_options.maxSessions + 100);
     constexpr double shortest = 5;
     config.publishingIntervalLimits.min = shortest;
-    config.samplingIntervalLimits.min = shortest;
+    config.samplingIntervalLimits.min = m_options.minSamplingMs;
     return config;
 }
 

@@ -50,6 +50,23 @@ TEST_F(PlantDiagnostics, CountsSubscriptionsAndMonitoredItems) {
     EXPECT_EQ(count("MonitoredItems"), 0U);
 }
 
+TEST_F(PlantDiagnostics, LooksAtAnItemAsSeldomAsItIsTold) {
+    start({"--min-sampling", "700"});
+    RawClient other(server->url());
+    const UA_CreateSubscriptionResponse subscription = UA_Client_Subscriptions_create(
+        other.get(), UA_CreateSubscriptionRequest_default(), nullptr, nullptr, nullptr);
+    ASSERT_EQ(subscription.responseHeader.serviceResult, UA_STATUSCODE_GOOD);
+    UA_MonitoredItemCreateRequest request = UA_MonitoredItemCreateRequest_default(
+        UA_NODEID_STRING(3, const_cast<char*>("TestRack.Moving.Counter")));
+    request.requestedParameters.samplingInterval = 100;
+    const auto ignore = [](UA_Client*, UA_UInt32, void*, UA_UInt32, void*, UA_DataValue*) {};
+    const UA_MonitoredItemCreateResult item = UA_Client_MonitoredItems_createDataChange(
+        other.get(), subscription.subscriptionId, UA_TIMESTAMPSTORETURN_BOTH, request, nullptr, ignore,
+        nullptr);
+    ASSERT_EQ(item.statusCode, UA_STATUSCODE_GOOD);
+    EXPECT_EQ(item.revisedSamplingInterval, 700);
+}
+
 TEST_F(PlantDiagnostics, CountsValueAccesses) {
     start();
     const UA_UInt64 before = count("ValueAccesses");

@@ -38,6 +38,7 @@ TEST_F(PlantOptions, HelpNamesEveryOptionAndGivesExamples) {
                                "--max-nodes-per-monitor",
                                "--max-items",
                                "--max-lifetime",
+                               "--min-sampling",
                                "--max-sessions",
                                "--users",
                                "--insecure-passwords",
