@@ -167,6 +167,6 @@ bool COpcUaClient::ContinueBrowse(OpcUaNode*, OpcUaNode*) {
 }
 
 bool COpcUaClient::SetNodeID(OpcUaNode* node, UaNodeId* out) {
-    *out = UaNodeId::borrow(fieldText(node->nodeId));
+    *out = UaNodeId::fromXmlString(toUaString(fieldText(node->nodeId)));
     return true;
 }

@@ -61,11 +61,12 @@ public:
 
     int connectionStatus;                   ///< last status reported, 0 before the first
     pthread_mutex_t statusMutex;            ///< guards connectionStatus
-    pthread_mutex_t bookkeepingMutex;       ///< guards monitoredItems
+    pthread_mutex_t bookkeepingMutex;       ///< guards monitoredItems and m_targets
     MonitoredItems monitoredItems;          ///< key: client handle - 1
     std::atomic<void*> applicationCallback; ///< COpcUaClientInterface::OpcUaCallBack, the application's own
     void* owningClient;
 
 private:
-    std::vector<Target> m_targets{1}; ///< of the same items, at their client handles; none has 0
+    /// Of the same items, at their client handles; none has 0.
+    std::vector<Target> m_targets = std::vector<Target>(1);
 };

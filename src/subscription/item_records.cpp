@@ -30,10 +30,11 @@ void setTarget(CCallback::Target& target, const _monitItemMsg& item) {
 }
 
 /// The copies of a large panel's records don't fit a cache, and fetching the memory takes longer than filling
-/// it. The heap mostly gives the next copy and its map entry the place behind this one.
+/// it. The heap mostly gives the next copy and its entry in the map the place behind this one.
 std::unique_ptr<OpcUaNode> copyOf(const OpcUaNode& node) {
     constexpr std::size_t cacheLine = 64;
-    constexpr std::size_t entry = 224;
+    constexpr std::size_t links = 4 * sizeof(void*);
+    constexpr std::size_t entry = links + sizeof(CCallback::MonitoredItems::value_type);
     auto* const place = static_cast<char*>(operator new(sizeof(OpcUaNode)));
     const char* const next = place + sizeof(OpcUaNode) + entry;
     for (std::size_t i = 0; i < sizeof(OpcUaNode) + entry; i += cacheLine) {

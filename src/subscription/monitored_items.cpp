@@ -1,6 +1,7 @@
 #include <algorithm>
+#include <vector>
 
-#include "client/record_prefetch.h"
+#include "client/node_record.h"
 #include "client/session_lock.h"
 #include "client/text_field.h"
 #include "subscription/monitored_items_lock.h"
@@ -139,7 +140,7 @@ void COpcUaClient::addBatch(UaSubscription& subscription, OpcUaNode* nodes, int 
         if (static_cast<int>(i) + count < left) {
             prefetchNodeId(nodes[i + requests.length()]);
         }
-        SetNodeID(&nodes[i], &ids[i]);
+        ids[i] = idOf(nodes[i]);
         describeItem(requests[i], ids[i], m_monitoredItemHandle);
         m_monitoredItemHandle = keyAfter(m_monitoredItemHandle);
     }

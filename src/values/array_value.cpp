@@ -1,5 +1,6 @@
 #include <utility>
 
+#include "client/node_record.h"
 #include "client/session_lock.h"
 #include "values/element_position.h"
 #include "values/value_buffer.h"
@@ -25,8 +26,7 @@ int COpcUaClient::OpcUaGetArrayValue(OpcUaNode* node, unsigned long* index, int 
         return fail(result::invalidArgument);
     }
     return withSession([&](UaSession& session) {
-        UaNodeId id;
-        SetNodeID(node, &id);
+        const UaNodeId id = idOf(*node);
         UaVariant value;
         unsigned int position = 0;
         const bool stored = readGoodValue(session, id, value) &&
@@ -42,8 +42,7 @@ int COpcUaClient::OpcUaSetArrayValue(OpcUaNode* node, unsigned long* index, int 
         return fail(result::invalidArgument);
     }
     return withSession([&](UaSession& session) {
-        UaNodeId id;
-        SetNodeID(node, &id);
+        const UaNodeId id = idOf(*node);
         UaVariant value;
         unsigned int position = 0;
         const bool written =

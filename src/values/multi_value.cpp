@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "client/mutex_lock.h"
+#include "client/node_record.h"
 #include "client/opcua_client.h"
-#include "client/record_prefetch.h"
 #include "client/text_field.h"
 #include "uabase/trace.h"
 #include "values/value_buffer.h"
@@ -66,7 +66,7 @@ void COpcUaClient::nameNodes(Batch<RequestNode>& batch) {
         if (i < batch.following) {
             prefetchRecord(*batch.nodes[batch.count + i].node);
         }
-        SetNodeID(batch.nodes[i].node, &batch.ids[i]);
+        batch.ids[i] = idOf(*batch.nodes[i].node);
         nameValue(batch.request[static_cast<OpcUa_UInt32>(i)], batch.ids[i]);
     }
 }

@@ -1,3 +1,4 @@
+#include "client/node_record.h"
 #include "client/session_lock.h"
 #include "values/value_buffer.h"
 #include "values/value_service.h"
@@ -9,8 +10,7 @@ int COpcUaClient::OpcUaGetValue(OpcUaNode* node, void* buffer, int& size) {
         return fail(result::invalidArgument);
     }
     return withSession([&](UaSession& session) {
-        UaNodeId id;
-        SetNodeID(node, &id);
+        const UaNodeId id = idOf(*node);
         UaVariant value;
         if (!readGoodValue(session, id, value)) {
             return fail(result::readFailed);
@@ -25,8 +25,7 @@ int COpcUaClient::OpcUaSetValue(OpcUaNode* node, const void* buffer, int& size) 
         return fail(result::invalidArgument);
     }
     return withSession([&](UaSession& session) {
-        UaNodeId id;
-        SetNodeID(node, &id);
+        const UaNodeId id = idOf(*node);
         UaVariant value;
         takeValue(value, node->dataType, buffer, size);
         return writeValue(session, id, value) ? result::success : fail(result::writeFailed);

@@ -160,6 +160,12 @@ TEST(NodeId, BorrowReadsTheOtherKindsAndRefusesTheRest) {
         EXPECT_TRUE(UaNodeId::borrow(text).isNull()) << text;
 }
 
+TEST(NodeId, ABorrowedTextWithoutCharactersIsStillThere) {
+    // The engine tells an empty text from none by this pointer.
+    EXPECT_EQ(UaNodeId::borrow("ns=2;s=").raw().identifier.string.data, UA_EMPTY_ARRAY_SENTINEL);
+    EXPECT_EQ(UaNodeId::fromXmlString("ns=2;s=").raw().identifier.string.data, UA_EMPTY_ARRAY_SENTINEL);
+}
+
 TEST(NodeId, ACopyOfABorrowedOneOwnsItsCharacters) {
     UaNodeId copy;
     UaNodeId moved;

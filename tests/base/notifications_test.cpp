@@ -85,6 +85,21 @@ TEST(Notifications, HoldScalarsOfAllSizesArraysAndNothing) {
     EXPECT_TRUE(list[3].value.isEmpty());
 }
 
+TEST(Notifications, HoldScalarsThatAreLargerThanANumber) {
+    UA_ServerDiagnosticsSummaryDataType summary = {};
+    static_assert(sizeof summary > 16);
+    summary.rejectedRequestsCount = 7;
+    OpcUa_DataValue change = {};
+    UA_Variant_setScalarCopy(&change.value, &summary, &UA_TYPES[UA_TYPES_SERVERDIAGNOSTICSSUMMARYDATATYPE]);
+    UaMonitoredItemNotifications list;
+    list.append(1, change);
+    append(list, 2, number(5));
+    UA_clear(&change, &UA_TYPES[UA_TYPES_DATAVALUE]);
+    const void* const data = list[0].value.raw().data;
+    EXPECT_EQ(static_cast<const UA_ServerDiagnosticsSummaryDataType*>(data)->rejectedRequestsCount, 7U);
+    EXPECT_EQ(list[1].value.toString(), UaString("5"));
+}
+
 TEST(Notifications, AppendingAListMovesItBehindWhatIsThere) {
     UaMonitoredItemNotifications list;
     UaMonitoredItemNotifications more;

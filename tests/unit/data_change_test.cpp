@@ -210,6 +210,27 @@ TEST_F(DataChange, NodeIdsOfAllLengthsFollowEachOtherWhole) {
         EXPECT_EQ(std::string(delivered()[i].nodeId, 256), fields[i]) << i;
 }
 
+TEST_F(DataChange, BytesBehindANodeIdsEndAreNotTheNextOnes) {
+    OpcUaNode node = makeNode("ns=2;s=A");
+    node.nodeId[255] = 'z';
+    ASSERT_EQ(m_client->OpcUaAddMonitNode(&node, nullptr, 0), 0);
+    const OpcUa_UInt32 other = monitor({}, "ns=2;s=B");
+    Changes().add(1, int32Variant(7)).add(other, int32Variant(8)).deliver();
+    ASSERT_THAT(delivered(), SizeIs(2));
+    EXPECT_EQ(delivered()[0].nodeId[255], 'z');
+    EXPECT_EQ(delivered()[1].nodeId[255], '\0');
+}
+
+TEST_F(DataChange, AHandleThatWrapsNamesTheNewItem) {
+    ASSERT_EQ(monitor({3}), 1U);
+    std::vector<OpcUaNode> nodes = manyNodes(20000);
+    ASSERT_EQ(addMany(nodes), 0);
+    const auto message = deliverOne(1, int32Variant(7));
+    EXPECT_EQ(fieldText(message.nodeId), "ns=2;s=Tag19999.");
+    EXPECT_EQ(message.arrayIndex.kind, 0);
+    expectValue<int>(message, 6, 7);
+}
+
 TEST_F(DataChange, AWholeValueBehindAnElementNamesNoSelection) {
     const OpcUa_UInt32 whole = monitor();
     const OpcUa_UInt32 element = monitor({2});

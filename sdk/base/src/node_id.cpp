@@ -47,7 +47,9 @@ bool parseIdentifier(char type, std::string_view value, UA_NodeId& id) {
         return parseDigits(value, id.identifier.numeric);
     case 's':
         id.identifierType = UA_NODEIDTYPE_STRING;
-        id.identifier.string = viewOf(value);
+        // Without characters the engine would send a text that is not there.
+        id.identifier.string =
+            value.empty() ? UA_String{0, static_cast<UA_Byte*>(UA_EMPTY_ARRAY_SENTINEL)} : viewOf(value);
         return true;
     case 'g':
         id.identifierType = UA_NODEIDTYPE_GUID;

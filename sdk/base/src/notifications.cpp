@@ -8,7 +8,8 @@
 
 namespace {
 
-bool isNumber(const UA_Variant& value, std::size_t size) {
+/// Numbers, but also a time or a Guid.
+bool isPlainScalar(const UA_Variant& value, std::size_t size) {
     return value.type != nullptr && UA_Variant_isScalar(&value) && value.arrayDimensions == nullptr &&
            value.type->pointerFree && value.type->memSize <= size;
 }
@@ -17,7 +18,7 @@ bool isNumber(const UA_Variant& value, std::size_t size) {
 
 void UaMonitoredItemNotifications::append(OpcUa_UInt32 clientHandle, OpcUa_DataValue& change) {
     UA_Variant& value = change.value;
-    const bool isInline = isNumber(value, sizeof Item::number);
+    const bool isInline = isPlainScalar(value, sizeof Item::number);
     if (!isInline)
         m_values.emplace_back();
     Item& item = m_items.emplace_back();

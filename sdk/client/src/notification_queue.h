@@ -20,7 +20,7 @@ public:
     NotificationQueue(UaSubscriptionCallback* callback, unsigned int clientSubscriptionHandle)
         : m_callback(callback), m_handle(clientSubscriptionHandle) {}
 
-    /// In the loop: takes a value over.
+    /// In the loop: takes over what a value holds. The engine clears what is left of it.
     void collect(OpcUa_UInt32 clientHandle, OpcUa_DataValue& value) {
         m_collected.append(clientHandle, value);
     }

@@ -26,7 +26,7 @@ public:
     /// Gives the array away; this object is empty afterwards.
     Element* detach();
     void clear();
-    /// Puts a deep copy of `value` in the place of an element.
+    /// Puts a deep copy of `value` in the place of an element. Not for views.
     void replace(OpcUa_UInt32 index, const Element& value);
 
     OpcUa_UInt32 length() const { return m_length; }

@@ -47,7 +47,7 @@ private:
         OpcUa_StatusCode status;
         const UA_DataType* numberType; ///< null when the value lies in m_values
         union {
-            unsigned char number[16]; ///< a scalar without pointers
+            alignas(8) unsigned char number[16];
             std::size_t valueIndex;
         };
     };

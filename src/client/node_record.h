@@ -1,6 +1,16 @@
 #pragma once
 
 #include "OpcUaTypes.h"
+#include "client/text_field.h"
+#include "uabase/node_id.h"
+
+// What an operation needs of the records that the application hands it.
+
+/// The node that a record names, null if its text is none. A view of the text: valid while the record stays
+/// as it is.
+inline UaNodeId idOf(const OpcUaNode& node) {
+    return UaNodeId::borrow(fieldText(node.nodeId));
+}
 
 /// The records of a large panel are in no cache. A batch fetches those of the next one while it is made.
 inline void prefetchNodeId(const OpcUaNode& node) {
