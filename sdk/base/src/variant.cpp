@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "element_type.h"
 #include "engine.h"
 #include "scalar_conversion.h"
 
@@ -13,9 +14,14 @@ bool isScalar(const UA_Variant& variant) {
 
 template <typename Target>
 OpcUa_StatusCode convert(const UaVariant& variant, Target& value) {
+    const UA_Variant& raw = variant.raw();
     value = Target();
-    if (!isScalar(variant.raw()))
+    if (!isScalar(raw))
         return OpcUa_BadTypeMismatch;
+    if (raw.type == elementType<Target>()) {
+        value = *static_cast<const Target*>(raw.data);
+        return OpcUa_Good;
+    }
     return convertScalar(variant.type(), variant.raw().data, value);
 }
 
