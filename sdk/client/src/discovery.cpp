@@ -33,8 +33,6 @@ UaStatus query(const ServiceSettings& settings, const UaString& url, Request& re
     if (client == nullptr) {
         return status;
     }
-    // A server that hangs up on the query would be connected to again and again until the time is up.
-    client->config().noReconnect = true;
     const int remaining = deadline.remaining();
     if (remaining == 0) {
         return UA_STATUSCODE_BADTIMEOUT;

@@ -211,7 +211,14 @@ UaStatus EngineClient::connect(const UaString& url, const std::string& address, 
     }
     m_usable = true;
     m_opened = 0;
+    // A server that hangs up on a call would be connected to again and again until the call's time is up.
+    allowReconnect(false);
     return status;
+}
+
+void EngineClient::allowReconnect(bool allowed) {
+    config().noReconnect = !allowed;
+    config().noNewSession = !allowed;
 }
 
 bool EngineClient::isOpen(UA_StatusCode& connectStatus) {

@@ -65,6 +65,9 @@ public:
     void call(const void* request, const UA_DataType& requestType, void* response,
               const UA_DataType& responseType);
 
+    /// Whether the engine sets up a lost connection or session anew. At first it does not.
+    void allowReconnect(bool allowed);
+
     /// To be called before a subscription is created.
     void expectSubscription();
     /// Whether the server has told, since then, that it knows of no subscription in the session.

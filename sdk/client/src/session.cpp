@@ -73,8 +73,7 @@ UaStatus UaSession::Impl::connect(const UaString& url, const SessionConnectInfo&
         return status;
     }
     engine->config().timeout = ServiceSettings::defaultCallTimeout;
-    engine->config().noReconnect = !info.automaticReconnect;
-    engine->config().noNewSession = !info.automaticReconnect;
+    engine->allowReconnect(info.automaticReconnect);
     try {
         auto network = std::make_unique<NetworkThread>(*engine, [this] { handOverNotifications(); });
         m_callbacks = std::make_unique<CallbackThread>();
