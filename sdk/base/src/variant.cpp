@@ -22,7 +22,7 @@ OpcUa_StatusCode convert(const UaVariant& variant, Target& value) {
         value = *static_cast<const Target*>(raw.data);
         return OpcUa_Good;
     }
-    return convertScalar(variant.type(), variant.raw().data, value);
+    return convertScalar(variant.type(), raw.data, value);
 }
 
 } // namespace
@@ -99,12 +99,8 @@ void UaVariant::arrayDimensions(UaUInt32Array& dimensions) const {
 }
 
 UaVariant UaVariant::element(OpcUa_UInt32 index) const {
-    UaVariant view;
-    auto* elements = static_cast<unsigned char*>(m_variant.data);
-    UA_Variant_setScalar(&view.m_variant, elements + std::size_t{index} * m_variant.type->memSize,
-                         m_variant.type);
-    view.m_variant.storageType = UA_VARIANT_DATA_NODELETE;
-    return view;
+    const auto* elements = static_cast<const unsigned char*>(m_variant.data);
+    return borrow(*m_variant.type, elements + std::size_t{index} * m_variant.type->memSize);
 }
 
 OpcUa_String UaVariant::text() const {

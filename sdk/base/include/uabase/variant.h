@@ -38,8 +38,7 @@ public:
     /// of the view owns what it holds.
     static UaVariant borrow(const OpcUa_Variant& variant) {
         UaVariant result;
-        result.m_variant = variant;
-        result.m_variant.storageType = UA_VARIANT_DATA_NODELETE;
+        result.m_variant = viewOf(variant);
         return result;
     }
 
@@ -53,11 +52,7 @@ public:
     }
 
     /// A view for a request: copies nothing, must not be freed, valid while this one stays as it is.
-    OpcUa_Variant view() const {
-        OpcUa_Variant view = m_variant;
-        view.storageType = UA_VARIANT_DATA_NODELETE;
-        return view;
-    }
+    OpcUa_Variant view() const { return viewOf(m_variant); }
 
     /// Takes the content of `variant` over without copying it and leaves `variant` empty.
     void attach(OpcUa_Variant& variant);
@@ -152,6 +147,10 @@ public:
     const OpcUa_Variant& raw() const { return m_variant; }
 
 private:
+    static OpcUa_Variant viewOf(OpcUa_Variant variant) {
+        variant.storageType = UA_VARIANT_DATA_NODELETE;
+        return variant;
+    }
     /// Neither empty, nor a view, nor a number that lies inside.
     bool holdsMemory() const {
         if (m_variant.storageType != UA_VARIANT_DATA_NODELETE)
