@@ -8,11 +8,6 @@ void lendValue(OpcUa_WriteValue& element, const UaVariant& value) {
     element.value.hasValue = true;
 }
 
-bool takeGoodValue(OpcUa_DataValue& answer, UaVariant& value) {
-    value.attach(answer.value);
-    return !OpcUa_IsNotGood(answer.status);
-}
-
 UaStatus readValues(UaClientSdk::UaSession& session, const UaReadValueIds& nodes, UaDataValues& values) {
     UaClientSdk::ServiceSettings settings = callSettings();
     UaDiagnosticInfos diagnostics;
@@ -30,7 +25,11 @@ UaStatus readValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaDataVa
 
 bool readGoodValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaVariant& value) {
     UaDataValues values;
-    return !readValue(session, id, values).isBad() && takeGoodValue(values[0], value);
+    if (readValue(session, id, values).isBad()) {
+        return false;
+    }
+    value.attach(values[0].value);
+    return !OpcUa_IsNotGood(values[0].status);
 }
 
 UaStatus writeValues(UaClientSdk::UaSession& session, const UaWriteValues& values,

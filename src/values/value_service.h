@@ -30,9 +30,6 @@ void nameValue(RequestElement& element, const UaNodeId& id) {
 /// along. The element only borrows it, as it does the node id.
 void lendValue(OpcUa_WriteValue& element, const UaVariant& value);
 
-/// Takes the value out of an answer. False when its status is Bad or Uncertain.
-bool takeGoodValue(OpcUa_DataValue& answer, UaVariant& value);
-
 /// Reads current values. Not bad: there is a value for every node asked for.
 UaStatus readValues(UaClientSdk::UaSession& session, const UaReadValueIds& nodes, UaDataValues& values);
 UaStatus readValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaDataValues& values);
