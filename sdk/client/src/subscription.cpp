@@ -1,5 +1,7 @@
 #include "uaclient/subscription.h"
 
+#include <vector>
+
 #include "subscription_impl.h"
 #include "uabase/trace.h"
 
@@ -93,12 +95,13 @@ UaStatus UaSubscription::Impl::createMonitoredItems(const ServiceSettings& setti
                                                     const UaMonitoredItemCreateRequests& items,
                                                     UaMonitoredItemCreateResults& results) {
     return m_session.inLoop([&](EngineClient& engine) -> UaStatus {
-        m_contexts.clear();
+        std::vector<void*> contexts;
+        contexts.reserve(items.length());
         for (const OpcUa_MonitoredItemCreateRequest& item : items) {
-            m_contexts.push_back(contextOf(item.requestedParameters.clientHandle));
+            contexts.push_back(contextOf(item.requestedParameters.clientHandle));
         }
-        m_callbacks.assign(items.length(), &Impl::valueChanged);
-        m_deleteCallbacks.assign(items.length(), nullptr);
+        std::vector<UA_Client_DataChangeNotificationCallback> callbacks(items.length(), &Impl::valueChanged);
+        std::vector<UA_Client_DeleteMonitoredItemCallback> deleteCallbacks(items.length(), nullptr);
         UA_CreateMonitoredItemsRequest request;
         UA_CreateMonitoredItemsRequest_init(&request);
         request.requestHeader.timeoutHint = timeoutOf(settings);
@@ -107,7 +110,7 @@ UaStatus UaSubscription::Impl::createMonitoredItems(const ServiceSettings& setti
         request.itemsToCreate = borrow(items);
         request.itemsToCreateSize = items.length();
         UA_CreateMonitoredItemsResponse response = UA_Client_MonitoredItems_createDataChanges(
-            engine.handle(), request, m_contexts.data(), m_callbacks.data(), m_deleteCallbacks.data());
+            engine.handle(), request, contexts.data(), callbacks.data(), deleteCallbacks.data());
         UaStatus status = response.responseHeader.serviceResult;
         if (!status.isBad() && response.resultsSize != items.length()) {
             status = UA_STATUSCODE_BADUNKNOWNRESPONSE;

@@ -45,11 +45,6 @@ private:
     UA_UInt32 m_id = 0;
     bool m_alive = false; ///< on the server, and wanted
     bool m_knownToEngine = false;
-
-    // Of one call; kept, because holes between the engine's items would strew those over the memory.
-    std::vector<void*> m_contexts;
-    std::vector<UA_Client_DataChangeNotificationCallback> m_callbacks;
-    std::vector<UA_Client_DeleteMonitoredItemCallback> m_deleteCallbacks;
 };
 
 } // namespace UaClientSdk
