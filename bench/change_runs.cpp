@@ -7,9 +7,7 @@
 #include "raw_items.h"
 #include "raw_service.h"
 
-#include <atomic>
 #include <cstdint>
-#include <cstring>
 #include <functional>
 #include <stdexcept>
 #include <thread>
@@ -22,19 +20,6 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds step(5);
 constexpr std::chrono::seconds patience(30);
 constexpr double publishingInterval = 100;
-
-class CountingSink final : public ChangeSink {
-public:
-    void changed(const void* value, std::size_t size) override {
-        std::memcpy(&m_latest, value, std::min(size, sizeof m_latest));
-        m_count.fetch_add(1, std::memory_order_relaxed);
-    }
-    std::uint64_t count() const { return m_count; }
-
-private:
-    std::uint64_t m_latest = 0;
-    std::atomic<std::uint64_t> m_count{0};
-};
 
 bool waitUntil(Clock::time_point deadline, const std::function<bool()>& condition) {
     while (!condition()) {

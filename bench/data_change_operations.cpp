@@ -7,7 +7,6 @@
 #include "process_figures.h"
 #include "raw_items.h"
 
-#include <atomic>
 #include <stdexcept>
 #include <thread>
 
@@ -17,15 +16,6 @@ namespace {
 /// Slow enough that what the items deliver meanwhile takes little of the time that adding them takes.
 constexpr double publishingInterval = 500;
 constexpr std::chrono::seconds patience(30);
-
-class CountingSink final : public ChangeSink {
-public:
-    void changed(const void*, std::size_t) override { ++m_count; }
-    int count() const { return m_count; }
-
-private:
-    std::atomic<int> m_count{0};
-};
 
 Block libraryAdds(const std::string& url, int items) {
     return [url, nodes = tags(0, items)] {
@@ -45,16 +35,9 @@ Block rawAdds(const std::string& url, int items) {
     };
 }
 
-/// A look at ten thousand items takes the server longer than a client needs to add them: at the usual
-/// interval luck decides into whose time it falls.
-test_support::PlantServer restingServer(const Setting& setting) {
-    return test_support::PlantServer(
-        {"--tags", std::to_string(setting.tagCount()), "--min-sampling", "60000"});
-}
-
 /// Runs `wait` until every item has delivered its first value.
 template <typename Wait>
-void awaitFirstValues(const CountingSink& sink, int items, Wait wait) {
+void awaitFirstValues(const CountingSink& sink, std::size_t items, Wait wait) {
     const auto deadline = std::chrono::steady_clock::now() + patience;
     while (sink.count() < items) {
         if (std::chrono::steady_clock::now() > deadline) {
@@ -71,7 +54,7 @@ double rawItemBytes(const std::string& url, const std::vector<Tag>& nodes) {
     RawItems subscription(url, publishingInterval, sink);
     const double before = heapBytes();
     subscription.add(ids.ids());
-    awaitFirstValues(sink, static_cast<int>(nodes.size()), [&] { subscription.client().iterate(100); });
+    awaitFirstValues(sink, nodes.size(), [&] { subscription.client().iterate(100); });
     return (heapBytes() - before) / static_cast<double>(nodes.size());
 }
 
@@ -81,22 +64,21 @@ double libraryItemBytes(const std::string& url, const std::vector<Tag>& nodes) {
     FacadeItems subscription(url, publishingInterval, sink);
     const double before = heapBytes();
     subscription.add(records);
-    awaitFirstValues(sink, static_cast<int>(nodes.size()),
-                     [] { std::this_thread::sleep_for(std::chrono::milliseconds(20)); });
+    awaitFirstValues(sink, nodes.size(), [] { std::this_thread::sleep_for(std::chrono::milliseconds(20)); });
     return (heapBytes() - before) / static_cast<double>(nodes.size());
 }
 
 } // namespace
 
 void addItems(benchmark::State& state, Setting& setting) {
-    const test_support::PlantServer server = restingServer(setting);
+    const test_support::PlantServer& server = setting.restingServer();
     const Placed placed(Placement::TwoCpus, server.pid());
     const int items = setting.tagCount() / 2;
     compare(state, {rawAdds(server.url(), items), nullptr, libraryAdds(server.url(), items)});
 }
 
 void addTwiceAsManyItems(benchmark::State& state, Setting& setting) {
-    const test_support::PlantServer server = restingServer(setting);
+    const test_support::PlantServer& server = setting.restingServer();
     const Placed placed(Placement::OneCpu, server.pid());
     const int items = setting.tagCount();
     compare(state, {libraryAdds(server.url(), items / 2), nullptr, libraryAdds(server.url(), items)});
@@ -126,12 +108,12 @@ void changeCpuTime(benchmark::State& state, Setting& setting) {
 
 void changeLatencyMedian(benchmark::State& state, Setting& setting) {
     const ChangeLatencies& latencies = setting.changeLatencies();
-    publish(state, median(latencies.raw), median(latencies.library));
+    publish(state, median(latencies.raw), median(latencies.facade));
 }
 
 void changeLatencyTail(benchmark::State& state, Setting& setting) {
     const ChangeLatencies& latencies = setting.changeLatencies();
-    publish(state, quantile(latencies.raw, 0.99), quantile(latencies.library, 0.99));
+    publish(state, quantile(latencies.raw, 0.99), quantile(latencies.facade, 0.99));
 }
 
 void readWhileSubscribed(benchmark::State& state, Setting& setting) {

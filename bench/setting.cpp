@@ -21,6 +21,14 @@ const test_support::PlantServer& Setting::tagServer() {
     return *m_tagServer;
 }
 
+const test_support::PlantServer& Setting::restingServer() {
+    if (!m_restingServer) {
+        m_restingServer.emplace(
+            std::vector<std::string>{"--tags", std::to_string(tagCount()), "--min-sampling", "60000"});
+    }
+    return *m_restingServer;
+}
+
 const IdleClients& Setting::idleClients() {
     using std::chrono::milliseconds;
     if (!m_idleClients) {

@@ -20,10 +20,13 @@ public:
 
     const std::string& url() const { return m_server.url(); }
     pid_t server() const { return m_server.pid(); }
-    /// Servers of their own, started when the first row asks for them: one with secure endpoints, and one
-    /// with tags, of which the first half changes all the time.
+    /// Servers of their own, started when the first row asks for them: one with secure endpoints, one with
+    /// tags, of which the first half changes all the time, and one with as many tags that looks at its items
+    /// once a minute. A look at ten thousand items takes longer than a client needs to add them: at the usual
+    /// interval luck decides into whose time it falls.
     const test_support::PlantServer& securedServer();
     const test_support::PlantServer& tagServer();
+    const test_support::PlantServer& restingServer();
     int tagCount() const { return either(20000, 80); }
     /// `full` in a full run, `smoke` in a smoke run.
     template <typename Value>
@@ -39,6 +42,7 @@ private:
     test_support::PlantServer m_server;
     std::optional<test_support::PlantServer> m_securedServer;
     std::optional<test_support::PlantServer> m_tagServer;
+    std::optional<test_support::PlantServer> m_restingServer;
     std::optional<IdleClients> m_idleClients;
     std::optional<ChangeLatencies> m_changeLatencies;
 };

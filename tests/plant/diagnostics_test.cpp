@@ -8,6 +8,24 @@ using test_support::waitUntil;
 class PlantDiagnostics : public PlantTest {
 protected:
     UA_UInt64 count(const std::string& name) { return client->value<UA_UInt64>(rack("Diagnostics." + name)); }
+
+    static void subscribe(RawClient& other, UA_UInt32& subscription) {
+        const UA_CreateSubscriptionResponse created = UA_Client_Subscriptions_create(
+            other.get(), UA_CreateSubscriptionRequest_default(), nullptr, nullptr, nullptr);
+        ASSERT_EQ(created.responseHeader.serviceResult, UA_STATUSCODE_GOOD);
+        subscription = created.subscriptionId;
+    }
+
+    static void monitorCounter(RawClient& other, UA_UInt32 subscription, double samplingInterval,
+                               UA_MonitoredItemCreateResult& item) {
+        UA_MonitoredItemCreateRequest request = UA_MonitoredItemCreateRequest_default(
+            UA_NODEID_STRING(3, const_cast<char*>("TestRack.Moving.Counter")));
+        request.requestedParameters.samplingInterval = samplingInterval;
+        const auto ignore = [](UA_Client*, UA_UInt32, void*, UA_UInt32, void*, UA_DataValue*) {};
+        item = UA_Client_MonitoredItems_createDataChange(
+            other.get(), subscription, UA_TIMESTAMPSTORETURN_BOTH, request, nullptr, ignore, nullptr);
+        ASSERT_EQ(item.statusCode, UA_STATUSCODE_GOOD);
+    }
 };
 
 TEST_F(PlantDiagnostics, CountsSessionsChannelsAndConnections) {
@@ -32,20 +50,13 @@ TEST_F(PlantDiagnostics, CountsSessionsChannelsAndConnections) {
 TEST_F(PlantDiagnostics, CountsSubscriptionsAndMonitoredItems) {
     start();
     RawClient other(server->url());
-    const UA_CreateSubscriptionResponse subscription = UA_Client_Subscriptions_create(
-        other.get(), UA_CreateSubscriptionRequest_default(), nullptr, nullptr, nullptr);
-    ASSERT_EQ(subscription.responseHeader.serviceResult, UA_STATUSCODE_GOOD);
+    UA_UInt32 subscription = 0;
+    ASSERT_NO_FATAL_FAILURE(subscribe(other, subscription));
     EXPECT_EQ(count("CurrentSubscriptions"), 1U);
-    const UA_MonitoredItemCreateRequest request = UA_MonitoredItemCreateRequest_default(
-        UA_NODEID_STRING(3, const_cast<char*>("TestRack.Moving.Counter")));
-    const auto ignore = [](UA_Client*, UA_UInt32, void*, UA_UInt32, void*, UA_DataValue*) {};
-    const UA_MonitoredItemCreateResult item = UA_Client_MonitoredItems_createDataChange(
-        other.get(), subscription.subscriptionId, UA_TIMESTAMPSTORETURN_BOTH, request, nullptr, ignore,
-        nullptr);
-    ASSERT_EQ(item.statusCode, UA_STATUSCODE_GOOD);
+    UA_MonitoredItemCreateResult item;
+    ASSERT_NO_FATAL_FAILURE(monitorCounter(other, subscription, 100, item));
     EXPECT_EQ(count("MonitoredItems"), 1U);
-    ASSERT_EQ(UA_Client_Subscriptions_deleteSingle(other.get(), subscription.subscriptionId),
-              UA_STATUSCODE_GOOD);
+    ASSERT_EQ(UA_Client_Subscriptions_deleteSingle(other.get(), subscription), UA_STATUSCODE_GOOD);
     EXPECT_EQ(count("CurrentSubscriptions"), 0U);
     EXPECT_EQ(count("MonitoredItems"), 0U);
 }
@@ -53,17 +64,10 @@ TEST_F(PlantDiagnostics, CountsSubscriptionsAndMonitoredItems) {
 TEST_F(PlantDiagnostics, LooksAtAnItemAsSeldomAsItIsTold) {
     start({"--min-sampling", "700"});
     RawClient other(server->url());
-    const UA_CreateSubscriptionResponse subscription = UA_Client_Subscriptions_create(
-        other.get(), UA_CreateSubscriptionRequest_default(), nullptr, nullptr, nullptr);
-    ASSERT_EQ(subscription.responseHeader.serviceResult, UA_STATUSCODE_GOOD);
-    UA_MonitoredItemCreateRequest request = UA_MonitoredItemCreateRequest_default(
-        UA_NODEID_STRING(3, const_cast<char*>("TestRack.Moving.Counter")));
-    request.requestedParameters.samplingInterval = 100;
-    const auto ignore = [](UA_Client*, UA_UInt32, void*, UA_UInt32, void*, UA_DataValue*) {};
-    const UA_MonitoredItemCreateResult item = UA_Client_MonitoredItems_createDataChange(
-        other.get(), subscription.subscriptionId, UA_TIMESTAMPSTORETURN_BOTH, request, nullptr, ignore,
-        nullptr);
-    ASSERT_EQ(item.statusCode, UA_STATUSCODE_GOOD);
+    UA_UInt32 subscription = 0;
+    ASSERT_NO_FATAL_FAILURE(subscribe(other, subscription));
+    UA_MonitoredItemCreateResult item;
+    ASSERT_NO_FATAL_FAILURE(monitorCounter(other, subscription, 100, item));
     EXPECT_EQ(item.revisedSamplingInterval, 700);
 }
 
