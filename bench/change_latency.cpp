@@ -60,11 +60,11 @@ ChangeLatencies measureChangeLatencies(const std::string& url, int writes) {
     RawClient writer(url);
     writer.writeScalar(0);
     ArrivalSink rawSink;
-    ArrivalSink librarySink;
+    ArrivalSink facadeSink;
     RawItems raw(url, cycleMilliseconds, rawSink);
-    FacadeItems library(url, cycleMilliseconds, librarySink);
+    FacadeItems facade(url, cycleMilliseconds, facadeSink);
     raw.add(ids.ids());
-    library.add(records);
+    facade.add(records);
     const RawDriver driver(raw.client());
     std::mt19937 generator; // NOLINT(cert-msc32-c,cert-msc51-cpp): the same pauses in every run
     std::uniform_int_distribution<int> pause(0, cycleMilliseconds * 1000);
@@ -74,7 +74,7 @@ ChangeLatencies measureChangeLatencies(const std::string& url, int writes) {
         const Clock::time_point written = Clock::now();
         writer.writeScalar(i);
         latencies.raw.push_back(seconds(rawSink.arrivalOf(i) - written));
-        latencies.library.push_back(seconds(librarySink.arrivalOf(i) - written));
+        latencies.facade.push_back(seconds(facadeSink.arrivalOf(i) - written));
     }
     return latencies;
 }

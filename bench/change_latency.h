@@ -8,7 +8,7 @@ namespace bench {
 /// Seconds from a write on the server to the application's callback, of the same writes for both sides.
 struct ChangeLatencies {
     std::vector<double> raw;
-    std::vector<double> library;
+    std::vector<double> facade;
 };
 
 /// Most of a latency is the wait for the server's next sampling, every 100 ms. So the two subscriptions are

@@ -12,12 +12,13 @@ namespace bench {
 /// One short stretch of work on one side; returns what it cost: seconds a call, or bytes.
 using Block = std::function<double()>;
 
-/// The sides of a row. The baseline may be missing where there is nothing to compare with; the layer between
-/// the two is there where it tells where the time goes.
+/// The sides of a row; the facade is the library as an application calls it. The baseline may be missing
+/// where there is nothing to compare with; the layer between the two is there where it tells where the time
+/// goes.
 struct Sides {
     Block baseline;
     Block layer;
-    Block library;
+    Block facade;
 };
 
 /// A machine's pace changes from one moment to the next, so the sides take turns in short blocks, every round

@@ -18,12 +18,12 @@ void connectAndDisconnect(benchmark::State& state, Setting& setting) {
 
 void idleMemory(benchmark::State& state, Setting& setting) {
     const IdleClients& idle = setting.idleClients();
-    publish(state, idle.raw.bytes, idle.library.bytes);
+    publish(state, idle.raw.bytes, idle.facade.bytes);
 }
 
 void idleCpuTime(benchmark::State& state, Setting& setting) {
     const IdleClients& idle = setting.idleClients();
-    publish(state, idle.raw.cpuSecondsPerMinute, idle.library.cpuSecondsPerMinute);
+    publish(state, idle.raw.cpuSecondsPerMinute, idle.facade.cpuSecondsPerMinute);
 }
 
 } // namespace bench

@@ -14,7 +14,7 @@ struct IdleCost {
 
 struct IdleClients {
     IdleCost raw;
-    IdleCost library;
+    IdleCost facade;
 };
 
 /// Measures in processes of their own, both kinds at the same time.

@@ -71,7 +71,7 @@ void Connection::throwIfLost(int resultCode) {
         return;
     Problem problem = problemFor(connectionLost, m_client);
     problem.resultCode = resultCode;
-    problem.libraryMessage = m_lastProblem.libraryMessage;
+    problem.storedMessage = m_lastProblem.storedMessage;
     throw Failure(ExitCode::NoConnection, std::move(problem));
 }
 

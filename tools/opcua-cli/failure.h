@@ -11,9 +11,9 @@ namespace opcua_cli {
 /// What went wrong, in words for the user.
 struct Problem {
     std::string explanation{};
-    std::string advice{};         ///< what to try next; empty when there is nothing to say
-    int resultCode = 0;           ///< the library's; 0 when it was not the library that refused
-    std::string libraryMessage{}; ///< the library's own text; empty when it stores none for the code
+    std::string advice{};        ///< what to try next; empty when there is nothing to say
+    int resultCode = 0;          ///< the library's; 0 when it was not the library that refused
+    std::string storedMessage{}; ///< the library's own text; empty when it stores none for the code
 };
 
 /// Ends a command.

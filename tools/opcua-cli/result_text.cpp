@@ -70,7 +70,7 @@ constexpr std::array<ResultText, 23> resultTexts{{
     {29, true, "an argument was refused", "please report this: the command should have noticed it"},
 }};
 
-std::string storedMessage(COpcUaClientInterface& client) {
+std::string messageStoredIn(COpcUaClientInterface& client) {
     std::array<char, 256> buffer{};
     client.GetErrorMsg(buffer.data(), static_cast<int>(buffer.size() - 1));
     return buffer.data();
@@ -90,7 +90,7 @@ Problem problemFor(int resultCode, COpcUaClientInterface& client) {
     problem.explanation = text->explanation;
     problem.advice = text->advice;
     if (text->hasMessage)
-        problem.libraryMessage = storedMessage(client);
+        problem.storedMessage = messageStoredIn(client);
     return problem;
 }
 

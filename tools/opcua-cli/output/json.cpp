@@ -4,7 +4,7 @@ namespace opcua_cli {
 
 Json toJson(const Problem& problem) {
     return {{"code", problem.resultCode == 0 ? Json(nullptr) : Json(problem.resultCode)},
-            {"message", problem.libraryMessage.empty() ? Json(nullptr) : Json(problem.libraryMessage)},
+            {"message", problem.storedMessage.empty() ? Json(nullptr) : Json(problem.storedMessage)},
             {"explanation", problem.explanation},
             {"advice", problem.advice}};
 }

@@ -58,7 +58,7 @@ void reportProblem(const Problem& problem) {
                        printable(problem.explanation) + "\n";
     if (problem.resultCode != 0)
         text += "  library: result " + std::to_string(problem.resultCode) +
-                (problem.libraryMessage.empty() ? "" : ", " + printable(problem.libraryMessage)) + "\n";
+                (problem.storedMessage.empty() ? "" : ", " + printable(problem.storedMessage)) + "\n";
     if (!problem.advice.empty())
         text += "  try: " + printable(problem.advice) + "\n";
     std::fputs(text.c_str(), stderr);
