@@ -68,6 +68,17 @@ double libraryItemBytes(const std::string& url, const std::vector<Tag>& nodes) {
     return (heapBytes() - before) / static_cast<double>(nodes.size());
 }
 
+void changeCpuTime(benchmark::State& state, Setting& setting, Placement placement) {
+    const Placed placed(placement, setting.tagServer().pid());
+    const auto costOf = [&](auto run) {
+        return [run, url = setting.tagServer().url(), items = setting.tagCount() / 2,
+                intervals = setting.either(4, 1)] {
+            return run(url, items, intervals, tagChangeInterval).cpuSecondsPerValue;
+        };
+    };
+    compare(state, {costOf(&rawChangeRun), nullptr, costOf(&libraryChangeRun)});
+}
+
 } // namespace
 
 void addItems(benchmark::State& state, Setting& setting) {
@@ -96,14 +107,12 @@ void changesDelivered(benchmark::State& state, Setting& setting) {
     publish(state, run.made, run.delivered);
 }
 
-void changeCpuTime(benchmark::State& state, Setting& setting) {
-    const auto costOf = [&](auto run) {
-        return [run, url = setting.tagServer().url(), items = setting.tagCount() / 2,
-                intervals = setting.either(4, 1)] {
-            return run(url, items, intervals, tagChangeInterval).cpuSecondsPerValue;
-        };
-    };
-    compare(state, {costOf(&rawChangeRun), nullptr, costOf(&libraryChangeRun)});
+void changeCpuTimeTwoCpus(benchmark::State& state, Setting& setting) {
+    changeCpuTime(state, setting, Placement::TwoCpus);
+}
+
+void changeCpuTimeFree(benchmark::State& state, Setting& setting) {
+    changeCpuTime(state, setting, Placement::Free);
 }
 
 void changeLatencyMedian(benchmark::State& state, Setting& setting) {

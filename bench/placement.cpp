@@ -1,8 +1,12 @@
 #include "placement.h"
 
 #include <pthread.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
@@ -70,9 +74,9 @@ Placed::Placed(Placement placement, pid_t server) : m_server(server), m_before(a
 }
 
 Placed::~Placed() {
-    m_stop = true;
-    for (std::thread& spinner : m_spinners) {
-        spinner.join();
+    for (const pid_t spinner : m_spinners) {
+        kill(spinner, SIGKILL);
+        waitpid(spinner, nullptr, 0);
     }
     try {
         pin(0, m_before);
@@ -83,16 +87,27 @@ Placed::~Placed() {
     }
 }
 
+/// In a process of its own, so that its CPU time is not taken for the client's.
 void Placed::keepAwake(int cpu) {
-    m_spinners.emplace_back([this, cpu] {
-        pin(0, only(cpu));
-        const sched_param priority{};
-        if (sched_setscheduler(0, SCHED_IDLE, &priority) != 0) {
-            return; // at any other priority it would disturb what it is there to help
-        }
-        while (!m_stop) {
-        }
-    });
+    const pid_t parent = getpid();
+    const pid_t spinner = fork();
+    if (spinner < 0) {
+        throw std::system_error(errno, std::generic_category(), "fork");
+    }
+    if (spinner > 0) {
+        m_spinners.push_back(spinner);
+        return;
+    }
+    const cpu_set_t cpus = only(cpu);
+    const sched_param idle{};
+    // At any other priority it would disturb what it is there to help.
+    if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || getppid() != parent ||
+        sched_setaffinity(0, sizeof cpus, &cpus) != 0 || sched_setscheduler(0, SCHED_IDLE, &idle) != 0) {
+        _exit(1);
+    }
+    for (volatile bool spin = true; spin;) {
+    }
+    _exit(0);
 }
 
 } // namespace bench

@@ -3,8 +3,6 @@
 #include <sched.h>
 #include <sys/types.h>
 
-#include <atomic>
-#include <thread>
 #include <vector>
 
 namespace bench {
@@ -18,7 +16,7 @@ enum class Placement {
 /// Where client and server run decides more than what the client does, so it is settled for both sides alike.
 ///
 /// Places the calling thread, the threads that it starts from now on, and the server's. The CPUs of a pinned
-/// placement are kept awake by a thread of idle priority: waking a halted one costs more than a call.
+/// placement are kept awake by a process of idle priority: waking a halted one costs more than a call.
 class Placed {
 public:
     /// Throws when the machine has too few CPUs.
@@ -32,8 +30,7 @@ private:
 
     pid_t m_server;
     cpu_set_t m_before{};
-    std::atomic<bool> m_stop{false};
-    std::vector<std::thread> m_spinners;
+    std::vector<pid_t> m_spinners;
 };
 
 /// CPUs that this process may use.
