@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <atomic>
 #include <csignal>
@@ -57,6 +58,15 @@ public:
         return counts[clientHandle];
     }
 
+    int deliveries() {
+        const std::lock_guard<std::mutex> lock(mutex);
+        int sum = 0;
+        for (const auto& thread : threads) {
+            sum += thread.second;
+        }
+        return sum;
+    }
+
     std::mutex mutex;
     std::condition_variable changed;
     std::map<OpcUa_UInt32, int> counts;
@@ -64,6 +74,13 @@ public:
     std::vector<OpcUa_StatusCode> ends;
     std::function<void()> onDelivery;
 };
+
+/// How often a thread of this process went to sleep.
+long voluntarySleeps() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_nvcsw;
+}
 
 class SubscriptionTest : public SessionTest {
 protected:
@@ -167,6 +184,29 @@ TEST_F(SubscriptionTest, DeliversOnTheSdkThreadWhileTheApplicationReads) {
     }
     EXPECT_EQ(changes.threads.size(), 1U);
     EXPECT_EQ(changes.threads.begin()->first, recorder.threads().front());
+}
+
+TEST_F(SubscriptionTest, AfterABurstOfCallsEachChangeIsDeliveredWhenItArrives) {
+    ASSERT_TRUE(connect().isGood());
+    ASSERT_TRUE(createSubscription().isGood());
+    ASSERT_NE(monitor(currentTime, 1), 0U);
+    ASSERT_TRUE(changes.waitForCount(1, 1));
+    constexpr int bursts = 10;
+    const int before = changes.count(1);
+    const int deliveriesBefore = changes.deliveries();
+    long sleeps = 0;
+    for (int burst = 0; burst < bursts; ++burst) {
+        for (int i = 0; i < 50; ++i) {
+            ASSERT_TRUE(readServerState().isGood());
+        }
+        const long sleepsBefore = voluntarySleeps();
+        ASSERT_TRUE(changes.waitForCount(1, changes.count(1) + 2));
+        sleeps += voluntarySleeps() - sleepsBefore;
+    }
+    // A socket that nobody watched would be looked at once a second, when ten changes have come.
+    EXPECT_LT(changes.count(1) - before, 2 * (changes.deliveries() - deliveriesBefore));
+    // A thread that went on to look every few milliseconds would sleep a thousand times.
+    EXPECT_LT(sleeps, 300);
 }
 
 TEST_F(SubscriptionTest, DeletedItemsFallSilent) {

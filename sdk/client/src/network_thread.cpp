@@ -14,6 +14,12 @@ namespace {
 /// While a caller is in the loop it serves socket and timers itself; this is how soon the thread looks again.
 constexpr int retryInterval = 20;
 
+/// Calls are a burst when so many have followed each other with less than this between them. While it lasts
+/// the thread looks at the socket every now and then.
+constexpr int callsOfABurst = 8;
+constexpr std::chrono::milliseconds pauseThatEndsABurst(1);
+constexpr int lookInterval = 2;
+
 } // namespace
 
 epoll_event NetworkThread::eventFor(int socket, Interest interest) {
@@ -95,7 +101,7 @@ void NetworkThread::run() {
     while (!m_stop) {
         wait(timeout);
         const std::unique_lock<std::mutex> owner(m_loop, std::try_to_lock);
-        timeout = owner.owns_lock() ? serveEngine() : retryInterval;
+        timeout = owner.owns_lock() ? serveEngine() : m_burst ? lookInterval : retryInterval;
     }
 }
 
@@ -119,25 +125,43 @@ int NetworkThread::serveEngine() {
     if (m_watched < 0) {
         return -1;
     }
+    if (m_burst && std::chrono::steady_clock::now() - m_lastCall < pauseThatEndsABurst) {
+        return lookInterval;
+    }
+    m_burst = false;
     setInterest(m_expectNotifications ? Interest::EndAndData : Interest::End);
     return m_engine.untilNextTimer();
 }
 
+/// Counts the call that is ending.
+bool NetworkThread::isInBurst() {
+    const auto now = std::chrono::steady_clock::now();
+    m_callsInARow = now - m_lastCall < pauseThatEndsABurst ? m_callsInARow + 1 : 0;
+    m_lastCall = now;
+    return m_callsInARow >= callsOfABurst;
+}
+
 NetworkThread::LoopOwner::LoopOwner(NetworkThread& thread) : m_thread(thread) {
     m_thread.m_loop.lock();
-    if (m_thread.m_expectNotifications) {
+    if (m_thread.m_expectNotifications && !m_thread.m_burst) {
         m_thread.setInterest(Interest::Nothing);
     }
 }
 
 NetworkThread::LoopOwner::~LoopOwner() {
     m_thread.m_atRest();
+    bool needsThread = m_thread.m_engine.hasDelayedWork();
     if (m_thread.m_expectNotifications) {
-        m_thread.setInterest(Interest::EndAndData);
+        const bool wasBurst = m_thread.m_burst;
+        m_thread.m_burst = m_thread.isInBurst();
+        if (!m_thread.m_burst) {
+            m_thread.setInterest(Interest::EndAndData);
+        } else if (!wasBurst) {
+            needsThread = true; // it must wait by the clock from now on
+        }
     }
-    const bool leftWork = m_thread.m_engine.hasDelayedWork();
     m_thread.m_loop.unlock();
-    if (leftWork) {
+    if (needsThread) {
         m_thread.wake();
     }
 }

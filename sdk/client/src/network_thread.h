@@ -3,6 +3,7 @@
 #include <sys/epoll.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -20,7 +21,8 @@ namespace UaClientSdk {
 /// Waking two threads for one answer would cost a caller more than the call itself. So the waiting thread
 /// does not look at incoming data at all while nothing but answers can come (only at the connection's end;
 /// whatever else arrives waits for the next timer, a second at most), and otherwise not while a caller is in
-/// the loop.
+/// the loop. Telling the kernel so costs each call a little; in a burst of calls the thread therefore does
+/// not look at the socket from one call to the next either, and sees by the clock when the burst is over.
 class NetworkThread {
 public:
     /// `atRest` runs inside the loop whenever an owner is about to leave it.
@@ -57,6 +59,7 @@ private:
     int serveEngine();
     static epoll_event eventFor(int socket, Interest interest);
     void setInterest(Interest interest);
+    bool isInBurst();
     void wake();
 
     EngineClient& m_engine;
@@ -64,12 +67,15 @@ private:
     std::mutex m_loop;
     std::thread m_thread;
     std::atomic<bool> m_stop{false};
+    std::atomic<bool> m_burst{false}; ///< callers leave the socket to this thread
     int m_epoll = -1;
     int m_event = -1;
 
     // Guarded by m_loop.
     int m_watched = -1;
     bool m_expectNotifications = false;
+    int m_callsInARow = 0;
+    std::chrono::steady_clock::time_point m_lastCall;
 };
 
 } // namespace UaClientSdk
