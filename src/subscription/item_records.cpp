@@ -45,6 +45,13 @@ std::unique_ptr<OpcUaNode> copyOf(const OpcUaNode& node) {
 
 } // namespace
 
+void CCallback::expectMonitoredItems(std::size_t count) {
+    const std::size_t size = m_targets.size() + count;
+    if (size > m_targets.capacity()) {
+        m_targets.reserve(std::max(size, 2 * m_targets.capacity()));
+    }
+}
+
 void CCallback::keepMonitoredItem(unsigned long monitoredItemId, unsigned long clientHandle,
                                   const OpcUaNode& node, const _ArrayType& selection) {
     m_targets.resize(std::max<std::size_t>(m_targets.size(), clientHandle + 1));

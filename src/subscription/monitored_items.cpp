@@ -115,6 +115,7 @@ int COpcUaClient::OpcUaAddMultiMonitNode(OpcUaNode* nodes, int count) {
             for (int left = count; left > 0; left -= batchSize) {
                 addBatch(subscription, nodes + (count - left), left, items);
             }
+            m_callback->expectMonitoredItems(items.created.size());
             // Behind the last call: our records between the engine's items would strew those over so many
             // pages that finding one for each change takes twice the time.
             for (const NewItems::Item& item : items.created) {
