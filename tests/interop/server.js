@@ -6,6 +6,9 @@
 // connect, and runs until SIGTERM.
 
 const crypto = require("node:crypto");
+// Node 18, which Debian 12 carries, has it in the module alone; node-opcua wants it globally.
+globalThis.crypto ??= crypto.webcrypto;
+
 const fs = require("node:fs");
 const net = require("node:net");
 const path = require("node:path");
