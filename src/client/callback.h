@@ -38,8 +38,8 @@ public:
 
     using MonitoredItems = std::map<unsigned long, _monitItemMsg>;
 
-    /// Makes room for the details of so many more items at once.
-    OPCUACLIENT_LOCAL void expectMonitoredItems(std::size_t count);
+    /// Makes room at once for items up to this client handle.
+    OPCUACLIENT_LOCAL void expectMonitoredItems(unsigned long highestClientHandle);
     /// Adds the record of an item with a copy of its node. Replaces the one that has the client handle.
     OPCUACLIENT_LOCAL void keepMonitoredItem(unsigned long monitoredItemId, unsigned long clientHandle,
                                              const OpcUaNode& node, const _ArrayType& selection);

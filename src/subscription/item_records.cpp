@@ -45,10 +45,9 @@ std::unique_ptr<OpcUaNode> copyOf(const OpcUaNode& node) {
 
 } // namespace
 
-void CCallback::expectMonitoredItems(std::size_t count) {
-    const std::size_t size = m_targets.size() + count;
-    if (size > m_targets.capacity()) {
-        m_targets.reserve(std::max(size, 2 * m_targets.capacity()));
+void CCallback::expectMonitoredItems(unsigned long highestClientHandle) {
+    if (highestClientHandle >= m_targets.capacity()) {
+        m_targets.reserve(std::max<std::size_t>(highestClientHandle + 1, 2 * m_targets.capacity()));
     }
 }
 

@@ -4,6 +4,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <system_error>
@@ -14,10 +15,10 @@ namespace {
 /// While a caller is in the loop it serves socket and timers itself; this is how soon the thread looks again.
 constexpr int retryInterval = 20;
 
-/// Calls are a burst when so many have followed each other with less than this between them. While it lasts
-/// the thread looks at the socket every now and then.
+/// Calls are a burst when so many have ended within so short a time of each other. While it lasts the thread
+/// serves the engine every now and then.
 constexpr int callsOfABurst = 8;
-constexpr std::chrono::milliseconds pauseThatEndsABurst(1);
+constexpr std::chrono::milliseconds timeThatEndsABurst(1);
 constexpr int lookInterval = 2;
 
 } // namespace
@@ -82,6 +83,10 @@ void NetworkThread::watch(int socket) {
 
 void NetworkThread::expectNotifications(bool expected) {
     m_expectNotifications = expected;
+    if (!expected) {
+        m_burst = false;
+        setInterest(Interest::End);
+    }
 }
 
 void NetworkThread::setInterest(Interest interest) {
@@ -118,6 +123,7 @@ void NetworkThread::wait(int timeout) {
 
 /// Returns the milliseconds until the engine needs this thread again, -1 when the connection is gone.
 int NetworkThread::serveEngine() {
+    const bool isBurst = m_burst && std::chrono::steady_clock::now() - m_lastCall < timeThatEndsABurst;
     do {
         m_engine.iterate();
     } while (m_engine.hasDelayedWork());
@@ -125,10 +131,10 @@ int NetworkThread::serveEngine() {
     if (m_watched < 0) {
         return -1;
     }
-    if (m_burst && std::chrono::steady_clock::now() - m_lastCall < pauseThatEndsABurst) {
+    m_burst = isBurst;
+    if (isBurst) {
         return lookInterval;
     }
-    m_burst = false;
     setInterest(m_expectNotifications ? Interest::EndAndData : Interest::End);
     return m_engine.untilNextTimer();
 }
@@ -136,9 +142,10 @@ int NetworkThread::serveEngine() {
 /// Counts the call that is ending.
 bool NetworkThread::isInBurst() {
     const auto now = std::chrono::steady_clock::now();
-    m_callsInARow = now - m_lastCall < pauseThatEndsABurst ? m_callsInARow + 1 : 0;
+    const bool follows = now - m_lastCall < timeThatEndsABurst;
+    m_callsInARow = follows ? std::min(m_callsInARow + 1, callsOfABurst) : 0;
     m_lastCall = now;
-    return m_callsInARow >= callsOfABurst;
+    return m_callsInARow == callsOfABurst;
 }
 
 NetworkThread::LoopOwner::LoopOwner(NetworkThread& thread) : m_thread(thread) {

@@ -22,7 +22,7 @@ namespace UaClientSdk {
 /// does not look at incoming data at all while nothing but answers can come (only at the connection's end;
 /// whatever else arrives waits for the next timer, a second at most), and otherwise not while a caller is in
 /// the loop. Telling the kernel so costs each call a little; in a burst of calls the thread therefore does
-/// not look at the socket from one call to the next either, and sees by the clock when the burst is over.
+/// not wait for the socket from one call to the next either, and sees by the clock when the burst is over.
 class NetworkThread {
 public:
     /// `atRest` runs inside the loop whenever an owner is about to leave it.
