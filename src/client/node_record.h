@@ -3,6 +3,8 @@
 #include "OpcUaTypes.h"
 #include "client/text_field.h"
 #include "uabase/node_id.h"
+#include "uabase/status.h"
+#include "uabase/trace.h"
 
 // What an operation needs of the records that the application hands it.
 
@@ -10,6 +12,14 @@
 /// as it is.
 inline UaNodeId idOf(const OpcUaNode& node) {
     return UaNodeId::borrow(fieldText(node.nodeId));
+}
+
+/// Tells in the trace what the result code can't: why the server does not do it ("read", "written") to a
+/// node.
+inline void traceRefusal(const char* area, const OpcUaNode& node, const char* what, UaStatus status) {
+    const std::string_view id = fieldText(node.nodeId);
+    UaTrace::write(UaTrace::Warnings, area, "%.*s is not %s: %s", static_cast<int>(id.size()), id.data(),
+                   what, status.name());
 }
 
 /// The records of a large panel are in no cache. A batch fetches those of the next one while it is made.

@@ -3,10 +3,8 @@
 
 #include "client/node_record.h"
 #include "client/session_lock.h"
-#include "client/text_field.h"
 #include "subscription/monitored_items_lock.h"
 #include "subscription/selection.h"
-#include "uabase/trace.h"
 #include "values/value_service.h"
 
 using namespace UaClientSdk;
@@ -31,9 +29,7 @@ void describeItem(OpcUa_MonitoredItemCreateRequest& request, const UaNodeId& id,
 }
 
 void traceRefused(const OpcUaNode& node, UaStatus status) {
-    const std::string_view id = fieldText(node.nodeId);
-    UaTrace::write(UaTrace::Warnings, "subscription", "%.*s is not monitored: %s",
-                   static_cast<int>(id.size()), id.data(), status.name());
+    traceRefusal("subscription", node, "monitored", status);
 }
 
 UaStatus createItems(UaSubscription& subscription, const UaMonitoredItemCreateRequests& requests,
@@ -56,6 +52,14 @@ struct COpcUaClient::NewItems {
     UaNodeId ids[batchSize]; ///< of one call, like the requests
     UaMonitoredItemCreateRequests requests;
     std::vector<Item> created; ///< by all calls
+
+    unsigned long highestClientHandle() const {
+        unsigned long highest = 0;
+        for (const Item& item : created) {
+            highest = std::max(highest, item.clientHandle);
+        }
+        return highest;
+    }
 };
 
 int COpcUaClient::OpcUaAddMonitNode(OpcUaNode* node, unsigned long* index, int count) {
@@ -115,7 +119,7 @@ int COpcUaClient::OpcUaAddMultiMonitNode(OpcUaNode* nodes, int count) {
             for (int left = count; left > 0; left -= batchSize) {
                 addBatch(subscription, nodes + (count - left), left, items);
             }
-            m_callback->expectMonitoredItems(items.created.size());
+            m_callback->expectMonitoredItems(items.highestClientHandle());
             // Behind the last call: our records between the engine's items would strew those over so many
             // pages that finding one for each change takes twice the time.
             for (const NewItems::Item& item : items.created) {

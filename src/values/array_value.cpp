@@ -1,6 +1,5 @@
 #include <utility>
 
-#include "client/node_record.h"
 #include "client/session_lock.h"
 #include "values/element_position.h"
 #include "values/value_buffer.h"
@@ -26,10 +25,9 @@ int COpcUaClient::OpcUaGetArrayValue(OpcUaNode* node, unsigned long* index, int 
         return fail(result::invalidArgument);
     }
     return withSession([&](UaSession& session) {
-        const UaNodeId id = idOf(*node);
         UaVariant value;
         unsigned int position = 0;
-        const bool stored = readGoodValue(session, id, value) &&
+        const bool stored = readGoodValue(session, *node, value) &&
                             findPosition(value, index, count, position) &&
                             storeElement(std::move(value), position, node->dataType, buffer, size);
         return stored ? result::success : fail(result::readFailed);
@@ -42,12 +40,11 @@ int COpcUaClient::OpcUaSetArrayValue(OpcUaNode* node, unsigned long* index, int 
         return fail(result::invalidArgument);
     }
     return withSession([&](UaSession& session) {
-        const UaNodeId id = idOf(*node);
         UaVariant value;
         unsigned int position = 0;
         const bool written =
-            readGoodValue(session, id, value) && findPosition(value, index, count, position) &&
-            takeElement(value, position, node->dataType, buffer, size) && writeValue(session, id, value);
+            readGoodValue(session, *node, value) && findPosition(value, index, count, position) &&
+            takeElement(value, position, node->dataType, buffer, size) && writeValue(session, *node, value);
         return written ? result::success : fail(result::writeFailed);
     });
 }

@@ -108,6 +108,7 @@ void COpcUaClient::serve(UaClientSdk::UaSession& session, Batch<OpcUa_ReadNode>&
         OpcUaNode& node = *nodes[i].node;
         const OpcUa_DataValue& answer = answers[static_cast<OpcUa_UInt32>(i)];
         if (OpcUa_IsNotGood(answer.status)) {
+            traceNotRead(node, answer.status);
             node.result = fail(result::readFailed);
             continue;
         }
@@ -137,9 +138,13 @@ void COpcUaClient::serve(UaClientSdk::UaSession& session, Batch<OpcUa_WriteNode>
         return;
     }
     for (int i = 0; i < count; ++i) {
-        nodes[i].node->result = OpcUa_IsNotGood(answers[static_cast<OpcUa_UInt32>(i)])
-                                    ? fail(result::writeFailed)
-                                    : result::success;
+        OpcUaNode& node = *nodes[i].node;
+        node.result = result::success;
+        const UaStatus written = answers[static_cast<OpcUa_UInt32>(i)];
+        if (written.isNotGood()) {
+            traceNotWritten(node, written);
+            node.result = fail(result::writeFailed);
+        }
     }
 }
 

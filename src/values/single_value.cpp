@@ -1,4 +1,3 @@
-#include "client/node_record.h"
 #include "client/session_lock.h"
 #include "values/value_buffer.h"
 #include "values/value_service.h"
@@ -10,9 +9,8 @@ int COpcUaClient::OpcUaGetValue(OpcUaNode* node, void* buffer, int& size) {
         return fail(result::invalidArgument);
     }
     return withSession([&](UaSession& session) {
-        const UaNodeId id = idOf(*node);
         UaVariant value;
-        if (!readGoodValue(session, id, value)) {
+        if (!readGoodValue(session, *node, value)) {
             return fail(result::readFailed);
         }
         storeValue(value, node->dataType, buffer, size);
@@ -25,9 +23,8 @@ int COpcUaClient::OpcUaSetValue(OpcUaNode* node, const void* buffer, int& size) 
         return fail(result::invalidArgument);
     }
     return withSession([&](UaSession& session) {
-        const UaNodeId id = idOf(*node);
         UaVariant value;
         takeValue(value, node->dataType, buffer, size);
-        return writeValue(session, id, value) ? result::success : fail(result::writeFailed);
+        return writeValue(session, *node, value) ? result::success : fail(result::writeFailed);
     });
 }

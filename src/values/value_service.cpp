@@ -1,6 +1,7 @@
 #include "values/value_service.h"
 
 #include "client/call_settings.h"
+#include "client/node_record.h"
 #include "uaclient/session.h"
 
 void lendValue(OpcUa_WriteValue& element, const UaVariant& value) {
@@ -23,13 +24,18 @@ UaStatus readValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaDataVa
     return readValues(session, nodes, values);
 }
 
-bool readGoodValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaVariant& value) {
+bool readGoodValue(UaClientSdk::UaSession& session, const OpcUaNode& node, UaVariant& value) {
     UaDataValues values;
-    if (readValue(session, id, values).isBad()) {
-        return false;
+    UaStatus status = readValue(session, idOf(node), values);
+    if (!status.isBad()) {
+        value.attach(values[0].value);
+        status = values[0].status;
+        if (!status.isNotGood()) {
+            return true;
+        }
     }
-    value.attach(values[0].value);
-    return !OpcUa_IsNotGood(values[0].status);
+    traceNotRead(node, status);
+    return false;
 }
 
 UaStatus writeValues(UaClientSdk::UaSession& session, const UaWriteValues& values,
@@ -40,11 +46,28 @@ UaStatus writeValues(UaClientSdk::UaSession& session, const UaWriteValues& value
     return complete(status, values, results);
 }
 
-bool writeValue(UaClientSdk::UaSession& session, const UaNodeId& id, const UaVariant& value) {
+bool writeValue(UaClientSdk::UaSession& session, const OpcUaNode& node, const UaVariant& value) {
+    const UaNodeId id = idOf(node);
     UaWriteValues values;
     values.createViews(1);
     nameValue(values[0], id);
     lendValue(values[0], value);
     UaStatusCodeArray results;
-    return !writeValues(session, values, results).isBad() && !OpcUa_IsNotGood(results[0]);
+    UaStatus status = writeValues(session, values, results);
+    if (!status.isBad()) {
+        status = results[0];
+        if (!status.isNotGood()) {
+            return true;
+        }
+    }
+    traceNotWritten(node, status);
+    return false;
+}
+
+void traceNotRead(const OpcUaNode& node, UaStatus status) {
+    traceRefusal("values", node, "read", status);
+}
+
+void traceNotWritten(const OpcUaNode& node, UaStatus status) {
+    traceRefusal("values", node, "written", status);
 }

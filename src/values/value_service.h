@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OpcUaTypes.h"
 #include "uabase/arrays.h"
 #include "uabase/node_id.h"
 #include "uabase/status.h"
@@ -34,10 +35,16 @@ void lendValue(OpcUa_WriteValue& element, const UaVariant& value);
 UaStatus readValues(UaClientSdk::UaSession& session, const UaReadValueIds& nodes, UaDataValues& values);
 UaStatus readValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaDataValues& values);
 /// False when the service failed or the value's status is Bad or Uncertain.
-bool readGoodValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaVariant& value);
+/// The trace tells which.
+bool readGoodValue(UaClientSdk::UaSession& session, const OpcUaNode& node, UaVariant& value);
 
 /// Not bad: there is a status for every value sent.
 UaStatus writeValues(UaClientSdk::UaSession& session, const UaWriteValues& values,
                      UaStatusCodeArray& results);
 /// False when the service failed or the node's status is Bad or Uncertain.
-bool writeValue(UaClientSdk::UaSession& session, const UaNodeId& id, const UaVariant& value);
+/// The trace tells which.
+bool writeValue(UaClientSdk::UaSession& session, const OpcUaNode& node, const UaVariant& value);
+
+/// For the trace, of a node that is one of many.
+void traceNotRead(const OpcUaNode& node, UaStatus status);
+void traceNotWritten(const OpcUaNode& node, UaStatus status);
