@@ -140,8 +140,10 @@ private:
             show("no connection, result " + std::to_string(code));
             return false;
         }
-        std::vector<OpcUaNode> variables = variablesOfFolder();
-        code = m_client.OpcUaCreateSubScription(250);
+        std::vector<OpcUaNode> variables;
+        code = findVariables(variables);
+        if (code == 0)
+            code = m_client.OpcUaCreateSubScription(250);
         if (code == 0 && !variables.empty())
             code = m_client.OpcUaAddMultiMonitNode(variables.data(), static_cast<int>(variables.size()));
         if (code != 0 || variables.empty()) {
@@ -157,21 +159,21 @@ private:
     }
 
     /// The first browse begins the client's tree with the folder; later ones read the tree's root again.
-    std::vector<OpcUaNode> variablesOfFolder() {
+    int findVariables(std::vector<OpcUaNode>& variables) {
         const int variable = 2;
         OpcUaNode folder{};
         m_folder.copy(folder.nodeId, sizeof folder.nodeId - 1);
         OpcUaNode* const root = m_client.OpcUaReadRootNode();
-        std::vector<OpcUaNode> variables;
-        if (m_client.OpcUaBrowse(root != nullptr ? root : &folder) != 0)
-            return variables;
+        const int code = m_client.OpcUaBrowse(root != nullptr ? root : &folder);
+        if (code != 0)
+            return code;
         for (const OpcUaNode* node = m_client.OpcUaReadRootNode()->child; node != nullptr;
              node = node->next) {
             const bool scalar = node->arrayInfo.kind == 0 && node->dataType != OpcUaDataType_Null;
             if (node->nodeClass == variable && scalar)
                 variables.push_back(*node);
         }
-        return variables;
+        return code;
     }
 
     _OpcUaClientConfig m_server;
