@@ -19,14 +19,15 @@
 /// Results
 /// -------
 /// Operations return 0 for success or one of these codes. Most failures leave a message, a fixed UTF-8
-/// text, which GetErrorMsg() copies out; success leaves the message of the last failure in place.
+/// text in Chinese, which GetErrorMsg() copies out; success leaves the message of the last failure in place.
 ///
 ///     code  message                               meaning
 ///      1  连接服务器失败                        the server could not be connected
 ///      2  断开连接失败                          the disconnect failed
 ///      3  服务器未连接                          no session, or its connection is lost
 ///      4  浏览服务器出错                        browsing failed
-///      5  组合节点ID错误                        no NodeId could be made of the record
+///      5  组合节点ID错误                        no NodeId could be made of the record: not returned at
+///                                              present, what is no NodeId fails as an unknown node does
 ///      6  浏览服务器出错，没有预存的节点信息    the record is not in the browse tree
 ///      7  读节点值出错                          reading failed
 ///      8  写节点值出错                          writing failed
@@ -54,7 +55,8 @@
 /// A message without a code: "读数据类型失败", left by a successful browse for a node without a readable
 /// value.
 ///
-/// Why a connection failed or was lost is in the trace file (OpcUaInit()).
+/// Why a connection failed or was lost is in the trace file (OpcUaInit()); from OpcUaTraceLevel_Warnings on
+/// also what the server said of a node that could not be read, written or monitored.
 ///
 /// Memory
 /// ------
@@ -163,8 +165,7 @@ public:
     ///
     /// One trace serves the whole process: a later call, on any client, replaces the level. Entries are
     /// lines with UTC time; after 50000 a file becomes "OpcUaClient.log.1", up to ".10". Passwords and
-    /// keys are never written. Without this call nothing is traced. Call it before subscribing: it also
-    /// links data changes to this client.
+    /// keys are never written. Without this call nothing is traced.
     ///
     /// @return always 0, also when the file can't be written: then there is no trace
     int OpcUaInit(_OpcUaClientTraceLevel level);
@@ -260,7 +261,8 @@ public:
     ///   that holds the children. Get it with OpcUaReadRootNode().
     /// - a record of the tree: its children are freed and replaced.
     /// - any record, and there is no tree yet: the tree begins with a record "Self_Root" that holds the
-    ///   children; the record passed in gets none.
+    ///   children; the record passed in gets none. It begins even when the node can't be browsed: then
+    ///   browse null before another node.
     /// - a record of the application's own, and there is a tree: a record of the tree must have a
     ///   `nodeId` that begins with the text of this one's, else the result is 6. The children go under
     ///   the application's record; those that it has are freed first. `child` must therefore be null or
@@ -270,13 +272,16 @@ public:
     ///   the end. Never browse the node that was looked up first: the other looked-up nodes are its
     ///   children and would be freed. Browse a copy with `child` set to null.
     ///
+    /// So any folder is reached from null on, level by level: browse the record of the tree, look for the
+    /// next one among its `child` and their `next`.
+    ///
     /// Pointers to freed records dangle. Two records stand for a node that is reached on two ways.
     ///
     /// A child without a readable value (every Object) has data type Null and leaves the message
     /// "读数据类型失败" although the browse succeeds.
     ///
     /// @return 0. 3 without a session: the tree is freed. 4 when the server refused or didn't answer, and
-    ///         when the connection is lost: children read until then stay. 5, 6: see above.
+    ///         when the connection is lost: children read until then stay. 6: see above.
     int OpcUaBrowse(OpcUaNode* node);
 
     /// Reads the current value of a node (OPC UA Part 4, 5.11.2), converted to `node->dataType`.
@@ -434,9 +439,8 @@ public:
     /// @param count number of indices: 1 for an array, the number of dimensions for a matrix; at most 16
     /// @param buffer, size as in OpcUaGetValue(), for the one element
     /// @return 0. 29: a pointer is null, or `count` is not in 1 to 16. 3: not connected. 7: the read failed
-    /// as
-    ///         in OpcUaGetValue(), the value has another number of dimensions, or no element is there; buffer
-    ///         and `size` are unchanged.
+    ///         as in OpcUaGetValue(), the value has another number of dimensions, or no element is there;
+    ///         buffer and `size` are unchanged.
     int OpcUaGetArrayValue(OpcUaNode* node, unsigned long* index, int count, void* buffer, int& size);
     /// Writes one element of an array or a matrix: reads the whole value, replaces the element, and writes
     /// all of it back (OPC UA Part 4, 5.11.2 and 5.11.4). What another client writes in between is
@@ -446,12 +450,11 @@ public:
     /// operation fail before anything is sent. Null and other numbers send an empty value.
     ///
     /// @param index, count as in OpcUaGetArrayValue()
-    /// @param buffer, size as in OpcUaSetValue(), for the one element; `size` is cut also when the write
-    /// fails
+    /// @param buffer, size as in OpcUaSetValue(), for the one element; `size` is cut also when the
+    ///        write fails
     /// @return 0. 29: a pointer is null, or `count` is not in 1 to 16. 3: not connected. 8: reading or
-    /// writing
-    ///         failed, the value has another number of dimensions, no element is there, or another element
-    ///         would be lost.
+    ///         writing failed, the value has another number of dimensions, no element is there, or another
+    ///         element would be lost.
     int OpcUaSetArrayValue(OpcUaNode* node, unsigned long* index, int count, const void* buffer, int& size);
 
     /// Reads the values of many nodes, in requests of 20 (OPC UA Part 4, 5.11.2), each as OpcUaGetValue()

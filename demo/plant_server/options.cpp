@@ -141,7 +141,7 @@ ParsedOptions parseOptions(int argc, char** argv) {
                  "Accept passwords that cross the network unencrypted (security policy None)");
     addSecurityOptions(app, options.security);
     app.add_flag("--die-with-parent", options.dieWithParent,
-                 "End when the process that started this one ends");
+                 "End when the thread that started this process ends");
     app.add_flag("--verbose", options.verbose, "The OPC UA stack's log on standard error");
 
     try {
