@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "deadline.h"
+#include "socket/deadline.h"
 
 namespace UaClientSdk {
 
