@@ -2,6 +2,9 @@ add_sdk_library(uaclientcpp FOLDER client
   SOURCES
     callback_thread.cpp
     callbacks.cpp
+    calls/answer_decoding.cpp
+    calls/empty_matrices.cpp
+    calls/encoding_walk.cpp
     discovery.cpp
     engine_client.cpp
     engine_log.cpp
