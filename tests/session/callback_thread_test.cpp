@@ -1,4 +1,4 @@
-#include "callback_thread.h"
+#include "subscription/callback_thread.h"
 
 #include <gtest/gtest.h>
 

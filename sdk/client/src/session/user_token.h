@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "security_material.h"
 #include "session/endpoint_offers.h"
+#include "session/security_material.h"
 #include "uabase/byte_view.h"
 #include "uapki/asymmetric_keys.h"
 

@@ -1,8 +1,8 @@
-#include "calls/answer_decoding.h"
+#include "encoding/answer_decoding.h"
 
 #include <cstring>
 
-#include "calls/encoding_walk.h"
+#include "encoding/encoding_walk.h"
 
 namespace UaClientSdk {
 namespace {

@@ -1,4 +1,4 @@
-#include "calls/empty_matrices.h"
+#include "encoding/empty_matrices.h"
 
 #include <cstring>
 

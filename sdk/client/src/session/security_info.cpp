@@ -1,6 +1,6 @@
 #include "uaclient/security_info.h"
 
-#include "security_material.h"
+#include "session/security_material.h"
 #include "uabase/date_time.h"
 #include "uabase/trace.h"
 #include "uapki/certificate.h"

@@ -4,7 +4,7 @@
 #include <optional>
 #include <vector>
 
-#include "calls/empty_matrices.h"
+#include "encoding/empty_matrices.h"
 #include "uabase/byte_view.h"
 #include "uastack/protocol_types.h"
 #include "uastack/status_code.h"

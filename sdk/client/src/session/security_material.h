@@ -1,7 +1,5 @@
 #pragma once
 
-#include <open62541/client.h>
-
 #include "uaclient/security_info.h"
 #include "uapki/store.h"
 #include "uastack/key.h"
