@@ -1,13 +1,13 @@
 add_sdk_library(uaclientcpp FOLDER client
   SOURCES
-    callback_thread.cpp
+    subscription/callback_thread.cpp
     callbacks.cpp
     discovery.cpp
     engine_client.cpp
     engine_log.cpp
     name_resolution.cpp
     network_thread.cpp
-    notification_queue.cpp
+    subscription/notification_queue.cpp
     security_info.cpp
     session.cpp
     session_security.cpp

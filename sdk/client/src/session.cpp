@@ -76,7 +76,11 @@ UaStatus UaSession::Impl::connect(const UaString& url, const SessionConnectInfo&
     engine->allowReconnect(info.automaticReconnect);
     try {
         auto network = std::make_unique<NetworkThread>(*engine, [this] { handOverNotifications(); });
-        m_callbacks = std::make_unique<CallbackThread>();
+        UaStatus started;
+        m_callbacks = CallbackThread::start(started);
+        if (m_callbacks == nullptr) {
+            return started;
+        }
         m_network = std::move(network);
     } catch (const std::system_error& error) {
         UaTrace::write(UaTrace::Errors, "session", "no thread or descriptor for the session: %s",

@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "callback_thread.h"
+#include "subscription/callback_thread.h"
 #include "engine_client.h"
 #include "network_thread.h"
 #include "uaclient/session.h"

@@ -4,7 +4,7 @@
 
 #include <open62541/client_subscriptions.h>
 
-#include "notification_queue.h"
+#include "subscription/notification_queue.h"
 #include "session_impl.h"
 
 namespace UaClientSdk {
