@@ -1,10 +1,11 @@
-#include "callback_thread.h"
+#include "subscription/callback_thread.h"
 
 #include <condition_variable>
 #include <exception>
 #include <mutex>
 #include <vector>
 
+#include "own_thread.h"
 #include "uabase/trace.h"
 
 namespace UaClientSdk {
@@ -12,19 +13,34 @@ namespace UaClientSdk {
 struct CallbackThread::State {
     std::mutex mutex;
     std::condition_variable wakeUp;
-    std::condition_variable idle;
+    std::condition_variable idle; ///< or ended
     std::vector<Task> waiting;
     bool running = false;
     bool stopping = false;
+    bool ended = false;
     Task last;
 };
 
-CallbackThread::CallbackThread() : m_state(std::make_shared<State>()) {
-    m_thread = std::thread([state = m_state] { run(state); });
+CallbackThread::CallbackThread(UaStatus& status)
+    : m_state(std::make_shared<State>()),
+      m_thread(startOwnThread([state = m_state] { run(*state); }, status)) {}
+
+std::unique_ptr<CallbackThread> CallbackThread::start(UaStatus& status) {
+    status = UaStatus();
+    std::unique_ptr<CallbackThread> thread(new CallbackThread(status));
+    return status.isGood() ? std::move(thread) : nullptr;
 }
 
 CallbackThread::~CallbackThread() {
+    if (!m_thread.joinable()) {
+        return;
+    }
     stop();
+    if (std::this_thread::get_id() == m_thread.get_id()) {
+        m_thread.detach();
+    } else {
+        m_thread.join();
+    }
 }
 
 void CallbackThread::post(Task task) {
@@ -37,26 +53,24 @@ void CallbackThread::post(Task task) {
 }
 
 void CallbackThread::stop(const Task& last) {
-    if (!m_thread.joinable()) {
-        return;
-    }
     const bool inCallback = std::this_thread::get_id() == m_thread.get_id();
-    {
-        const std::lock_guard<std::mutex> lock(m_state->mutex);
-        m_state->waiting.clear();
+    std::vector<Task> dropped;
+    std::unique_lock<std::mutex> lock(m_state->mutex);
+    const bool first = !m_state->stopping;
+    if (first) {
+        dropped.swap(m_state->waiting);
         m_state->stopping = true;
-        if (!inCallback) {
-            m_state->last = last;
-        }
         m_state->wakeUp.notify_one();
     }
-    if (inCallback) {
-        m_thread.detach();
-        if (last) {
-            execute(last);
+    if (!inCallback) {
+        if (first) {
+            m_state->last = last;
         }
-    } else {
-        m_thread.join();
+        m_state->idle.wait(lock, [this] { return m_state->ended; });
+    }
+    lock.unlock();
+    if (inCallback && first && last) {
+        execute(last);
     }
 }
 
@@ -65,29 +79,33 @@ void CallbackThread::flush() {
     m_state->idle.wait(lock, [this] { return m_state->waiting.empty() && !m_state->running; });
 }
 
-void CallbackThread::run(const std::shared_ptr<State>& state) {
+void CallbackThread::run(State& state) {
+    runWaiting(state);
+    if (state.last) {
+        execute(state.last);
+    }
+    const std::lock_guard<std::mutex> lock(state.mutex);
+    state.ended = true;
+    state.idle.notify_all();
+}
+
+void CallbackThread::runWaiting(State& state) {
     std::vector<Task> batch;
-    std::unique_lock<std::mutex> lock(state->mutex);
-    while (!state->stopping) {
-        state->wakeUp.wait(lock, [&state] { return state->stopping || !state->waiting.empty(); });
-        batch.swap(state->waiting);
-        state->running = true;
-        for (const Task& task : batch) {
-            if (state->stopping) {
-                break;
-            }
+    std::unique_lock<std::mutex> lock(state.mutex);
+    while (!state.stopping) {
+        state.wakeUp.wait(lock, [&state] { return state.stopping || !state.waiting.empty(); });
+        batch.swap(state.waiting);
+        state.running = true;
+        for (std::size_t i = 0; i < batch.size() && !state.stopping; ++i) {
             lock.unlock();
-            execute(task);
+            execute(batch[i]);
             lock.lock();
         }
-        batch.clear();
-        state->running = false;
-        state->idle.notify_all();
-    }
-    const Task last = state->last;
-    lock.unlock();
-    if (last) {
-        execute(last);
+        lock.unlock();
+        batch.clear(); // a context may have much to free
+        lock.lock();
+        state.running = false;
+        state.idle.notify_all();
     }
 }
 

@@ -1,4 +1,6 @@
-#include "notification_queue.h"
+#include "subscription/notification_queue.h"
+
+#include <algorithm>
 
 #include "uabase/trace.h"
 
@@ -14,12 +16,7 @@ void NotificationQueue::handOver(CallbackThread& thread) {
         return;
     }
     m_waiting.append(m_collected);
-    if (m_waiting.length() > limit) {
-        const OpcUa_UInt32 surplus = m_waiting.length() - limit;
-        m_waiting.dropFirst(surplus);
-        UaTrace::write(UaTrace::Errors, "subscription",
-                       "%u data changes were dropped: the application holds up their delivery", surplus);
-    }
+    mergeIfTooMuch();
     if (!m_deliveryPosted) {
         m_deliveryPosted = true;
         thread.post(
@@ -27,11 +24,29 @@ void NotificationQueue::handOver(CallbackThread& thread) {
     }
 }
 
+/// Merging takes time in proportion to what waits. So it is not done again before as much has come as it
+/// left.
+void NotificationQueue::mergeIfTooMuch() {
+    if (m_waiting.length() <= m_mergeBeyond.changes && m_waiting.bytes() <= m_mergeBeyond.bytes) {
+        return;
+    }
+    if (!m_merged) {
+        m_merged = true;
+        UaTrace::write(
+            UaTrace::Warnings, "subscription",
+            "the application holds up the delivery of data changes: until it goes on only the latest "
+            "of each item is kept");
+    }
+    m_waiting.keepLatest();
+    m_mergeBeyond = {std::max<std::size_t>(bound.changes, std::size_t{2} * m_waiting.length()),
+                     std::max(bound.bytes, 2 * m_waiting.bytes())};
+}
+
 void NotificationQueue::reportEnd(CallbackThread& thread, UaStatus reason) {
     handOver(thread);
     thread.post({[](void* self, int code) {
                      auto* queue = static_cast<NotificationQueue*>(self);
-                     if (queue->m_callback != nullptr && !queue->isClosed()) {
+                     if (queue->m_callback != nullptr && !queue->m_closed) {
                          queue->m_callback->subscriptionStatusChanged(queue->m_handle,
                                                                       static_cast<OpcUa_StatusCode>(code));
                      }
@@ -40,14 +55,13 @@ void NotificationQueue::reportEnd(CallbackThread& thread, UaStatus reason) {
 }
 
 void NotificationQueue::close() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_closed = true;
-    m_waiting.clear();
-}
-
-bool NotificationQueue::isClosed() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_closed;
+    UaMonitoredItemNotifications dropped;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_closed = true;
+        m_waiting.swap(dropped);
+    }
+    m_delivering.withdraw();
 }
 
 void NotificationQueue::deliver() {
@@ -58,6 +72,8 @@ void NotificationQueue::deliver() {
             return;
         }
         m_delivering.swap(m_waiting);
+        m_mergeBeyond = bound;
+        m_merged = false;
     }
     // The values go even when the callback throws.
     struct Cleaner {
