@@ -223,7 +223,7 @@ TEST(ChannelAgainstEngine, EncryptedMessagesAreTheSame) {
         sides.giveEngineKeys(secret, seed);
         UaPkiSymmetricKeys keys(sides.policy, view(secret), view(seed));
         auto& algorithm = sides.engine.symmetricModule.cryptoModule.encryptionAlgorithm;
-        for (std::size_t size : {16, 208, 8192}) {
+        for (std::size_t size : {16U, 208U, 8192U}) {
             Bytes ours = counted(size);
             Bytes theirs = counted(size);
             ASSERT_TRUE(keys.encrypt(ours.data(), ours.size()));

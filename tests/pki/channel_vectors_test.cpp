@@ -89,7 +89,7 @@ TEST(ChannelVectors, ChainedCiphers) {
 }
 
 TEST(ChannelVectors, AChainedCipherTakesKeysOfItsLengthsAlone) {
-    for (std::size_t length : {0, 15, 17, 24, 31, 33}) {
+    for (std::size_t length : {0U, 15U, 17U, 24U, 31U, 33U}) {
         EXPECT_FALSE(pki::ChainedCipher().setKey(view(Bytes(length)), view(Bytes(16)))) << length;
     }
     EXPECT_FALSE(pki::ChainedCipher().setKey(view(Bytes(16)), view(Bytes(15))));
