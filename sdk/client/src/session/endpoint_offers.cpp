@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "uapki/certificate.h"
+#include "uastack/wire_number.h"
 
 namespace UaClientSdk {
 namespace {
@@ -12,7 +13,7 @@ namespace {
 constexpr const char* binaryTcpTransport =
     "http://opcfoundation.org/UA-Profile/Transport/uatcp-uasc-uabinary";
 
-const char* modeName(UA_MessageSecurityMode mode) {
+const char* modeName(int mode) {
     switch (mode) {
     case UA_MESSAGESECURITYMODE_NONE:
         return "None";
@@ -25,7 +26,7 @@ const char* modeName(UA_MessageSecurityMode mode) {
     }
 }
 
-std::string securityText(const UaString& policyUri, UA_MessageSecurityMode mode) {
+std::string securityText(const UaString& policyUri, int mode) {
     static const std::string prefix = "http://opcfoundation.org/UA/SecurityPolicy#";
     const std::string& uri = policyUri.text();
     return (uri.compare(0, prefix.size(), prefix) == 0 ? uri.substr(prefix.size()) : uri) + " with mode " +
@@ -35,7 +36,7 @@ std::string securityText(const UaString& policyUri, UA_MessageSecurityMode mode)
 /// Null for one that this client does not know. A token policy without one of its own has its endpoint's.
 const UaPkiSecurityPolicy* protectionOf(const UA_UserTokenPolicy& token,
                                         const UA_EndpointDescription& endpoint) {
-    if (token.tokenType == UA_USERTOKENTYPE_ANONYMOUS) {
+    if (wireNumber(token.tokenType) == UA_USERTOKENTYPE_ANONYMOUS) {
         return &UaPkiSecurityPolicy::none();
     }
     return UaPkiSecurityPolicy::find(
@@ -55,7 +56,7 @@ void append(std::string& text, const std::string& part) {
 }
 
 std::string fingerprintOf(const UA_UserTokenPolicy& token) {
-    std::string text = std::to_string(token.tokenType);
+    std::string text = std::to_string(wireNumber(token.tokenType));
     append(text, UaString(token.policyId).text());
     append(text, UaString(token.securityPolicyUri).text());
     append(text, UaString(token.issuedTokenType).text());
@@ -85,7 +86,7 @@ std::string withCertificate(std::string fingerprint, const UA_EndpointDescriptio
 } // namespace
 
 bool WantedSecurity::isThatOf(const UA_EndpointDescription& endpoint) const {
-    return endpoint.securityMode == mode && UaString(endpoint.securityPolicyUri) == policyUri &&
+    return wireNumber(endpoint.securityMode) == mode && UaString(endpoint.securityPolicyUri) == policyUri &&
            UaString(endpoint.transportProfileUri) == UaString(binaryTcpTransport);
 }
 
@@ -94,7 +95,7 @@ std::string WantedSecurity::text() const {
 }
 
 std::string securityText(const UA_EndpointDescription& endpoint) {
-    return securityText(UaString(endpoint.securityPolicyUri), endpoint.securityMode);
+    return securityText(UaString(endpoint.securityPolicyUri), wireNumber(endpoint.securityMode));
 }
 
 bool goTogether(const UaPkiSecurityPolicy& policy, OpcUa_MessageSecurityMode mode) {
@@ -114,7 +115,7 @@ EndpointChoice chooseEndpoint(const EndpointOffers& offers, const WantedSecurity
         choice.isOffered = true;
         for (std::size_t i = 0; i < endpoint.userIdentityTokensSize; ++i) {
             const UA_UserTokenPolicy& token = endpoint.userIdentityTokens[i];
-            if (token.tokenType != userType) {
+            if (wireNumber(token.tokenType) != userType) {
                 continue;
             }
             const UaPkiSecurityPolicy* protection = protectionOf(token, endpoint);
