@@ -8,11 +8,21 @@ namespace test_support {
 /// replaces malloc: not under a sanitizer, which has its own.
 std::size_t allocations();
 
+/// What these took of the heap, with the heap's own overhead; nothing is subtracted when they are given back.
+std::size_t allocatedBytes();
+
 template <typename Action>
 std::size_t allocationsDuring(Action action) {
     const std::size_t before = allocations();
     action();
     return allocations() - before;
+}
+
+template <typename Action>
+std::size_t bytesAllocatedDuring(Action action) {
+    const std::size_t before = allocatedBytes();
+    action();
+    return allocatedBytes() - before;
 }
 
 } // namespace test_support
