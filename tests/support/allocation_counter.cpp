@@ -16,9 +16,7 @@ thread_local std::size_t bytes = 0;
 
 void note(std::size_t size) {
     ++count;
-    // A block has a header of 8 bytes, is aligned to 16 and has 32 at least.
-    const std::size_t block = (size + 8 + 15) / 16 * 16;
-    bytes += block < 32 ? 32 : block;
+    bytes += test_support::heapBlock(size);
 }
 
 } // namespace
