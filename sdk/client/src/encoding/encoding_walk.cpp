@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <iterator>
 
 namespace UaClientSdk {
 namespace {
@@ -77,16 +78,22 @@ std::size_t countBits(OpcUa_Byte bits) {
     return count;
 }
 
-using KnownEncodings = std::vector<std::pair<OpcUa_UInt32, const UA_DataType*>>;
+struct KnownEncoding {
+    OpcUa_UInt32 id = 0;
+    const UA_DataType* type = nullptr;
+};
+
+using KnownEncodings = std::array<KnownEncoding, UA_TYPES_COUNT>;
 
 KnownEncodings collectEncodings() {
     KnownEncodings encodings;
-    for (const UA_DataType& type : UA_TYPES) {
-        encodings.emplace_back(type.binaryEncodingId.identifier.numeric, &type);
-    }
+    std::transform(std::begin(UA_TYPES), std::end(UA_TYPES), encodings.begin(), [](const UA_DataType& type) {
+        return KnownEncoding{type.binaryEncodingId.identifier.numeric, &type};
+    });
     // The engine takes the first where several have the same.
-    std::stable_sort(encodings.begin(), encodings.end(),
-                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::sort(encodings.begin(), encodings.end(), [](const KnownEncoding& a, const KnownEncoding& b) {
+        return a.id != b.id ? a.id < b.id : a.type < b.type;
+    });
     return encodings;
 }
 
@@ -95,8 +102,8 @@ const UA_DataType* typeOfEncoding(OpcUa_UInt16 namespaceIndex, OpcUa_UInt32 id) 
     static const KnownEncodings encodings = collectEncodings();
     const auto found =
         std::lower_bound(encodings.begin(), encodings.end(), id,
-                         [](const auto& entry, OpcUa_UInt32 key) { return entry.first < key; });
-    return namespaceIndex == 0 && found != encodings.end() && found->first == id ? found->second : nullptr;
+                         [](const KnownEncoding& known, OpcUa_UInt32 key) { return known.id < key; });
+    return namespaceIndex == 0 && found != encodings.end() && found->id == id ? found->type : nullptr;
 }
 
 } // namespace
@@ -403,10 +410,11 @@ bool EncodingWalk::emptyDimensions(std::size_t variantPosition) {
         }
         isEmpty = isEmpty || dimension == 0;
     }
-    // The engine decodes a copy, in which the dimensions are the array. A vector that grows has its elements
-    // twice.
-    const std::size_t copy = m_emptyMatrices.empty() ? m_bytes.size : 0;
-    if (!isEmpty || !takeMemory(copy + 3 * sizeof(EmptyMatrix)) || !takeBlock(m_position - variantPosition)) {
+    // The engine decodes a copy, in which the dimensions are the array. The vector doubles its block when it
+    // grows: all its blocks together take four times what is in it.
+    const std::size_t copy = m_emptyMatrices.empty() ? heapBlock(m_bytes.size) : 0;
+    const std::size_t note = heapBlock(4 * sizeof(EmptyMatrix));
+    if (!isEmpty || !takeMemory(copy + note) || !takeBlock(m_position - variantPosition)) {
         return false;
     }
     m_emptyMatrices.push_back({m_variants - 1, variantPosition});
