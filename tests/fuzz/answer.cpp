@@ -4,8 +4,8 @@
 #include <iterator>
 #include <vector>
 
-#include "calls/answer_decoding.h"
-#include "calls/encoding_walk.h"
+#include "encoding/answer_decoding.h"
+#include "encoding/encoding_walk.h"
 #include "fuzz_target.h"
 #include "support/allocation_counter.h"
 #include "uastack/status_code.h"

@@ -8,7 +8,7 @@
 #include <openssl/evp.h>
 #include <openssl/x509.h>
 
-#include "security_material.h"
+#include "session/security_material.h"
 #include "support/temporary_directory.h"
 #include "uapki/certificate.h"
 #include "uapki/provider.h"

@@ -1,13 +1,11 @@
 #include "calls/network_thread.h"
 
 #include <pthread.h>
-#include <signal.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <system_error>
-
+#include "own_thread.h"
 #include "uabase/trace.h"
 
 namespace UaClientSdk {
@@ -21,22 +19,6 @@ epoll_event eventOf(Source source, std::uint32_t events) {
     event.data.u32 = source;
     return event;
 }
-
-/// Threads inherit it: the application's signal handlers have no business on this one.
-class SignalsBlocked {
-public:
-    SignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &m_before);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
-private:
-    sigset_t m_before{};
-};
 
 } // namespace
 
@@ -59,12 +41,10 @@ UaStatus NetworkThread::start() {
         UaTrace::write(UaTrace::Errors, "session", "the system has no descriptor left for the session");
         return UA_STATUSCODE_BADRESOURCEUNAVAILABLE;
     }
-    try {
-        const SignalsBlocked blocked;
-        m_thread = std::thread([this] { run(); });
-    } catch (const std::system_error& error) {
-        UaTrace::write(UaTrace::Errors, "session", "no thread for the session: %s", error.what());
-        return UA_STATUSCODE_BADRESOURCEUNAVAILABLE;
+    UaStatus status;
+    m_thread = startOwnThread([this] { run(); }, status);
+    if (status.isBad()) {
+        return status;
     }
     m_pipe.setIdleReader(this);
     watchSocket();

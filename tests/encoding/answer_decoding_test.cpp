@@ -1,6 +1,6 @@
 // Answers as a server should send them, and those whose number of results is another than what was asked for.
 
-#include "calls/answer_decoding.h"
+#include "encoding/answer_decoding.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "answer_bytes.h"
-#include "calls/answer_decoding.h"
+#include "encoding/answer_decoding.h"
 #include "random_values.h"
 #include "uastack/status_code.h"
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "answer_bytes.h"
-#include "calls/answer_decoding.h"
+#include "encoding/answer_decoding.h"
 #include "uastack/status_code.h"
 
 using UaClientSdk::anyNumber;

@@ -1,4 +1,4 @@
-#include "calls/encoding_walk.h"
+#include "encoding/encoding_walk.h"
 
 #include <gtest/gtest.h>
 

@@ -5,8 +5,8 @@
 #include <functional>
 
 #include "answer_bytes.h"
-#include "calls/answer_decoding.h"
-#include "calls/encoding_walk.h"
+#include "encoding/answer_decoding.h"
+#include "encoding/encoding_walk.h"
 #include "random_values.h"
 #include "support/allocation_counter.h"
 #include "uastack/status_code.h"
