@@ -163,6 +163,7 @@ TEST_F(SessionActivation, DoesNotWarnWhereTheChannelEncrypts) {
 TEST_F(SessionActivation, SignsForAUserWithACertificate) {
     const UaByteString& user = identity("user").certificate;
     askAs(byCertificate);
+    info.serverCertificate = identity("server").chain;
     for (const char* channel : {"None", "Basic256Sha256"}) {
         for (const char* policy : policies) {
             const bool secured = std::string(channel) != "None";
