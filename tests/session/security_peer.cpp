@@ -170,6 +170,7 @@ void attach(const std::vector<Endpoint>& endpoints, UA_EndpointDescription*& tar
             std::memcpy(&to.userIdentityTokens[t].tokenType, &from.tokens[t].type,
                         sizeof from.tokens[t].type);
             to.userIdentityTokens[t].policyId = copyOf(from.tokens[t].id);
+            to.userIdentityTokens[t].issuedTokenType = copyOf(from.tokens[t].issuedType);
             to.userIdentityTokens[t].securityPolicyUri = copyOf(uriOf(from.tokens[t].policy));
         }
     }

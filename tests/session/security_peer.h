@@ -41,6 +41,7 @@ struct Token {
     int type; ///< any number that fits on the wire
     std::string id;
     std::string policy; ///< a policy's name, a URI, or nothing: the endpoint's
+    std::string issuedType{};
 };
 
 struct Endpoint {

@@ -1,6 +1,8 @@
 // What goes out to a server when a session is activated, and what the trace says when that fails.
 #include "session_security_fixture.h"
 
+#include <cstdlib>
+#include <cstring>
 #include <new>
 
 #include <malloc.h>
@@ -43,9 +45,12 @@ void operator delete(void* memory) noexcept {
 void operator delete(void* memory, std::size_t) noexcept {
     operator delete(memory);
 }
-void* operator new(std::size_t size) {
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     // Nothing that an earlier owner left may be taken for what is left behind now.
-    void* memory = std::calloc(1, size == 0 ? 1 : size); // NOLINT(cppcoreguidelines-no-malloc)
+    return std::calloc(1, size == 0 ? 1 : size); // NOLINT(cppcoreguidelines-no-malloc)
+}
+void* operator new(std::size_t size) {
+    void* memory = operator new(size, std::nothrow);
     return memory != nullptr ? memory : throw std::bad_alloc();
 }
 
@@ -163,6 +168,7 @@ TEST_F(SessionActivation, DoesNotWarnWhereTheChannelEncrypts) {
 TEST_F(SessionActivation, SignsForAUserWithACertificate) {
     const UaByteString& user = identity("user").certificate;
     askAs(byCertificate);
+    info.serverCertificate = identity("server").chain;
     for (const char* channel : {"None", "Basic256Sha256"}) {
         for (const char* policy : policies) {
             const bool secured = std::string(channel) != "None";

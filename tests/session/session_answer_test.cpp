@@ -234,6 +234,7 @@ TEST_F(SessionAnswer, AChangedListIsRefusedForEveryUser) {
         expectChanged({offer}, changed([](Endpoint& e) { e.tokens[0].policy = "None"; }));
         expectChanged({offer}, changed([](Endpoint& e) { e.tokens[0].policy = "Basic256Sha256"; }));
         expectChanged({offer}, changed([](Endpoint& e) { e.tokens.push_back(e.tokens[0]); }));
+        expectChanged({offer}, changed([](Endpoint& e) { e.tokens[0].issuedType = "issued"; }));
         expectChanged({offer}, changed([](Endpoint& e) { e.tokens.clear(); }));
         expectChanged({offer}, changed([](Endpoint& e) { e.mode = signOnly; }));
         expectChanged({offer}, changed([](Endpoint& e) { e.policy = "Basic256"; }));

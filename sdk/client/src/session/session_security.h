@@ -63,10 +63,11 @@ private:
     UaStatus checkSignature(const UA_ByteString& signature) const;
     UaStatus checkEndpoints(const EndpointOffers& ofSession) const;
 
-    UaStatus makeAnonymousToken(const EndpointOffers& ofSession);
+    void makeAnonymousToken(const EndpointOffers& ofSession);
     UaStatus makeToken(const UA_ByteString& nonce);
     UaStatus sign(UA_ActivateSessionRequest& request, const UA_ByteString& nonce);
 
+    UaStatus refuseNotOffered() const;
     UaStatus refuseOtherCertificate(const std::string& where, const UA_ByteString& certificate) const;
     WantedSecurity wanted() const { return {m_info.securityPolicyUri, m_info.messageSecurityMode}; }
     EndpointOffers offers() const { return m_info.material().offers; }
