@@ -46,7 +46,7 @@ protected:
     /// After something that a channel can't survive.
     void expectLost();
 
-    TimeCap cap{std::chrono::seconds(60)};
+    TimeCap cap{std::chrono::seconds(45)};
     scripted::Server server;
     RecordingApplication application;
     COpcUaClientInterface client;

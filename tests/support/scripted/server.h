@@ -53,6 +53,7 @@ public:
     void asUsual() {
         setScript(&typeOf<Request>(), {});
     }
+    void onType(const UA_DataType& request, Script script) { setScript(&request, {std::move(script), -1}); }
     /// For every request that has no script of its own, the secure channel's included.
     void onAnyOther(Script script) { setScript(nullptr, {std::move(script), -1}); }
     /// Changes each answer of this type that is not given as bytes.
