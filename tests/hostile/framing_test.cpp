@@ -14,6 +14,8 @@ namespace {
 struct Stray {
     std::string name;
     Bytes bytes;
+    /// Of a chunk whose numbers are all right; `bytes` is its body then.
+    std::string kind = {};
 };
 
 std::ostream& operator<<(std::ostream& stream, const Stray& stray) {
@@ -47,6 +49,9 @@ const std::vector<Stray> strays{
     {"Close", padded("CLOF", 57)},
     {"EmptyClose", sized("CLOF", 8)},
     {"IntermediateClose", padded("CLOC", 57)},
+    {"ProperClose", messageBody(UA_CloseSecureChannelRequest{}), "CLO"},
+    {"ProperEmptyClose", {}, "CLO"},
+    {"ProperUnknownKind", {}, "XYZ"},
     {"UnknownKind", padded("XYZF", 40)},
     {"LowerCaseKind", padded("msgF", 40)},
     {"AnotherProtocol", "HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\n\r\n"},
@@ -69,7 +74,17 @@ const std::vector<Stray> strays{
 
 class StrayMessage : public HostileTest, public testing::WithParamInterface<Stray> {
 protected:
-    static void sendStray(Connection& connection) { connection.send(GetParam().bytes); }
+    static void sendStray(Connection& connection) {
+        const Stray& stray = GetParam();
+        if (stray.kind.empty()) {
+            connection.send(stray.bytes);
+            return;
+        }
+        Chunk chunk;
+        chunk.kind = stray.kind;
+        chunk.body = stray.bytes;
+        connection.send(chunk);
+    }
 };
 
 TEST_P(StrayMessage, BeforeAnythingElseEndsTheConnect) {
