@@ -280,8 +280,11 @@ public:
     /// A child without a readable value (every Object) has data type Null and leaves the message
     /// "读数据类型失败" although the browse succeeds.
     ///
-    /// @return 0. 3 without a session: the tree is freed. 4 when the server refused or didn't answer, and
-    ///         when the connection is lost: children read until then stay. 6: see above.
+    /// A node has at most 250000 children: a page of the answer that exceeds them ends the browse, as the
+    /// tenth empty page in a row does. The trace tells so.
+    ///
+    /// @return 0. 3 without a session: the tree is freed. 4 when the server refused, didn't answer or found
+    ///         no end, and when the connection is lost: children read until then stay. 6: see above.
     int OpcUaBrowse(OpcUaNode* node);
 
     /// Reads the current value of a node (OPC UA Part 4, 5.11.2), converted to `node->dataType`.

@@ -64,8 +64,8 @@ public:
     /// code.
     int checkServerCertificateTrust(UaClientSdk::SessionSecurityInfo& securityInfo);
 
-    /// Hangs the children that the server gives for `start` under `parent`. False when a service failed; what
-    /// was linked until then stays. `found` is not used.
+    /// Hangs the children that the server gives for `start` under `parent`. False when a service failed, or
+    /// gave more than OpcUaBrowse() takes; what was linked until then stays. `found` is not used.
     bool browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcUaNode* found);
     /// Does nothing; true.
     bool ContinueBrowse(OpcUaNode* node, OpcUaNode* found);
