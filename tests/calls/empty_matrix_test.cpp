@@ -134,6 +134,12 @@ TEST_F(EmptyMatrix, MayHaveNoDimensionAtAll) {
     expectNumber(result(1), 4);
 }
 
+TEST_F(EmptyMatrix, MayHaveANullArrayOfDimensions) {
+    ASSERT_EQ(read({Encoding().byte(0xC0 | OpcUaType_Int32).null().null().bytes(), scalar(4)}), OpcUa_Good);
+    expectEmpty(result(0), {});
+    expectNumber(result(1), 4);
+}
+
 TEST_F(EmptyMatrix, StandsAmongOtherValues) {
     const Bytes full = matrix(OpcUaType_Byte, 4, {1, 2, 3, 4}, {2, 2});
     const Bytes variants = Encoding()
