@@ -109,6 +109,7 @@ TEST_F(EmptyMatrix, KeepsItsDimensions) {
         const Bytes body = readAnswer(1, dataValue(emptyMatrix(shape)));
         EXPECT_TRUE(decodeAnswer(view(body), read.type(), 1, read.get()).isGood());
         expectEmpty(read.as<UA_ReadResponse>().results->value, shape);
+        EXPECT_EQ(read.encoded(), body);
     }
 }
 
@@ -130,6 +131,12 @@ TEST_F(EmptyMatrix, MayHaveNoDimensionAtAll) {
     ASSERT_EQ(read({emptyMatrix({}), scalar(4)}), OpcUa_Good);
     expectEmpty(result(0), {});
     EXPECT_EQ(result(0).arrayDimensions, nullptr);
+    expectNumber(result(1), 4);
+}
+
+TEST_F(EmptyMatrix, MayHaveANullArrayOfDimensions) {
+    ASSERT_EQ(read({Encoding().byte(0xC0 | OpcUaType_Int32).null().null().bytes(), scalar(4)}), OpcUa_Good);
+    expectEmpty(result(0), {});
     expectNumber(result(1), 4);
 }
 
@@ -193,8 +200,12 @@ TEST_F(EmptyMatrix, LeavesNothingWhenTheRestIsRefused) {
 }
 
 TEST_F(EmptyMatrix, IsRefusedWithDimensionsThatAskForElements) {
-    for (const Dimensions& shape :
-         std::vector<Dimensions>{{1}, {2, 3}, {0, -1}, {-1, 0}, {0x7FFFFFFF, 0x7FFFFFFF}}) {
+    for (const Dimensions& shape : std::vector<Dimensions>{{1},
+                                                           {2, 3},
+                                                           {0, -1},
+                                                           {-1, 0},
+                                                           {0x7FFFFFFF, 0x7FFFFFFF},
+                                                           {0x7FFFFFFF, 0x7FFFFFFF, 0x7FFFFFFF, 0}}) {
         EXPECT_EQ(read({emptyMatrix(shape)}), OpcUa_BadDecodingError);
     }
 }

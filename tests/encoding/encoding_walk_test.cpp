@@ -20,7 +20,7 @@ bool engineDecodes(const Bytes& bytes, const UA_DataType& type) {
 }
 
 OpcUa_StatusCode walk(const Bytes& bytes, const UA_DataType& type) {
-    EncodingWalk walk(view(bytes), boundless);
+    EncodingWalk walk(view(bytes), std::size_t{1} << 20);
     return walk.value(type) ? OpcUa_Good : walk.failure();
 }
 
@@ -66,6 +66,25 @@ TEST(EncodingWalk, TakesUnknownBodiesAsTheyAre) {
     EXPECT_TRUE(engineDecodes(object, UA_TYPES[UA_TYPES_EXTENSIONOBJECT]));
 }
 
+TEST(EncodingWalk, TakesABodyOfNoTypeForWhatTheEngineTakesItFor) {
+    const UA_DataType& type = UA_TYPES[UA_TYPES_EXTENSIONOBJECT];
+    const Bytes oneByte{0, 0, 1, 1, 0, 0, 0, 1};
+    EXPECT_TRUE(engineDecodes(oneByte, type));
+    EXPECT_EQ(walk(oneByte, type), OpcUa_Good);
+    // The engine would leave three bytes of it to what follows.
+    const Bytes fourBytes{0, 0, 1, 4, 0, 0, 0, 1, 2, 3, 4};
+    EXPECT_EQ(walk(fourBytes, type), OpcUa_BadDecodingError);
+}
+
+TEST(EncodingWalk, RefusesDimensionsThatDoNotFit) {
+    const Bytes array = Encoding().byte(0xC0 | OpcUaType_Byte).count(4).append({1, 2, 3, 4}).bytes();
+    for (const OpcUa_Int32 second : {-1, 0, 1, 3, 0x7FFFFFFF}) {
+        EXPECT_EQ(walk(Encoding().append(array).count(2).count(2).number(second).bytes(), variantType),
+                  OpcUa_BadDecodingError);
+    }
+    EXPECT_EQ(walk(Encoding().append(array).count(2).count(2).count(2).bytes(), variantType), OpcUa_Good);
+}
+
 TEST(EncodingWalk, RefusesABodyOfAnotherLength) {
     const UA_DataType& range = UA_TYPES[UA_TYPES_RANGE];
     const Bytes body(sizeof(UA_Range));
@@ -99,7 +118,7 @@ TEST(EncodingWalk, RefusesVariantsOfNoType) {
 }
 
 TEST(EncodingWalk, RefusesNodeIdsOfNoFormat) {
-    for (const unsigned index : {UA_TYPES_NODEID, UA_TYPES_EXPANDEDNODEID}) {
+    for (const int index : {UA_TYPES_NODEID, UA_TYPES_EXPANDEDNODEID}) {
         for (unsigned first = 0; first < 256; ++first) {
             Bytes bytes(30);
             bytes[0] = static_cast<OpcUa_Byte>(first);
@@ -110,7 +129,7 @@ TEST(EncodingWalk, RefusesNodeIdsOfNoFormat) {
 }
 
 TEST(EncodingWalk, AgreesWithTheEngineOnEveryBitOfAMask) {
-    for (const unsigned index : {UA_TYPES_DATAVALUE, UA_TYPES_DIAGNOSTICINFO, UA_TYPES_LOCALIZEDTEXT}) {
+    for (const int index : {UA_TYPES_DATAVALUE, UA_TYPES_DIAGNOSTICINFO, UA_TYPES_LOCALIZEDTEXT}) {
         for (unsigned mask = 0; mask < 256; ++mask) {
             Bytes bytes(80);
             bytes[0] = static_cast<OpcUa_Byte>(mask);

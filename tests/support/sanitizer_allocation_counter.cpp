@@ -1,8 +1,12 @@
 // The same counts where a sanitizer has its own malloc. It is asked to tell of each block.
 
-#include <sanitizer/allocator_interface.h>
-
 #include "support/allocation_counter.h"
+
+// Of every sanitizer's runtime; not every compiler brings the header.
+// NOLINTBEGIN(readability-identifier-naming)
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*allocated)(const volatile void*, std::size_t),
+                                                         void (*freed)(const volatile void*));
+// NOLINTEND(readability-identifier-naming)
 
 namespace {
 

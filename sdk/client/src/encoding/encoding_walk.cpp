@@ -362,10 +362,7 @@ bool EncodingWalk::variant() {
     if (!array(type)) {
         return false;
     }
-    if ((first & variantHasDimensions) == 0) {
-        return true;
-    }
-    return length == 0 ? emptyDimensions(begin) : dimensions(length);
+    return (first & variantHasDimensions) == 0 || dimensions(length, begin);
 }
 
 bool EncodingWalk::variantScalar(const UA_DataType& type) {
@@ -378,43 +375,31 @@ bool EncodingWalk::variantScalar(const UA_DataType& type) {
     return takeBlock(type.memSize) && value(type);
 }
 
-bool EncodingWalk::dimensions(std::size_t arrayLength) {
+bool EncodingWalk::dimensions(std::size_t arrayLength, std::size_t variantPosition) {
     OpcUa_Int32 count = 0;
     if (!read(count) || (count > 0 && !takeBlock(static_cast<std::size_t>(count) * sizeof(OpcUa_UInt32)))) {
         return false;
     }
     std::size_t product = 1;
-    for (; count > 0; --count) {
-        OpcUa_Int32 dimension = 0;
-        if (!read(dimension) || dimension <= 0) {
-            return false;
-        }
-        product *= static_cast<std::size_t>(dimension);
-        if (product > arrayLength) {
-            return false;
-        }
-    }
-    return product == arrayLength;
-}
-
-bool EncodingWalk::emptyDimensions(std::size_t variantPosition) {
-    OpcUa_Int32 count = 0;
-    if (!read(count)) {
-        return false;
-    }
-    bool isEmpty = count <= 0;
     for (OpcUa_Int32 i = 0; i < count; ++i) {
         OpcUa_Int32 dimension = 0;
-        if (!read(dimension) || dimension < 0) {
+        if (!read(dimension) || dimension < 0 ||
+            __builtin_mul_overflow(product, static_cast<std::size_t>(dimension), &product)) {
             return false;
         }
-        isEmpty = isEmpty || dimension == 0;
     }
+    if (arrayLength > 0) {
+        return product == arrayLength;
+    }
+    return (product == 0 || count <= 0) && noteEmptyMatrix(variantPosition);
+}
+
+bool EncodingWalk::noteEmptyMatrix(std::size_t variantPosition) {
     // The engine decodes a copy, in which the dimensions are the array. The vector doubles its block when it
     // grows: all its blocks together take four times what is in it.
     const std::size_t copy = m_emptyMatrices.empty() ? heapBlock(m_bytes.size) : 0;
     const std::size_t note = heapBlock(4 * sizeof(EmptyMatrix));
-    if (!isEmpty || !takeMemory(copy + note) || !takeBlock(m_position - variantPosition)) {
+    if (!takeMemory(copy + note) || !takeBlock(m_position - variantPosition)) {
         return false;
     }
     m_emptyMatrices.push_back({m_variants - 1, variantPosition});

@@ -68,8 +68,8 @@ private:
     bool diagnosticInfo();
     bool variant();
     bool variantScalar(const UA_DataType& type);
-    bool dimensions(std::size_t arrayLength);
-    bool emptyDimensions(std::size_t variantPosition);
+    bool dimensions(std::size_t arrayLength, std::size_t variantPosition);
+    bool noteEmptyMatrix(std::size_t variantPosition);
 
     UaByteView m_bytes;
     std::size_t m_position = 0;
