@@ -2,21 +2,6 @@
 #include "rsa.h"
 #include "uapki/asymmetric_keys.h"
 
-namespace {
-
-/// Decrypts the block into `plain`, which has room for a whole one, and adds its length; false when its
-/// padding is wrong.
-bool decryptBlock(EVP_PKEY_CTX* context, UaByteView block, std::vector<OpcUa_Byte>& plain,
-                  std::size_t& written, std::size_t& length) {
-    length = plain.size() - written;
-    bool good = EVP_PKEY_decrypt(context, plain.data() + written, &length, block.data, block.size) == 1;
-    length = good ? length : 0;
-    written += length;
-    return good;
-}
-
-} // namespace
-
 UaStatus UaPkiOwnKey::open(const UaPkiSecurityPolicy& policy, const OpcUa_Key& record, UaPkiOwnKey& key) {
     key = UaPkiOwnKey();
     if (policy.isNone()) {
@@ -67,11 +52,13 @@ std::vector<OpcUa_Byte> UaPkiOwnKey::decrypt(UaByteView cipher) const {
     bool good = true;
     // To the end also when a block is wrong: how long it takes says nothing about which one was.
     for (UaByteView rest = cipher; rest.size != 0; rest = rest.from(m_blockLength)) {
-        std::size_t length = 0;
-        bool decrypted = decryptBlock(context.get(), rest.first(m_blockLength), plain, written, length);
-        // OpenSSL from 3.2 on gives bytes of any number for a block whose PKCS #1 padding is wrong.
+        std::size_t length = plain.size() - written;
+        bool decrypted =
+            EVP_PKEY_decrypt(context.get(), plain.data() + written, &length, rest.data, m_blockLength) == 1;
+        // OpenSSL from 3.2 on gives any number of bytes for a block whose PKCS #1 padding is wrong.
         bool whole = length == fullBlock || rest.size == m_blockLength;
-        good = decrypted && whole && good;
+        good = good && decrypted && whole;
+        written += decrypted ? length : 0;
     }
     std::size_t kept = good ? written : 0;
     UaPkiWipe(plain.data() + kept, plain.size() - kept);

@@ -52,7 +52,8 @@ class UASDK_EXPORT UaPkiOwnKey {
 public:
     UaPkiOwnKey() = default;
 
-    /// A response to OpenSecureChannel is of a few blocks; each costs about a millisecond and more.
+    /// No more are decrypted at once: each costs half a millisecond and more, and whoever answers
+    /// OpenSecureChannel needs a few.
     static constexpr std::size_t mostBlocks = 64;
 
     /// BadSecurityChecksFailed when the record holds no RSA private key, or one below 528 or above 16384
