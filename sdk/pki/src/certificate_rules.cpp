@@ -1,6 +1,10 @@
 #include "certificate_rules.h"
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
 
 #include "certificate_parser.h"
 #include "distinguished_name.h"
