@@ -187,5 +187,5 @@ for version in "${versions[@]}"; do
   changes=$(would_change "${packages[@]}")
   [ -n "$changes" ] || break
 done
-[ -z "$changes" ] || die "nothing installed, since these packages of the system would have to change first:"$'\n'"$changes"
+[ -z "$changes" ] || die "nothing installed, since apt would change what is on this system, or can't install:"$'\n'"$changes"
 apt_get install --no-install-recommends "${packages[@]}"

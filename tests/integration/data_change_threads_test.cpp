@@ -1,3 +1,7 @@
+#include <atomic>
+#include <chrono>
+#include <thread>
+
 #include "from_environment.h"
 #include "recording_application.h"
 

@@ -3,9 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstddef>
 #include <functional>
 #include <future>
+#include <memory>
 #include <stdexcept>
+#include <thread>
+#include <utility>
 #include <vector>
 
 using UaClientSdk::CallbackThread;

@@ -1,7 +1,9 @@
 #include "engine_log.h"
 
 #include <cstdarg>
+#include <cstddef>
 #include <fstream>
+#include <ios>
 #include <string>
 #include <vector>
 

@@ -1,5 +1,7 @@
 #include "uaclient/discovery.h"
 
+#include <cstddef>
+
 #include "deadline.h"
 #include "engine_client.h"
 

@@ -8,8 +8,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdarg>
+#include <cstdint>
 #include <cstring>
+#include <memory>
 #include <new>
+#include <string>
 #include <vector>
 
 #include <open62541/client_config_default.h>

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <cstdarg>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include <open62541/client.h>
 

@@ -1,6 +1,7 @@
 #include "engine_log.h"
 
 #include <algorithm>
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <iterator>

@@ -6,8 +6,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
+#include <functional>
+#include <mutex>
 #include <system_error>
+#include <utility>
 
 namespace UaClientSdk {
 namespace {
@@ -116,6 +120,7 @@ void NetworkThread::wait(int timeout) {
     for (int i = 0; i < count; ++i) {
         if (events[i].data.fd == m_event) {
             std::uint64_t value = 0;
+            // NOLINTNEXTLINE(clang-analyzer-unix.BlockInCriticalSection): run() gave its lock back before
             [[maybe_unused]] const ssize_t got = read(m_event, &value, sizeof value);
         }
     }

@@ -1,5 +1,7 @@
 #include "notification_queue.h"
 
+#include <mutex>
+
 #include "uabase/trace.h"
 
 namespace UaClientSdk {

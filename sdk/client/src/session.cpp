@@ -1,7 +1,10 @@
 #include "uaclient/session.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <memory>
 #include <system_error>
+#include <utility>
 
 #include "deadline.h"
 #include "session_impl.h"

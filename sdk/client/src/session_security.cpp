@@ -1,6 +1,8 @@
 #include "session_security.h"
 
 #include <cstring>
+#include <memory>
+#include <string>
 #include <vector>
 
 #include <open62541/plugin/pki_default.h>

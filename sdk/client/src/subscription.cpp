@@ -1,5 +1,8 @@
 #include "uaclient/subscription.h"
 
+#include <cstdint>
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include "subscription_impl.h"

@@ -3,7 +3,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
 #include <optional>
+#include <string>
 
 #include "next_definition.h"
 #include "standin/standin.h"
