@@ -4,9 +4,9 @@
 #include <memory>
 #include <vector>
 
-#include "subscription/callback_thread.h"
 #include "engine_client.h"
 #include "network_thread.h"
+#include "subscription/callback_thread.h"
 #include "uaclient/session.h"
 
 namespace UaClientSdk {

@@ -4,8 +4,8 @@
 
 #include <open62541/client_subscriptions.h>
 
-#include "subscription/notification_queue.h"
 #include "session_impl.h"
+#include "subscription/notification_queue.h"
 
 namespace UaClientSdk {
 
