@@ -76,7 +76,13 @@ public:
 
 private:
     /// Of a long text some letters.
-    static std::string begin(const UaVariant& value) { return value.toString().text().substr(0, 20); }
+    static std::string begin(const UaVariant& value) {
+        if (value.type() != OpcUaType_String) {
+            return value.toString().text();
+        }
+        const auto& text = *static_cast<const OpcUa_String*>(value.raw().data);
+        return {text.data, text.data + std::min<std::size_t>(text.length, 20)};
+    }
 
     mutable std::mutex m_mutex;
     std::vector<Change> m_changes;
@@ -111,19 +117,20 @@ protected:
     }
     ~Queue() override { thread->stop(); }
 
-    void collect(OpcUa_UInt32 handle, const UaVariant& value) {
+    void collect(OpcUa_UInt32 handle, OpcUa_Int32 value) {
         OpcUa_DataValue change = {};
-        value.copyTo(&change.value);
+        UA_Variant_setScalar(&change.value, &value, &UA_TYPES[UA_TYPES_INT32]);
+        queue->collect(handle, change);
+    }
+    /// It begins with the letter.
+    void collectText(OpcUa_UInt32 handle, std::size_t length, char letter) {
+        OpcUa_DataValue change = {};
+        UA_String* const text = UA_String_new();
+        ASSERT_EQ(UA_ByteString_allocBuffer(text, length), UA_STATUSCODE_GOOD);
+        std::fill_n(text->data, std::min<std::size_t>(length, 20), static_cast<UA_Byte>(letter));
+        UA_Variant_setScalar(&change.value, text, &UA_TYPES[UA_TYPES_STRING]);
         queue->collect(handle, change);
         UA_clear(&change, &UA_TYPES[UA_TYPES_DATAVALUE]);
-    }
-    void collect(OpcUa_UInt32 handle, OpcUa_Int32 value) {
-        UaVariant variant;
-        variant.setInt32(value);
-        collect(handle, variant);
-    }
-    void collectText(OpcUa_UInt32 handle, std::size_t length, char letter) {
-        collect(handle, UaVariant(UaString(std::string(length, letter).c_str())));
     }
     /// One change, with the delivery held up in it.
     void holdUp(Hold& hold) {
@@ -242,16 +249,16 @@ TEST_F(Queue, EmptyVariantsCountWithTheMemoryThatTheyTake) {
     holdUp(hold);
     const std::size_t before = heldMemory();
     std::size_t most = 0;
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 60; ++i) {
         OpcUa_DataValue change = {};
         change.value.type = &UA_TYPES[UA_TYPES_VARIANT];
-        change.value.arrayLength = 100000;
+        change.value.arrayLength = 50000;
         change.value.data = UA_Array_new(change.value.arrayLength, change.value.type);
         queue->collect(2, change);
         queue->handOver(*thread);
         most = std::max(most, heldMemory() - before);
     }
-    EXPECT_LT(most, 72 * mebibyte);
+    EXPECT_LT(most, 68 * mebibyte);
     hold.release();
     thread->flush();
 }
@@ -296,14 +303,14 @@ TEST_F(Queue, AHungCallbackDoesNotGrowTheMemory) {
     };
     batches(1000);
     const std::size_t before = heldMemory();
-    batches(5000);
+    batches(3000);
     EXPECT_LE(heldMemory(), before + mebibyte);
     hold.release();
     thread->flush();
     const auto changes = receiver.changes();
     ASSERT_GT(changes.size(), 500U);
     for (std::size_t i = 1; i <= 500; ++i) {
-        EXPECT_EQ(changes[changes.size() - i].value, "4999");
+        EXPECT_EQ(changes[changes.size() - i].value, "2999");
     }
 }
 
@@ -314,7 +321,7 @@ TEST_F(Queue, MergingIsOneLineForEachTimeTheCallbackHoldsUp) {
     for (const int expected : {1, 2}) {
         Hold hold;
         holdUp(hold);
-        for (int batch = 0; batch < 10; ++batch) {
+        for (int batch = 0; batch < 3; ++batch) {
             for (std::size_t i = 0; i <= NotificationQueue::bound.changes; ++i) {
                 collect(2, batch);
             }

@@ -11,12 +11,16 @@
 
 namespace UaClientSdk {
 
-/// Blocks every signal on the calling thread, and on those it starts meanwhile.
+/// Blocks every signal but those of faults on the calling thread, and on those it starts meanwhile.
 class SignalsBlocked {
 public:
     SignalsBlocked() {
         sigset_t all;
         sigfillset(&all);
+        // A fault's handler belongs to the thread whose fault it is.
+        for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS}) {
+            sigdelset(&all, fault);
+        }
         pthread_sigmask(SIG_SETMASK, &all, &m_before);
     }
     ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
