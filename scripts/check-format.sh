@@ -8,10 +8,10 @@ mapfile -d '' files < <(find include src sdk tools demo examples tests bench \
 [ ${#files[@]} -gt 0 ] || { echo "check-format: no source files found" >&2; exit 1; }
 
 if [ "${1:-}" = --fix ]; then
-  clang-format-14 -i "${files[@]}"
+  clang-format-19 -i "${files[@]}"
   exit 0
 fi
-if ! complaints=$(clang-format-14 --dry-run -Werror "${files[@]}" 2>&1); then
+if ! complaints=$(clang-format-19 --dry-run -Werror "${files[@]}" 2>&1); then
   sed -nE 's/^([^: ]+):[0-9]+:[0-9]+: error.*/\1/p' <<<"$complaints" | sort -u >&2
   echo "check-format: not formatted; scripts/check-format.sh --fix does it" >&2
   exit 1

@@ -35,7 +35,7 @@ crypto='openssl/'
 
 forbid "include src tools examples" "$engine|$crypto" "only sdk/ knows the engine and the cryptography"
 forbid "demo bench" "$crypto" "only sdk/ knows the cryptography"
-forbid "sdk/stack sdk/base" "$crypto" "cryptography belongs to sdk/pki and sdk/client"
+forbid "sdk/stack sdk/base sdk/client" "$crypto" "cryptography belongs to sdk/pki"
 forbid "sdk/stack" 'uabase/|uapki/|uaclient/' "sdk/stack is the lowest layer"
 forbid "sdk/base" 'uapki/|uaclient/' "sdk/base knows sdk/stack alone"
 [ ! -d sdk/pki ] || forbid "sdk/pki" 'uaclient/|open62541' "sdk/pki knows sdk/base and sdk/stack alone"

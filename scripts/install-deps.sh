@@ -18,7 +18,7 @@ test_packages=(
   openssl python3 iproute2 procps
 )
 # The linters are pinned to one version because their verdicts change with it; Debian 13 has another.
-lint_packages=(clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev)
+lint_packages=(clang-14 clang-format-19 clang-tidy-14 libclang-rt-14-dev)
 # The CMake package of the engine is incomplete without its tools package.
 engine_packages=(libopen62541-1.4 libopen62541-1.4-dev libopen62541-1.4-tools)
 engine_sources=/etc/apt/sources.list.d/opcuaclient-engine.sources

@@ -7,12 +7,22 @@ add_sdk_library(uapkicpp FOLDER pki
     certificate_rules.cpp
     certificate_verifier.cpp
     chain_check.cpp
+    chained_cipher.cpp
+    channel_bytes.cpp
     distinguished_name.cpp
     file_access.cpp
+    key_derivation.cpp
+    key_record.cpp
+    keyed_hash.cpp
+    own_key.cpp
+    peer_key.cpp
     private_key_file.cpp
     provider.cpp
+    rsa.cpp
     rsa_key_pair.cpp
+    security_policy.cpp
     store.cpp
     store_reader.cpp
+    symmetric_keys.cpp
   PUBLIC uabasecpp
   PRIVATE OpenSSL::Crypto)

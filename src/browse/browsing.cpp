@@ -4,9 +4,9 @@
 #include "client/mutex_lock.h"
 #include "client/opcua_client.h"
 #include "client/text_field.h"
-#include "client/wire_number.h"
 #include "uabase/qualified_name.h"
 #include "uabase/trace.h"
+#include "uastack/wire_number.h"
 
 using namespace UaClientSdk;
 

@@ -29,7 +29,9 @@ COpcUaClient::COpcUaClient()
 }
 
 COpcUaClient::~COpcUaClient() {
-    if (m_subscription) {
+    m_callback->deliveries.close();
+    // A callback holds the lock of the items. Disconnecting deletes its subscription as well.
+    if (m_subscription && !m_callback->deliveries.isInside()) {
         COpcUaClient::OpcUaClearMonitNode();
         COpcUaClient::OpcUaDeleteSubScription();
     }
@@ -43,9 +45,7 @@ COpcUaClient::~COpcUaClient() {
     m_nodeList->deleteMemory(&m_nodeList->lookupHead);
     m_nodeList.reset();
 
-    pthread_mutex_destroy(&m_callback->statusMutex);
-    pthread_mutex_destroy(&m_callback->bookkeepingMutex);
-    m_callback.reset();
+    CCallback::destroy(std::move(m_callback));
 
     m_configuration.reset();
     pthread_mutex_destroy(&m_mutex);

@@ -67,7 +67,7 @@ public:
     ~Panel() { client.OpcUaDisConnect(); } // the callback must not outlive what it uses
 
     int act(Random& random) {
-        static constexpr int (Panel::*actions[])() = {
+        static constexpr int (Panel::* actions[])() = {
             &Panel::read,      &Panel::write,     &Panel::readElement, &Panel::writeElement, &Panel::readMany,
             &Panel::writeMany, &Panel::browse,    &Panel::subscribe,   &Panel::unsubscribe,  &Panel::monitor,
             &Panel::monitor,   &Panel::unmonitor, &Panel::monitorMany, &Panel::monitorMany,  &Panel::clear};

@@ -62,8 +62,8 @@ protected:
     OwnFiles() { startServer({"--security"}); }
 
     /// Connects in a process of its own, whose parent stays without threads.
-    void attemptInChild(
-        int (*run)(const std::function<int()>&), const std::function<void()>& before = [] {}) {
+    void
+    attemptInChild(int (*run)(const std::function<int()>&), const std::function<void()>& before = [] {}) {
         if (run == runUnprivileged) {
             giveToUnprivileged(directory());
             fs::permissions(directory(), fs::perms(0755));

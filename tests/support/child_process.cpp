@@ -225,7 +225,7 @@ std::string ChildProcess::standardOutput() {
 }
 
 std::string ChildProcess::standardError() const {
-    struct stat state {};
+    struct stat state{};
     if (fstat(m_error.get(), &state) != 0)
         throwSystemError("cannot read captured standard error");
     std::string text(static_cast<std::size_t>(state.st_size), '\0');

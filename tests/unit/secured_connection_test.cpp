@@ -16,7 +16,7 @@ namespace {
 class SecuredConnection : public SecuredClientTest {
 protected:
     static unsigned modeOf(const std::filesystem::path& path) {
-        struct stat status {};
+        struct stat status{};
         EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
         return status.st_mode & 07777U;
     }

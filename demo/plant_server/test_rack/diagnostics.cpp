@@ -47,7 +47,7 @@ Diagnostics::Diagnostics(const Branch& rack, const Machinery& machinery) {
     count("ValueAccesses", "Values that clients asked to read or write, samplings included",
           [&clients] { return clients.valueAccesses(); });
     const auto login = [&](const std::string& name, const std::string& description,
-                           std::string LatestLogin::*field) {
+                           std::string LatestLogin::* field) {
         m_variables.gauge(folder, name, &UA_TYPES[UA_TYPES_STRING], description,
                           [&clients, field] { return Value::scalar(clients.latestLogin().*field); });
     };

@@ -3,6 +3,7 @@
 #include "certificate_parser.h"
 #include "distinguished_name.h"
 #include "file_access.h"
+#include "key_record.h"
 #include "uabase/trace.h"
 
 namespace {
@@ -115,12 +116,10 @@ UaString UaPkiCertificate::description() const {
 }
 
 bool UaPkiCertificate::matchesPrivateKey(const OpcUa_Key& key) const {
-    if (isNull() || key.type != OpcUa_KeyType_RsaPrivate) {
+    if (isNull()) {
         return false;
     }
     pki::ErrorQueueGuard guard;
-    const unsigned char* position = key.bytes.data;
-    pki::KeyPtr privateKey(
-        d2i_PrivateKey(EVP_PKEY_RSA, nullptr, &position, static_cast<long>(key.bytes.length)));
+    pki::KeyPtr privateKey = pki::readRsaPrivateKey(key);
     return privateKey != nullptr && X509_check_private_key(m_x509.get(), privateKey.get()) == 1;
 }

@@ -7,7 +7,7 @@ namespace {
 
 struct Attribute {
     int nid;
-    UaString UaPkiIdentity::*field;
+    UaString UaPkiIdentity::* field;
 };
 
 constexpr std::array<Attribute, 7> attributes{{{NID_organizationName, &UaPkiIdentity::organization},

@@ -2,20 +2,15 @@
 
 #include <cstring>
 
-#include <openssl/crypto.h>
 #include <openssl/pem.h>
 
 #include "file_access.h"
 #include "openssl_handles.h"
+#include "secret_bytes.h"
 #include "uabase/trace.h"
 
 namespace pki {
 namespace {
-
-struct SecretBytes {
-    Bytes bytes;
-    ~SecretBytes() { OPENSSL_cleanse(bytes.data(), bytes.size()); }
-};
 
 struct PasswordQuestion {
     const char* password;
@@ -42,7 +37,7 @@ UaStatus storeKey(const EVP_PKEY* privateKey, OpcUa_Key* key) {
     if (length <= 0) {
         return OpcUa_BadDecodingError;
     }
-    SecretBytes der{Bytes(static_cast<std::size_t>(length))};
+    SecretBytes der(static_cast<std::size_t>(length));
     unsigned char* target = der.bytes.data();
     i2d_PrivateKey(privateKey, &target);
     return OpcUa_Key_Assign(key, OpcUa_KeyType_RsaPrivate, der.bytes.data(), der.bytes.size());

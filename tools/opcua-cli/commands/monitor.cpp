@@ -231,8 +231,7 @@ void addMonitorCommand(CLI::App& app, Action& chosen) {
     command->footer(examples);
     command->callback([options, &chosen] {
         chosen = [options] {
-            return runReporting(
-                *options, [&] { return monitor(*options); }, documentLine);
+            return runReporting(*options, [&] { return monitor(*options); }, documentLine);
         };
     });
 }

@@ -16,7 +16,7 @@ using Settings = std::map<std::string, std::string>;
 struct Setting {
     const char* key;
     const char* usual;
-    fs::path LibraryFiles::*file;
+    fs::path LibraryFiles::* file;
 };
 
 constexpr const char* settingsGroup = "UaClientConfig";

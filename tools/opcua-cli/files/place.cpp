@@ -46,7 +46,7 @@ fs::path stateDirectory() {
 
 /// Runs what is in it, so nobody else may have written that.
 void throwUnlessOurs(const fs::path& directory) {
-    struct stat properties {};
+    struct stat properties{};
     if (stat(directory.c_str(), &properties) != 0)
         throw fs::filesystem_error("cannot look at", directory,
                                    std::error_code(errno, std::generic_category()));

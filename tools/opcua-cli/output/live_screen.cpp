@@ -30,7 +30,7 @@ void onSuspend(int) {
 }
 
 void setSuspendHandler(void (*handler)(int)) {
-    struct sigaction action {};
+    struct sigaction action{};
     action.sa_handler = handler;
     action.sa_flags = static_cast<int>(SA_RESTART);
     sigaction(SIGTSTP, &action, nullptr);

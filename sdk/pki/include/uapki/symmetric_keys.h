@@ -8,12 +8,13 @@
 #include "uastack/export.h"
 
 /// The keys of one direction of a secure channel, for one token (OPC UA Part 6, 6.7.5). Movable. Wiped when
-/// they go. Each operation may be used by one thread at a time.
+/// they go. Only one thread at a time may use them.
 class UASDK_EXPORT UaPkiSymmetricKeys {
 public:
     UaPkiSymmetricKeys();
     /// Derives them from the nonces. What the client sends is protected with secret = server nonce and seed =
-    /// client nonce, what the server sends with the two exchanged. Not valid when the cryptography fails.
+    /// client nonce, what the server sends with the two exchanged. Not valid when the cryptography fails, a
+    /// nonce is empty, or the policy protects nothing.
     UaPkiSymmetricKeys(const UaPkiSecurityPolicy& policy, UaByteView secret, UaByteView seed);
     ~UaPkiSymmetricKeys();
     UaPkiSymmetricKeys(UaPkiSymmetricKeys&&) noexcept;
@@ -23,9 +24,10 @@ public:
 
     /// Writes policy.signatureLength bytes.
     bool sign(UaByteView data, OpcUa_Byte* signature);
-    /// Takes as long whatever is wrong.
+    /// False for a signature of another length. Takes as long wherever the first wrong byte is.
     bool verify(UaByteView data, UaByteView signature);
-    /// In place. `size` is a multiple of the block length. Every chunk begins with the derived vector.
+    /// In place. False when `size` is no multiple of the block length. Every chunk begins with the derived
+    /// vector.
     bool encrypt(OpcUa_Byte* data, std::size_t size);
     bool decrypt(OpcUa_Byte* data, std::size_t size);
 

@@ -1,0 +1,132 @@
+#include <algorithm>
+
+#include "channel/refusal.h"
+#include "channel/secure_channel.h"
+#include "encoding/type_id.h"
+#include "encoding/wire.h"
+#include "uabase/date_time.h"
+
+namespace UaClientSdk {
+namespace {
+
+constexpr std::size_t bodyOffset = symmetricHeaderLength + sequenceHeaderLength;
+
+class DoNotWait : public RoomToSend {
+public:
+    UaStatus wait() override { return UA_STATUSCODE_BADTIMEOUT; }
+};
+
+} // namespace
+
+UaStatus SecureChannel::transmit(UaByteView bytes, RoomToSend& room) {
+    const std::size_t all = bytes.size;
+    UaStatus status = m_socket.sendSome(bytes);
+    while (!status.isBad() && bytes.size > 0) {
+        m_halfSent = m_halfSent || bytes.size < all;
+        status = room.wait();
+        if (!status.isBad()) {
+            status = m_socket.sendSome(bytes);
+        }
+    }
+    m_halfSent = m_halfSent && status.isBad();
+    return status;
+}
+
+std::uint32_t SecureChannel::nextSequenceNumber() const {
+    return m_sentSequenceNumber >= lastSequenceNumber ? 1 : m_sentSequenceNumber + 1;
+}
+
+UaStatus SecureChannel::checkRequestSize(std::size_t bodySize) const {
+    const std::size_t chunks = (bodySize - 1) / m_protection.bodyRoom(m_sendChunkSize) + 1;
+    const bool fits = (m_serverMessageLimit == 0 || bodySize <= m_serverMessageLimit) &&
+                      (m_serverChunkLimit == 0 || chunks <= m_serverChunkLimit);
+    if (fits) {
+        return UaStatus();
+    }
+    UaTrace::write(
+        UaTrace::Errors, "channel",
+        "a request of %zu bytes in %zu chunks is not sent: the server takes %zu bytes, %zu chunks (0: any)",
+        bodySize, chunks, m_serverMessageLimit, m_serverChunkLimit);
+    return UA_STATUSCODE_BADREQUESTTOOLARGE;
+}
+
+UaStatus SecureChannel::send(std::uint32_t requestId, const void* request, const UA_DataType& type,
+                             RoomToSend& room) {
+    adoptSendToken();
+    constexpr std::size_t bodyOffset = symmetricHeaderLength + sequenceHeaderLength;
+    OpcUa_Byte* const body = m_sendBuffer.get() + bodyOffset;
+    const std::size_t bodyRoom = m_protection.bodyRoom(m_sendChunkSize);
+    writeTypeId(body, type);
+    UA_ByteString target{bodyRoom - typeIdLength, body + typeIdLength};
+    UaStatus status = UA_encodeBinary(request, &type, &target);
+    if (!status.isBad()) {
+        const std::size_t bodySize = typeIdLength + target.length;
+        status = checkRequestSize(bodySize);
+        return status.isBad() ? status : sendChunk("MSGF", requestId, bodySize, room);
+    }
+    if (status.statusCode() != UA_STATUSCODE_BADENCODINGLIMITSEXCEEDED) {
+        return status;
+    }
+    std::vector<OpcUa_Byte> whole(typeIdLength + UA_calcSizeBinary(request, &type));
+    status = checkRequestSize(whole.size());
+    if (status.isBad()) {
+        return status;
+    }
+    writeTypeId(whole.data(), type);
+    target = {whole.size() - typeIdLength, whole.data() + typeIdLength};
+    status = UA_encodeBinary(request, &type, &target);
+    return status.isBad() ? status : sendInPieces(requestId, {whole.data(), whole.size()}, room);
+}
+
+UaStatus SecureChannel::sendInPieces(std::uint32_t requestId, UaByteView body, RoomToSend& room) {
+    const std::size_t bodyRoom = m_protection.bodyRoom(m_sendChunkSize);
+    UaStatus status;
+    bool begun = false;
+    while (!status.isBad() && body.size > 0) {
+        const std::size_t size = std::min(bodyRoom, body.size);
+        writeBytes(m_sendBuffer.get() + symmetricHeaderLength + sequenceHeaderLength, body.data, size);
+        body = body.from(size);
+        status = sendChunk(body.size > 0 ? "MSGC" : "MSGF", requestId, size, room);
+        m_halfSent = m_halfSent || (begun && status.isBad());
+        begun = true;
+    }
+    return status;
+}
+
+UaStatus SecureChannel::sendChunk(const char* kind, std::uint32_t requestId, std::size_t bodySize,
+                                  RoomToSend& room) {
+    OpcUa_Byte* target = writeBytes(m_sendBuffer.get(), kind, 4) + 4; // sealing enters the size
+    target = writeUInt32(target, m_channelId);
+    target = writeUInt32(target, m_sendToken.id);
+    target = writeUInt32(target, nextSequenceNumber());
+    writeUInt32(target, requestId);
+    const std::size_t size = m_protection.seal(m_sendBuffer.get(), bodySize, m_sendToken.keys);
+    if (size == 0) {
+        return giveUp(UA_STATUSCODE_BADSECURITYCHECKSFAILED, "a request cannot be protected");
+    }
+    const UaStatus status = transmit({m_sendBuffer.get(), size}, room);
+    if (!status.isBad() || m_halfSent) {
+        m_sentSequenceNumber = nextSequenceNumber();
+    }
+    return status;
+}
+
+void SecureChannel::sendClose(std::uint32_t requestId) {
+    if (m_sendBuffer == nullptr || m_halfSent) {
+        return;
+    }
+    adoptSendToken();
+    const UA_DataType& type = UA_TYPES[UA_TYPES_CLOSESECURECHANNELREQUEST];
+    UA_CloseSecureChannelRequest request{};
+    request.requestHeader.timestamp = UaDateTime::now().ticks();
+    request.requestHeader.requestHandle = requestId;
+    OpcUa_Byte* const body = m_sendBuffer.get() + symmetricHeaderLength + sequenceHeaderLength;
+    writeTypeId(body, type);
+    UA_ByteString target{m_protection.bodyRoom(m_sendChunkSize) - typeIdLength, body + typeIdLength};
+    DoNotWait room;
+    if (UA_encodeBinary(&request, &type, &target) == UA_STATUSCODE_GOOD) {
+        sendChunk("CLOF", requestId, typeIdLength + target.length, room);
+    }
+}
+
+} // namespace UaClientSdk

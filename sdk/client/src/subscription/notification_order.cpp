@@ -1,0 +1,120 @@
+#include "subscription/notification_order.h"
+
+#include <algorithm>
+
+#include "uabase/trace.h"
+
+#include <open62541/types_generated_handling.h>
+
+namespace UaClientSdk {
+namespace {
+
+/// A server keeps but a few messages to send again; a greater leap is no gap that can be filled.
+constexpr std::uint32_t longestGap = 64;
+/// As they are encoded.
+constexpr std::size_t mostHeldBytes = 16U << 20U;
+
+const UA_DataType& messageType = UA_TYPES[UA_TYPES_NOTIFICATIONMESSAGE];
+
+/// Numbers begin anew when they are used up.
+bool isBefore(std::uint32_t a, std::uint32_t b) {
+    return static_cast<std::int32_t>(a - b) < 0;
+}
+
+} // namespace
+
+NotificationOrder::~NotificationOrder() {
+    for (auto& held : m_held) {
+        UA_NotificationMessage_clear(&held.second);
+    }
+}
+
+bool NotificationOrder::isOld(std::uint32_t number) const {
+    return isBefore(number, m_expected);
+}
+
+void NotificationOrder::arrived(UA_NotificationMessage& message, const Deliver& deliver) {
+    const std::uint32_t number = message.sequenceNumber;
+    expectUpTo(number, deliver);
+    if (number == m_expected) {
+        deliver(message);
+        m_expected = following(m_expected);
+        deliverHeld(deliver);
+    } else if (!isOld(number)) {
+        hold(message);
+        if (m_heldBytes > mostHeldBytes) {
+            goOnFrom(m_held.begin()->first, deliver);
+        }
+    }
+}
+
+void NotificationOrder::hold(UA_NotificationMessage& message) {
+    const auto [held, isNew] = m_held.emplace(message.sequenceNumber, UA_NotificationMessage{});
+    if (isNew || held->second.notificationDataSize == 0) {
+        m_heldBytes += UA_calcSizeBinary(&message, &messageType);
+        held->second = message;
+        UA_NotificationMessage_init(&message);
+    }
+}
+
+/// What is missing before `number` is not waited for any longer.
+void NotificationOrder::goOnFrom(std::uint32_t number, const Deliver& deliver) {
+    UaTrace::write(UaTrace::Errors, "subscription", "messages of the server from %u on are lost", m_expected);
+    m_missing.clear();
+    // What is held lies before `number`, or begins with it.
+    while (!m_held.empty() && !isBefore(number, m_held.begin()->first)) {
+        m_expected = m_held.begin()->first;
+        deliverHeld(deliver);
+    }
+    if (isBefore(m_expected, number)) {
+        m_expected = number;
+    }
+}
+
+void NotificationOrder::keptAlive(std::uint32_t nextNumber, const Deliver& deliver) {
+    expectUpTo(nextNumber, deliver);
+}
+
+/// Notes what is missing before `number`, or takes it as it comes when that is too much to ask for.
+void NotificationOrder::expectUpTo(std::uint32_t number, const Deliver& deliver) {
+    if (isOld(number) || number == m_expected) {
+        return;
+    }
+    if (number - m_expected > longestGap) {
+        goOnFrom(number, deliver);
+        return;
+    }
+    if (isBefore(m_missingUpTo, m_expected)) {
+        m_missingUpTo = m_expected;
+    }
+    for (; isBefore(m_missingUpTo, number); m_missingUpTo = following(m_missingUpTo)) {
+        if (m_held.count(m_missingUpTo) == 0) {
+            m_missing.push_back(m_missingUpTo);
+        }
+    }
+}
+
+void NotificationOrder::givenUp(std::uint32_t number, const Deliver& deliver) {
+    if (!isOld(number)) {
+        m_held.emplace(number, UA_NotificationMessage{});
+        deliverHeld(deliver);
+    }
+}
+
+void NotificationOrder::deliverHeld(const Deliver& deliver) {
+    for (auto held = m_held.find(m_expected); held != m_held.end(); held = m_held.find(m_expected)) {
+        m_heldBytes -= std::min(m_heldBytes, UA_calcSizeBinary(&held->second, &messageType));
+        deliver(held->second);
+        UA_NotificationMessage_clear(&held->second);
+        m_held.erase(held);
+        m_expected = following(m_expected);
+    }
+}
+
+std::vector<std::uint32_t> NotificationOrder::takeMissing() {
+    std::vector<std::uint32_t> missing;
+    missing.swap(m_missing);
+    return missing;
+}
+
+} // namespace UaClientSdk
