@@ -24,6 +24,7 @@ add_sdk_library(uaclientcpp FOLDER client
     session/session.cpp
     session/session_opening.cpp
     session/session_security.cpp
+    session/session_security_answer.cpp
     session/session_services.cpp
     session/user_token.cpp
     session/watchdog.cpp

@@ -1,3 +1,5 @@
+#include <string_view>
+
 #include "browse/node_links.h"
 #include "browse/node_lookup.h"
 #include "client/call_settings.h"

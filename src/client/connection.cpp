@@ -1,3 +1,8 @@
+#include <atomic>
+#include <memory>
+#include <string>
+#include <utility>
+
 #include "client/callback.h"
 #include "client/mutex_lock.h"
 #include "client/opcua_client.h"

@@ -1,7 +1,9 @@
 #include "client/opcua_client.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
+#include <memory>
 
 #include "browse/node_lookup.h"
 #include "client/callback.h"

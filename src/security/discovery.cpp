@@ -1,6 +1,8 @@
 #include "uaclient/discovery.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <string_view>
 
 #include "client/call_settings.h"
 #include "client/opcua_client.h"

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstddef>
 #include <exception>
 
 #include "OpcUaClientInterface.h"
@@ -18,6 +19,7 @@ bool isConverted(const UaVariant& value) {
 }
 
 _OpcUaDataType typeOf(const UaVariant& value) {
+    // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): of values that are converted alone
     return static_cast<_OpcUaDataType>(value.type());
 }
 

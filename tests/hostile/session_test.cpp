@@ -82,6 +82,7 @@ TEST_F(Session, WithoutAChannelEndsTheConnectInTime) {
 TEST_F(Session, OfAServerThatDoesNotReadEndsTheConnectInTime) {
     server.readAtMost(0);
     EXPECT_EQ(connect(500), connectFailed);
+    server.readFreely();
 }
 
 TEST_F(Session, OfAServerThatDripsItsAnswerEndsTheConnectInTime) {
@@ -157,8 +158,9 @@ TEST_F(Session, MayShowRubbishAsACertificateWithoutSecurity) {
         assign(response.serverNonce, Bytes(100000, '\x30'));
         assign(response.serverSignature.signature, Bytes(100000, '\x30'));
     });
-    ASSERT_EQ(connect(), 0);
-    expectUnharmed();
+    if (connect() == 0) {
+        expectUnharmed();
+    }
 }
 
 TEST_F(Session, MayComeWithThousandsOfEndpoints) {
@@ -206,13 +208,10 @@ TEST_P(NumberOfResults, FailsARead) {
     expectUnharmed();
 }
 
-TEST_P(NumberOfResults, LeavesABrowsedTypeNull) {
+TEST_P(NumberOfResults, OfAReadFailsTheBrowse) {
     ASSERT_EQ(connect(), 0);
     answerWithOtherNumber<UA_ReadResponse>();
-    EXPECT_EQ(browse(), 0);
-    const OpcUaNode* child = client.OpcUaReadRootNode()->child;
-    ASSERT_NE(child, nullptr);
-    EXPECT_EQ(child->dataType, OpcUaDataType_Null);
+    EXPECT_EQ(browse(), 4);
     server.behave();
     expectUnharmed();
 }

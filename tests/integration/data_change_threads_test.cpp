@@ -1,4 +1,7 @@
+#include <atomic>
+#include <chrono>
 #include <future>
+#include <thread>
 
 #include "from_environment.h"
 #include "recording_application.h"

@@ -3,9 +3,15 @@
 // sanitizer.
 //
 // TEST_KILLS=1000 chooses how often, TEST_SEED the sequence of moments and actions.
+#include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <iterator>
+#include <memory>
 #include <random>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include <gmock/gmock.h>
 

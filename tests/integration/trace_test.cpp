@@ -1,4 +1,6 @@
 #include <regex>
+#include <string>
+#include <vector>
 
 #include "client_fixture.h"
 #include "trace_file.h"

@@ -1,4 +1,10 @@
+#include <cstddef>
 #include <filesystem>
+#include <iterator>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>

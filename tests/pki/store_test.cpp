@@ -1,4 +1,8 @@
+#include <cstddef>
 #include <filesystem>
+#include <iterator>
+#include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cstddef>
+#include <string>
 
 #include <gmock/gmock.h>
 

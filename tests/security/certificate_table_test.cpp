@@ -3,7 +3,14 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <filesystem>
 #include <fstream>
+#include <ios>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "certificate_server.h"
 #include "material.h"

@@ -4,15 +4,21 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <functional>
+#include <ios>
 #include <map>
+#include <stdexcept>
+#include <string>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <tuple>
 #include <unistd.h>
 
 #include "material.h"

@@ -6,9 +6,13 @@
 #include <signal.h>
 
 #include <atomic>
+#include <cstddef>
 #include <functional>
 #include <future>
+#include <memory>
 #include <stdexcept>
+#include <thread>
+#include <utility>
 #include <vector>
 
 using UaClientSdk::CallbackThread;

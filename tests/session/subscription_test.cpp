@@ -2,10 +2,16 @@
 #include <sys/resource.h>
 
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstring>
+#include <functional>
 #include <future>
 #include <map>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include "session_fixture.h"
 #include "uabase/variant.h"

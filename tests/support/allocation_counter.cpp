@@ -1,5 +1,8 @@
 #include "support/allocation_counter.h"
 
+#include <cstddef>
+#include <cstdlib>
+
 // The C library's own allocator under the names that it reserves for this.
 // NOLINTBEGIN(readability-identifier-naming)
 extern "C" {

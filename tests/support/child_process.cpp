@@ -3,18 +3,22 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <linux/close_range.h>
+#include <optional>
 #include <poll.h>
 #include <stdexcept>
+#include <string>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
+#include <vector>
 
 // glibc 2.36 declares pidfd_open without C linkage.
 extern "C" {

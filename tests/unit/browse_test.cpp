@@ -1,4 +1,8 @@
+#include <cstddef>
 #include <set>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "client/opcua_client.h"
 #include "client_test.h"

@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <fstream>
 
 #include <sys/stat.h>

@@ -1,3 +1,5 @@
+#include <functional>
+
 #include "test_rack.h"
 
 namespace plant_server {

@@ -1,6 +1,11 @@
 #include "certificate_rules.h"
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <string>
+#include <vector>
 
 #include "certificate_parser.h"
 #include "distinguished_name.h"

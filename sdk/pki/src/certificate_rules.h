@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "chain_check.h"
 
 namespace pki {

@@ -1,6 +1,9 @@
 #include "distinguished_name.h"
 
 #include <array>
+#include <cstddef>
+#include <string>
+#include <utility>
 
 namespace pki {
 namespace {

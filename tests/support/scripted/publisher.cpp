@@ -111,10 +111,15 @@ std::vector<std::uint32_t> Publisher::acknowledged() const {
 }
 
 std::vector<std::uint32_t> Publisher::unacknowledged() const {
+    return keptOf(subscriptionId());
+}
+
+std::vector<std::uint32_t> Publisher::keptOf(std::uint32_t id) const {
     const std::lock_guard<std::mutex> lock(m_mutex);
     std::vector<std::uint32_t> numbers;
-    for (const auto& subscription : m_subscriptions) {
-        for (const auto& message : subscription.second.kept) {
+    const auto subscription = m_subscriptions.find(id);
+    if (subscription != m_subscriptions.end()) {
+        for (const auto& message : subscription->second.kept) {
             numbers.push_back(message.first);
         }
     }
@@ -238,11 +243,14 @@ std::optional<std::pair<Publisher::Waiting, Publisher::Pending>> Publisher::take
     return match;
 }
 
-void Publisher::send(const Waiting& waiting, const Pending& pending) {
+void Publisher::send(const Waiting& waiting, const Pending& pending) const {
     Owned<UA_PublishResponse> response =
         dataChange(pending.subscriptionId, pending.sequenceNumber, pending.changes);
     resize(response->results, response->resultsSize, waiting.results.size());
     std::copy(waiting.results.begin(), waiting.results.end(), response->results);
+    const std::vector<std::uint32_t> available = keptOf(pending.subscriptionId);
+    resize(response->availableSequenceNumbers, response->availableSequenceNumbersSize, available.size());
+    std::copy(available.begin(), available.end(), response->availableSequenceNumbers);
     waiting.call.answer(*response);
 }
 

@@ -46,7 +46,8 @@ public:
     bool waitForWaiting(std::size_t count) const;
     /// Takes a waiting Publish request away, to be answered by the case. Nothing when none came in time.
     std::optional<Call> takeRequest();
-    /// Sequence numbers that the client acknowledged, in its order, and what is still to be acknowledged.
+    /// Sequence numbers that the client acknowledged, in its order, and what the latest subscription still has
+    /// to be acknowledged.
     std::vector<std::uint32_t> acknowledged() const;
     std::vector<std::uint32_t> unacknowledged() const;
     bool waitForAcknowledged(std::size_t count) const;
@@ -92,7 +93,8 @@ private:
     void publishLocked(std::uint32_t subscriptionId, const std::vector<Change>& changes);
     UA_StatusCode acknowledge(const UA_SubscriptionAcknowledgement& acknowledgement);
     std::optional<std::pair<Waiting, Pending>> takeMatch();
-    static void send(const Waiting& waiting, const Pending& pending);
+    void send(const Waiting& waiting, const Pending& pending) const;
+    std::vector<std::uint32_t> keptOf(std::uint32_t id) const;
 
     mutable std::mutex m_mutex;
     mutable std::condition_variable m_changed;

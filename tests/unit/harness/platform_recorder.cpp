@@ -4,8 +4,12 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
 #include <mutex>
 #include <optional>
+#include <string>
 
 #include "next_definition.h"
 #include "standin/standin.h"

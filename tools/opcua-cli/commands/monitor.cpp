@@ -7,10 +7,18 @@
 #include "../monitor/watch_list.h"
 #include "../output/terminal.h"
 
+#include <algorithm>
 #include <array>
+#include <chrono>
+#include <cstddef>
 #include <memory>
+#include <optional>
 #include <poll.h>
+#include <ratio>
+#include <string>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

@@ -3,6 +3,8 @@
 #include "place.h"
 
 #include <array>
+#include <cstddef>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <string>

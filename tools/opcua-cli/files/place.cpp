@@ -8,9 +8,15 @@
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <exception>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
+#include <ios>
+#include <stdexcept>
+#include <string>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <vector>
 

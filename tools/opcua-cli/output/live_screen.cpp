@@ -5,6 +5,8 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
+#include <string>
 #include <string_view>
 #include <unistd.h>
 

@@ -30,10 +30,10 @@ bool isSessionGone(UaStatus status) {
 }
 
 UaStatus decodeResponse(UaByteView body, const UA_DataType& type, std::size_t expectedResults, void* response,
-                        bool& isRefusal) {
+                        AnswerOutcome& outcome) {
     const std::uint32_t typeId = readTypeId(body);
     if (isTypeId(typeId, UA_TYPES[UA_TYPES_SERVICEFAULT])) {
-        isRefusal = true;
+        outcome.isRefusal = true;
         return decodeFault(body);
     }
     if (!isTypeId(typeId, type)) {
@@ -41,10 +41,11 @@ UaStatus decodeResponse(UaByteView body, const UA_DataType& type, std::size_t ex
     }
     const UaStatus status = decodeAnswer(body, type, expectedResults, response);
     if (status.isBad()) {
+        outcome.isUndecodable = status.statusCode() != UA_STATUSCODE_BADUNKNOWNRESPONSE;
         return status;
     }
     const UaStatus told = static_cast<const UA_ResponseHeader*>(response)->serviceResult;
-    isRefusal = told.isBad();
+    outcome.isRefusal = told.isBad();
     return told;
 }
 

@@ -77,9 +77,17 @@ struct Service<UA_RepublishRequest>
 
 void clearAnswer(void* response, const UA_DataType& type);
 
+/// How an answer turned out.
+struct AnswerOutcome {
+    /// The server said no in so many words.
+    bool isRefusal = false;
+    /// It is of the type that was asked for, and cannot be decoded.
+    bool isUndecodable = false;
+};
+
 /// An answer with all that it holds, freed in the end.
 template <typename Request>
-struct Answer : Service<Request>::Response {
+struct Answer : Service<Request>::Response, AnswerOutcome {
     Answer() : Service<Request>::Response{} {}
     ~Answer() {
         clearAnswer(static_cast<typename Service<Request>::Response*>(this),
@@ -87,16 +95,13 @@ struct Answer : Service<Request>::Response {
     }
     Answer(const Answer&) = delete;
     Answer& operator=(const Answer&) = delete;
-
-    /// Whether the server said no in so many words.
-    bool isRefusal = false;
 };
 
 /// Decodes type id and answer. The result is the service's own, unless there is no such answer:
 /// BadUnknownResponse for one of another type or with another number of results, BadDecodingError for one
 /// that cannot be decoded.
 UaStatus decodeResponse(UaByteView body, const UA_DataType& type, std::size_t expectedResults, void* response,
-                        bool& isRefusal);
+                        AnswerOutcome& outcome);
 
 /// Whether the server says that it does not know the session any more.
 bool isSessionGone(UaStatus status);
@@ -111,19 +116,19 @@ public:
 /// Decodes what it is given; for a call on this thread.
 class ResponseDecoder : public AnswerReceiver {
 public:
-    ResponseDecoder(const UA_DataType& type, std::size_t expectedResults, void* response, bool& isRefusal)
-        : m_type(type), m_expectedResults(expectedResults), m_response(response), m_isRefusal(isRefusal) {}
+    ResponseDecoder(const UA_DataType& type, std::size_t expectedResults, void* response, AnswerOutcome& outcome)
+        : m_type(type), m_expectedResults(expectedResults), m_response(response), m_outcome(outcome) {}
 
     UaStatus answered(UaStatus status, UaByteView body) override {
         return status.isBad() ? status
-                              : decodeResponse(body, m_type, m_expectedResults, m_response, m_isRefusal);
+                              : decodeResponse(body, m_type, m_expectedResults, m_response, m_outcome);
     }
 
 private:
     const UA_DataType& m_type;
     const std::size_t m_expectedResults;
     void* const m_response;
-    bool& m_isRefusal;
+    AnswerOutcome& m_outcome;
 };
 
 inline int timeoutOf(const ServiceSettings& settings) {
@@ -150,7 +155,7 @@ template <typename Request>
 UaStatus callService(Pipe& pipe, const Deadline& deadline, Request& request, Answer<Request>& answer,
                      std::size_t expectedResults = anyNumber) {
     typename Service<Request>::Response& response = answer;
-    ResponseDecoder decoder(Service<Request>::responseType(), expectedResults, &response, answer.isRefusal);
+    ResponseDecoder decoder(Service<Request>::responseType(), expectedResults, &response, answer);
     return pipe.call(&request, Service<Request>::requestType(), deadline, decoder);
 }
 

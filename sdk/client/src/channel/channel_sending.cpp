@@ -16,6 +16,12 @@ public:
     UaStatus wait() override { return UA_STATUSCODE_BADTIMEOUT; }
 };
 
+UaStatus encodeBody(const void* request, const UA_DataType& type, OpcUa_Byte* target, std::size_t size) {
+    writeTypeId(target, type);
+    UA_ByteString rest{size - typeIdLength, target + typeIdLength};
+    return UA_encodeBinary(request, &type, &rest);
+}
+
 } // namespace
 
 UaStatus SecureChannel::transmit(UaByteView bytes, RoomToSend& room) {
@@ -53,29 +59,18 @@ UaStatus SecureChannel::checkRequestSize(std::size_t bodySize) const {
 UaStatus SecureChannel::send(std::uint32_t requestId, const void* request, const UA_DataType& type,
                              RoomToSend& room) {
     adoptSendToken();
-    constexpr std::size_t bodyOffset = symmetricHeaderLength + sequenceHeaderLength;
-    OpcUa_Byte* const body = m_sendBuffer.get() + bodyOffset;
-    const std::size_t bodyRoom = m_protection.bodyRoom(m_sendChunkSize);
-    writeTypeId(body, type);
-    UA_ByteString target{bodyRoom - typeIdLength, body + typeIdLength};
-    UaStatus status = UA_encodeBinary(request, &type, &target);
-    if (!status.isBad()) {
-        const std::size_t bodySize = typeIdLength + target.length;
-        status = checkRequestSize(bodySize);
-        return status.isBad() ? status : sendChunk("MSGF", requestId, bodySize, room);
-    }
-    if (status.statusCode() != UA_STATUSCODE_BADENCODINGLIMITSEXCEEDED) {
-        return status;
-    }
-    std::vector<OpcUa_Byte> whole(typeIdLength + UA_calcSizeBinary(request, &type));
-    status = checkRequestSize(whole.size());
+    const std::size_t bodySize = typeIdLength + UA_calcSizeBinary(request, &type);
+    UaStatus status = checkRequestSize(bodySize);
     if (status.isBad()) {
         return status;
     }
-    writeTypeId(whole.data(), type);
-    target = {whole.size() - typeIdLength, whole.data() + typeIdLength};
-    status = UA_encodeBinary(request, &type, &target);
-    return status.isBad() ? status : sendInPieces(requestId, {whole.data(), whole.size()}, room);
+    if (bodySize <= m_protection.bodyRoom(m_sendChunkSize)) {
+        status = encodeBody(request, type, m_sendBuffer.get() + bodyOffset, bodySize);
+        return status.isBad() ? status : sendChunk("MSGF", requestId, bodySize, room);
+    }
+    std::vector<OpcUa_Byte> body(bodySize);
+    status = encodeBody(request, type, body.data(), bodySize);
+    return status.isBad() ? status : sendInPieces(requestId, {body.data(), bodySize}, room);
 }
 
 UaStatus SecureChannel::sendInPieces(std::uint32_t requestId, UaByteView body, RoomToSend& room) {
@@ -120,12 +115,11 @@ void SecureChannel::sendClose(std::uint32_t requestId) {
     UA_CloseSecureChannelRequest request{};
     request.requestHeader.timestamp = UaDateTime::now().ticks();
     request.requestHeader.requestHandle = requestId;
-    OpcUa_Byte* const body = m_sendBuffer.get() + symmetricHeaderLength + sequenceHeaderLength;
-    writeTypeId(body, type);
-    UA_ByteString target{m_protection.bodyRoom(m_sendChunkSize) - typeIdLength, body + typeIdLength};
+    const std::size_t bodySize = typeIdLength + UA_calcSizeBinary(&request, &type);
     DoNotWait room;
-    if (UA_encodeBinary(&request, &type, &target) == UA_STATUSCODE_GOOD) {
-        sendChunk("CLOF", requestId, typeIdLength + target.length, room);
+    if (!checkRequestSize(bodySize).isBad() &&
+        !encodeBody(&request, type, m_sendBuffer.get() + bodyOffset, bodySize).isBad()) {
+        sendChunk("CLOF", requestId, bodySize, room);
     }
 }
 

@@ -8,6 +8,7 @@
 #include "encoding/type_id.h"
 #include "encoding/wire.h"
 #include "uabase/date_time.h"
+#include "uabase/trace.h"
 
 namespace UaClientSdk {
 namespace {
@@ -18,6 +19,9 @@ constexpr std::uint32_t shortestLifetime = 1000; // ms
 constexpr std::chrono::milliseconds retryPause(100);
 /// Tokens that are kept for what the server still sends under them.
 constexpr std::size_t mostTokens = 8;
+
+/// Each costs a private key's operation.
+constexpr unsigned int mostUnaskedOpens = 3;
 
 /// Clears an answer when it is no more needed.
 struct OpenAnswer : UA_OpenSecureChannelResponse {
@@ -47,6 +51,10 @@ UaStatus SecureChannel::sendOpen(std::uint32_t requestId, UA_SecurityTokenReques
     request.requestedLifetime = m_requestedLifetime;
     const UA_DataType& type = UA_TYPES[UA_TYPES_OPENSECURECHANNELREQUEST];
     std::vector<OpcUa_Byte> body(typeIdLength + UA_calcSizeBinary(&request, &type));
+    const UaStatus fits = checkRequestSize(body.size());
+    if (fits.isBad()) {
+        return fits;
+    }
     writeTypeId(body.data(), type);
     UA_ByteString target{body.size() - typeIdLength, body.data() + typeIdLength};
     const UaStatus encoded = UA_encodeBinary(&request, &type, &target);
@@ -91,6 +99,11 @@ Clock::time_point SecureChannel::renewalDue() const {
     return m_renewalDue;
 }
 
+Clock::time_point SecureChannel::tokenExpiry() const {
+    const std::lock_guard<std::mutex> lock(m_renewalMutex);
+    return m_tokenExpiry;
+}
+
 /// What is sent uses the new token as soon as there is one.
 void SecureChannel::adoptSendToken() {
     if (m_hasNextSendToken) {
@@ -110,16 +123,21 @@ SecureChannel::Token* SecureChannel::findToken(std::uint32_t id) {
 UaStatus SecureChannel::takeOpenAnswer(const Chunk& chunk) {
     std::vector<OpcUa_Byte> plain;
     UaByteView sequenced;
+    bool isAwaited = false;
     {
-        // Before the cryptography: an answer that nobody asked for costs nothing.
         const std::lock_guard<std::mutex> lock(m_renewalMutex);
-        if (m_openRequest == 0) {
-            return giveUp(UA_STATUSCODE_BADTCPMESSAGETYPEINVALID, "the server opens a channel unasked");
-        }
+        isAwaited = m_openRequest != 0;
+    }
+    if (!isAwaited && ++m_unaskedOpens > mostUnaskedOpens) {
+        return giveUp(UA_STATUSCODE_BADTCPMESSAGETYPEINVALID, "the server opens the channel again and again unasked");
     }
     UaStatus status = m_openProtection.open(chunk, plain, sequenced);
     if (!status.isBad()) {
         status = takeSequenceNumber(readUInt32(sequenced.data));
+    }
+    if (!status.isBad() && !isAwaited) {
+        UaTrace::write(UaTrace::Warnings, "channel", "the server opens the channel unasked: dropped");
+        return status;
     }
     OpenAnswer answer;
     if (!status.isBad()) {
@@ -206,6 +224,7 @@ UaStatus SecureChannel::installToken(std::uint32_t channelId, const UA_OpenSecur
     m_nextSendToken = std::move(sendToken);
     m_hasNextSendToken = true;
     m_renewalDue = Clock::now() + lifetime * 3 / 4;
+    m_tokenExpiry = m_tokens.front().expiry;
     return UaStatus();
 }
 

@@ -76,6 +76,8 @@ public:
     UaStatus sendRenewal(std::uint32_t requestId, RoomToSend& room);
     /// When that is to be done; the end of time while an answer is being waited for.
     Clock::time_point renewalDue() const;
+    /// When the newest token has been valid for as long as it may be.
+    Clock::time_point tokenExpiry() const;
     /// Tells the server that the channel is given up, as far as the system takes it at once.
     void sendClose(std::uint32_t requestId);
 
@@ -143,6 +145,7 @@ private:
     ChunkReader m_reader;
     std::deque<Token> m_tokens; ///< the newest first
     std::uint32_t m_receivedSequenceNumber = 0;
+    unsigned int m_unaskedOpens = 0;
     bool m_hasReceived = false;
     std::vector<OpcUa_Byte> m_assembled;
     std::size_t m_assembledChunks = 0;
@@ -156,6 +159,7 @@ private:
     std::unique_ptr<SendToken> m_nextSendToken;
     std::atomic<bool> m_hasNextSendToken{false};
     Clock::time_point m_renewalDue = Clock::time_point::max();
+    Clock::time_point m_tokenExpiry = Clock::time_point::max();
 };
 
 } // namespace UaClientSdk

@@ -1,5 +1,8 @@
 #include "uaclient/security_info.h"
 
+#include <cstddef>
+#include <memory>
+
 #include "session/security_material.h"
 #include "uabase/date_time.h"
 #include "uabase/trace.h"

@@ -94,6 +94,7 @@ UaStatus UaSession::Impl::disconnect(const ServiceSettings& settings, bool delet
     }
     const bool silent = m_state.isSilent();
     m_state.close();
+    m_publisher->close();
     CallbackThread* delivery = nullptr;
     {
         const std::lock_guard<std::mutex> lock(m_subscriptionsMutex);
@@ -159,6 +160,8 @@ Clock::time_point UaSession::Impl::keepHouse() {
     }
     const bool knowsWhen = m_nextHousekeeping != Clock::time_point::max();
     if (knowsWhen && Clock::now() > m_nextHousekeeping + stoodStill) {
+        // What the server sent meanwhile is read before it is judged.
+        m_pipe->readArrived();
         m_watchdog->forgetSilence();
         m_publisher->forgetSilence();
     }
@@ -169,6 +172,11 @@ Clock::time_point UaSession::Impl::keepHouse() {
 }
 
 Clock::time_point UaSession::Impl::keepChannel() {
+    if (Clock::now() >= m_pipe->channel().tokenExpiry()) {
+        UaTrace::write(UaTrace::Errors, "channel", "the server has not renewed the channel's token in time");
+        m_pipe->fail(UA_STATUSCODE_BADSECURECHANNELTOKENUNKNOWN);
+        return Clock::time_point::max();
+    }
     if (Clock::now() >= m_pipe->channel().renewalDue()) {
         m_pipe->renew(Deadline(sendLimit));
     }

@@ -61,7 +61,11 @@ private:
     void connectionEnded(UaStatus reason) override;
     void dataFlows(bool flows) override { m_state.setDataLost(!flows); }
     void publishDue() override { m_network->wake(); }
-    void sessionGone(UaStatus reason) override { m_pipe->fail(reason); }
+    void sessionGone(UaStatus reason) override {
+        if (m_open) {
+            m_pipe->fail(reason);
+        }
+    }
 
     // On the network thread.
     Clock::time_point keepHouse() override;

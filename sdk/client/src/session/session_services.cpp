@@ -19,6 +19,14 @@ UaStatus takePage(UaStatus status, Answer<Request>& answer, UaByteString& contin
     return result.statusCode;
 }
 
+void makeUnreadable(UaStatus status, OpcUa_UInt32 count, UaDataValues& values) {
+    values.create(count);
+    for (OpcUa_UInt32 i = 0; i < count; ++i) {
+        values[i].hasStatus = true;
+        values[i].status = status.statusCode();
+    }
+}
+
 } // namespace
 
 UaSession::UaSession() : m_impl(std::make_unique<Impl>()) {}
@@ -47,6 +55,11 @@ UaStatus UaSession::read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_T
     request.nodesToReadSize = nodesToRead.length();
     Answer<UA_ReadRequest> answer;
     const UaStatus status = m_impl->call(settings, request, answer, nodesToRead.length());
+    if (answer.isUndecodable) {
+        // The server has served the request: it is the values that are of no use.
+        makeUnreadable(status, nodesToRead.length(), values);
+        return UaStatus();
+    }
     take(answer.results, answer.resultsSize, values);
     take(answer.diagnosticInfos, answer.diagnosticInfosSize, diagnostics);
     return status;

@@ -63,7 +63,7 @@ void Watchdog::answered(UaByteView body) {
     Answer<UA_ReadRequest> answer;
     UA_ReadResponse& response = answer;
     const UaStatus status =
-        decodeResponse(body, Service<UA_ReadRequest>::responseType(), 1, &response, answer.isRefusal);
+        decodeResponse(body, Service<UA_ReadRequest>::responseType(), 1, &response, answer);
     if (answer.isRefusal && isSessionGone(status)) {
         m_listener.sessionGone(status);
     }

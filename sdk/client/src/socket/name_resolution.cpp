@@ -6,8 +6,11 @@
 #include <chrono>
 #include <future>
 #include <memory>
+#include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "uabase/trace.h"
 

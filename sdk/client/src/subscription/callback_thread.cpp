@@ -2,7 +2,10 @@
 
 #include <condition_variable>
 #include <exception>
+#include <memory>
 #include <mutex>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "own_thread.h"

@@ -16,9 +16,10 @@ constexpr std::size_t mostHeldBytes = 16U << 20U;
 
 const UA_DataType& messageType = UA_TYPES[UA_TYPES_NOTIFICATIONMESSAGE];
 
-/// Numbers begin anew when they are used up.
+/// Numbers begin anew when they are used up. What lies further back than this is no repetition, but a leap.
 bool isBefore(std::uint32_t a, std::uint32_t b) {
-    return static_cast<std::int32_t>(a - b) < 0;
+    constexpr std::uint32_t furthest = 1024;
+    return b - a - 1 < furthest;
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <mutex>
+
 #include "uabase/trace.h"
 
 namespace UaClientSdk {

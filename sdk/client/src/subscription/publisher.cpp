@@ -88,6 +88,13 @@ void Publisher::remove(std::uint32_t id) {
     tellFlow();
 }
 
+void Publisher::close() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_closed = true;
+    m_subscriptions.clear();
+    m_missing.clear();
+}
+
 // ---- Answers ----
 
 void Publisher::published(std::uint32_t generation, UaStatus status, UaByteView body) {
@@ -95,53 +102,62 @@ void Publisher::published(std::uint32_t generation, UaStatus status, UaByteView 
     if (!status.isBad()) {
         UA_PublishResponse& response = answer;
         status = decodeResponse(body, Service<UA_PublishRequest>::responseType(), anyNumber, &response,
-                                answer.isRefusal);
+                                answer);
     }
+    bool gone = false;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         --m_waiting;
+        if (m_closed) {
+            return;
+        }
+        if (!status.isBad() && !takeMessage(answer.subscriptionId, answer.notificationMessage)) {
+            status = UA_STATUSCODE_BADSUBSCRIPTIONIDINVALID;
+        }
         if (status.isBad()) {
-            refused(generation, status);
+            gone = refused(generation, status);
         } else {
             m_refusals = 0;
-            takeMessage(answer.subscriptionId, answer.notificationMessage);
         }
         tellFlow();
     }
-    if (isSessionGone(status)) {
+    if (gone) {
         m_listener.sessionGone(status);
     }
     m_listener.publishDue();
 }
 
-void Publisher::refused(std::uint32_t generation, UaStatus status) {
-    if (isWithoutSubscription(status)) {
-        // Requests from before the newest subscription have nothing to say about it.
-        if (generation == m_generation) {
-            endAll(status);
-        }
-        return;
+bool Publisher::refused(std::uint32_t generation, UaStatus status) {
+    // Requests from before the newest subscription have nothing to say about it.
+    if (isWithoutSubscription(status) && generation != m_generation) {
+        return false;
     }
     if (status.statusCode() == UA_STATUSCODE_BADTOOMANYPUBLISHREQUESTS && m_waiting > 0) {
         m_limit = std::max(1U, std::min(m_limit - 1, m_waiting)); // those that wait will do
-        return;
+        return false;
     }
     // Several requests that are refused together count as one.
     const Clock::time_point now = Clock::now();
     if (now < m_notBefore) {
-        return;
+        return false;
     }
     if (m_refusals == 0) {
-        UaTrace::write(UaTrace::Warnings, "subscription", "the server refuses to publish: %s", status.name());
+        UaTrace::write(UaTrace::Warnings, "subscription", "no answer to a publish request: %s", status.name());
     }
     m_notBefore = now + firstPause * (1U << std::min(m_refusals, doublings));
     ++m_refusals;
+    const bool lasts = m_refusals >= lastingRefusals;
+    if (lasts && isWithoutSubscription(status)) {
+        endAll(status);
+    }
+    return lasts && isSessionGone(status);
 }
 
-void Publisher::takeMessage(std::uint32_t id, UA_NotificationMessage& message) {
+/// False for one of a subscription that is not known.
+bool Publisher::takeMessage(std::uint32_t id, UA_NotificationMessage& message) {
     const auto entry = m_subscriptions.find(id);
     if (entry == m_subscriptions.end()) {
-        return;
+        return false;
     }
     Kept& subscription = entry->second;
     subscription.lastHeard = Clock::now();
@@ -149,7 +165,12 @@ void Publisher::takeMessage(std::uint32_t id, UA_NotificationMessage& message) {
     const auto deliverOne = [&](UA_NotificationMessage& one) { deliver(subscription, one); };
     if (message.notificationDataSize == 0) {
         subscription.order.keptAlive(message.sequenceNumber, deliverOne);
+        // A server that keeps alive without end is not asked without end.
+        if (++m_emptyMessages > wantedRequests) {
+            m_notBefore = Clock::now() + firstPause;
+        }
     } else {
+        m_emptyMessages = 0;
         if (m_acknowledgements.size() < mostAcknowledgements) {
             m_acknowledgements.push_back({id, message.sequenceNumber});
         }
@@ -157,6 +178,7 @@ void Publisher::takeMessage(std::uint32_t id, UA_NotificationMessage& message) {
     }
     noteMissing(id, subscription);
     subscription.queue->handOver(*subscription.deliveryThread);
+    return true;
 }
 
 void Publisher::deliver(Kept& subscription, UA_NotificationMessage& message) {
@@ -228,10 +250,13 @@ void Publisher::republished(std::uint32_t subscriptionId, std::uint32_t number, 
     if (!status.isBad()) {
         UA_RepublishResponse& response = answer;
         status = decodeResponse(body, Service<UA_RepublishRequest>::responseType(), anyNumber, &response,
-                                answer.isRefusal);
+                                answer);
     }
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_closed) {
+            return;
+        }
         if (!status.isBad() && answer.notificationMessage.sequenceNumber == number) {
             takeMessage(subscriptionId, answer.notificationMessage);
         } else {

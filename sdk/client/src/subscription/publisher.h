@@ -42,6 +42,9 @@ public:
     void add(std::uint32_t id, Subscription subscription);
     void remove(std::uint32_t id);
 
+    /// From now on nothing is sent, delivered or told.
+    void close();
+
     /// Sends what is due and looks for subscriptions that have fallen silent, unless the whole server has:
     /// `silent`. Returns when it wants to be called next.
     Clock::time_point keepHouse(Pipe& pipe, bool silent);
@@ -68,8 +71,9 @@ private:
     void republished(std::uint32_t subscriptionId, std::uint32_t number, UaStatus status, UaByteView body);
 
     // All with the lock.
-    void refused(std::uint32_t generation, UaStatus status);
-    void takeMessage(std::uint32_t id, UA_NotificationMessage& message);
+    /// True when the server is not to be asked any more.
+    bool refused(std::uint32_t generation, UaStatus status);
+    bool takeMessage(std::uint32_t id, UA_NotificationMessage& message);
     void deliver(Kept& subscription, UA_NotificationMessage& message);
     void end(Kept& subscription, UaStatus reason);
     void endAll(UaStatus reason);
@@ -94,8 +98,10 @@ private:
     unsigned int m_waiting = 0;  ///< publish requests at the server
     unsigned int m_limit = 0;    ///< how many the server takes
     unsigned int m_refusals = 0; ///< in a row
+    unsigned int m_emptyMessages = 0; ///< in a row
     Clock::time_point m_notBefore{};
     bool m_flows = true;
+    bool m_closed = false;
 };
 
 } // namespace UaClientSdk

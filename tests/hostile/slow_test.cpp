@@ -1,0 +1,124 @@
+// A server that reads slowly, not at all, or only after it has spoken: what is sent has a deadline, too.
+#include <future>
+#include <thread>
+
+#include "hostile/hostile_fixture.h"
+
+using namespace scripted;
+
+namespace {
+
+/// Each call ends after its 10 s; hanging is found by the time cap.
+class SlowServer : public HostileTest {
+protected:
+    SlowServer() { cap.set(std::chrono::seconds(40)); }
+
+    const std::string longText = std::string(14 << 20, 'x');
+};
+
+TEST_F(SlowServer, ThatReadsNothingEndsAWriteAndTheConnection) {
+    ASSERT_EQ(connect(), 0);
+    server.readAtMost(0);
+    EXPECT_NE(writeText(longText), 0);
+    EXPECT_EQ(status(), lost);
+    EXPECT_EQ(read(), notConnected);
+    server.readFreely();
+}
+
+TEST_F(SlowServer, ThatReadsLittleEndsAWriteAndTheConnection) {
+    ASSERT_EQ(connect(), 0);
+    server.readAtMost(20000);
+    EXPECT_NE(writeText(longText), 0);
+    EXPECT_EQ(status(), lost);
+    EXPECT_EQ(read(), notConnected);
+    server.readFreely();
+}
+
+TEST_F(SlowServer, ThatReadsNothingEndsAWriteWithASubscription) {
+    monitor();
+    server.readAtMost(0);
+    EXPECT_NE(writeText(longText), 0);
+    EXPECT_EQ(status(), lost);
+    server.readFreely();
+}
+
+TEST_F(SlowServer, ThatReadsNothingForAWhileGetsTheWholeWrite) {
+    ASSERT_EQ(connect(), 0);
+    server.readAtMost(0);
+    std::thread later([this] {
+        std::this_thread::sleep_for(std::chrono::seconds(2));
+        server.readFreely();
+    });
+    EXPECT_EQ(writeText(longText), 0);
+    later.join();
+    expectUnharmed();
+}
+
+TEST_F(SlowServer, ThatSpeaksAtLengthBeforeItReadsIsHeard) {
+    ASSERT_EQ(connect(), 0);
+    server.readAtMost(0);
+    std::thread speaker([this] {
+        for (int i = 0; i < 400; ++i) {
+            Chunk chunk;
+            chunk.requestId = 0x70000000;
+            chunk.body.resize(60000);
+            server.connection()->send(chunk);
+        }
+        server.readFreely();
+    });
+    EXPECT_EQ(writeText(longText), 0);
+    speaker.join();
+    expectUnharmed();
+}
+
+TEST_F(SlowServer, ThatReadsNothingDoesNotHoldADisconnectBack) {
+    monitor();
+    server.readAtMost(0);
+    client.OpcUaDisConnect();
+    EXPECT_EQ(status(), 0);
+    server.readFreely();
+}
+
+TEST_F(SlowServer, DoesNotHoldAnotherConnectBack) {
+    ASSERT_EQ(connect(), 0);
+    server.readAtMost(0);
+    Server other;
+    _OpcUaClientConfig config{};
+    setField(config.endpointUrl, other.url());
+    EXPECT_EQ(client.OpcUaConnect(config), 0);
+    EXPECT_EQ(client.OpcUaDisConnect(), 0);
+    server.readFreely();
+}
+
+TEST_F(SlowServer, ThatDripsItsAnswerEndsTheCall) {
+    ASSERT_EQ(connect(), 0);
+    server.on<UA_ReadRequest>([](const Call& call) {
+        Chunk chunk = call.chunk('F', Bytes(2000, '\0'));
+        for (const char byte : call.connection().bytesOf(chunk)) {
+            if (!call.connection().send(Bytes(1, byte))) {
+                return;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    });
+    EXPECT_NE(read(), 0);
+}
+
+TEST_F(SlowServer, ThatNeverAnswersEndsTheCall) {
+    ASSERT_EQ(connect(), 0);
+    server.on<UA_ReadRequest>([](const Call&) {});
+    EXPECT_EQ(read(), readFailed);
+}
+
+TEST_F(SlowServer, ThatAnswersTooLateHarmsNothing) {
+    ASSERT_EQ(connect(), 0);
+    std::promise<Call> taken;
+    server.onNext<UA_ReadRequest>([&taken](const Call& call) { taken.set_value(call); });
+    EXPECT_EQ(read(), readFailed);
+    const Call late = taken.get_future().get();
+    late.answer();
+    late.answerBody(hex("07"));
+    expectUnharmed();
+}
+
+} // namespace
