@@ -306,8 +306,9 @@ class BrowsedValues : public Answers, public testing::WithParamInterface<Answer>
 
 /// An answer to a read that cannot be decoded costs the value; any other failure is one of the service.
 TEST_P(BrowsedValues, LeaveTheTypeNullOrEndTheBrowse) {
-    static const std::set<std::string> undecodable{"TypeAlone",    "HeaderAlone",       "EndlessArray",
-                                                   "EndlessNames", "NestedDiagnostics", "AdditionOfUnknownType"};
+    static const std::set<std::string> undecodable{"TypeAlone",         "HeaderAlone",
+                                                   "EndlessArray",      "EndlessNames",
+                                                   "NestedDiagnostics", "AdditionOfUnknownType"};
     ASSERT_EQ(connect(), 0);
     server.on<UA_ReadRequest>([](const Call& call) { call.answerBody(GetParam().body(call)); });
     const bool goesOn = undecodable.count(GetParam().name) > 0;

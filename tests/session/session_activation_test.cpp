@@ -245,7 +245,9 @@ TEST_F(SessionActivation, LeavesNoPasswordBehind) {
     security.reset();
     const int found = leftBehind;
     // The search itself works.
-    { const std::vector<char> unwiped(searched.begin(), searched.end()); }
+    {
+        const std::vector<char> unwiped(searched.begin(), searched.end());
+    }
     EXPECT_EQ(leftBehind, found + 1);
     searched.clear();
     EXPECT_TRUE(status.isGood());

@@ -18,8 +18,8 @@ public:
     virtual void connectionStatusChanged(unsigned int clientConnectionId, UaClient::ServerStatus status);
 };
 
-/// Receives what a subscription delivers, on another thread of the session's own. After deleteSubscription() no further call
-/// begins; one that is running then is not waited for.
+/// Receives what a subscription delivers, on another thread of the session's own. After deleteSubscription()
+/// no further call begins; one that is running then is not waited for.
 class UASDK_EXPORT UaSubscriptionCallback {
 public:
     virtual ~UaSubscriptionCallback();

@@ -116,7 +116,8 @@ public:
 /// Decodes what it is given; for a call on this thread.
 class ResponseDecoder : public AnswerReceiver {
 public:
-    ResponseDecoder(const UA_DataType& type, std::size_t expectedResults, void* response, AnswerOutcome& outcome)
+    ResponseDecoder(const UA_DataType& type, std::size_t expectedResults, void* response,
+                    AnswerOutcome& outcome)
         : m_type(type), m_expectedResults(expectedResults), m_response(response), m_outcome(outcome) {}
 
     UaStatus answered(UaStatus status, UaByteView body) override {

@@ -129,7 +129,8 @@ UaStatus SecureChannel::takeOpenAnswer(const Chunk& chunk) {
         isAwaited = m_openRequest != 0;
     }
     if (!isAwaited && ++m_unaskedOpens > mostUnaskedOpens) {
-        return giveUp(UA_STATUSCODE_BADTCPMESSAGETYPEINVALID, "the server opens the channel again and again unasked");
+        return giveUp(UA_STATUSCODE_BADTCPMESSAGETYPEINVALID,
+                      "the server opens the channel again and again unasked");
     }
     UaStatus status = m_openProtection.open(chunk, plain, sequenced);
     if (!status.isBad()) {

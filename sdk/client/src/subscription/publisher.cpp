@@ -101,8 +101,8 @@ void Publisher::published(std::uint32_t generation, UaStatus status, UaByteView 
     Answer<UA_PublishRequest> answer;
     if (!status.isBad()) {
         UA_PublishResponse& response = answer;
-        status = decodeResponse(body, Service<UA_PublishRequest>::responseType(), anyNumber, &response,
-                                answer);
+        status =
+            decodeResponse(body, Service<UA_PublishRequest>::responseType(), anyNumber, &response, answer);
     }
     bool gone = false;
     {
@@ -142,7 +142,8 @@ bool Publisher::refused(std::uint32_t generation, UaStatus status) {
         return false;
     }
     if (m_refusals == 0) {
-        UaTrace::write(UaTrace::Warnings, "subscription", "no answer to a publish request: %s", status.name());
+        UaTrace::write(UaTrace::Warnings, "subscription", "no answer to a publish request: %s",
+                       status.name());
     }
     m_notBefore = now + firstPause * (1U << std::min(m_refusals, doublings));
     ++m_refusals;
@@ -249,8 +250,8 @@ void Publisher::republished(std::uint32_t subscriptionId, std::uint32_t number, 
     Answer<UA_RepublishRequest> answer;
     if (!status.isBad()) {
         UA_RepublishResponse& response = answer;
-        status = decodeResponse(body, Service<UA_RepublishRequest>::responseType(), anyNumber, &response,
-                                answer);
+        status =
+            decodeResponse(body, Service<UA_RepublishRequest>::responseType(), anyNumber, &response, answer);
     }
     {
         const std::lock_guard<std::mutex> lock(m_mutex);

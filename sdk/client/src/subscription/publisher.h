@@ -95,9 +95,9 @@ private:
     std::uint32_t m_generation = 0; ///< counts subscriptions that came
     std::vector<UA_SubscriptionAcknowledgement> m_acknowledgements;
     std::vector<Missing> m_missing;
-    unsigned int m_waiting = 0;  ///< publish requests at the server
-    unsigned int m_limit = 0;    ///< how many the server takes
-    unsigned int m_refusals = 0; ///< in a row
+    unsigned int m_waiting = 0;       ///< publish requests at the server
+    unsigned int m_limit = 0;         ///< how many the server takes
+    unsigned int m_refusals = 0;      ///< in a row
     unsigned int m_emptyMessages = 0; ///< in a row
     Clock::time_point m_notBefore{};
     bool m_flows = true;
