@@ -17,8 +17,8 @@ struct Case {
     bool noticed; ///< the status tells of the silence already
 };
 
-void PrintTo(const Case& tested, std::ostream* stream) {
-    *stream << tested.name;
+std::ostream& operator<<(std::ostream& stream, const Case& tested) {
+    return stream << tested.name;
 }
 
 class EndingInAnOutage : public OutageTest, public testing::WithParamInterface<Case> {

@@ -46,10 +46,10 @@ bool Beginnings::operator==(const Beginnings& other) const {
     return all(*this) == all(other);
 }
 
-void PrintTo(const Beginnings& beginnings, std::ostream* stream) {
-    *stream << beginnings.connections << " connections, " << beginnings.sessions << " sessions, "
-            << beginnings.activations << " activations, " << beginnings.subscriptions << " subscriptions, "
-            << beginnings.itemCalls << " calls for items";
+std::ostream& operator<<(std::ostream& stream, const Beginnings& beginnings) {
+    return stream << beginnings.connections << " connections, " << beginnings.sessions << " sessions, "
+                  << beginnings.activations << " activations, " << beginnings.subscriptions
+                  << " subscriptions, " << beginnings.itemCalls << " calls for items";
 }
 
 void OutageTest::startPlant(int tags) {

@@ -19,7 +19,7 @@ struct Beginnings {
 
     bool operator==(const Beginnings& other) const;
 };
-void PrintTo(const Beginnings& beginnings, std::ostream* stream);
+std::ostream& operator<<(std::ostream& stream, const Beginnings& beginnings);
 
 /// A plant server, the network before it, and a client (ClientTest's) that reaches it past that network.
 class OutageTest : public ClientTest {
