@@ -67,9 +67,10 @@ void NotificationOrder::goOnFrom(std::uint32_t number, const Deliver& deliver) {
         m_expected = m_held.begin()->first;
         deliverHeld(deliver);
     }
-    if (isBefore(m_expected, number)) {
+    if (!isBefore(number, m_expected)) {
         m_expected = number;
     }
+    m_missingUpTo = m_expected;
 }
 
 void NotificationOrder::keptAlive(std::uint32_t nextNumber, const Deliver& deliver) {
