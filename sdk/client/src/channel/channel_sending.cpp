@@ -5,6 +5,7 @@
 #include "encoding/type_id.h"
 #include "encoding/wire.h"
 #include "uabase/date_time.h"
+#include "uabase/trace.h"
 
 namespace UaClientSdk {
 namespace {
