@@ -62,7 +62,8 @@ TEST_F(ChunkReaderTest, GivesAChunkOutWhenItsLastByteIsThere) {
 }
 
 TEST_F(ChunkReaderTest, CutsWhatArrivesTogether) {
-    arrive(chunkOf("MSGC", 30) + chunkOf("MSGA", 40) + chunkOf("ERRF", 50) + chunkOf("OPNF", 60).substr(0, 20));
+    arrive(chunkOf("MSGC", 30) + chunkOf("MSGA", 40) + chunkOf("ERRF", 50) +
+           chunkOf("OPNF", 60).substr(0, 20));
     EXPECT_EQ(next(), OpcUa_Good);
     EXPECT_TRUE(found && chunk.position == ChunkPosition::Intermediate && chunk.size == 30);
     EXPECT_EQ(next(), OpcUa_Good);
@@ -119,6 +120,7 @@ INSTANTIATE_TEST_SUITE_P(Kind, RefusedChunk,
                                          chunkOf("ACKC", 28), chunkOf("ERRA", 40), chunkOf("OPNC", 140),
                                          "GET / HTTP/1.1\r\n\r\n"));
 INSTANTIATE_TEST_SUITE_P(Size, RefusedChunk,
-                         testing::Values(chunkOf("MSGF", 40, 0), chunkOf("MSGF", 40, 7), chunkOf("MSGF", 40, 8),
-                                         chunkOf("MSGF", 40, 23), chunkOf("ACKF", 40, 27), chunkOf("ERRF", 40, 15),
+                         testing::Values(chunkOf("MSGF", 40, 0), chunkOf("MSGF", 40, 7),
+                                         chunkOf("MSGF", 40, 8), chunkOf("MSGF", 40, 23),
+                                         chunkOf("ACKF", 40, 27), chunkOf("ERRF", 40, 15),
                                          chunkOf("OPNF", 40, 11)));

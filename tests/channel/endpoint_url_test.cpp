@@ -41,11 +41,13 @@ TEST(EndpointUrl, NamesHostAndPort) {
 
 TEST(EndpointUrl, RefusesWhatIsNone) {
     for (const std::string url :
-         {"", "opc.tcp:/", "opc.tcp://", "opc.tcp:///x", "opc.tcp://:4840", "http://plc:4840", "opc.tcpx://plc",
-          "opc.tcp://plc:0", "opc.tcp://plc:65536", "opc.tcp://plc:-1", "opc.tcp://plc:48x", "opc.tcp://plc: 4840",
-          "opc.tcp://[::1", "opc.tcp://[]", "opc.tcp://[::1]x", "opc.tcp://[::1]4840"}) {
+         {"", "opc.tcp:/", "opc.tcp://", "opc.tcp:///x", "opc.tcp://:4840", "http://plc:4840",
+          "opc.tcpx://plc", "opc.tcp://plc:0", "opc.tcp://plc:65536", "opc.tcp://plc:-1", "opc.tcp://plc:48x",
+          "opc.tcp://plc: 4840", "opc.tcp://[::1", "opc.tcp://[]", "opc.tcp://[::1]x",
+          "opc.tcp://[::1]4840"}) {
         EndpointUrl result;
-        EXPECT_EQ(EndpointUrl::parse(UaString(url), result).statusCode(), UA_STATUSCODE_BADTCPENDPOINTURLINVALID)
+        EXPECT_EQ(EndpointUrl::parse(UaString(url), result).statusCode(),
+                  UA_STATUSCODE_BADTCPENDPOINTURLINVALID)
             << url;
     }
 }

@@ -42,7 +42,7 @@ private:
     void deliverHeld(const Deliver& deliver);
 
     std::uint32_t m_expected = 1;
-    std::uint32_t m_inOrder = 0; ///< messages before the expected one, as far as they matter
+    std::uint32_t m_inOrder = 0;     ///< messages before the expected one, as far as they matter
     std::uint32_t m_missingUpTo = 1; ///< numbers below were told
     std::vector<std::uint32_t> m_missing;
     /// An empty message stands for one that will not come.
