@@ -5,11 +5,16 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <new>
+
 #include "own_thread.h"
 #include "uabase/trace.h"
 
 namespace UaClientSdk {
 namespace {
+
+/// The one whose thread this is.
+thread_local const NetworkThread* current = nullptr;
 
 enum Source : std::uint32_t { Socket, Event };
 
@@ -61,7 +66,7 @@ void NetworkThread::stop() {
 }
 
 void NetworkThread::wake() {
-    if (std::this_thread::get_id() != m_thread.get_id()) {
+    if (current != this) {
         eventfd_write(m_event, 1);
     }
 }
@@ -83,8 +88,13 @@ void NetworkThread::watchSocket() {
 
 void NetworkThread::run() {
     pthread_setname_np(pthread_self(), "opcua-network");
-    while (!m_stop) {
-        waitFor(m_housekeeping.keepHouse());
+    current = this;
+    try {
+        while (!m_stop) {
+            waitFor(m_housekeeping.keepHouse());
+        }
+    } catch (const std::bad_alloc&) {
+        m_pipe.fail(UA_STATUSCODE_BADOUTOFMEMORY);
     }
 }
 

@@ -178,7 +178,14 @@ UaStatus Pipe::send(const Deadline& deadline, Pending* pending, ReadingTurn& tur
         turn.tryTake();
     }
     Room room(*this, deadline, turn);
-    status = sendRequest(room);
+    try {
+        status = sendRequest(room);
+    } catch (...) { // no memory; the call is about to leave its stack
+        if (pending != nullptr) {
+            take(pending->requestId);
+        }
+        throw;
+    }
     if (status.isBad()) {
         if (pending != nullptr) {
             take(pending->requestId);
