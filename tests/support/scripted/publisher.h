@@ -46,8 +46,8 @@ public:
     bool waitForWaiting(std::size_t count) const;
     /// Takes a waiting Publish request away, to be answered by the case. Nothing when none came in time.
     std::optional<Call> takeRequest();
-    /// Sequence numbers that the client acknowledged, in its order, and what the latest subscription still has
-    /// to be acknowledged.
+    /// Sequence numbers that the client acknowledged, in its order, and what the latest subscription still
+    /// has to be acknowledged.
     std::vector<std::uint32_t> acknowledged() const;
     std::vector<std::uint32_t> unacknowledged() const;
     bool waitForAcknowledged(std::size_t count) const;
