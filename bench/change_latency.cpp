@@ -5,13 +5,16 @@
 #include "raw_driver.h"
 #include "raw_items.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
 #include <mutex>
 #include <random>
 #include <stdexcept>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace bench {
 namespace {

@@ -7,10 +7,13 @@
 #include "raw_items.h"
 #include "raw_service.h"
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <stdexcept>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace bench {
 namespace {

@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
+#include <utility>
+#include <vector>
 
 namespace bench {
 namespace {

@@ -7,8 +7,12 @@
 #include "process_figures.h"
 #include "raw_items.h"
 
+#include <chrono>
+#include <cstddef>
 #include <stdexcept>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace bench {
 namespace {

@@ -2,6 +2,7 @@
 
 #include "OpcUaClientInterface.h"
 
+#include <cstddef>
 #include <string>
 
 namespace bench {

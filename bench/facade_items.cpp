@@ -1,5 +1,9 @@
 #include "facade_items.h"
 
+#include <cstddef>
+#include <string>
+#include <vector>
+
 namespace bench {
 
 FacadeItems::FacadeItems(const std::string& url, double publishingInterval, ChangeSink& sink)

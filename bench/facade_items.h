@@ -4,6 +4,7 @@
 #include "facade_client.h"
 #include "tags.h"
 
+#include <string>
 #include <vector>
 
 namespace bench {

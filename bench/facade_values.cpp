@@ -2,7 +2,10 @@
 
 #include "facade_items.h"
 
+#include <cstddef>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace bench {
 

@@ -6,12 +6,16 @@
 #include "raw_driver.h"
 #include "support/child_process.h"
 
+#include <chrono>
+#include <cstddef>
 #include <iomanip>
 #include <iostream>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace bench {
 namespace {

@@ -9,7 +9,9 @@
 #include <cstdlib>
 #include <fstream>
 #include <iomanip>
+#include <ios>
 #include <sstream>
+#include <string>
 
 namespace bench {
 namespace {

@@ -9,8 +9,11 @@
 #include <pthread.h>
 
 #include <cstdio>
+#include <functional>
 #include <stdexcept>
+#include <string>
 #include <system_error>
+#include <vector>
 
 namespace bench {
 namespace {

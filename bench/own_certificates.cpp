@@ -1,6 +1,8 @@
 #include "own_certificates.h"
 
+#include <filesystem>
 #include <stdexcept>
+#include <system_error>
 
 namespace bench {
 namespace {

@@ -7,9 +7,13 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
+#include <exception>
 #include <filesystem>
 #include <stdexcept>
+#include <string>
 #include <system_error>
+#include <vector>
 
 namespace bench {
 namespace {

@@ -6,7 +6,9 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cstddef>
 #include <stdexcept>
+#include <string>
 
 namespace bench {
 

@@ -6,6 +6,7 @@
 #include <open62541/plugin/log_stdout.h>
 
 #include <new>
+#include <string>
 
 namespace bench {
 namespace {

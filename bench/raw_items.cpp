@@ -6,6 +6,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <string>
+#include <vector>
 
 namespace bench {
 namespace {

@@ -4,6 +4,7 @@
 #include "raw_client.h"
 #include "tags.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

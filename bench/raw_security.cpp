@@ -7,8 +7,12 @@
 #include <open62541/plugin/securitypolicy_default.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
+#include <ios>
 #include <iterator>
+#include <stdexcept>
+#include <string>
 
 namespace bench {
 namespace {

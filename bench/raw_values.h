@@ -3,6 +3,7 @@
 #include "raw_client.h"
 #include "tags.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 

@@ -7,6 +7,7 @@
 #include "raw_client.h"
 
 #include <optional>
+#include <string>
 
 namespace bench {
 namespace {

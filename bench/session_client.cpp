@@ -6,6 +6,7 @@
 #include <benchmark/benchmark.h>
 
 #include <stdexcept>
+#include <string>
 
 using namespace UaClientSdk;
 

@@ -1,5 +1,8 @@
 #include "setting.h"
 
+#include <string>
+#include <vector>
+
 namespace bench {
 
 // Large folders come in pages, as from most servers.

@@ -4,6 +4,7 @@
 #include "idle_clients.h"
 #include "support/server_process.h"
 
+#include <chrono>
 #include <optional>
 #include <string>
 

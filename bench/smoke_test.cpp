@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -37,6 +38,13 @@ TEST(BenchSmoke, EveryOperationRunsAndShowsItsRow) {
 
 TEST(BenchSmoke, AnUnknownOptionIsRefused) {
     EXPECT_EQ(runProgram(BENCH_PROGRAM, {"--no-such-option"}).end.exitCode, 2);
+}
+
+TEST(BenchSmoke, TheSoakRuns) {
+    const ProgramResult run = runProgram(SOAK_PROGRAM, {"--smoke"}, std::chrono::seconds(100));
+    EXPECT_EQ(run.end.exitCode, 0) << run.standardOutput << run.standardError;
+    EXPECT_NE(run.standardOutput.find("\nthreads: "), std::string::npos) << run.standardOutput;
+    EXPECT_EQ(runProgram(SOAK_PROGRAM, {"never"}).end.exitCode, 2);
 }
 
 } // namespace

@@ -7,6 +7,8 @@
 #include <array>
 #include <cstdio>
 #include <iostream>
+#include <string>
+#include <vector>
 
 namespace bench {
 namespace {
@@ -101,6 +103,16 @@ bool isKept(const Bound& bound, const benchmark::UserCounters& found) {
     return true;
 }
 
+/// Why a run failed, empty when it did not. The second is for Google Benchmark before 1.8.
+template <typename Run>
+auto failure(const Run& run, int) -> decltype(run.skip_message) {
+    return run.skip_message;
+}
+template <typename Run>
+auto failure(const Run& run, long) -> decltype(run.error_message) {
+    return run.error_message;
+}
+
 void printLine(const std::array<std::string, 9>& cells) {
     std::printf(rowFormat, cells[0].c_str(), cells[1].c_str(), cells[2].c_str(), cells[3].c_str(),
                 cells[4].c_str(), cells[5].c_str(), cells[6].c_str(), cells[7].c_str(), cells[8].c_str());
@@ -124,9 +136,9 @@ void Table::ReportRuns(const std::vector<Run>& runs) {
 
 void Table::printRow(const Run& run) {
     const std::string& name = run.run_name.function_name;
-    if (run.error_occurred) {
+    if (const std::string explanation = failure(run, 0); !explanation.empty()) {
         ++m_failures;
-        std::printf("%-38s  FAILED: %s\n", name.c_str(), run.error_message.c_str());
+        std::printf("%-38s  FAILED: %s\n", name.c_str(), explanation.c_str());
         return;
     }
     const auto operation =

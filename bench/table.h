@@ -3,6 +3,8 @@
 #include "operation.h"
 
 #include <cstddef>
+#include <string>
+#include <vector>
 
 namespace bench {
 

@@ -6,8 +6,10 @@
 #include "raw_client.h"
 #include "session_client.h"
 
+#include <chrono>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 namespace bench {
 namespace {

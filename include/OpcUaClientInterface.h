@@ -73,7 +73,8 @@
 /// - OpcUaGetConnectStatus and GetErrorMsg: at any time, on any thread, from callbacks too. The message
 ///   is that of the last failure on any thread.
 /// - OpcUaDiscover: at any time; it has nothing to do with the session.
-/// - OpcUaDisConnect: not while another operation of the same client runs on another thread.
+/// - OpcUaDisConnect: not while another operation of the same client but OpcUaDisConnect runs on another
+///   thread.
 /// - OpcUaGetUaNode: one call at a time, and not while a looked-up node is being browsed.
 /// - OpcUaReadRootNode, and walking the tree: not while OpcUaBrowse runs.
 ///
@@ -127,12 +128,12 @@ public:
         /// A value changed. Called on a thread of the library's own, one change at a time. Values that are
         /// Bad or Uncertain are not delivered.
         ///
-        /// While it runs nothing else is delivered; up to 200000 changes wait, then the oldest are dropped
-        /// with a line in the trace. It may use any client's values and browse, disconnect, and ask for
-        /// status and message. Of its own client it must not add, remove or clear items or delete or
-        /// replace the subscription: that waits for itself for good. And as long as another thread does
-        /// that, or calls OpcUaConnect, it must not read, write or browse: the two would wait for each
-        /// other. What it throws is traced and goes no further.
+        /// While it runs nothing else is delivered; up to 200000 changes or 64 MiB wait, beyond that the
+        /// latest of each item, with a line in the trace. It may use any client's values and browse,
+        /// disconnect or destroy its own, and ask for status and message. Of its own client it must not add,
+        /// remove or clear items or delete or replace the subscription: that waits for itself for good. And
+        /// as long as another thread does that, or calls OpcUaConnect, it must not read, write or browse:
+        /// the two would wait for each other. What it throws is traced and goes no further.
         virtual void OpcUaDataChange(_OpcUaDataChangeMsg message) = 0;
         /// Decides on a server certificate that the client does not find good (OPC UA Part 4, 6.1.3): most
         /// often one that nobody trusted yet, but also one that has expired, was revoked or belongs to
@@ -155,7 +156,8 @@ public:
 
     /// Starts the library for this client. Throws std::bad_alloc.
     COpcUaClientInterface();
-    /// Disconnects if need be and frees all nodes. The last client of the process closes the trace file.
+    /// Disconnects if need be and frees all nodes. Returns after the last callback; may be called from
+    /// inside one. The last client of the process closes the trace file.
     virtual ~COpcUaClientInterface();
     COpcUaClientInterface(const COpcUaClientInterface&) = delete;
     COpcUaClientInterface& operator=(const COpcUaClientInterface&) = delete;
@@ -280,8 +282,11 @@ public:
     /// A child without a readable value (every Object) has data type Null and leaves the message
     /// "读数据类型失败" although the browse succeeds.
     ///
-    /// @return 0. 3 without a session: the tree is freed. 4 when the server refused or didn't answer, and
-    ///         when the connection is lost: children read until then stay. 6: see above.
+    /// A node has at most 250000 children: a page of the answer that exceeds them ends the browse, as the
+    /// tenth empty page in a row does. The trace tells so.
+    ///
+    /// @return 0. 3 without a session: the tree is freed. 4 when the server refused, didn't answer or found
+    ///         no end, and when the connection is lost: children read until then stay. 6: see above.
     int OpcUaBrowse(OpcUaNode* node);
 
     /// Reads the current value of a node (OPC UA Part 4, 5.11.2), converted to `node->dataType`.

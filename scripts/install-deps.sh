@@ -1,11 +1,15 @@
 #!/usr/bin/env bash
-# Installs what this project needs, from Debian's archive alone. Silent when everything is there.
+# Installs what this project needs, from the system's own archive and, on Debian, open62541 from a later release of it.
+# Only adds: it rather fails than change a package that is there. Silent when everything is there.
 #
-#   scripts/install-deps.sh          everything: build, tests, linters, benchmarks
-#   scripts/install-deps.sh build    enough to build the libraries, the tools and the demo
+#   scripts/install-deps.sh            everything: build, tests, linters, benchmarks
+#   scripts/install-deps.sh build      enough to build the libraries, the tools and the demo
+#   scripts/install-deps.sh runtime    enough to run them: what a target needs
+#   scripts/install-deps.sh chroot     what scripts/in-debian.sh needs
 #
 # Needs root or sudo, and only when something is missing.
 set -euo pipefail
+. "$(dirname "$0")/debian-archive.sh"
 
 group=${1:-all}
 
@@ -17,10 +21,8 @@ test_packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   openssl python3 iproute2 procps
 )
-# The linters are pinned to one version because their verdicts change with it; Debian 13 has another.
-lint_packages=(clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev)
-# The CMake package of the engine is incomplete without its tools package.
-engine_packages=(libopen62541-1.4 libopen62541-1.4-dev libopen62541-1.4-tools)
+# Pinned to the one version that Debian 12 and 13 both have, because verdicts change with it.
+lint_packages=(clang-19 clang-format-19 clang-tidy-19 libclang-rt-19-dev)
 engine_sources=/etc/apt/sources.list.d/opcuaclient-engine.sources
 engine_pins=/etc/apt/preferences.d/opcuaclient-engine
 
@@ -29,45 +31,12 @@ die() {
   exit 1
 }
 
-[ -r /etc/os-release ] || die "no /etc/os-release here; this script knows Debian 12 and later"
+[ -r /etc/os-release ] || die "no /etc/os-release here; this script knows systems with apt"
 . /etc/os-release
-debian=${VERSION_ID:-99} # testing and unstable carry no number
-debian=${debian%%.*}
-
-wanted=("${build_packages[@]}")
-case $group in
-build) ;;
-all)
-  wanted+=("${test_packages[@]}")
-  # Whatever Node.js is there will do: only its absence is for Debian's packages.
-  { command -v node && command -v npm; } >/dev/null || wanted+=(nodejs npm)
-  [ "$debian" -ne 12 ] || wanted+=("${lint_packages[@]}")
-  ;;
-*) die "unknown group '$group'; say 'build', or nothing for everything" ;;
-esac
-
-installed() {
-  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
-}
-
-missing=()
-for package in "${wanted[@]}"; do
-  installed "$package" || missing+=("$package")
-done
-engine_missing=()
-for package in "${engine_packages[@]}"; do
-  installed "$package" || engine_missing+=("$package")
-done
-if [ ${#missing[@]} -eq 0 ] && [ ${#engine_missing[@]} -eq 0 ]; then
-  exit 0
-fi
-
-if [ "${ID:-}" != debian ] || [ "$debian" -lt 12 ]; then
-  die "this script knows Debian 12 and later; on ${PRETTY_NAME:-this system} install these yourself:" \
-    "${missing[*]} ${engine_missing[*]}"
-fi
-if [ "$(id -u)" -ne 0 ] && ! command -v sudo >/dev/null; then
-  die "root or sudo is needed to install: ${missing[*]} ${engine_missing[*]}"
+debian=0 # not one whose later releases fit
+if [ "${ID:-}" = debian ]; then
+  debian=${VERSION_ID:-99} # testing and unstable carry no number
+  debian=${debian%%.*}
 fi
 
 as_root() {
@@ -86,11 +55,64 @@ apt_get() {
   fi
 }
 
-# Archive and release of every index that apt knows. Empty until the first `apt-get update`.
-debian_indexes() {
-  apt-get indextargets --format '$(REPO_URI) $(CODENAME) $(COMPONENT) $(ORIGIN) $(LABEL)' 'Created-By: Packages' |
-    awk '$3 == "main" && $4 == "Debian" && $5 == "Debian" { print $1, $2 }'
+installed() {
+  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
 }
+available() {
+  [ -n "$(apt-cache madison "$1" 2>/dev/null)" ]
+}
+# Of the packages given, those for which the function in the first place says no.
+without() {
+  local property=$1 package
+  shift
+  for package in "$@"; do
+    "$property" "$package" || echo "$package"
+  done
+}
+# The names of the shared libraries carry versions; the development packages know which.
+runtime_packages() {
+  apt-cache depends libssl-dev libspdlog-dev libfmt-dev 2>/dev/null |
+    awk '$1 == "Depends:" && $2 ~ /^lib/ && $2 !~ /-dev$/ { print $2 }' | sort -u
+}
+
+wanted=() optional=() engine_wanted=()
+choose_packages() {
+  case $group in
+  all)
+    wanted=("${build_packages[@]}" "${test_packages[@]}")
+    # Whatever Node.js is there will do: only its absence is for the system's packages.
+    { command -v node && command -v npm; } >/dev/null || wanted+=(nodejs npm ca-certificates)
+    case $debian in
+    12 | 13) wanted+=("${lint_packages[@]}") ;;
+    *) wanted+=(clang) optional=("${lint_packages[@]}") ;;
+    esac
+    ;;
+  build) wanted=("${build_packages[@]}") ;;
+  runtime) mapfile -t wanted < <(runtime_packages) ;;
+  chroot) wanted=(debootstrap) ;;
+  *) die "unknown group '$group'; say 'build', 'runtime', 'chroot', or nothing for everything" ;;
+  esac
+  case $group in
+  # The CMake package of the engine is incomplete without its tools package.
+  all | build) engine_wanted=(libopen62541-1.4 libopen62541-1.4-dev libopen62541-1.4-tools) ;;
+  runtime) engine_wanted=(libopen62541-1.4) ;;
+  esac
+  mapfile -t missing < <(without installed "${wanted[@]}")
+  mapfile -t engine_missing < <(without installed "${engine_wanted[@]}")
+  for package in $(without installed "${optional[@]}"); do
+    ! available "$package" || missing+=("$package")
+  done
+}
+choose_packages
+# Without apt's lists nobody knows what a target needs.
+[ "$group" != runtime ] || [ ${#wanted[@]} -gt 0 ] || missing=("the libraries of OpenSSL, spdlog and fmt")
+names=("${missing[@]}" "${engine_missing[@]}")
+[ ${#names[@]} -gt 0 ] || exit 0
+
+command -v apt-get >/dev/null || die "no apt on ${PRETTY_NAME:-this system}; install these yourself: ${names[*]}"
+if [ "$(id -u)" -ne 0 ] && ! command -v sudo >/dev/null; then
+  die "root or sudo is needed to install: ${names[*]}"
+fi
 
 # $1 the archive, then the suites. They are pinned so low that nothing else is ever taken from them.
 write_engine_suites() {
@@ -116,7 +138,7 @@ remove_engine_suites() {
 # stays as it is. The unstable suite is welcome but not needed: a mirror may lack it or carry an outdated index.
 add_engine_suites() {
   local archive suite suites=()
-  archive=$(debian_indexes | awk '$2 !~ /-(updates|backports)/ && !found++ { print $1 }')
+  archive=$(debian_archive)
   [ -n "$archive" ] || die "no Debian archive in this machine's apt configuration"
   for suite in trixie sid; do
     debian_indexes | grep " $suite\$" >/dev/null || suites+=("$suite")
@@ -131,23 +153,39 @@ add_engine_suites() {
   fi
 }
 
-# The newest 1.4.x that the archive carries: the unstable suite has security fixes that the stable one lacks.
-newest_engine() {
-  apt-cache madison libopen62541-1.4-dev | awk -F'|' '{ gsub(/ /, "", $2); print $2 }' |
-    { grep -E '^([0-9]+:)?1\.4\.' || true; } | sort -V | tail -n 1
+# Newest first: the unstable suite has security fixes that the stable one lacks.
+engine_versions() {
+  local version
+  for version in $(apt-cache madison libopen62541-1.4 | awk -F'|' '{ gsub(/ /, "", $2); print $2 }' | sort -rVu); do
+    ! dpkg --compare-versions "$version" ge 1.4.11 || echo "$version"
+  done
 }
 
-echo "install-deps: installing ${missing[*]} ${engine_missing[*]}"
-if [ ${#engine_missing[@]} -gt 0 ]; then
-  remove_engine_suites
-fi
+# What apt would upgrade or remove for the packages given.
+would_change() {
+  local plan
+  plan=$(run_apt_get install --simulate --no-install-recommends "$@" 2>&1) || { echo "$plan"; return; }
+  awk '$1 == "Remv" || ($1 == "Inst" && $3 ~ /^\[/) { print $2 }' <<<"$plan"
+}
+
+[ ${#engine_missing[@]} -eq 0 ] || remove_engine_suites
 apt_get update
-if [ ${#missing[@]} -gt 0 ]; then
-  apt_get install --no-install-recommends "${missing[@]}"
-fi
+choose_packages
+names=("${missing[@]}" "${engine_missing[@]}")
+echo "install-deps: installing ${names[*]}"
+versions=(none)
 if [ ${#engine_missing[@]} -gt 0 ]; then
-  add_engine_suites
-  version=$(newest_engine)
-  [ -n "$version" ] || die "the archive has no open62541 1.4.x"
-  apt_get install --no-install-recommends "${engine_packages[@]/%/=$version}"
+  [ "$debian" -lt 12 ] || add_engine_suites
+  mapfile -t versions < <(engine_versions)
 fi
+mapfile -t absent < <(without available "${missing[@]}")
+[ ${#versions[@]} -gt 0 ] || absent+=("open62541 1.4.11 or a later 1.4.x")
+[ ${#absent[@]} -eq 0 ] || die "the archive of ${PRETTY_NAME:-this system} lacks: ${absent[*]}"
+
+for version in "${versions[@]}"; do
+  packages=("${missing[@]}" "${engine_missing[@]/%/=$version}")
+  changes=$(would_change "${packages[@]}")
+  [ -n "$changes" ] || break
+done
+[ -z "$changes" ] || die "nothing installed, since apt would change what is on this system, or can't install:"$'\n'"$changes"
+apt_get install --no-install-recommends "${packages[@]}"

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs clang-tidy over every source file in a build folder's compile commands.
+"""Runs clang-tidy over every source file in a build folder's compile commands, and over every header.
 
   lint.py BUILD_FOLDER [JOBS]
 
@@ -8,36 +8,32 @@ preprocessed text, flags and checks passed before is not looked at again.
 """
 import concurrent.futures
 import hashlib
-import json
 import os
 import pathlib
-import shlex
 import subprocess
 import sys
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent
-TIDY = "clang-tidy-14"
+from compile_commands import ROOT, headers, sources
+
+TIDY = "clang-tidy-19"
 CACHE = pathlib.Path(os.environ.get("XDG_CACHE_HOME", pathlib.Path.home() / ".cache")) / "opcuaclient-lint"
 
 
-def fingerprint(entry, settings):
+def fingerprint(file, settings):
     """Names the question: same name, same answer. Comments count, since they can silence a check."""
-    command = shlex.split(entry["command"])
-    command = command[:command.index("-o")] + ["-E", "-C", entry["file"]]
-    while pathlib.Path(command[0]).name == "ccache":
-        command = command[1:]
-    text = subprocess.run(command, cwd=entry["directory"], stdout=subprocess.PIPE, check=True).stdout
+    command = [file.compiler, *file.flags, "-E", "-C", str(file.path)]
+    text = subprocess.run(command, cwd=file.folder, stdout=subprocess.PIPE, check=True).stdout
     text = text.replace(os.fsencode(ROOT), b"")
     flags = " ".join(command).replace(str(ROOT), "")
     return hashlib.sha256(settings + flags.encode() + text).hexdigest()
 
 
-def lint(entry, build, settings):
+def lint(file, settings):
     """Returns what is wrong with one file, empty when nothing is."""
-    stamp = CACHE / fingerprint(entry, settings)
+    stamp = CACHE / fingerprint(file, settings)
     if stamp.exists():
         return ""
-    done = subprocess.run([TIDY, "-p", str(build), "--quiet", entry["file"]], cwd=ROOT,
+    done = subprocess.run([TIDY, "--quiet", str(file.path), "--", *file.flags], cwd=file.folder,
                           stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
     if done.returncode == 0:
         stamp.touch()
@@ -47,23 +43,23 @@ def lint(entry, build, settings):
 
 def main(build, jobs=os.cpu_count()):
     build = pathlib.Path(build).resolve()
-    entries = [entry for entry in json.loads((build / "compile_commands.json").read_text())
-               if not entry["file"].startswith(str(build))]
-    if not entries:
-        sys.exit("lint: no source files in the compile commands")
+    files = sources(build)
+    for header in headers(build):
+        header.flags = [*header.flags, "-x", "c++-header"]
+        files.append(header)
     CACHE.mkdir(parents=True, exist_ok=True)
     settings = subprocess.run([TIDY, "--version"], stdout=subprocess.PIPE, check=True).stdout
     for checks in [ROOT / ".clang-tidy", *sorted(ROOT.glob("[a-z]*/.clang-tidy"))]:
         settings += checks.read_bytes()
     failed = 0
     with concurrent.futures.ThreadPoolExecutor(int(jobs)) as pool:
-        for complaints in pool.map(lambda entry: lint(entry, build, settings), entries):
+        for complaints in pool.map(lambda file: lint(file, settings), files):
             if complaints:
                 failed += 1
                 print(complaints)
     if failed:
-        sys.exit(f"lint: {failed} of {len(entries)} files")
-    print(f"lint: {len(entries)} files")
+        sys.exit(f"lint: {failed} of {len(files)} files")
+    print(f"lint: {len(files)} files")
 
 
 main(*sys.argv[1:])

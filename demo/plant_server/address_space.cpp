@@ -1,5 +1,12 @@
 #include "address_space.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
 #include <open62541/server.h>
 
 namespace plant_server {

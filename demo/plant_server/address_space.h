@@ -4,6 +4,8 @@
 #include "value.h"
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace plant_server {
 

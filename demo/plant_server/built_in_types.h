@@ -18,8 +18,12 @@ struct BuiltInType;
     template <>                                                                                              \
     struct BuiltInType<UA_##Name> {                                                                          \
         static constexpr const char* name = #Name;                                                           \
-        static const UA_DataType* description() { return &UA_TYPES[UA_TYPES_##INDEX]; }                      \
-        static auto scalar() { return sample; }                                                              \
+        static const UA_DataType* description() {                                                            \
+            return &UA_TYPES[UA_TYPES_##INDEX];                                                              \
+        }                                                                                                    \
+        static auto scalar() {                                                                               \
+            return sample;                                                                                   \
+        }                                                                                                    \
     }
 
 PLANT_SERVER_BUILT_IN_TYPE(Boolean, BOOLEAN, true);

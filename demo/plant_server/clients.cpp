@@ -3,6 +3,9 @@
 #include "status.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <string>
+#include <vector>
 
 namespace plant_server {
 namespace {

@@ -2,10 +2,12 @@
 
 #include "node_id.h"
 
+#include <cstddef>
 #include <map>
 #include <open62541/plugin/accesscontrol_default.h>
 #include <open62541/server.h>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace plant_server {

@@ -4,6 +4,10 @@
 #include "status.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <deque>
+#include <set>
+#include <stdexcept>
 
 namespace plant_server {
 namespace {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdarg>
 #include <open62541/plugin/log.h>
 #include <string>
 

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <string>
 #include <sys/prctl.h>
 #include <unistd.h>
 

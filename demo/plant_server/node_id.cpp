@@ -3,6 +3,8 @@
 #include "status.h"
 
 #include <open62541/util.h>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace plant_server {

@@ -2,7 +2,10 @@
 
 #include <CLI/CLI.hpp>
 #include <arpa/inet.h>
+#include <cstddef>
 #include <fstream>
+#include <string>
+#include <vector>
 
 namespace plant_server {
 namespace {

@@ -6,8 +6,11 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <ios>
 #include <iterator>
 #include <stdexcept>
+#include <string>
+#include <system_error>
 
 #include <arpa/inet.h>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "security.h"
 
 namespace plant_server {

@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <open62541/plugin/pki_default.h>
 #include <open62541/server_config_default.h>
+#include <stdexcept>
+#include <string>
 
 namespace plant_server {
 namespace {

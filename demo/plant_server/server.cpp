@@ -3,9 +3,15 @@
 #include <arpa/inet.h>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstring>
+#include <functional>
+#include <memory>
 #include <open62541/server_config_default.h>
+#include <stdexcept>
+#include <string>
 #include <sys/socket.h>
 #include <unistd.h>
 

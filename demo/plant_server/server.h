@@ -9,8 +9,11 @@
 #include "tags.h"
 #include "test_rack/test_rack.h"
 
+#include <chrono>
+#include <functional>
 #include <list>
 #include <memory>
+#include <string>
 
 namespace plant_server {
 

@@ -2,8 +2,10 @@
 
 #include "address_space.h"
 
+#include <algorithm>
 #include <functional>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace plant_server {

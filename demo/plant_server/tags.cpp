@@ -1,6 +1,9 @@
 #include "tags.h"
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
+#include <string>
 
 namespace plant_server {
 namespace {

@@ -3,6 +3,7 @@
 #include "address_space.h"
 
 #include <memory>
+#include <vector>
 
 namespace plant_server {
 

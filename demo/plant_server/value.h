@@ -4,6 +4,7 @@
 #include "node_id.h"
 #include "status.h"
 
+#include <cstddef>
 #include <functional>
 #include <numeric>
 #include <utility>

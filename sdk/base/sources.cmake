@@ -5,6 +5,7 @@ add_sdk_library(uabasecpp FOLDER base
     byte_string.cpp
     date_time.cpp
     directory.cpp
+    held_bytes.cpp
     node_id.cpp
     notifications.cpp
     platform_layer.cpp

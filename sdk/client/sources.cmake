@@ -1,16 +1,40 @@
 add_sdk_library(uaclientcpp FOLDER client
   SOURCES
-    callback_thread.cpp
-    callbacks.cpp
+    calls/network_thread.cpp
+    calls/pipe.cpp
+    calls/service_call.cpp
+    channel/channel_receiving.cpp
+    channel/channel_sending.cpp
+    channel/channel_tokens.cpp
+    channel/chunk_protection.cpp
+    channel/chunk_reader.cpp
+    channel/open_channel.cpp
+    channel/open_protection.cpp
+    channel/secure_channel.cpp
     discovery.cpp
-    engine_client.cpp
-    engine_log.cpp
-    name_resolution.cpp
-    network_thread.cpp
-    notification_queue.cpp
-    security_info.cpp
-    session.cpp
-    session_security.cpp
-    subscription.cpp
+    encoding/answer_decoding.cpp
+    encoding/empty_matrices.cpp
+    encoding/encoding_walk.cpp
+    encoding/type_id.cpp
+    session/callbacks.cpp
+    session/connection_state.cpp
+    session/endpoint_offers.cpp
+    channel/refusal.cpp
+    session/security_info.cpp
+    session/session.cpp
+    session/session_opening.cpp
+    session/session_security.cpp
+    session/session_security_answer.cpp
+    session/session_services.cpp
+    session/user_token.cpp
+    session/watchdog.cpp
+    socket/endpoint_url.cpp
+    socket/name_resolution.cpp
+    socket/tcp_socket.cpp
+    subscription/callback_thread.cpp
+    subscription/notification_order.cpp
+    subscription/notification_queue.cpp
+    subscription/publisher.cpp
+    subscription/subscription.cpp
   PUBLIC uabasecpp uapkicpp
   PRIVATE Threads::Threads)

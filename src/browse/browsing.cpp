@@ -1,11 +1,14 @@
+#include <string_view>
+
 #include "browse/node_links.h"
 #include "browse/node_lookup.h"
 #include "client/call_settings.h"
 #include "client/mutex_lock.h"
 #include "client/opcua_client.h"
 #include "client/text_field.h"
-#include "client/wire_number.h"
 #include "uabase/qualified_name.h"
+#include "uabase/trace.h"
+#include "uastack/wire_number.h"
 
 using namespace UaClientSdk;
 
@@ -47,7 +50,7 @@ BrowseContext childrenContext() {
     return context;
 }
 
-/// Hangs new records under a parent without walking the siblings again.
+/// Hangs new records under a parent without walking the siblings again for each.
 class ChildAppender {
 public:
     explicit ChildAppender(OpcUaNode* parent)
@@ -63,6 +66,35 @@ private:
     OpcUaNode* m_parent;
     OpcUaNode* m_last;
 };
+
+/// What one browse may bring: the pages come from a server, which can make them without end.
+class BrowseBounds {
+public:
+    /// Counts a page. Tells why it is one too many, null when it may be taken.
+    const char* excess(std::size_t children, bool morePages) {
+        m_children += children;
+        m_emptyPages = children == 0 ? m_emptyPages + 1 : 0;
+        if (m_children > maximumChildren) {
+            return "more than 250000 children";
+        }
+        return morePages && m_emptyPages >= maximumEmptyPages ? "ten empty pages in a row" : nullptr;
+    }
+
+private:
+    static constexpr std::size_t maximumChildren = 250000;
+    static constexpr int maximumEmptyPages = 10;
+
+    std::size_t m_children = 0;
+    int m_emptyPages = 0;
+};
+
+/// Gives up the rest of an answer: the browse has failed whatever the server says to that.
+void abandonRest(UaSession& session, ServiceSettings& settings, UaByteString& continuationPoint) {
+    if (continuationPoint.length() > 0) {
+        UaReferenceDescriptions none;
+        session.browseNext(settings, true, continuationPoint, none);
+    }
+}
 
 OpcUaNode* makeChild(const OpcUa_ReferenceDescription& reference, const UaString& nodeId,
                      _OpcUaDataType dataType, const _ArrayType& shape) {
@@ -143,8 +175,16 @@ bool COpcUaClient::browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcU
     UaByteString continuationPoint;
     UaReferenceDescriptions references;
     ChildAppender children(parent);
+    BrowseBounds bounds;
     UaStatus status = current->browse(settings, start, childrenContext(), continuationPoint, references);
     while (!status.isBad()) {
+        const bool morePages = continuationPoint.length() > 0;
+        if (const char* excess = bounds.excess(references.length(), morePages)) {
+            UaTrace::write(UaTrace::Warnings, "browse", "browsing %s is given up: the server gives %s",
+                           start.toXmlString().toUtf8(), excess);
+            abandonRest(*current, settings, continuationPoint);
+            return false;
+        }
         for (const OpcUa_ReferenceDescription& reference : references) {
             const UaNodeId id(reference.nodeId.nodeId);
             _OpcUaDataType dataType = OpcUaDataType_Null;
@@ -154,7 +194,7 @@ bool COpcUaClient::browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcU
             }
             children.append(makeChild(reference, id.toXmlString(), dataType, shape));
         }
-        if (continuationPoint.length() == 0) {
+        if (!morePages) {
             return true;
         }
         status = current->browseNext(settings, false, continuationPoint, references);

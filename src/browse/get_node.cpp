@@ -1,4 +1,5 @@
 #include <cstring>
+#include <string>
 
 #include "browse/node_lookup.h"
 #include "client/opcua_client.h"

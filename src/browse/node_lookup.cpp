@@ -1,5 +1,7 @@
 #include "browse/node_lookup.h"
 
+#include <string>
+
 #include "browse/node_links.h"
 #include "client/text_field.h"
 

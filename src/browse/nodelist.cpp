@@ -1,5 +1,6 @@
 #include "OpcUaNodelist.h"
 
+#include <string>
 #include <string_view>
 #include <vector>
 

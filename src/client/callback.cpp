@@ -10,6 +10,16 @@ CCallback::CCallback()
 
 CCallback::~CCallback() = default;
 
+void CCallback::destroy(std::unique_ptr<CCallback> sink) {
+    if (sink->deliveries.isInside()) {
+        CCallback& running = *sink;
+        running.m_self = std::move(sink);
+        return;
+    }
+    pthread_mutex_destroy(&sink->statusMutex);
+    pthread_mutex_destroy(&sink->bookkeepingMutex);
+}
+
 void CCallback::installClient(void* client) {
     owningClient = client;
 }

@@ -2,12 +2,14 @@
 
 #include <atomic>
 #include <map>
+#include <memory>
 #include <vector>
 
 #include <pthread.h>
 
 #include "OpcUaTypes.h"
 #include "client/visibility.h"
+#include "subscription/delivery_gate.h"
 #include "uaclient/callbacks.h"
 
 /// Receives what the SDK reports about one client's session and subscription, on the SDK's threads.
@@ -27,8 +29,8 @@ public:
     void connectionStatusChanged(unsigned int clientConnectionId,
                                  UaClientSdk::UaClient::ServerStatus status) override;
     void subscriptionStatusChanged(unsigned int clientSubscriptionHandle, const UaStatus& status) override;
-    /// Hands every value that is good to the application, as the item asked for it. Holds the bookkeeping
-    /// mutex from beginning to end.
+    /// Hands every value that is good to the application, as the item asked for it, until the gate is closed.
+    /// Holds the bookkeeping mutex from beginning to end.
     void dataChange(unsigned int clientSubscriptionHandle, const UaMonitoredItemNotifications& notifications,
                     const UaDiagnosticInfos& diagnostics) override;
     void newEvents(unsigned int clientSubscriptionHandle, UaEventFieldLists& events) override;
@@ -46,6 +48,10 @@ public:
     /// Drops one record, or all of them, with the node copies they own.
     OPCUACLIENT_LOCAL void forgetMonitoredItem(MonitoredItems::iterator item);
     OPCUACLIENT_LOCAL void forgetMonitoredItems();
+
+    /// Ends a sink that the SDK does not call any more, its mutexes included. From inside the application's
+    /// callback: when that has returned.
+    OPCUACLIENT_LOCAL static void destroy(std::unique_ptr<CCallback> sink);
 
     /// What a data change needs of its item, in one cache line: the items' records are too many for a cache.
     struct alignas(64) Target {
@@ -67,8 +73,13 @@ public:
     MonitoredItems monitoredItems;          ///< key: client handle - 1
     std::atomic<void*> applicationCallback; ///< COpcUaClientInterface::OpcUaCallBack, the application's own
     void* owningClient;
+    DeliveryGate deliveries; ///< of data changes to the application
 
 private:
+    OPCUACLIENT_LOCAL void deliver(const UaMonitoredItemNotifications& notifications,
+                                   const DeliveryGate::Passage& passage);
+
     /// Of the same items, at their client handles; none has 0.
     std::vector<Target> m_targets = std::vector<Target>(1);
+    std::unique_ptr<CCallback> m_self; ///< when the client was destroyed in the callback that runs
 };

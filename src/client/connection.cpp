@@ -1,3 +1,8 @@
+#include <atomic>
+#include <memory>
+#include <string>
+#include <utility>
+
 #include "client/callback.h"
 #include "client/mutex_lock.h"
 #include "client/opcua_client.h"
@@ -37,6 +42,22 @@ bool asksForSecurity(const _OpcUaClientConfig& config) {
 
 } // namespace
 
+/// The right to end the session: one has it at a time, and no callback runs meanwhile but the caller's own.
+///
+/// The callback that runs may itself be about to end the session, so it is waited for first. Once the mutex
+/// is taken no callback is running that could wait for it.
+class COpcUaClient::SessionEnd {
+public:
+    explicit SessionEnd(COpcUaClient& client)
+        : m_lock(client.m_sessionMutex, std::defer_lock), m_closure(client.m_callback->deliveries) {
+        m_lock.lock();
+    }
+
+private:
+    std::unique_lock<std::mutex> m_lock;
+    const DeliveryGate::Closure m_closure; ///< is over before the next session can begin
+};
+
 int COpcUaClient::OpcUaConnect(_OpcUaClientConfig& config) {
     const MutexLock lock(m_mutex);
     if (session()) {
@@ -49,12 +70,14 @@ int COpcUaClient::OpcUaConnect(_OpcUaClientConfig& config) {
     loadConfiguration();
     const int code = openSession(config, *newSession);
     if (code == result::success) {
+        const std::lock_guard<std::mutex> begin(m_sessionMutex);
         std::atomic_store(&m_session, std::move(newSession));
     }
     return code;
 }
 
 int COpcUaClient::OpcUaDisConnect() {
+    const SessionEnd end(*this);
     const auto current = session();
     if (!current) {
         return fail(result::notConnected);
@@ -63,7 +86,7 @@ int COpcUaClient::OpcUaDisConnect() {
     if (current->disconnect(settings, true).isBad()) {
         return fail(result::disconnectFailed);
     }
-    releaseSession();
+    releaseSession(end);
     return result::success;
 }
 
@@ -149,6 +172,10 @@ void COpcUaClient::SetEndpointMsg(_OpcUaClientConfig& config, OpcUa_ByteString s
 }
 
 void COpcUaClient::releaseSession() {
+    releaseSession(SessionEnd(*this));
+}
+
+void COpcUaClient::releaseSession(const SessionEnd&) {
     std::atomic_store(&m_session, std::shared_ptr<UaSession>());
     if (m_subscription) {
         m_callback->forgetMonitoredItems();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include "OpcUaTypes.h"
 #include "client/text_field.h"
 #include "uabase/node_id.h"

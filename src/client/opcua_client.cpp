@@ -1,7 +1,9 @@
 #include "client/opcua_client.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
+#include <memory>
 
 #include "browse/node_lookup.h"
 #include "client/callback.h"
@@ -29,7 +31,9 @@ COpcUaClient::COpcUaClient()
 }
 
 COpcUaClient::~COpcUaClient() {
-    if (m_subscription) {
+    m_callback->deliveries.close();
+    // A callback holds the lock of the items. Disconnecting deletes its subscription as well.
+    if (m_subscription && !m_callback->deliveries.isInside()) {
         COpcUaClient::OpcUaClearMonitNode();
         COpcUaClient::OpcUaDeleteSubScription();
     }
@@ -43,9 +47,7 @@ COpcUaClient::~COpcUaClient() {
     m_nodeList->deleteMemory(&m_nodeList->lookupHead);
     m_nodeList.reset();
 
-    pthread_mutex_destroy(&m_callback->statusMutex);
-    pthread_mutex_destroy(&m_callback->bookkeepingMutex);
-    m_callback.reset();
+    CCallback::destroy(std::move(m_callback));
 
     m_configuration.reset();
     pthread_mutex_destroy(&m_mutex);

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <map>
 #include <memory>
+#include <mutex>
 
 #include <pthread.h>
 
@@ -14,6 +15,7 @@
 
 class CCallback;
 class Configuration;
+class MutexLock;
 class NodeLookup;
 
 /// One client: its session, its node records and its last error. Members are implemented in the folder of
@@ -64,8 +66,8 @@ public:
     /// code.
     int checkServerCertificateTrust(UaClientSdk::SessionSecurityInfo& securityInfo);
 
-    /// Hangs the children that the server gives for `start` under `parent`. False when a service failed; what
-    /// was linked until then stays. `found` is not used.
+    /// Hangs the children that the server gives for `start` under `parent`. False when a service failed, or
+    /// gave more than OpcUaBrowse() takes; what was linked until then stays. `found` is not used.
     bool browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcUaNode* found);
     /// Does nothing; true.
     bool ContinueBrowse(OpcUaNode* node, OpcUaNode* found);
@@ -101,7 +103,13 @@ private:
                                           UaClientSdk::SessionSecurityInfo& securityInfo);
     OPCUACLIENT_LOCAL int prepareSecurity(_OpcUaClientConfig& config, const UaString& url,
                                           UaClientSdk::SessionSecurityInfo& securityInfo);
+    class SessionEnd;
+    /// Forgets session and subscription, connected or not.
     OPCUACLIENT_LOCAL void releaseSession();
+    OPCUACLIENT_LOCAL void releaseSession(const SessionEnd& end);
+    /// Locks the bookkeeping of the items behind the change that is being delivered; what was to be delivered
+    /// with it is dropped.
+    OPCUACLIENT_LOCAL MutexLock endDeliveryAndLock();
 
     OPCUACLIENT_LOCAL void freeBrowseTree();
     OPCUACLIENT_LOCAL int browseRoot(OpcUaNode* root, const UaNodeId& id);
@@ -143,4 +151,5 @@ private:
     void* m_applicationCallback; ///< COpcUaClientInterface::OpcUaCallBack, the application's own
     pthread_mutex_t m_mutex;     ///< serialises what uses the session
     std::unique_ptr<NodeLookup> m_lookup;
+    std::mutex m_sessionMutex; ///< held by who puts a session in place or ends it
 };

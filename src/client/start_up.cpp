@@ -1,5 +1,7 @@
 #include <array>
 #include <climits>
+#include <cstddef>
+#include <memory>
 #include <string_view>
 
 #include <unistd.h>

@@ -10,7 +10,7 @@ namespace {
 struct Setting {
     const char* key;
     const char* defaultValue;
-    UaString Configuration::*member;
+    UaString Configuration::* member;
 };
 
 constexpr Setting settings[] = {

@@ -1,12 +1,14 @@
 #include "uaclient/discovery.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <string_view>
 
 #include "client/call_settings.h"
 #include "client/opcua_client.h"
 #include "client/text_field.h"
-#include "client/wire_number.h"
 #include "security/security_policy.h"
+#include "uastack/wire_number.h"
 
 using namespace UaClientSdk;
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstddef>
 #include <exception>
 
 #include "OpcUaClientInterface.h"
@@ -18,6 +19,7 @@ bool isConverted(const UaVariant& value) {
 }
 
 _OpcUaDataType typeOf(const UaVariant& value) {
+    // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): of values that are converted alone
     return static_cast<_OpcUaDataType>(value.type());
 }
 
@@ -73,7 +75,7 @@ bool selectElement(const _ArrayType& selection, const UaVariant& value, _OpcUaDa
 }
 
 /// What the application throws must not keep the other changes from it.
-void deliver(Application& application, const _OpcUaDataChangeMsg& message) {
+void call(Application& application, const _OpcUaDataChangeMsg& message) {
     try {
         application.OpcUaDataChange(message);
     } catch (const std::exception& error) {
@@ -91,11 +93,27 @@ void CCallback::newEvents(unsigned int, UaEventFieldLists&) {}
 
 void CCallback::dataChange(unsigned int, const UaMonitoredItemNotifications& notifications,
                            const UaDiagnosticInfos&) {
+    std::unique_ptr<CCallback> withoutClient;
+    {
+        const DeliveryGate::Passage passage(deliveries);
+        if (!passage.isOpen()) {
+            return;
+        }
+        deliver(notifications, passage);
+        withoutClient = std::move(m_self);
+    }
+    if (withoutClient) {
+        destroy(std::move(withoutClient));
+    }
+}
+
+void CCallback::deliver(const UaMonitoredItemNotifications& notifications,
+                        const DeliveryGate::Passage& passage) {
     const MutexLock lock(bookkeepingMutex);
     auto* const application = static_cast<Application*>(applicationCallback.load());
     _OpcUaDataChangeMsg message = {};
     std::size_t nodeIdSize = 0;
-    for (OpcUa_UInt32 i = 0; i < notifications.length(); ++i) {
+    for (OpcUa_UInt32 i = 0; passage.isOpen() && i < notifications.length(); ++i) {
         const UaDataChange change = notifications[i];
         if (OpcUa_IsNotGood(change.status)) {
             continue;
@@ -109,7 +127,7 @@ void CCallback::dataChange(unsigned int, const UaMonitoredItemNotifications& not
         copySelection(target, message);
         // From here on the record may be gone: the application may disconnect.
         if (application) {
-            deliver(*application, message);
+            call(*application, message);
         }
     }
 }

@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
+#include <map>
 #include <memory>
 
 #include "client/callback.h"

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <string_view>
 
 #include "browse/node_links.h"
 #include "client/session_lock.h"

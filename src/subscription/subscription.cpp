@@ -38,6 +38,11 @@ int COpcUaClient::OpcUaCreateSubScription(double publishingInterval) {
     });
 }
 
+MutexLock COpcUaClient::endDeliveryAndLock() {
+    const DeliveryGate::Closure closure(m_callback->deliveries);
+    return MutexLock(m_callback->bookkeepingMutex);
+}
+
 int COpcUaClient::OpcUaDeleteSubScription() {
     if (!connectedSession()) {
         return fail(result::notConnected);
@@ -48,7 +53,7 @@ int COpcUaClient::OpcUaDeleteSubScription() {
     if (!m_callback) {
         return fail(result::deleteWithoutSink);
     }
-    const MutexLock lock(m_callback->bookkeepingMutex);
+    const MutexLock lock = endDeliveryAndLock();
     // The callback that held the lock until now may have disconnected.
     const auto current = session();
     UaSubscription* subscription = m_subscription;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <string_view>
 
 #include "client/mutex_lock.h"
 #include "client/node_record.h"

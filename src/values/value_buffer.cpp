@@ -1,6 +1,9 @@
 #include "values/value_buffer.h"
 
+#include <algorithm>
 #include <climits>
+#include <cstddef>
+#include <string_view>
 #include <utility>
 
 #include "client/text_field.h"

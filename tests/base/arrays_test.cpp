@@ -1,6 +1,7 @@
 #include "uabase/arrays.h"
 
 #include <cstdint>
+#include <new>
 #include <type_traits>
 #include <utility>
 

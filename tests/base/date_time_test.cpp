@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <limits>
+#include <ratio>
 
 #include <gtest/gtest.h>
 

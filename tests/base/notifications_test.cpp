@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <open62541/types_generated_handling.h>
 
+#include "support/held_memory.h"
+
 namespace {
 
 void append(UaMonitoredItemNotifications& list, OpcUa_UInt32 handle, const UaVariant& value,
@@ -141,6 +143,155 @@ TEST(Notifications, SwappingExchangesAll) {
     first.swap(second);
     EXPECT_EQ(shown(first), "2:2 3:three ");
     EXPECT_EQ(shown(second), "1:one ");
+}
+
+TEST(Notifications, TheLatestOfEachItemKeepsItsPlace) {
+    UaMonitoredItemNotifications list;
+    append(list, 1, text("old"));
+    append(list, 2, number(2));
+    append(list, 3, text("three"));
+    append(list, 1, number(10));
+    append(list, 2, text("two"), 0x80000000);
+    append(list, 4, number(4));
+    list.keepLatest();
+    EXPECT_EQ(shown(list), "3:three 1:10 2:two 4:4 ");
+    EXPECT_EQ(list[2].status, 0x80000000U);
+    append(list, 3, text("three again"));
+    list.keepLatest();
+    EXPECT_EQ(shown(list), "1:10 2:two 4:4 3:three again ");
+    list.keepLatest();
+    EXPECT_EQ(list.length(), 4U);
+    list.dropFirst(2);
+    EXPECT_EQ(shown(list), "4:4 3:three again ");
+}
+
+TEST(Notifications, AWithdrawnListEndsWithTheOneThatIsLookedAt) {
+    UaMonitoredItemNotifications list;
+    append(list, 1, text("one"));
+    append(list, 2, text("two"));
+    const UaDataChange first = list[0];
+    list.withdraw();
+    EXPECT_EQ(list.length(), 0U);
+    EXPECT_EQ(first.value.toString(), UaString("one"));
+    list.clear();
+    EXPECT_EQ(list.bytes(), 0U);
+}
+
+TEST(Notifications, BytesFollowWhatComesAndGoes) {
+    UaMonitoredItemNotifications list;
+    EXPECT_EQ(list.bytes(), 0U);
+    append(list, 1, number(1));
+    const std::size_t ofANumber = list.bytes();
+    EXPECT_LE(ofANumber, 64U);
+    append(list, 2, text(std::string(10000, 'a')));
+    EXPECT_GT(list.bytes(), 10000U);
+    EXPECT_LT(list.bytes(), 10200U);
+    UaMonitoredItemNotifications more;
+    append(more, 2, text("b"));
+    list.append(more);
+    EXPECT_EQ(more.bytes(), 0U);
+    list.keepLatest();
+    EXPECT_LT(list.bytes(), 300U);
+    list.swap(more);
+    EXPECT_EQ(list.bytes(), 0U);
+    more.dropFirst(2);
+    EXPECT_EQ(more.bytes(), 0U);
+}
+
+/// Many of one kind, so that what the list takes besides does not matter.
+template <typename Element, typename Fill>
+OpcUa_DataValue arrayOf(const UA_DataType& type, Fill fill) {
+    constexpr std::size_t count = 20000;
+    OpcUa_DataValue change = {};
+    auto* elements = static_cast<Element*>(UA_Array_new(count, &type));
+    for (std::size_t i = 0; i < count; ++i)
+        fill(elements[i]);
+    UA_Variant_setArray(&change.value, elements, count, &type);
+    return change;
+}
+
+const char* const longText = "a text that is longer than what a heap block begins with";
+
+void fillVariant(UA_Variant& variant) {
+    auto* texts = static_cast<UA_String*>(UA_Array_new(5, &UA_TYPES[UA_TYPES_STRING]));
+    texts[3] = UA_STRING_ALLOC(longText);
+    UA_Variant_setArray(&variant, texts, 5, &UA_TYPES[UA_TYPES_STRING]);
+}
+
+/// What `make` takes on the heap must be what the list says, but for what heaps differ in.
+template <typename Make>
+void expectTrueBytes(Make make) {
+    UaMonitoredItemNotifications list;
+    const std::size_t before = test_support::heldMemory();
+    OpcUa_DataValue change = make();
+    const std::size_t taken = test_support::heldMemory() - before;
+    list.append(1, change);
+    EXPECT_GE(list.bytes() * 10, taken * 9);
+    EXPECT_LE(list.bytes(), taken * 2);
+    UA_clear(&change, &UA_TYPES[UA_TYPES_DATAVALUE]);
+}
+
+TEST(Notifications, BytesAreThoseOfTheHeapForValuesOfEveryKind) {
+    expectTrueBytes([] {
+        return arrayOf<UA_String>(UA_TYPES[UA_TYPES_STRING], [](auto& e) { e = UA_STRING_ALLOC(longText); });
+    });
+    expectTrueBytes([] {
+        return arrayOf<UA_NodeId>(UA_TYPES[UA_TYPES_NODEID],
+                                  [](auto& e) { e = UA_NODEID_STRING_ALLOC(1, longText); });
+    });
+    expectTrueBytes([] { return arrayOf<UA_NodeId>(UA_TYPES[UA_TYPES_NODEID], [](auto&) {}); });
+    expectTrueBytes([] {
+        return arrayOf<UA_ExpandedNodeId>(UA_TYPES[UA_TYPES_EXPANDEDNODEID],
+                                          [](auto& e) { e.namespaceUri = UA_STRING_ALLOC(longText); });
+    });
+    expectTrueBytes([] {
+        return arrayOf<UA_LocalizedText>(UA_TYPES[UA_TYPES_LOCALIZEDTEXT],
+                                         [](auto& e) { e = UA_LOCALIZEDTEXT_ALLOC("en", longText); });
+    });
+    expectTrueBytes([] {
+        return arrayOf<UA_QualifiedName>(UA_TYPES[UA_TYPES_QUALIFIEDNAME],
+                                         [](auto& e) { e = UA_QUALIFIEDNAME_ALLOC(1, longText); });
+    });
+    expectTrueBytes([] { return arrayOf<UA_Variant>(UA_TYPES[UA_TYPES_VARIANT], fillVariant); });
+    expectTrueBytes([] { return arrayOf<UA_DataValue>(UA_TYPES[UA_TYPES_DATAVALUE], [](auto&) {}); });
+    expectTrueBytes([] {
+        return arrayOf<UA_DataValue>(UA_TYPES[UA_TYPES_DATAVALUE], [](auto& e) { fillVariant(e.value); });
+    });
+    expectTrueBytes([] {
+        return arrayOf<UA_DiagnosticInfo>(UA_TYPES[UA_TYPES_DIAGNOSTICINFO], [](auto& e) {
+            e.hasInnerDiagnosticInfo = true;
+            e.innerDiagnosticInfo = UA_DiagnosticInfo_new();
+            e.innerDiagnosticInfo->additionalInfo = UA_STRING_ALLOC(longText);
+        });
+    });
+}
+
+TEST(Notifications, BytesAreThoseOfTheHeapForStructures) {
+    const auto fillObject = [](UA_ExtensionObject& object) {
+        UA_EndpointDescription* endpoint = UA_EndpointDescription_new();
+        endpoint->endpointUrl = UA_STRING_ALLOC(longText);
+        endpoint->server.applicationName = UA_LOCALIZEDTEXT_ALLOC("en", longText);
+        endpoint->userIdentityTokens =
+            static_cast<UA_UserTokenPolicy*>(UA_Array_new(3, &UA_TYPES[UA_TYPES_USERTOKENPOLICY]));
+        endpoint->userIdentityTokensSize = 3;
+        endpoint->userIdentityTokens[2].issuerEndpointUrl = UA_STRING_ALLOC(longText);
+        endpoint->securityLevel = 1;
+        UA_ExtensionObject_setValue(&object, endpoint, &UA_TYPES[UA_TYPES_ENDPOINTDESCRIPTION]);
+    };
+    expectTrueBytes(
+        [&] { return arrayOf<UA_ExtensionObject>(UA_TYPES[UA_TYPES_EXTENSIONOBJECT], fillObject); });
+    expectTrueBytes([] {
+        return arrayOf<UA_ExtensionObject>(UA_TYPES[UA_TYPES_EXTENSIONOBJECT], [](auto& e) {
+            e.encoding = UA_EXTENSIONOBJECT_ENCODED_BYTESTRING;
+            e.content.encoded.body = UA_BYTESTRING_ALLOC(longText);
+        });
+    });
+    expectTrueBytes([] {
+        return arrayOf<UA_Argument>(UA_TYPES[UA_TYPES_ARGUMENT], [](auto& e) {
+            e.name = UA_STRING_ALLOC(longText);
+            e.description = UA_LOCALIZEDTEXT_ALLOC("", longText);
+        });
+    });
 }
 
 } // namespace

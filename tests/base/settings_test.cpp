@@ -1,7 +1,10 @@
 #include "uabase/settings.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <ios>
 #include <random>
 #include <string>
 

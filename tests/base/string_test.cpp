@@ -1,6 +1,7 @@
 #include "uabase/string.h"
 
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,7 @@
 #include "uabase/trace.h"
 
+#include <csignal>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>

@@ -1,4 +1,6 @@
 #include <atomic>
+#include <cstddef>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <set>

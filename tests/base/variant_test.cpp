@@ -1,8 +1,10 @@
 #include "uabase/variant.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 

@@ -1,3 +1,8 @@
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "plant_fixture.h"
 
 #include <gmock/gmock.h>

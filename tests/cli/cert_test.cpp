@@ -3,9 +3,12 @@
 #include "support/child_process.h"
 #include "support/server_process.h"
 
+#include <cctype>
+#include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <string>
 
 using namespace cli_test;
 using nlohmann::json;

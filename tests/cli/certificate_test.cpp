@@ -4,8 +4,11 @@
 #include "support/temporary_directory.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <stdexcept>
+#include <vector>
 
 using namespace opcua_cli;
 using testing::ElementsAre;

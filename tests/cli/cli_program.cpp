@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <stdexcept>
+#include <string>
 #include <sys/ioctl.h>
 #include <system_error>
 #include <termios.h>

@@ -1,3 +1,8 @@
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include "formats/csv.h"
 
 #include <gmock/gmock.h>

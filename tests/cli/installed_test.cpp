@@ -4,10 +4,16 @@
 #include "support/server_process.h"
 #include "support/temporary_directory.h"
 
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <string>
 #include <unistd.h>
+#include <vector>
 
 using namespace cli_test;
 using nlohmann::json;

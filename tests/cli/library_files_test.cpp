@@ -3,6 +3,7 @@
 
 #include <fstream>
 #include <gtest/gtest.h>
+#include <string>
 
 using opcua_cli::LibraryFiles;
 using opcua_cli::libraryFilesIn;

@@ -5,12 +5,18 @@
 #include "text/time_text.h"
 #include "text/utf8.h"
 
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
 #include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <limits>
 #include <poll.h>
 #include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
 
 using namespace opcua_cli;
 using std::chrono::milliseconds;

@@ -8,6 +8,9 @@
 #include <fstream>
 #include <functional>
 #include <gmock/gmock.h>
+#include <ios>
+#include <string>
+#include <vector>
 
 using namespace cli_test;
 using nlohmann::json;

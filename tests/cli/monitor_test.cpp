@@ -2,13 +2,21 @@
 
 #include "support/child_process.h"
 
+#include <algorithm>
+#include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <functional>
 #include <gmock/gmock.h>
 #include <map>
+#include <optional>
 #include <regex>
 #include <set>
+#include <stdexcept>
+#include <string>
 #include <sys/wait.h>
+#include <utility>
+#include <vector>
 
 using namespace cli_test;
 using nlohmann::json;

@@ -1,3 +1,6 @@
+#include <string>
+#include <vector>
+
 #include "nodes/node_reference.h"
 
 #include "failure.h"

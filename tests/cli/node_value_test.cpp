@@ -1,3 +1,5 @@
+#include <string>
+
 #include "nodes/node_value.h"
 
 #include "failure.h"

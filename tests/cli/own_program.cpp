@@ -1,6 +1,9 @@
 #include "own_program.h"
 
+#include <cstddef>
+#include <filesystem>
 #include <iterator>
+#include <system_error>
 
 namespace cli_test {
 

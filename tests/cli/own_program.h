@@ -4,7 +4,9 @@
 
 #include "support/temporary_directory.h"
 
+#include <cstddef>
 #include <filesystem>
+#include <string>
 
 namespace cli_test {
 

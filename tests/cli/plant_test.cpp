@@ -2,9 +2,17 @@
 
 #include "support/child_process.h"
 
+#include <chrono>
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <gmock/gmock.h>
+#include <limits>
 #include <map>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 using namespace cli_test;
 using nlohmann::json;

@@ -1,3 +1,7 @@
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "failure.h"
 #include "security/names.h"
 #include "security/options.h"

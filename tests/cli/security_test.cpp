@@ -3,10 +3,15 @@
 #include "support/child_process.h"
 #include "support/server_process.h"
 
+#include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <vector>
 
 using namespace cli_test;
 using nlohmann::json;

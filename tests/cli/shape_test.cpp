@@ -2,9 +2,11 @@
 
 #include "failure.h"
 
+#include <cstddef>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <limits>
+#include <string>
 
 using namespace opcua_cli;
 using testing::ElementsAre;

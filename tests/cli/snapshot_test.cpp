@@ -4,9 +4,12 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <map>
+#include <string>
+#include <utility>
 
 using namespace cli_test;
 using nlohmann::json;

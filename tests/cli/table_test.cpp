@@ -1,3 +1,6 @@
+#include <cstddef>
+#include <optional>
+
 #include "output/table.h"
 
 #include <gtest/gtest.h>

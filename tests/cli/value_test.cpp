@@ -3,9 +3,13 @@
 #include "failure.h"
 
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <limits>
+#include <optional>
+#include <string>
 
 using namespace opcua_cli;
 using testing::HasSubstr;

@@ -3,9 +3,13 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <cstddef>
 #include <fstream>
+#include <functional>
 #include <limits>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "support/child_process.h"
 #include "support/server_process.h"

@@ -1,10 +1,15 @@
+#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <optional>
+#include <stdexcept>
+#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 #include "OpcUaClientInterface.h"
 #include "support/server_process.h"

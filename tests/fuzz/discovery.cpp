@@ -2,8 +2,13 @@
 // name, U a discovery URL of it; E endpoint URL (a new endpoint), P its policy, T its transport profile, M
 // its mode. Every URL but those that begin with "dead" answers with all endpoints.
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "OpcUaClientInterface.h"

@@ -1,5 +1,7 @@
 // A private key's file: it gives a key or a status, and never asks anybody for a password.
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "fuzz_target.h"

@@ -1,5 +1,9 @@
 #include "memory_file.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
 #include "fuzz_target.h"
 
 #include <sys/mman.h>

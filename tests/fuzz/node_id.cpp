@@ -1,5 +1,7 @@
 // The text of a NodeId: what parses has one text form, which parses to the same.
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "fuzz_target.h"

@@ -1,6 +1,9 @@
 // Lookups of one text a line: each gives the record that a walk over all records finds, and makes one else.
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "OpcUaClientInterface.h"
 #include "fuzz_target.h"

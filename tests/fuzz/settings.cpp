@@ -1,5 +1,7 @@
 // The settings file: whatever stands in it, every setting is a path with its tokens replaced.
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "fuzz_target.h"

@@ -2,6 +2,7 @@
 // text.
 
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <string>
 

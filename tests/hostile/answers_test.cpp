@@ -144,7 +144,9 @@ protected:
             return client.OpcUaCreateSubScription(50);
         }
         if (name == "DeleteSubscriptions") {
-            return client.OpcUaDeleteSubScription();
+            const int code = client.OpcUaDeleteSubScription();
+            client.OpcUaCreateSubScription(50); // for the next time: it is gone whatever was answered
+            return code;
         }
         if (name == "CreateMonitoredItems") {
             return add("ns=1;s=Another");
@@ -304,14 +306,17 @@ INSTANTIATE_TEST_SUITE_P(Each, EachOperation, testing::ValuesIn(operations),
 /// The values that browsing reads: without them it fails, or leaves the type open.
 class BrowsedValues : public Answers, public testing::WithParamInterface<Answer> {};
 
-TEST_P(BrowsedValues, CostThatBrowseAlone) {
+/// An answer to a read that cannot be decoded costs the value; any other failure is one of the service.
+TEST_P(BrowsedValues, LeaveTheTypeNullOrEndTheBrowse) {
+    static const std::set<std::string> undecodable{"TypeAlone", "HeaderAlone", "EndlessNames",
+                                                   "NestedDiagnostics", "AdditionOfUnknownType"};
     ASSERT_EQ(connect(), 0);
     server.on<UA_ReadRequest>([](const Call& call) { call.answerBody(GetParam().body(call)); });
-    if (const int code = browse()) {
-        EXPECT_EQ(code, 4);
-    } else {
-        const OpcUaNode* child = client.OpcUaReadRootNode()->child;
-        ASSERT_NE(child, nullptr);
+    const bool goesOn = undecodable.count(GetParam().name) > 0;
+    EXPECT_EQ(browse(), goesOn ? 0 : 4);
+    const OpcUaNode* child = client.OpcUaReadRootNode()->child;
+    ASSERT_EQ(child != nullptr, goesOn);
+    if (goesOn) {
         EXPECT_EQ(child->dataType, OpcUaDataType_Null);
     }
     server.behave();

@@ -249,7 +249,8 @@ TEST_P(EarlyValues, FollowedByLaterOnesAreDeliveredInOrder) {
     recordValues();
     server.on<UA_CreateMonitoredItemsRequest>([this](const Call& call) {
         const Bytes body = call.usualBody();
-        server.publisher().publish(43); // 42 goes first
+        server.publisher().flush(); // 42 goes first
+        server.publisher().publish(43);
         call.answerBody(body);
     });
     subscribe();
@@ -406,13 +407,11 @@ TEST_F(Publishing, DeliversANotificationThatComesTwiceOnce) {
     ASSERT_TRUE(waitForValue(42));
     const std::uint32_t id = server.publisher().subscriptionId();
     for (int i = 0; i < 2; ++i) {
-        answerPublish([&](const Call& call) {
-            return call.bodyOf(*Publisher::dataChange(id, 2, {{handle(), 7}}));
-        });
+        answerPublish(
+            [&](const Call& call) { return call.bodyOf(*Publisher::dataChange(id, 2, {{handle(), 7}})); });
     }
-    answerPublish([&](const Call& call) {
-        return call.bodyOf(*Publisher::dataChange(id, 3, {{handle(), 8}}));
-    });
+    answerPublish(
+        [&](const Call& call) { return call.bodyOf(*Publisher::dataChange(id, 3, {{handle(), 8}})); });
     ASSERT_TRUE(waitForValue(8));
     EXPECT_THAT(values(), ElementsAre(42, 7, 8));
 }

@@ -1,7 +1,11 @@
 #include "client_fixture.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdio>
 #include <set>
+#include <string>
+#include <vector>
 
 namespace {
 

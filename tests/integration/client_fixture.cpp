@@ -2,8 +2,13 @@
 
 #include <dirent.h>
 
+#include <chrono>
 #include <cstring>
+#include <functional>
+#include <memory>
+#include <string>
 #include <thread>
+#include <vector>
 
 int entriesOf(const char* directory) {
     DIR* handle = opendir(directory);

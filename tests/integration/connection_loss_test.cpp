@@ -1,6 +1,7 @@
 #include "client_fixture.h"
 
 #include <csignal>
+#include <string>
 
 using namespace std::chrono_literals;
 

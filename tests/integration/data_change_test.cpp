@@ -1,7 +1,13 @@
+#include <atomic>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <future>
 #include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include "recording_application.h"
 

@@ -1,3 +1,8 @@
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <thread>
+
 #include "from_environment.h"
 #include "recording_application.h"
 
@@ -59,6 +64,70 @@ TEST_F(DataChangeThreads, TheServerDiesWhileChangesArrive) {
     server().kill(9);
     EXPECT_TRUE(waitUntil([this] { return client.OpcUaGetConnectStatus() != connected; }));
     EXPECT_EQ(client.OpcUaDisConnect(), 0);
+}
+
+/// A client of its own for each round, with a callback that is told of its first change.
+class EndsOfClients : public MonitoringTest {
+protected:
+    static constexpr int rounds = 10;
+
+    void begin(std::function<void(COpcUaClientInterface&)> inCallback) {
+        own = std::make_unique<COpcUaClientInterface>();
+        inside = std::make_shared<std::promise<void>>();
+        application.onEachChange([signal = inside, action = std::move(inCallback), client = own.get(),
+                                  first = std::make_shared<std::atomic<bool>>(true)](const auto&) {
+            if (first->exchange(false)) {
+                signal->set_value();
+                action(*client);
+            }
+        });
+        ASSERT_EQ(own->installOpcUaCallBack(&application), 0);
+        ASSERT_EQ(connectOwn(), 0);
+        ASSERT_EQ(own->OpcUaCreateSubScription(50), 0);
+        OpcUaNode record = recordOf(rack("Moving.Counter"));
+        ASSERT_EQ(own->OpcUaAddMonitNode(&record, nullptr, 0), 0);
+    }
+    int connectOwn() {
+        _OpcUaClientConfig config = configFor(server().url());
+        return own->OpcUaConnect(config);
+    }
+
+    std::unique_ptr<COpcUaClientInterface> own;
+    std::shared_ptr<std::promise<void>> inside;
+};
+
+TEST_F(EndsOfClients, ACallbackDisconnectsWhileAnotherThreadDestroysTheClient) {
+    for (int round = 0; round < rounds; ++round) {
+        std::atomic<bool> over{false};
+        begin([&over](COpcUaClientInterface& itself) {
+            EXPECT_EQ(itself.OpcUaDisConnect(), 0);
+            over = true;
+        });
+        inside->get_future().wait();
+        own.reset();
+        EXPECT_TRUE(over) << "the callback is waited for";
+    }
+}
+
+TEST_F(EndsOfClients, ACallbackDisconnectsWhileAnotherThreadConnects) {
+    for (int round = 0; round < rounds; ++round) {
+        begin([](COpcUaClientInterface& itself) { EXPECT_EQ(itself.OpcUaDisConnect(), 0); });
+        inside->get_future().wait();
+        EXPECT_EQ(connectOwn(), 0);
+        EXPECT_EQ(own->OpcUaGetConnectStatus(), connected);
+        EXPECT_EQ(own->OpcUaDisConnect(), 0);
+    }
+}
+
+TEST_F(EndsOfClients, ACallbackMayDestroyItsClient) {
+    for (int round = 0; round < rounds; ++round) {
+        const auto destroyed = std::make_shared<std::promise<void>>();
+        begin([this, destroyed](COpcUaClientInterface&) {
+            own.reset();
+            destroyed->set_value();
+        });
+        destroyed->get_future().wait();
+    }
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 #include "client_fixture.h"
 
 #include <cstring>
+#include <memory>
+#include <string>
 
 #include "support/message_proxy.h"
 

@@ -1,4 +1,7 @@
 #include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "client_fixture.h"
 

@@ -1,4 +1,10 @@
 // What a monitored item takes in the client, compared with the bare engine that monitors the same.
+#include <atomic>
+#include <cstddef>
+#include <cstdio>
+#include <string>
+#include <vector>
+
 #include <malloc.h>
 
 #include <open62541/client_subscriptions.h>

@@ -1,4 +1,8 @@
+#include <algorithm>
+#include <cstdio>
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "client_fixture.h"
 #include "trace_file.h"

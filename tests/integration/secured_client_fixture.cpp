@@ -1,8 +1,12 @@
 #include "secured_client_fixture.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
+#include <ios>
 #include <sstream>
+#include <string>
+#include <vector>
 
 namespace fs = std::filesystem;
 

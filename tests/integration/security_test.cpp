@@ -1,4 +1,7 @@
+#include <filesystem>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "secured_client_fixture.h"
 #include "security_matrix.h"

@@ -3,9 +3,15 @@
 // sanitizer.
 //
 // TEST_KILLS=1000 chooses how often, TEST_SEED the sequence of moments and actions.
+#include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <iterator>
+#include <memory>
 #include <random>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -67,7 +73,7 @@ public:
     ~Panel() { client.OpcUaDisConnect(); } // the callback must not outlive what it uses
 
     int act(Random& random) {
-        static constexpr int (Panel::*actions[])() = {
+        static constexpr int (Panel::* actions[])() = {
             &Panel::read,      &Panel::write,     &Panel::readElement, &Panel::writeElement, &Panel::readMany,
             &Panel::writeMany, &Panel::browse,    &Panel::subscribe,   &Panel::unsubscribe,  &Panel::monitor,
             &Panel::monitor,   &Panel::unmonitor, &Panel::monitorMany, &Panel::monitorMany,  &Panel::clear};

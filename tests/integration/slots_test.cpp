@@ -1,6 +1,10 @@
 // Every operation of the implementation interface, called by its slot number on a live client, does its work.
 #include <cstring>
+#include <filesystem>
+#include <memory>
 #include <new>
+#include <string>
+#include <vector>
 
 #include "recording_application.h"
 #include "support/slots.h"

@@ -1,6 +1,11 @@
 // What becomes of a subscription when the server, or the way to it, is in trouble.
+#include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "recording_application.h"
 #include "support/message_proxy.h"

@@ -1,4 +1,6 @@
 #include <regex>
+#include <string>
+#include <vector>
 
 #include "client_fixture.h"
 #include "trace_file.h"
@@ -58,21 +60,13 @@ TEST_F(Trace, LevelTwoTellsWhatTheServerSaidOfANodeThatIsNotReadOrWritten) {
     for (const int level : {1, 2}) {
         init(level);
         const long lines = level == 2 ? 1 : 0;
-        EXPECT_EQ(fails(
-                      notRead, [&] { return client.OpcUaGetValue(unknown, &value, size); }, 7),
-                  lines);
+        EXPECT_EQ(fails(notRead, [&] { return client.OpcUaGetValue(unknown, &value, size); }, 7), lines);
         EXPECT_EQ(fails(
                       notRead, [&] { return client.OpcUaGetArrayValue(unknown, index, 1, &value, size); }, 7),
                   lines);
-        EXPECT_EQ(fails(
-                      notRead, [&] { return client.OpcUaGetMultiValue(reads, 1); }, 0),
-                  lines);
-        EXPECT_EQ(fails(
-                      notWritten, [&] { return client.OpcUaSetValue(readOnly, &value, size); }, 8),
-                  lines);
-        EXPECT_EQ(fails(
-                      notWritten, [&] { return client.OpcUaSetMultiValue(writes, 1); }, 0),
-                  lines);
+        EXPECT_EQ(fails(notRead, [&] { return client.OpcUaGetMultiValue(reads, 1); }, 0), lines);
+        EXPECT_EQ(fails(notWritten, [&] { return client.OpcUaSetValue(readOnly, &value, size); }, 8), lines);
+        EXPECT_EQ(fails(notWritten, [&] { return client.OpcUaSetMultiValue(writes, 1); }, 0), lines);
     }
 }
 

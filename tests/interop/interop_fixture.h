@@ -1,5 +1,8 @@
 #pragma once
 
+#include <memory>
+#include <string>
+
 #include "client_fixture.h"
 #include "support/temporary_directory.h"
 

@@ -1,3 +1,9 @@
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "interop_fixture.h"
 #include "security_matrix.h"
 

@@ -1,7 +1,11 @@
 #include "interop_fixture.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "recording_application.h"
 
@@ -72,18 +76,17 @@ const char* const elementTwo[] = {"false", "2", "2", "2", "2", "2", "2", "2", "2
 const char* const elementOne[] = {"true", "1", "1", "1", "1", "1", "1", "1", "1", "1.5", "1.5", "Element 1"};
 
 TEST_F(InteropValues, ElementsOfEveryTypeAndShapeAreReadAndWrittenAlone) {
-    const std::pair<const char*, std::size_t> shapes[] = {{"Array", 1}, {"Matrix", 2}, {"Cube", 3}};
-    for (const auto& [shape, dimensions] : shapes) {
+    const std::pair<const char*, Indices> shapes[] = {{"Array", {}}, {"Matrix", {0}}, {"Cube", {0, 0}}};
+    for (const auto& [shape, leading] : shapes) {
+        std::vector<Indices> at(3, leading);
+        for (std::size_t i = 0; i < at.size(); ++i)
+            at[i].push_back(i);
         for (int type = OpcUaDataType_Boolean; type <= OpcUaDataType_String; ++type) {
             const std::string id = std::string("ns=2;s=") + shape + "." + typeNames[type - 1];
-            Indices first(dimensions, 0);
-            Indices second = first;
-            second.back() = 2;
-            EXPECT_EQ(element(id, second), elementTwo[type - 1]) << id;
-            copyElement(id, static_cast<_OpcUaDataType>(type), second, first);
-            EXPECT_EQ(element(id, first), elementTwo[type - 1]) << id;
-            first.back() = 1;
-            EXPECT_EQ(element(id, first), elementOne[type - 1]) << id;
+            EXPECT_EQ(element(id, at[2]), elementTwo[type - 1]) << id;
+            copyElement(id, static_cast<_OpcUaDataType>(type), at[2], at[0]);
+            EXPECT_EQ(element(id, at[0]), elementTwo[type - 1]) << id;
+            EXPECT_EQ(element(id, at[1]), elementOne[type - 1]) << id;
         }
     }
     EXPECT_EQ(element("ns=2;s=Cube.Int32", {1, 2, 3}), "23");

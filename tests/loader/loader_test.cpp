@@ -4,6 +4,8 @@
 
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <string>
+#include <vector>
 
 using namespace test_support;
 

@@ -1,6 +1,10 @@
 #include "operations.h"
 
 #include <cstring>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 

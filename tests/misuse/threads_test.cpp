@@ -6,7 +6,9 @@
 #include <csignal>
 #include <gmock/gmock.h>
 #include <memory>
+#include <string>
 #include <thread>
+#include <vector>
 
 using namespace test_support;
 

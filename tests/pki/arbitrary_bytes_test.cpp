@@ -1,4 +1,7 @@
+#include <algorithm>
+#include <cstddef>
 #include <random>
+#include <vector>
 
 #include <gtest/gtest.h>
 

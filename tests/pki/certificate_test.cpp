@@ -1,4 +1,7 @@
+#include <algorithm>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 

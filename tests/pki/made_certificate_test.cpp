@@ -1,6 +1,9 @@
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <set>
+#include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -63,7 +66,8 @@ protected:
     }
 
     std::string text(const UaPkiCertificate& certificate) {
-        return openssl({"x509", "-inform", "DER", "-in", save(certificate), "-noout", "-text"});
+        return openssl({"x509", "-inform", "DER", "-in", save(certificate), "-noout", "-text", "-nameopt",
+                        "sep_comma_plus_space,space_eq,sname"});
     }
 
     test_support::TemporaryDirectory m_directory;

@@ -19,8 +19,10 @@ for key in server authority intermediate stranger; do
   openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:2048 -out "$key.key" &
 done
 openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:1024 -out short.key &
+openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:4096 -out long.key &
+openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:4104 -out too_long.key &
 wait
-for key in server authority intermediate stranger short; do
+for key in server authority intermediate stranger short long too_long; do
   openssl req -new -batch -key "$key.key" -subj /CN=replaced -out "$key.csr"
 done
 
@@ -95,11 +97,14 @@ done
 issue self_sha1 self server app "" "" sha1
 issue self_md5 self server app "" "" md5
 issue self_short self short app
+issue self_long self long app
+issue self_too_long self too_long app
 
 issue root self authority authority
 issue root_expired self authority authority "" "$past_end"
 issue root_future self authority authority "$future_start"
 issue root_short self short authority
+issue root_too_long self too_long authority
 issue root_sha1 self authority authority "" "" sha1
 cn=root issue impostor self stranger authority # the name of the root, another key
 issue middle root intermediate authority
@@ -110,8 +115,8 @@ issue middle_below_last middle_last stranger authority
 issue middle_no_ca_bit root intermediate no_ca_bit
 issue middle_no_sign_usage root intermediate no_sign_usage
 
-for issuer in root root_expired root_future root_short root_sha1 impostor middle middle_expired middle_revoked \
-  middle_below_last middle_no_ca_bit middle_no_sign_usage; do
+for issuer in root root_expired root_future root_short root_too_long root_sha1 impostor middle middle_expired \
+  middle_revoked middle_below_last middle_no_ca_bit middle_no_sign_usage; do
   issue "by_$issuer" "$issuer" server app
 done
 issue by_root_revoked root server app
@@ -125,8 +130,8 @@ revocation_list() {
     -crl_nextupdate "${4:-20490101000000Z}" -out "$1.crl.pem"
   openssl crl -in "$1.crl.pem" -outform DER -out "$1.crl"
 }
-for issuer in root root_expired root_future root_short root_sha1 impostor middle middle_expired middle_revoked \
-  middle_last middle_below_last middle_no_ca_bit middle_no_sign_usage; do
+for issuer in root root_expired root_future root_short root_too_long root_sha1 impostor middle middle_expired \
+  middle_revoked middle_last middle_below_last middle_no_ca_bit middle_no_sign_usage; do
   revocation_list "$issuer" "$issuer"
 done
 revocation_list root_stale root 20250101000000Z 20250201000000Z

@@ -1,4 +1,8 @@
+#include <cstddef>
 #include <filesystem>
+#include <iterator>
+#include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>
@@ -45,7 +49,7 @@ TEST_F(Store, ASavedCertificateIsFoundWithAndWithoutTheSlashAtTheEnd) {
         ASSERT_TRUE(UaPkiStore(locations).saveTrusted(certificate(), name).isGood());
         EXPECT_EQ(material::read(fs::path(folder) / (name.text() + ".der")), certificate().toDER());
         EXPECT_TRUE(verify(locations).status.isGood());
-        struct stat properties {};
+        struct stat properties{};
         ASSERT_EQ(::stat(folder.c_str(), &properties), 0);
         EXPECT_EQ(properties.st_mode & 07777U, 0700U);
     }

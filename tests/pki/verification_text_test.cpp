@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cstddef>
+#include <string>
 
 #include <gmock/gmock.h>
 
@@ -55,6 +57,13 @@ TEST_F(VerificationText, AWeakKeySaysHowWeak) {
     UaPkiVerification result = verify("self_short");
     ASSERT_THAT(result.findings, SizeIs(1));
     EXPECT_THAT(result.findings[0].text.text(), AllOf(HasSubstr("1024 bits"), HasSubstr("2048")));
+}
+
+TEST_F(VerificationText, AKeyThatIsTooLongSaysHowLong) {
+    material::StoreFolders::fill(m_folders.trusted, "self_too_long", ".der");
+    UaPkiVerification result = verify("self_too_long");
+    ASSERT_THAT(result.findings, SizeIs(1));
+    EXPECT_EQ(result.findings[0].text, UaString("its RSA key has 4104 bits, the policy allows 4096"));
 }
 
 TEST_F(VerificationText, AMissingListOfATrustedAuthorityPointsToTheListsOfTheTrusted) {

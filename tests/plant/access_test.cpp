@@ -1,6 +1,9 @@
 #include "plant_fixture.h"
 
 #include <fstream>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "support/temporary_directory.h"
 

@@ -1,8 +1,11 @@
 #include "plant_fixture.h"
 
+#include <chrono>
 #include <csignal>
 #include <gmock/gmock.h>
 #include <open62541/client_highlevel_async.h>
+#include <string>
+#include <vector>
 
 using namespace std::chrono_literals;
 using test_support::RawClient;

@@ -1,3 +1,5 @@
+#include <string>
+
 #include "plant_fixture.h"
 
 #include <open62541/client_subscriptions.h>

@@ -2,6 +2,8 @@
 
 #include <arpa/inet.h>
 #include <csignal>
+#include <cstdint>
+#include <string>
 #include <sys/socket.h>
 #include <unistd.h>
 

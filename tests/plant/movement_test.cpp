@@ -2,6 +2,9 @@
 
 #include <map>
 #include <open62541/client_highlevel.h>
+#include <optional>
+#include <string>
+#include <vector>
 
 using test_support::PlantServer;
 using test_support::RawClient;

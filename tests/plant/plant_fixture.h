@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 #include <optional>
+#include <string>
+#include <vector>
 
 /// A plant server and a client that judges it. A test that needs options starts it itself.
 class PlantTest : public testing::Test {

@@ -1,11 +1,16 @@
 #include "plant_fixture.h"
 
+#include <cstdarg>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <ios>
 #include <iterator>
 #include <open62541/client_config_default.h>
 #include <open62541/plugin/securitypolicy_default.h>
+#include <string>
+#include <vector>
 
 #include "support/temporary_directory.h"
 #include "uapki/certificate.h"

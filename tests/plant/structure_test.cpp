@@ -1,6 +1,7 @@
 #include "plant_fixture.h"
 
 #include <set>
+#include <string>
 
 using test_support::BrowseAnswers;
 using test_support::Reference;

@@ -1,3 +1,5 @@
+#include <string>
+
 #include "plant_fixture.h"
 
 using test_support::waitUntil;

@@ -1,3 +1,6 @@
+#include <cstddef>
+#include <string>
+
 #include "plant_fixture.h"
 
 using test_support::BrowseAnswers;

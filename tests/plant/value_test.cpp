@@ -1,8 +1,12 @@
 #include "plant_fixture.h"
 
 #include <cmath>
+#include <cstddef>
 #include <gmock/gmock.h>
 #include <limits>
+#include <string>
+#include <type_traits>
+#include <vector>
 
 using test_support::ReadValue;
 using testing::ElementsAre;

@@ -1,6 +1,9 @@
 #include "certificate_server.h"
 
+#include <cstddef>
+#include <functional>
 #include <stdexcept>
+#include <string>
 
 #include <open62541/plugin/log_stdout.h>
 #include <open62541/plugin/pki_default.h>

@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <malloc.h>
+#include <string>
 
 #include "secured_client_fixture.h"
 #include "support/temporary_directory.h"

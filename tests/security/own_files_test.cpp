@@ -4,15 +4,21 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <functional>
+#include <ios>
 #include <map>
+#include <stdexcept>
+#include <string>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <tuple>
 #include <unistd.h>
 
 #include "material.h"
@@ -62,8 +68,8 @@ protected:
     OwnFiles() { startServer({"--security"}); }
 
     /// Connects in a process of its own, whose parent stays without threads.
-    void attemptInChild(
-        int (*run)(const std::function<int()>&), const std::function<void()>& before = [] {}) {
+    void
+    attemptInChild(int (*run)(const std::function<int()>&), const std::function<void()>& before = [] {}) {
         if (run == runUnprivileged) {
             giveToUnprivileged(directory());
             fs::permissions(directory(), fs::perms(0755));

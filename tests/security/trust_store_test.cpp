@@ -1,7 +1,11 @@
 // The trust list as a directory that lives longer than a process, and in which anything may lie.
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <fstream>
+#include <functional>
+#include <string>
+#include <vector>
 
 #include "material.h"
 #include "secured_client_fixture.h"

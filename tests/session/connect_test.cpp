@@ -7,6 +7,10 @@
 #include <dirent.h>
 
 #include <algorithm>
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "session_fixture.h"
 

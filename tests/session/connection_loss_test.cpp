@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
+#include <memory>
+#include <thread>
+#include <vector>
 
 #include <atomic>
 #include <future>

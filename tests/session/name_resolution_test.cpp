@@ -1,4 +1,4 @@
-#include "name_resolution.h"
+#include "socket/name_resolution.h"
 
 #include <cerrno>
 

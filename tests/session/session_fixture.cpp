@@ -1,5 +1,12 @@
 #include "session_fixture.h"
 
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
 using namespace UaClientSdk;
 
 void StatusRecorder::connectionStatusChanged(unsigned int, Status status) {

@@ -3,18 +3,22 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <linux/close_range.h>
+#include <optional>
 #include <poll.h>
 #include <stdexcept>
+#include <string>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
+#include <vector>
 
 // glibc 2.36 declares pidfd_open without C linkage.
 extern "C" {
@@ -225,7 +229,7 @@ std::string ChildProcess::standardOutput() {
 }
 
 std::string ChildProcess::standardError() const {
-    struct stat state {};
+    struct stat state{};
     if (fstat(m_error.get(), &state) != 0)
         throwSystemError("cannot read captured standard error");
     std::string text(static_cast<std::size_t>(state.st_size), '\0');

@@ -2,11 +2,16 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <optional>
 #include <stdexcept>
+#include <string>
+#include <system_error>
 #include <unistd.h>
+#include <vector>
 
 using namespace std::chrono_literals;
 using namespace test_support;

@@ -3,11 +3,13 @@
 // run in parallel and leave nothing behind.
 #include "support/temporary_directory.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <iostream>
+#include <string>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>

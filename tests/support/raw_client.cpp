@@ -1,11 +1,18 @@
 #include "support/raw_client.h"
 
 #include <cerrno>
+#include <chrono>
+#include <cstdarg>
+#include <cstddef>
+#include <functional>
 #include <open62541/client_config_default.h>
 #include <open62541/client_highlevel.h>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace test_support {
 namespace {

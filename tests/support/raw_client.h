@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <open62541/client.h>
 #include <open62541/types_generated.h>

@@ -1,7 +1,13 @@
 #include "support/server_process.h"
 
+#include <chrono>
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace test_support {
 namespace {

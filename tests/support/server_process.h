@@ -2,7 +2,10 @@
 
 #include "support/child_process.h"
 
+#include <chrono>
 #include <cstdint>
+#include <string>
+#include <vector>
 
 namespace test_support {
 

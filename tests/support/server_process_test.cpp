@@ -1,9 +1,11 @@
 #include "support/server_process.h"
 
+#include <chrono>
 #include <csignal>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdexcept>
+#include <string>
 
 using namespace std::chrono_literals;
 using test_support::ServerProcess;

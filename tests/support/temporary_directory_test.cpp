@@ -1,5 +1,6 @@
 #include "support/temporary_directory.h"
 
+#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 

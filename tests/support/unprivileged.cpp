@@ -1,6 +1,8 @@
 #include "support/unprivileged.h"
 
 #include <cerrno>
+#include <filesystem>
+#include <functional>
 #include <stdexcept>
 
 #include <grp.h>

@@ -1,4 +1,8 @@
+#include <cstddef>
 #include <set>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "client/opcua_client.h"
 #include "client_test.h"
@@ -352,9 +356,10 @@ TEST_F(PagedBrowse, EmptyPagesAreNoEnd) {
 
 TEST_F(PagedBrowse, FollowsEvenThousandsOfPages) {
     answerPages(std::vector<int>(5000, 0));
-    m_pages.back() = 1;
+    for (std::size_t page = 9; page < m_pages.size(); page += 10)
+        m_pages[page] = 1;
     EXPECT_EQ(m_client->OpcUaBrowse(nullptr), 0);
-    expectChildren(1);
+    expectChildren(500);
     EXPECT_THAT(script().requests<BrowseNextRequest>(), SizeIs(4999));
 }
 
@@ -388,6 +393,110 @@ TEST_F(PagedBrowse, ManyChildrenKeepTheirOrder) {
     answerPages({700, 500});
     EXPECT_EQ(m_client->OpcUaBrowse(nullptr), 0);
     expectChildren(1200);
+}
+
+namespace {
+
+/// Pages that find no end.
+class BrowseWithoutEnd : public PagedBrowse {
+protected:
+    static constexpr int mostChildren = 250000;
+
+    /// Browses the root, which must fail, and gives the requests for further pages.
+    std::vector<BrowseNextRequest> failingBrowse() {
+        EXPECT_EQ(m_client->OpcUaBrowse(nullptr), 4);
+        EXPECT_EQ(message(), messages::browseFailed);
+        return script().requests<BrowseNextRequest>();
+    }
+
+    static void expectGivenUp(const std::string& reason) {
+        EXPECT_THAT(platform_recorder::traceLines(),
+                    Contains("browse | browsing i=84 is given up: the server gives " + reason));
+    }
+
+    long childCount() {
+        long count = 0;
+        for (const OpcUaNode* child = root()->child; child; child = child->next)
+            ++count;
+        return count;
+    }
+};
+
+} // namespace
+
+TEST_F(BrowseWithoutEnd, TheTenthEmptyPageEndsIt) {
+    answerPages(std::vector<int>(100, 0));
+    const auto requests = failingBrowse();
+    ASSERT_THAT(requests, SizeIs(10)) << "nine further pages and the release";
+    for (std::size_t i = 0; i < 9; ++i)
+        EXPECT_FALSE(requests[i].releaseContinuationPoint);
+    EXPECT_TRUE(requests[9].releaseContinuationPoint);
+    EXPECT_EQ(requests[9].continuationPoint, continuationPoint("page 10"));
+    EXPECT_EQ(requests[9].settings.callTimeout, 10000);
+    expectGivenUp("ten empty pages in a row");
+}
+
+TEST_F(BrowseWithoutEnd, ChildrenOfEarlierPagesStay) {
+    answerPages({2, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 7});
+    EXPECT_THAT(failingBrowse(), SizeIs(13));
+    expectChildren(3);
+}
+
+TEST_F(BrowseWithoutEnd, EmptyPagesBetweenChildrenAreCountedAnew) {
+    answerPages({0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1});
+    EXPECT_EQ(m_client->OpcUaBrowse(nullptr), 0);
+    expectChildren(2);
+}
+
+TEST_F(BrowseWithoutEnd, ATenthEmptyPageThatIsTheLastIsAnEnd) {
+    answerPages(std::vector<int>(10, 0));
+    EXPECT_EQ(m_client->OpcUaBrowse(nullptr), 0);
+    expectChildren(0);
+    EXPECT_THAT(script().requests<BrowseNextRequest>(), SizeIs(9));
+    EXPECT_THAT(platform_recorder::traceLines(), IsEmpty());
+}
+
+TEST_F(BrowseWithoutEnd, AFailedReleaseChangesNothing) {
+    answerPages(std::vector<int>(100, 0));
+    script().onBrowseNext = [this](const BrowseNextRequest& request, UaByteString& point,
+                                   UaReferenceDescriptions& target) {
+        fillPage(point, target);
+        return request.releaseContinuationPoint ? UaStatus(badStatus) : UaStatus();
+    };
+    EXPECT_THAT(failingBrowse(), SizeIs(10));
+    EXPECT_EQ(m_client->OpcUaBrowse(nullptr), 4) << "and the client goes on";
+}
+
+TEST_F(BrowseWithoutEnd, WhatAReleaseBringsIsNotTaken) {
+    answerPages(std::vector<int>(100, 0));
+    m_pages[10] = 3;
+    EXPECT_THAT(failingBrowse(), SizeIs(10));
+    expectChildren(0);
+}
+
+TEST_F(BrowseWithoutEnd, OnePageWithTooManyChildrenIsRefusedUnread) {
+    answerPages({mostChildren + 1});
+    EXPECT_THAT(failingBrowse(), IsEmpty()) << "there is no continuation point to release";
+    EXPECT_THAT(script().requests<ReadRequest>(), IsEmpty());
+    EXPECT_EQ(root()->child, nullptr);
+    expectGivenUp("more than 250000 children");
+}
+
+TEST_F(BrowseWithoutEnd, APageThatExceedsTheChildrenIsRefusedUnread) {
+    answerPages({3, mostChildren - 2, 1});
+    const auto requests = failingBrowse();
+    ASSERT_THAT(requests, SizeIs(2));
+    EXPECT_TRUE(requests[1].releaseContinuationPoint);
+    EXPECT_THAT(script().requests<ReadRequest>(), SizeIs(3));
+    expectChildren(3);
+    expectGivenUp("more than 250000 children");
+}
+
+TEST_F(BrowseWithoutEnd, AsManyChildrenAsThereMayBeAreTaken) {
+    answerPages({mostChildren - 1, 1});
+    EXPECT_EQ(m_client->OpcUaBrowse(nullptr), 0);
+    EXPECT_EQ(childCount(), mostChildren);
+    EXPECT_EQ(record_census::live(), mostChildren + 1);
 }
 
 TEST_F(Browse, FailedReadOfAChildDropsItAndTheRest) {

@@ -1,4 +1,7 @@
 #include <climits>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "client_test.h"
 

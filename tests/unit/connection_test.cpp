@@ -1,4 +1,7 @@
 #include <climits>
+#include <cstring>
+#include <stdexcept>
+#include <vector>
 
 #include "client/opcua_client.h"
 #include "client_test.h"

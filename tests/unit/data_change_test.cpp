@@ -1,6 +1,12 @@
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <functional>
 #include <numeric>
 #include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "client/callback.h"
 #include "monitoring_test.h"

@@ -1,4 +1,7 @@
+#include <cstddef>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "client/opcua_client.h"
 #include "client_test.h"

@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <memory>
+#include <vector>
 
 #include "OpcUaClientInterface.h"
 #include "protocol_values.h"

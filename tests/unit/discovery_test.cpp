@@ -1,6 +1,11 @@
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "client_test.h"
 

@@ -1,4 +1,5 @@
 #include <cstring>
+#include <memory>
 
 #include "client_test.h"
 

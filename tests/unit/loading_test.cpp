@@ -1,7 +1,10 @@
 #include <dlfcn.h>
 #include <link.h>
 
+#include <cstddef>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include "client_test.h"
 

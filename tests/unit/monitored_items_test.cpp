@@ -1,4 +1,11 @@
+#include <algorithm>
 #include <climits>
+#include <cstddef>
+#include <cstring>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "monitoring_test.h"
 

@@ -1,6 +1,11 @@
+#include <algorithm>
 #include <climits>
+#include <cstddef>
+#include <cstring>
 #include <deque>
+#include <string>
 #include <tuple>
+#include <vector>
 
 #include "array_values.h"
 #include "client_test.h"

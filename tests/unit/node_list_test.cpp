@@ -2,7 +2,9 @@
 
 #include <pthread.h>
 
+#include <functional>
 #include <memory>
+#include <string>
 
 #include "client_test.h"
 

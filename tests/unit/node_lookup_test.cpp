@@ -1,3 +1,8 @@
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "client_test.h"
 
 using ::testing::Each;

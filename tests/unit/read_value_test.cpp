@@ -1,6 +1,10 @@
 #include <climits>
 #include <cmath>
+#include <cstddef>
+#include <cstring>
 #include <limits>
+#include <utility>
+#include <vector>
 
 #include "client_test.h"
 

@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <fstream>
 
 #include <sys/stat.h>
@@ -16,7 +17,7 @@ namespace {
 class SecuredConnection : public SecuredClientTest {
 protected:
     static unsigned modeOf(const std::filesystem::path& path) {
-        struct stat status {};
+        struct stat status{};
         EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
         return status.st_mode & 07777U;
     }

@@ -1,3 +1,7 @@
+#include <stdexcept>
+#include <string>
+#include <vector>
+
 #include "client/opcua_client.h"
 #include "secured_client_test.h"
 #include "uabase/byte_array.h"

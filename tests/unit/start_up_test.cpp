@@ -1,5 +1,9 @@
 #include <climits>
+#include <cstring>
 #include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "client/callback.h"
 #include "client/opcua_client.h"

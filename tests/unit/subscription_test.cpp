@@ -1,5 +1,7 @@
 #include <cmath>
+#include <ios>
 #include <thread>
+#include <vector>
 
 #include "client/callback.h"
 #include "monitoring_test.h"

@@ -1,3 +1,5 @@
+#include <string>
+
 #include "client_test.h"
 
 using ::testing::Each;

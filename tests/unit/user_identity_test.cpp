@@ -1,4 +1,6 @@
+#include <filesystem>
 #include <fstream>
+#include <string>
 
 #include "secured_client_test.h"
 #include "security/configuration.h"

@@ -1,4 +1,11 @@
+#include <algorithm>
 #include <climits>
+#include <cstddef>
+#include <cstring>
+#include <stdexcept>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 #include "client_test.h"
 

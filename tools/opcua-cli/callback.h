@@ -4,6 +4,7 @@
 #include "security/trust.h"
 
 #include <functional>
+#include <utility>
 
 namespace opcua_cli {
 

@@ -1,5 +1,11 @@
 #include "connection.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+
 #include "interrupt.h"
 #include "nodes/node_info.h"
 #include "security/names.h"

@@ -54,7 +54,7 @@ constexpr std::array<WatchedSignal, 3> watchedSignals{
 
 /// Who starts a program with nohup wants it to outlive its terminal.
 bool isIgnored(int number) {
-    struct sigaction present {};
+    struct sigaction present{};
     return sigaction(number, nullptr, &present) == 0 && present.sa_handler == SIG_IGN;
 }
 
@@ -62,7 +62,7 @@ bool isIgnored(int number) {
 
 void watchForInterrupt() {
     wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    struct sigaction action {};
+    struct sigaction action{};
     action.sa_handler = onSignal;
     for (const WatchedSignal& watched : watchedSignals) {
         if (watched.number != SIGHUP || !isIgnored(SIGHUP))

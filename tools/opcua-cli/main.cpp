@@ -5,6 +5,7 @@
 #include "text/utf8.h"
 
 #include <exception>
+#include <sstream>
 #include <string>
 
 namespace {

@@ -5,7 +5,10 @@
 #include "output/json.h"
 #include "output/streams.h"
 
+#include <cstddef>
 #include <map>
+#include <string>
+#include <string_view>
 
 namespace opcua_cli {
 namespace {

@@ -5,6 +5,7 @@
 #include "security/options.h"
 
 #include <CLI/CLI.hpp>
+#include <cstddef>
 #include <functional>
 #include <string>
 

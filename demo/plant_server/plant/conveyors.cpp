@@ -1,3 +1,5 @@
+#include <string>
+
 #include "plant.h"
 
 namespace plant_server {

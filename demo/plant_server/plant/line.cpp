@@ -1,6 +1,9 @@
 #include "plant.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <string>
+#include <vector>
 
 namespace plant_server {
 namespace {

@@ -1,6 +1,13 @@
 #include "test_rack.h"
 
+#include <chrono>
+#include <cstddef>
+#include <exception>
+#include <memory>
 #include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace plant_server {
 namespace {

@@ -1,3 +1,5 @@
+#include <functional>
+
 #include "test_rack.h"
 
 namespace plant_server {
@@ -47,7 +49,7 @@ Diagnostics::Diagnostics(const Branch& rack, const Machinery& machinery) {
     count("ValueAccesses", "Values that clients asked to read or write, samplings included",
           [&clients] { return clients.valueAccesses(); });
     const auto login = [&](const std::string& name, const std::string& description,
-                           std::string LatestLogin::*field) {
+                           std::string LatestLogin::* field) {
         m_variables.gauge(folder, name, &UA_TYPES[UA_TYPES_STRING], description,
                           [&clients, field] { return Value::scalar(clients.latestLogin().*field); });
     };

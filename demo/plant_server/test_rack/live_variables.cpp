@@ -1,3 +1,6 @@
+#include <memory>
+#include <utility>
+
 #include "test_rack.h"
 
 namespace plant_server {

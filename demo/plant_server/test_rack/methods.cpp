@@ -1,3 +1,5 @@
+#include <cstddef>
+
 #include "test_rack.h"
 
 namespace plant_server {

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <string>
+
 #include "test_rack.h"
 
 namespace plant_server {

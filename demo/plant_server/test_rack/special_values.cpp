@@ -1,3 +1,5 @@
+#include <vector>
+
 #include "../plant/plant.h"
 #include "test_rack.h"
 

@@ -1,6 +1,8 @@
 #include "test_rack.h"
 
 #include <array>
+#include <cstddef>
+#include <string>
 
 namespace plant_server {
 namespace {

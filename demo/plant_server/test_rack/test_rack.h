@@ -5,8 +5,11 @@
 #include "../simulation.h"
 #include "../tags.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace plant_server {
 

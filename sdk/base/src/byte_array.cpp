@@ -1,5 +1,8 @@
 #include "uabase/byte_array.h"
 
+#include <string>
+#include <utility>
+
 UaByteArray::UaByteArray(const OpcUa_Byte* data, int length) {
     if (data != nullptr && length > 0) {
         m_bytes.assign(data, data + length);

@@ -1,6 +1,7 @@
 #include "uabase/directory.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <string>
 
 #include <fcntl.h>

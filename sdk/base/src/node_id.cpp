@@ -1,7 +1,11 @@
 #include "uabase/node_id.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cstddef>
+#include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "engine.h"

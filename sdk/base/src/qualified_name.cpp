@@ -1,5 +1,7 @@
 #include "uabase/qualified_name.h"
 
+#include <string>
+
 UaQualifiedName::UaQualifiedName(const UaString& name, OpcUa_UInt16 namespaceIndex)
     : m_name(name), m_namespaceIndex(namespaceIndex) {}
 

@@ -4,7 +4,9 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <string>
 #include <string_view>
+#include <system_error>
 #include <type_traits>
 #include <variant>
 

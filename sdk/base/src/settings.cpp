@@ -1,7 +1,10 @@
 #include "uabase/settings.h"
 
 #include <array>
+#include <cstddef>
 #include <fstream>
+#include <ios>
+#include <memory>
 #include <string>
 
 // The reader of char texts, compiled in here: Debian's library would bring ICU along for the wide one.

@@ -1,5 +1,7 @@
 #include "uabase/string.h"
 
+#include <cstddef>
+#include <string>
 #include <string_view>
 #include <utility>
 

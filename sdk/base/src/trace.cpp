@@ -6,7 +6,9 @@
 #include <cstdio>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <spdlog/details/null_mutex.h>
@@ -109,7 +111,7 @@ void writeEntry(const char* severity, const char* area, std::string_view text) n
         const std::lock_guard<std::mutex> lock(trace.mutex);
         if (trace.sink)
             trace.sink->log(spdlog::details::log_msg("", spdlog::level::info, entry));
-    } catch (...) {
+    } catch (...) { // NOLINT(bugprone-empty-catch)
         // The trace must never be what fails.
     }
 }

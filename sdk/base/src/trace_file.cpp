@@ -4,6 +4,8 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <string>
+#include <string_view>
 #include <utility>
 
 #include <fcntl.h>

@@ -1,5 +1,10 @@
 #include "unicode.h"
 
+#include <cstddef>
+#include <iterator>
+#include <string>
+#include <string_view>
+
 namespace {
 
 constexpr char32_t replacement = 0xFFFD;

@@ -1,5 +1,6 @@
 #include "uabase/variant.h"
 
+#include <cstdint>
 #include <cstring>
 
 #include "element_type.h"

@@ -1,3 +1,4 @@
+#include <cstddef>
 #include <utility>
 
 #include "element_type.h"

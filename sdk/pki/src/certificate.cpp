@@ -1,5 +1,10 @@
 #include "uapki/certificate.h"
 
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "certificate_parser.h"
 #include "distinguished_name.h"
 #include "file_access.h"

@@ -1,6 +1,9 @@
 #include "certificate_findings.h"
 
 #include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "certificate_parser.h"
 #include "distinguished_name.h"
@@ -63,7 +66,10 @@ void CertificateFindings::add(UaPkiVerificationStep step, OpcUa_StatusCode statu
         return other.step == finding.step && other.thumbprint == finding.thumbprint;
     });
     if (!known) {
-        m_findings.push_back(std::move(finding));
+        const auto place = std::upper_bound(
+            m_findings.begin(), m_findings.end(), finding.step,
+            [](UaPkiVerificationStep added, const UaPkiFinding& other) { return added < other.step; });
+        m_findings.insert(place, std::move(finding));
     }
 }
 
@@ -73,8 +79,6 @@ bool CertificateFindings::has(UaPkiVerificationStep step) const {
 }
 
 std::vector<UaPkiFinding> CertificateFindings::takeSorted() {
-    std::stable_sort(m_findings.begin(), m_findings.end(),
-                     [](const UaPkiFinding& a, const UaPkiFinding& b) { return a.step < b.step; });
     return std::move(m_findings);
 }
 

@@ -1,5 +1,8 @@
 #include <cerrno>
 #include <ctime>
+#include <memory>
+#include <string>
+#include <utility>
 
 #include "distinguished_name.h"
 #include "openssl_handles.h"

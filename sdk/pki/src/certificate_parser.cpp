@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <ctime>
+#include <utility>
+#include <vector>
 
 #include <arpa/inet.h>
 #include <openssl/pem.h>

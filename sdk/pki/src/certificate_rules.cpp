@@ -1,9 +1,15 @@
 #include "certificate_rules.h"
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
 
 #include "certificate_parser.h"
 #include "distinguished_name.h"
+#include "uapki/security_policy.h"
 
 namespace pki {
 namespace {
@@ -21,17 +27,21 @@ bool signatureIsGoodEnough(X509* certificate, const PolicyRules& rules) {
     return securityBits >= sufficientSignatureBits || (rules.sha1Allowed && digest == NID_sha1);
 }
 
-std::string keyProblem(const X509* certificate, bool mustBeRsa, const PolicyRules& rules) {
+std::string keyProblem(const X509* certificate, bool isLeaf, const PolicyRules& rules) {
     const EVP_PKEY* key = X509_get0_pubkey(certificate);
     if (key == nullptr) {
         return "its public key cannot be read";
     }
     if (EVP_PKEY_is_a(key, "RSA") != 1) {
-        return mustBeRsa ? "its key is not an RSA key" : "";
+        return isLeaf ? "its key is not an RSA key" : "";
     }
-    if (EVP_PKEY_get_bits(key) < rules.fewestRsaBits) {
-        return "its RSA key has " + std::to_string(EVP_PKEY_get_bits(key)) + " bits, the policy demands " +
-               std::to_string(rules.fewestRsaBits);
+    const int bits = EVP_PKEY_get_bits(key);
+    const std::string has = "its RSA key has " + std::to_string(bits) + " bits, the policy ";
+    if (bits < rules.fewestRsaBits) {
+        return has + "demands " + std::to_string(rules.fewestRsaBits);
+    }
+    if (isLeaf && bits > rules.mostRsaBits) {
+        return has + "allows " + std::to_string(rules.mostRsaBits);
     }
     return {};
 }
@@ -71,16 +81,16 @@ std::string issuerUsageProblem(X509* issuer) {
 } // namespace
 
 PolicyRules rulesOfPolicy(const UaString& securityPolicyUri) {
-    constexpr std::array<const char*, 3> oldPolicies{
-        "http://opcfoundation.org/UA/SecurityPolicy#None",
-        "http://opcfoundation.org/UA/SecurityPolicy#Basic128Rsa15",
-        "http://opcfoundation.org/UA/SecurityPolicy#Basic256"};
-    for (const char* policy : oldPolicies) {
-        if (securityPolicyUri == policy) {
-            return {1024, true};
-        }
+    const UaPkiSecurityPolicy* policy = UaPkiSecurityPolicy::find(securityPolicyUri);
+    if (policy == nullptr) {
+        return {2048, 4096, false};
     }
-    return {2048, false};
+    // Without a policy for the channel it is the token policy, not known yet, that a key must suit.
+    if (policy->isNone()) {
+        return {1024, std::numeric_limits<int>::max(), true};
+    }
+    return {policy->minimumKeyBits, policy->maximumKeyBits,
+            policy->asymmetricSignature == UaPkiSecurityPolicy::Signature::RsaPkcs15Sha1};
 }
 
 void checkStructure(const std::vector<X509Ptr>& sent, CertificateFindings& findings) {

@@ -1,12 +1,15 @@
 #pragma once
 
+#include <vector>
+
 #include "chain_check.h"
 
 namespace pki {
 
 /// What a security policy demands of every key and signature in a chain (OPC UA Part 7, security policies).
 struct PolicyRules {
-    int fewestRsaBits;
+    int fewestRsaBits; ///< of every key
+    int mostRsaBits;   ///< of the key that the policy is used with; authorities may have longer ones
     bool sha1Allowed;
 };
 

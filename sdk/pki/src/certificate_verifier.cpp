@@ -1,5 +1,9 @@
 #include "uapki/certificate_verifier.h"
 
+#include <cstddef>
+#include <utility>
+#include <vector>
+
 #include "certificate_parser.h"
 #include "certificate_rules.h"
 #include "uabase/trace.h"

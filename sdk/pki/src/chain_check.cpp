@@ -1,7 +1,12 @@
 #include "chain_check.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <ctime>
+#include <memory>
 #include <openssl/x509_vfy.h>
+#include <utility>
+#include <vector>
 
 #include "certificate_parser.h"
 

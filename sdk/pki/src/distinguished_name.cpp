@@ -1,13 +1,16 @@
 #include "distinguished_name.h"
 
 #include <array>
+#include <cstddef>
+#include <string>
+#include <utility>
 
 namespace pki {
 namespace {
 
 struct Attribute {
     int nid;
-    UaString UaPkiIdentity::*field;
+    UaString UaPkiIdentity::* field;
 };
 
 constexpr std::array<Attribute, 7> attributes{{{NID_organizationName, &UaPkiIdentity::organization},

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
+#include <string>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -109,7 +110,7 @@ bool mayBeReplaced(const std::string& path) {
 UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, std::string& problem) {
     // Without O_NONBLOCK a named pipe in a store's directory would hold up the connect for ever.
     Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    struct stat properties {};
+    struct stat properties{};
     if (!file.isOpen() || ::fstat(file.get(), &properties) != 0) {
         int error = errno;
         problem = errorText(error);

@@ -1,6 +1,7 @@
 #include "private_key_file.h"
 
 #include <cstring>
+#include <string>
 
 #include <openssl/pem.h>
 

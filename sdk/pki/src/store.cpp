@@ -1,8 +1,11 @@
 #include "uapki/store.h"
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
+#include <string>
 #include <system_error>
+#include <utility>
 
 #include "uabase/directory.h"
 #include "uabase/trace.h"

@@ -1,9 +1,12 @@
 #include "store_reader.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <iterator>
+#include <string>
 #include <system_error>
+#include <vector>
 
 #include "certificate_parser.h"
 

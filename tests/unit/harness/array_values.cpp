@@ -1,6 +1,10 @@
 #include "array_values.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <ostream>
+#include <string>
+#include <vector>
 
 #include <open62541/types_generated_handling.h>
 

@@ -1,5 +1,9 @@
 #include "client_test.h"
 
+#include <cstring>
+#include <memory>
+#include <string>
+
 namespace {
 
 standin::Surroundings observe() {

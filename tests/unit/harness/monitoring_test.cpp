@@ -1,5 +1,10 @@
 #include "monitoring_test.h"
 
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
 #include <open62541/types_generated_handling.h>
 
 #include "adopted_mutexes.h"

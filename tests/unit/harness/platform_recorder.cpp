@@ -3,7 +3,13 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <mutex>
 #include <optional>
+#include <string>
 
 #include "next_definition.h"
 #include "standin/standin.h"
@@ -18,6 +24,8 @@ namespace {
 int initTraceResult = 0;
 bool executableFails = false;
 std::optional<std::string> executable;
+std::mutex traceMutex;
+std::vector<std::string> traceTexts;
 
 std::string hex(unsigned int number) {
     char text[16];
@@ -33,6 +41,11 @@ void answerInitTrace(int result) {
     initTraceResult = result;
 }
 
+std::vector<std::string> traceLines() {
+    const std::lock_guard<std::mutex> lock(traceMutex);
+    return traceTexts;
+}
+
 void setExecutable(const std::string& path) {
     executable = path;
     executableFails = false;
@@ -46,6 +59,8 @@ void reset() {
     initTraceResult = 0;
     executableFails = false;
     executable.reset();
+    const std::lock_guard<std::mutex> lock(traceMutex);
+    traceTexts.clear();
 }
 
 } // namespace platform_recorder
@@ -77,6 +92,16 @@ int UaTrace::initTrace(TraceLevel level, unsigned int maxEntriesPerFile, unsigne
 
 void UaTrace::closeTrace() {
     script().record("UaTrace::closeTrace");
+}
+
+void UaTrace::write(TraceLevel, const char* area, const char* format, ...) {
+    char text[1024];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    const std::lock_guard<std::mutex> lock(traceMutex);
+    traceTexts.push_back(std::string(area) + " | " + text);
 }
 
 void UaTrace::setTraceActive(bool active) {

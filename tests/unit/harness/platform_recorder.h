@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 /// Records the calls that the library makes into libuabasecpp's process-wide state, and to readlink(), in the
 /// stand-in's record: this program defines the same functions and passes the calls on.
@@ -11,6 +12,9 @@ namespace platform_recorder {
 
 /// What initTrace() answers.
 void answerInitTrace(int result);
+
+/// What was written to the trace since the last reset(): "area | text". It is in no record of calls.
+std::vector<std::string> traceLines();
 
 /// Path of the running executable as readlink("/proc/self/exe") gives it.
 void setExecutable(const std::string& path);

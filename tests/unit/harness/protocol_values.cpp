@@ -1,5 +1,10 @@
 #include "protocol_values.h"
 
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include <open62541/types_generated_handling.h>
 
 OpcUa_String ownedString(const std::string& text) {

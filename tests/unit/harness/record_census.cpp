@@ -3,8 +3,10 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <new>
 #include <unordered_map>
+#include <utility>
 
 #include "OpcUaTypes.h"
 

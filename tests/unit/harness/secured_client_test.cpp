@@ -1,8 +1,11 @@
 #include "secured_client_test.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
+#include <ios>
 #include <sstream>
+#include <vector>
 
 #include "support/child_process.h"
 #include "uapki/certificate.h"

@@ -1,3 +1,8 @@
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "standin.h"
 
 namespace standin {

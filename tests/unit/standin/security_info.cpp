@@ -1,5 +1,8 @@
 #include "uaclient/security_info.h"
 
+#include <cstddef>
+#include <string>
+
 #include "standin.h"
 
 using standin::script;

@@ -1,3 +1,6 @@
+#include <memory>
+#include <utility>
+
 #include "subscription_impl.h"
 
 #include "protocol_text.h"

@@ -9,10 +9,16 @@
 #include "../output/streams.h"
 #include "../output/table.h"
 
+#include <cstddef>
 #include <memory>
+#include <optional>
 #include <set>
+#include <string>
 #include <unistd.h>
 #include <unordered_map>
+#include <utility>
+#include <variant>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

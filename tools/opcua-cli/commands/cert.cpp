@@ -11,9 +11,16 @@
 #include "OpcUaClientInterface.h"
 
 #include <algorithm>
+#include <exception>
+#include <filesystem>
 #include <memory>
 #include <optional>
+#include <stdexcept>
+#include <string>
+#include <system_error>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

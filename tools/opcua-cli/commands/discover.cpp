@@ -9,9 +9,13 @@
 #include "OpcUaClientInterface.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
 #include <memory>
+#include <string>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

@@ -11,8 +11,15 @@
 #include "../security/names.h"
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
 #include <unistd.h>
+#include <utility>
+#include <variant>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

@@ -7,10 +7,18 @@
 #include "../monitor/watch_list.h"
 #include "../output/terminal.h"
 
+#include <algorithm>
 #include <array>
+#include <chrono>
+#include <cstddef>
 #include <memory>
+#include <optional>
 #include <poll.h>
+#include <ratio>
+#include <string>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace opcua_cli {
 namespace {
@@ -231,8 +239,7 @@ void addMonitorCommand(CLI::App& app, Action& chosen) {
     command->footer(examples);
     command->callback([options, &chosen] {
         chosen = [options] {
-            return runReporting(
-                *options, [&] { return monitor(*options); }, documentLine);
+            return runReporting(*options, [&] { return monitor(*options); }, documentLine);
         };
     });
 }

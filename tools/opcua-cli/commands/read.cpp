@@ -7,8 +7,14 @@
 #include "../text/utf8.h"
 #include "value_options.h"
 
+#include <cstddef>
 #include <memory>
+#include <optional>
+#include <string>
 #include <unistd.h>
+#include <utility>
+#include <variant>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

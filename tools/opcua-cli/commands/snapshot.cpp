@@ -11,7 +11,12 @@
 #include <array>
 #include <ctime>
 #include <memory>
+#include <optional>
+#include <string>
 #include <unistd.h>
+#include <utility>
+#include <variant>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

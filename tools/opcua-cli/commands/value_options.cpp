@@ -1,5 +1,10 @@
 #include "value_options.h"
 
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
 namespace opcua_cli {
 namespace {
 

@@ -5,6 +5,7 @@
 #include "../nodes/value_target.h"
 #include "../options.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>

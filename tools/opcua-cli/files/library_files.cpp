@@ -3,6 +3,8 @@
 #include "place.h"
 
 #include <array>
+#include <cstddef>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <string>
@@ -16,7 +18,7 @@ using Settings = std::map<std::string, std::string>;
 struct Setting {
     const char* key;
     const char* usual;
-    fs::path LibraryFiles::*file;
+    fs::path LibraryFiles::* file;
 };
 
 constexpr const char* settingsGroup = "UaClientConfig";

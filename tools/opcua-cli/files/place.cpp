@@ -8,9 +8,15 @@
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <exception>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
+#include <ios>
+#include <stdexcept>
+#include <string>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <vector>
 
@@ -46,7 +52,7 @@ fs::path stateDirectory() {
 
 /// Runs what is in it, so nobody else may have written that.
 void throwUnlessOurs(const fs::path& directory) {
-    struct stat properties {};
+    struct stat properties{};
     if (stat(directory.c_str(), &properties) != 0)
         throw fs::filesystem_error("cannot look at", directory,
                                    std::error_code(errno, std::generic_category()));

@@ -1,5 +1,10 @@
 #include "csv.h"
 
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
 namespace opcua_cli {
 namespace {
 

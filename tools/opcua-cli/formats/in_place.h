@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "text_file.h"
 
 namespace opcua_cli {

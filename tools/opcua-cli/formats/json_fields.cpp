@@ -1,5 +1,7 @@
 #include "json_fields.h"
 
+#include <string>
+
 namespace opcua_cli {
 
 std::string textField(const Json& object, const char* key) {

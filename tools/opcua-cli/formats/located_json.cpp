@@ -1,7 +1,11 @@
 #include "located_json.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

@@ -7,6 +7,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

@@ -1,5 +1,9 @@
 #include "snapshot_file.h"
 
+#include <string>
+#include <utility>
+#include <variant>
+
 #include "../nodes/node_json.h"
 #include "../nodes/node_reference.h"
 #include "in_place.h"

@@ -9,6 +9,9 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <string>
+#include <string_view>
+#include <system_error>
 #include <unistd.h>
 
 namespace opcua_cli {

@@ -2,10 +2,16 @@
 
 #include "../nodes/value_buffer.h"
 
+#include <chrono>
 #include <cstring>
+#include <deque>
+#include <mutex>
+#include <string>
+#include <string_view>
 #include <sys/eventfd.h>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

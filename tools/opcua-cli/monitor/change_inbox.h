@@ -3,7 +3,9 @@
 #include "OpcUaTypes.h"
 #include "change.h"
 
+#include <cstddef>
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>

@@ -6,6 +6,12 @@
 #include "../text/utf8.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

@@ -4,6 +4,13 @@
 #include "../text/time_text.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

@@ -5,6 +5,7 @@
 #include "watch_list.h"
 
 #include <chrono>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>

@@ -4,7 +4,10 @@
 #include "link.h"
 #include "watch_list.h"
 
+#include <cstddef>
 #include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace opcua_cli {

@@ -3,7 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
+#include <optional>
+#include <string>
 #include <type_traits>
+#include <variant>
 
 namespace opcua_cli {
 namespace {

@@ -2,6 +2,7 @@
 
 #include "../nodes/value.h"
 
+#include <cstddef>
 #include <deque>
 #include <optional>
 #include <string>

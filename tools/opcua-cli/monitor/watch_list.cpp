@@ -4,7 +4,14 @@
 #include "../nodes/tree_walk.h"
 #include "../nodes/value.h"
 
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
 #include <unordered_map>
+#include <utility>
+#include <variant>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

@@ -1,5 +1,8 @@
 #include "browse_tree.h"
 
+#include <string>
+#include <utility>
+
 #include "../interrupt.h"
 #include "node_info.h"
 

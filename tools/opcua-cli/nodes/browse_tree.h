@@ -2,6 +2,7 @@
 
 #include "../connection.h"
 
+#include <cstddef>
 #include <string>
 #include <unordered_set>
 #include <vector>

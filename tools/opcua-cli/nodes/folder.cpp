@@ -4,7 +4,10 @@
 #include "path_walk.h"
 #include "tree_walk.h"
 
+#include <cstddef>
 #include <limits>
+#include <string>
+#include <variant>
 
 namespace opcua_cli {
 

@@ -4,6 +4,7 @@
 #include "node_info.h"
 #include "node_reference.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 

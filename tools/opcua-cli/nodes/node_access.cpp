@@ -1,5 +1,11 @@
 #include "node_access.h"
 
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "../interrupt.h"
 #include "../output/progress.h"
 

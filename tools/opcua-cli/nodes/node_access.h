@@ -4,6 +4,7 @@
 #include "node_value.h"
 #include "value_access.h"
 
+#include <cstddef>
 #include <optional>
 #include <vector>
 

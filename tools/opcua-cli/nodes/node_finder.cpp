@@ -2,10 +2,15 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <optional>
 #include <queue>
 #include <set>
+#include <string>
 #include <string_view>
+#include <utility>
 
 namespace opcua_cli {
 namespace {

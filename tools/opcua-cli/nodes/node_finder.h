@@ -3,6 +3,7 @@
 #include "browse_tree.h"
 #include "node_info.h"
 
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>

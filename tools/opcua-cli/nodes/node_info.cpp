@@ -4,6 +4,10 @@
 #include "value.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <string>
+#include <string_view>
 
 namespace opcua_cli {
 

@@ -1,5 +1,7 @@
 #include "node_json.h"
 
+#include <string>
+
 #include "value.h"
 
 namespace opcua_cli {

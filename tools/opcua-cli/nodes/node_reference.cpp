@@ -6,9 +6,13 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <optional>
+#include <string>
 #include <string_view>
+#include <system_error>
 
 namespace opcua_cli {
 namespace {

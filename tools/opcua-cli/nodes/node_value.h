@@ -3,7 +3,10 @@
 #include "shape.h"
 #include "value.h"
 
+#include <string>
+#include <utility>
 #include <variant>
+#include <vector>
 
 namespace opcua_cli {
 

@@ -3,7 +3,10 @@
 #include "node_info.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <set>
+#include <string>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

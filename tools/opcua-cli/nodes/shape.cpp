@@ -3,8 +3,12 @@
 #include "../failure.h"
 
 #include <charconv>
+#include <cstddef>
 #include <limits>
+#include <string>
 #include <string_view>
+#include <system_error>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

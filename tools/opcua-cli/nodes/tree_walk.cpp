@@ -1,7 +1,11 @@
 #include "tree_walk.h"
 
+#include <cstddef>
 #include <deque>
+#include <functional>
+#include <string>
 #include <unordered_set>
+#include <utility>
 
 namespace opcua_cli {
 namespace {

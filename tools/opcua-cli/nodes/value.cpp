@@ -6,10 +6,17 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <system_error>
 #include <type_traits>
 #include <utility>
+#include <variant>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

@@ -3,6 +3,7 @@
 #include "../connection.h"
 #include "shape.h"
 
+#include <string>
 #include <vector>
 
 namespace opcua_cli {

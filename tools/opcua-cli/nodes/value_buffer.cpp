@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <string>
 #include <type_traits>
 #include <utility>
+#include <variant>
 
 namespace opcua_cli {
 namespace {

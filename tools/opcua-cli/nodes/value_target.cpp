@@ -1,5 +1,12 @@
 #include "value_target.h"
 
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
 #include "../interrupt.h"
 #include "path_walk.h"
 #include "value_access.h"

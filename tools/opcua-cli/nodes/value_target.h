@@ -4,8 +4,10 @@
 #include "node_finder.h"
 #include "node_reference.h"
 
+#include <cstddef>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace opcua_cli {

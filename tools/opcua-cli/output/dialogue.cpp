@@ -5,7 +5,9 @@
 #include "../text/utf8.h"
 
 #include <cstdio>
+#include <optional>
 #include <poll.h>
+#include <string>
 #include <termios.h>
 #include <unistd.h>
 

@@ -5,6 +5,8 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
+#include <string>
 #include <string_view>
 #include <unistd.h>
 
@@ -30,7 +32,7 @@ void onSuspend(int) {
 }
 
 void setSuspendHandler(void (*handler)(int)) {
-    struct sigaction action {};
+    struct sigaction action{};
     action.sa_handler = handler;
     action.sa_flags = static_cast<int>(SA_RESTART);
     sigaction(SIGTSTP, &action, nullptr);

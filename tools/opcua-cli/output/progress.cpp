@@ -2,7 +2,9 @@
 
 #include "../text/utf8.h"
 
+#include <chrono>
 #include <cstdio>
+#include <string>
 #include <unistd.h>
 #include <utility>
 

@@ -3,6 +3,7 @@
 #include "terminal.h"
 
 #include <chrono>
+#include <cstddef>
 #include <string>
 
 namespace opcua_cli {

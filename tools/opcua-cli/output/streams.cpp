@@ -10,7 +10,9 @@
 #include <cstring>
 #include <fcntl.h>
 #include <set>
+#include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

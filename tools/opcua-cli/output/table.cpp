@@ -3,7 +3,12 @@
 #include "../text/utf8.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <numeric>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace opcua_cli {
 namespace {

@@ -2,7 +2,9 @@
 
 #include "terminal.h"
 
+#include <cstddef>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace opcua_cli {

@@ -1,6 +1,8 @@
 #include "terminal.h"
 
 #include <cstdlib>
+#include <string>
+#include <string_view>
 #include <sys/ioctl.h>
 #include <unistd.h>
 

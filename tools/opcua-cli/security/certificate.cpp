@@ -6,8 +6,15 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
 #include <fstream>
+#include <ios>
+#include <iterator>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <system_error>
 
 namespace opcua_cli {

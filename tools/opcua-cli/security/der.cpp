@@ -1,6 +1,8 @@
 #include "der.h"
 
+#include <cstddef>
 #include <stdexcept>
+#include <string_view>
 
 namespace opcua_cli {
 namespace {

@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace opcua_cli {
 namespace {

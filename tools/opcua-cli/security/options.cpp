@@ -8,6 +8,8 @@
 
 #include <cstdlib>
 #include <map>
+#include <optional>
+#include <string>
 
 namespace opcua_cli {
 namespace {

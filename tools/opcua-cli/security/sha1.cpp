@@ -3,7 +3,10 @@
 #include "hexadecimal.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 namespace opcua_cli {
 namespace {

@@ -6,8 +6,14 @@
 #include "../output/table.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace opcua_cli {
 namespace {

@@ -6,8 +6,13 @@
 #include "certificate.h"
 
 #include <cerrno>
+#include <exception>
 #include <fcntl.h>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
 #include <sys/file.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace opcua_cli {

@@ -5,6 +5,8 @@
 #include <clocale>
 #include <cstdio>
 #include <cwchar>
+#include <string>
+#include <string_view>
 
 namespace opcua_cli {
 namespace {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <vector>
 
@@ -31,14 +32,24 @@ public:
     void append(UaMonitoredItemNotifications& other);
     /// Frees the first `count` notifications.
     void dropFirst(OpcUa_UInt32 count);
-    void clear() { dropFirst(length()); }
-    void swap(UaMonitoredItemNotifications& other) noexcept {
-        m_items.swap(other.m_items);
-        m_values.swap(other.m_values);
+    /// Frees all but the latest of each client handle; those keep their order. Takes time in proportion to
+    /// the length.
+    void keepLatest();
+    void clear() { dropFirst(static_cast<OpcUa_UInt32>(m_items.size())); }
+    /// Exchanges the notifications.
+    void swap(UaMonitoredItemNotifications& other) noexcept;
+
+    /// Grows no more and may become 0 while somebody goes through them: see withdraw().
+    OpcUa_UInt32 length() const { return m_withdrawn ? 0 : static_cast<OpcUa_UInt32>(m_items.size()); }
+    UaDataChange operator[](OpcUa_UInt32 index) const;
+    /// Bytes that the notifications take, with all that their values hold.
+    std::size_t bytes() const {
+        return m_items.size() * sizeof(Item) + m_values.size() * sizeof(Value) + m_heldBytes;
     }
 
-    OpcUa_UInt32 length() const { return static_cast<OpcUa_UInt32>(m_items.size()); }
-    UaDataChange operator[](OpcUa_UInt32 index) const;
+    /// From now on the length is 0: whoever goes through them, on another thread, ends with the one he has.
+    /// They stay where they are until they are cleared, so that one remains good.
+    void withdraw() { m_withdrawn = true; }
 
 private:
     /// Ten thousand of them go from one CPU's cache to another's: half a cache line each.
@@ -51,18 +62,22 @@ private:
             std::size_t valueIndex;
         };
     };
+    struct Value {
+        OpcUa_Variant variant;
+        std::size_t heldBytes;
+    };
 
-    /// The other CPU wrote them: they are fetched some time before they are needed.
-    static constexpr std::size_t ahead = 16;
+    void free(Value& value);
 
     std::vector<Item> m_items;
-    std::vector<OpcUa_Variant> m_values; ///< in the order of their items
+    std::vector<Value> m_values; ///< in the order of their items
+    std::size_t m_heldBytes = 0; ///< by all values
+    std::atomic<bool> m_withdrawn{false};
 };
 
 inline UaDataChange UaMonitoredItemNotifications::operator[](OpcUa_UInt32 index) const {
     const Item& item = m_items[index];
-    __builtin_prefetch(&item + ahead);
     return {item.clientHandle, item.status,
             item.numberType != nullptr ? UaVariant::borrow(*item.numberType, item.number)
-                                       : UaVariant::borrow(m_values[item.valueIndex])};
+                                       : UaVariant::borrow(m_values[item.valueIndex].variant)};
 }

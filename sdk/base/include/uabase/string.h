@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "uastack/export.h"
 #include "uastack/protocol_types.h"

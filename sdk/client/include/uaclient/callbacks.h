@@ -8,17 +8,18 @@
 
 namespace UaClientSdk {
 
-/// Receives what happens to a session. Called on the session's own SDK thread, one call at a time; never on a
-/// thread that makes a service call, except for the final Disconnected when disconnect() is called from
-/// inside a callback. No call is made after disconnect() has returned or the session is deleted.
+/// Receives what happens to a session. Called on a thread of the session's own for this alone, one call at a
+/// time, so that it waits for nothing that data does; never on a thread that makes a service call, except for
+/// the final Disconnected when disconnect() is called from inside such a call. No call is made after
+/// disconnect() has returned or the session is deleted.
 class UASDK_EXPORT UaSessionCallback {
 public:
     virtual ~UaSessionCallback();
     virtual void connectionStatusChanged(unsigned int clientConnectionId, UaClient::ServerStatus status);
 };
 
-/// Receives what a subscription delivers, on the same thread. After deleteSubscription() no further call
-/// begins; one that is running then is not waited for.
+/// Receives what a subscription delivers, on another thread of the session's own. After deleteSubscription()
+/// no further call begins; one that is running then is not waited for.
 class UASDK_EXPORT UaSubscriptionCallback {
 public:
     virtual ~UaSubscriptionCallback();

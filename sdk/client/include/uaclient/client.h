@@ -9,14 +9,15 @@ public:
     enum ServerStatus {
         Disconnected = 0,
         Connected = 1,
-        /// The network is silent: the watchdog's probe was not answered. The session is given up.
+        /// The server is silent although something was asked for. Connection, session and subscription are
+        /// kept: calls answer at once that there is no connection, until the server speaks again.
         WatchdogExpired = 2,
-        /// The connection closed or the secure channel failed.
+        /// The connection closed, or channel or session are of no more use. Nothing reconnects by itself.
         ConnectionLost = 3,
         /// The server announced that it is going down.
         ServerShutdown = 4,
-        /// The session works, but the server ended its subscription or fell silent on it: until another one
-        /// is created, or it speaks again, no data comes.
+        /// The session works, but the server ended its subscription, fell silent on it or refuses to
+        /// publish: until another one is created, or it speaks again, no data comes.
         SubscriptionLost = 5
     };
 };

@@ -28,11 +28,11 @@ struct BrowseContext {
 
 /// One session on one server.
 ///
-/// Service calls run on the calling thread and may be made by several threads at a time; they are served one
-/// after the other. Two threads of the session's own keep the connection (channel renewal, watchdog) and
-/// deliver callbacks, so a callback may block without harm to the connection. Nothing reconnects by itself
-/// unless SessionConnectInfo says so: a lost connection is reported, and every later call answers
-/// OpcUa_BadServerNotConnected.
+/// Service calls run on the calling thread and may be made by several threads at a time: their requests go
+/// out one after the other, and each takes its own answer. Threads of the session's own keep the connection
+/// (channel renewal, watchdog), report its state and, once there is a subscription, deliver data, so a
+/// callback may block without harm to the connection. Nothing reconnects by itself: a lost connection is
+/// reported, and every later call answers OpcUa_BadServerNotConnected.
 class UASDK_EXPORT UaSession {
 public:
     UaSession();
@@ -47,8 +47,8 @@ public:
     UaStatus connect(const UaString& url, SessionConnectInfo& connectInfo, SessionSecurityInfo& securityInfo,
                      UaSessionCallback* callback);
     /// Closes session and channel; the callback has been told Disconnected before this returns. Good also
-    /// when the server is gone already. Waits for a callback that is running on the SDK thread, except when
-    /// called by it.
+    /// when the server is gone already. Gives the server a second to answer, and none when it is silent.
+    /// Waits for a callback that is running, except when called by it.
     UaStatus disconnect(ServiceSettings& settings, bool deleteSubscriptions);
     bool isConnected() const;
 

@@ -19,11 +19,11 @@ struct SessionConnectInfo {
     /// Bounds the whole connect: name resolution, TCP, secure channel and session. 0 or less stands for the
     /// default.
     OpcUa_Int32 connectTimeout = defaultConnectTimeout;
-    /// A silent connection is probed this often...
+    /// The server is asked for its state this often...
     OpcUa_UInt32 watchdogInterval = 5000;
-    /// ...and given up when the probe is not answered within this time.
+    /// ...and taken for silent when something was asked for and nothing came for this time.
     OpcUa_UInt32 watchdogTimeout = 5000;
-    /// Whether the engine may open a new channel and session by itself. Subscriptions do not survive that.
+    /// Has no effect: a connection that is lost stays lost until the application connects anew.
     bool automaticReconnect = true;
 
     static constexpr OpcUa_Int32 defaultConnectTimeout = 5000;

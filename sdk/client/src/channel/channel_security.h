@@ -13,7 +13,7 @@ struct ChannelSecurity {
     OpcUa_MessageSecurityMode mode = OpcUa_MessageSecurityMode_None;
     /// DER. With the policy None all of them are empty.
     UaByteString ownCertificate;
-    const OpcUa_Key* ownKey = nullptr; ///< outlives the opening of the channel and its renewals
+    const OpcUa_Key* ownKey = nullptr; ///< used while the channel is opened, and not kept
     UaByteString serverCertificate;    ///< that was decided on, without issuers behind it
 
     bool isNone() const { return policy->isNone(); }

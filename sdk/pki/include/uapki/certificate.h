@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 #include "uabase/byte_array.h"
 #include "uabase/byte_string.h"

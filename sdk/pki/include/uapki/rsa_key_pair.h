@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 #include "uabase/string.h"
 #include "uastack/export.h"

@@ -1,0 +1,46 @@
+"""The files of this project and how a build folder compiles them."""
+import json
+import os
+import pathlib
+import shlex
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+FOLDERS = ("include", "src", "sdk", "tools", "demo", "examples", "tests", "bench")
+
+
+class Compilation:
+    """One file, the compiler's flags for it, and the folder that they hold in."""
+
+    def __init__(self, path, compiler, flags, folder):
+        self.path, self.compiler, self.flags, self.folder = path, compiler, flags, folder
+
+
+def sources(build):
+    found = []
+    for entry in json.loads((build / "compile_commands.json").read_text()):
+        if entry["file"].startswith(str(build)):
+            continue
+        command = shlex.split(entry["command"])
+        while pathlib.Path(command[0]).name == "ccache":
+            command = command[1:]
+        found.append(Compilation(pathlib.Path(entry["file"]), command[0], command[1:command.index("-o")],
+                                 entry["directory"]))
+    if not found:
+        raise SystemExit(f"no source files in the compile commands of {build}")
+    return found
+
+
+def headers(build):
+    """Every header, compiled as the nearest source is."""
+    compiled = [source for source in sources(build) if source.path.suffix == ".cpp"]
+    found = []
+    for folder in FOLDERS:
+        for header in sorted((ROOT / folder).rglob("*.h")):
+            if "node_modules" in header.parts:
+                continue
+            nearest = max(compiled, key=lambda source: (len(os.path.commonpath([source.path, header])),
+                                                        f"-I{header.parent}" in source.flags))
+            found.append(Compilation(header, nearest.compiler, nearest.flags, nearest.folder))
+    if not found:
+        raise SystemExit("no headers found")
+    return found

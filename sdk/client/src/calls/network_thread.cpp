@@ -1,0 +1,106 @@
+#include "calls/network_thread.h"
+
+#include <pthread.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include "own_thread.h"
+#include "uabase/trace.h"
+
+namespace UaClientSdk {
+namespace {
+
+enum Source : std::uint32_t { Socket, Event };
+
+epoll_event eventOf(Source source, std::uint32_t events) {
+    epoll_event event{};
+    event.events = events;
+    event.data.u32 = source;
+    return event;
+}
+
+} // namespace
+
+NetworkThread::~NetworkThread() {
+    stop();
+    for (const int descriptor : {m_epoll, m_event}) {
+        if (descriptor >= 0) {
+            close(descriptor);
+        }
+    }
+}
+
+UaStatus NetworkThread::start() {
+    m_epoll = epoll_create1(EPOLL_CLOEXEC);
+    m_event = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    epoll_event event = eventOf(Event, EPOLLIN);
+    epoll_event socket = eventOf(Socket, EPOLLONESHOT);
+    if (m_epoll < 0 || m_event < 0 || epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_event, &event) != 0 ||
+        epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_pipe.channel().socket().descriptor(), &socket) != 0) {
+        UaTrace::write(UaTrace::Errors, "session", "the system has no descriptor left for the session");
+        return UA_STATUSCODE_BADRESOURCEUNAVAILABLE;
+    }
+    UaStatus status;
+    m_thread = startOwnThread([this] { run(); }, status);
+    if (status.isBad()) {
+        return status;
+    }
+    m_pipe.setIdleReader(this);
+    watchSocket();
+    return UaStatus();
+}
+
+void NetworkThread::stop() {
+    if (m_thread.joinable()) {
+        m_stop = true;
+        wake();
+        m_thread.join();
+        m_pipe.setIdleReader(nullptr);
+    }
+}
+
+void NetworkThread::wake() {
+    if (std::this_thread::get_id() != m_thread.get_id()) {
+        eventfd_write(m_event, 1);
+    }
+}
+
+void NetworkThread::leaveSocket() {
+    if (m_watching.exchange(false)) {
+        // Its end is told all the same; but once.
+        epoll_event nothing = eventOf(Socket, EPOLLONESHOT);
+        epoll_ctl(m_epoll, EPOLL_CTL_MOD, m_pipe.channel().socket().descriptor(), &nothing);
+    }
+}
+
+void NetworkThread::watchSocket() {
+    if (!m_watching.exchange(true)) {
+        epoll_event once = eventOf(Socket, EPOLLIN | EPOLLONESHOT);
+        epoll_ctl(m_epoll, EPOLL_CTL_MOD, m_pipe.channel().socket().descriptor(), &once);
+    }
+}
+
+void NetworkThread::run() {
+    pthread_setname_np(pthread_self(), "opcua-network");
+    while (!m_stop) {
+        waitFor(m_housekeeping.keepHouse());
+    }
+}
+
+void NetworkThread::waitFor(Clock::time_point end) {
+    epoll_event events[2];
+    const int count = epoll_wait(m_epoll, events, 2, Deadline(end).remaining());
+    for (int i = 0; i < count; ++i) {
+        if (events[i].data.u32 == Event) {
+            eventfd_t value = 0;
+            eventfd_read(m_event, &value);
+        } else {
+            // The kernel has told once and will not again until it is asked to.
+            m_watching = false;
+            m_pipe.readArrived();
+        }
+    }
+}
+
+} // namespace UaClientSdk

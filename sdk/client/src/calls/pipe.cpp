@@ -1,0 +1,457 @@
+#include "calls/pipe.h"
+
+#include <algorithm>
+
+#include "uabase/date_time.h"
+#include "uabase/trace.h"
+
+namespace UaClientSdk {
+namespace {
+
+/// Beyond that many, answers that nobody asked for are dropped without a word.
+constexpr unsigned int tracedUnexpected = 10;
+
+/// Whether the connection can be used although a request did not get out.
+bool leavesConnection(UaStatus status) {
+    switch (status.statusCode()) {
+    case UA_STATUSCODE_BADTIMEOUT:
+    case UA_STATUSCODE_BADREQUESTTOOLARGE:
+    case UA_STATUSCODE_BADENCODINGERROR:
+    case UA_STATUSCODE_BADENCODINGLIMITSEXCEEDED:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+/// A call, on the stack of its thread.
+struct Pipe::Call {
+    std::uint32_t requestId = 0;
+    bool waits = false; ///< for another thread to read, or to pass the reading on
+    bool mayRead = false;
+    bool answered = false;
+    UaStatus status;
+    std::vector<OpcUa_Byte> body;
+    std::condition_variable wakeUp;
+};
+
+/// The right to read.
+class Pipe::ReadingTurn {
+public:
+    explicit ReadingTurn(Pipe& pipe) : m_pipe(pipe) {}
+    ~ReadingTurn() { release(); }
+    ReadingTurn(const ReadingTurn&) = delete;
+    ReadingTurn& operator=(const ReadingTurn&) = delete;
+
+    bool isHeld() const { return m_held; }
+    /// Takes it if nobody has it. The pipe is locked.
+    void tryTakeLocked() {
+        m_held = m_held || !m_pipe.m_reading;
+        m_pipe.m_reading = true;
+    }
+    /// Takes what another thread has passed on. The pipe is locked.
+    void inherit() { m_held = true; }
+    /// Without the pipe's lock, after a take: the idle reader would wake for an answer that is not for it.
+    void keepIdleReaderOut() {
+        IdleReader* const idle = m_pipe.m_idleReader;
+        if (m_held && idle != nullptr) {
+            idle->leaveSocket();
+        }
+    }
+    void tryTake() {
+        {
+            const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
+            tryTakeLocked();
+        }
+        keepIdleReaderOut();
+    }
+    void release();
+
+private:
+    Pipe& m_pipe;
+    bool m_held = false;
+};
+
+void Pipe::ReadingTurn::release() {
+    if (!m_held) {
+        return;
+    }
+    m_held = false;
+    // What came along with the last answer would announce itself to nobody.
+    const UaStatus status = m_pipe.dispatchAll();
+    if (status.isBad()) {
+        m_pipe.fail(status);
+    }
+    {
+        const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
+        for (const Pending& pending : m_pipe.m_pending) {
+            if (pending.call != nullptr && pending.call->waits) {
+                pending.call->mayRead = true;
+                pending.call->waits = false;
+                pending.call->wakeUp.notify_one();
+                return;
+            }
+        }
+        m_pipe.m_reading = false;
+    }
+    IdleReader* const idle = m_pipe.m_idleReader;
+    if (idle != nullptr && !m_pipe.m_ended) {
+        idle->watchSocket();
+    }
+}
+
+/// Reads, while it waits for room, if nobody else does.
+class Pipe::Room : public RoomToSend {
+public:
+    Room(Pipe& pipe, const Deadline& deadline, ReadingTurn& turn)
+        : m_pipe(pipe), m_deadline(deadline), m_turn(turn) {}
+
+    UaStatus wait() override {
+        if (m_pipe.m_ended) {
+            return m_pipe.endReason();
+        }
+        if (m_deadline.expired()) {
+            return UA_STATUSCODE_BADTIMEOUT;
+        }
+        m_turn.tryTake();
+        const auto interest = m_turn.isHeld() ? TcpSocket::Interest::Both : TcpSocket::Interest::Send;
+        const TcpSocket::Readiness ready = m_pipe.m_channel->socket().wait(interest, m_deadline);
+        UaStatus status;
+        if (m_turn.isHeld() && ready.readable) {
+            status = m_pipe.receiveSome();
+            if (!status.isBad()) {
+                status = m_pipe.dispatchAll();
+            }
+        }
+        return status;
+    }
+
+private:
+    Pipe& m_pipe;
+    const Deadline& m_deadline;
+    ReadingTurn& m_turn;
+};
+
+// ---- Sending ----
+
+UaStatus Pipe::takeSendingTurn(const Deadline& deadline, Pending* pending) {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const auto isFree = [this] { return !m_sending || m_ended; };
+    if (!isFree() && !m_sendingFree.wait_until(lock, deadline.end(), isFree)) {
+        return UA_STATUSCODE_BADTIMEOUT;
+    }
+    if (m_ended) {
+        return m_endReason;
+    }
+    if (pending != nullptr) {
+        m_lastRequestId = std::max(m_lastRequestId + 1, 1U);
+        pending->requestId = m_lastRequestId;
+        pending->sentAt = Clock::now();
+        if (pending->call != nullptr) {
+            pending->call->requestId = m_lastRequestId;
+        }
+        m_pending.push_back(*pending);
+    }
+    m_sending = true;
+    return UaStatus();
+}
+
+void Pipe::releaseSendingTurn() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_sending = false;
+    m_sendingFree.notify_one();
+}
+
+template <typename Send>
+UaStatus Pipe::send(const Deadline& deadline, Pending* pending, ReadingTurn& turn, Send&& sendRequest) {
+    UaStatus status = takeSendingTurn(deadline, pending);
+    if (status.isBad()) {
+        return status;
+    }
+    struct SendingTurn {
+        Pipe& pipe;
+        ~SendingTurn() { pipe.releaseSendingTurn(); }
+    } const sending{*this};
+    if (pending != nullptr && pending->call != nullptr) {
+        turn.tryTake();
+    }
+    Room room(*this, deadline, turn);
+    status = sendRequest(room);
+    if (status.isBad()) {
+        if (pending != nullptr) {
+            take(pending->requestId);
+        }
+        if (m_channel->isHalfSent() || !leavesConnection(status)) {
+            fail(status);
+        }
+    }
+    return status;
+}
+
+UaStatus Pipe::call(void* request, const UA_DataType& type, const Deadline& deadline,
+                    AnswerReceiver& receiver) {
+    Call call;
+    Pending pending;
+    pending.call = &call;
+    ReadingTurn turn(*this);
+    const UaStatus status = send(deadline, &pending, turn, [&](Room& room) {
+        auto& header = *static_cast<UA_RequestHeader*>(request);
+        header.requestHandle = pending.requestId;
+        header.timestamp = UaDateTime::now().ticks();
+        header.timeoutHint = static_cast<UA_UInt32>(deadline.remaining());
+        return m_channel->send(pending.requestId, request, type, room);
+    });
+    return status.isBad() ? status : awaitAnswer(call, deadline, turn, receiver);
+}
+
+UaStatus Pipe::post(void* request, const UA_DataType& type, const Deadline& deadline, Answered answered,
+                    std::shared_ptr<AnswerReceiver> receiver) {
+    Pending pending;
+    pending.answered = answered;
+    pending.receiver = std::move(receiver);
+    ReadingTurn turn(*this);
+    return send(deadline, &pending, turn, [&](Room& room) {
+        auto& header = *static_cast<UA_RequestHeader*>(request);
+        header.requestHandle = pending.requestId;
+        header.timestamp = UaDateTime::now().ticks();
+        return m_channel->send(pending.requestId, request, type, room);
+    });
+}
+
+UaStatus Pipe::renew(const Deadline& deadline) {
+    Pending pending;
+    ReadingTurn turn(*this);
+    return send(deadline, nullptr, turn, [&](Room& room) {
+        std::uint32_t requestId = 0;
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_lastRequestId = std::max(m_lastRequestId + 1, 1U);
+            requestId = m_lastRequestId;
+        }
+        return m_channel->sendRenewal(requestId, room);
+    });
+}
+
+// ---- Receiving ----
+
+UaStatus Pipe::awaitAnswer(Call& call, const Deadline& deadline, ReadingTurn& turn,
+                           AnswerReceiver& receiver) {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (!call.answered) {
+        if (call.mayRead) {
+            turn.inherit();
+        } else {
+            turn.tryTakeLocked();
+        }
+        if (turn.isHeld()) {
+            lock.unlock();
+            turn.keepIdleReaderOut();
+            return readFor(call, deadline, receiver);
+        }
+        call.waits = true;
+        const bool late = call.wakeUp.wait_until(lock, deadline.end()) == std::cv_status::timeout;
+        call.waits = false;
+        if (late && !call.answered && !call.mayRead) {
+            lock.unlock();
+            take(call.requestId);
+            return UA_STATUSCODE_BADTIMEOUT;
+        }
+    }
+    if (call.mayRead) {
+        turn.inherit();
+    }
+    lock.unlock();
+    return receiver.answered(call.status, {call.body.data(), call.body.size()});
+}
+
+UaStatus Pipe::readFor(Call& call, const Deadline& deadline, AnswerReceiver& receiver) {
+    for (;;) {
+        IncomingMessage message;
+        bool found = false;
+        UaStatus status = dispatchUntil(call.requestId, message, found);
+        if (found) {
+            take(call.requestId);
+            return receiver.answered(message.status, message.body);
+        }
+        if (!status.isBad() && !m_ended) {
+            if (deadline.expired() ||
+                !m_channel->socket().wait(TcpSocket::Interest::Receive, deadline).readable) {
+                take(call.requestId);
+                return UA_STATUSCODE_BADTIMEOUT;
+            }
+            status = receiveSome();
+        }
+        if (status.isBad()) {
+            fail(status);
+        }
+        if (m_ended) {
+            return endReason();
+        }
+    }
+}
+
+UaStatus Pipe::dispatchUntil(std::uint32_t requestId, IncomingMessage& message, bool& found) {
+    for (;;) {
+        const UaStatus status = m_channel->next(message, found);
+        if (status.isBad() || !found || message.requestId == requestId) {
+            return status;
+        }
+        dispatch(message);
+    }
+}
+
+UaStatus Pipe::dispatchAll() {
+    if (m_ended) {
+        return UaStatus();
+    }
+    IncomingMessage message;
+    bool found = false;
+    constexpr std::uint32_t none = 0;
+    for (;;) {
+        const UaStatus status = dispatchUntil(none, message, found);
+        if (status.isBad() || !found) {
+            return status;
+        }
+        dispatch(message); // request id 0 is nobody's
+    }
+}
+
+void Pipe::dispatch(const IncomingMessage& message) {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const auto entry = std::find_if(m_pending.begin(), m_pending.end(), [&message](const Pending& pending) {
+        return pending.requestId == message.requestId;
+    });
+    if (entry == m_pending.end()) {
+        lock.unlock();
+        if (m_unexpected++ < tracedUnexpected) {
+            UaTrace::write(UaTrace::Warnings, "channel",
+                           "an answer that nobody waits for, or no longer, was dropped (request %u)",
+                           message.requestId);
+        }
+        return;
+    }
+    if (Call* const call = entry->call) {
+        call->body.assign(message.body.data, message.body.data + message.body.size);
+        call->status = message.status;
+        call->answered = true;
+        m_pending.erase(entry);
+        call->wakeUp.notify_one();
+        return;
+    }
+    const std::shared_ptr<AnswerReceiver> receiver = std::move(entry->receiver);
+    m_pending.erase(entry);
+    lock.unlock();
+    receiver->answered(message.status, message.body);
+}
+
+UaStatus Pipe::receiveSome() {
+    std::size_t count = 0;
+    const UaStatus status = m_channel->receive(count);
+    if (count > 0) {
+        m_lastHeard = Clock::now().time_since_epoch().count();
+        if (ConnectionListener* const listener = m_listener) {
+            listener->serverSpoke();
+        }
+    }
+    return status;
+}
+
+void Pipe::readArrived() {
+    ReadingTurn turn(*this);
+    turn.tryTake();
+    UaStatus status;
+    while (turn.isHeld() && !m_ended && !status.isBad() && m_channel->socket().isReadable()) {
+        status = receiveSome();
+        if (!status.isBad()) {
+            status = dispatchAll();
+        }
+    }
+    if (status.isBad()) {
+        fail(status);
+    }
+}
+
+Pipe::Pending Pipe::take(std::uint32_t requestId) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto entry = std::find_if(m_pending.begin(), m_pending.end(), [requestId](const Pending& pending) {
+        return pending.requestId == requestId;
+    });
+    Pending taken;
+    if (entry != m_pending.end()) {
+        taken = std::move(*entry);
+        m_pending.erase(entry);
+    }
+    return taken;
+}
+
+Clock::time_point Pipe::oldestUnanswered() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    Clock::time_point oldest = Clock::time_point::max();
+    for (const Pending& pending : m_pending) {
+        if (pending.answered == Answered::Soon) {
+            oldest = std::min(oldest, pending.sentAt);
+        }
+    }
+    return oldest;
+}
+
+// ---- The end ----
+
+void Pipe::close(UaStatus reason) {
+    end(reason, true);
+}
+
+void Pipe::fail(UaStatus reason) {
+    end(reason, false);
+}
+
+UaStatus Pipe::endReason() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_endReason;
+}
+
+void Pipe::end(UaStatus reason, bool byThisSide) {
+    std::vector<Pending> pending;
+    bool tellServer = false;
+    std::uint32_t requestId = 0;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_ended) {
+            return;
+        }
+        m_endReason = reason;
+        m_ended = true;
+        tellServer = byThisSide && !m_sending;
+        requestId = m_lastRequestId + 1;
+        pending.swap(m_pending);
+        for (const Pending& one : pending) {
+            if (one.call != nullptr) {
+                one.call->status = reason;
+                one.call->answered = true;
+                one.call->wakeUp.notify_one();
+            }
+        }
+        m_sendingFree.notify_all();
+    }
+    if (tellServer) {
+        m_channel->sendClose(requestId);
+    }
+    if (byThisSide) {
+        m_channel->socket().shutDown();
+    } else {
+        m_channel->socket().abort();
+    }
+    for (const Pending& one : pending) {
+        if (one.receiver != nullptr) {
+            one.receiver->answered(reason, UaByteView());
+        }
+    }
+    ConnectionListener* const listener = m_listener;
+    if (!byThisSide && listener != nullptr) {
+        listener->connectionEnded(reason);
+    }
+}
+
+} // namespace UaClientSdk

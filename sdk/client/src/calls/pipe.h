@@ -1,0 +1,134 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "channel/secure_channel.h"
+#include "socket/deadline.h"
+#include "uabase/byte_view.h"
+#include "uabase/status.h"
+
+namespace UaClientSdk {
+
+/// Takes the answer to a request.
+class AnswerReceiver {
+public:
+    virtual ~AnswerReceiver() = default;
+    /// `body` is type id and answer, valid for the time of the call; with a bad `status` there is none.
+    /// Called once at the most. May not use the pipe.
+    virtual UaStatus answered(UaStatus status, UaByteView body) = 0;
+};
+
+/// Learns what happens to a connection, on the thread that notices it. May not use the pipe.
+class ConnectionListener {
+public:
+    virtual ~ConnectionListener() = default;
+    /// Something came from the server.
+    virtual void serverSpoke() = 0;
+    /// The connection is of no more use. Told once, and not of an end that was asked for.
+    virtual void connectionEnded(UaStatus reason) = 0;
+};
+
+/// Whoever waits for the socket while no call reads it.
+class IdleReader {
+public:
+    virtual ~IdleReader() = default;
+    virtual void leaveSocket() = 0;
+    virtual void watchSocket() = 0;
+};
+
+/// Requests out, answers in, each answer to whom it belongs.
+///
+/// A call runs on its caller's thread, which sends the request and reads until the answer is there. One
+/// thread reads at a time: it hands other calls their answers, and passes the reading on when it has its own.
+/// While no call reads, the idle reader does. Whoever waits for room to send reads meanwhile if nobody else
+/// does: two sides that both wait to be read would wait for ever.
+class Pipe {
+public:
+    explicit Pipe(std::unique_ptr<SecureChannel> channel) : m_channel(std::move(channel)) {}
+    ~Pipe() { close(UA_STATUSCODE_BADCONNECTIONCLOSED); }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    /// Null takes it away again.
+    void setListener(ConnectionListener* listener) { m_listener = listener; }
+    void setIdleReader(IdleReader* reader) { m_idleReader = reader; }
+    SecureChannel& channel() { return *m_channel; }
+
+    /// One call on this thread, sending included within `deadline`. `request` begins with a UA_RequestHeader,
+    /// whose handle, time and time-out hint are filled in. The result is what `receiver` returns, or why it
+    /// was not asked.
+    UaStatus call(void* request, const UA_DataType& type, const Deadline& deadline, AnswerReceiver& receiver);
+
+    /// Whether an answer has to come soon. That one is missing which may take its time means nothing.
+    enum class Answered { Soon, SomeTime };
+    /// Sends a request whose answer `receiver` is given on the thread that reads it. Bad when it could not be
+    /// sent within `deadline`: `receiver` is not called then.
+    UaStatus post(void* request, const UA_DataType& type, const Deadline& deadline, Answered answered,
+                  std::shared_ptr<AnswerReceiver> receiver);
+    /// Asks for a new token of the channel.
+    UaStatus renew(const Deadline& deadline);
+
+    /// For the idle reader: deals with all that has arrived, unless a call is reading.
+    void readArrived();
+
+    /// When the server last spoke.
+    Clock::time_point lastHeard() const { return Clock::time_point(Clock::duration(m_lastHeard)); }
+    /// When the oldest request was sent whose answer has to come soon; the end of time without one.
+    Clock::time_point oldestUnanswered() const;
+    bool isEnded() const { return m_ended; }
+
+    /// Ends all calls with `reason`, and the connection with them. The server is told as far as the system
+    /// takes it at once; the listener is not.
+    void close(UaStatus reason);
+    /// The same for a connection that is found to be of no use: the listener is told.
+    void fail(UaStatus reason);
+
+private:
+    struct Call;
+    struct Pending {
+        std::uint32_t requestId = 0;
+        Clock::time_point sentAt;
+        Answered answered = Answered::Soon;
+        Call* call = nullptr;                     ///< whose thread waits...
+        std::shared_ptr<AnswerReceiver> receiver; ///< ...or who is told
+    };
+    class ReadingTurn;
+    class Room;
+
+    template <typename Send>
+    UaStatus send(const Deadline& deadline, Pending* pending, ReadingTurn& turn, Send&& sendRequest);
+    UaStatus takeSendingTurn(const Deadline& deadline, Pending* pending);
+    void releaseSendingTurn();
+
+    UaStatus awaitAnswer(Call& call, const Deadline& deadline, ReadingTurn& turn, AnswerReceiver& receiver);
+    UaStatus readFor(Call& call, const Deadline& deadline, AnswerReceiver& receiver);
+    UaStatus dispatchUntil(std::uint32_t requestId, IncomingMessage& message, bool& found);
+    UaStatus dispatchAll();
+    void dispatch(const IncomingMessage& message);
+    UaStatus receiveSome();
+    Pending take(std::uint32_t requestId);
+    void end(UaStatus reason, bool byThisSide);
+    UaStatus endReason() const;
+
+    const std::unique_ptr<SecureChannel> m_channel;
+    std::atomic<ConnectionListener*> m_listener{nullptr};
+    std::atomic<IdleReader*> m_idleReader{nullptr};
+    std::atomic<Clock::rep> m_lastHeard{Clock::now().time_since_epoch().count()};
+    std::atomic<bool> m_ended{false};
+    unsigned int m_unexpected = 0; ///< the reading thread's
+
+    mutable std::mutex m_mutex; ///< guards what follows
+    std::condition_variable m_sendingFree;
+    bool m_sending = false;
+    bool m_reading = false;
+    std::uint32_t m_lastRequestId = 1; ///< the channel was opened with that
+    std::vector<Pending> m_pending;
+    UaStatus m_endReason;
+};
+
+} // namespace UaClientSdk

@@ -1,0 +1,45 @@
+#include "channel/open_channel.h"
+
+#include <string>
+#include <vector>
+
+#include "socket/endpoint_url.h"
+#include "socket/name_resolution.h"
+#include "uabase/trace.h"
+
+namespace UaClientSdk {
+
+std::unique_ptr<SecureChannel> openChannel(const UaString& url, const ChannelSecurity& security,
+                                           std::uint32_t requestedLifetime, const Deadline& deadline,
+                                           UaStatus& status, ChannelFailure& failure) {
+    EndpointUrl target;
+    status = EndpointUrl::parse(url, target);
+    if (status.isBad()) {
+        UaTrace::write(UaTrace::Errors, "connect", "\"%s\" is not an opc.tcp:// URL", url.toUtf8());
+        return nullptr;
+    }
+    const std::vector<std::string> addresses = resolveHost(target.host, deadline);
+    if (addresses.empty()) {
+        status = deadline.expired() ? UA_STATUSCODE_BADTIMEOUT : UA_STATUSCODE_BADNOTFOUND;
+        UaTrace::write(UaTrace::Errors, "connect", "the host name \"%s\" does not resolve (%s)",
+                       target.host.c_str(), status.name());
+        return nullptr;
+    }
+    for (std::size_t i = 0; i < addresses.size() && !failure.wasReached; ++i) {
+        // What is left is shared among the addresses, so that a dead one does not use up the time of the
+        // others.
+        const Deadline share(deadline.remaining() / static_cast<int>(addresses.size() - i));
+        auto channel = std::make_unique<SecureChannel>(security, requestedLifetime);
+        status = channel->open(url, addresses[i], target.port, share);
+        if (!status.isBad()) {
+            return channel;
+        }
+        UaTrace::write(UaTrace::Errors, "connect", "%s at address %s: %s", url.toUtf8(), addresses[i].c_str(),
+                       status.name());
+        // Where something answered, another address would only repeat its refusal.
+        failure = {channel->wasReached(), channel->wasEndedByServer()};
+    }
+    return nullptr;
+}
+
+} // namespace UaClientSdk

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "channel/secure_channel.h"
+
+namespace UaClientSdk {
+
+/// Where an attempt to open a channel ended.
+struct ChannelFailure {
+    bool wasReached = false; ///< something answered at an address of the host
+    bool endedByServer = false;
+};
+
+/// Opens a channel to the host that `url` names, at the first of its addresses where something answers. Null
+/// on failure: `status` and `failure` tell why. `deadline` bounds everything, name resolution included.
+std::unique_ptr<SecureChannel> openChannel(const UaString& url, const ChannelSecurity& security,
+                                           std::uint32_t requestedLifetime, const Deadline& deadline,
+                                           UaStatus& status, ChannelFailure& failure);
+
+} // namespace UaClientSdk

@@ -1,0 +1,138 @@
+#include "channel/secure_channel.h"
+
+#include <algorithm>
+
+#include "channel/refusal.h"
+#include "encoding/wire.h"
+
+namespace UaClientSdk {
+namespace {
+
+constexpr std::size_t protocolVersion = 0;
+/// OPC UA Part 6, 7.1.2.3: no buffer may be smaller.
+constexpr std::size_t smallestBuffer = 8192;
+
+/// For what is sent before anybody else could read: waits for the socket alone.
+class WaitForSocket : public RoomToSend {
+public:
+    WaitForSocket(const TcpSocket& socket, const Deadline& deadline)
+        : m_socket(socket), m_deadline(deadline) {}
+    UaStatus wait() override {
+        return m_socket.wait(TcpSocket::Interest::Send, m_deadline).writable
+                   ? UaStatus()
+                   : UaStatus(UA_STATUSCODE_BADTIMEOUT);
+    }
+
+private:
+    const TcpSocket& m_socket;
+    const Deadline& m_deadline;
+};
+
+} // namespace
+
+SecureChannel::SecureChannel(ChannelSecurity security, std::uint32_t requestedLifetime)
+    : m_security(std::move(security)), m_requestedLifetime(requestedLifetime),
+      m_protection(*m_security.policy, m_security.mode) {}
+
+SecureChannel::~SecureChannel() {
+    UaPkiWipe(m_clientNonce.data(), m_clientNonce.size());
+}
+
+UaStatus SecureChannel::open(const UaString& url, const std::string& address, std::uint16_t port,
+                             const Deadline& deadline) {
+    UaStatus status = m_openProtection.prepare(m_security);
+    if (!status.isBad()) {
+        status = m_socket.connect(address, port, deadline);
+        m_reached = !status.isBad();
+    }
+    if (!status.isBad()) {
+        status = greet(url, deadline);
+    }
+    return status.isBad() ? status : openToken(deadline);
+}
+
+UaStatus SecureChannel::greet(const UaString& url, const Deadline& deadline) {
+    const UaByteView urlBytes(url.view());
+    std::vector<OpcUa_Byte> hello(messageHeaderLength + 6 * 4 + urlBytes.size);
+    OpcUa_Byte* target = writeBytes(hello.data(), "HELF", 4);
+    for (const std::size_t number : {hello.size(), std::size_t(protocolVersion), largestChunk, largestChunk,
+                                     largestMessage, mostChunks, urlBytes.size}) {
+        target = writeUInt32(target, static_cast<std::uint32_t>(number));
+    }
+    writeBytes(target, urlBytes.data, urlBytes.size);
+    WaitForSocket room(m_socket, deadline);
+    UaStatus status = transmit({hello.data(), hello.size()}, room);
+    Chunk chunk;
+    if (!status.isBad()) {
+        status = waitForChunk(chunk, deadline);
+    }
+    return status.isBad() ? status : takeAcknowledge(chunk);
+}
+
+UaStatus SecureChannel::takeAcknowledge(const Chunk& chunk) {
+    if (chunk.kind == ChunkKind::Error) {
+        return takeError(chunk);
+    }
+    if (chunk.kind != ChunkKind::Acknowledge) {
+        return giveUp(UA_STATUSCODE_BADTCPMESSAGETYPEINVALID,
+                      "the server answers the greeting with something else");
+    }
+    const auto field = [&chunk](std::size_t index) -> std::size_t {
+        return readUInt32(chunk.data + messageHeaderLength + index * 4);
+    };
+    const std::size_t serverReceives = field(1);
+    if (serverReceives < smallestBuffer) {
+        return giveUp(UA_STATUSCODE_BADCONNECTIONREJECTED, "the server announces a buffer that is too small");
+    }
+    m_sendChunkSize = std::min(serverReceives, largestChunk);
+    m_serverMessageLimit = field(3);
+    m_serverChunkLimit = field(4);
+    m_sendBuffer.reset(new OpcUa_Byte[m_sendChunkSize]);
+    return UaStatus();
+}
+
+UaStatus SecureChannel::waitForChunk(Chunk& chunk, const Deadline& deadline) {
+    for (;;) {
+        bool found = false;
+        const UaStatus status = m_reader.next(chunk, found);
+        if (status.isBad()) {
+            return giveUp(status, "what the server sends is no OPC UA");
+        }
+        if (found) {
+            return status;
+        }
+        if (!m_socket.wait(TcpSocket::Interest::Receive, deadline).readable) {
+            return UA_STATUSCODE_BADTIMEOUT;
+        }
+        std::size_t count = 0;
+        const UaStatus received = receive(count);
+        if (received.isBad()) {
+            return received;
+        }
+    }
+}
+
+UaStatus SecureChannel::openToken(const Deadline& deadline) {
+    WaitForSocket room(m_socket, deadline);
+    constexpr std::uint32_t firstRequest = 1;
+    UaStatus status = sendOpen(firstRequest, UA_SECURITYTOKENREQUESTTYPE_ISSUE, room);
+    Chunk chunk;
+    if (!status.isBad()) {
+        status = waitForChunk(chunk, deadline);
+    }
+    if (status.isBad()) {
+        return status;
+    }
+    if (chunk.kind == ChunkKind::Error) {
+        return takeError(chunk);
+    }
+    if (chunk.kind != ChunkKind::OpenChannel) {
+        return giveUp(UA_STATUSCODE_BADTCPMESSAGETYPEINVALID,
+                      "the server sends a message before the channel is open");
+    }
+    status = takeOpenAnswer(chunk);
+    adoptSendToken();
+    return status;
+}
+
+} // namespace UaClientSdk

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "calls/network_thread.h"
+#include "calls/pipe.h"
+#include "calls/service_call.h"
+#include "session/connection_state.h"
+#include "session/watchdog.h"
+#include "subscription/callback_thread.h"
+#include "subscription/publisher.h"
+#include "uabase/node_id.h"
+#include "uaclient/session.h"
+
+namespace UaClientSdk {
+
+class UaSession::Impl : public ConnectionListener, public PublishListener, public Housekeeping {
+public:
+    Impl() = default;
+    ~Impl() override;
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
+
+    UaStatus connect(const UaString& url, const SessionConnectInfo& info, SessionSecurityInfo& security,
+                     UaSessionCallback* callback);
+    UaStatus disconnect(const ServiceSettings& settings, bool deleteSubscriptions);
+    bool isConnected() const { return m_state.isUsable(); }
+
+    /// One service call on this thread.
+    template <typename Request>
+    UaStatus call(const ServiceSettings& settings, Request& request, Answer<Request>& answer,
+                  std::size_t expectedResults = anyNumber) {
+        if (!m_state.isUsable()) {
+            return UA_STATUSCODE_BADSERVERNOTCONNECTED;
+        }
+        request.requestHeader.authenticationToken = m_authenticationToken.raw();
+        const UaStatus status =
+            callService(*m_pipe, Deadline(timeoutOf(settings)), request, answer, expectedResults);
+        if (answer.isRefusal && isSessionGone(status)) {
+            m_pipe->fail(status);
+        }
+        return status;
+    }
+
+    UaStatus createSubscription(const ServiceSettings& settings, UaSubscriptionCallback* callback,
+                                unsigned int clientHandle, const SubscriptionSettings& parameters,
+                                bool publishingEnabled, UaSubscription** subscription);
+    UaStatus deleteSubscription(const ServiceSettings& settings, UaSubscription** subscription);
+
+private:
+    UaStatus startThreads(UaSessionCallback* callback);
+    UaStatus startDelivery();
+    void closeSession(const ServiceSettings& settings, bool deleteSubscriptions);
+    void releaseConnection();
+
+    // ConnectionListener and PublishListener, on the thread that reads the network.
+    void serverSpoke() override;
+    void connectionEnded(UaStatus reason) override;
+    void dataFlows(bool flows) override { m_state.setDataLost(!flows); }
+    void publishDue() override { m_network->wake(); }
+    void sessionGone(UaStatus reason) override {
+        if (m_open) {
+            m_pipe->fail(reason);
+        }
+    }
+
+    // On the network thread.
+    Clock::time_point keepHouse() override;
+    Clock::time_point keepChannel();
+
+    ConnectionState m_state;
+    std::atomic<bool> m_open{false}; ///< connected, or lost and not yet disconnected
+    UaNodeId m_authenticationToken;
+    std::shared_ptr<Publisher> m_publisher;
+    std::shared_ptr<Watchdog> m_watchdog;
+    std::unique_ptr<Pipe> m_pipe;
+    std::unique_ptr<NetworkThread> m_network;
+    Clock::time_point m_nextHousekeeping = Clock::time_point::max(); ///< the network thread's
+
+    std::mutex m_subscriptionsMutex; ///< guards the next two
+    std::vector<std::unique_ptr<UaSubscription>> m_subscriptions;
+    std::unique_ptr<CallbackThread> m_delivery;
+};
+
+} // namespace UaClientSdk

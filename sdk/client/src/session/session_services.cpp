@@ -1,0 +1,124 @@
+#include "session/session_impl.h"
+#include "uaclient/session.h"
+
+namespace UaClientSdk {
+namespace {
+
+/// A page of references: the answer to a browse that asked for one node.
+template <typename Request>
+UaStatus takePage(UaStatus status, Answer<Request>& answer, UaByteString& continuationPoint,
+                  UaReferenceDescriptions& references) {
+    references.clear();
+    continuationPoint.clear();
+    if (status.isBad()) {
+        return status;
+    }
+    UA_BrowseResult& result = answer.results[0];
+    continuationPoint = UaByteString(result.continuationPoint);
+    take(result.references, result.referencesSize, references);
+    return result.statusCode;
+}
+
+void makeUnreadable(UaStatus status, OpcUa_UInt32 count, UaDataValues& values) {
+    values.create(count);
+    for (OpcUa_UInt32 i = 0; i < count; ++i) {
+        values[i].hasStatus = true;
+        values[i].status = status.statusCode();
+    }
+}
+
+} // namespace
+
+UaSession::UaSession() : m_impl(std::make_unique<Impl>()) {}
+UaSession::~UaSession() = default;
+
+UaStatus UaSession::connect(const UaString& url, SessionConnectInfo& connectInfo,
+                            SessionSecurityInfo& securityInfo, UaSessionCallback* callback) {
+    return m_impl->connect(url, connectInfo, securityInfo, callback);
+}
+
+UaStatus UaSession::disconnect(ServiceSettings& settings, bool deleteSubscriptions) {
+    return m_impl->disconnect(settings, deleteSubscriptions);
+}
+
+bool UaSession::isConnected() const {
+    return m_impl->isConnected();
+}
+
+UaStatus UaSession::read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_TimestampsToReturn timestamps,
+                         const UaReadValueIds& nodesToRead, UaDataValues& values,
+                         UaDiagnosticInfos& diagnostics) {
+    UA_ReadRequest request{};
+    request.maxAge = maxAge;
+    request.timestampsToReturn = timestamps;
+    request.nodesToRead = borrow(nodesToRead);
+    request.nodesToReadSize = nodesToRead.length();
+    Answer<UA_ReadRequest> answer;
+    const UaStatus status = m_impl->call(settings, request, answer, nodesToRead.length());
+    if (answer.isUndecodable) {
+        // The server has served the request: it is the values that are of no use.
+        makeUnreadable(status, nodesToRead.length(), values);
+        return UaStatus();
+    }
+    take(answer.results, answer.resultsSize, values);
+    take(answer.diagnosticInfos, answer.diagnosticInfosSize, diagnostics);
+    return status;
+}
+
+UaStatus UaSession::write(ServiceSettings& settings, const UaWriteValues& nodesToWrite,
+                          UaStatusCodeArray& results, UaDiagnosticInfos& diagnostics) {
+    UA_WriteRequest request{};
+    request.nodesToWrite = borrow(nodesToWrite);
+    request.nodesToWriteSize = nodesToWrite.length();
+    Answer<UA_WriteRequest> answer;
+    const UaStatus status = m_impl->call(settings, request, answer, nodesToWrite.length());
+    take(answer.results, answer.resultsSize, results);
+    take(answer.diagnosticInfos, answer.diagnosticInfosSize, diagnostics);
+    return status;
+}
+
+UaStatus UaSession::browse(ServiceSettings& settings, const UaNodeId& nodeToBrowse,
+                           const BrowseContext& context, UaByteString& continuationPoint,
+                           UaReferenceDescriptions& references) {
+    UA_BrowseDescription description{};
+    description.nodeId = nodeToBrowse.raw();
+    description.browseDirection = context.browseDirection;
+    description.referenceTypeId = context.referenceTypeId.raw();
+    description.includeSubtypes = context.includeSubtypes;
+    description.nodeClassMask = context.nodeClassMask;
+    description.resultMask = context.resultMask;
+    UA_BrowseRequest request{};
+    request.requestedMaxReferencesPerNode = context.maxReferencesToReturn;
+    request.nodesToBrowse = &description;
+    request.nodesToBrowseSize = 1;
+    Answer<UA_BrowseRequest> answer;
+    const UaStatus status = m_impl->call(settings, request, answer, 1);
+    return takePage(status, answer, continuationPoint, references);
+}
+
+UaStatus UaSession::browseNext(ServiceSettings& settings, bool releaseContinuationPoint,
+                               UaByteString& continuationPoint, UaReferenceDescriptions& references) {
+    UA_ByteString point = continuationPoint.view();
+    UA_BrowseNextRequest request{};
+    request.releaseContinuationPoints = releaseContinuationPoint;
+    request.continuationPoints = &point;
+    request.continuationPointsSize = 1;
+    Answer<UA_BrowseNextRequest> answer;
+    const UaStatus status = m_impl->call(settings, request, answer, 1);
+    return takePage(status, answer, continuationPoint, references);
+}
+
+UaStatus UaSession::createSubscription(ServiceSettings& settings, UaSubscriptionCallback* callback,
+                                       unsigned int clientSubscriptionHandle,
+                                       SubscriptionSettings& parameters, unsigned char publishingEnabled,
+                                       UaSubscription** subscription) {
+    return m_impl->createSubscription(settings, callback, clientSubscriptionHandle, parameters,
+                                      publishingEnabled != 0, subscription);
+}
+
+UaStatus UaSession::deleteSubscription(ServiceSettings& settings, UaSubscription** subscription,
+                                       unsigned int) {
+    return m_impl->deleteSubscription(settings, subscription);
+}
+
+} // namespace UaClientSdk

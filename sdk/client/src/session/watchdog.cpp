@@ -1,0 +1,96 @@
+#include "session/watchdog.h"
+
+#include <algorithm>
+
+#include "calls/service_call.h"
+#include "uabase/trace.h"
+
+namespace UaClientSdk {
+namespace {
+
+/// To get a small request onto the wire.
+constexpr int sendLimit = 1000; // ms
+/// Until somebody has read what has arrived.
+constexpr std::chrono::milliseconds soon(20);
+
+} // namespace
+
+class Watchdog::ProbeAnswer : public AnswerReceiver {
+public:
+    explicit ProbeAnswer(std::shared_ptr<Watchdog> watchdog) : m_watchdog(std::move(watchdog)) {}
+    UaStatus answered(UaStatus status, UaByteView body) override {
+        m_watchdog->m_asked = false;
+        if (!status.isBad()) {
+            m_watchdog->answered(body);
+        }
+        return status;
+    }
+
+private:
+    const std::shared_ptr<Watchdog> m_watchdog;
+};
+
+Clock::time_point Watchdog::keepHouse(Pipe& pipe) {
+    const Clock::time_point now = Clock::now();
+    if (now >= m_nextProbe) {
+        m_nextProbe = now + m_times.interval;
+        probe(pipe);
+    }
+    return std::min(m_nextProbe, judge(pipe, now));
+}
+
+void Watchdog::probe(Pipe& pipe) {
+    if (m_asked) {
+        return;
+    }
+    UA_ReadValueId node{};
+    node.nodeId = UA_NODEID_NUMERIC(0, UA_NS0ID_SERVER_SERVERSTATUS_STATE);
+    node.attributeId = UA_ATTRIBUTEID_VALUE;
+    UA_ReadRequest request{};
+    request.requestHeader.authenticationToken = m_authenticationToken.raw();
+    request.nodesToRead = &node;
+    request.nodesToReadSize = 1;
+    m_asked = true;
+    const UaStatus status =
+        pipe.post(&request, Service<UA_ReadRequest>::requestType(), Deadline(sendLimit), Pipe::Answered::Soon,
+                  std::make_shared<ProbeAnswer>(shared_from_this()));
+    if (status.isBad()) {
+        m_asked = false;
+    }
+}
+
+void Watchdog::answered(UaByteView body) {
+    Answer<UA_ReadRequest> answer;
+    UA_ReadResponse& response = answer;
+    const UaStatus status =
+        decodeResponse(body, Service<UA_ReadRequest>::responseType(), 1, &response, answer);
+    if (answer.isRefusal && isSessionGone(status)) {
+        m_listener.sessionGone(status);
+    }
+    if (status.isBad() || !UA_Variant_hasScalarType(&answer.results[0].value, &UA_TYPES[UA_TYPES_INT32])) {
+        return;
+    }
+    const auto serverState = *static_cast<const UA_Int32*>(answer.results[0].value.data);
+    m_state.setServerShutdown(serverState == UA_SERVERSTATE_SHUTDOWN);
+}
+
+Clock::time_point Watchdog::judge(Pipe& pipe, Clock::time_point now) {
+    const Clock::time_point asked = pipe.oldestUnanswered();
+    if (asked == Clock::time_point::max() || m_state.isSilent()) {
+        return Clock::time_point::max();
+    }
+    const Clock::time_point limit = std::max({asked, pipe.lastHeard(), m_notBefore}) + m_times.patience;
+    if (now < limit) {
+        return limit;
+    }
+    if (pipe.channel().socket().isReadable()) {
+        return now + soon;
+    }
+    UaTrace::write(
+        UaTrace::Errors, "session", "no sign of the server for %lld ms",
+        static_cast<long long>(std::chrono::ceil<std::chrono::milliseconds>(now - pipe.lastHeard()).count()));
+    m_state.setSilent(true);
+    return Clock::time_point::max();
+}
+
+} // namespace UaClientSdk

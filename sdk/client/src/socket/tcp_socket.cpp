@@ -1,0 +1,140 @@
+#include "socket/tcp_socket.h"
+
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <memory>
+
+namespace UaClientSdk {
+namespace {
+
+/// How long the kernel repeats what the peer does not acknowledge before it gives the connection up: an
+/// outage of a switch or a cable shall cost no session.
+constexpr unsigned int unacknowledgedLimit = 120000; // ms
+
+UaStatus statusOf(int error) {
+    switch (error) {
+    case ECONNREFUSED:
+        return UA_STATUSCODE_BADCONNECTIONREJECTED;
+    case ETIMEDOUT:
+        return UA_STATUSCODE_BADTIMEOUT;
+    case EMFILE:
+    case ENFILE:
+    case ENOBUFS:
+    case ENOMEM:
+        return UA_STATUSCODE_BADRESOURCEUNAVAILABLE;
+    default:
+        return UA_STATUSCODE_BADCONNECTIONCLOSED;
+    }
+}
+
+bool isTemporary(int error) {
+    return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+}
+
+void set(int descriptor, int level, int option, unsigned int value) {
+    setsockopt(descriptor, level, option, &value, sizeof value);
+}
+
+} // namespace
+
+TcpSocket::~TcpSocket() {
+    if (m_descriptor >= 0) {
+        close(m_descriptor);
+    }
+}
+
+UaStatus TcpSocket::connect(const std::string& address, std::uint16_t port, const Deadline& deadline) {
+    const UaStatus status = start(address, port);
+    return status.isBad() ? status : finish(deadline);
+}
+
+UaStatus TcpSocket::start(const std::string& address, std::uint16_t port) {
+    addrinfo hints{};
+    hints.ai_socktype = SOCK_STREAM;
+    hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;
+    addrinfo* found = nullptr;
+    if (getaddrinfo(address.c_str(), std::to_string(port).c_str(), &hints, &found) != 0) {
+        return UA_STATUSCODE_BADNOTFOUND;
+    }
+    const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> owner(found, &freeaddrinfo);
+    m_descriptor = socket(found->ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (m_descriptor < 0) {
+        return statusOf(errno);
+    }
+    set(m_descriptor, IPPROTO_TCP, TCP_NODELAY, 1);
+    set(m_descriptor, IPPROTO_TCP, TCP_USER_TIMEOUT, unacknowledgedLimit);
+    // After an outage the pauses between the kernel's attempts have not grown beyond what the outage was.
+    set(m_descriptor, IPPROTO_TCP, TCP_THIN_LINEAR_TIMEOUTS, 1);
+    if (::connect(m_descriptor, found->ai_addr, found->ai_addrlen) != 0 && errno != EINPROGRESS) {
+        return statusOf(errno);
+    }
+    return UaStatus();
+}
+
+UaStatus TcpSocket::finish(const Deadline& deadline) {
+    if (!wait(Interest::Send, deadline).writable) {
+        return UA_STATUSCODE_BADTIMEOUT;
+    }
+    int error = 0;
+    socklen_t size = sizeof error;
+    getsockopt(m_descriptor, SOL_SOCKET, SO_ERROR, &error, &size);
+    return error == 0 ? UaStatus() : statusOf(error);
+}
+
+UaStatus TcpSocket::sendSome(UaByteView& bytes) {
+    const ssize_t sent = send(m_descriptor, bytes.data, bytes.size, MSG_NOSIGNAL);
+    if (sent >= 0) {
+        bytes = bytes.from(static_cast<std::size_t>(sent));
+        return UaStatus();
+    }
+    return isTemporary(errno) ? UaStatus() : UaStatus(UA_STATUSCODE_BADCONNECTIONCLOSED);
+}
+
+UaStatus TcpSocket::receiveSome(OpcUa_Byte* buffer, std::size_t room, std::size_t& count) {
+    count = 0;
+    const ssize_t received = recv(m_descriptor, buffer, room, 0);
+    if (received > 0) {
+        count = static_cast<std::size_t>(received);
+        return UaStatus();
+    }
+    return received < 0 && isTemporary(errno) ? UaStatus() : UaStatus(UA_STATUSCODE_BADCONNECTIONCLOSED);
+}
+
+TcpSocket::Readiness TcpSocket::wait(Interest interest, const Deadline& deadline) const {
+    pollfd entry{};
+    entry.fd = m_descriptor;
+    entry.events = interest == Interest::Receive ? POLLIN
+                   : interest == Interest::Send  ? POLLOUT
+                                                 : POLLIN | POLLOUT;
+    int ready = 0;
+    do {
+        ready = poll(&entry, 1, deadline.remaining());
+    } while (ready < 0 && errno == EINTR);
+    const bool ended = ready > 0 && (entry.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0;
+    Readiness readiness;
+    readiness.readable = ended || (ready > 0 && (entry.revents & POLLIN) != 0);
+    readiness.writable = ended || (ready > 0 && (entry.revents & POLLOUT) != 0);
+    return readiness;
+}
+
+void TcpSocket::shutDown() {
+    if (m_descriptor >= 0) {
+        shutdown(m_descriptor, SHUT_RDWR);
+    }
+}
+
+void TcpSocket::abort() {
+    if (m_descriptor >= 0) {
+        sockaddr nobody{};
+        nobody.sa_family = AF_UNSPEC;
+        ::connect(m_descriptor, &nobody, sizeof nobody);
+    }
+}
+
+} // namespace UaClientSdk

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "socket/deadline.h"
+#include "uabase/byte_view.h"
+#include "uabase/status.h"
+
+namespace UaClientSdk {
+
+/// A TCP connection. Nothing here waits but connect() and wait(), and these no longer than they are told.
+///
+/// One thread may send while another receives.
+class TcpSocket {
+public:
+    TcpSocket() = default;
+    ~TcpSocket();
+    TcpSocket(const TcpSocket&) = delete;
+    TcpSocket& operator=(const TcpSocket&) = delete;
+
+    /// `address` is numeric. BadConnectionRejected when nobody listens, BadTimeout when nobody answered.
+    UaStatus connect(const std::string& address, std::uint16_t port, const Deadline& deadline);
+
+    /// Sends what the system takes at once and drops it from the front of `bytes`.
+    UaStatus sendSome(UaByteView& bytes);
+    /// Receives what has arrived, at most `room` bytes; `count` is 0 when there is nothing.
+    /// BadConnectionClosed when the peer has closed its end or the connection broke.
+    UaStatus receiveSome(OpcUa_Byte* buffer, std::size_t room, std::size_t& count);
+
+    enum class Interest { Receive, Send, Both };
+    struct Readiness {
+        bool readable = false; ///< also when the connection has ended, like the next
+        bool writable = false;
+    };
+    /// Waits until there is something to receive, or room to send.
+    Readiness wait(Interest interest, const Deadline& deadline) const;
+    bool isReadable() const { return wait(Interest::Receive, Deadline(Clock::now())).readable; }
+
+    int descriptor() const { return m_descriptor; }
+    /// Both ends see the end of the connection; the descriptor stays until this object goes. What was sent
+    /// still goes out.
+    void shutDown();
+    /// The same at once, whatever the peer does: it is told with a reset.
+    void abort();
+
+private:
+    UaStatus start(const std::string& address, std::uint16_t port);
+    UaStatus finish(const Deadline& deadline);
+
+    int m_descriptor = -1;
+};
+
+} // namespace UaClientSdk

@@ -1,0 +1,126 @@
+#include "subscription/notification_order.h"
+
+#include <algorithm>
+
+#include "uabase/trace.h"
+
+#include <open62541/types_generated_handling.h>
+
+namespace UaClientSdk {
+namespace {
+
+/// A server keeps but a few messages to send again; a greater leap is no gap that can be filled.
+constexpr std::uint32_t longestGap = 64;
+/// As they are encoded.
+constexpr std::size_t mostHeldBytes = 16U << 20U;
+
+const UA_DataType& messageType = UA_TYPES[UA_TYPES_NOTIFICATIONMESSAGE];
+
+/// Of numbers that lie close together; they begin anew when they are used up.
+bool isBefore(std::uint32_t a, std::uint32_t b) {
+    return static_cast<std::int32_t>(a - b) < 0;
+}
+
+} // namespace
+
+NotificationOrder::~NotificationOrder() {
+    for (auto& held : m_held) {
+        UA_NotificationMessage_clear(&held.second);
+    }
+}
+
+/// What lies further back than there were messages is no repetition, but a leap.
+bool NotificationOrder::isOld(std::uint32_t number) const {
+    return m_expected - number - 1 < m_inOrder;
+}
+
+void NotificationOrder::goOn() {
+    constexpr std::uint32_t repetitionsKnown = 1024;
+    m_expected = following(m_expected);
+    m_inOrder = std::min(m_inOrder + 1, repetitionsKnown);
+}
+
+void NotificationOrder::arrived(UA_NotificationMessage& message, const Deliver& deliver) {
+    const std::uint32_t number = message.sequenceNumber;
+    expectUpTo(number, deliver);
+    if (number == m_expected) {
+        deliver(message);
+        goOn();
+        deliverHeld(deliver);
+    } else if (!isOld(number)) {
+        hold(message);
+        if (m_heldBytes > mostHeldBytes) {
+            goOnWithHeld(deliver);
+        }
+    }
+}
+
+void NotificationOrder::hold(UA_NotificationMessage& message) {
+    const auto [held, isNew] = m_held.emplace(message.sequenceNumber, UA_NotificationMessage{});
+    if (isNew || held->second.notificationDataSize == 0) {
+        m_heldBytes += UA_calcSizeBinary(&message, &messageType);
+        held->second = message;
+        UA_NotificationMessage_init(&message);
+    }
+}
+
+/// What is missing is not waited for any longer.
+void NotificationOrder::goOnWithHeld(const Deliver& deliver) {
+    UaTrace::write(UaTrace::Errors, "subscription", "messages of the server from %u on are lost", m_expected);
+    m_missing.clear();
+    while (!m_held.empty()) {
+        m_expected = m_held.begin()->first;
+        deliverHeld(deliver);
+    }
+    m_missingUpTo = m_expected;
+}
+
+void NotificationOrder::keptAlive(std::uint32_t nextNumber, const Deliver& deliver) {
+    expectUpTo(nextNumber, deliver);
+}
+
+/// Notes what is missing before `number`, or takes it as it comes when that is too much to ask for.
+void NotificationOrder::expectUpTo(std::uint32_t number, const Deliver& deliver) {
+    if (isOld(number) || number == m_expected) {
+        return;
+    }
+    if (number - m_expected > longestGap) {
+        goOnWithHeld(deliver);
+        m_expected = m_missingUpTo = number;
+        m_inOrder = 0;
+        return;
+    }
+    if (isBefore(m_missingUpTo, m_expected)) {
+        m_missingUpTo = m_expected;
+    }
+    for (; isBefore(m_missingUpTo, number); m_missingUpTo = following(m_missingUpTo)) {
+        if (m_held.count(m_missingUpTo) == 0) {
+            m_missing.push_back(m_missingUpTo);
+        }
+    }
+}
+
+void NotificationOrder::givenUp(std::uint32_t number, const Deliver& deliver) {
+    if (!isOld(number)) {
+        m_held.emplace(number, UA_NotificationMessage{});
+        deliverHeld(deliver);
+    }
+}
+
+void NotificationOrder::deliverHeld(const Deliver& deliver) {
+    for (auto held = m_held.find(m_expected); held != m_held.end(); held = m_held.find(m_expected)) {
+        m_heldBytes -= std::min(m_heldBytes, UA_calcSizeBinary(&held->second, &messageType));
+        deliver(held->second);
+        UA_NotificationMessage_clear(&held->second);
+        m_held.erase(held);
+        goOn();
+    }
+}
+
+std::vector<std::uint32_t> NotificationOrder::takeMissing() {
+    std::vector<std::uint32_t> missing;
+    missing.swap(m_missing);
+    return missing;
+}
+
+} // namespace UaClientSdk

@@ -1,0 +1,108 @@
+#include "uaclient/subscription.h"
+
+#include <algorithm>
+
+#include "subscription/subscription_impl.h"
+
+namespace UaClientSdk {
+namespace {
+
+constexpr double longestInterval = 24.0 * 3600 * 1000; // ms
+constexpr double shortestInterval = 100;               // ms
+/// What a message may take longer than it should.
+constexpr std::chrono::milliseconds grace(5000);
+
+/// A server may answer any number, and some that are none.
+double saneInterval(double revised, double requested) {
+    const auto isSane = [](double interval) { return interval > 0 && interval <= longestInterval; };
+    if (isSane(revised)) {
+        return std::max(revised, shortestInterval);
+    }
+    constexpr double unknown = 1000;
+    return isSane(requested) ? std::max(requested, unknown) : unknown;
+}
+
+/// OPC UA Part 4, 5.14.1.1: after so many intervals without data the server tells that it lives.
+std::chrono::milliseconds longestSilence(double interval, OpcUa_UInt32 keepAliveCount) {
+    constexpr double aMonth = 30.0 * 24 * 3600 * 1000;
+    const double silence = interval * (1.0 + std::max(keepAliveCount, OpcUa_UInt32{1}));
+    return std::chrono::milliseconds(static_cast<std::int64_t>(std::min(silence, aMonth))) + grace;
+}
+
+} // namespace
+
+UaStatus UaSubscription::Impl::create(const ServiceSettings& settings, const SubscriptionSettings& parameters,
+                                      bool publishingEnabled) {
+    UA_CreateSubscriptionRequest request{};
+    request.requestedPublishingInterval = parameters.publishingInterval;
+    request.requestedLifetimeCount = parameters.lifetimeCount;
+    request.requestedMaxKeepAliveCount = parameters.maxKeepAliveCount;
+    request.maxNotificationsPerPublish = parameters.maxNotificationsPerPublish;
+    request.publishingEnabled = publishingEnabled;
+    request.priority = parameters.priority;
+    Answer<UA_CreateSubscriptionRequest> answer;
+    const UaStatus status = m_session.call(settings, request, answer);
+    m_id = answer.subscriptionId;
+    m_longestSilence =
+        longestSilence(saneInterval(answer.revisedPublishingInterval, parameters.publishingInterval),
+                       answer.revisedMaxKeepAliveCount);
+    return status;
+}
+
+UaStatus UaSubscription::Impl::remove(const ServiceSettings& settings) {
+    UA_DeleteSubscriptionsRequest request{};
+    request.subscriptionIds = &m_id;
+    request.subscriptionIdsSize = 1;
+    Answer<UA_DeleteSubscriptionsRequest> answer;
+    const UaStatus status = m_session.call(settings, request, answer, 1);
+    return status.isBad() ? status : UaStatus(answer.results[0]);
+}
+
+Publisher::Subscription UaSubscription::Impl::published(CallbackThread& deliveryThread) const {
+    return {m_queue, &deliveryThread, m_longestSilence};
+}
+
+UaStatus UaSubscription::Impl::createMonitoredItems(const ServiceSettings& settings,
+                                                    OpcUa_TimestampsToReturn timestamps,
+                                                    const UaMonitoredItemCreateRequests& items,
+                                                    UaMonitoredItemCreateResults& results) {
+    UA_CreateMonitoredItemsRequest request{};
+    request.subscriptionId = m_id;
+    request.timestampsToReturn = timestamps;
+    request.itemsToCreate = borrow(items);
+    request.itemsToCreateSize = items.length();
+    Answer<UA_CreateMonitoredItemsRequest> answer;
+    const UaStatus status = m_session.call(settings, request, answer, items.length());
+    take(answer.results, answer.resultsSize, results);
+    return status;
+}
+
+UaStatus UaSubscription::Impl::deleteMonitoredItems(const ServiceSettings& settings,
+                                                    const UaUInt32Array& monitoredItemIds,
+                                                    UaStatusCodeArray& results) {
+    UA_DeleteMonitoredItemsRequest request{};
+    request.subscriptionId = m_id;
+    request.monitoredItemIds = borrow(monitoredItemIds);
+    request.monitoredItemIdsSize = monitoredItemIds.length();
+    Answer<UA_DeleteMonitoredItemsRequest> answer;
+    const UaStatus status = m_session.call(settings, request, answer, monitoredItemIds.length());
+    take(answer.results, answer.resultsSize, results);
+    return status;
+}
+
+UaSubscription::UaSubscription(std::unique_ptr<Impl> impl) : m_impl(std::move(impl)) {}
+UaSubscription::~UaSubscription() = default;
+
+UaStatus UaSubscription::createMonitoredItems(ServiceSettings& settings, OpcUa_TimestampsToReturn timestamps,
+                                              const UaMonitoredItemCreateRequests& items,
+                                              UaMonitoredItemCreateResults& results) {
+    return m_impl->createMonitoredItems(settings, timestamps, items, results);
+}
+
+UaStatus UaSubscription::deleteMonitoredItems(ServiceSettings& settings,
+                                              const UaUInt32Array& monitoredItemIds,
+                                              UaStatusCodeArray& results) {
+    return m_impl->deleteMonitoredItems(settings, monitoredItemIds, results);
+}
+
+} // namespace UaClientSdk

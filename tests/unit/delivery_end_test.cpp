@@ -1,0 +1,312 @@
+// How deliveries end, whoever ends them and on whatever thread.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <functional>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "OpcUaClientInterface.h"
+#include "standin/standin.h"
+#include "subscription/notification_queue.h"
+
+using standin::script;
+using UaClientSdk::CallbackThread;
+using UaClientSdk::NotificationQueue;
+
+namespace {
+
+constexpr int rounds = 100;
+
+struct Application final : COpcUaClientInterface::OpcUaCallBack {
+    void OpcUaDataChange(_OpcUaDataChangeMsg) override {
+        ++calls;
+        if (onChange) {
+            onChange();
+        }
+    }
+    int OpcUaTrustServerCertificate(_OpcUaCertificateMsg) override { return -1; }
+
+    std::atomic<int> calls{0};
+    std::function<void()> onChange;
+};
+
+/// Publishes and ends as a real session does.
+class Publisher {
+public:
+    Publisher() {
+        script().onCreateSubscription = [this](const standin::CreateSubscriptionRequest& request) {
+            UaStatus status;
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_queue = std::make_shared<NotificationQueue>(request.callback, request.clientHandle);
+            m_thread = CallbackThread::start(status);
+            return status;
+        };
+        script().onDeleteSubscription = [this](const standin::DeleteSubscriptionRequest&) {
+            queue()->close();
+            return UaStatus();
+        };
+        script().onDisconnect = [this](const standin::DisconnectRequest&) {
+            end();
+            return UaStatus();
+        };
+    }
+    ~Publisher() { end(); }
+
+    /// One publish answer with so many changes of the first item.
+    void publish(int count) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_queue) {
+            return;
+        }
+        for (OpcUa_Int32 i = 0; i < count; ++i) {
+            OpcUa_DataValue change = {};
+            UA_Variant_setScalar(&change.value, &i, &UA_TYPES[UA_TYPES_INT32]);
+            m_queue->collect(m_clientHandle, change);
+        }
+        m_queue->handOver(*m_thread);
+    }
+    void publishTo(OpcUa_UInt32 clientHandle) { m_clientHandle = clientHandle; }
+
+private:
+    std::shared_ptr<NotificationQueue> queue() {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_queue;
+    }
+    void end() {
+        std::unique_ptr<CallbackThread> thread;
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            if (m_queue) {
+                m_queue->close();
+            }
+            m_queue.reset();
+            thread = std::move(m_thread);
+        }
+    }
+
+    std::mutex m_mutex;
+    std::shared_ptr<NotificationQueue> m_queue;
+    std::unique_ptr<CallbackThread> m_thread;
+    std::atomic<OpcUa_UInt32> m_clientHandle{1};
+};
+
+class DeliveryEnd : public testing::Test {
+protected:
+    DeliveryEnd() { script().reset(); }
+    ~DeliveryEnd() override {
+        client.reset();
+        script().reset();
+    }
+
+    int connect() {
+        _OpcUaClientConfig config = {};
+        std::strcpy(config.endpointUrl, "opc.tcp://plant:4840");
+        return client->OpcUaConnect(config);
+    }
+    int add() {
+        OpcUaNode node = {};
+        std::strcpy(node.nodeId, "ns=2;s=A");
+        return client->OpcUaAddMonitNode(&node, nullptr, 0);
+    }
+    /// A new client with one item.
+    void begin() {
+        client = std::make_unique<COpcUaClientInterface>();
+        application.calls = 0;
+        publisher = std::make_unique<Publisher>();
+        ASSERT_EQ(client->installOpcUaCallBack(&application), 0);
+        ASSERT_EQ(connect(), 0);
+        ASSERT_EQ(client->OpcUaCreateSubScription(100), 0);
+        ASSERT_EQ(add(), 0);
+    }
+    /// More changes than could be delivered while the test runs.
+    void publishABacklog() {
+        std::promise<void> first;
+        application.onChange = [this, &first] {
+            if (application.calls == 1) {
+                first.set_value();
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        };
+        publisher->publish(100000);
+        first.get_future().wait();
+    }
+    void expectSilence() {
+        const int calls = application.calls;
+        EXPECT_LT(calls, 100000);
+        publisher->publish(10);
+        EXPECT_EQ(application.calls, calls);
+    }
+
+    Application application;
+    std::unique_ptr<Publisher> publisher;
+    std::unique_ptr<COpcUaClientInterface> client;
+};
+
+} // namespace
+
+TEST_F(DeliveryEnd, ADisconnectWaitsForTheRunningChangeAndNotForTheBacklog) {
+    begin();
+    publishABacklog();
+    EXPECT_EQ(client->OpcUaDisConnect(), 0);
+    expectSilence();
+}
+
+TEST_F(DeliveryEnd, SoDoesConnectingAnew) {
+    begin();
+    publishABacklog();
+    EXPECT_EQ(connect(), 0);
+    expectSilence();
+}
+
+TEST_F(DeliveryEnd, SoDoesDeletingTheSubscription) {
+    begin();
+    publishABacklog();
+    EXPECT_EQ(client->OpcUaDeleteSubScription(), 0);
+    expectSilence();
+}
+
+TEST_F(DeliveryEnd, SoDoesReplacingTheSubscription) {
+    begin();
+    publishABacklog();
+    EXPECT_EQ(client->OpcUaCreateSubScription(100), 0);
+    expectSilence();
+}
+
+TEST_F(DeliveryEnd, SoDoesDestroyingTheClient) {
+    begin();
+    publishABacklog();
+    client.reset();
+    expectSilence();
+}
+
+TEST_F(DeliveryEnd, WhatComesAfterwardsIsDelivered) {
+    begin();
+    publishABacklog();
+    ASSERT_EQ(client->OpcUaDeleteSubScription(), 0);
+    std::promise<void> delivered;
+    application.onChange = [&delivered] { delivered.set_value(); };
+    ASSERT_EQ(client->OpcUaCreateSubScription(100), 0);
+    ASSERT_EQ(add(), 0);
+    publisher->publishTo(2);
+    publisher->publish(1);
+    delivered.get_future().wait();
+    EXPECT_EQ(client->OpcUaDisConnect(), 0);
+}
+
+TEST_F(DeliveryEnd, ACallbackThatConnectsAnewIsFollowedByTheNewSession) {
+    begin();
+    std::promise<void> connected;
+    std::promise<void> delivered;
+    application.onChange = [this, &connected, &delivered] {
+        if (application.calls == 1) {
+            EXPECT_EQ(client->OpcUaDisConnect(), 0);
+            EXPECT_EQ(connect(), 0);
+            EXPECT_EQ(client->OpcUaCreateSubScription(100), 0);
+            connected.set_value();
+        } else if (application.calls == 6) {
+            delivered.set_value();
+        }
+    };
+    publisher->publish(1000);
+    connected.get_future().wait();
+    ASSERT_EQ(add(), 0);
+    EXPECT_EQ(application.calls, 1) << "the rest went with the session";
+    publisher->publishTo(2);
+    publisher->publish(5);
+    delivered.get_future().wait();
+}
+
+TEST_F(DeliveryEnd, ACallbackDisconnectsWhileAnotherThreadDestroysTheClient) {
+    for (int round = 0; round < rounds; ++round) {
+        begin();
+        std::promise<void> inside;
+        application.onChange = [this, &inside, own = client.get()] {
+            inside.set_value();
+            EXPECT_EQ(own->OpcUaDisConnect(), 0);
+            EXPECT_EQ(application.calls, 1);
+        };
+        publisher->publish(3);
+        inside.get_future().wait();
+        client.reset();
+        EXPECT_EQ(application.calls, 1);
+    }
+}
+
+TEST_F(DeliveryEnd, ACallbackDisconnectsWhileAnotherThreadConnects) {
+    for (int round = 0; round < rounds; ++round) {
+        begin();
+        std::promise<void> inside;
+        application.onChange = [this, &inside] {
+            inside.set_value();
+            EXPECT_EQ(client->OpcUaDisConnect(), 0);
+        };
+        publisher->publish(3);
+        inside.get_future().wait();
+        EXPECT_EQ(connect(), 0);
+        EXPECT_EQ(application.calls, 1);
+        EXPECT_EQ(client->OpcUaCreateSubScription(100), 0);
+        EXPECT_EQ(client->OpcUaDisConnect(), 0);
+    }
+}
+
+TEST_F(DeliveryEnd, OneOfTwoDisconnectsFindsTheSession) {
+    for (int round = 0; round < rounds; ++round) {
+        begin();
+        std::promise<void> inside;
+        std::atomic<int> first{-1};
+        application.onChange = [this, &inside, &first] {
+            inside.set_value();
+            std::this_thread::yield();
+            first = client->OpcUaDisConnect();
+        };
+        publisher->publish(3);
+        inside.get_future().wait();
+        std::thread other([this] { EXPECT_EQ(client->OpcUaDisConnect(), 3); });
+        EXPECT_EQ(client->OpcUaDisConnect(), 3);
+        EXPECT_EQ(first, 0) << "the callback is waited for";
+        other.join();
+    }
+}
+
+TEST_F(DeliveryEnd, ACallbackMayDestroyItsClient) {
+    for (int round = 0; round < rounds; ++round) {
+        begin();
+        // The callback's thread ends by itself: what it uses last belongs to both.
+        const auto destroyed = std::make_shared<std::promise<void>>();
+        application.onChange = [this, destroyed] {
+            client.reset();
+            destroyed->set_value();
+        };
+        publisher->publish(3);
+        destroyed->get_future().wait();
+        EXPECT_EQ(application.calls, 1);
+    }
+}
+
+TEST_F(DeliveryEnd, SubscriptionsComeAndGoWhileChangesArrive) {
+    begin();
+    std::atomic<bool> stop{false};
+    std::thread server([this, &stop] {
+        while (!stop) {
+            publisher->publish(10);
+            std::this_thread::yield();
+        }
+    });
+    for (int round = 0; round < rounds; ++round) {
+        EXPECT_EQ(round % 2 == 0 ? client->OpcUaDeleteSubScription() : client->OpcUaDisConnect(), 0);
+        if (round % 2 != 0) {
+            EXPECT_EQ(connect(), 0);
+        }
+        EXPECT_EQ(client->OpcUaCreateSubScription(100), 0);
+        publisher->publishTo(static_cast<OpcUa_UInt32>(round) + 2);
+        EXPECT_EQ(add(), 0);
+    }
+    client.reset();
+    stop = true;
+    server.join();
+}
