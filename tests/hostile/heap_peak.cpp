@@ -5,7 +5,6 @@
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define SANITIZED
-#include <sanitizer/allocator_interface.h>
 #else
 #include <cerrno>
 #include <malloc.h>
@@ -35,6 +34,15 @@ std::size_t HeapPeak::growth() const {
 
 #ifdef SANITIZED
 
+// The sanitizers' own, which not every compiler has a header for.
+// NOLINTBEGIN(readability-identifier-naming)
+extern "C" {
+int __sanitizer_install_malloc_and_free_hooks(void (*onMalloc)(const volatile void*, std::size_t),
+                                              void (*onFree)(const volatile void*));
+std::size_t __sanitizer_get_allocated_size(const volatile void* memory);
+}
+// NOLINTEND(readability-identifier-naming)
+
 namespace {
 
 void onAllocation(const volatile void*, std::size_t size) {
@@ -42,7 +50,7 @@ void onAllocation(const volatile void*, std::size_t size) {
 }
 void onRelease(const volatile void* memory) {
     if (memory != nullptr) {
-        count(-static_cast<std::ptrdiff_t>(__sanitizer_get_allocated_size(const_cast<const void*>(memory))));
+        count(-static_cast<std::ptrdiff_t>(__sanitizer_get_allocated_size(memory)));
     }
 }
 const int installed = __sanitizer_install_malloc_and_free_hooks(onAllocation, onRelease);

@@ -56,7 +56,7 @@ const Bytes emptyEndpoint =
 const Bytes emptyTokenPolicy = nullText() + u32(0) + nullText() + nullText() + nullText();
 const Bytes emptyReference = hex("0000 01 0000 0000") + nullText() + hex("00") + u32(1) + hex("0000");
 const Bytes emptyItemResult = u32(0) + u32(1) + Bytes(8, '\0') + u32(1) + hex("0000 00");
-const Bytes session = hex("0100 0100 0100 0101") + Bytes(8, '\0') + nullText() + nullText();
+const Bytes sessionStart = hex("0100 0100 0100 0101") + Bytes(8, '\0') + nullText() + nullText();
 const Bytes noSignature = nullText() + nullText();
 
 const std::vector<Flood> floods{
@@ -88,9 +88,9 @@ const std::vector<Flood> floods{
     listOf<UA_GetEndpointsRequest, UA_GetEndpointsResponse>(
         "TokenPolicies", u32(1) + emptyEndpoint.substr(0, emptyEndpoint.size() - 9), emptyTokenPolicy,
         nullText() + hex("00")),
-    listOf<UA_CreateSessionRequest, UA_CreateSessionResponse>("SessionEndpoints", session, emptyEndpoint,
+    listOf<UA_CreateSessionRequest, UA_CreateSessionResponse>("SessionEndpoints", sessionStart, emptyEndpoint,
                                                               noList + noSignature + u32(0)),
-    listOf<UA_CreateSessionRequest, UA_CreateSessionResponse>("SoftwareCertificates", session + noList,
+    listOf<UA_CreateSessionRequest, UA_CreateSessionResponse>("SoftwareCertificates", sessionStart + noList,
                                                               noSignature, noSignature + u32(0)),
     listOf<UA_ActivateSessionRequest, UA_ActivateSessionResponse>("ActivationResults", nullText(), u32(0),
                                                                   noList),

@@ -8,9 +8,9 @@
 namespace scripted {
 
 struct Call::Shared {
-    Shared(Server& itsServer, std::shared_ptr<Connection> itsConnection, std::string itsKind,
-           std::uint32_t itsId, const UA_DataType& itsType)
-        : server(itsServer), connection(std::move(itsConnection)), kind(std::move(itsKind)), id(itsId),
+    Shared(Server& itsServer, std::shared_ptr<Connection> itsConnection, Origin itsOrigin,
+           const UA_DataType& itsType)
+        : server(itsServer), connection(std::move(itsConnection)), origin(std::move(itsOrigin)),
           type(itsType), content(UA_new(&itsType)) {
         if (content == nullptr) {
             throw std::bad_alloc();
@@ -22,15 +22,14 @@ struct Call::Shared {
 
     Server& server;
     std::shared_ptr<Connection> connection;
-    std::string kind;
-    std::uint32_t id;
+    Origin origin;
     const UA_DataType& type;
     void* content;
 };
 
-Call::Call(Server& server, std::shared_ptr<Connection> connection, std::string kind, std::uint32_t id,
-           const UA_DataType& type, const Bytes& content) {
-    auto shared = std::make_shared<Shared>(server, std::move(connection), std::move(kind), id, type);
+Call::Call(Server& server, std::shared_ptr<Connection> connection, Origin origin, const UA_DataType& type,
+           const Bytes& content) {
+    auto shared = std::make_shared<Shared>(server, std::move(connection), std::move(origin), type);
     if (!decode(content, shared->content, type)) {
         server.report(std::string("undecodable ") + type.typeName);
     }
@@ -42,12 +41,16 @@ const UA_DataType& Call::type() const {
 }
 
 std::uint32_t Call::id() const {
-    return m_shared->id;
+    return m_shared->origin.id;
 }
 
 std::uint32_t Call::handle() const {
     // Every request begins with its header.
     return static_cast<const UA_RequestHeader*>(m_shared->content)->requestHandle;
+}
+
+std::uint32_t Call::tokenId() const {
+    return m_shared->origin.tokenId;
 }
 
 Connection& Call::connection() const {
@@ -70,7 +73,11 @@ void Call::fault(UA_StatusCode status) const {
 }
 
 void Call::answerBody(const Bytes& body) const {
-    connection().sendMessage(id(), body, m_shared->kind);
+    std::optional<std::uint32_t> token;
+    if (m_shared->server.answersUnderTheRequestsToken()) {
+        token = tokenId();
+    }
+    connection().sendMessage(id(), body, m_shared->origin.kind, token);
 }
 
 Bytes Call::usualBody() const {
@@ -85,7 +92,7 @@ Bytes Call::faultBody(UA_StatusCode status) const {
 
 Chunk Call::chunk(char type, const Bytes& body) const {
     Chunk chunk;
-    chunk.kind = m_shared->kind;
+    chunk.kind = m_shared->origin.kind;
     chunk.type = type;
     chunk.requestId = id();
     chunk.body = body;

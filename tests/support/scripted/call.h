@@ -12,8 +12,14 @@ namespace scripted {
 /// Copies stand for the same request.
 class Call {
 public:
-    Call(Server& server, std::shared_ptr<Connection> connection, std::string kind, std::uint32_t id,
-         const UA_DataType& type, const Bytes& content);
+    /// What its chunks said of it.
+    struct Origin {
+        std::string kind;
+        std::uint32_t id;
+        std::uint32_t tokenId;
+    };
+    Call(Server& server, std::shared_ptr<Connection> connection, Origin origin, const UA_DataType& type,
+         const Bytes& content);
 
     template <class Request>
     const Request& request() const {
@@ -27,6 +33,8 @@ public:
     /// Of the secure channel, and the one in the request's header.
     std::uint32_t id() const;
     std::uint32_t handle() const;
+    /// The token under which it came.
+    std::uint32_t tokenId() const;
     Connection& connection() const;
 
     /// Answers as a good server does. A Publish request waits until there is something to publish.

@@ -14,6 +14,8 @@ constexpr std::size_t headerLength = 8;
 constexpr std::size_t mostOfAChunk = 64 << 20;
 /// Header, channel, token and sequence header of a chunk without security.
 constexpr std::size_t plainOverhead = 24;
+/// Signature and padding behind it.
+constexpr std::size_t protectionOverhead = 64;
 constexpr const char* policyNone = "http://opcfoundation.org/UA/SecurityPolicy#None";
 
 } // namespace
@@ -43,7 +45,13 @@ void Connection::close() {
     shutdown(m_socket, SHUT_RDWR);
 }
 
-void Connection::adopt(std::uint32_t channelId, std::uint32_t tokenId) {
+void Connection::adopt(std::uint32_t channelId, std::uint32_t tokenId, const Bytes& clientNonce,
+                       const Bytes& serverNonce, bool encrypting) {
+    const std::lock_guard<std::mutex> lock(m_sending);
+    if (m_protection) {
+        m_protection->setEncrypting(encrypting);
+        m_protection->addToken(tokenId, clientNonce, serverNonce);
+    }
     m_channelId = channelId;
     m_previousTokenId = m_tokenId.load();
     m_tokenId = tokenId;
@@ -79,29 +87,39 @@ bool Connection::sendLocked(const Bytes& bytes) const {
 Bytes Connection::headerOf(const Chunk& chunk) const {
     const Bytes channel = u32(chunk.channelId.value_or(m_channelId));
     if (chunk.kind == "OPN") {
-        return channel + lengthAnd(policyNone) + nullText() + nullText();
+        return channel + (m_protection ? m_protection->asymmetricHeader()
+                                       : lengthAnd(policyNone) + nullText() + nullText());
     }
     return channel + u32(chunk.tokenId.value_or(m_tokenId));
 }
 
 Bytes Connection::makeLocked(const Chunk& chunk) {
-    const Bytes security = headerOf(chunk);
+    const Bytes clear = chunk.kind + chunk.type + u32(0) + headerOf(chunk);
     if (!chunk.sequenceNumber) {
         ++m_sentSequenceNumber;
     }
-    const Bytes sequence = u32(chunk.sequenceNumber.value_or(m_sentSequenceNumber)) + u32(chunk.requestId);
-    const std::size_t size = headerLength + security.size() + sequence.size() + chunk.body.size();
-    return chunk.kind + chunk.type + u32(chunk.size.value_or(static_cast<std::uint32_t>(size))) + security +
-           sequence + chunk.body;
+    const Bytes plain =
+        u32(chunk.sequenceNumber.value_or(m_sentSequenceNumber)) + u32(chunk.requestId) + chunk.body;
+    Bytes whole = clear + plain;
+    if (m_protection) {
+        whole = chunk.kind == "OPN"
+                    ? m_protection->sealAsymmetric(clear, plain)
+                    : m_protection->sealSymmetric(chunk.tokenId.value_or(m_tokenId), clear, plain);
+    }
+    const std::uint32_t size = chunk.size.value_or(static_cast<std::uint32_t>(whole.size()));
+    return whole.replace(4, 4, u32(size));
 }
 
-bool Connection::sendMessage(std::uint32_t requestId, const Bytes& body, const std::string& kind) {
-    const std::size_t piece = m_clientLimits.receiveBufferSize - plainOverhead;
+bool Connection::sendMessage(std::uint32_t requestId, const Bytes& body, const std::string& kind,
+                             std::optional<std::uint32_t> tokenId) {
+    const std::size_t piece =
+        m_clientLimits.receiveBufferSize - plainOverhead - (m_protection ? protectionOverhead : 0);
     std::size_t position = 0;
     do {
         Chunk chunk;
         chunk.kind = kind;
         chunk.requestId = requestId;
+        chunk.tokenId = tokenId;
         chunk.body = body.substr(position, kind == "OPN" ? Bytes::npos : piece);
         position += chunk.body.size();
         chunk.type = position < body.size() ? 'C' : 'F';
@@ -172,47 +190,82 @@ bool Connection::takeHello(const Bytes& chunk) {
     return true;
 }
 
+bool Connection::takePolicy(const std::string& policyUri, const Bytes& clientCertificate) {
+    if (policyUri == policyNone || m_protection) {
+        return true;
+    }
+    const auto identity = m_server.identity();
+    auto protection = std::make_unique<Protection>(*identity, policyUri, clientCertificate);
+    if (!protection->isValid()) {
+        m_server.report("no channel with " + policyUri);
+        return false;
+    }
+    const std::lock_guard<std::mutex> lock(m_sending);
+    m_protection = std::move(protection);
+    return true;
+}
+
+std::optional<Bytes> Connection::open(const std::string& kind, std::uint32_t tokenId, const Bytes& chunk,
+                                      std::size_t clearLength) const {
+    if (!m_protection) {
+        return chunk.substr(clearLength);
+    }
+    return kind == "OPN" ? m_protection->openAsymmetric(chunk, clearLength)
+                         : m_protection->openSymmetric(tokenId, chunk, clearLength);
+}
+
 bool Connection::takeSecureChunk(const Bytes& chunk) {
     const std::string kind = chunk.substr(0, 3);
-    const char type = chunk[3];
     Reader reader(chunk);
     reader.take(headerLength);
     const std::uint32_t channelId = reader.u32();
     std::uint32_t tokenId = 0;
     if (kind == "OPN") {
-        m_policyUri = reader.text();
+        const std::string policyUri = reader.text();
+        const Bytes clientCertificate = reader.text();
         reader.text();
-        reader.text();
+        if (!takePolicy(policyUri, clientCertificate)) {
+            return false;
+        }
     } else {
         tokenId = reader.u32();
     }
-    const std::uint32_t sequenceNumber = reader.u32();
-    const std::uint32_t requestId = reader.u32();
-    Message& message = m_unfinished[requestId];
-    message.body += reader.rest();
-    ++message.chunks;
     if (!reader.ok()) {
         m_server.report("a chunk that is shorter than its header");
         return false;
     }
+    const std::optional<Bytes> content = open(kind, tokenId, chunk, reader.position());
+    if (!content) {
+        m_server.report("a chunk that is not protected as it should be");
+        return false;
+    }
+    Reader inside(*content);
+    const std::uint32_t sequenceNumber = inside.u32();
+    const std::uint32_t requestId = inside.u32();
+    Message& message = m_unfinished[requestId];
+    message.body += inside.rest();
+    ++message.chunks;
     checkNumbers(kind, channelId, tokenId, sequenceNumber);
     checkSizes(message, chunk.size());
+    const char type = chunk[3];
     if (type == 'C') {
         return true;
     }
     const Bytes body = std::move(message.body);
     m_unfinished.erase(requestId);
-    if (type == 'A') {
-        return true;
-    }
-    Reader content(body);
-    const UA_DataType* dataType = typeWithEncoding(takeTypeId(content));
-    if (dataType == nullptr || type != 'F') {
+    return type == 'A' || takeMessage(kind, requestId, tokenId, body);
+}
+
+bool Connection::takeMessage(const std::string& kind, std::uint32_t requestId, std::uint32_t tokenId,
+                             const Bytes& body) {
+    Reader reader(body);
+    const UA_DataType* type = typeWithEncoding(takeTypeId(reader));
+    if (type == nullptr) {
         m_server.report("a message that is no request");
         return false;
     }
-    const Bytes request = content.rest();
-    m_server.take(Call(m_server, shared_from_this(), kind, requestId, *dataType, request), request);
+    const Bytes content = reader.rest();
+    m_server.take(Call(m_server, shared_from_this(), {kind, requestId, tokenId}, *type, content), content);
     return m_open;
 }
 

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "support/scripted/bytes.h"
+#include "support/scripted/protection.h"
 
 namespace scripted {
 
@@ -51,7 +52,8 @@ public:
     bool send(const Bytes& bytes);
     bool send(const Chunk& chunk);
     /// Sends a whole message in as many chunks as the client's receive buffer asks for.
-    bool sendMessage(std::uint32_t requestId, const Bytes& body, const std::string& kind = "MSG");
+    bool sendMessage(std::uint32_t requestId, const Bytes& body, const std::string& kind = "MSG",
+                     std::optional<std::uint32_t> tokenId = {});
     /// A chunk's bytes, which take a sequence number.
     Bytes bytesOf(const Chunk& chunk);
     /// Hangs up. The client may still read what was sent.
@@ -61,8 +63,13 @@ public:
     std::uint32_t channelId() const { return m_channelId; }
     /// The token that was issued last.
     std::uint32_t tokenId() const { return m_tokenId; }
-    /// Gives the channel its numbers, which the next chunks carry.
-    void adopt(std::uint32_t channelId, std::uint32_t tokenId);
+    /// Gives the channel its numbers, which the next chunks carry, and the keys that come of the nonces.
+    void adopt(std::uint32_t channelId, std::uint32_t tokenId, const Bytes& clientNonce,
+               const Bytes& serverNonce, bool encrypting);
+    /// Of a channel with a policy; else null.
+    Protection* protection() const { return m_protection.get(); }
+    /// The session's nonce that the client has to sign next.
+    Bytes sessionNonce;
     const TransportLimits& clientLimits() const { return m_clientLimits; }
 
     /// Reads and answers until the connection ends.
@@ -79,12 +86,17 @@ private:
     bool takeChunk(const Bytes& chunk);
     bool takeHello(const Bytes& chunk);
     bool takeSecureChunk(const Bytes& chunk);
+    bool takePolicy(const std::string& policyUri, const Bytes& clientCertificate);
     void checkNumbers(const std::string& kind, std::uint32_t channelId, std::uint32_t tokenId,
                       std::uint32_t sequenceNumber);
     void checkSizes(const Message& message, std::size_t chunkSize);
     bool sendLocked(const Bytes& bytes) const;
     Bytes makeLocked(const Chunk& chunk);
     Bytes headerOf(const Chunk& chunk) const;
+    std::optional<Bytes> open(const std::string& kind, std::uint32_t tokenId, const Bytes& chunk,
+                              std::size_t clearLength) const;
+    bool takeMessage(const std::string& kind, std::uint32_t requestId, std::uint32_t tokenId,
+                     const Bytes& body);
 
     Server& m_server;
     int m_socket;
@@ -93,7 +105,7 @@ private:
     std::atomic<std::uint32_t> m_tokenId{0};
     std::atomic<std::uint32_t> m_previousTokenId{0};
     TransportLimits m_clientLimits;
-    Bytes m_policyUri;
+    std::unique_ptr<Protection> m_protection;
 
     std::mutex m_sending;
     std::uint32_t m_sentSequenceNumber = 0;

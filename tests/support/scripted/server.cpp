@@ -36,7 +36,7 @@ int listenOnLoopback(std::string& url) {
 
 } // namespace
 
-Server::Server() : m_listener(listenOnLoopback(m_url)), m_usual(m_url, m_publisher) {
+Server::Server() : m_listener(listenOnLoopback(m_url)), m_usual(*this, m_publisher) {
     m_acceptor = std::thread([this] { acceptLoop(); });
 }
 
@@ -97,6 +97,22 @@ void Server::announce(const TransportLimits& limits) {
     m_limits = limits;
 }
 
+void Server::offer(const std::vector<Offer>& offers, const Identity& identity) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_offers = offers;
+    m_identity = std::make_shared<Identity>(identity);
+}
+
+std::vector<Offer> Server::offers() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_offers;
+}
+
+std::shared_ptr<const Identity> Server::identity() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_identity;
+}
+
 TransportLimits Server::announcedLimits() const {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_limits;
@@ -105,6 +121,9 @@ TransportLimits Server::announcedLimits() const {
 void Server::behave() {
     readFreely();
     const std::lock_guard<std::mutex> lock(m_mutex);
+    m_underTheRequestsToken = false;
+    m_offers = {Offer()};
+    m_identity = std::make_shared<Identity>();
     m_limits = TransportLimits();
     m_scripts.clear();
     m_edits.clear();
@@ -283,6 +302,11 @@ bool Server::waitForOpenConnections(int count) const {
 std::vector<std::string> Server::violations() const {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_violations;
+}
+
+void Server::forgetViolations() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_violations.clear();
 }
 
 } // namespace scripted

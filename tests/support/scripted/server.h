@@ -37,6 +37,11 @@ public:
 
     // What is answered.
 
+    /// The endpoints that GetEndpoints and CreateSession tell, all with this certificate, whose key opens
+    /// channels with each policy. Without it there is one endpoint without security and certificate.
+    void offer(const std::vector<Offer>& offers, const Identity& identity);
+    /// Uses the token under which a request came for its answer, too, as some servers do.
+    void answerUnderTheRequestsToken(bool old) { m_underTheRequestsToken = old; }
     /// What ACK says from now on.
     void announce(const TransportLimits& limits);
 
@@ -91,6 +96,8 @@ public:
         decode(lastContent(typeOf<Request>()), &*request, typeOf<Request>());
         return request;
     }
+    /// As it came, without its type.
+    Bytes lastContent(const UA_DataType& type) const;
     /// Requests of all kinds.
     int requests() const;
     int connections() const;
@@ -99,6 +106,7 @@ public:
     bool waitForOpenConnections(int count) const;
     /// What was wrong with the client's chunks: sizes, numbers, order.
     std::vector<std::string> violations() const;
+    void forgetViolations();
 
     // What connections and calls report and ask.
 
@@ -106,6 +114,9 @@ public:
     void report(const std::string& violation);
     void sayHello(Connection& connection);
     TransportLimits announcedLimits() const;
+    std::vector<Offer> offers() const;
+    std::shared_ptr<const Identity> identity() const;
+    bool answersUnderTheRequestsToken() const { return m_underTheRequestsToken; }
     void applyEdit(const UA_DataType& type, void* response) const;
     void answerAsUsual(const Call& call);
     Bytes usualBody(const Call& call);
@@ -125,12 +136,13 @@ private:
     void setEdit(const UA_DataType* type, std::function<void(void*)> change);
     int countOf(const UA_DataType& type) const;
     int countLocked(const UA_DataType& type) const;
-    Bytes lastContent(const UA_DataType& type) const;
+
     bool waitFor(const std::function<bool()>& condition) const;
 
     std::string m_url;
     int m_listener;
     std::atomic<bool> m_stop{false};
+    std::atomic<bool> m_underTheRequestsToken{false};
     Publisher m_publisher;
     UsualAnswers m_usual;
 
@@ -139,6 +151,8 @@ private:
     std::map<const UA_DataType*, Scripted> m_scripts;
     std::map<const UA_DataType*, std::function<void(void*)>> m_edits;
     TransportLimits m_limits;
+    std::vector<Offer> m_offers{Offer()};
+    std::shared_ptr<const Identity> m_identity = std::make_shared<Identity>();
     std::function<void(Connection&)> m_onHello;
     std::function<void(Connection&)> m_onAccept;
     std::size_t m_bytesPerSecond = 0;

@@ -1,12 +1,12 @@
 #include "support/scripted/usual_answers.h"
 
+#include "support/scripted/server.h"
+
 namespace scripted {
 namespace {
 
 constexpr const char* applicationUri = "urn:scripted:server";
-constexpr const char* policyNone = "http://opcfoundation.org/UA/SecurityPolicy#None";
 constexpr const char* binaryTransport = "http://opcfoundation.org/UA-Profile/Transport/uatcp-uasc-uabinary";
-const Bytes nonce(32, 'n');
 
 UA_NodeId numericId(UA_UInt16 index, std::uint32_t number) {
     UA_NodeId id{};
@@ -43,18 +43,26 @@ Bytes findServers(const Call& call, const std::string& url) {
     return call.bodyOf(*response);
 }
 
-Bytes getEndpoints(const Call& call, const std::string& url) {
-    Owned<UA_GetEndpointsResponse> response;
-    resize(response->endpoints, response->endpointsSize, 1);
-    fillEndpoint(response->endpoints[0], url);
-    return call.bodyOf(*response);
+/// The first certificate of a chain.
+Bytes leafOf(const Bytes& chain) {
+    const auto byte = [&chain](std::size_t place) {
+        return static_cast<std::size_t>(static_cast<unsigned char>(chain[place]));
+    };
+    // A DER sequence of more than 255 bytes: 30 82, and its length.
+    return chain.size() < 4 ? chain : chain.substr(0, 4 + byte(2) * 256 + byte(3));
 }
 
-Bytes activateSession(const Call& call) {
-    Owned<UA_ActivateSessionResponse> response;
-    assign(response->serverNonce, nonce);
-    return call.bodyOf(*response);
+Bytes randomBytes(std::size_t count) {
+    Bytes bytes(count, '\0');
+    UaPkiRandomBytes(reinterpret_cast<OpcUa_Byte*>(bytes.data()), count);
+    return bytes;
 }
+
+Bytes bytesOf(const UA_ByteString& bytes) {
+    return Bytes(reinterpret_cast<const char*>(bytes.data), bytes.length);
+}
+
+constexpr std::size_t sessionNonceLength = 32;
 
 /// For services whose answer is one status a request, all Good.
 template <class Response>
@@ -96,24 +104,39 @@ Bytes createSubscription(const Call& call, Publisher& publisher) {
 
 } // namespace
 
-void fillEndpoint(UA_EndpointDescription& endpoint, const std::string& url) {
-    assign(endpoint.endpointUrl, url);
-    fillApplication(endpoint.server, url);
-    endpoint.securityMode = UA_MESSAGESECURITYMODE_NONE;
-    assign(endpoint.securityPolicyUri, policyNone);
-    assign(endpoint.transportProfileUri, binaryTransport);
-    resize(endpoint.userIdentityTokens, endpoint.userIdentityTokensSize, 1);
-    assign(endpoint.userIdentityTokens[0].policyId, "anonymous");
-    endpoint.userIdentityTokens[0].tokenType = UA_USERTOKENTYPE_ANONYMOUS;
+void fillEndpoints(UA_EndpointDescription*& endpoints, std::size_t& size, const std::string& url,
+                   const std::vector<Offer>& offers, const Bytes& certificate) {
+    resize(endpoints, size, 0);
+    resize(endpoints, size, offers.size());
+    for (std::size_t i = 0; i < size; ++i) {
+        UA_EndpointDescription& endpoint = endpoints[i];
+        assign(endpoint.endpointUrl, url);
+        fillApplication(endpoint.server, url);
+        assign(endpoint.serverCertificate, certificate);
+        endpoint.securityMode = offers[i].mode;
+        assign(endpoint.securityPolicyUri, offers[i].policyUri);
+        assign(endpoint.transportProfileUri, binaryTransport);
+        resize(endpoint.userIdentityTokens, endpoint.userIdentityTokensSize, offers[i].tokens.size());
+        for (std::size_t j = 0; j < endpoint.userIdentityTokensSize; ++j) {
+            const TokenOffer& token = offers[i].tokens[j];
+            assign(endpoint.userIdentityTokens[j].policyId, token.policyId);
+            endpoint.userIdentityTokens[j].tokenType = token.type;
+            assign(endpoint.userIdentityTokens[j].securityPolicyUri, token.policyUri);
+        }
+    }
 }
 
 Bytes UsualAnswers::bodyFor(const Call& call) {
     if (call.is<UA_OpenSecureChannelRequest>())
         return openSecureChannel(call);
     if (call.is<UA_FindServersRequest>())
-        return findServers(call, m_url);
-    if (call.is<UA_GetEndpointsRequest>())
-        return getEndpoints(call, m_url);
+        return findServers(call, m_server.url());
+    if (call.is<UA_GetEndpointsRequest>()) {
+        Owned<UA_GetEndpointsResponse> response;
+        fillEndpoints(response->endpoints, response->endpointsSize, m_server.url(), m_server.offers(),
+                      m_server.identity()->certificate);
+        return call.bodyOf(*response);
+    }
     if (call.is<UA_CreateSessionRequest>())
         return createSession(call);
     if (call.is<UA_ActivateSessionRequest>())
@@ -154,8 +177,14 @@ Bytes UsualAnswers::openSecureChannel(const Call& call) {
     token.tokenId = ++m_lastTokenId;
     token.createdAt = UA_DateTime_now();
     token.revisedLifetime = request.requestedLifetime;
+    const Protection* protection = call.connection().protection();
+    if (protection != nullptr) {
+        assign(response->serverNonce, randomBytes(protection->policy().nonceLength));
+    }
     const Bytes body = call.bodyOf(*response);
-    call.connection().adopt(token.channelId, token.tokenId);
+    call.connection().adopt(token.channelId, token.tokenId, bytesOf(request.clientNonce),
+                            bytesOf(response->serverNonce),
+                            request.securityMode == UA_MESSAGESECURITYMODE_SIGNANDENCRYPT);
     return body;
 }
 
@@ -165,10 +194,35 @@ Bytes UsualAnswers::createSession(const Call& call) {
     response->sessionId = numericId(1, ++m_lastSessionId);
     response->authenticationToken = numericId(0, 1000 + m_lastSessionId);
     response->revisedSessionTimeout = request.requestedSessionTimeout;
-    assign(response->serverNonce, nonce);
-    resize(response->serverEndpoints, response->serverEndpointsSize, 1);
-    fillEndpoint(response->serverEndpoints[0], m_url);
-    return call.bodyOf(*response);
+    assign(response->serverNonce, randomBytes(sessionNonceLength));
+    const Bytes certificate = m_server.identity()->certificate;
+    fillEndpoints(response->serverEndpoints, response->serverEndpointsSize, m_server.url(), m_server.offers(),
+                  certificate);
+    if (const Protection* protection = call.connection().protection()) {
+        assign(response->serverCertificate, certificate);
+        assign(response->serverSignature.algorithm, protection->policy().asymmetricSignatureUri);
+        assign(response->serverSignature.signature,
+               protection->sign(bytesOf(request.clientCertificate) + bytesOf(request.clientNonce)));
+    }
+    const Bytes body = call.bodyOf(*response);
+    call.connection().sessionNonce = bytesOf(response->serverNonce);
+    return body;
+}
+
+Bytes UsualAnswers::activateSession(const Call& call) {
+    const auto& request = call.request<UA_ActivateSessionRequest>();
+    Connection& connection = call.connection();
+    if (const Protection* protection = connection.protection()) {
+        const Bytes shown = leafOf(m_server.identity()->certificate) + connection.sessionNonce;
+        if (!protection->verify(shown, bytesOf(request.clientSignature.signature))) {
+            return call.faultBody(UA_STATUSCODE_BADAPPLICATIONSIGNATUREINVALID);
+        }
+    }
+    Owned<UA_ActivateSessionResponse> response;
+    assign(response->serverNonce, randomBytes(sessionNonceLength));
+    const Bytes body = call.bodyOf(*response);
+    connection.sessionNonce = bytesOf(response->serverNonce);
+    return body;
 }
 
 Bytes UsualAnswers::read(const Call& call) const {
