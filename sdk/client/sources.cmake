@@ -19,7 +19,7 @@ add_sdk_library(uaclientcpp FOLDER client
     session/callbacks.cpp
     session/connection_state.cpp
     session/endpoint_offers.cpp
-    session/refusal.cpp
+    channel/refusal.cpp
     session/security_info.cpp
     session/session.cpp
     session/session_opening.cpp

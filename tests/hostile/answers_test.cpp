@@ -144,7 +144,9 @@ protected:
             return client.OpcUaCreateSubScription(50);
         }
         if (name == "DeleteSubscriptions") {
-            return client.OpcUaDeleteSubScription();
+            const int code = client.OpcUaDeleteSubScription();
+            client.OpcUaCreateSubScription(50); // for the next time: it is gone whatever was answered
+            return code;
         }
         if (name == "CreateMonitoredItems") {
             return add("ns=1;s=Another");
@@ -306,8 +308,7 @@ class BrowsedValues : public Answers, public testing::WithParamInterface<Answer>
 
 /// An answer to a read that cannot be decoded costs the value; any other failure is one of the service.
 TEST_P(BrowsedValues, LeaveTheTypeNullOrEndTheBrowse) {
-    static const std::set<std::string> undecodable{"TypeAlone",         "HeaderAlone",
-                                                   "EndlessArray",      "EndlessNames",
+    static const std::set<std::string> undecodable{"TypeAlone", "HeaderAlone", "EndlessNames",
                                                    "NestedDiagnostics", "AdditionOfUnknownType"};
     ASSERT_EQ(connect(), 0);
     server.on<UA_ReadRequest>([](const Call& call) { call.answerBody(GetParam().body(call)); });

@@ -17,6 +17,8 @@ protected:
             result.references[i].isForward = true;
             result.references[i].nodeClass = UA_NODECLASS_OBJECT;
             result.references[i].nodeId.nodeId.identifier.numeric = 1000 + static_cast<std::uint32_t>(i);
+            assign(result.references[i].browseName.name, "Child" + std::to_string(i));
+            assign(result.references[i].displayName.text, "Child" + std::to_string(i));
         }
         assign(result.continuationPoint, continuationPoint);
         if (continuationPoint.empty()) {

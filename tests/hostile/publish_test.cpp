@@ -249,7 +249,8 @@ TEST_P(EarlyValues, FollowedByLaterOnesAreDeliveredInOrder) {
     recordValues();
     server.on<UA_CreateMonitoredItemsRequest>([this](const Call& call) {
         const Bytes body = call.usualBody();
-        server.publisher().publish(43); // 42 goes first
+        server.publisher().flush(); // 42 goes first
+        server.publisher().publish(43);
         call.answerBody(body);
     });
     subscribe();

@@ -438,7 +438,11 @@ void Pipe::end(UaStatus reason, bool byThisSide) {
     if (tellServer) {
         m_channel->sendClose(requestId);
     }
-    m_channel->socket().shutDown();
+    if (byThisSide) {
+        m_channel->socket().shutDown();
+    } else {
+        m_channel->socket().abort();
+    }
     for (const Pending& one : pending) {
         if (one.receiver != nullptr) {
             one.receiver->answered(reason, UaByteView());

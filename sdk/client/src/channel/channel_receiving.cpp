@@ -3,6 +3,7 @@
 #include "channel/refusal.h"
 #include "channel/secure_channel.h"
 #include "encoding/wire.h"
+#include "uabase/trace.h"
 
 namespace UaClientSdk {
 namespace {

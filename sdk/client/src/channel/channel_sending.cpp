@@ -5,6 +5,7 @@
 #include "encoding/type_id.h"
 #include "encoding/wire.h"
 #include "uabase/date_time.h"
+#include "uabase/trace.h"
 
 namespace UaClientSdk {
 namespace {
@@ -70,7 +71,11 @@ UaStatus SecureChannel::send(std::uint32_t requestId, const void* request, const
     }
     std::vector<OpcUa_Byte> body(bodySize);
     status = encodeBody(request, type, body.data(), bodySize);
-    return status.isBad() ? status : sendInPieces(requestId, {body.data(), bodySize}, room);
+    if (!status.isBad()) {
+        status = sendInPieces(requestId, {body.data(), bodySize}, room);
+    }
+    UaPkiWipe(body.data(), bodySize);
+    return status;
 }
 
 UaStatus SecureChannel::sendInPieces(std::uint32_t requestId, UaByteView body, RoomToSend& room) {
@@ -104,6 +109,10 @@ UaStatus SecureChannel::sendChunk(const char* kind, std::uint32_t requestId, std
         m_sentSequenceNumber = nextSequenceNumber();
     }
     return status;
+}
+
+void SecureChannel::wipeSent() {
+    UaPkiWipe(m_sendBuffer.get(), m_sendChunkSize);
 }
 
 void SecureChannel::sendClose(std::uint32_t requestId) {

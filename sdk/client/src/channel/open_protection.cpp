@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "channel/refusal.h"
 #include "encoding/wire.h"
 #include "uapki/certificate.h"
 
@@ -131,10 +132,12 @@ UaStatus OpenProtection::checkHeader(UaByteView policy, UaByteView sender, UaByt
         return UaStatus();
     }
     // The server may send its issuers behind its own certificate.
-    const UaByteString leaf =
-        UaPkiCertificate::fromDER(UaByteString(static_cast<int>(sender.size), sender.data)).toDER();
-    if (leaf != m_serverCertificate) {
-        return UA_STATUSCODE_BADCERTIFICATEUNTRUSTED;
+    const UaPkiCertificate shown =
+        UaPkiCertificate::fromDER(UaByteString(static_cast<int>(sender.size), sender.data));
+    if (shown.toDER() != m_serverCertificate) {
+        return refuse(UA_STATUSCODE_BADCERTIFICATEUNTRUSTED,
+                      "the server shows another certificate than the one that was decided on: " +
+                          shown.description().text());
     }
     return areEqual(receiver, viewOf(m_ownThumbprint)) ? UaStatus()
                                                        : UaStatus(UA_STATUSCODE_BADSECURITYCHECKSFAILED);

@@ -1,15 +1,15 @@
 #pragma once
 
+#include <string>
+
 #include "uabase/status.h"
-#include "uabase/trace.h"
 
 namespace UaClientSdk {
 
-/// Tells the trace that it is this side that ends a connection, and why.
-inline UaStatus giveUp(UaStatus status, const char* why) {
-    UaTrace::write(UaTrace::Errors, "channel", "connection given up by this client: %s (%s)", why,
-                   status.name());
-    return status;
-}
+/// Tells the trace why this client goes no further. Returns `status`.
+UaStatus refuse(UaStatus status, const std::string& why);
+
+/// Tells the trace why this client ends a connection. Returns `status`.
+UaStatus giveUp(UaStatus status, const char* why);
 
 } // namespace UaClientSdk

@@ -72,6 +72,8 @@ public:
     /// other failure whether the connection can still be used.
     UaStatus send(std::uint32_t requestId, const void* request, const UA_DataType& type, RoomToSend& room);
     bool isHalfSent() const { return m_halfSent; }
+    /// Overwrites what was sent last: it held a secret.
+    void wipeSent();
     /// Asks for a new token (OPC UA Part 4, 5.5.2). The answer is dealt with inside next().
     UaStatus sendRenewal(std::uint32_t requestId, RoomToSend& room);
     /// When that is to be done; the end of time while an answer is being waited for.

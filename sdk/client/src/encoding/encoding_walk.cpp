@@ -356,7 +356,7 @@ bool EncodingWalk::variant() {
     }
     const UA_DataType& type = UA_TYPES[typeId - 1];
     if ((first & variantIsArray) == 0) {
-        return variantScalar(type);
+        return (first & variantHasDimensions) == 0 && variantScalar(type);
     }
     const std::size_t length = nextLength().value_or(0);
     if (!array(type)) {

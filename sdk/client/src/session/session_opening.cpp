@@ -51,6 +51,7 @@ UaStatus activateSession(Pipe& pipe, SessionSecurity& security,
     if (!status.isBad()) {
         Answer<UA_ActivateSessionRequest> answer;
         status = callAndTell(pipe, deadline, request, answer, ConnectFailure::Step::ActivateSession, failure);
+        pipe.channel().wipeSent();
     }
     return status;
 }

@@ -1,6 +1,6 @@
 #include "session/session_security.h"
 
-#include "session/refusal.h"
+#include "channel/refusal.h"
 #include "uabase/trace.h"
 #include "uapki/certificate.h"
 

@@ -1,5 +1,5 @@
 // What the server answered, and what it gets for it.
-#include "session/refusal.h"
+#include "channel/refusal.h"
 #include "session/session_security.h"
 #include "uabase/trace.h"
 #include "uapki/certificate.h"

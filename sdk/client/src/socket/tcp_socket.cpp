@@ -129,4 +129,12 @@ void TcpSocket::shutDown() {
     }
 }
 
+void TcpSocket::abort() {
+    if (m_descriptor >= 0) {
+        sockaddr nobody{};
+        nobody.sa_family = AF_UNSPEC;
+        ::connect(m_descriptor, &nobody, sizeof nobody);
+    }
+}
+
 } // namespace UaClientSdk

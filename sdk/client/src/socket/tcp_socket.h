@@ -39,8 +39,11 @@ public:
     bool isReadable() const { return wait(Interest::Receive, Deadline(Clock::now())).readable; }
 
     int descriptor() const { return m_descriptor; }
-    /// Both ends see the end of the connection; the descriptor stays until this object goes.
+    /// Both ends see the end of the connection; the descriptor stays until this object goes. What was sent
+    /// still goes out.
     void shutDown();
+    /// The same at once, whatever the peer does: it is told with a reset.
+    void abort();
 
 private:
     UaStatus start(const std::string& address, std::uint16_t port);

@@ -16,10 +16,9 @@ constexpr std::size_t mostHeldBytes = 16U << 20U;
 
 const UA_DataType& messageType = UA_TYPES[UA_TYPES_NOTIFICATIONMESSAGE];
 
-/// Numbers begin anew when they are used up. What lies further back than this is no repetition, but a leap.
+/// Of numbers that lie close together; they begin anew when they are used up.
 bool isBefore(std::uint32_t a, std::uint32_t b) {
-    constexpr std::uint32_t furthest = 1024;
-    return b - a - 1 < furthest;
+    return static_cast<std::int32_t>(a - b) < 0;
 }
 
 } // namespace
@@ -30,8 +29,15 @@ NotificationOrder::~NotificationOrder() {
     }
 }
 
+/// What lies further back than there were messages is no repetition, but a leap.
 bool NotificationOrder::isOld(std::uint32_t number) const {
-    return isBefore(number, m_expected);
+    return m_expected - number - 1 < m_inOrder;
+}
+
+void NotificationOrder::goOn() {
+    constexpr std::uint32_t repetitionsKnown = 1024;
+    m_expected = following(m_expected);
+    m_inOrder = std::min(m_inOrder + 1, repetitionsKnown);
 }
 
 void NotificationOrder::arrived(UA_NotificationMessage& message, const Deliver& deliver) {
@@ -39,12 +45,12 @@ void NotificationOrder::arrived(UA_NotificationMessage& message, const Deliver& 
     expectUpTo(number, deliver);
     if (number == m_expected) {
         deliver(message);
-        m_expected = following(m_expected);
+        goOn();
         deliverHeld(deliver);
     } else if (!isOld(number)) {
         hold(message);
         if (m_heldBytes > mostHeldBytes) {
-            goOnFrom(m_held.begin()->first, deliver);
+            goOnWithHeld(deliver);
         }
     }
 }
@@ -58,18 +64,15 @@ void NotificationOrder::hold(UA_NotificationMessage& message) {
     }
 }
 
-/// What is missing before `number` is not waited for any longer.
-void NotificationOrder::goOnFrom(std::uint32_t number, const Deliver& deliver) {
+/// What is missing is not waited for any longer.
+void NotificationOrder::goOnWithHeld(const Deliver& deliver) {
     UaTrace::write(UaTrace::Errors, "subscription", "messages of the server from %u on are lost", m_expected);
     m_missing.clear();
-    // What is held lies before `number`, or begins with it.
-    while (!m_held.empty() && !isBefore(number, m_held.begin()->first)) {
+    while (!m_held.empty()) {
         m_expected = m_held.begin()->first;
         deliverHeld(deliver);
     }
-    if (isBefore(m_expected, number)) {
-        m_expected = number;
-    }
+    m_missingUpTo = m_expected;
 }
 
 void NotificationOrder::keptAlive(std::uint32_t nextNumber, const Deliver& deliver) {
@@ -82,7 +85,9 @@ void NotificationOrder::expectUpTo(std::uint32_t number, const Deliver& deliver)
         return;
     }
     if (number - m_expected > longestGap) {
-        goOnFrom(number, deliver);
+        goOnWithHeld(deliver);
+        m_expected = m_missingUpTo = number;
+        m_inOrder = 0;
         return;
     }
     if (isBefore(m_missingUpTo, m_expected)) {
@@ -108,7 +113,7 @@ void NotificationOrder::deliverHeld(const Deliver& deliver) {
         deliver(held->second);
         UA_NotificationMessage_clear(&held->second);
         m_held.erase(held);
-        m_expected = following(m_expected);
+        goOn();
     }
 }
 

@@ -37,10 +37,12 @@ private:
     bool isOld(std::uint32_t number) const;
     void expectUpTo(std::uint32_t number, const Deliver& deliver);
     void hold(UA_NotificationMessage& message);
-    void goOnFrom(std::uint32_t number, const Deliver& deliver);
+    void goOn();
+    void goOnWithHeld(const Deliver& deliver);
     void deliverHeld(const Deliver& deliver);
 
     std::uint32_t m_expected = 1;
+    std::uint32_t m_inOrder = 0;     ///< messages before the expected one, as far as they matter
     std::uint32_t m_missingUpTo = 1; ///< numbers below were told
     std::vector<std::uint32_t> m_missing;
     /// An empty message stands for one that will not come.

@@ -131,7 +131,7 @@ void Publisher::published(std::uint32_t generation, UaStatus status, UaByteView 
 
 bool Publisher::refused(std::uint32_t generation, UaStatus status) {
     // Requests from before the newest subscription have nothing to say about it.
-    if (isWithoutSubscription(status) && generation != m_generation) {
+    if (isWithoutSubscription(status) && (generation != m_generation || !isAnyAlive())) {
         return false;
     }
     if (status.statusCode() == UA_STATUSCODE_BADTOOMANYPUBLISHREQUESTS && m_waiting > 0) {

@@ -1,0 +1,142 @@
+#include "subscription/notification_order.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <vector>
+
+#include <open62541/types_generated_handling.h>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using UaClientSdk::NotificationOrder;
+
+namespace {
+
+class NotificationOrderTest : public testing::Test {
+protected:
+    void arrive(std::uint32_t number, std::size_t size = 1) {
+        UA_NotificationMessage message;
+        UA_NotificationMessage_init(&message);
+        message.sequenceNumber = number;
+        message.notificationDataSize = 1;
+        message.notificationData = UA_ExtensionObject_new();
+        UA_ByteString body;
+        UA_ByteString_allocBuffer(&body, size);
+        UA_ExtensionObject& data = *message.notificationData;
+        data.encoding = UA_EXTENSIONOBJECT_ENCODED_BYTESTRING;
+        data.content.encoded.body = body;
+        order.arrived(message, deliver);
+        UA_NotificationMessage_clear(&message);
+    }
+
+    NotificationOrder order;
+    std::vector<std::uint32_t> delivered;
+    const NotificationOrder::Deliver deliver = [this](UA_NotificationMessage& message) {
+        if (message.notificationDataSize > 0) {
+            delivered.push_back(message.sequenceNumber);
+        }
+    };
+};
+
+} // namespace
+
+TEST_F(NotificationOrderTest, DeliversWhatComesInOrderAtOnce) {
+    for (const std::uint32_t number : {1U, 2U, 3U}) {
+        arrive(number);
+    }
+    EXPECT_THAT(delivered, ElementsAre(1, 2, 3));
+    EXPECT_THAT(order.takeMissing(), IsEmpty());
+}
+
+TEST_F(NotificationOrderTest, HoldsBackWhatComesBehindAGapUntilItIsFilled) {
+    arrive(1);
+    arrive(4);
+    arrive(5);
+    EXPECT_THAT(delivered, ElementsAre(1));
+    EXPECT_THAT(order.takeMissing(), ElementsAre(2, 3));
+    EXPECT_THAT(order.takeMissing(), IsEmpty());
+    arrive(3);
+    EXPECT_THAT(delivered, ElementsAre(1));
+    arrive(2);
+    EXPECT_THAT(delivered, ElementsAre(1, 2, 3, 4, 5));
+}
+
+TEST_F(NotificationOrderTest, GoesOnWithoutWhatIsGivenUp) {
+    arrive(2);
+    arrive(4);
+    EXPECT_THAT(order.takeMissing(), ElementsAre(1, 3));
+    order.givenUp(3, deliver);
+    EXPECT_THAT(delivered, IsEmpty());
+    order.givenUp(1, deliver);
+    EXPECT_THAT(delivered, ElementsAre(2, 4));
+    order.givenUp(1, deliver);
+    arrive(3);
+    EXPECT_THAT(delivered, ElementsAre(2, 4));
+    arrive(5);
+    EXPECT_THAT(delivered, ElementsAre(2, 4, 5));
+}
+
+TEST_F(NotificationOrderTest, DeliversWhatComesTwiceOnce) {
+    arrive(1);
+    arrive(1);
+    arrive(3);
+    arrive(3);
+    arrive(2);
+    arrive(2);
+    arrive(3);
+    EXPECT_THAT(delivered, ElementsAre(1, 2, 3));
+}
+
+TEST_F(NotificationOrderTest, AKeepAliveShowsThatTheLastOneIsMissing) {
+    arrive(1);
+    order.keptAlive(2, deliver);
+    EXPECT_THAT(order.takeMissing(), IsEmpty());
+    order.keptAlive(3, deliver);
+    EXPECT_THAT(order.takeMissing(), ElementsAre(2));
+    arrive(4);
+    EXPECT_THAT(order.takeMissing(), ElementsAre(3));
+    arrive(3);
+    arrive(2);
+    EXPECT_THAT(delivered, ElementsAre(1, 2, 3, 4));
+}
+
+TEST_F(NotificationOrderTest, TakesALeapAsItComes) {
+    arrive(1);
+    arrive(1000000);
+    EXPECT_THAT(delivered, ElementsAre(1, 1000000));
+    arrive(4000000000U);
+    arrive(4000000001U);
+    EXPECT_THAT(delivered, ElementsAre(1, 1000000, 4000000000U, 4000000001U));
+    EXPECT_THAT(order.takeMissing(), IsEmpty());
+}
+
+TEST_F(NotificationOrderTest, ALeapDeliversWhatWasHeldBefore) {
+    arrive(1);
+    arrive(3);
+    arrive(1000);
+    EXPECT_THAT(delivered, ElementsAre(1, 3, 1000));
+    arrive(1001);
+    EXPECT_THAT(delivered, ElementsAre(1, 3, 1000, 1001));
+}
+
+TEST_F(NotificationOrderTest, BeginsAnewAfterTheLastNumberWithout0) {
+    arrive(1);
+    arrive(UINT32_MAX - 1);
+    arrive(UINT32_MAX);
+    arrive(1);
+    arrive(2);
+    EXPECT_THAT(delivered, ElementsAre(1, UINT32_MAX - 1, UINT32_MAX, 1, 2));
+    EXPECT_THAT(order.takeMissing(), IsEmpty());
+}
+
+TEST_F(NotificationOrderTest, HoldsBackNoMoreThanItsBound) {
+    arrive(1);
+    for (std::uint32_t number = 3; number < 30; ++number) {
+        arrive(number, std::size_t{1} << 20U);
+    }
+    ASSERT_GE(delivered.size(), 10U);
+    arrive(30);
+    EXPECT_EQ(delivered.back(), 30U);
+}
