@@ -1,6 +1,6 @@
 #include "soak/figures.h"
+#include "soak/network.h"
 #include "soak/workers.h"
-#include "support/outage_proxy.h"
 #include "support/server_process.h"
 
 #include <algorithm>
@@ -42,7 +42,7 @@ private:
     std::mt19937 m_random;
     test_support::PlantServer m_server{{"--security", "--tags", "400", "--change-tags", "200",
                                         "--change-interval", "200", "--page-size", "100"}};
-    OutageProxy m_network{m_server.port()};
+    soak::Network m_network{m_server.port()};
     soak::Work m_work;
     std::vector<std::unique_ptr<soak::Worker>> m_workers;
     std::unique_ptr<soak::Gate> m_gate;
@@ -147,6 +147,9 @@ int soakFor(double minutes, unsigned seed, bool judged) {
 
 int main(int argc, char** argv) {
     try {
+        if (argc == 3 && std::strcmp(argv[1], soak::networkOption) == 0) {
+            return soak::runNetwork(static_cast<std::uint16_t>(std::strtoul(argv[2], nullptr, 10)));
+        }
         if (argc == 2 && std::strcmp(argv[1], "--smoke") == 0) {
             return soakFor(0.1, 1, false);
         }

@@ -31,6 +31,7 @@ COpcUaClient::COpcUaClient()
 }
 
 COpcUaClient::~COpcUaClient() {
+    m_ending = true;
     m_callback->deliveries.close();
     // A callback holds the lock of the items. Disconnecting deletes its subscription as well.
     if (m_subscription && !m_callback->deliveries.isInside()) {

@@ -137,6 +137,8 @@ private:
     OPCUACLIENT_LOCAL int removeItem(UaClientSdk::UaSubscription& subscription, const OpcUaNode& node,
                                      const unsigned long* index, int count);
     OPCUACLIENT_LOCAL int removeAllItems(UaClientSdk::UaSubscription& subscription);
+    /// Settings of the calls that delete items and subscription.
+    OPCUACLIENT_LOCAL UaClientSdk::ServiceSettings removalSettings() const;
 
     OpcUaNode* m_browseCursor; ///< root that browsing made last; a record of the browse tree
     std::atomic<const char*> m_errorText;
@@ -151,5 +153,6 @@ private:
     void* m_applicationCallback; ///< COpcUaClientInterface::OpcUaCallBack, the application's own
     pthread_mutex_t m_mutex;     ///< serialises what uses the session
     std::unique_ptr<NodeLookup> m_lookup;
+    bool m_ending = false;     ///< in the destructor
     std::mutex m_sessionMutex; ///< held by who puts a session in place or ends it
 };

@@ -12,8 +12,7 @@ using namespace UaClientSdk;
 namespace {
 
 /// Whether the service, and the first of the items, succeeded.
-bool deleteItems(UaSubscription& subscription, const UaUInt32Array& ids) {
-    ServiceSettings settings;
+bool deleteItems(UaSubscription& subscription, ServiceSettings settings, const UaUInt32Array& ids) {
     UaStatusCodeArray results;
     return subscription.deleteMonitoredItems(settings, ids, results).isGood() && results.length() > 0 &&
            !OpcUa_IsNotGood(results[0]);
@@ -24,6 +23,16 @@ OpcUa_UInt32 idOf(const _monitItemMsg& item) {
 }
 
 } // namespace
+
+ServiceSettings COpcUaClient::removalSettings() const {
+    // A client that ends doesn't wait for a silent server: with the session all the rest goes as well.
+    constexpr OpcUa_Int32 shortly = 300;
+    ServiceSettings settings;
+    if (m_ending) {
+        settings.callTimeout = shortly;
+    }
+    return settings;
+}
 
 int COpcUaClient::OpcUaRemoveMonitNode(OpcUaNode* node, unsigned long* index, int count) {
     if (!node) {
@@ -55,7 +64,7 @@ int COpcUaClient::removeItem(UaSubscription& subscription, const OpcUaNode& node
     UaUInt32Array ids;
     ids.create(1);
     ids[0] = idOf(item->second);
-    if (!deleteItems(subscription, ids)) {
+    if (!deleteItems(subscription, removalSettings(), ids)) {
         return fail(result::unmonitorFailed);
     }
     m_callback->forgetMonitoredItem(item);
@@ -80,7 +89,7 @@ int COpcUaClient::removeAllItems(UaSubscription& subscription) {
     ids.create(static_cast<OpcUa_UInt32>(items.size()));
     std::transform(items.begin(), items.end(), ids.rawData(),
                    [](const auto& item) { return idOf(item.second); });
-    if (!deleteItems(subscription, ids)) {
+    if (!deleteItems(subscription, removalSettings(), ids)) {
         return fail(result::clearFailed);
     }
     m_callback->forgetMonitoredItems();

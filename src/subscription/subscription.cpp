@@ -60,7 +60,7 @@ int COpcUaClient::OpcUaDeleteSubScription() {
     if (!current || !subscription) {
         return fail(result::noSubscription);
     }
-    ServiceSettings settings;
+    ServiceSettings settings = removalSettings();
     const UaStatus status = current->deleteSubscription(settings, &subscription, 100);
     m_callback->forgetMonitoredItems();
     m_subscription = nullptr;

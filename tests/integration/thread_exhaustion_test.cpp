@@ -135,19 +135,22 @@ TEST_P(ThreadExhaustion, OfASecuredConnect) {
 
 TEST_P(ThreadExhaustion, OfASubscription) {
     ASSERT_EQ(connect(), 0);
+    ASSERT_EQ(client.OpcUaDisConnect(), 0);
     const Holdings before;
+    ASSERT_EQ(connect(), 0);
     for (int round = 0; round < rounds; ++round) {
         const int code = withFewThreads([this] { return client.OpcUaCreateSubScription(50); });
         EXPECT_THAT(code, AnyOf(0, 9));
         EXPECT_EQ(client.OpcUaGetConnectStatus(), connected);
         EXPECT_EQ(client.OpcUaDeleteSubScription(), code == 0 ? 0 : 11);
     }
-    EXPECT_TRUE(waitUntil([&] { return Holdings() == before; }));
     ASSERT_EQ(client.OpcUaCreateSubScription(50), 0);
     OpcUaNode record{};
     setField(record.nodeId, "ns=3;s=TestRack.Scalar.Int32");
     ASSERT_EQ(client.OpcUaAddMonitNode(&record, nullptr, 0), 0);
     EXPECT_TRUE(waitUntil([this] { return application.changes > 0; }));
+    ASSERT_EQ(client.OpcUaDisConnect(), 0);
+    EXPECT_TRUE(waitUntil([&] { return Holdings() == before; }));
 }
 
 TEST_P(ThreadExhaustion, OfADiscovery) {

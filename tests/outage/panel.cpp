@@ -122,8 +122,12 @@ bool Panel::waitFor(Condition condition) {
 }
 
 void Panel::OpcUaDataChange(_OpcUaDataChangeMsg message) {
-    const int status = m_client->OpcUaGetConnectStatus();
-    if (status != connectionUsable && status != subscriptionSilent) {
+    // The status comes from another thread: it may be a moment later, but it doesn't wait for this.
+    const auto hasConnection = [this] {
+        const int status = m_client->OpcUaGetConnectStatus();
+        return status == connectionUsable || status == subscriptionSilent;
+    };
+    if (!waitUntil(hasConnection, 5s)) {
         ++m_changesWithoutConnection;
     }
     const std::lock_guard<std::mutex> lock(m_mutex);

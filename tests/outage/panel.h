@@ -38,7 +38,7 @@ public:
     bool waitForLatest(const std::unordered_map<std::string, double>& values);
     /// True as soon as the latest value of a node that grows is at least this.
     bool waitForAtLeast(const std::string& nodeId, double value);
-    /// Changes that came while the status said that there is no connection.
+    /// Changes that came while the status went on saying that there is no connection.
     int changesWithoutConnection() const { return m_changesWithoutConnection; }
 
 private:

@@ -1,5 +1,5 @@
 // suspended_client URL NODE: monitors one node and writes "ready" with its first value. Once it finds that it
-// has been suspended it watches its status for ten seconds, and writes every one that it met and the result
+// has been suspended it watches its status for seven seconds, and writes every one that it met and the result
 // of a read.
 #include <atomic>
 #include <chrono>
@@ -71,7 +71,7 @@ int main(int argc, char** argv) {
     std::puts("ready");
     std::fflush(stdout);
     waitForSuspension(beforeReady);
-    const std::string statuses = statusesOf(client, 10s);
+    const std::string statuses = statusesOf(client, 7s);
     double value = 0;
     int size = 0;
     const int code = client.OpcUaGetValue(&node, &value, size);

@@ -254,6 +254,14 @@ TEST_F(Subscription, TheDestructorClearsThenDeletesThenDisconnects) {
     EXPECT_THAT(script().requests<standin::DeleteItemsRequest>().at(0).ids, ElementsAre(5001U, 5002U));
 }
 
+TEST_F(Subscription, TheDestructorWaitsForNoSilentServer) {
+    ASSERT_EQ(add("ns=2;s=A"), 0);
+    watchFromHere();
+    m_client.reset();
+    EXPECT_EQ(script().requests<standin::DeleteItemsRequest>().at(0).settings.callTimeout, 300);
+    EXPECT_EQ(script().requests<DeleteSubscriptionRequest>().at(0).settings.callTimeout, 300);
+}
+
 TEST_F(Subscription, TheDestructorFreesItemsOfALostConnection) {
     ASSERT_EQ(add("ns=2;s=A"), 0);
     script().onIsConnected = [] { return false; };

@@ -20,6 +20,8 @@ constexpr unsigned int doublings = 7; // 12.8 s
 constexpr unsigned int lastingRefusals = 3;
 
 constexpr std::chrono::seconds republishLimit(10);
+/// How far data may be behind the first that a server says after a silence.
+constexpr std::chrono::seconds dataLag(2);
 /// To get a small request onto the wire.
 constexpr int sendLimit = 1000; // ms
 
@@ -161,7 +163,7 @@ bool Publisher::takeMessage(std::uint32_t id, UA_NotificationMessage& message) {
         return false;
     }
     Kept& subscription = entry->second;
-    subscription.lastHeard = Clock::now();
+    subscription.hear(Clock::now());
     subscription.silent = false;
     const auto deliverOne = [&](UA_NotificationMessage& one) { deliver(subscription, one); };
     if (message.notificationDataSize == 0) {
@@ -304,11 +306,13 @@ Clock::time_point Publisher::giveUpLate(Clock::time_point now) {
 void Publisher::forgetSilence() {
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (auto& entry : m_subscriptions) {
-        entry.second.lastHeard = Clock::now();
+        entry.second.hear(Clock::now());
     }
 }
 
-Clock::time_point Publisher::judgeSilence(Clock::time_point now) {
+/// A server that says nothing at all is the watchdog's to judge: its next question makes it speak, or not.
+/// One that speaks again may have the data right behind what came first.
+Clock::time_point Publisher::judgeSilence(Clock::time_point now, Clock::time_point serverHeard) {
     Clock::time_point next = Clock::time_point::max();
     for (auto& entry : m_subscriptions) {
         Kept& subscription = entry.second;
@@ -316,12 +320,20 @@ Clock::time_point Publisher::judgeSilence(Clock::time_point now) {
         if (subscription.ended || subscription.silent) {
             continue;
         }
-        if (now >= limit) {
+        if (now < limit) {
+            next = std::min(next, limit);
+        } else if (serverHeard >= limit) {
+            if (subscription.overdueSince == Clock::time_point()) {
+                subscription.overdueSince = now;
+            }
+            const Clock::time_point verdict = subscription.overdueSince + dataLag;
+            if (now < verdict) {
+                next = std::min(next, verdict);
+                continue;
+            }
             UaTrace::write(UaTrace::Errors, "subscription",
                            "the server has sent neither data nor keep-alive in time");
             subscription.silent = true;
-        } else {
-            next = std::min(next, limit);
         }
     }
     tellFlow();
@@ -337,7 +349,7 @@ Clock::time_point Publisher::keepHouse(Pipe& pipe, bool silent) {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         const Clock::time_point now = Clock::now();
-        next = std::min(judgeSilence(now), giveUpLate(now));
+        next = std::min(judgeSilence(now, pipe.lastHeard()), giveUpLate(now));
         if (now < m_notBefore && isAnyAlive()) {
             next = std::min(next, m_notBefore);
         }

@@ -55,8 +55,14 @@ private:
     struct Kept : Subscription {
         NotificationOrder order;
         Clock::time_point lastHeard;
-        bool ended = false;  ///< on the server
-        bool silent = false; ///< for longer than it may be
+        Clock::time_point overdueSince; ///< as found while the server speaks; the beginning of time if not
+        bool ended = false;             ///< on the server
+        bool silent = false;            ///< for longer than it may be
+
+        void hear(Clock::time_point now) {
+            lastHeard = now;
+            overdueSince = Clock::time_point();
+        }
     };
     struct Missing {
         std::uint32_t subscriptionId;
@@ -81,7 +87,7 @@ private:
     void giveUp(std::uint32_t id, std::uint32_t number);
     void tellFlow();
     bool isAnyAlive() const;
-    Clock::time_point judgeSilence(Clock::time_point now);
+    Clock::time_point judgeSilence(Clock::time_point now, Clock::time_point serverHeard);
     Clock::time_point giveUpLate(Clock::time_point now);
 
     bool sendPublish(Pipe& pipe);
