@@ -31,8 +31,9 @@ def sources(build):
 
 
 def headers(build):
-    """Every header, compiled as the nearest source is."""
+    """Every header, compiled as the nearest source is, but finding what any source finds."""
     compiled = [source for source in sources(build) if source.path.suffix == ".cpp"]
+    folders = sorted({flag for source in compiled for flag in source.flags if flag.startswith("-I")})
     found = []
     for folder in FOLDERS:
         for header in sorted((ROOT / folder).rglob("*.h")):
@@ -40,7 +41,7 @@ def headers(build):
                 continue
             nearest = max(compiled, key=lambda source: (len(os.path.commonpath([source.path, header])),
                                                         f"-I{header.parent}" in source.flags))
-            found.append(Compilation(header, nearest.compiler, nearest.flags, nearest.folder))
+            found.append(Compilation(header, nearest.compiler, nearest.flags + folders, nearest.folder))
     if not found:
         raise SystemExit("no headers found")
     return found

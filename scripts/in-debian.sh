@@ -29,7 +29,7 @@ archive=$(debian_archive)
 [ -n "$archive" ] || die "no Debian archive in this machine's apt configuration"
 
 cache=${XDG_CACHE_HOME:-$HOME/.cache}/opcuaclient-in-debian/$release
-mkdir -p "$cache/archives/partial" "$cache/home"
+mkdir -p "$cache/archives" "$cache/home"
 work=$(mktemp -d "$cache/run.XXXXXX")
 system=$work/system
 inside=
@@ -54,7 +54,7 @@ make_base() {
   echo "in-debian: making a bare Debian $release"
   debootstrap --variant=minbase --include=ca-certificates,ccache "$suite" "$system" "$archive" >"$work/debootstrap.log" ||
     { tail "$work/debootstrap.log" >&2; die "debootstrap failed"; }
-  rm -f "$cache"/base-*.tar "$system"/var/cache/apt/archives/*.deb
+  rm -f "$cache"/base-*.tar "$cache"/archives/*.deb "$system"/var/cache/apt/archives/*.deb
   tar -C "$system" -cf "$work/base.tar" .
   mv "$work/base.tar" "$base"
   rm -rf "$system"
@@ -93,11 +93,13 @@ live() {
   for device in 0:stdin 1:stdout 2:stderr; do
     ln -s "/proc/self/fd/${device%:*}" "$system/dev/${device#*:}"
   done
-  mount --bind "$cache/archives" "$system/var/cache/apt/archives"
   mkdir -p "$system/root/.cache"
   mount --bind "$cache/home" "$system/root/.cache"
   chroot "$system" sh -c 'cd /root/opcuaclient && exec "$@"' sh "$@"
 }
+
+# $1, $2 where they are and where they are to be, too.
+share_archives() { find "$1" -maxdepth 1 -name '*.deb' -exec cp --link --no-clobber -t "$2" {} +; }
 
 packages() { dpkg-query --admindir="$system/var/lib/dpkg" -W | sort; }
 
@@ -107,6 +109,7 @@ mkdir "$system"
 tar -C "$system" -xf "$base"
 carry_over_network
 git clone -q --no-hardlinks "$repository" "$system/root/opcuaclient"
+share_archives "$cache/archives" "$system/var/cache/apt/archives"
 packages >"$work/packages"
 
 environment=(HOME=/root PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin npm_config_cache=/root/.cache/npm)
@@ -124,6 +127,7 @@ code=0
 wait "$inside" || code=$?
 inside=
 
+share_archives "$system/var/cache/apt/archives" "$cache/archives"
 packages >"$work/packages-after"
 changed=$(comm -23 "$work/packages" "$work/packages-after")
 [ -z "$changed" ] || die "packages of the bare system were changed:"$'\n'"$changed"

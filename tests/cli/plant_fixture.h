@@ -27,7 +27,7 @@ protected:
         return run(call(command, rest));
     }
     nlohmann::json cliJson(const std::string& command, Arguments rest = {}) const {
-        rest.push_back("--json");
+        rest.emplace_back("--json");
         const CliResult result = cli(command, rest);
         EXPECT_EQ(result.exitCode, 0) << result.error;
         EXPECT_EQ(result.error, "");
