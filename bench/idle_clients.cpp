@@ -84,7 +84,7 @@ int runIdleClients(const std::vector<std::string>& arguments) {
     const std::chrono::milliseconds duration(std::stol(arguments.at(3)));
     const IdleCost cost = kind == rawKind ? costOf<DrivenRawClient>(url, count, duration)
                                           : costOf<FacadeClient>(url, count, duration);
-    std::cout << std::setprecision(12) << cost.bytes << " " << cost.cpuSecondsPerMinute << std::endl;
+    std::cout << std::setprecision(12) << cost.bytes << " " << cost.cpuSecondsPerMinute << '\n' << std::flush;
     return 0;
 }
 

@@ -19,7 +19,7 @@ int entriesOf(const char* directory) {
 
 template <typename Figure>
 double median(const std::vector<Figures>& samples, std::size_t first, std::size_t end,
-              Figure Figures::*which) {
+              Figure Figures::* which) {
     std::vector<double> values;
     for (std::size_t i = first; i < end; ++i) {
         values.push_back(static_cast<double>(samples[i].*which));

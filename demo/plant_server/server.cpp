@@ -35,6 +35,8 @@ void requireFreePort(const std::string& address, UA_UInt16 port) {
     wanted.sin_port = htons(port);
     inet_pton(AF_INET, address.c_str(), &wanted.sin_addr);
     const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (probe < 0)
+        throw std::runtime_error(std::string("cannot make a socket: ") + std::strerror(errno));
     const int reuse = 1;
     setsockopt(probe, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
     const bool free = bind(probe, reinterpret_cast<const sockaddr*>(&wanted), sizeof wanted) == 0;

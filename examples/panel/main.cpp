@@ -23,7 +23,7 @@ namespace {
 void show(const std::string& line) {
     static std::mutex mutex;
     const std::lock_guard<std::mutex> lock(mutex);
-    std::cout << line << std::endl;
+    std::cout << line << '\n' << std::flush;
 }
 
 std::string field(const char* text, std::size_t size) {

@@ -1,7 +1,13 @@
+#include <algorithm>
 #include <climits>
 #include <cmath>
+#include <cstddef>
+#include <cstring>
 #include <limits>
+#include <stdexcept>
 #include <tuple>
+#include <utility>
+#include <vector>
 
 #include "array_values.h"
 #include "client_test.h"
@@ -458,9 +464,10 @@ TEST_F(ArrayValue, RefusedWriteFails) {
         {OpcUa_Good, {bothBitsStatus}, 8},
         {uncertainStatus, {OpcUa_Good}, 0},
         {goodWithDetails, {goodWithDetails}, 0}};
-    for (const auto& [service, node, result] : rows) {
+    for (const auto& [serviceStatus, nodeStatuses, result] : rows) {
         storeEarlierMessage();
-        script().onWrite = [service = service, node = node](const WriteRequest&, UaStatusCodeArray& results) {
+        script().onWrite = [service = serviceStatus, node = nodeStatuses](const WriteRequest&,
+                                                                          UaStatusCodeArray& results) {
             results.create(static_cast<OpcUa_UInt32>(node.size()));
             std::copy(node.begin(), node.end(), results.rawData());
             return UaStatus(service);

@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace plant_server {
@@ -69,11 +70,12 @@ private:
 template <class T>
 void LiveVariables::control(const Branch& branch, const std::string& name, const T& initial,
                             const std::string& description, std::function<UA_StatusCode(const T&)> write) {
-    addControl(branch, name, Value::scalar(initial), description, [write](const UA_Variant& value) {
-        if (!UA_Variant_hasScalarType(&value, BuiltInType<T>::description()))
-            return UA_StatusCode(UA_STATUSCODE_BADTYPEMISMATCH);
-        return write(*static_cast<const T*>(value.data));
-    });
+    addControl(branch, name, Value::scalar(initial), description,
+               [write = std::move(write)](const UA_Variant& value) {
+                   if (!UA_Variant_hasScalarType(&value, BuiltInType<T>::description()))
+                       return UA_StatusCode(UA_STATUSCODE_BADTYPEMISMATCH);
+                   return write(*static_cast<const T*>(value.data));
+               });
 }
 
 /// Nodes that tests write to make things happen. It lives as long as the server.

@@ -189,7 +189,7 @@ struct JsonMaker {
 private:
     template <typename Real>
     static Json realJson(Real value) {
-        const std::string text = toText(value);
+        std::string text = toText(value);
         if (!std::isfinite(value))
             return text;
         // A Float widened bit by bit would show digits that it never had.
