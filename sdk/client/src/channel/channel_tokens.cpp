@@ -20,7 +20,7 @@ constexpr std::uint32_t shortestLifetime = 1000; // ms
 /// Until a renewal that did not get onto the wire is tried again.
 constexpr std::chrono::milliseconds retryPause(100);
 /// Tokens that are kept for what the server still sends under them.
-constexpr std::size_t mostTokens = 64;
+constexpr std::size_t mostTokens = 512;
 
 /// Each costs a private key's operation.
 constexpr unsigned int mostUnaskedOpens = 3;
