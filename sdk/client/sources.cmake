@@ -8,8 +8,10 @@ add_sdk_library(uaclientcpp FOLDER client
     channel/channel_tokens.cpp
     channel/chunk_protection.cpp
     channel/chunk_reader.cpp
+    channel/connection_trace.cpp
     channel/open_channel.cpp
     channel/open_protection.cpp
+    channel/refusal.cpp
     channel/secure_channel.cpp
     discovery.cpp
     encoding/answer_decoding.cpp
@@ -19,7 +21,6 @@ add_sdk_library(uaclientcpp FOLDER client
     session/callbacks.cpp
     session/connection_state.cpp
     session/endpoint_offers.cpp
-    channel/refusal.cpp
     session/security_info.cpp
     session/session.cpp
     session/session_opening.cpp

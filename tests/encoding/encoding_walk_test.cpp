@@ -110,8 +110,10 @@ TEST(EncodingWalk, RefusesVariantsOfNoType) {
     for (unsigned first = 1; first < 256; ++first) {
         Bytes bytes(20);
         bytes[0] = static_cast<OpcUa_Byte>(first);
-        // What is empty and has dimensions the engine refuses where we do not.
-        if ((first & 0xC0) != 0xC0) {
+        const unsigned int shape = first & 0xC0U;
+        if (shape == 0x40) { // dimensions of no array, which the engine overlooks
+            EXPECT_NE(walk(bytes, variantType), OpcUa_Good) << first;
+        } else if (shape != 0xC0) { // what is empty and has dimensions the engine refuses where we do not
             EXPECT_EQ(walk(bytes, variantType) == OpcUa_Good, engineDecodes(bytes, variantType)) << first;
         }
     }

@@ -70,7 +70,7 @@ TEST_F(Trace, LevelTwoTellsWhatTheServerSaidOfANodeThatIsNotReadOrWritten) {
     }
 }
 
-TEST_F(Trace, ConnectionLifeCycleOfTheEngineIsIncludedFromLevelThreeOn) {
+TEST_F(Trace, LifeCycleOfTheChannelIsIncludedFromLevelThreeOn) {
     init(2);
     ASSERT_EQ(connect(), 0);
     ASSERT_EQ(client.OpcUaDisConnect(), 0);

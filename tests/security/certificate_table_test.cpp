@@ -48,12 +48,10 @@ bool isServed(const Case& row) {
            !UaPkiCertificate::fromDER(material::chain(row.sent)).isNull();
 }
 
-/// Accepted or not, no channel can be made with a key that its policy does not allow, and no password be
-/// encrypted to one by a token policy that demands more than the channel without security.
+/// Accepted or not, no password is encrypted to a key that is too short for the token policy, which demands
+/// more than the channel without security.
 bool canSecureAChannel(const Case& row) {
-    const std::string sent = row.sent;
-    const bool isTooShort = sent == "self_short" && (row.expected != good || row.policy == policyNone);
-    return isServed(row) && !isTooShort && sent != "self_too_long";
+    return isServed(row) && !(std::string(row.sent) == "self_short" && row.policy == policyNone);
 }
 
 class ServerCertificate : public SecuredClientTest {

@@ -38,21 +38,13 @@ protected:
     void expectChanged(const std::vector<Endpoint>& query, const std::vector<Endpoint>& session) {
         answerOtherwise(query, session);
         expectRefused(UA_STATUSCODE_BADSECURITYCHECKSFAILED,
-                      "the server's endpoints with " + m_wanted +
-                          " are not the same with the session as in "
-                          "the query before it: one of the two lists was changed on the way");
+                      "the server's endpoints are not the same with the session as in the query before it: "
+                      "one of the two lists was changed on the way");
     }
     void expectSame(const std::vector<Endpoint>& query, const std::vector<Endpoint>& session) {
         answerOtherwise(query, session);
         expectAccepted();
     }
-    void askFor(const std::string& policy, UA_MessageSecurityMode mode, const std::string& text) {
-        ask(policy, mode);
-        m_wanted = text;
-    }
-
-private:
-    std::string m_wanted = "Basic256Sha256 with mode SignAndEncrypt";
 };
 
 // ---- nonce
@@ -244,7 +236,7 @@ TEST_F(SessionAnswer, AChangedListIsRefusedForEveryUser) {
 
 TEST_F(SessionAnswer, APasswordStaysWhereTheQueryWasChanged) {
     askAs(byPassword);
-    askFor("Basic256Sha256", signOnly, "Basic256Sha256 with mode Sign");
+    ask("Basic256Sha256", signOnly);
     const Endpoint genuine = endpoint({name, clearName});
     const Endpoint stripped = endpoint({clearName});
     expectChanged({stripped}, {genuine});
@@ -252,7 +244,7 @@ TEST_F(SessionAnswer, APasswordStaysWhereTheQueryWasChanged) {
     // The genuine endpoint beside one that attracts.
     Endpoint attractive = endpoint({{byPassword, "attractive", "Aes256_Sha256_RsaPss"}});
     expectChanged({attractive, genuine}, {genuine});
-    askFor("None", none, "None with mode None");
+    ask("None", none);
     expectChanged({endpoint({clearName})}, {endpoint({{byPassword, "name", "Basic256Sha256"}, clearName})});
 }
 

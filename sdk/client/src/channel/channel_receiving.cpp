@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "channel/connection_trace.h"
 #include "channel/refusal.h"
 #include "channel/secure_channel.h"
 #include "encoding/wire.h"
@@ -57,6 +58,7 @@ UaStatus SecureChannel::next(IncomingMessage& message, bool& found) {
             return status;
         }
     }
+    traceAnswer(message.requestId, message.body.size);
     return UaStatus();
 }
 
@@ -80,14 +82,16 @@ UaStatus SecureChannel::openChunk(const Chunk& chunk, UaByteView& sequenced) {
         return giveUp(UA_STATUSCODE_BADTCPSECURECHANNELUNKNOWN, "a message of another channel");
     }
     Token* const token = findToken(readUInt32(chunk.data + channelHeaderLength));
-    // Before the time is looked at: the newest token is the server's to end.
-    if (token == nullptr || (token != &m_tokens.front() && Clock::now() >= token->expiry)) {
-        return giveUp(UA_STATUSCODE_BADSECURECHANNELTOKENUNKNOWN,
-                      "a message under a token that is not valid");
+    if (token == nullptr) {
+        return giveUp(UA_STATUSCODE_BADSECURECHANNELTOKENUNKNOWN, "a message under a token that is unknown");
     }
     const UaStatus status = m_protection.open(chunk.data, chunk.size, token->receiveKeys, sequenced);
     if (status.isBad()) {
         return giveUp(status, "a message whose protection does not hold");
+    }
+    if (!maySpeakUnder(*token, readUInt32(sequenced.data + 4))) {
+        return giveUp(UA_STATUSCODE_BADSECURECHANNELTOKENUNKNOWN,
+                      "a message under a token that is no more valid");
     }
     return takeSequenceNumber(readUInt32(sequenced.data));
 }

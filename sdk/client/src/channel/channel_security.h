@@ -19,4 +19,17 @@ struct ChannelSecurity {
     bool isNone() const { return policy->isNone(); }
 };
 
+inline const char* modeName(int mode) {
+    switch (mode) {
+    case OpcUa_MessageSecurityMode_None:
+        return "None";
+    case OpcUa_MessageSecurityMode_Sign:
+        return "Sign";
+    case OpcUa_MessageSecurityMode_SignAndEncrypt:
+        return "SignAndEncrypt";
+    default:
+        return "invalid";
+    }
+}
+
 } // namespace UaClientSdk

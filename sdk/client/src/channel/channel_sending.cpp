@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "channel/connection_trace.h"
 #include "channel/refusal.h"
 #include "channel/secure_channel.h"
 #include "encoding/type_id.h"
@@ -59,12 +60,13 @@ UaStatus SecureChannel::checkRequestSize(std::size_t bodySize) const {
 
 UaStatus SecureChannel::send(std::uint32_t requestId, const void* request, const UA_DataType& type,
                              RoomToSend& room) {
-    adoptSendToken();
+    adoptSendToken(requestId);
     const std::size_t bodySize = typeIdLength + UA_calcSizeBinary(request, &type);
     UaStatus status = checkRequestSize(bodySize);
     if (status.isBad()) {
         return status;
     }
+    traceRequest(requestId, type, bodySize);
     if (bodySize <= m_protection.bodyRoom(m_sendChunkSize)) {
         status = encodeBody(request, type, m_sendBuffer.get() + bodyOffset, bodySize);
         return status.isBad() ? status : sendChunk("MSGF", requestId, bodySize, room);
@@ -119,7 +121,7 @@ void SecureChannel::sendClose(std::uint32_t requestId) {
     if (m_sendBuffer == nullptr || m_halfSent) {
         return;
     }
-    adoptSendToken();
+    adoptSendToken(requestId);
     const UA_DataType& type = UA_TYPES[UA_TYPES_CLOSESECURECHANNELREQUEST];
     UA_CloseSecureChannelRequest request{};
     request.requestHeader.timestamp = UaDateTime::now().ticks();
@@ -129,6 +131,7 @@ void SecureChannel::sendClose(std::uint32_t requestId) {
     if (!checkRequestSize(bodySize).isBad() &&
         !encodeBody(&request, type, m_sendBuffer.get() + bodyOffset, bodySize).isBad()) {
         sendChunk("CLOF", requestId, bodySize, room);
+        traceChannel("channel %u closed", m_channelId);
     }
 }
 

@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <iterator>
 
 #include <open62541/types_generated_handling.h>
 
+#include "channel/connection_trace.h"
 #include "channel/refusal.h"
 #include "channel/secure_channel.h"
 #include "encoding/answer_decoding.h"
@@ -18,7 +20,7 @@ constexpr std::uint32_t shortestLifetime = 1000; // ms
 /// Until a renewal that did not get onto the wire is tried again.
 constexpr std::chrono::milliseconds retryPause(100);
 /// Tokens that are kept for what the server still sends under them.
-constexpr std::size_t mostTokens = 8;
+constexpr std::size_t mostTokens = 64;
 
 /// Each costs a private key's operation.
 constexpr unsigned int mostUnaskedOpens = 3;
@@ -105,9 +107,11 @@ Clock::time_point SecureChannel::tokenExpiry() const {
 }
 
 /// What is sent uses the new token as soon as there is one.
-void SecureChannel::adoptSendToken() {
+void SecureChannel::adoptSendToken(std::uint32_t requestId) {
     if (m_hasNextSendToken) {
         const std::lock_guard<std::mutex> lock(m_renewalMutex);
+        m_tokens.front().isSentUnder = true;
+        m_tokens.front().firstRequest = requestId;
         m_sendToken = std::move(*m_nextSendToken);
         m_nextSendToken.reset();
         m_hasNextSendToken = false;
@@ -118,6 +122,21 @@ SecureChannel::Token* SecureChannel::findToken(std::uint32_t id) {
     const auto token =
         std::find_if(m_tokens.begin(), m_tokens.end(), [id](const Token& known) { return known.id == id; });
     return token != m_tokens.end() ? &*token : nullptr;
+}
+
+/// The newest token is the server's to end, older ones are over with their lifetime. But there are servers
+/// that answer under the token that the request came with, and a Publish request may wait for longer than
+/// that.
+bool SecureChannel::maySpeakUnder(const Token& token, std::uint32_t requestId) const {
+    if (&token == &m_tokens.front() || Clock::now() < token.expiry) {
+        return true;
+    }
+    const std::lock_guard<std::mutex> lock(m_renewalMutex);
+    const auto own = std::find_if(m_tokens.begin(), m_tokens.end(),
+                                  [&token](const Token& known) { return &known == &token; });
+    const auto next = std::find_if(std::make_reverse_iterator(own), m_tokens.rend(),
+                                   [](const Token& newer) { return newer.isSentUnder; });
+    return next == m_tokens.rend() || static_cast<std::int32_t>(requestId - next->firstRequest) < 0;
 }
 
 UaStatus SecureChannel::takeOpenAnswer(const Chunk& chunk) {
@@ -226,6 +245,9 @@ UaStatus SecureChannel::installToken(std::uint32_t channelId, const UA_OpenSecur
     m_hasNextSendToken = true;
     m_renewalDue = Clock::now() + lifetime * 3 / 4;
     m_tokenExpiry = m_tokens.front().expiry;
+    traceChannel("channel %u %s: policy %s, mode %s, token %u for %lld ms", m_channelId,
+                 isFirst ? "opened" : "renewed", policy.name, modeName(m_security.mode), m_tokens.front().id,
+                 static_cast<long long>(lifetime.count()));
     return UaStatus();
 }
 

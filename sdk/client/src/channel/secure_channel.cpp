@@ -131,7 +131,7 @@ UaStatus SecureChannel::openToken(const Deadline& deadline) {
                       "the server sends a message before the channel is open");
     }
     status = takeOpenAnswer(chunk);
-    adoptSendToken();
+    adoptSendToken(firstRequest);
     return status;
 }
 

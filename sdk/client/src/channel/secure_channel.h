@@ -95,6 +95,8 @@ private:
         std::uint32_t id = 0;
         Clock::time_point expiry;
         UaPkiSymmetricKeys receiveKeys;
+        bool isSentUnder = false;       ///< guarded by m_renewalMutex, as is the next
+        std::uint32_t firstRequest = 0; ///< that was sent under it
     };
     struct SendToken {
         std::uint32_t id = 0;
@@ -112,7 +114,7 @@ private:
     UaStatus sendInPieces(std::uint32_t requestId, UaByteView body, RoomToSend& room);
     UaStatus checkRequestSize(std::size_t bodySize) const;
     std::uint32_t nextSequenceNumber() const;
-    void adoptSendToken();
+    void adoptSendToken(std::uint32_t requestId);
 
     UaStatus takeOpenAnswer(const Chunk& chunk);
     UaStatus decodeOpenAnswer(UaByteView sequenced, UA_OpenSecureChannelResponse& answer);
@@ -122,6 +124,7 @@ private:
     UaStatus assemble(const Chunk& chunk, UaByteView sequenced, IncomingMessage& message, bool& found);
     UaStatus takeError(const Chunk& chunk);
     Token* findToken(std::uint32_t id);
+    bool maySpeakUnder(const Token& token, std::uint32_t requestId) const;
 
     const ChannelSecurity m_security;
     const std::uint32_t m_requestedLifetime;

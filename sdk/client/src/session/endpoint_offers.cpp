@@ -4,6 +4,7 @@
 #include <set>
 #include <vector>
 
+#include "channel/channel_security.h"
 #include "uapki/certificate.h"
 #include "uastack/wire_number.h"
 
@@ -12,19 +13,6 @@ namespace {
 
 constexpr const char* binaryTcpTransport =
     "http://opcfoundation.org/UA-Profile/Transport/uatcp-uasc-uabinary";
-
-const char* modeName(int mode) {
-    switch (mode) {
-    case UA_MESSAGESECURITYMODE_NONE:
-        return "None";
-    case UA_MESSAGESECURITYMODE_SIGN:
-        return "Sign";
-    case UA_MESSAGESECURITYMODE_SIGNANDENCRYPT:
-        return "SignAndEncrypt";
-    default:
-        return "invalid";
-    }
-}
 
 std::string securityText(const UaString& policyUri, int mode) {
     static const std::string prefix = "http://opcfoundation.org/UA/SecurityPolicy#";
@@ -71,6 +59,9 @@ std::string fingerprintOf(const UA_EndpointDescription& endpoint) {
     }
     std::sort(tokens.begin(), tokens.end());
     std::string text = std::to_string(endpoint.securityLevel);
+    append(text, std::to_string(wireNumber(endpoint.securityMode)));
+    append(text, UaString(endpoint.securityPolicyUri).text());
+    append(text, UaString(endpoint.transportProfileUri).text());
     for (const std::string& token : tokens) {
         append(text, token);
     }
@@ -132,11 +123,14 @@ EndpointChoice chooseEndpoint(const EndpointOffers& offers, const WantedSecurity
 }
 
 bool areSameOffers(const EndpointOffers& ofSession, const EndpointOffers& ofQuery,
-                   const WantedSecurity& wanted, const UA_EndpointDescription& chosen) {
+                   const WantedSecurity& wanted, const UA_EndpointDescription& chosen, Compared compared) {
+    const auto counts = [&](const UA_EndpointDescription& endpoint) {
+        return compared == Compared::All || wanted.isThatOf(endpoint);
+    };
     // In a session a server need not repeat its certificate.
     std::set<std::string> known;
     for (const UA_EndpointDescription& endpoint : ofQuery) {
-        if (wanted.isThatOf(endpoint)) {
+        if (counts(endpoint)) {
             known.insert(withCertificate(fingerprintOf(endpoint), endpoint));
             known.insert(fingerprintOf(endpoint));
         }
@@ -144,7 +138,7 @@ bool areSameOffers(const EndpointOffers& ofSession, const EndpointOffers& ofQuer
     bool chosenIsThere = false;
     const std::string chosenFingerprint = fingerprintOf(chosen);
     for (const UA_EndpointDescription& endpoint : ofSession) {
-        if (!wanted.isThatOf(endpoint)) {
+        if (!counts(endpoint)) {
             continue;
         }
         const std::string fingerprint = fingerprintOf(endpoint);

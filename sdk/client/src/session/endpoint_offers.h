@@ -60,13 +60,16 @@ struct EndpointChoice {
 EndpointChoice chooseEndpoint(const EndpointOffers& offers, const WantedSecurity& wanted,
                               UA_UserTokenType userType);
 
-/// Whether the endpoints that came with a session are among those that an earlier query brought, as far as
-/// they have what is wanted, and the chosen one is among them (OPC UA Part 4, 5.6.2). Looked at is what a
-/// server has to tell both times and what the choice hangs on: the token policies, the security level, and
-/// the certificate where one is told. URLs may differ, and so may the number: many a server tells in a
-/// session only the endpoints of the URL that it was reached by.
+/// Which endpoints are compared.
+enum class Compared { WithWantedSecurity, All };
+
+/// Whether the endpoints that came with a session are among those that an earlier query brought, and the
+/// chosen one is among them (OPC UA Part 4, 5.6.2). Looked at is what a server has to tell both times and
+/// what the choice hangs on: policy, mode, token policies, security level, and the certificate where one is
+/// told. URLs may differ, and so may the number: many a server tells in a session only the endpoints of the
+/// URL that it was reached by.
 bool areSameOffers(const EndpointOffers& ofSession, const EndpointOffers& ofQuery,
-                   const WantedSecurity& wanted, const UA_EndpointDescription& chosen);
+                   const WantedSecurity& wanted, const UA_EndpointDescription& chosen, Compared compared);
 
 /// The first certificate of a chain; bytes that hold none are given back as they are.
 UaByteString leafOf(const UaByteString& certificates);

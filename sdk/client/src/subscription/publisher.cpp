@@ -113,13 +113,11 @@ void Publisher::published(std::uint32_t generation, UaStatus status, UaByteView 
         if (m_closed) {
             return;
         }
-        if (!status.isBad() && !takeMessage(answer.subscriptionId, answer.notificationMessage)) {
-            status = UA_STATUSCODE_BADSUBSCRIPTIONIDINVALID;
-        }
         if (status.isBad()) {
             gone = refused(generation, status);
         } else {
             m_refusals = 0;
+            takeMessage(answer.subscriptionId, answer.notificationMessage);
         }
         tellFlow();
     }
@@ -156,22 +154,20 @@ bool Publisher::refused(std::uint32_t generation, UaStatus status) {
     return lasts && isSessionGone(status);
 }
 
-/// False for one of a subscription that is not known.
-bool Publisher::takeMessage(std::uint32_t id, UA_NotificationMessage& message) {
+void Publisher::takeMessage(std::uint32_t id, UA_NotificationMessage& message) {
     const auto entry = m_subscriptions.find(id);
-    if (entry == m_subscriptions.end()) {
-        return false;
+    if (entry == m_subscriptions.end()) { // one that the server was asked to delete, and would not
+        pace(m_foreignMessages);
+        return;
     }
+    m_foreignMessages = 0;
     Kept& subscription = entry->second;
     subscription.hear(Clock::now());
     subscription.silent = false;
     const auto deliverOne = [&](UA_NotificationMessage& one) { deliver(subscription, one); };
     if (message.notificationDataSize == 0) {
         subscription.order.keptAlive(message.sequenceNumber, deliverOne);
-        // A server that keeps alive without end is not asked without end.
-        if (++m_emptyMessages > wantedRequests) {
-            m_notBefore = Clock::now() + firstPause;
-        }
+        pace(m_emptyMessages);
     } else {
         m_emptyMessages = 0;
         if (m_acknowledgements.size() < mostAcknowledgements) {
@@ -181,7 +177,13 @@ bool Publisher::takeMessage(std::uint32_t id, UA_NotificationMessage& message) {
     }
     noteMissing(id, subscription);
     subscription.queue->handOver(*subscription.deliveryThread);
-    return true;
+}
+
+/// A server that answers without end, and with nothing to deliver, is not asked without end.
+void Publisher::pace(unsigned int& messagesInARow) {
+    if (++messagesInARow > wantedRequests) {
+        m_notBefore = Clock::now() + firstPause;
+    }
 }
 
 void Publisher::deliver(Kept& subscription, UA_NotificationMessage& message) {
@@ -368,7 +370,8 @@ bool Publisher::sendPublish(Pipe& pipe) {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         // While the server refuses, one request is enough to learn when it no longer does.
-        const unsigned int limit = m_refusals > 0 ? 1 : m_limit;
+        const bool isOfNoUse = m_refusals > 0 || m_foreignMessages > wantedRequests;
+        const unsigned int limit = isOfNoUse ? 1 : m_limit;
         if (!isAnyAlive() || m_waiting >= limit || Clock::now() < m_notBefore) {
             return false;
         }

@@ -79,12 +79,13 @@ private:
     // All with the lock.
     /// True when the server is not to be asked any more.
     bool refused(std::uint32_t generation, UaStatus status);
-    bool takeMessage(std::uint32_t id, UA_NotificationMessage& message);
+    void takeMessage(std::uint32_t id, UA_NotificationMessage& message);
     void deliver(Kept& subscription, UA_NotificationMessage& message);
     void end(Kept& subscription, UaStatus reason);
     void endAll(UaStatus reason);
     void noteMissing(std::uint32_t id, Kept& subscription);
     void giveUp(std::uint32_t id, std::uint32_t number);
+    void pace(unsigned int& messagesInARow);
     void tellFlow();
     bool isAnyAlive() const;
     Clock::time_point judgeSilence(Clock::time_point now, Clock::time_point serverHeard);
@@ -101,10 +102,11 @@ private:
     std::uint32_t m_generation = 0; ///< counts subscriptions that came
     std::vector<UA_SubscriptionAcknowledgement> m_acknowledgements;
     std::vector<Missing> m_missing;
-    unsigned int m_waiting = 0;       ///< publish requests at the server
-    unsigned int m_limit = 0;         ///< how many the server takes
-    unsigned int m_refusals = 0;      ///< in a row
-    unsigned int m_emptyMessages = 0; ///< in a row
+    unsigned int m_waiting = 0;         ///< publish requests at the server
+    unsigned int m_limit = 0;           ///< how many the server takes
+    unsigned int m_refusals = 0;        ///< in a row
+    unsigned int m_emptyMessages = 0;   ///< in a row
+    unsigned int m_foreignMessages = 0; ///< in a row, of subscriptions that are not known
     Clock::time_point m_notBefore{};
     bool m_flows = true;
     bool m_closed = false;
