@@ -408,14 +408,19 @@ public:
     ///
     ///     0    not connected
     ///     1    connected
-    ///     2    the server has not answered the watchdog's probe (sent every 5 s, awaited 5 s)
+    ///     2    nothing at all has come from the server for 5 s although it was asked for something: an
+    ///     outage,
+    ///          or a server at a stand-still. Session, subscription and items are kept. Until its next sign
+    ///          of life, which makes this 1 again, operations answer 3 at once; a call that was under way
+    ///          goes on to its own time-out of 10 s
     ///     3    the connection was closed or lost
     ///     4    the server announced its shutdown
     ///     5    connected, but the server ended the subscription, or is silent on it for 10 s more than it
     ///          may be; back to 1 with the next value, or with another subscription
     ///
-    /// Reads 1 when OpcUaConnect() has succeeded and 0 after OpcUaDisConnect(). With 2 or 3 the session is
-    /// gone: connect again. May be polled on any thread.
+    /// Reads 1 when OpcUaConnect() has succeeded and 0 after OpcUaDisConnect(). With 3 the session is gone:
+    /// connect again. With 2 wait, or connect again to give the session up: neither that nor disconnecting
+    /// waits for the silent server. May be polled on any thread, a callback included, and never waits.
     int OpcUaGetConnectStatus();
 
     /// Copies the message of the last failure; empty before the first.

@@ -106,9 +106,8 @@ struct _OpcUaClientConfig {
 
 /// Verbosity of the trace file: a level writes what those below it write, and any other number nothing.
 ///
-/// Messages of the protocol engine have a choice of their own: errors from level 1 on, warnings from 2,
-/// connection life cycle from 3, information at 3 and from 5 on but not at 4, debugging from 5,
-/// everything from 6.
+/// What the connection itself does is chosen on its own: from level 3 on a line for each channel that opens,
+/// is renewed or closed, and from 5 on one for each message.
 enum _OpcUaClientTraceLevel : int {
     OpcUaTraceLevel_Errors = 1,
     OpcUaTraceLevel_Warnings = 2,

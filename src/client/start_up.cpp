@@ -15,11 +15,11 @@ namespace {
 
 struct TraceSettings {
     UaTrace::TraceLevel level;
-    unsigned int stackMask; ///< which of the protocol engine's own messages are written
+    unsigned int stackMask; ///< what of the protocol's own work is written
 };
 
-/// By _OpcUaClientTraceLevel, from 1. The masks don't grow steadily: LifeCycle takes the engine's information
-/// lines (0x04), Information leaves them out.
+/// By _OpcUaClientTraceLevel, from 1. The masks don't grow steadily: LifeCycle has the information lines
+/// (0x04), Information leaves them out.
 constexpr std::array<TraceSettings, 7> traceSettings{{{UaTrace::Errors, 0x20},
                                                       {UaTrace::Warnings, 0x30},
                                                       {UaTrace::LifeCycle, 0x3C},

@@ -16,6 +16,7 @@ protected:
         for (std::size_t i = 0; i < references; ++i) {
             result.references[i].isForward = true;
             result.references[i].nodeClass = UA_NODECLASS_OBJECT;
+            UA_ExpandedNodeId_clear(&result.references[i].nodeId);
             result.references[i].nodeId.nodeId.identifier.numeric = 1000 + static_cast<std::uint32_t>(i);
             assign(result.references[i].browseName.name, "Child" + std::to_string(i));
             assign(result.references[i].displayName.text, "Child" + std::to_string(i));

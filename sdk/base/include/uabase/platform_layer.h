@@ -10,7 +10,7 @@ public:
     static int init();
     static void cleanup();
 
-    /// Which of the protocol engine's own messages go to the trace: bit 0x20 errors, 0x10 warnings, 0x08
-    /// connection life cycle, 0x04 information, 0x02 debugging, 0x01 everything. `enabled` 0 stops them all.
+    /// What of the protocol's own work goes to the trace: bit 0x08 the life of a channel, 0x02 each message,
+    /// 0x01 everything. The other bits choose nothing today. `enabled` 0 stops it all.
     static void changeTraceSettings(unsigned char enabled, unsigned int traceMask);
 };

@@ -35,9 +35,9 @@ public:
     static bool enabled(TraceLevel level);
     __attribute__((format(printf, 3, 4))) static void write(TraceLevel level, const char* area,
                                                             const char* format, ...);
-    /// An engine message that changeTraceSettings() let through: written whatever the level is.
+    /// A line of the protocol's own work that changeTraceSettings() chose: written whatever the level is.
     static void writeStack(const char* severity, const char* area, const char* text);
-    /// Whether an engine message of this mask bit is wanted.
+    /// Whether lines of this mask bit are chosen.
     static bool stackEnabled(unsigned int traceBit);
 
 private:

@@ -13,9 +13,6 @@
 namespace UaClientSdk {
 namespace {
 
-/// The one whose thread this is.
-thread_local const NetworkThread* current = nullptr;
-
 enum Source : std::uint32_t { Socket, Event };
 
 epoll_event eventOf(Source source, std::uint32_t events) {
@@ -66,7 +63,7 @@ void NetworkThread::stop() {
 }
 
 void NetworkThread::wake() {
-    if (current != this) {
+    if (m_self.load() != std::this_thread::get_id()) {
         eventfd_write(m_event, 1);
     }
 }
@@ -88,7 +85,7 @@ void NetworkThread::watchSocket() {
 
 void NetworkThread::run() {
     pthread_setname_np(pthread_self(), "opcua-network");
-    current = this;
+    m_self = std::this_thread::get_id();
     try {
         while (!m_stop) {
             waitFor(m_housekeeping.keepHouse());

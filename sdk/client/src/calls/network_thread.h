@@ -41,6 +41,7 @@ private:
     Pipe& m_pipe;
     Housekeeping& m_housekeeping;
     std::thread m_thread;
+    std::atomic<std::thread::id> m_self{}; ///< of the thread, once it runs
     std::atomic<bool> m_stop{false};
     std::atomic<bool> m_watching{false};
     int m_epoll = -1;

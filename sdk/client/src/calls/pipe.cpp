@@ -207,7 +207,7 @@ UaStatus Pipe::call(void* request, const UA_DataType& type, const Deadline& dead
         auto& header = *static_cast<UA_RequestHeader*>(request);
         header.requestHandle = pending.requestId;
         header.timestamp = UaDateTime::now().ticks();
-        header.timeoutHint = static_cast<UA_UInt32>(deadline.remaining());
+        header.timeoutHint = static_cast<UA_UInt32>(deadline.remaining(pending.sentAt));
         return m_channel->send(pending.requestId, request, type, room);
     });
     return status.isBad() ? status : awaitAnswer(call, deadline, turn, receiver);
@@ -283,12 +283,13 @@ UaStatus Pipe::readFor(Call& call, const Deadline& deadline, AnswerReceiver& rec
             return receiver.answered(message.status, message.body);
         }
         if (!status.isBad() && !m_ended) {
-            if (deadline.expired() ||
-                !m_channel->socket().wait(TcpSocket::Interest::Receive, deadline).readable) {
+            std::size_t count = 0;
+            status = m_channel->awaitSome(deadline, count);
+            heard(count);
+            if (!status.isBad() && count == 0 && deadline.expired()) {
                 take(call.requestId);
                 return UA_STATUSCODE_BADTIMEOUT;
             }
-            status = receiveSome();
         }
         if (status.isBad()) {
             fail(status);
@@ -356,13 +357,17 @@ void Pipe::dispatch(const IncomingMessage& message) {
 UaStatus Pipe::receiveSome() {
     std::size_t count = 0;
     const UaStatus status = m_channel->receive(count);
+    heard(count);
+    return status;
+}
+
+void Pipe::heard(std::size_t count) {
     if (count > 0) {
         m_lastHeard = Clock::now().time_since_epoch().count();
         if (ConnectionListener* const listener = m_listener) {
             listener->serverSpoke();
         }
     }
-    return status;
 }
 
 void Pipe::readArrived() {

@@ -111,6 +111,7 @@ private:
     UaStatus dispatchAll();
     void dispatch(const IncomingMessage& message);
     UaStatus receiveSome();
+    void heard(std::size_t count);
     Pending take(std::uint32_t requestId);
     void end(UaStatus reason, bool byThisSide);
     UaStatus endReason() const;

@@ -19,6 +19,17 @@ UaStatus SecureChannel::receive(std::size_t& count) {
     std::size_t room = 0;
     OpcUa_Byte* const target = m_reader.room(room);
     const UaStatus status = m_socket.receiveSome(target, room, count);
+    return arrived(status, count);
+}
+
+UaStatus SecureChannel::awaitSome(const Deadline& deadline, std::size_t& count) {
+    std::size_t room = 0;
+    OpcUa_Byte* const target = m_reader.room(room);
+    const UaStatus status = m_socket.awaitSome(target, room, deadline, count);
+    return arrived(status, count);
+}
+
+UaStatus SecureChannel::arrived(UaStatus status, std::size_t count) {
     m_reader.arrived(count);
     if (status.isBad()) {
         m_endedByServer = true;

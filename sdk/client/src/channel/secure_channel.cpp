@@ -101,11 +101,11 @@ UaStatus SecureChannel::waitForChunk(Chunk& chunk, const Deadline& deadline) {
         if (found) {
             return status;
         }
-        if (!m_socket.wait(TcpSocket::Interest::Receive, deadline).readable) {
+        if (deadline.expired()) {
             return UA_STATUSCODE_BADTIMEOUT;
         }
         std::size_t count = 0;
-        const UaStatus received = receive(count);
+        const UaStatus received = awaitSome(deadline, count);
         if (received.isBad()) {
             return received;
         }

@@ -87,6 +87,8 @@ public:
 
     /// Takes what has arrived off the socket, without waiting; `count` bytes.
     UaStatus receive(std::size_t& count);
+    /// The same, waiting as TcpSocket::awaitSome() does.
+    UaStatus awaitSome(const Deadline& deadline, std::size_t& count);
     /// The next message among what was received: `found` tells whether there is one.
     UaStatus next(IncomingMessage& message, bool& found);
 
@@ -107,6 +109,7 @@ private:
     UaStatus takeAcknowledge(const Chunk& chunk);
     UaStatus waitForChunk(Chunk& chunk, const Deadline& deadline);
     UaStatus openToken(const Deadline& deadline);
+    UaStatus arrived(UaStatus status, std::size_t count);
 
     UaStatus sendOpen(std::uint32_t requestId, UA_SecurityTokenRequestType kind, RoomToSend& room);
     UaStatus transmit(UaByteView bytes, RoomToSend& room);

@@ -17,8 +17,9 @@ public:
 
     Clock::time_point end() const { return m_end; }
     /// Milliseconds left, rounded up; 0 when it is over.
-    int remaining() const {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_end - Clock::now()).count();
+    int remaining() const { return remaining(Clock::now()); }
+    int remaining(Clock::time_point now) const {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_end - now).count();
         return static_cast<int>(std::clamp<std::int64_t>(left, 0, INT32_MAX));
     }
     bool expired() const { return Clock::now() >= m_end; }

@@ -1,10 +1,12 @@
 #include "socket/tcp_socket.h"
 
+#include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -16,6 +18,10 @@ namespace {
 /// How long the kernel repeats what the peer does not acknowledge before it gives the connection up: an
 /// outage of a switch or a cable shall cost no session.
 constexpr unsigned int unacknowledgedLimit = 120000; // ms
+
+/// How long awaitSome() waits at the most.
+constexpr timeval moment{0, 500000};
+constexpr int momentInMilliseconds = 500;
 
 UaStatus statusOf(int error) {
     switch (error) {
@@ -84,11 +90,17 @@ UaStatus TcpSocket::finish(const Deadline& deadline) {
     int error = 0;
     socklen_t size = sizeof error;
     getsockopt(m_descriptor, SOL_SOCKET, SO_ERROR, &error, &size);
-    return error == 0 ? UaStatus() : statusOf(error);
+    if (error != 0) {
+        return statusOf(error);
+    }
+    // From here on each call says whether it waits.
+    fcntl(m_descriptor, F_SETFL, fcntl(m_descriptor, F_GETFL) & ~O_NONBLOCK);
+    setsockopt(m_descriptor, SOL_SOCKET, SO_RCVTIMEO, &moment, sizeof moment);
+    return UaStatus();
 }
 
 UaStatus TcpSocket::sendSome(UaByteView& bytes) {
-    const ssize_t sent = send(m_descriptor, bytes.data, bytes.size, MSG_NOSIGNAL);
+    const ssize_t sent = send(m_descriptor, bytes.data, bytes.size, MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent >= 0) {
         bytes = bytes.from(static_cast<std::size_t>(sent));
         return UaStatus();
@@ -97,8 +109,21 @@ UaStatus TcpSocket::sendSome(UaByteView& bytes) {
 }
 
 UaStatus TcpSocket::receiveSome(OpcUa_Byte* buffer, std::size_t room, std::size_t& count) {
+    return receive(buffer, room, MSG_DONTWAIT, count);
+}
+
+UaStatus TcpSocket::awaitSome(OpcUa_Byte* buffer, std::size_t room, const Deadline& deadline,
+                              std::size_t& count) {
     count = 0;
-    const ssize_t received = recv(m_descriptor, buffer, room, 0);
+    if (deadline.remaining() > momentInMilliseconds) {
+        return receive(buffer, room, 0, count);
+    }
+    return wait(Interest::Receive, deadline).readable ? receiveSome(buffer, room, count) : UaStatus();
+}
+
+UaStatus TcpSocket::receive(OpcUa_Byte* buffer, std::size_t room, int flags, std::size_t& count) {
+    count = 0;
+    const ssize_t received = recv(m_descriptor, buffer, room, flags);
     if (received > 0) {
         count = static_cast<std::size_t>(received);
         return UaStatus();
@@ -133,7 +158,9 @@ void TcpSocket::abort() {
     if (m_descriptor >= 0) {
         sockaddr nobody{};
         nobody.sa_family = AF_UNSPEC;
-        ::connect(m_descriptor, &nobody, sizeof nobody);
+        if (::connect(m_descriptor, &nobody, sizeof nobody) != 0) {
+            shutDown(); // there are kernels that refuse while a thread waits to receive
+        }
     }
 }
 

@@ -10,7 +10,8 @@
 
 namespace UaClientSdk {
 
-/// A TCP connection. Nothing here waits but connect() and wait(), and these no longer than they are told.
+/// A TCP connection. Nothing here waits but connect(), wait() and awaitSome(), and these no longer than they
+/// are told.
 ///
 /// One thread may send while another receives.
 class TcpSocket {
@@ -29,6 +30,10 @@ public:
     /// BadConnectionClosed when the peer has closed its end or the connection broke.
     UaStatus receiveSome(OpcUa_Byte* buffer, std::size_t room, std::size_t& count);
 
+    /// The same, but waits for something to arrive: not beyond `deadline`, and for a moment only, so that who
+    /// calls it can look about. One system call where waiting and receiving would be two.
+    UaStatus awaitSome(OpcUa_Byte* buffer, std::size_t room, const Deadline& deadline, std::size_t& count);
+
     enum class Interest { Receive, Send, Both };
     struct Readiness {
         bool readable = false; ///< also when the connection has ended, like the next
@@ -46,6 +51,7 @@ public:
     void abort();
 
 private:
+    UaStatus receive(OpcUa_Byte* buffer, std::size_t room, int flags, std::size_t& count);
     UaStatus start(const std::string& address, std::uint16_t port);
     UaStatus finish(const Deadline& deadline);
 
