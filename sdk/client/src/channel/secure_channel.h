@@ -123,6 +123,7 @@ private:
     UaStatus decodeOpenAnswer(UaByteView sequenced, UA_OpenSecureChannelResponse& answer);
     UaStatus installToken(std::uint32_t channelId, const UA_OpenSecureChannelResponse& answer);
     UaStatus openChunk(const Chunk& chunk, UaByteView& sequenced);
+    UaStatus openUnderOldToken(const Chunk& chunk, Token& token, UaByteView& sequenced);
     UaStatus takeSequenceNumber(std::uint32_t number);
     UaStatus assemble(const Chunk& chunk, UaByteView sequenced, IncomingMessage& message, bool& found);
     UaStatus takeError(const Chunk& chunk);
