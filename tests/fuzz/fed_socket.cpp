@@ -29,10 +29,14 @@ std::vector<OpcUa_Byte> FedSocket::takeSent() {
     return std::exchange(m_sent, {});
 }
 
-std::size_t FedSocket::give(OpcUa_Byte* target, std::size_t room) {
+bool FedSocket::wait() {
     if (!hasArrived() && m_more) {
         m_more();
     }
+    return hasArrived();
+}
+
+std::size_t FedSocket::give(OpcUa_Byte* target, std::size_t room) {
     std::size_t count = std::min(room, m_arrived.size() - m_begin);
     count = m_mostAtOnce > 0 ? std::min(count, m_mostAtOnce) : count;
     std::copy_n(m_arrived.begin() + static_cast<std::ptrdiff_t>(m_begin), count, target);
@@ -64,7 +68,7 @@ UaStatus TcpSocket::receiveSome(OpcUa_Byte* buffer, std::size_t room, std::size_
 }
 
 TcpSocket::Readiness TcpSocket::wait(Interest, const Deadline&) const {
-    return {true, true};
+    return {FedSocket::instance().wait(), true};
 }
 
 void TcpSocket::shutDown() {}

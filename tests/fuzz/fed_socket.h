@@ -13,7 +13,8 @@ public:
     static FedSocket& instance();
 
     /// A new connection. At most `mostAtOnce` bytes are given at a time, 0: any number. `more` is called when
-    /// somebody reads and nothing is there; if it brings nothing the connection has ended.
+    /// somebody waits and nothing is there; if it brings nothing the time is over, and who reads all the same
+    /// finds that the connection has ended.
     void reset(std::size_t mostAtOnce, std::function<void()> more);
 
     void arrive(UaByteView bytes);
@@ -22,6 +23,7 @@ public:
     std::vector<OpcUa_Byte> takeSent();
 
     // For the socket.
+    bool wait();
     std::size_t give(OpcUa_Byte* target, std::size_t room);
     void put(UaByteView bytes);
 
