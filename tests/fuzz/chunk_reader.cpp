@@ -50,6 +50,8 @@ private:
             }
             if (!found) {
                 require(!isWhole(), "a chunk is given out once it is whole");
+                require(m_arrived - m_position < messageHeaderLength || sizeAt(m_position) <= largestChunk,
+                        "a chunk that never will be whole is not waited for");
                 return true;
             }
             check(chunk);
