@@ -1,5 +1,8 @@
 // A server's whole byte stream on a channel without security (channel_script.h).
 
+#include <cstddef>
+#include <cstdint>
+
 #include "channel_script.h"
 #include "fuzz_target.h"
 

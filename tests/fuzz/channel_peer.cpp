@@ -1,8 +1,10 @@
 #include "channel_peer.h"
 
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <fstream>
+#include <ios>
 #include <iterator>
 #include <string>
 
@@ -157,6 +159,17 @@ Bytes ChannelPeer::bareOpen(const Place& place, UaByteView content) const {
     bytes.resize(headerLength);
     append(bytes, viewOf(cipher));
     return bytes;
+}
+
+bool ChannelPeer::isPadded(UaByteView content) const {
+    constexpr std::size_t longestBlockWithOneByte = 256;
+    const std::size_t countLength = m_sides.clientKey.blockLength() > longestBlockWithOneByte ? 2 : 1;
+    if (!isSecured() || content.size < countLength) {
+        return !isSecured();
+    }
+    const OpcUa_Byte* const end = content.data + content.size;
+    const std::size_t padding = countLength == 1 ? end[-1] : end[-1] * std::size_t{256} + end[-2];
+    return content.size >= countLength + padding;
 }
 
 Bytes ChannelPeer::openFrom(UaByteView sender, const Place& place, UaByteView body) const {

@@ -1,6 +1,8 @@
 #include "channel_script.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -373,8 +375,8 @@ void ChannelScript::sendOpenBody() {
 void ChannelScript::sendBareOpen() {
     const UaByteView content = m_input.bytes(m_input.number<std::uint16_t>());
     if (mayOpen()) {
-        expect(Outlook::Unknown);
         send(m_peer.bareOpen(nextPlace(m_awaitedOpen), content));
+        expect(m_peer.isPadded(content) ? Outlook::Unknown : Outlook::Ended);
     }
 }
 

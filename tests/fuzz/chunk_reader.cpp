@@ -4,6 +4,8 @@
 #include "channel/chunk_reader.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>

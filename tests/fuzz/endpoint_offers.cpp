@@ -5,6 +5,8 @@
 #include "session/endpoint_offers.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <iterator>
 #include <string>

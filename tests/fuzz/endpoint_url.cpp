@@ -3,6 +3,8 @@
 #include "socket/endpoint_url.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "fuzz_target.h"

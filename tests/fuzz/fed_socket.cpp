@@ -1,8 +1,12 @@
 #include "fed_socket.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "socket/tcp_socket.h"
 

@@ -1,6 +1,9 @@
 // A server's whole byte stream on a secured channel: the first byte says how it is secured, the rest is the
 // script (channel_script.h), whose chunks are protected with fixed keys before they arrive.
 
+#include <cstddef>
+#include <cstdint>
+
 #include "channel_script.h"
 #include "fuzz_target.h"
 

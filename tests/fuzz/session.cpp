@@ -3,6 +3,9 @@
 // of SessionServer's table).
 
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <iterator>
 #include <memory>
 #include <utility>

@@ -1,5 +1,6 @@
 #include "waiting_tasks.h"
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
