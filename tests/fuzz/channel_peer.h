@@ -56,7 +56,7 @@ public:
     /// As it is up to the signature: whoever calls sees to the padding, and may do so wrongly.
     Bytes bareMessage(char position, Token& token, const Place& place, UaByteView content) const;
     Bytes open(const Place& place, UaByteView body) const;
-    /// The same for an answer that opens.
+    /// As it is up to the signature, likewise.
     Bytes bareOpen(const Place& place, UaByteView content) const;
     /// Whether the count of padding at the content's end is no more than there is.
     bool isPadded(UaByteView content) const;

@@ -23,7 +23,7 @@ namespace {
 constexpr unsigned int ownGreeting = 1;
 constexpr unsigned int ownOpening = 2;
 constexpr std::size_t mostFed = std::size_t{256} << 10;
-/// Each costs private keys' operations.
+/// Each costs the reading of a certificate and the derivation of keys.
 constexpr unsigned int mostOpens = 4;
 constexpr std::size_t mostTokens = 8;
 constexpr unsigned int mostUnaskedOpens = 3;

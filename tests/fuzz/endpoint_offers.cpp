@@ -27,7 +27,7 @@ using namespace UaClientSdk;
 
 namespace {
 
-constexpr std::size_t mostEndpoints = 12;
+constexpr unsigned int mostEndpoints = 12;
 constexpr const char* password = "pa55-w0rd";
 
 std::string policyUri(unsigned int which) {
