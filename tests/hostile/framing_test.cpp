@@ -216,6 +216,18 @@ TEST_F(Chunks, BeyondTheirNumberEndTheConnection) {
     expectLost();
 }
 
+TEST_F(Chunks, BeyondTheirNumberEndTheConnectionThoughTheLastOneIsAnAnswer) {
+    ASSERT_EQ(connect(), 0);
+    server.on<UA_ReadRequest>([](const Call& call) {
+        for (int i = 0; i < 256; ++i) {
+            call.connection().send(call.chunk('C', hex("00")));
+        }
+        call.connection().send(call.chunk('F', call.usualBody()));
+    });
+    EXPECT_NE(read(), 0);
+    expectLost();
+}
+
 TEST_F(Chunks, BeyondTheirSumEndTheConnection) {
     ASSERT_EQ(connect(), 0);
     server.on<UA_ReadRequest>([](const Call& call) { call.answerBody(textBody(call, 17 << 20)); });

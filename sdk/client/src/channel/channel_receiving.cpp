@@ -140,7 +140,7 @@ UaStatus SecureChannel::assemble(const Chunk& chunk, UaByteView sequenced, Incom
     if (m_assembledChunks > 0 && requestId != m_assembledRequest) {
         return giveUp(UA_STATUSCODE_BADDECODINGERROR, "pieces of two messages are mixed");
     }
-    found = chunk.position != ChunkPosition::Intermediate;
+    const bool isLast = chunk.position != ChunkPosition::Intermediate;
     message = {requestId, UaStatus(), body};
     if (chunk.position == ChunkPosition::Abort) {
         WireReader reader(body);
@@ -150,12 +150,14 @@ UaStatus SecureChannel::assemble(const Chunk& chunk, UaByteView sequenced, Incom
         message.body = UaByteView();
         m_assembled.clear();
         m_assembledChunks = 0;
+        found = true;
         return UaStatus();
     }
-    if (found && m_assembledChunks == 0) {
+    if (isLast && m_assembledChunks == 0) {
+        found = true;
         return UaStatus();
     }
-    if (!found && body.size == 0) {
+    if (!isLast && body.size == 0) {
         return giveUp(UA_STATUSCODE_BADDECODINGERROR, "a piece of a message without content");
     }
     if (++m_assembledChunks > mostChunks || m_assembled.size() + body.size > largestMessage) {
@@ -163,10 +165,11 @@ UaStatus SecureChannel::assemble(const Chunk& chunk, UaByteView sequenced, Incom
     }
     m_assembledRequest = requestId;
     m_assembled.insert(m_assembled.end(), body.data, body.data + body.size);
-    if (found) {
+    if (isLast) {
         message.body = {m_assembled.data(), m_assembled.size()};
         m_assembledGivenOut = true;
         m_assembledChunks = 0;
+        found = true;
     }
     return UaStatus();
 }
