@@ -4,8 +4,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <dirent.h>
-
 #include <algorithm>
 #include <chrono>
 #include <string>
@@ -13,9 +11,13 @@
 #include <vector>
 
 #include "session_fixture.h"
+#include "support/process_holdings.h"
 
 using namespace UaClientSdk;
 using test_support::MessageProxy;
+using test_support::openDescriptors;
+using test_support::threadCount;
+using test_support::waitForThreadCount;
 using Clock = std::chrono::steady_clock;
 
 namespace {
@@ -33,23 +35,6 @@ int unusedPort() {
     EXPECT_EQ(getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length), 0);
     close(probe);
     return ntohs(address.sin_port);
-}
-
-int entriesOf(const char* directory) {
-    DIR* handle = opendir(directory);
-    int count = 0;
-    while (readdir(handle) != nullptr) {
-        ++count;
-    }
-    closedir(handle);
-    return count;
-}
-
-int threadCount() {
-    return entriesOf("/proc/self/task");
-}
-int descriptorCount() {
-    return entriesOf("/proc/self/fd");
 }
 
 TEST_F(ConnectTest, ReportsConnectedBeforeItReturns) {
@@ -166,27 +151,27 @@ TEST_F(ConnectTest, ASecondConnectOnTheSameSessionIsRefused) {
 
 TEST_F(ConnectTest, FailedConnectsLeaveNoThreadAndNoDescriptor) {
     const std::string refused = "opc.tcp://127.0.0.1:" + std::to_string(unusedPort());
-    ASSERT_TRUE(connect(refused).isBad());
     const int threads = threadCount();
-    const int descriptors = descriptorCount();
+    ASSERT_TRUE(connect(refused).isBad());
+    const int descriptors = openDescriptors();
     for (int i = 0; i < 20; ++i) {
         ASSERT_TRUE(connect(refused).isBad());
     }
-    EXPECT_EQ(threadCount(), threads);
-    EXPECT_EQ(descriptorCount(), descriptors);
+    EXPECT_TRUE(waitForThreadCount(threads)) << threadCount() << " instead of " << threads;
+    EXPECT_EQ(openDescriptors(), descriptors);
 }
 
 TEST_F(ConnectTest, CyclesLeaveNoThreadAndNoDescriptor) {
+    const int threads = threadCount();
     ASSERT_TRUE(connect().isGood());
     ASSERT_TRUE(disconnect().isGood());
-    const int threads = threadCount();
-    const int descriptors = descriptorCount();
+    const int descriptors = openDescriptors();
     for (int i = 0; i < 50; ++i) {
         ASSERT_TRUE(connect().isGood()) << i;
         ASSERT_TRUE(disconnect().isGood()) << i;
     }
-    EXPECT_EQ(threadCount(), threads);
-    EXPECT_EQ(descriptorCount(), descriptors);
+    EXPECT_TRUE(waitForThreadCount(threads)) << threadCount() << " instead of " << threads;
+    EXPECT_EQ(openDescriptors(), descriptors);
 }
 
 TEST_F(ConnectTest, DestroyingAConnectedSessionReportsDisconnected) {
