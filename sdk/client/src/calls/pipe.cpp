@@ -10,6 +10,8 @@ namespace {
 
 /// Beyond that many, answers that nobody asked for are dropped without a word.
 constexpr unsigned int tracedUnexpected = 10;
+/// There may be no end to what a server sends: what has arrived when other work is due is read for so long.
+constexpr std::chrono::milliseconds longestTurn(100);
 
 /// Whether the connection can be used although a request did not get out.
 bool leavesConnection(UaStatus status) {
@@ -274,6 +276,8 @@ UaStatus Pipe::awaitAnswer(Call& call, const Deadline& deadline, ReadingTurn& tu
 }
 
 UaStatus Pipe::readFor(Call& call, const Deadline& deadline, AnswerReceiver& receiver) {
+    bool late = false;
+    Clock::time_point end = Clock::time_point::max(); // known when the deadline is over
     for (;;) {
         IncomingMessage message;
         bool found = false;
@@ -283,12 +287,18 @@ UaStatus Pipe::readFor(Call& call, const Deadline& deadline, AnswerReceiver& rec
             return receiver.answered(message.status, message.body);
         }
         if (!status.isBad() && !m_ended) {
+            if (late) {
+                take(call.requestId);
+                return UA_STATUSCODE_BADTIMEOUT;
+            }
             std::size_t count = 0;
             status = m_channel->awaitSome(deadline, count);
             heard(count);
-            if (!status.isBad() && count == 0 && deadline.expired()) {
-                take(call.requestId);
-                return UA_STATUSCODE_BADTIMEOUT;
+            // What has arrived is read first, but not without end where there is always more.
+            const Clock::time_point now = count > 0 ? lastHeard() : Clock::now();
+            if (now >= deadline.end()) {
+                end = std::min(end, now + longestTurn);
+                late = count == 0 || now >= end;
             }
         }
         if (status.isBad()) {
@@ -373,8 +383,10 @@ void Pipe::heard(std::size_t count) {
 void Pipe::readArrived() {
     ReadingTurn turn(*this);
     turn.tryTake();
+    const Clock::time_point end = Clock::now() + longestTurn;
     UaStatus status;
-    while (turn.isHeld() && !m_ended && !status.isBad() && m_channel->socket().isReadable()) {
+    while (turn.isHeld() && !m_ended && !status.isBad() && lastHeard() < end &&
+           m_channel->socket().isReadable()) {
         status = receiveSome();
         if (!status.isBad()) {
             status = dispatchAll();

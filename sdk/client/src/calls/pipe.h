@@ -73,7 +73,7 @@ public:
     /// Asks for a new token of the channel.
     UaStatus renew(const Deadline& deadline);
 
-    /// For the idle reader: deals with all that has arrived, unless a call is reading.
+    /// For the idle reader: deals with what has arrived, for a moment at the most, unless a call is reading.
     void readArrived();
 
     /// When the server last spoke.
