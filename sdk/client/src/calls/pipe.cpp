@@ -1,6 +1,7 @@
 #include "calls/pipe.h"
 
 #include <algorithm>
+#include <new>
 
 #include "uabase/date_time.h"
 #include "uabase/trace.h"
@@ -186,6 +187,9 @@ UaStatus Pipe::send(const Deadline& deadline, Pending* pending, ReadingTurn& tur
         if (pending != nullptr) {
             take(pending->requestId);
         }
+        if (m_channel->isHalfSent()) {
+            fail(UA_STATUSCODE_BADOUTOFMEMORY);
+        }
         throw;
     }
     if (status.isBad()) {
@@ -212,7 +216,15 @@ UaStatus Pipe::call(void* request, const UA_DataType& type, const Deadline& dead
         header.timeoutHint = static_cast<UA_UInt32>(deadline.remaining(pending.sentAt));
         return m_channel->send(pending.requestId, request, type, room);
     });
-    return status.isBad() ? status : awaitAnswer(call, deadline, turn, receiver);
+    if (status.isBad()) {
+        return status;
+    }
+    try {
+        return awaitAnswer(call, deadline, turn, receiver);
+    } catch (...) { // no memory
+        take(call.requestId);
+        throw;
+    }
 }
 
 UaStatus Pipe::post(void* request, const UA_DataType& type, const Deadline& deadline, Answered answered,
@@ -310,13 +322,19 @@ UaStatus Pipe::readFor(Call& call, const Deadline& deadline, AnswerReceiver& rec
     }
 }
 
+/// A message for which there is no memory is lost, and all that follows is of no use without it.
 UaStatus Pipe::dispatchUntil(std::uint32_t requestId, IncomingMessage& message, bool& found) {
-    for (;;) {
-        const UaStatus status = m_channel->next(message, found);
-        if (status.isBad() || !found || message.requestId == requestId) {
-            return status;
+    try {
+        for (;;) {
+            const UaStatus status = m_channel->next(message, found);
+            if (status.isBad() || !found || message.requestId == requestId) {
+                return status;
+            }
+            dispatch(message);
         }
-        dispatch(message);
+    } catch (const std::bad_alloc&) {
+        found = false;
+        return UA_STATUSCODE_BADOUTOFMEMORY;
     }
 }
 
