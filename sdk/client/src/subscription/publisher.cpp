@@ -195,8 +195,10 @@ void Publisher::deliver(Kept& subscription, UA_NotificationMessage& message) {
         if (data.content.decoded.type == &UA_TYPES[UA_TYPES_DATACHANGENOTIFICATION]) {
             auto& change = *static_cast<UA_DataChangeNotification*>(data.content.decoded.data);
             for (std::size_t k = 0; k < change.monitoredItemsSize; ++k) {
-                subscription.queue->collect(change.monitoredItems[k].clientHandle,
-                                            change.monitoredItems[k].value);
+                if (subscription.queue->isExpected(change.monitoredItems[k].clientHandle)) {
+                    subscription.queue->collect(change.monitoredItems[k].clientHandle,
+                                                change.monitoredItems[k].value);
+                }
             }
         } else if (data.content.decoded.type == &UA_TYPES[UA_TYPES_STATUSCHANGENOTIFICATION]) {
             const UaStatus status =
