@@ -1,6 +1,7 @@
 #include "calls/pipe.h"
 
 #include <algorithm>
+#include <iterator>
 #include <new>
 
 #include "uabase/date_time.h"
@@ -437,6 +438,21 @@ Clock::time_point Pipe::oldestUnanswered() const {
         }
     }
     return oldest;
+}
+
+void Pipe::giveUpPosted(Clock::time_point limit) {
+    std::vector<Pending> late;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto end = std::stable_partition(m_pending.begin(), m_pending.end(), [&](const Pending& one) {
+            return one.call != nullptr || one.answered != Answered::Soon || one.sentAt >= limit;
+        });
+        late.assign(std::make_move_iterator(end), std::make_move_iterator(m_pending.end()));
+        m_pending.erase(end, m_pending.end());
+    }
+    for (const Pending& one : late) {
+        one.receiver->answered(UA_STATUSCODE_BADTIMEOUT, UaByteView());
+    }
 }
 
 // ---- The end ----
