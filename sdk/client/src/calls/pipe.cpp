@@ -1,6 +1,8 @@
 #include "calls/pipe.h"
 
 #include <algorithm>
+#include <iterator>
+#include <new>
 
 #include "uabase/date_time.h"
 #include "uabase/trace.h"
@@ -10,6 +12,8 @@ namespace {
 
 /// Beyond that many, answers that nobody asked for are dropped without a word.
 constexpr unsigned int tracedUnexpected = 10;
+/// There may be no end to what a server sends: what has arrived when other work is due is read for so long.
+constexpr std::chrono::milliseconds longestTurn(100);
 
 /// Whether the connection can be used although a request did not get out.
 bool leavesConnection(UaStatus status) {
@@ -184,6 +188,9 @@ UaStatus Pipe::send(const Deadline& deadline, Pending* pending, ReadingTurn& tur
         if (pending != nullptr) {
             take(pending->requestId);
         }
+        if (m_channel->isHalfSent()) {
+            fail(UA_STATUSCODE_BADOUTOFMEMORY);
+        }
         throw;
     }
     if (status.isBad()) {
@@ -210,7 +217,15 @@ UaStatus Pipe::call(void* request, const UA_DataType& type, const Deadline& dead
         header.timeoutHint = static_cast<UA_UInt32>(deadline.remaining(pending.sentAt));
         return m_channel->send(pending.requestId, request, type, room);
     });
-    return status.isBad() ? status : awaitAnswer(call, deadline, turn, receiver);
+    if (status.isBad()) {
+        return status;
+    }
+    try {
+        return awaitAnswer(call, deadline, turn, receiver);
+    } catch (...) { // no memory
+        take(call.requestId);
+        throw;
+    }
 }
 
 UaStatus Pipe::post(void* request, const UA_DataType& type, const Deadline& deadline, Answered answered,
@@ -274,6 +289,8 @@ UaStatus Pipe::awaitAnswer(Call& call, const Deadline& deadline, ReadingTurn& tu
 }
 
 UaStatus Pipe::readFor(Call& call, const Deadline& deadline, AnswerReceiver& receiver) {
+    bool late = false;
+    Clock::time_point end = Clock::time_point::max(); // known when the deadline is over
     for (;;) {
         IncomingMessage message;
         bool found = false;
@@ -283,12 +300,18 @@ UaStatus Pipe::readFor(Call& call, const Deadline& deadline, AnswerReceiver& rec
             return receiver.answered(message.status, message.body);
         }
         if (!status.isBad() && !m_ended) {
+            if (late) {
+                take(call.requestId);
+                return UA_STATUSCODE_BADTIMEOUT;
+            }
             std::size_t count = 0;
             status = m_channel->awaitSome(deadline, count);
             heard(count);
-            if (!status.isBad() && count == 0 && deadline.expired()) {
-                take(call.requestId);
-                return UA_STATUSCODE_BADTIMEOUT;
+            // What has arrived is read first, but not without end where there is always more.
+            const Clock::time_point now = count > 0 ? lastHeard() : Clock::now();
+            if (now >= deadline.end()) {
+                end = std::min(end, now + longestTurn);
+                late = count == 0 || now >= end;
             }
         }
         if (status.isBad()) {
@@ -300,13 +323,19 @@ UaStatus Pipe::readFor(Call& call, const Deadline& deadline, AnswerReceiver& rec
     }
 }
 
+/// A message for which there is no memory is lost, and all that follows is of no use without it.
 UaStatus Pipe::dispatchUntil(std::uint32_t requestId, IncomingMessage& message, bool& found) {
-    for (;;) {
-        const UaStatus status = m_channel->next(message, found);
-        if (status.isBad() || !found || message.requestId == requestId) {
-            return status;
+    try {
+        for (;;) {
+            const UaStatus status = m_channel->next(message, found);
+            if (status.isBad() || !found || message.requestId == requestId) {
+                return status;
+            }
+            dispatch(message);
         }
-        dispatch(message);
+    } catch (const std::bad_alloc&) {
+        found = false;
+        return UA_STATUSCODE_BADOUTOFMEMORY;
     }
 }
 
@@ -373,8 +402,10 @@ void Pipe::heard(std::size_t count) {
 void Pipe::readArrived() {
     ReadingTurn turn(*this);
     turn.tryTake();
+    const Clock::time_point end = Clock::now() + longestTurn;
     UaStatus status;
-    while (turn.isHeld() && !m_ended && !status.isBad() && m_channel->socket().isReadable()) {
+    while (turn.isHeld() && !m_ended && !status.isBad() && lastHeard() < end &&
+           m_channel->socket().isReadable()) {
         status = receiveSome();
         if (!status.isBad()) {
             status = dispatchAll();
@@ -407,6 +438,21 @@ Clock::time_point Pipe::oldestUnanswered() const {
         }
     }
     return oldest;
+}
+
+void Pipe::giveUpPosted(Clock::time_point limit) {
+    std::vector<Pending> late;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto end = std::stable_partition(m_pending.begin(), m_pending.end(), [&](const Pending& one) {
+            return one.call != nullptr || one.answered != Answered::Soon || one.sentAt >= limit;
+        });
+        late.assign(std::make_move_iterator(end), std::make_move_iterator(m_pending.end()));
+        m_pending.erase(end, m_pending.end());
+    }
+    for (const Pending& one : late) {
+        one.receiver->answered(UA_STATUSCODE_BADTIMEOUT, UaByteView());
+    }
 }
 
 // ---- The end ----

@@ -172,13 +172,14 @@ Clock::time_point UaSession::Impl::keepHouse() {
 }
 
 Clock::time_point UaSession::Impl::keepChannel() {
+    // First asked, then judged: who stood still may have missed both.
+    if (Clock::now() >= m_pipe->channel().renewalDue()) {
+        m_pipe->renew(Deadline(sendLimit));
+    }
     if (Clock::now() >= m_pipe->channel().tokenExpiry()) {
         UaTrace::write(UaTrace::Errors, "channel", "the server has not renewed the channel's token in time");
         m_pipe->fail(UA_STATUSCODE_BADSECURECHANNELTOKENUNKNOWN);
         return Clock::time_point::max();
-    }
-    if (Clock::now() >= m_pipe->channel().renewalDue()) {
-        m_pipe->renew(Deadline(sendLimit));
     }
     const Clock::time_point due = m_pipe->channel().renewalDue();
     return due == Clock::time_point::max() ? Clock::now() + renewalLook : due;

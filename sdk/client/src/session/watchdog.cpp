@@ -10,6 +10,8 @@ namespace {
 
 /// To get a small request onto the wire.
 constexpr int sendLimit = 1000; // ms
+/// There are servers that lose a question: another is asked then, or a silence would never end.
+constexpr std::chrono::seconds answerLimit(10);
 /// Until somebody has read what has arrived.
 constexpr std::chrono::milliseconds soon(20);
 
@@ -33,6 +35,7 @@ private:
 Clock::time_point Watchdog::keepHouse(Pipe& pipe) {
     const Clock::time_point now = Clock::now();
     if (now >= m_nextProbe) {
+        pipe.giveUpPosted(now - answerLimit);
         m_nextProbe = now + m_times.interval;
         probe(pipe);
     }

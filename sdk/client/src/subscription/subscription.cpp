@@ -71,6 +71,9 @@ UaStatus UaSubscription::Impl::createMonitoredItems(const ServiceSettings& setti
     request.timestampsToReturn = timestamps;
     request.itemsToCreate = borrow(items);
     request.itemsToCreateSize = items.length();
+    for (const UA_MonitoredItemCreateRequest& item : items) {
+        m_queue->expect(item.requestedParameters.clientHandle);
+    }
     Answer<UA_CreateMonitoredItemsRequest> answer;
     const UaStatus status = m_session.call(settings, request, answer, items.length());
     take(answer.results, answer.resultsSize, results);
