@@ -73,9 +73,13 @@ void CertificateFindings::add(UaPkiVerificationStep step, OpcUa_StatusCode statu
     }
 }
 
-bool CertificateFindings::has(UaPkiVerificationStep step) const {
-    return std::any_of(m_findings.begin(), m_findings.end(),
-                       [step](const UaPkiFinding& finding) { return finding.step == step; });
+bool CertificateFindings::areBetterThan(const CertificateFindings& others) const {
+    if (empty() || others.empty()) {
+        return empty() && !others.empty();
+    }
+    const UaPkiVerificationStep first = m_findings.front().step;
+    const UaPkiVerificationStep othersFirst = others.m_findings.front().step;
+    return first > othersFirst || (first == othersFirst && m_findings.size() < others.m_findings.size());
 }
 
 std::vector<UaPkiFinding> CertificateFindings::takeSorted() {

@@ -15,7 +15,9 @@ public:
              UaString location = {});
 
     bool empty() const { return m_findings.empty(); }
-    bool has(UaPkiVerificationStep step) const;
+    /// Whether these come closer to none: the first of them is of a later step, or of the same and they are
+    /// fewer.
+    bool areBetterThan(const CertificateFindings& others) const;
 
     /// In the order of the steps. Findings of one step about one certificate are shown once.
     std::vector<UaPkiFinding> takeSorted();

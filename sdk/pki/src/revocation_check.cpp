@@ -1,0 +1,147 @@
+#include "revocation_check.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace pki {
+namespace {
+
+using Lists = std::vector<const RevocationList*>;
+
+Bytes publicKeyOf(X509* certificate) {
+    unsigned char* bytes = nullptr;
+    const int length = i2d_X509_PUBKEY(X509_get_X509_PUBKEY(certificate), &bytes);
+    const Bytes key(bytes, bytes + std::max(length, 0));
+    OPENSSL_free(bytes);
+    return key;
+}
+
+bool maySignLists(X509* issuer) {
+    return (X509_get_key_usage(issuer) & KU_CRL_SIGN) != 0;
+}
+
+} // namespace
+
+RevocationCheck::RevocationCheck(const StoreContent& store, const SecurityDemands& demands, std::time_t now)
+    : m_demands(demands), m_now(now) {
+    ErrorQueueGuard guard;
+    m_lists.reserve(store.revocationLists.size());
+    for (const X509CrlPtr& list : store.revocationLists) {
+        m_lists.emplace_back(list.get());
+    }
+}
+
+const RevocationState& RevocationCheck::of(X509* certificate, X509* issuer) {
+    ErrorQueueGuard guard;
+    const auto pair = std::make_pair(certificate, issuer);
+    auto known = m_known.find(pair);
+    if (known == m_known.end()) {
+        known = m_known.emplace(pair, find(certificate, issuer)).first;
+    }
+    return known->second;
+}
+
+/// Its signature is checked once for each key: a list may have many megabytes.
+bool RevocationCheck::isSigned(const RevocationList& list, X509* issuer) {
+    const auto pair = std::make_pair(&list, publicKeyOf(issuer));
+    const auto known = m_signatures.find(pair);
+    if (known != m_signatures.end()) {
+        return known->second;
+    }
+    EVP_PKEY* key = X509_get0_pubkey(issuer);
+    return m_signatures.emplace(pair, key != nullptr && list.isSignedWith(key)).first->second;
+}
+
+/// The lists that the issuer has made and that cover the certificate, in part at least.
+Lists RevocationCheck::listsFor(X509* certificate, X509* issuer, std::string& problem) {
+    Lists found;
+    problem = "there is no revocation list of its issuer";
+    for (const RevocationList& list : m_lists) {
+        if (X509_NAME_cmp(list.issuer(), X509_get_subject_name(issuer)) != 0) {
+            continue;
+        }
+        if (list.coverageOf(certificate) == Coverage::None) {
+            problem = "its issuer's revocation list is for other certificates";
+        } else if (!isSigned(list, issuer)) {
+            problem = "its issuer has not signed the revocation list of that name";
+        } else if (!maySignLists(issuer)) {
+            problem = "its issuer's key usage does not allow to sign revocation lists";
+        } else {
+            found.push_back(&list);
+        }
+    }
+    return found;
+}
+
+const char* RevocationCheck::problemOf(const RevocationList& list, X509* certificate) const {
+    if (list.coverageOf(certificate) != Coverage::Whole) {
+        return "its issuer's revocation list is for some reasons of revocation only, or an indirect one";
+    }
+    if (!m_demands.allowDigest(list.signatureDigest())) {
+        return "the signature algorithm of its issuer's revocation list is too weak for the policy";
+    }
+    if (!list.isUnderstood()) {
+        return "something in its issuer's revocation list is malformed, or critical and unknown";
+    }
+    return nullptr;
+}
+
+/// The newest full list that a delta continues.
+const RevocationList* RevocationCheck::baseOf(const RevocationList& delta, const Lists& lists) const {
+    const RevocationList* base = nullptr;
+    for (const RevocationList* list : lists) {
+        if (!list->isDelta() && delta.continues(*list) && (base == nullptr || list->isNewerThan(*base))) {
+            base = list;
+        }
+    }
+    return base;
+}
+
+RevocationCheck::Statement RevocationCheck::statementOf(const RevocationList& list, const Lists& lists,
+                                                        X509* certificate) const {
+    const ListEntry entry = list.entryOf(certificate);
+    Statement statement{&list, entry == ListEntry::Revoked, problemOf(list, certificate)};
+    if (list.isDelta()) {
+        const RevocationList* base = baseOf(list, lists);
+        if (base == nullptr) {
+            statement.problem = "the list that its issuer's delta revocation list continues is missing";
+        } else {
+            const Statement before = statementOf(*base, lists, certificate);
+            statement.isRevoked |= before.isRevoked && entry != ListEntry::NoLongerRevoked;
+            statement.problem =
+                statement.problem != nullptr ? statement.problem : problemOf(*base, certificate);
+        }
+    }
+    const ListTime time = list.timeAt(m_now);
+    if (statement.problem == nullptr && time != ListTime::Current) {
+        statement.problem = time == ListTime::OutOfDate ? "its issuer's revocation list is out of date"
+                                                        : "its issuer's revocation list does not hold yet";
+    }
+    return statement;
+}
+
+/// Whether a list that counts, and does not revoke, has come after what revokes.
+bool RevocationCheck::isTakenBack(const Statement& revoking, const std::vector<Statement>& statements) {
+    return std::any_of(statements.begin(), statements.end(), [&revoking](const Statement& other) {
+        return other.problem == nullptr && !other.isRevoked && other.list->isNewerThan(*revoking.list);
+    });
+}
+
+RevocationState RevocationCheck::find(X509* certificate, X509* issuer) {
+    RevocationState state;
+    const Lists lists = listsFor(certificate, issuer, state.problem);
+    std::map<Bytes, std::vector<Statement>> byScope;
+    for (const RevocationList* list : lists) {
+        byScope[list->scope()].push_back(statementOf(*list, lists, certificate));
+    }
+    for (const auto& [scope, statements] : byScope) {
+        for (const Statement& statement : statements) {
+            state.isKnown |= statement.problem == nullptr;
+            state.isRevoked |= statement.isRevoked && !isTakenBack(statement, statements);
+            state.problem = statement.problem != nullptr ? statement.problem : state.problem;
+        }
+    }
+    return state;
+}
+
+} // namespace pki
