@@ -51,12 +51,11 @@ pki::CertificateFindings checkChains(const std::vector<pki::X509Ptr>& sent, cons
             best = std::move(findings);
         }
     }
-    pki::CertificateFindings findings = std::move(best).value_or(pki::CertificateFindings());
-    if (finder.hasGivenUp() && !(best.has_value() && findings.empty())) {
-        findings.add(Step::Chain, OpcUa_BadCertificateChainIncomplete, sent.front().get(),
-                     "too many certificates could be its issuers, not all were tried");
+    if (!best.has_value()) {
+        best.emplace().add(Step::Chain, OpcUa_BadSecurityChecksFailed, sent.front().get(),
+                           "the verification could not be carried out");
     }
-    return findings;
+    return std::move(*best);
 }
 
 } // namespace

@@ -53,6 +53,11 @@ void ChainCheck::checkEnd(const Chain& chain, CertificateFindings& findings) con
         findings.add(Step::Chain, OpcUa_BadCertificateChainIncomplete, last,
                      "there are too many issuers above it", m_locations.issuerCertificates);
         break;
+    case Chain::End::GivenUp:
+        findings.add(Step::Chain, OpcUa_BadCertificateChainIncomplete, last,
+                     "too many certificates could be its issuers, not all of them were tried",
+                     m_locations.issuerCertificates);
+        break;
     case Chain::End::WrongSignature:
         findings.add(Step::Signature, OpcUa_BadCertificateInvalid, last, "its issuer has not signed it");
         break;

@@ -33,9 +33,9 @@ bool isSelfIssued(const X509* certificate) {
 }
 
 ChainFinder::ChainFinder(const std::vector<X509Ptr>& sent, const StoreContent& store)
-    : m_open{{sent.front().get()}} {
+    : m_leaf(sent.front().get()), m_open{{m_leaf}} {
     ErrorQueueGuard guard;
-    std::set<Bytes> known{encode(sent.front().get())};
+    std::set<Bytes> known{encode(m_leaf)};
     // Where too many are known, those that are trusted are tried first.
     add(store.trusted, known);
     add(store.issuers, known);
@@ -125,8 +125,9 @@ std::optional<Chain> ChainFinder::next() {
             return Chain{std::move(chain), Chain::End::Root};
         }
         if (issuers.signers.empty()) {
-            return Chain{std::move(chain),
-                         issuers.isForged ? Chain::End::WrongSignature : Chain::End::IssuerMissing};
+            return Chain{std::move(chain), m_hasGivenUp       ? Chain::End::GivenUp
+                                           : issuers.isForged ? Chain::End::WrongSignature
+                                                              : Chain::End::IssuerMissing};
         }
         if (chain.size() == longestChain) {
             return Chain{std::move(chain), Chain::End::TooLong};
@@ -134,6 +135,9 @@ std::optional<Chain> ChainFinder::next() {
         if (!extend(chain, issuers.signers)) {
             return Chain{std::move(chain), Chain::End::IssuerMissing};
         }
+    }
+    if (std::exchange(m_hasGivenUp, false)) {
+        return Chain{{m_leaf}, Chain::End::GivenUp};
     }
     return std::nullopt;
 }

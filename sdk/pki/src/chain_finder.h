@@ -19,7 +19,8 @@ struct Chain {
         Root,           ///< the last one has signed itself
         IssuerMissing,  ///< nobody known has signed the last one
         WrongSignature, ///< the one who should have signed the last one has not
-        TooLong
+        TooLong,
+        GivenUp ///< too many could have signed the last one, or one above it
     };
 
     std::vector<X509*> certificates;
@@ -37,10 +38,9 @@ public:
     /// `sent` is what the server sent, its own certificate first. Both have to outlive what is found.
     ChainFinder(const std::vector<X509Ptr>& sent, const StoreContent& store);
 
-    /// The next chain, shorter ones first; nothing when there is no other, or too much was tried.
+    /// The next chain, shorter ones first; nothing when there is no other. When too much was tried, the last
+    /// one says so.
     std::optional<Chain> next();
-    /// Whether the search ended before everything was tried.
-    bool hasGivenUp() const { return m_hasGivenUp; }
 
 private:
     using Certificates = std::vector<X509*>;
@@ -59,6 +59,7 @@ private:
     const Issuers& issuersOf(X509* certificate);
     bool extend(const Certificates& chain, const Certificates& signers);
 
+    X509* m_leaf;
     Certificates m_known;
     std::map<const X509*, Issuers> m_issuers;
     std::deque<Certificates> m_open;
