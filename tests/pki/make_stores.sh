@@ -21,8 +21,9 @@ done
 openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:1024 -out short.key &
 openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:4096 -out long.key &
 openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:4104 -out too_long.key &
+openssl genpkey -quiet -algorithm ED25519 -out edwards.key &
 wait
-for key in server authority intermediate stranger short long too_long; do
+for key in server authority intermediate stranger short long too_long edwards; do
   openssl req -new -batch -key "$key.key" -subj /CN=replaced -out "$key.csr"
 done
 
@@ -173,6 +174,9 @@ for issuer in root root_expired root_future root_short root_too_long root_sha1 i
   issue "by_$issuer" "$issuer" server app
 done
 issue by_middle_bounded_elsewhere middle_bounded server other_host
+issue by_root_edwards root edwards app
+issue middle_edwards root edwards authority
+issue by_middle_edwards middle_edwards server app "" "" default
 for extensions in at_point at_relative_point at_partial_point; do
   issue "by_root_$extensions" root server "$extensions"
 done
@@ -281,6 +285,7 @@ done
 list root_with_sha1_revokes root "$bad" "" "$later" "" -md sha1
 list root_revokes_itself root root ""
 list other_root_revokes other_root root_cross ""
+list middle_edwards middle_edwards "" "" "" "" -md null
 list first_revokes first by_first ""
 cn=self_good issue self_good_namesake self stranger authority
 list stray self_good_namesake "" ""
@@ -297,6 +302,8 @@ last_byte_changed() {
   head -c $((size - 1)) "$1" >"$2"
   printf "\\x$(printf %x $((last ^ 1)))" >>"$2"
 }
+# a key of a kind that nobody has heard of
+LC_ALL=C sed 's/\x2a\x86\x48\x86\xf7\x0d\x01\x01\x01\x05\x00/\x2a\x86\x48\x86\xf7\x0d\x01\x01\x63\x05\x00/' self_good.der >self_unusable_key.der
 last_byte_changed by_root.der by_root_forged.der
 last_byte_changed self_good.der self_forged.der
 last_byte_changed root.crl root_forged.crl

@@ -289,6 +289,10 @@ const Case cases[] = {
     {"OtherUriInUtf8",              "self_uri_in_utf8",   "", "", "", "self_uri_in_utf8",   uriInvalid, uriInvalid},
     {"OtherUriInLatin1",            "self_uri_in_latin1", "", "", "", "self_uri_in_latin1", uriInvalid, uriInvalid},
     {"SixtyKilobytes",              "self_of_60_kilobytes", "", "", "", "self_of_60_kilobytes", good, good},
+    // ---- keys that are not RSA
+    {"KeyThatIsNotRsa",             "root", "root", "", "", "by_root_edwards",           policyFailed, policyFailed},
+    {"KeyThatCannotBeUsed",         "self_unusable_key", "", "", "", "self_unusable_key", invalid, invalid},
+    {"AuthoritysKeyThatIsNotRsa",   "root", "root middle_edwards", "middle_edwards", "", "by_middle_edwards", good, good},
     // ---- not a certificate: nothing can be saved either
     {"Empty",                       "self_good", "", "", "", "",            invalid, invalid},
     {"EmptyFile",                   "self_good", "", "", "", "empty",       invalid, invalid},
