@@ -254,9 +254,13 @@ list root_5_later_revokes root "$bad" "$(number 5)" "$later"
 list root_6 root "" "$(number 6)"
 list root_6_revokes root "$bad" "$(number 6)"
 list root_6_revokes_over root "$bad" "$(number 6)" "" "$just_over"
+list root_7 root "" "$(number 7)"
 list root_7_revokes root "$bad" "$(number 7)"
 list root_300_revokes root "$bad" '2.5.29.20=DER:0202012c'
 list root_later_revokes root "$bad" "" "$later"
+list root_later_named root "" 'authorityKeyIdentifier=keyid' "$later"
+list impostor_later impostor "" "" "$later"
+list impostor_later_named impostor "" 'authorityKeyIdentifier=keyid' "$later"
 list root_next_year root "" "" "$next_year"
 list root_next_year_revokes root "$bad" "" "$next_year"
 list root_delta_6 root "" "$(delta 5 6)" "$later"
@@ -307,6 +311,9 @@ LC_ALL=C sed 's/\x2a\x86\x48\x86\xf7\x0d\x01\x01\x01\x05\x00/\x2a\x86\x48\x86\xf
 last_byte_changed by_root.der by_root_forged.der
 last_byte_changed self_good.der self_forged.der
 last_byte_changed root.crl root_forged.crl
+last_byte_changed root_6_revokes.crl root_6_forged.crl
+last_byte_changed root_delta_6_revokes.crl root_delta_6_forged.crl
+last_byte_changed root_later_named.crl root_later_named_forged.crl
 : >spoilt_empty.crl
 printf 'not a list\n' >spoilt_text.crl
 head -c 300 root_revoking.crl >spoilt_cut.crl

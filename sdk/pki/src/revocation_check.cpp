@@ -23,7 +23,7 @@ bool maySignLists(X509* issuer) {
 } // namespace
 
 RevocationCheck::RevocationCheck(const StoreContent& store, const SecurityDemands& demands, std::time_t now)
-    : m_demands(demands), m_now(now) {
+    : m_store(store), m_demands(demands), m_now(now) {
     ErrorQueueGuard guard;
     m_lists.reserve(store.revocationLists.size());
     for (const X509CrlPtr& list : store.revocationLists) {
@@ -52,22 +52,39 @@ bool RevocationCheck::isSigned(const RevocationList& list, X509* issuer) {
     return m_signatures.emplace(pair, key != nullptr && list.isSignedWith(key)).first->second;
 }
 
-/// The lists that the issuer has made and that cover the certificate, in part at least.
-Lists RevocationCheck::listsFor(X509* certificate, X509* issuer, std::string& problem) {
-    Lists found;
-    problem = "there is no revocation list of its issuer";
+/// Whether another authority of the name, one that the store has, has signed it.
+bool RevocationCheck::isOfNamesake(const RevocationList& list) {
+    constexpr int mostNamesakes = 16; // each costs a look at the whole list
+    int tried = 0;
+    for (const auto* certificates : {&m_store.trusted, &m_store.issuers}) {
+        for (const X509Ptr& certificate : *certificates) {
+            if (X509_NAME_cmp(X509_get_subject_name(certificate.get()), list.issuer()) == 0 &&
+                tried++ < mostNamesakes && isSigned(list, certificate.get())) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+RevocationCheck::Candidates RevocationCheck::candidatesFor(X509* certificate, X509* issuer) {
+    Candidates found;
+    found.problem = "there is no revocation list of its issuer";
     for (const RevocationList& list : m_lists) {
         if (X509_NAME_cmp(list.issuer(), X509_get_subject_name(issuer)) != 0) {
             continue;
         }
         if (list.coverageOf(certificate) == Coverage::None) {
-            problem = "its issuer's revocation list is for other certificates";
+            found.problem = "its issuer's revocation list is for other certificates";
         } else if (!isSigned(list, issuer)) {
-            problem = "its issuer has not signed the revocation list of that name";
+            found.problem = "its issuer has not signed the revocation list of that name";
+            if (list.namesKeyOf(issuer) && !isOfNamesake(list)) {
+                found.damagedOnes.push_back(&list);
+            }
         } else if (!maySignLists(issuer)) {
-            problem = "its issuer's key usage does not allow to sign revocation lists";
+            found.problem = "its issuer's key usage does not allow to sign revocation lists";
         } else {
-            found.push_back(&list);
+            found.signedOnes.push_back(&list);
         }
     }
     return found;
@@ -128,18 +145,33 @@ bool RevocationCheck::isTakenBack(const Statement& revoking, const std::vector<S
 }
 
 RevocationState RevocationCheck::find(X509* certificate, X509* issuer) {
-    RevocationState state;
-    const Lists lists = listsFor(certificate, issuer, state.problem);
+    const Candidates candidates = candidatesFor(certificate, issuer);
     std::map<Bytes, std::vector<Statement>> byScope;
-    for (const RevocationList* list : lists) {
-        byScope[list->scope()].push_back(statementOf(*list, lists, certificate));
+    for (const RevocationList* list : candidates.signedOnes) {
+        byScope[list->scope()].push_back(statementOf(*list, candidates.signedOnes, certificate));
     }
+    RevocationState state;
+    state.problem = candidates.problem;
+    Lists counting;
     for (const auto& [scope, statements] : byScope) {
         for (const Statement& statement : statements) {
-            state.isKnown |= statement.problem == nullptr;
+            if (statement.problem == nullptr) {
+                counting.push_back(statement.list);
+            } else {
+                state.problem = statement.problem;
+            }
             state.isRevoked |= statement.isRevoked && !isTakenBack(statement, statements);
-            state.problem = statement.problem != nullptr ? statement.problem : state.problem;
         }
+    }
+    const auto isOutrun = [&counting](const RevocationList* damaged) {
+        return std::any_of(counting.begin(), counting.end(),
+                           [damaged](const RevocationList* other) { return !damaged->isNewerThan(*other); });
+    };
+    const Lists& damaged = candidates.damagedOnes;
+    const bool isInDoubt = !std::all_of(damaged.begin(), damaged.end(), isOutrun);
+    state.isKnown = !counting.empty() && !isInDoubt;
+    if (!counting.empty() && isInDoubt) {
+        state.problem = "a later revocation list of its issuer's name has a wrong signature";
     }
     return state;
 }

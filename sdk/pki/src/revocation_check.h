@@ -26,7 +26,8 @@ struct RevocationState {
 /// Finds out from a store's lists which certificates their issuers have revoked. A list counts for a
 /// certificate when its issuer has signed it, may sign lists and has used a signature that the policy allows,
 /// when it covers the certificate, is current, and nothing in it is unknown. Of several with one scope the
-/// newest counts. A list that does not count for its shortcomings still revokes what stands in it.
+/// newest counts. A list that does not count for its shortcomings still revokes what stands in it. One of the
+/// issuer's name that nobody known has signed may be the issuer's newest, come to harm.
 class RevocationCheck {
 public:
     /// `store` has to outlive it.
@@ -44,6 +45,13 @@ private:
         const char* problem;
     };
 
+    /// The lists with an issuer's name that cover a certificate, in part at least.
+    struct Candidates {
+        std::vector<const RevocationList*> signedOnes;
+        std::vector<const RevocationList*> damagedOnes;
+        std::string problem;
+    };
+
     const char* problemOf(const RevocationList& list, X509* certificate) const;
     const RevocationList* baseOf(const RevocationList& delta,
                                  const std::vector<const RevocationList*>& lists) const;
@@ -51,9 +59,11 @@ private:
                           X509* certificate) const;
     static bool isTakenBack(const Statement& revoking, const std::vector<Statement>& statements);
     bool isSigned(const RevocationList& list, X509* issuer);
-    std::vector<const RevocationList*> listsFor(X509* certificate, X509* issuer, std::string& problem);
+    bool isOfNamesake(const RevocationList& list);
+    Candidates candidatesFor(X509* certificate, X509* issuer);
     RevocationState find(X509* certificate, X509* issuer);
 
+    const StoreContent& m_store;
     SecurityDemands m_demands;
     std::time_t m_now;
     std::vector<RevocationList> m_lists;

@@ -76,6 +76,12 @@ RevocationList::RevocationList(X509_CRL* list) : m_list(list) {
     m_isMalformed = m_isMalformed || (m_scope != nullptr && !isPossible(*m_scope));
 }
 
+bool RevocationList::namesKeyOf(const X509* issuer) const {
+    const AuthorityKeyIdPtr identifier(static_cast<AUTHORITY_KEYID*>(
+        X509_CRL_get_ext_d2i(m_list, NID_authority_key_identifier, nullptr, nullptr)));
+    return X509_check_akid(issuer, identifier.get()) == X509_V_OK;
+}
+
 int RevocationList::signatureDigest() const {
     const X509_ALGOR* algorithm = nullptr;
     X509_CRL_get0_signature(m_list, nullptr, &algorithm);

@@ -20,6 +20,8 @@ public:
 
     const X509_NAME* issuer() const { return X509_CRL_get_issuer(m_list); }
     bool isSignedWith(EVP_PKEY* key) const { return X509_CRL_verify(m_list, key) == 1; }
+    /// Whether it names the issuer's key as the one that it is signed with; also true when it names none.
+    bool namesKeyOf(const X509* issuer) const;
     /// The digest that its signature is of; NID_undef when it is not known.
     int signatureDigest() const;
     ListTime timeAt(std::time_t now) const;
