@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <ctime>
+#include <string>
 #include <utility>
 #include <vector>
 

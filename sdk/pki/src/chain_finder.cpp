@@ -1,8 +1,12 @@
 #include "chain_finder.h"
 
 #include <algorithm>
-#include <iterator>
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <set>
 #include <utility>
+#include <vector>
 
 #include "certificate_parser.h"
 
@@ -74,17 +78,20 @@ ChainFinder::Issuers ChainFinder::findIssuers(X509* certificate) {
         return issuers;
     }
     issuers.isForged = isSelfIssued(certificate) && hasNamedKey(certificate, certificate);
-    Certificates others;
-    for (X509* known : m_known) {
-        if (X509_NAME_cmp(X509_get_subject_name(known), name) == 0 && known != certificate) {
-            others.push_back(known);
+    // Where too many bear the name, those that the certificate means are tried first.
+    for (const bool isNamed : {true, false}) {
+        for (X509* other : m_known) {
+            if (other == certificate || X509_NAME_cmp(X509_get_subject_name(other), name) != 0 ||
+                hasNamedKey(other, certificate) != isNamed) {
+                continue;
+            }
+            if (hasSigned(other, certificate)) {
+                issuers.signers.push_back(other);
+            } else {
+                issuers.isForged = issuers.isForged || isNamed;
+            }
         }
     }
-    const auto unnamed = std::stable_partition(
-        others.begin(), others.end(), [certificate](X509* other) { return hasNamedKey(other, certificate); });
-    issuers.isForged = issuers.isForged || unnamed != others.begin();
-    std::copy_if(others.begin(), others.end(), std::back_inserter(issuers.signers),
-                 [this, certificate](X509* other) { return hasSigned(other, certificate); });
     return issuers;
 }
 

@@ -1,7 +1,10 @@
 #include "revocation_check.h"
 
 #include <algorithm>
-#include <cstddef>
+#include <ctime>
+#include <map>
+#include <utility>
+#include <vector>
 
 namespace pki {
 namespace {

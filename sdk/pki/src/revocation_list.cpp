@@ -1,6 +1,7 @@
 #include "revocation_list.h"
 
 #include <algorithm>
+#include <ctime>
 #include <initializer_list>
 #include <memory>
 
