@@ -85,6 +85,9 @@ EOF
   application at_point "URI:$uri" 'crlDistributionPoints=URI:http://plant/1'
   application at_relative_point "URI:$uri" 'crlDistributionPoints=relative_to_issuer'
   application at_partial_point "URI:$uri" 'crlDistributionPoints=with_reasons'
+  application at_others_point "URI:$uri" 'crlDistributionPoints=with_issuer'
+  application address_blocks "URI:$uri" 'sbgp-ipAddrBlock=critical,IPv4:10.0.0.0/8'
+  printf '[with_issuer]\nfullname=URI:http://plant/1\nCRLissuer=dirName:lister\n[lister]\nCN=lister\n'
   printf '[relative_to_issuer]\nrelativename=relative\n[relative]\nOU=lists\n'
   printf '[with_reasons]\nfullname=URI:http://plant/1\nreasons=keyCompromise\n'
   application address_of_three_bytes "DER:$(sequence "$(named 86 "$uri")" 87030a0000)"
@@ -142,7 +145,7 @@ issue middle_below_last middle_last stranger authority
 issue middle_no_ca_bit root intermediate no_ca_bit
 issue middle_no_sign_usage root intermediate no_sign_usage
 
-for extensions in address_of_three_bytes uri_in_utf8 uri_in_latin1 of_60_kilobytes; do
+for extensions in address_blocks address_of_three_bytes uri_in_utf8 uri_in_latin1 of_60_kilobytes; do
   issue "self_$extensions" self server "$extensions"
 done
 issue middle_no_list_usage root intermediate no_list_usage
@@ -174,10 +177,13 @@ for issuer in root root_expired root_future root_short root_too_long root_sha1 i
   issue "by_$issuer" "$issuer" server app
 done
 issue by_middle_bounded_elsewhere middle_bounded server other_host
+cn=elsewhere.example issue by_middle_bounded_common_name middle_bounded server app_without_ids
+cn=middle_last issue middle_last_new_key middle_last stranger authority
+issue by_middle_last_new_key middle_last_new_key server app
 issue by_root_edwards root edwards app
 issue middle_edwards root edwards authority
 issue by_middle_edwards middle_edwards server app "" "" default
-for extensions in at_point at_relative_point at_partial_point; do
+for extensions in at_point at_relative_point at_partial_point at_others_point; do
   issue "by_root_$extensions" root server "$extensions"
 done
 issue by_root_revoked root server app
@@ -193,7 +199,7 @@ revocation_list() {
 }
 for issuer in root root_expired root_future root_short root_too_long root_sha1 impostor middle middle_expired \
   middle_revoked middle_last middle_below_last middle_no_ca_bit middle_no_sign_usage middle_no_list_usage middle_bounded \
-  other_root first second; do
+  middle_last_new_key other_root first second; do
   revocation_list "$issuer" "$issuer"
 done
 revocation_list root_stale root 20250101000000Z 20250201000000Z
@@ -257,6 +263,7 @@ list root_6_revokes_over root "$bad" "$(number 6)" "" "$just_over"
 list root_7 root "" "$(number 7)"
 list root_7_revokes root "$bad" "$(number 7)"
 list root_300_revokes root "$bad" '2.5.29.20=DER:0202012c'
+list root_removes root "$bad,removeFromCRL" ""
 list root_later_revokes root "$bad" "" "$later"
 list root_later_named root "" 'authorityKeyIdentifier=keyid' "$later"
 list impostor_later impostor "" "" "$later"

@@ -211,6 +211,8 @@ const Case cases[] = {
     {"AuthoritiesListForAnAuthority", "root", "root_authorities middle", "middle", "", "by_middle", good, good},
     {"ListsForUsersAndForAuthorities", "root", "root_authorities root_users", "", "", "by_root", good, good},
     {"AuthoritiesListBesideARevokingOne", "root", "root_revoking root_authorities", "", "", "by_root_revoked", revoked, revoked},
+    {"AuthoritiesListRevokesAServer", "root", "root root_authorities_revokes", "", "", "by_root_revoked", good, good},
+    {"ListOfAnotherPointRevokes",   "root", "root root_other_point_revokes", "", "", "by_root_revoked", good, good},
     {"AttributesList",              "root", "root_attributes", "", "", "by_root",        listUnknown, listUnknown},
     {"ContradictoryList",           "root", "root_contradictory", "", "", "by_root",     listUnknown, listUnknown},
     {"ListForSomeReasons",          "root", "root_some_reasons", "", "", "by_root",      listUnknown, listUnknown},
@@ -223,6 +225,7 @@ const Case cases[] = {
     {"ListOfItsRelativePoint",      "root", "root_relative_point", "", "", "by_root_at_relative_point", good, good},
     {"ListOfAnotherThanItsRelativePoint", "root", "root_point", "", "", "by_root_at_relative_point", listUnknown, listUnknown},
     {"ListOfAPointForSomeReasons",  "root", "root_point", "", "", "by_root_at_partial_point", listUnknown, listUnknown},
+    {"ListOfAPointOfAnotherLister", "root", "root_point", "", "", "by_root_at_others_point", listUnknown, listUnknown},
     {"WholeListForAPoint",          "root", "root", "", "", "by_root_at_point",          good, good},
     // ---- which of several lists counts
     {"HigherNumberTakesBack",       "root", "root_5_revokes root_6", "", "", "by_root_revoked", good, good},
@@ -246,6 +249,7 @@ const Case cases[] = {
     // ---- lists that do not count
     {"ListUnknownCritical",         "root", "root_critical", "", "", "by_root",          listUnknown, listUnknown},
     {"ListUnknownCriticalRevokes",  "root", "root root_critical_revokes", "", "", "by_root_revoked", revoked, revoked},
+    {"WholeListTakesNothingBack",   "root", "root_removes", "", "", "by_root_revoked",   revoked, revoked},
     {"ListMalformedNumber",         "root", "root_malformed_number", "", "", "by_root",  listUnknown, listUnknown},
     {"ListOfOneWhoMayNotSignLists", "root", "root middle_no_list_usage", "middle_no_list_usage", "", "by_middle_no_list_usage", listUnknown, listUnknown},
     {"ListSha1Basic256Sha256",      "root", "root_with_sha1", "", "", "by_root",              listUnknown, listUnknown, basic256Sha256},
@@ -293,6 +297,9 @@ const Case cases[] = {
     // ---- names that an authority is bound to
     {"NameWithinBounds",            "root", "root middle_bounded", "middle_bounded", "", "by_middle_bounded", good, good},
     {"NameOutOfBounds",             "root", "root middle_bounded", "middle_bounded", "", "by_middle_bounded_elsewhere", invalid, invalid},
+    {"CommonNameOutOfBounds",       "root", "root middle_bounded", "middle_bounded", "", "by_middle_bounded_common_name", invalid, invalid},
+    {"NewKeyIsNoFurtherAuthority",  "root", "root middle_last middle_last_new_key", "middle_last middle_last_new_key", "", "by_middle_last_new_key", good, good},
+    {"CriticalAddressBlocks",       "self_address_blocks", "", "", "", "self_address_blocks", invalid, invalid},
     // ---- alternative names
     {"AddressOfThreeBytes",         "self_address_of_three_bytes", "", "", "", "self_address_of_three_bytes", good, good},
     {"OtherUriInUtf8",              "self_uri_in_utf8",   "", "", "", "self_uri_in_utf8",   uriInvalid, uriInvalid},

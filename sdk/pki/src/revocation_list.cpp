@@ -74,7 +74,6 @@ RevocationList::RevocationList(X509_CRL* list) : m_list(list) {
     m_number = readExtension<IntegerPtr>(list, NID_crl_number, m_isMalformed);
     m_baseNumber = readExtension<IntegerPtr>(list, NID_delta_crl, m_isMalformed);
     m_isDelta = X509_CRL_get_ext_by_NID(list, NID_delta_crl, -1) >= 0;
-    m_isMalformed = m_isMalformed || (m_scope != nullptr && !isPossible(*m_scope));
 }
 
 bool RevocationList::namesKeyOf(const X509* issuer) const {

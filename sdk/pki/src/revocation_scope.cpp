@@ -90,8 +90,4 @@ Coverage coverageOf(const ISSUING_DIST_POINT* scope, X509* certificate) {
     return scope->onlysomereasons != nullptr || scope->indirectCRL > 0 ? Coverage::Partly : Coverage::Whole;
 }
 
-bool isPossible(const ISSUING_DIST_POINT& scope) {
-    return (scope.onlyuser > 0) + (scope.onlyCA > 0) + (scope.onlyattr > 0) <= 1;
-}
-
 } // namespace pki

@@ -15,7 +15,4 @@ enum class Coverage {
 /// `scope` is null for a list that says nothing about it (RFC 5280, 5.2.5).
 Coverage coverageOf(const ISSUING_DIST_POINT* scope, X509* certificate);
 
-/// Whether a list can be of that scope at all.
-bool isPossible(const ISSUING_DIST_POINT& scope);
-
 } // namespace pki
