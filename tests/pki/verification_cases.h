@@ -201,6 +201,7 @@ const Case cases[] = {
     {"DeltaWithoutNumberAlone",     "root", "root_delta_unnumbered", "", "", "by_root",  listUnknown, listUnknown},
     {"DeltaOfAnotherScope",         "root", "root_5_over root_users_delta_6", "", "", "by_root", listUnknown, listUnknown},
     {"DeltaRenewsItsBase",          "root", "root_5_over root_delta_6", "", "", "by_root", good, good},
+    {"DeltaContinuesTheNewestBase", "root", "root_5_later root_5_revokes root_delta_6", "", "", "by_root_revoked", good, good},
     {"DeltaOutOfDate",              "root", "root_5 root_delta_6_over", "", "", "by_root", good, good},
     {"DeltaAndBaseOutOfDate",       "root", "root_5_over root_delta_6_over", "", "", "by_root", listUnknown, listUnknown},
     // ---- lists that are not for every certificate
