@@ -257,6 +257,8 @@ list root_5_revokes root "$bad middle_revoked" "$(number 5)"
 list root_5_over root "" "$(number 5)" "" "$just_over"
 list root_5_later root "" "$(number 5)" "$later"
 list root_5_later_revokes root "$bad" "$(number 5)" "$later"
+list root_5_weak root "" "$(number 5)" "" "" -md sha1
+list root_users_6 root "" "$(number 6)$(scope users)" "$later"
 list root_6 root "" "$(number 6)"
 list root_6_revokes root "$bad" "$(number 6)"
 list root_6_revokes_over root "$bad" "$(number 6)" "" "$just_over"

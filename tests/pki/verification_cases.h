@@ -202,6 +202,7 @@ const Case cases[] = {
     {"DeltaOfAnotherScope",         "root", "root_5_over root_users_delta_6", "", "", "by_root", listUnknown, listUnknown},
     {"DeltaRenewsItsBase",          "root", "root_5_over root_delta_6", "", "", "by_root", good, good},
     {"DeltaContinuesTheNewestBase", "root", "root_5_later root_5_revokes root_delta_6", "", "", "by_root_revoked", good, good},
+    {"DeltaOfAWeakBase",            "root", "root_5_weak root_delta_6", "", "", "by_root", listUnknown, listUnknown},
     {"DeltaOutOfDate",              "root", "root_5 root_delta_6_over", "", "", "by_root", good, good},
     {"DeltaAndBaseOutOfDate",       "root", "root_5_over root_delta_6_over", "", "", "by_root", listUnknown, listUnknown},
     // ---- lists that are not for every certificate
@@ -214,6 +215,7 @@ const Case cases[] = {
     {"AuthoritiesListBesideARevokingOne", "root", "root_revoking root_authorities", "", "", "by_root_revoked", revoked, revoked},
     {"AuthoritiesListRevokesAServer", "root", "root root_authorities_revokes", "", "", "by_root_revoked", good, good},
     {"ListOfAnotherPointRevokes",   "root", "root root_other_point_revokes", "", "", "by_root_revoked", good, good},
+    {"UsersListTakesNothingBack",   "root", "root_5_revokes root_users_6", "", "", "by_root_revoked", revoked, revoked},
     {"AttributesList",              "root", "root_attributes", "", "", "by_root",        listUnknown, listUnknown},
     {"ContradictoryList",           "root", "root_contradictory", "", "", "by_root",     listUnknown, listUnknown},
     {"ListForSomeReasons",          "root", "root_some_reasons", "", "", "by_root",      listUnknown, listUnknown},
