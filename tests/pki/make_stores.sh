@@ -282,6 +282,7 @@ list root_delta_6_removes_weak root "$bad,removeFromCRL" "$(delta 5 6)" "$later"
 list root_delta_8 root "" "$(delta 7 8)" "$later"
 list root_delta_8_revokes root "$bad" "$(delta 7 8)" "$later"
 list root_delta_8_removes root "$bad,removeFromCRL" "$(delta 7 8)" "$later"
+list root_delta_of_a_delta root "" "$(delta 6 8)" "$later"
 list root_delta_unnumbered root "" '2.5.29.27=critical,DER:020105' "$later"
 list root_users_delta_6 root "" "$(delta 5 6)$(scope users)" "$later"
 for kind in users authorities attributes contradictory some_reasons indirect point other_point relative_point; do

@@ -203,6 +203,7 @@ const Case cases[] = {
     {"DeltaRenewsItsBase",          "root", "root_5_over root_delta_6", "", "", "by_root", good, good},
     {"DeltaContinuesTheNewestBase", "root", "root_5_later root_5_revokes root_delta_6", "", "", "by_root_revoked", good, good},
     {"DeltaOfAWeakBase",            "root", "root_5_weak root_delta_6", "", "", "by_root", listUnknown, listUnknown},
+    {"DeltaIsNoBase",               "root", "root_delta_6 root_delta_of_a_delta", "", "", "by_root", listUnknown, listUnknown},
     {"DeltaOutOfDate",              "root", "root_5 root_delta_6_over", "", "", "by_root", good, good},
     {"DeltaAndBaseOutOfDate",       "root", "root_5_over root_delta_6_over", "", "", "by_root", listUnknown, listUnknown},
     // ---- lists that are not for every certificate
