@@ -118,6 +118,97 @@ TEST_F(Store, AFileMayHoldSeveralPemCertificates) {
     EXPECT_TRUE(verify(m_folders.locations(), "by_middle").status.isGood());
 }
 
+TEST_F(Store, APemFileMayBeginWithAnyText) {
+    // A "0" is also what every DER file begins with.
+    for (const char* text : {"0123456789: the root of the plant\n", "The root of the plant\n"}) {
+        for (const char* name : {"root.pem", "root.crl.pem"}) {
+            const UaByteString pem = material::read(material::file(name));
+            const std::string content(pem.data(), pem.data() + pem.length());
+            const bool isList = std::string(name) == "root.crl.pem";
+            material::write((isList ? m_folders.trustedLists : m_folders.trusted) / name, text + content);
+        }
+        const UaPkiVerification result = verify(m_folders.locations(), "by_root");
+        EXPECT_TRUE(result.status.isGood()) << result.status.name();
+        EXPECT_TRUE(result.skippedFiles.empty());
+    }
+}
+
+TEST_F(Store, AFileMayHoldSeveralPemLists) {
+    material::StoreFolders::fill(m_folders.trusted, "root", ".der");
+    material::StoreFolders::fill(m_folders.issuers, "middle", ".der");
+    material::StoreFolders::fill(m_folders.trustedLists, "both_pem", ".crl");
+    EXPECT_TRUE(verify(m_folders.locations(), "by_middle").status.isGood());
+}
+
+/// Beside a good list something that may be one, and cannot be read.
+class UnreadableList : public Store {
+protected:
+    UnreadableList() {
+        material::StoreFolders::fill(m_folders.trusted, "root self_good", ".der");
+        material::StoreFolders::fill(m_folders.trustedLists, "root", ".crl");
+    }
+
+    void expectUnknownBecauseOf(const fs::path& file) {
+        const UaPkiVerification result = verify(m_folders.locations(), "by_root");
+        EXPECT_EQ(result.status.statusCode(), OpcUa_BadCertificateRevocationUnknown) << result.status.name();
+        ASSERT_THAT(result.findings, SizeIs(1));
+        EXPECT_THAT(result.findings[0].text.text(),
+                    testing::AllOf(HasSubstr("cannot be read"), HasSubstr(file.string())));
+        EXPECT_THAT(result.skippedFiles, SizeIs(1));
+        EXPECT_TRUE(verify(m_folders.locations(), "self_good").status.isGood());
+    }
+};
+
+TEST_F(UnreadableList, AboveTheLimit) {
+    const fs::path file = m_folders.trustedLists / "large.crl";
+    material::StoreFolders::fill(m_folders.trustedLists, "root_revoking", ".crl");
+    fs::rename(m_folders.trustedLists / "root_revoking.crl", file);
+    fs::resize_file(file, 32 * 1024 * 1024 + 1);
+    expectUnknownBecauseOf(file);
+    EXPECT_THAT(verify(m_folders.locations(), "by_root").skippedFiles[0].text(),
+                HasSubstr("larger than 32768 KiB"));
+}
+
+TEST_F(UnreadableList, NotAFileAtAll) {
+    const fs::path file = m_folders.issuerLists / "list.crl";
+    ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+    expectUnknownBecauseOf(file);
+    fs::remove(file);
+    fs::create_symlink("nowhere", file);
+    expectUnknownBecauseOf(file);
+    fs::remove(file);
+    EXPECT_TRUE(verify(m_folders.locations(), "by_root").status.isGood());
+}
+
+TEST_F(UnreadableList, AFileOrADirectoryWithoutPermission) {
+    fs::permissions(m_directory.path(), fs::perms(0755));
+    const UaPkiCertificateVerifier verifier{UaPkiStore(m_folders.locations())};
+    const UaByteString sent = material::chain("by_root");
+    const auto statusUnprivileged = [&] {
+        return runUnprivileged([&] {
+            const UaStatus status =
+                verifier.verify(sent, "urn:plant:server", basic256Sha256, material::verificationTime())
+                    .status;
+            return status.isGood() ? 0 : status.statusCode() == OpcUa_BadCertificateRevocationUnknown ? 1 : 2;
+        });
+    };
+    EXPECT_EQ(statusUnprivileged(), 0);
+    material::StoreFolders::fill(m_folders.trustedLists, "root_revoking", ".crl");
+    fs::permissions(m_folders.trustedLists / "root_revoking.crl", fs::perms::none);
+    EXPECT_EQ(statusUnprivileged(), 1);
+    fs::remove(m_folders.trustedLists / "root_revoking.crl");
+    fs::permissions(m_folders.issuerLists, fs::perms::none);
+    EXPECT_EQ(statusUnprivileged(), 1);
+    fs::permissions(m_folders.issuerLists, fs::perms(0755));
+    EXPECT_EQ(statusUnprivileged(), 0);
+}
+
+TEST_F(UnreadableList, ADirectoryAndAHiddenFileAreNone) {
+    fs::create_directory(m_folders.trustedLists / "old");
+    material::write(m_folders.trustedLists / ".root.crl.part", "half a list");
+    EXPECT_TRUE(verify(m_folders.locations(), "by_root").status.isGood());
+}
+
 TEST_F(Store, ForeignFilesArePassedOverAndNamed) {
     fs::create_directory(m_folders.trusted / "a_directory");
     material::StoreFolders::fill(m_folders.trusted, "megabyte truncated empty self_good trailing", ".der");

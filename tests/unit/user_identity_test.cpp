@@ -1,5 +1,7 @@
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <ios>
 #include <string>
 
 #include "secured_client_test.h"
@@ -121,6 +123,19 @@ TEST_F(UserIdentity, AFileThatIsNoCertificateGivesTwentyFourAndStays) {
     EXPECT_EQ(contentOf(userCertificate()), "no certificate");
 }
 
+TEST_F(UserIdentity, ACertificateWithAKeyThatCannotBeUsedGivesTwentyFour) {
+    useCertificate();
+    EXPECT_EQ(tryConnect(), 0);
+    std::string content = contentOf(userCertificate());
+    const std::string rsa = "\x2A\x86\x48\x86\xF7\x0D\x01\x01\x01"; // the kind of its key
+    const std::size_t kind = content.find(rsa);
+    ASSERT_NE(kind, std::string::npos);
+    content[kind + rsa.size() - 1] = 99; // a kind that nobody has heard of
+    std::ofstream(userCertificate(), std::ios::binary) << content;
+    ASSERT_FALSE(UaPkiCertificate::fromDERFile(UaString(userCertificate().string())).isNull());
+    expectRefused(24);
+}
+
 TEST_F(UserIdentity, AKeyThatIsNoneGivesTwentyFive) {
     useCertificate();
     EXPECT_EQ(tryConnect(), 0);
@@ -150,6 +165,15 @@ TEST_F(UserIdentity, AStoreThatCannotBeOpenedGivesTwentySeven) {
     const std::filesystem::path trusted = directory() / "pkiclient/trusted/certs";
     std::filesystem::remove_all(trusted);
     std::ofstream(trusted) << "a file in its place";
+    expectRefused(27);
+}
+
+TEST_F(UserIdentity, RevocationListsThatCannotBeListedGiveTwentySeven) {
+    useCertificate();
+    EXPECT_EQ(tryConnect(), 0);
+    const std::filesystem::path lists = directory() / "pkiclient/trusted/crl";
+    std::filesystem::remove_all(lists);
+    std::ofstream(lists) << "a file in their place";
     expectRefused(27);
 }
 
