@@ -52,6 +52,7 @@ bool UaFile::open() {
     const std::string path = m_path.toUtf8().text();
     // Without waiting: the name may be that of a pipe.
     m_descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    m_isMissing = m_descriptor < 0 && (errno == ENOENT || errno == ENOTDIR);
     struct stat status = {};
     if (m_descriptor >= 0 && (::fstat(m_descriptor, &status) != 0 || !S_ISREG(status.st_mode)))
         close();

@@ -48,7 +48,7 @@ UaStatus readKey(const UaString& file, const char* password, OpcUa_Key* key, std
     SecretBytes content;
     UaStatus status = readFile(file.toUtf8(), keyFileLimit, content.bytes, problem);
     if (status.isBad()) {
-        return status;
+        return status.statusCode() == OpcUa_BadNotFound ? status : UaStatus(OpcUa_BadNotReadable);
     }
     ErrorQueueGuard guard;
     PasswordQuestion question{password};
@@ -72,6 +72,13 @@ UaStatus loadPrivateKeyFile(const UaString& file, const char* password, OpcUa_Ke
     if (status.isBad()) {
         UaTrace::write(UaTrace::Errors, "pki", "no private key read from %s: %s (%s)", file.toUtf8(),
                        problem.c_str(), status.name());
+        return status;
+    }
+    const std::string others = whoElseMay(Access::Read, file.text());
+    if (!others.empty()) {
+        UaTrace::write(UaTrace::Warnings, "pki",
+                       "the private key %s is no secret: %s may read it; give it the mode 0600",
+                       file.toUtf8(), others.c_str());
     }
     return status;
 }
