@@ -56,7 +56,13 @@ FileState stateOf(const UaString& path) {
     if (file.open()) {
         return FileState::Readable;
     }
-    return file.isMissing() ? FileState::Missing : FileState::Unknown;
+    if (file.isMissing()) {
+        return FileState::Missing;
+    }
+    UaTrace::write(UaTrace::Errors, "security",
+                   "%s cannot be read: %s; neither what cannot be read nor what belongs to it is replaced",
+                   path.toUtf8(), file.problem().toUtf8());
+    return FileState::Unknown;
 }
 
 /// Far longer than a pair takes to be made on a busy machine.
@@ -82,8 +88,7 @@ public:
                            m_certificate.toUtf8(), m_lock.problem().toUtf8());
             return false;
         }
-        const bool isCertificateKnown = isKnown(m_certificate, m_certificateState);
-        return isKnown(m_key, m_keyState) && isCertificateKnown;
+        return m_certificateState != FileState::Unknown && m_keyState != FileState::Unknown;
     }
     bool isComplete() const { return m_certificateState == FileState::Readable && !isKeyMissing(); }
     bool isKeyMissing() const { return m_keyState == FileState::Missing; }
@@ -96,15 +101,6 @@ public:
     }
 
 private:
-    static bool isKnown(const UaString& path, FileState state) {
-        if (state == FileState::Unknown) {
-            UaTrace::write(
-                UaTrace::Errors, "security",
-                "%s cannot be read: neither what cannot be read nor what belongs to it is replaced",
-                path.toUtf8());
-        }
-        return state != FileState::Unknown;
-    }
     bool writeCertificate(const UaPkiCertificate& certificate) const {
         return certificate.toDERFile(m_certificate) == 0;
     }

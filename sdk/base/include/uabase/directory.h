@@ -32,11 +32,13 @@ public:
     bool open();
     /// After open() has failed: whether there surely is no such file. Any other failure says nothing of what
     /// the file holds.
-    bool isMissing() const { return m_isMissing; }
+    bool isMissing() const;
+    /// Why open() has failed.
+    UaString problem() const;
     void close();
 
 private:
     UaUniString m_path;
     int m_descriptor = -1;
-    bool m_isMissing = false;
+    int m_error = 0;
 };
