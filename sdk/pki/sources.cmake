@@ -20,6 +20,7 @@ add_sdk_library(uapkicpp FOLDER pki
     provider.cpp
     rsa.cpp
     rsa_key_pair.cpp
+    rsa_private_key.cpp
     security_policy.cpp
     store.cpp
     store_reader.cpp

@@ -223,6 +223,7 @@ int Configuration::loadUserCertificate() {
                        UserPrivateKey.toUtf8());
         return result::userKeyNotRsa;
     }
+    userPrivateKeyData.wipe();
     userPrivateKeyData = UaByteString(key.record.bytes);
     return result::success;
 }

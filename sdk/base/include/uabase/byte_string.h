@@ -17,6 +17,8 @@ public:
     int length() const { return static_cast<int>(m_bytes.size()); }
     const OpcUa_Byte* data() const { return m_bytes.data(); }
     void clear() { m_bytes.clear(); }
+    /// Overwrites the bytes before it empties the object: for what is secret.
+    void wipe();
 
     /// A view for a request: points into this object, must not be cleared, valid until the object changes.
     OpcUa_ByteString view() const;
