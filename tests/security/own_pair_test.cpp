@@ -213,6 +213,9 @@ protected:
         EXPECT_THAT(identities, SizeIs(1)) << "round " << round;
         EXPECT_THAT(filesOfStore(), SizeIs(4)) << "round " << round;
         EXPECT_TRUE(isUserPairWhole()) << "round " << round;
+        if (HasFailure()) {
+            ADD_FAILURE() << contentOf(file("trace.log"));
+        }
     }
 
     static void slowDown(unsigned round) { system_.slowness = round % 2 == 0 ? 0 : 20; }

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "secured_client_fixture.h"
+#include "security/configuration.h"
 #include "support/child_process.h"
 #include "support/memory_search.h"
 #include "support/unprivileged.h"
@@ -214,6 +215,23 @@ TEST_F(Secrets, NothingIsLeftOfKeysThatWereLoaded) {
         }
     }
     expectNothingLeftOf(clientKey());
+    expectNothingLeftOf(userKey());
+}
+
+/// Also of one that no connect has taken.
+TEST_F(Secrets, NothingIsLeftOfAKeyThatAConfigurationHeld) {
+    const auto load = [] {
+        Configuration configuration;
+        configuration.UserCertificate = userCertificate().string();
+        configuration.UserPrivateKey = userKey().string();
+        const int code = configuration.loadUserCertificate();
+        return code != 0 ? code : configuration.loadUserCertificate();
+    };
+    ASSERT_EQ(runInChild(load), 0);
+    {
+        const Hoard hoard;
+        ASSERT_EQ(load(), 0);
+    }
     expectNothingLeftOf(userKey());
 }
 

@@ -1,3 +1,4 @@
+#include <climits>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -43,6 +44,20 @@ TEST_F(UserIdentity, NameAndPasswordAreHandedOver) {
     setField(m_config.password, "plant");
     EXPECT_EQ(tryConnect(), 0);
     EXPECT_EQ(argumentsOf(setPassword), "operator|plant");
+    EXPECT_FALSE(std::filesystem::exists(userCertificate()));
+}
+
+TEST_F(UserIdentity, OfAnyOtherKindIsAnonymous) {
+    setField(m_config.userName, "operator");
+    setField(m_config.password, "plant");
+    for (const int kind : {0, 3, 4, -1, -2, INT_MAX, INT_MIN}) {
+        m_config.userIdentity = kind;
+        script().forgetCalls();
+        EXPECT_EQ(tryConnect(), 0);
+        EXPECT_THAT(script().operations(), Contains("SessionSecurityInfo::setAnonymousUserIdentity")) << kind;
+        EXPECT_THAT(script().operations(), Not(Contains(setPassword))) << kind;
+        EXPECT_THAT(script().operations(), Not(Contains(setCertificate))) << kind;
+    }
     EXPECT_FALSE(std::filesystem::exists(userCertificate()));
 }
 

@@ -44,8 +44,7 @@ UaStatus UaSession::Impl::connect(const UaString& url, const SessionConnectInfo&
         return UA_STATUSCODE_BADINVALIDSTATE;
     }
     releaseConnection();
-    const Deadline deadline(info.connectTimeout > 0 ? info.connectTimeout
-                                                    : SessionConnectInfo::defaultConnectTimeout);
+    const Deadline deadline(info.effectiveConnectTimeout());
     SessionSecurity sessionSecurity(security, url);
     UaStatus status = sessionSecurity.prepare();
     if (status.isBad()) {
