@@ -13,6 +13,7 @@
 #include "security/security_policy.h"
 #include "uabase/trace.h"
 #include "uaclient/discovery.h"
+#include "uapki/security_policy.h"
 
 using namespace UaClientSdk;
 
@@ -187,11 +188,11 @@ int COpcUaClient::setUserIdentity(const _OpcUaClientConfig& config, SessionSecur
     return result::success;
 }
 
-void COpcUaClient::SetEndpointMsg(_OpcUaClientConfig& config, OpcUa_ByteString serverCertificate,
+void COpcUaClient::SetEndpointMsg(_OpcUaClientConfig& config, _OpcUa_ByteString serverCertificate,
                                   SessionSecurityInfo& securityInfo) {
     securityInfo.serverCertificate = UaByteString(serverCertificate);
-    if (const char* policy = securityPolicyName(config.securityPolicy)) {
-        securityInfo.securityPolicyUri = UaString(std::string(securityPolicyPrefix) + policy);
+    if (const UaPkiSecurityPolicy* policy = UaPkiSecurityPolicy::numbered(config.securityPolicy)) {
+        securityInfo.securityPolicyUri = UaString(policy->uri);
     }
     if (config.securityMode >= 0 && config.securityMode <= 2) {
         securityInfo.messageSecurityMode = messageSecurityMode(config.securityMode);

@@ -7,7 +7,7 @@ UaByteString::UaByteString(int length, const OpcUa_Byte* data) {
         m_bytes.assign(data, data + length);
 }
 
-UaByteString::UaByteString(const OpcUa_ByteString& bytes) {
+UaByteString::UaByteString(const UA_ByteString& bytes) {
     if (bytes.length > 0)
         m_bytes.assign(bytes.data, bytes.data + bytes.length);
 }

@@ -12,7 +12,7 @@ class UASDK_EXPORT UaByteString {
 public:
     UaByteString() = default;
     UaByteString(int length, const OpcUa_Byte* data);
-    explicit UaByteString(const OpcUa_ByteString& bytes);
+    explicit UaByteString(const UA_ByteString& bytes);
 
     int length() const { return static_cast<int>(m_bytes.size()); }
     const OpcUa_Byte* data() const { return m_bytes.data(); }

@@ -43,6 +43,15 @@ UaStatus UaSession::Impl::connect(const UaString& url, const SessionConnectInfo&
     if (m_open) {
         return UA_STATUSCODE_BADINVALIDSTATE;
     }
+    const UaStatus status = open(url, info, security, callback);
+    if (status.isBad() && callback != nullptr) {
+        callback->connectError(clientConnectionId, status);
+    }
+    return status;
+}
+
+UaStatus UaSession::Impl::open(const UaString& url, const SessionConnectInfo& info,
+                               SessionSecurityInfo& security, UaSessionCallback* callback) {
     releaseConnection();
     const Deadline deadline(info.effectiveConnectTimeout());
     SessionSecurity sessionSecurity(security, url);
