@@ -24,6 +24,7 @@ add_sdk_library(uapkicpp FOLDER pki
     revocation_scope.cpp
     rsa.cpp
     rsa_key_pair.cpp
+    rsa_private_key.cpp
     security_demands.cpp
     security_policy.cpp
     store.cpp

@@ -7,15 +7,18 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 
 #include "material.h"
 #include "support/temporary_directory.h"
 #include "support/unprivileged.h"
+#include "trace_reader.h"
 #include "uapki/certificate_verifier.h"
 
 namespace fs = std::filesystem;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::SizeIs;
@@ -33,6 +36,12 @@ protected:
 
     static UaPkiCertificate certificate(const char* name = "self_good") {
         return UaPkiCertificate::fromDER(material::chain(name));
+    }
+
+    /// Of a file in the trust list.
+    std::string textOf(const char* name) const {
+        const UaByteString bytes = material::read(m_folders.trusted / name);
+        return {reinterpret_cast<const char*>(bytes.data()), static_cast<std::size_t>(bytes.length())};
     }
 
     test_support::TemporaryDirectory m_directory;
@@ -276,7 +285,7 @@ TEST_F(Store, AFullDiskLeavesWhatWasThere) {
     fs::permissions(m_directory.path(), fs::perms(0755));
     fs::permissions(m_folders.trusted, fs::perms(0777));
     UaPkiStore store(m_folders.locations());
-    ASSERT_TRUE(store.saveTrusted(certificate("root"), "server").isGood());
+    material::write(m_folders.trusted / "server.der", "what was there");
     UaPkiCertificate other = certificate();
     int answer = runUnprivileged([&] {
         std::signal(SIGXFSZ, SIG_IGN);
@@ -287,19 +296,76 @@ TEST_F(Store, AFullDiskLeavesWhatWasThere) {
                    : 1;
     });
     EXPECT_EQ(answer, 0);
-    EXPECT_EQ(material::read(m_folders.trusted / "server.der"), certificate("root").toDER());
+    EXPECT_EQ(textOf("server.der"), "what was there");
     EXPECT_EQ(std::distance(fs::directory_iterator(m_folders.trusted), fs::directory_iterator()), 1);
 }
 
 TEST_F(Store, AReaderNeverSeesHalfACertificate) {
     // A file that is replaced is never written to: who has it open keeps the whole of the old one.
     UaPkiStore store(m_folders.locations());
-    ASSERT_TRUE(store.saveTrusted(certificate("root"), "server").isGood());
+    material::write(m_folders.trusted / "server.der", "what was there");
     fs::path kept = m_directory.path() / "kept.der";
     fs::create_hard_link(m_folders.trusted / "server.der", kept);
     ASSERT_TRUE(store.saveTrusted(certificate(), "server").isGood());
-    EXPECT_EQ(material::read(kept), certificate("root").toDER());
+    EXPECT_EQ(textOf("../../kept.der"), "what was there");
     EXPECT_EQ(material::read(m_folders.trusted / "server.der"), certificate().toDER());
+}
+
+TEST_F(Store, AFileThatHoldsAnotherCertificateIsNotReplaced) {
+    for (const char* ending : {".der", ".pem"}) {
+        const fs::path file = m_folders.trusted / "server.der";
+        fs::copy_file(material::file(std::string("root") + ending), file,
+                      fs::copy_options::overwrite_existing);
+        const std::string before = textOf("server.der");
+        Trace trace(UaTrace::Errors);
+        EXPECT_EQ(UaPkiStore(m_folders.locations()).saveTrusted(certificate(), "server").statusCode(),
+                  OpcUa_BadNotWritable);
+        EXPECT_EQ(textOf("server.der"), before);
+        EXPECT_THAT(trace.text(),
+                    HasSubstr(file.string() + " is not replaced: it holds another certificate"));
+    }
+}
+
+TEST_F(Store, AFileThatNobodyCanReadIsNotReplaced) {
+    fs::create_directory(m_folders.trusted / "server.der");
+    EXPECT_EQ(UaPkiStore(m_folders.locations()).saveTrusted(certificate(), "server").statusCode(),
+              OpcUa_BadNotWritable);
+    EXPECT_TRUE(fs::is_directory(m_folders.trusted / "server.der"));
+}
+
+TEST_F(Store, ACertificateThatIsThereNeedNotBeSaved) {
+    fs::copy_file(material::file("self_good.pem"), m_folders.trusted / "server.der");
+    const std::string before = textOf("server.der");
+    EXPECT_TRUE(UaPkiStore(m_folders.locations()).saveTrusted(certificate(), "server").isGood());
+    EXPECT_EQ(textOf("server.der"), before);
+}
+
+TEST_F(Store, ThatOthersCanWriteToIsWarnedOf) {
+    for (const fs::path& folder :
+         {m_folders.trusted, m_folders.trustedLists, m_folders.issuers, m_folders.issuerLists}) {
+        for (const unsigned mode : {0720U, 0702U}) {
+            fs::permissions(folder, fs::perms(mode));
+            Trace trace(UaTrace::Warnings);
+            EXPECT_TRUE(UaPkiStore(m_folders.locations()).open().isGood());
+            EXPECT_THAT(trace.text(), AllOf(HasSubstr("WARNING"), HasSubstr(folder.string()),
+                                            HasSubstr(mode == 0702 ? "everybody may" : "the group "),
+                                            HasSubstr("write to it")));
+            fs::permissions(folder, fs::perms(0755));
+        }
+    }
+    Trace trace(UaTrace::Warnings);
+    EXPECT_TRUE(UaPkiStore(m_folders.locations()).open().isGood());
+    EXPECT_EQ(trace.text(), "");
+}
+
+/// Who owns it can write to it, whatever its mode says.
+TEST_F(Store, OfAnotherUserIsWarnedOf) {
+    fs::permissions(m_directory.path(), fs::perms(0755));
+    giveToUnprivileged(m_folders.trusted);
+    Trace trace(UaTrace::Warnings);
+    EXPECT_TRUE(UaPkiStore(m_folders.locations()).open().isGood());
+    const bool isRoot = ::geteuid() == 0;
+    EXPECT_EQ(trace.text().find("its owner, the user ") != std::string::npos, isRoot);
 }
 
 } // namespace

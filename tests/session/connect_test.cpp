@@ -37,6 +37,26 @@ int unusedPort() {
     return ntohs(address.sin_port);
 }
 
+class ErrorRecorder : public UaSessionCallback {
+public:
+    void connectError(unsigned int, const UaStatus& reason) override {
+        reasons.emplace_back(reason.name());
+        thread = std::this_thread::get_id();
+    }
+    std::vector<std::string> reasons;
+    std::thread::id thread;
+};
+
+TEST_F(ConnectTest, TellsAnErrorOnTheThreadThatConnects) {
+    ErrorRecorder errors;
+    UaSession nobody;
+    const UaStatus status = nobody.connect(UaString("opc.tcp://127.0.0.1:" + std::to_string(unusedPort())),
+                                           connectInfo, securityInfo, &errors);
+    EXPECT_TRUE(status.isBad());
+    EXPECT_EQ(errors.reasons, std::vector<std::string>{status.name()});
+    EXPECT_EQ(errors.thread, std::this_thread::get_id());
+}
+
 TEST_F(ConnectTest, ReportsConnectedBeforeItReturns) {
     ASSERT_TRUE(connect().isGood());
     EXPECT_EQ(recorder.reports(), std::vector<StatusRecorder::Status>{UaClient::Connected});

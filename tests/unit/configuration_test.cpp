@@ -265,6 +265,14 @@ TEST(PathToken, LongDirectoryIsCutAt511Bytes) {
     }
 }
 
+TEST(PathToken, ADirectoryThatIsCutBehindASlashLosesIt) {
+    const std::string start = "/" + std::string(tokenBuffer - 3, 'd');
+    EXPECT_EQ(replaced("[ApplicationPath]#tail", start + "/rest"), start + "#");
+    EXPECT_EQ(replacedConfig("[ConfigPath]#tail", start + "/rest"), start + "#");
+    // And one that ends in a slash only behind the cut loses nothing.
+    EXPECT_EQ(replaced("[ApplicationPath]#tail", start + "dd/"), start + "d");
+}
+
 TEST(PathToken, DirectoryJustBelowTheLimitKeepsTheStartOfTheTail) {
     const std::string directory = "/" + std::string(tokenBuffer - 4, 'd');
     EXPECT_EQ(replaced("[ApplicationPath]/tail", directory), directory + "/t");

@@ -1,3 +1,4 @@
+#include <climits>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -45,6 +46,20 @@ TEST_F(UserIdentity, NameAndPasswordAreHandedOver) {
     setField(m_config.password, "plant");
     EXPECT_EQ(tryConnect(), 0);
     EXPECT_EQ(argumentsOf(setPassword), "operator|plant");
+    EXPECT_FALSE(std::filesystem::exists(userCertificate()));
+}
+
+TEST_F(UserIdentity, OfAnyOtherKindIsAnonymous) {
+    setField(m_config.userName, "operator");
+    setField(m_config.password, "plant");
+    for (const int kind : {0, 3, 4, -1, -2, INT_MAX, INT_MIN}) {
+        m_config.userIdentity = kind;
+        script().forgetCalls();
+        EXPECT_EQ(tryConnect(), 0);
+        EXPECT_THAT(script().operations(), Contains("SessionSecurityInfo::setAnonymousUserIdentity")) << kind;
+        EXPECT_THAT(script().operations(), Not(Contains(setPassword))) << kind;
+        EXPECT_THAT(script().operations(), Not(Contains(setCertificate))) << kind;
+    }
     EXPECT_FALSE(std::filesystem::exists(userCertificate()));
 }
 
@@ -181,14 +196,14 @@ TEST_F(UserIdentity, APairThatCannotBeWrittenGivesTwentyEight) {
     useCertificate();
     std::filesystem::create_directories(userCertificate()); // a directory in the file's place
     expectRefused(28);
-    EXPECT_FALSE(std::filesystem::exists(userKey())) << "the certificate comes first";
+    EXPECT_FALSE(std::filesystem::exists(userKey())) << "it would belong to nothing";
 }
 
 TEST_F(UserIdentity, AKeyThatCannotBeWrittenGivesTwentyEight) {
     useCertificate();
     std::filesystem::create_directories(userKey());
     expectRefused(28);
-    EXPECT_TRUE(std::filesystem::is_regular_file(userCertificate()));
+    EXPECT_FALSE(std::filesystem::exists(userCertificate())) << "it would belong to nothing";
 }
 
 TEST_F(UserIdentity, AfterALateFailureTheCertificateIsTheNewOneAndTheKeyTheOld) {

@@ -27,6 +27,10 @@ struct SessionConnectInfo {
     bool automaticReconnect = true;
 
     static constexpr OpcUa_Int32 defaultConnectTimeout = 5000;
+    /// What connectTimeout stands for.
+    OpcUa_Int32 effectiveConnectTimeout() const {
+        return connectTimeout > 0 ? connectTimeout : defaultConnectTimeout;
+    }
 };
 
 } // namespace UaClientSdk

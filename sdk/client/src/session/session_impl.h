@@ -51,6 +51,8 @@ public:
     UaStatus deleteSubscription(const ServiceSettings& settings, UaSubscription** subscription);
 
 private:
+    UaStatus open(const UaString& url, const SessionConnectInfo& info, SessionSecurityInfo& security,
+                  UaSessionCallback* callback);
     UaStatus startThreads(UaSessionCallback* callback);
     UaStatus startDelivery();
     void closeSession(const ServiceSettings& settings, bool deleteSubscriptions);
