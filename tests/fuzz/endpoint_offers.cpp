@@ -186,11 +186,17 @@ void checkComparison(const EndpointOffers& query, const EndpointOffers& session,
     if (choice.endpoint == nullptr) {
         return;
     }
-    require(areSameOffers(query, query, wanted, *choice.endpoint), "a list is the same as itself");
-    if (areSameOffers(session, query, wanted, *choice.endpoint)) {
+    for (const Compared compared : {Compared::WithWantedSecurity, Compared::All}) {
+        require(areSameOffers(query, query, wanted, *choice.endpoint, compared),
+                "a list is the same as itself");
+    }
+    const bool allAreSame = areSameOffers(session, query, wanted, *choice.endpoint, Compared::All);
+    if (areSameOffers(session, query, wanted, *choice.endpoint, Compared::WithWantedSecurity)) {
         const EndpointChoice again = chooseEndpoint(session, wanted, userType);
         require(again.endpoint != nullptr && again.protection->strength == choice.protection->strength,
                 "with the same offers no other protection would be chosen");
+    } else {
+        require(!allAreSame, "what differs in part differs as a whole");
     }
 }
 

@@ -71,6 +71,12 @@ UaStatus TcpSocket::receiveSome(OpcUa_Byte* buffer, std::size_t room, std::size_
     return count > 0 ? UaStatus() : UaStatus(UA_STATUSCODE_BADCONNECTIONCLOSED);
 }
 
+UaStatus TcpSocket::awaitSome(OpcUa_Byte* buffer, std::size_t room, const Deadline&, std::size_t& count) {
+    count = 0;
+    return FedSocket::instance().wait() ? receiveSome(buffer, room, count)
+                                        : UaStatus(UA_STATUSCODE_BADTIMEOUT);
+}
+
 TcpSocket::Readiness TcpSocket::wait(Interest, const Deadline&) const {
     return {FedSocket::instance().wait(), true};
 }
