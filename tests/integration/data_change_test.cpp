@@ -160,7 +160,8 @@ TEST_F(DataChange, MoreItemsARequestThanTheServerTakesFail) {
 }
 
 TEST_F(DataChange, TwentyThousandItemsAreDelivered) {
-    subscribe({"--tags", "20000"});
+    // The first values are what counts: looking at all of them ten times a second would keep a CPU busy.
+    subscribe({"--tags", "20000", "--min-sampling", "60000"});
     std::vector<OpcUaNode> nodes;
     for (int i = 0; i < 20000; ++i) {
         char id[32];

@@ -57,7 +57,9 @@ void checkUserCertificate(const UserCertificate& files) {
 
 PlacedUserCertificate::PlacedUserCertificate(const UserCertificate& files) {
     const LibraryFiles places = libraryFiles();
-    m_lock = lockDirectory(places.userCertificate.parent_path());
+    // The library locks the certificate's own directory while it makes one.
+    makePrivateDirectories(places.userCertificate.parent_path());
+    m_lock = lockDirectory(places.userCertificate.parent_path().parent_path());
     m_certificateLink = places.userCertificate;
     m_keyLink = places.userKey;
     remove(); // links of a run that was killed
