@@ -51,8 +51,8 @@ Key dsaKey() {
 
 } // namespace
 
-const UaPkiSecurityPolicy& policy(const std::string& name) {
-    const UaPkiSecurityPolicy* found = UaPkiSecurityPolicy::find(policyPrefix + name);
+const UaPkiSecurityPolicy& policy(const char* name) {
+    const UaPkiSecurityPolicy* found = UaPkiSecurityPolicy::find(std::string(policyPrefix) + name);
     require(found != nullptr, "no such policy");
     return *found;
 }

@@ -21,7 +21,7 @@ constexpr const char* policyPrefix = "http://opcfoundation.org/UA/SecurityPolicy
 constexpr const char* protectingPolicies[] = {"Basic128Rsa15", "Basic256", "Basic256Sha256",
                                               "Aes128_Sha256_RsaOaep", "Aes256_Sha256_RsaPss"};
 
-const UaPkiSecurityPolicy& policy(const std::string& name);
+const UaPkiSecurityPolicy& policy(const char* name);
 
 inline UaByteView view(const Bytes& bytes) {
     return {bytes.data(), bytes.size()};

@@ -95,7 +95,7 @@ void assign(UA_ByteString& target, const UA_ByteString& bytes) {
 
 } // namespace
 
-const Identity& identity(const std::string& name, int keyBits) {
+const Identity& identity(const char* name, int keyBits) {
     static std::map<std::string, std::unique_ptr<Identity>> made;
     std::unique_ptr<Identity>& entry = made[name + std::to_string(keyBits)];
     if (entry == nullptr) {

@@ -27,7 +27,7 @@ struct Identity {
 };
 
 /// Made once for each name and size.
-const Identity& identity(const std::string& name, int keyBits = 2048);
+const Identity& identity(const char* name, int keyBits = 2048);
 
 /// A certificate with a key of that kind: "EC", "X25519" or "ED25519".
 UaByteString certificateWithKey(const std::string& kind);

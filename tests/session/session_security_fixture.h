@@ -36,7 +36,7 @@ protected:
     }
     ~SessionSecurityTest() override { UaTrace::closeTrace(); }
 
-    static const security_peer::Identity& identity(const std::string& name, int bits = 2048) {
+    static const security_peer::Identity& identity(const char* name, int bits = 2048) {
         return security_peer::identity(name, bits);
     }
     static const UaPkiSecurityPolicy& policyNamed(const std::string& name) {
