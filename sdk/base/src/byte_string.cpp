@@ -13,8 +13,10 @@ UaByteString::UaByteString(const UA_ByteString& bytes) {
 }
 
 void UaByteString::wipe() {
-    explicit_bzero(m_bytes.data(), m_bytes.size());
-    m_bytes.clear();
+    if (!m_bytes.empty()) {
+        explicit_bzero(m_bytes.data(), m_bytes.size());
+        m_bytes.clear();
+    }
 }
 
 OpcUa_ByteString UaByteString::view() const {
