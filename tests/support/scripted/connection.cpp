@@ -53,8 +53,7 @@ void Connection::adopt(std::uint32_t channelId, std::uint32_t tokenId, const Byt
         m_protection->addToken(tokenId, clientNonce, serverNonce);
     }
     m_channelId = channelId;
-    m_previousTokenId = m_tokenId.load();
-    m_tokenId = tokenId;
+    m_grantedTokenId = tokenId;
 }
 
 bool Connection::send(const Bytes& bytes) {
@@ -97,6 +96,10 @@ Bytes Connection::makeLocked(const Chunk& chunk) {
     const Bytes clear = chunk.kind + chunk.type + u32(0) + headerOf(chunk);
     if (!chunk.sequenceNumber) {
         ++m_sentSequenceNumber;
+    }
+    if (chunk.kind == "OPN" && m_grantedTokenId != m_tokenId) {
+        m_previousTokenId = m_tokenId.load();
+        m_tokenId = m_grantedTokenId; // nothing goes out under it before this
     }
     const Bytes plain =
         u32(chunk.sequenceNumber.value_or(m_sentSequenceNumber)) + u32(chunk.requestId) + chunk.body;

@@ -103,6 +103,7 @@ private:
     int m_socket;
     std::atomic<bool> m_open{true};
     std::atomic<std::uint32_t> m_channelId{0};
+    std::uint32_t m_grantedTokenId = 0; ///< in use as soon as the answer that tells of it goes out
     std::atomic<std::uint32_t> m_tokenId{0};
     std::atomic<std::uint32_t> m_previousTokenId{0};
     TransportLimits m_clientLimits;
