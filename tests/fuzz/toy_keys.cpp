@@ -102,10 +102,10 @@ Bytes UaPkiPeerKey::encrypt(UaByteView plain) const {
     while (plain.size > 0) {
         const UaByteView part = plain.first(std::min(plain.size, m_plainBlockLength));
         const std::size_t unused = m_plainBlockLength - part.size;
-        Bytes block(m_blockLength);
-        block[0] = static_cast<OpcUa_Byte>(unused);
-        block[1] = static_cast<OpcUa_Byte>(unused >> 8U);
-        std::copy_n(part.data, part.size, block.begin() + overhead);
+        Bytes block{static_cast<OpcUa_Byte>(unused), static_cast<OpcUa_Byte>(unused >> 8U)};
+        block.resize(overhead);
+        block.insert(block.end(), part.data, part.data + part.size);
+        block.resize(m_blockLength);
         flip(block);
         cipher.insert(cipher.end(), block.begin(), block.end());
         plain = plain.from(part.size);
