@@ -96,12 +96,22 @@ protected:
         ASSERT_TRUE(m_waiting);
         ASSERT_TRUE(waitForRenewals(4));
     }
-    void answerWithKeysOf(std::uint32_t tokenId) {
+    /// An answer that names its request's token.
+    Chunk answer() {
         const std::uint32_t handle = server.publisher().items().at(0).clientHandle;
         Chunk chunk = m_waiting->chunk('F', m_waiting->bodyOf(*Publisher::dataChange(
                                                 server.publisher().subscriptionId(), 2, {{handle, 77}})));
         chunk.tokenId = m_waiting->tokenId();
+        return chunk;
+    }
+    void answerWithKeysOf(std::uint32_t tokenId) {
+        Chunk chunk = answer();
         chunk.keysOf = tokenId;
+        m_waiting->connection().send(chunk);
+    }
+    void answerWithTheNewestKeys() {
+        Chunk chunk = answer();
+        chunk.newestKeys = true;
         m_waiting->connection().send(chunk);
     }
 
@@ -110,7 +120,7 @@ protected:
 
 TEST_P(LateAnswer, MayNameTheTokenOfItsRequestUnderTheNewestKeys) {
     ask();
-    answerWithKeysOf(m_waiting->connection().tokenId());
+    answerWithTheNewestKeys();
     EXPECT_TRUE(waitForValue(77));
     expectGoodRead();
 }
@@ -140,7 +150,7 @@ TEST_F(SecuredChannel, DoesNotTakeTheNewestKeysUnderAnotherTokensName) {
     server.on<UA_ReadRequest>([old](const Call& call) {
         Chunk chunk = call.chunk('F', call.usualBody());
         chunk.tokenId = old;
-        chunk.keysOf = call.connection().tokenId();
+        chunk.newestKeys = true;
         call.connection().send(chunk);
     });
     EXPECT_NE(read(), 0);

@@ -105,7 +105,8 @@ Bytes Connection::makeLocked(const Chunk& chunk) {
         u32(chunk.sequenceNumber.value_or(m_sentSequenceNumber)) + u32(chunk.requestId) + chunk.body;
     Bytes whole = clear + plain;
     if (m_protection) {
-        const std::uint32_t keysOf = chunk.keysOf.value_or(chunk.tokenId.value_or(m_tokenId));
+        const std::uint32_t keysOf =
+            chunk.newestKeys ? m_tokenId.load() : chunk.keysOf.value_or(chunk.tokenId.value_or(m_tokenId));
         whole = chunk.kind == "OPN" ? m_protection->sealAsymmetric(clear, plain)
                                     : m_protection->sealSymmetric(keysOf, clear, plain);
     }

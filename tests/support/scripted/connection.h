@@ -24,6 +24,7 @@ struct Chunk {
     std::optional<std::uint32_t> channelId;
     std::optional<std::uint32_t> tokenId;
     std::optional<std::uint32_t> keysOf; ///< the token whose keys protect it; that of tokenId
+    bool newestKeys = false;             ///< protected by the keys that are the newest when it goes out
     std::optional<std::uint32_t> sequenceNumber;
 };
 
