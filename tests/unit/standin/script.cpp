@@ -16,6 +16,7 @@ void Script::reset() {
     onConnect = nullptr;
     onDisconnect = nullptr;
     onIsConnected = nullptr;
+    onWasLostAhead = nullptr;
     onRead = nullptr;
     onWrite = nullptr;
     onBrowse = nullptr;

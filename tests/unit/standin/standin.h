@@ -142,7 +142,8 @@ struct Call {
 };
 
 /// Records and answers. Every answer has a default: services succeed, reads give good empty values, writes
-/// good results, browses and queries nothing; a session is connected from connect to disconnect, and owns its
+/// good results, browses and queries nothing; a sequence is served one request after the other, each as the
+/// operation for a single one; a session is connected from connect to disconnect, and owns its
 /// subscriptions until then. A monitored item's id is its client handle + 5000. The stand-in reports nothing
 /// by itself: that is sessionCallback()'s and subscriptionCallback()'s to do.
 class UASDK_EXPORT Script {
@@ -150,6 +151,8 @@ public:
     std::function<UaStatus(const ConnectRequest&)> onConnect;
     std::function<UaStatus(const DisconnectRequest&)> onDisconnect;
     std::function<bool()> onIsConnected;
+    /// Asked without a record.
+    std::function<bool()> onWasLostAhead;
     std::function<UaStatus(const ReadRequest&, UaDataValues&)> onRead;
     std::function<UaStatus(const WriteRequest&, UaStatusCodeArray&)> onWrite;
     std::function<UaStatus(const BrowseRequest&, UaByteString&, UaReferenceDescriptions&)> onBrowse;
