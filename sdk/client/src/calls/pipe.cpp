@@ -132,7 +132,7 @@ UaStatus Pipe::send(const Deadline& deadline, Pending* pending, ReadingTurn& tur
 /// A server that hung up may have answered before.
 void Pipe::takeLeftovers(const Deadline& deadline, ReadingTurn& turn) {
     turn.tryTake();
-    if (turn.isHeld()) {
+    if (turn.isHeld() && !dispatchAll().isBad()) {
         readWhile([&deadline] { return !deadline.expired(); });
     }
 }
