@@ -29,10 +29,7 @@ UaStatus checked(UaStatus status, const Answers& answers, int questions) {
 void traceFailure(const char* service, UaStatus status, const OpcUaNode& first, int count) {
     const std::string_view id = fieldText(first.nodeId);
     UaTrace::write(UaTrace::Errors, "values", "%s of %d nodes from %.*s on failed: %s%s", service, count,
-                   static_cast<int>(id.size()), id.data(), status.name(),
-                   status.statusCode() == OpcUa_BadTooManyOperations
-                       ? ": the server's operation limit is below the nodes of one call"
-                       : "");
+                   static_cast<int>(id.size()), id.data(), status.name(), adviceOn(status));
 }
 
 /// The nodes of a service call, as the server is told them.

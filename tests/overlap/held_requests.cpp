@@ -12,14 +12,14 @@ constexpr std::chrono::milliseconds quiet(20);
 
 } // namespace
 
-bool isProbe(const Call& call) {
-    if (!call.is<UA_ReadRequest>()) {
-        return false;
-    }
-    const auto& request = call.request<UA_ReadRequest>();
+bool isProbe(const UA_ReadRequest& request) {
     return request.nodesToReadSize == 1 &&
            request.nodesToRead[0].nodeId.identifierType == UA_NODEIDTYPE_NUMERIC &&
            request.nodesToRead[0].nodeId.identifier.numeric == UA_NS0ID_SERVER_SERVERSTATUS_STATE;
+}
+
+bool isProbe(const Call& call) {
+    return call.is<UA_ReadRequest>() && isProbe(call.request<UA_ReadRequest>());
 }
 
 HeldRequests::HeldRequests(Server& server, const UA_DataType& type, Answer answer, std::size_t first)

@@ -42,4 +42,5 @@ private:
 };
 
 /// Whether the client asks for the server's state, as it does from time to time.
+bool isProbe(const UA_ReadRequest& request);
 bool isProbe(const scripted::Call& call);
