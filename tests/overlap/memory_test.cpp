@@ -27,8 +27,8 @@ protected:
 
     /// Twenty values, the first of them long.
     static Bytes longBody() {
-        const Bytes header = encode(typeOf<UA_ReadResponse>().binaryEncodingId) + Bytes(16, '\0') + hex("00") +
-                             nullText() + hex("0000 00");
+        const Bytes header = encode(typeOf<UA_ReadResponse>().binaryEncodingId) + Bytes(16, '\0') +
+                             hex("00") + nullText() + hex("0000 00");
         return header + u32(nodesPerRequest) + hex("01 0F") + lengthAnd(Bytes(longAnswer, 'x')) +
                Bytes(nodesPerRequest - 1, '\0') + nullText();
     }

@@ -55,8 +55,8 @@ protected:
     /// Leaves the requests with these numbers without an answer, until afterwards.
     void leaveOut(const std::vector<int>& numbers) {
         server.on<UA_ReadRequest>([this, numbers, number = std::make_shared<int>(0)](const Call& call) {
-            const bool isOne = !isProbe(call) &&
-                               std::find(numbers.begin(), numbers.end(), (*number)++) != numbers.end();
+            const bool isOne =
+                !isProbe(call) && std::find(numbers.begin(), numbers.end(), (*number)++) != numbers.end();
             if (isOne) {
                 m_left.push_back(call);
             } else {

@@ -27,7 +27,9 @@ protected:
         return requests.front();
     }
 
-    static standin::ConnectRequest lastRequest() { return script().requests<standin::ConnectRequest>().back(); }
+    static standin::ConnectRequest lastRequest() {
+        return script().requests<standin::ConnectRequest>().back();
+    }
 
     void expectNoSession() {
         script().forgetCalls();
