@@ -28,14 +28,14 @@ UA_ClientConfig unsecuredConfiguration() {
 
 } // namespace
 
-RawClient::RawClient(UA_ClientConfig config, const std::string& url)
-    : m_connection(config, url, RawConnection::Purpose::Session), m_scalar(raw::parsed(plant_nodes::scalar)),
-      m_folder(raw::parsed(plant_nodes::manyChildren)) {}
+RawClient::RawClient(UA_ClientConfig config, const std::string& url, const std::string& trustedServer)
+    : m_connection(config, url, RawConnection::Purpose::Session, trustedServer),
+      m_scalar(raw::parsed(plant_nodes::scalar)), m_folder(raw::parsed(plant_nodes::manyChildren)) {}
 
-RawClient::RawClient(const std::string& url) : RawClient(unsecuredConfiguration(), url) {}
+RawClient::RawClient(const std::string& url) : RawClient(unsecuredConfiguration(), url, {}) {}
 
 RawClient::RawClient(const std::string& url, const RawIdentity& identity)
-    : RawClient(securedConfiguration(url, identity), url) {}
+    : RawClient(securedConfiguration(url, identity), url, identity.trustedServer) {}
 
 RawClient::~RawClient() {
     UA_NodeId_clear(&m_scalar);

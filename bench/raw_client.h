@@ -35,7 +35,7 @@ public:
     void writeValue(const UA_NodeId& node, const UA_Variant& value);
 
 private:
-    explicit RawClient(UA_ClientConfig config, const std::string& url);
+    RawClient(UA_ClientConfig config, const std::string& url, const std::string& trustedServer);
     int readTypes(const UA_BrowseResult& page);
 
     RawConnection m_connection;

@@ -4,6 +4,7 @@
 
 #include <open62541/client_config_default.h>
 #include <open62541/plugin/log_stdout.h>
+#include <open62541/plugin/pki_default.h>
 
 #include <new>
 #include <string>
@@ -15,6 +16,15 @@ UA_SecureChannelState channelState(UA_Client* client) {
     UA_SecureChannelState channel = UA_SECURECHANNELSTATE_CLOSED;
     UA_Client_getState(client, &channel, nullptr, nullptr);
     return channel;
+}
+
+void setTrustList(UA_CertificateVerification& verification, const std::string& trustedServer) {
+    if (trustedServer.empty()) {
+        return;
+    }
+    const UA_ByteString trusted = raw::view(trustedServer);
+    raw::require(UA_CertificateVerification_Trustlist(&verification, &trusted, 1, nullptr, 0, nullptr, 0),
+                 "trust list");
 }
 
 } // namespace
@@ -29,7 +39,8 @@ UA_ClientConfig rawConfiguration() {
     return config;
 }
 
-RawConnection::RawConnection(UA_ClientConfig& config, const std::string& url, Purpose purpose)
+RawConnection::RawConnection(UA_ClientConfig& config, const std::string& url, Purpose purpose,
+                             const std::string& trustedServer)
     : m_purpose(purpose) {
     raw::require(UA_ClientConfig_setDefault(&config), "configuration");
     m_client = UA_Client_newWithConfig(&config);
@@ -37,6 +48,8 @@ RawConnection::RawConnection(UA_ClientConfig& config, const std::string& url, Pu
         throw std::bad_alloc();
     }
     try {
+        // Up to 1.4.11 the engine keeps a pointer to this: it is set where it stays.
+        setTrustList(UA_Client_getConfig(m_client)->certificateVerification, trustedServer);
         open(url);
     } catch (...) {
         release();

@@ -16,8 +16,9 @@ class RawConnection {
 public:
     enum class Purpose { Session, Query };
 
-    /// Takes the configuration over.
-    RawConnection(UA_ClientConfig& config, const std::string& url, Purpose purpose);
+    /// Takes the configuration over. Trusts this one server certificate (DER), or every one when it is empty.
+    RawConnection(UA_ClientConfig& config, const std::string& url, Purpose purpose,
+                  const std::string& trustedServer = {});
     ~RawConnection();
     RawConnection(const RawConnection&) = delete;
     RawConnection& operator=(const RawConnection&) = delete;

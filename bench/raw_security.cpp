@@ -3,10 +3,10 @@
 #include "raw_connection.h"
 #include "raw_service.h"
 
-#include <open62541/plugin/pki_default.h>
 #include <open62541/plugin/securitypolicy_default.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <ios>
@@ -63,23 +63,24 @@ void setEndpoint(UA_ClientConfig& config, const std::string& url) {
     UA_GetEndpointsResponse_clear(&offers);
 }
 
+UA_SecurityPolicy* roomForPolicies(std::size_t count) {
+    return static_cast<UA_SecurityPolicy*>(UA_calloc(count, sizeof(UA_SecurityPolicy)));
+}
+
 void setPolicies(UA_ClientConfig& config, const RawIdentity& identity) {
     const UA_ByteString certificate = raw::view(identity.certificate);
     const UA_ByteString key = raw::view(identity.privateKey);
-    config.securityPolicies = static_cast<UA_SecurityPolicy*>(UA_calloc(2, sizeof(UA_SecurityPolicy)));
+    const auto makeBasic256Sha256 = [&](UA_SecurityPolicy& policy) {
+        raw::require(UA_SecurityPolicy_Basic256Sha256(&policy, certificate, key, config.logging), "policy");
+    };
+    config.securityPolicies = roomForPolicies(2);
     raw::require(UA_SecurityPolicy_None(&config.securityPolicies[0], certificate, config.logging), "policy");
-    raw::require(
-        UA_SecurityPolicy_Basic256Sha256(&config.securityPolicies[1], certificate, key, config.logging),
-        "policy");
+    makeBasic256Sha256(config.securityPolicies[1]);
     config.securityPoliciesSize = 2;
-}
-
-void setTrustList(UA_ClientConfig& config, const RawIdentity& identity) {
-    const UA_ByteString trusted = raw::view(identity.trustedServer);
-    raw::require(UA_CertificateVerification_Trustlist(&config.certificateVerification, &trusted, 1, nullptr,
-                                                      0, nullptr, 0),
-                 "trust list");
-    config.certificateVerification.logging = config.logging;
+    // Up to 1.4.11 the engine wants the channel's policy for an anonymous user's token, too.
+    config.authSecurityPolicies = roomForPolicies(1);
+    makeBasic256Sha256(config.authSecurityPolicies[0]);
+    config.authSecurityPoliciesSize = 1;
 }
 
 } // namespace
@@ -91,7 +92,6 @@ UA_ClientConfig securedConfiguration(const std::string& url, const RawIdentity& 
     config.clientDescription.applicationUri = UA_STRING_ALLOC(identity.applicationUri.c_str());
     setEndpoint(config, url);
     setPolicies(config, identity);
-    setTrustList(config, identity);
     return config;
 }
 

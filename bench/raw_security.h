@@ -15,8 +15,8 @@ struct RawIdentity {
     std::string trustedServer; ///< DER
 };
 
-/// Asks the server for its endpoints and gives the configuration for Basic256Sha256 with SignAndEncrypt that
-/// verifies the server against the identity's trust list.
+/// Asks the server for its endpoints and gives the configuration for Basic256Sha256 with SignAndEncrypt. Whom
+/// to trust is told to the connection.
 UA_ClientConfig securedConfiguration(const std::string& url, const RawIdentity& identity);
 
 std::string contentOf(const std::filesystem::path& file);

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what this project needs, from the system's own archive and, on Debian, open62541 from a later release of it.
+# Installs what this project needs, from the system's own archive and, on Debian 12, open62541 from Debian 13.
 # Only adds: it rather fails than change a package that is there. Silent when everything is there.
 #
 #   scripts/install-deps.sh            everything: build, tests, linters, benchmarks
@@ -23,6 +23,7 @@ test_packages=(
 )
 # Pinned to the one version that Debian 12 and 13 both have, because verdicts change with it.
 lint_packages=(clang-19 clang-format-19 clang-tidy-19 libclang-rt-19-dev)
+engine_suite=trixie
 engine_sources=/etc/apt/sources.list.d/opcuaclient-engine.sources
 engine_pins=/etc/apt/preferences.d/opcuaclient-engine
 
@@ -33,9 +34,9 @@ die() {
 
 [ -r /etc/os-release ] || die "no /etc/os-release here; this script knows systems with apt"
 . /etc/os-release
-debian=0 # not one whose later releases fit
+debian=0 # another system, or a Debian without a number: testing, unstable
 if [ "${ID:-}" = debian ]; then
-  debian=${VERSION_ID:-99} # testing and unstable carry no number
+  debian=${VERSION_ID:-0}
   debian=${debian%%.*}
 fi
 
@@ -114,51 +115,37 @@ if [ "$(id -u)" -ne 0 ] && ! command -v sudo >/dev/null; then
   die "root or sudo is needed to install: ${names[*]}"
 fi
 
-# $1 the archive, then the suites. They are pinned so low that nothing else is ever taken from them.
-write_engine_suites() {
-  local archive=$1 suite
-  shift
-  as_root tee "$engine_sources" >/dev/null <<SOURCES
-Types: deb
-URIs: $archive
-Suites: $*
-Components: main
-Signed-By: /usr/share/keyrings/debian-archive-keyring.gpg
-SOURCES
-  for suite in "$@"; do
-    printf 'Package: *\nPin: release o=Debian,n=%s\nPin-Priority: %s\n\n' "$suite" \
-      "$([ "$suite" = sid ] && echo 90 || echo 100)"
-  done | as_root tee "$engine_pins" >/dev/null
-}
-remove_engine_suites() {
+remove_engine_suite() {
   as_root rm -f "$engine_sources" "$engine_pins"
 }
 
-# Debian 12 carries no open62541: its package comes from the two later suites. One that this machine already uses
-# stays as it is. The unstable suite is welcome but not needed: a mirror may lack it or carry an outdated index.
-add_engine_suites() {
-  local archive suite suites=()
+# Debian 12 carries no open62541: its package comes from the next release, which is pinned so low that nothing else is
+# ever taken from it. One that this machine already uses stays as it is.
+add_engine_suite() {
+  local archive
   archive=$(debian_archive)
   [ -n "$archive" ] || die "no Debian archive in this machine's apt configuration"
-  for suite in trixie sid; do
-    debian_indexes | grep " $suite\$" >/dev/null || suites+=("$suite")
-  done
-  [ ${#suites[@]} -gt 0 ] || return 0
-  write_engine_suites "$archive" "${suites[@]}"
-  if ! run_apt_get update >/dev/null 2>&1; then
-    echo "install-deps: Debian's unstable suite cannot be used here; taking open62541 from the stable one"
-    remove_engine_suites
-    [ "${suites[0]}" = sid ] || write_engine_suites "$archive" "${suites[0]}"
-    apt_get update
-  fi
+  ! debian_indexes | grep " $engine_suite\$" >/dev/null || return 0
+  as_root tee "$engine_sources" >/dev/null <<SOURCES
+Types: deb
+URIs: $archive
+Suites: $engine_suite
+Components: main
+Signed-By: /usr/share/keyrings/debian-archive-keyring.gpg
+SOURCES
+  as_root tee "$engine_pins" >/dev/null <<PINS
+Package: *
+Pin: release o=Debian,n=$engine_suite
+Pin-Priority: 100
+PINS
+  apt_get update
 }
 
-# Newest first: the unstable suite has security fixes that the stable one lacks.
-engine_versions() {
+# Whether what apt would install is new enough.
+engine_available() {
   local version
-  for version in $(apt-cache madison libopen62541-1.4 | awk -F'|' '{ gsub(/ /, "", $2); print $2 }' | sort -rVu); do
-    ! dpkg --compare-versions "$version" ge 1.4.11 || echo "$version"
-  done
+  version=$(LC_ALL=C apt-cache policy libopen62541-1.4 | awk '$1 == "Candidate:" && $2 != "(none)" { print $2 }')
+  [ -n "$version" ] && dpkg --compare-versions "$version" ge 1.4.11
 }
 
 # What apt would upgrade or remove for the packages given.
@@ -168,24 +155,18 @@ would_change() {
   awk '$1 == "Remv" || ($1 == "Inst" && $3 ~ /^\[/) { print $2 }' <<<"$plan"
 }
 
-[ ${#engine_missing[@]} -eq 0 ] || remove_engine_suites
+[ ${#engine_missing[@]} -eq 0 ] || remove_engine_suite
 apt_get update
 choose_packages
 names=("${missing[@]}" "${engine_missing[@]}")
 echo "install-deps: installing ${names[*]}"
-versions=(none)
-if [ ${#engine_missing[@]} -gt 0 ]; then
-  [ "$debian" -lt 12 ] || add_engine_suites
-  mapfile -t versions < <(engine_versions)
-fi
 mapfile -t absent < <(without available "${missing[@]}")
-[ ${#versions[@]} -gt 0 ] || absent+=("open62541 1.4.11 or a later 1.4.x")
+if [ ${#engine_missing[@]} -gt 0 ]; then
+  [ "$debian" -ne 12 ] || add_engine_suite
+  engine_available || absent+=("open62541 1.4.11 or a later 1.4.x")
+fi
 [ ${#absent[@]} -eq 0 ] || die "the archive of ${PRETTY_NAME:-this system} lacks: ${absent[*]}"
 
-for version in "${versions[@]}"; do
-  packages=("${missing[@]}" "${engine_missing[@]/%/=$version}")
-  changes=$(would_change "${packages[@]}")
-  [ -n "$changes" ] || break
-done
+changes=$(would_change "${names[@]}")
 [ -z "$changes" ] || die "nothing installed, since apt would change what is on this system, or can't install:"$'\n'"$changes"
-apt_get install --no-install-recommends "${packages[@]}"
+apt_get install --no-install-recommends "${names[@]}"

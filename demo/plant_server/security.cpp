@@ -62,6 +62,9 @@ void secure(UA_ServerConfig& config, const SecurityOptions& options, const std::
     for (const Policy& policy : policies)
         if (!policy.legacy || options.legacy)
             require(policy.add(&config, &certificate, &privateKey), "use the server's certificate and key");
+}
+
+void setTrust(UA_ServerConfig& config, const SecurityOptions& options) {
     trust(config.secureChannelPKI, options.trustedClients);
     config.secureChannelPKI.verifyApplicationURI = acceptOwnUri;
     trust(config.sessionPKI, options.trustedUsers);

@@ -15,9 +15,13 @@ struct SecurityOptions {
     std::string trustedUsers;   ///< folder of certificates; every user certificate is trusted when empty
 };
 
-/// Adds security policies, endpoints, and the trust in certificates. Throws std::runtime_error with the
-/// reason when a certificate cannot be made, read or used. The application URI must be in the configuration
-/// before; `host` is named in a certificate that is made.
+/// Adds security policies. Throws std::runtime_error with the reason when a certificate cannot be made, read
+/// or used. The application URI must be in the configuration before; `host` is named in a certificate that is
+/// made.
 void secure(UA_ServerConfig& config, const SecurityOptions& options, const std::string& host);
+
+/// Sets whose certificates a server trusts. `config` is the server's own, where it stays: up to 1.4.11 the
+/// stack keeps a pointer into it. Throws std::runtime_error with the reason when a folder cannot be used.
+void setTrust(UA_ServerConfig& config, const SecurityOptions& options);
 
 } // namespace plant_server

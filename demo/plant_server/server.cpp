@@ -56,6 +56,8 @@ Server::Server(const Options& options)
     m_server.reset(UA_Server_newWithConfig(&config));
     if (!m_server)
         throw std::runtime_error("cannot make the server: " + m_log.latestWarning());
+    if (options.security.enabled)
+        setTrust(*UA_Server_getConfig(m_server.get()), options.security);
     m_connections = std::make_unique<Connections>(*UA_Server_getConfig(m_server.get())->eventLoop);
     m_connections->setDelay(std::chrono::milliseconds(options.delayMs));
     addNamespaces();

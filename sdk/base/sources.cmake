@@ -5,6 +5,7 @@ add_sdk_library(uabasecpp FOLDER base
     byte_string.cpp
     date_time.cpp
     directory.cpp
+    directory_lock.cpp
     held_bytes.cpp
     node_id.cpp
     notifications.cpp
@@ -13,6 +14,7 @@ add_sdk_library(uabasecpp FOLDER base
     scalar_conversion.cpp
     settings.cpp
     string.cpp
+    symbolic_links.cpp
     text_buffer.cpp
     trace.cpp
     trace_file.cpp

@@ -7,6 +7,7 @@ add_sdk_library(uapkicpp FOLDER pki
     certificate_rules.cpp
     certificate_verifier.cpp
     chain_check.cpp
+    chain_finder.cpp
     chained_cipher.cpp
     channel_bytes.cpp
     distinguished_name.cpp
@@ -18,8 +19,13 @@ add_sdk_library(uapkicpp FOLDER pki
     peer_key.cpp
     private_key_file.cpp
     provider.cpp
+    revocation_check.cpp
+    revocation_list.cpp
+    revocation_scope.cpp
     rsa.cpp
     rsa_key_pair.cpp
+    rsa_private_key.cpp
+    security_demands.cpp
     security_policy.cpp
     store.cpp
     store_reader.cpp

@@ -1,6 +1,8 @@
 #include <atomic>
+#include <cstring>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "client/callback.h"
@@ -11,6 +13,7 @@
 #include "security/security_policy.h"
 #include "uabase/trace.h"
 #include "uaclient/discovery.h"
+#include "uapki/security_policy.h"
 
 using namespace UaClientSdk;
 
@@ -39,6 +42,30 @@ SessionConnectInfo connectInfoFor(const _OpcUaClientConfig& config) {
 bool asksForSecurity(const _OpcUaClientConfig& config) {
     return config.securityPolicy != 0 || config.securityMode != 0 || config.userIdentity != 0;
 }
+
+/// The password of a record, wiped when it goes.
+class Password {
+public:
+    explicit Password(const _OpcUaClientConfig& config) : m_text(terminated(config)) {}
+    ~Password() {
+        m_text.wipe();
+        explicit_bzero(m_terminated, sizeof m_terminated);
+    }
+    Password(const Password&) = delete;
+    Password& operator=(const Password&) = delete;
+
+    const UaString& text() const { return m_text; }
+
+private:
+    const char* terminated(const _OpcUaClientConfig& config) {
+        const std::string_view password = fieldText(config.password);
+        password.copy(m_terminated, password.size());
+        return m_terminated;
+    }
+
+    char m_terminated[sizeof _OpcUaClientConfig::password + 1] = {};
+    UaString m_text; ///< made in its place: a temporary one would keep a short password
+};
 
 } // namespace
 
@@ -159,7 +186,7 @@ int COpcUaClient::prepareSecurity(_OpcUaClientConfig& config, const UaString& ur
 int COpcUaClient::setUserIdentity(const _OpcUaClientConfig& config, SessionSecurityInfo& securityInfo) {
     const UaString userName = toUaString(fieldText(config.userName));
     if (config.userIdentity == byPassword) {
-        securityInfo.setUserPasswordUserIdentity(userName, toUaString(fieldText(config.password)));
+        securityInfo.setUserPasswordUserIdentity(userName, Password(config).text());
     } else if (config.userIdentity == byCertificate) {
         m_configuration->userCertificateName = userName;
         if (const int code = m_configuration->loadUserCertificate()) {
@@ -167,17 +194,18 @@ int COpcUaClient::setUserIdentity(const _OpcUaClientConfig& config, SessionSecur
         }
         securityInfo.setCertificateUserIdentity(m_configuration->userCertificateData,
                                                 m_configuration->userPrivateKeyData);
+        m_configuration->userPrivateKeyData.wipe();
     } else {
         securityInfo.setAnonymousUserIdentity();
     }
     return result::success;
 }
 
-void COpcUaClient::SetEndpointMsg(_OpcUaClientConfig& config, OpcUa_ByteString serverCertificate,
+void COpcUaClient::SetEndpointMsg(_OpcUaClientConfig& config, _OpcUa_ByteString serverCertificate,
                                   SessionSecurityInfo& securityInfo) {
     securityInfo.serverCertificate = UaByteString(serverCertificate);
-    if (const char* policy = securityPolicyName(config.securityPolicy)) {
-        securityInfo.securityPolicyUri = UaString(std::string(securityPolicyPrefix) + policy);
+    if (const UaPkiSecurityPolicy* policy = UaPkiSecurityPolicy::numbered(config.securityPolicy)) {
+        securityInfo.securityPolicyUri = UaString(policy->uri);
     }
     if (config.securityMode >= 0 && config.securityMode <= 2) {
         securityInfo.messageSecurityMode = messageSecurityMode(config.securityMode);

@@ -62,7 +62,7 @@ public:
     char* getAppPath();
 
     /// Puts policy, mode and server certificate into the session's security.
-    void SetEndpointMsg(_OpcUaClientConfig& config, OpcUa_ByteString serverCertificate,
+    void SetEndpointMsg(_OpcUaClientConfig& config, _OpcUa_ByteString serverCertificate,
                         UaClientSdk::SessionSecurityInfo& securityInfo);
     /// Describes a certificate (DER); the texts are empty when the bytes are none.
     void GetServerCertMsg(UaByteString certificateData, _OpcUaCertificateMsg& message);

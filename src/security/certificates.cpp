@@ -1,9 +1,9 @@
-#include <filesystem>
-#include <system_error>
+#include <chrono>
 
 #include "client/result_codes.h"
 #include "security/configuration.h"
 #include "uabase/directory.h"
+#include "uabase/directory_lock.h"
 #include "uabase/trace.h"
 #include "uaclient/security_info.h"
 #include "uapki/certificate.h"
@@ -49,40 +49,75 @@ bool isReadable(const UaString& path) {
     return UaFile(path.toUtf16()).open();
 }
 
-bool exists(const UaString& path) {
-    std::error_code error;
-    return std::filesystem::exists(path.toUtf8(), error);
-}
+enum class FileState { Missing, Readable, Unknown };
 
-/// Whether a file is there that may hold anything: it may be a good certificate or key all the same.
-bool isUnreadable(const UaString& path) {
-    if (!exists(path) || isReadable(path)) {
-        return false;
+FileState stateOf(const UaString& path) {
+    UaFile file(path.toUtf16());
+    if (file.open()) {
+        return FileState::Readable;
     }
-    UaTrace::write(UaTrace::Errors, "security", "%s cannot be read, and what cannot be read is not replaced",
-                   path.toUtf8());
-    return true;
+    if (file.isMissing()) {
+        return FileState::Missing;
+    }
+    UaTrace::write(UaTrace::Errors, "security",
+                   "%s cannot be read: %s; neither what cannot be read nor what belongs to it is replaced",
+                   path.toUtf8(), file.problem().toUtf8());
+    return FileState::Unknown;
 }
 
-/// The two files of a pair that is to be made. Beside one that stays because it cannot be read, the other one
-/// stays too.
+/// Far longer than a pair takes to be made on a busy machine.
+constexpr std::chrono::seconds longestMaking(30);
+
+/// The two files of a certificate and its key while they are made. There is one maker at a time, in this
+/// process and in all others; who comes later takes what that one has made.
+///
+/// A process may end between the two files. So the one for whose sake they are made comes last: until it is
+/// there the pair is still to be made, and two that do not belong together are never found.
 class NewPair {
 public:
     NewPair(const UaString& certificate, const UaString& key)
-        : m_incomplete(isUnreadable(certificate) || isUnreadable(key)) {}
+        : m_certificate(certificate), m_key(key),
+          m_lock(certificate.text().substr(0, certificate.text().rfind('/') + 1), longestMaking),
+          m_certificateState(stateOf(certificate)), m_keyState(stateOf(key)) {}
 
-    bool write(const UaPkiCertificate& certificate, const UaString& path) const {
-        return mayWrite(path) && certificate.toDERFile(path) == 0;
+    /// Whether nobody else is making it, and none of its files is one that cannot be read: that may be a good
+    /// one all the same, and its pair would be lost with it.
+    bool mayBeMade() const {
+        if (!m_lock.isHeld()) {
+            UaTrace::write(UaTrace::Errors, "security", "cannot write %s: its directory: %s",
+                           m_certificate.toUtf8(), m_lock.problem().toUtf8());
+            return false;
+        }
+        return m_certificateState != FileState::Unknown && m_keyState != FileState::Unknown;
     }
-    bool write(const UaPkiRsaKeyPair& keys, const UaString& path) const {
-        return mayWrite(path) && keys.toPEMFile(path, nullptr) == 0;
+    bool isComplete() const { return m_certificateState == FileState::Readable && !isKeyMissing(); }
+    bool isKeyMissing() const { return m_keyState == FileState::Missing; }
+
+    bool writeKeyLast(const UaPkiCertificate& certificate, const UaPkiRsaKeyPair& keys) const {
+        return writeCertificate(certificate) && writeKey(keys);
+    }
+    bool writeCertificateLast(const UaPkiCertificate& certificate, const UaPkiRsaKeyPair& keys) const {
+        return writeKey(keys) && writeCertificate(certificate);
     }
 
 private:
-    bool mayWrite(const UaString& path) const { return !m_incomplete || !exists(path); }
+    bool writeCertificate(const UaPkiCertificate& certificate) const {
+        return certificate.toDERFile(m_certificate) == 0;
+    }
+    bool writeKey(const UaPkiRsaKeyPair& keys) const { return keys.toPEMFile(m_key, nullptr) == 0; }
 
-    bool m_incomplete;
+    const UaString& m_certificate;
+    const UaString& m_key;
+    const UaDirectoryLock m_lock; ///< held while the files are looked at
+    const FileState m_certificateState;
+    const FileState m_keyState;
 };
+
+/// Surely so: a file that cannot be read may hold a good one.
+bool holdsNoCertificate(const UaString& path) {
+    const OpcUa_StatusCode probed = UaPkiCertificate::probeDERFile(path).statusCode();
+    return probed == OpcUa_BadNotFound || probed == OpcUa_BadCertificateInvalid;
+}
 
 /// A private key in memory, wiped when it goes.
 class PrivateKey {
@@ -121,31 +156,39 @@ int Configuration::setupSecurity(UaClientSdk::SessionSecurityInfo& securityInfo)
 
 void Configuration::makeClientCertificate() const {
     const NewPair files(ClientCertificate, ClientPrivateKey);
+    // Somebody else may have made it meanwhile. What cannot be made cannot be loaded afterwards, and is
+    // reported then.
+    if (!files.mayBeMade() || !holdsNoCertificate(ClientCertificate)) {
+        return;
+    }
     const UaPkiRsaKeyPair keys(keyBits);
     UaPkiCertificateInfo info;
     info.uri = "urn:HMI:Kestrova::RK4400";
     info.dnsNames = {dnsName};
     info.validTime = clientValidity;
     const UaPkiCertificate certificate = selfSigned(identityNamed("HMI_RK4400"), info, keys);
-    // What cannot be written cannot be loaded afterwards, and is reported then.
-    const bool certificateWritten = files.write(certificate, ClientCertificate);
-    const bool keyWritten = files.write(keys, ClientPrivateKey);
-    if (!certificateWritten || !keyWritten) {
-        return;
+    if (files.writeCertificateLast(certificate, keys)) {
+        UaTrace::write(UaTrace::LifeCycle, "security", "made this client's own %s for %s",
+                       certificate.description().toUtf8(), ClientCertificate.toUtf8());
     }
-    UaTrace::write(UaTrace::LifeCycle, "security", "made this client's own %s for %s",
-                   certificate.description().toUtf8(), ClientCertificate.toUtf8());
 }
 
 int Configuration::makeUserCertificate() const {
     const NewPair files(UserCertificate, UserPrivateKey);
+    if (!files.mayBeMade()) {
+        return result::userCertificateNotWritten;
+    }
+    if (files.isComplete()) {
+        return result::success;
+    }
     const UaPkiRsaKeyPair keys(keyBits);
     UaPkiCertificateInfo info;
     info.uri = "UserCertificate";
     info.validTime = userValidity;
     const UaString name = userCertificateName.size() != 0 ? userCertificateName : UaString(defaultUserName);
     const UaPkiCertificate certificate = selfSigned(identityNamed(name), info, keys);
-    const bool written = files.write(certificate, UserCertificate) && files.write(keys, UserPrivateKey);
+    const bool written = files.isKeyMissing() ? files.writeKeyLast(certificate, keys)
+                                              : files.writeCertificateLast(certificate, keys);
     return written ? result::success : result::userCertificateNotWritten;
 }
 
@@ -180,6 +223,7 @@ int Configuration::loadUserCertificate() {
                        UserPrivateKey.toUtf8());
         return result::userKeyNotRsa;
     }
+    userPrivateKeyData.wipe();
     userPrivateKeyData = UaByteString(key.record.bytes);
     return result::success;
 }

@@ -51,7 +51,9 @@ void replaceToken(UaString& value, const char* token, const UaString& path) {
 
 Configuration::Configuration() : applicationPath(nullptr) {}
 
-Configuration::~Configuration() = default;
+Configuration::~Configuration() {
+    userPrivateKeyData.wipe();
+}
 
 int Configuration::loadConfiguration(const UaString& iniFile) {
     UaSettings file(iniFile.toUtf16());

@@ -31,7 +31,7 @@ public:
     int loadUserCertificate();
 
     UaByteString userCertificateData;
-    UaByteString userPrivateKeyData;
+    UaByteString userPrivateKeyData; ///< wiped when it goes, and by the connect that has handed it over
     UaString userCertificateName;
     const char*
         applicationPath; ///< what both tokens stand for; borrowed, set only while a connect loads the file

@@ -8,6 +8,7 @@
 #include "client/opcua_client.h"
 #include "client/text_field.h"
 #include "security/security_policy.h"
+#include "uapki/security_policy.h"
 #include "uastack/wire_number.h"
 
 using namespace UaClientSdk;
@@ -19,8 +20,8 @@ int securityPolicyNumber(std::string_view policyUri) {
     }
     const std::size_t hash = policyUri.find('#');
     const std::string_view name = hash == std::string_view::npos ? policyUri : policyUri.substr(hash + 1);
-    const auto* found = std::find(securityPolicyNames.begin(), securityPolicyNames.end(), name);
-    return found == securityPolicyNames.end() ? 0 : static_cast<int>(found - securityPolicyNames.begin());
+    const UaPkiSecurityPolicy* policy = UaPkiSecurityPolicy::named(name);
+    return policy != nullptr ? policy->number : 0;
 }
 
 namespace {

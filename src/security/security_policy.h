@@ -1,22 +1,10 @@
 #pragma once
 
-#include <array>
 #include <string_view>
 
 #include "uastack/protocol_types.h"
 
 // Policies and modes as connect parameters and discovery results number them.
-
-constexpr const char* securityPolicyPrefix = "http://opcfoundation.org/UA/SecurityPolicy#";
-
-constexpr std::array<const char*, 6> securityPolicyNames{
-    "None", "Basic128Rsa15", "Basic256", "Basic256Sha256", "Aes128_Sha256_RsaOaep", "Aes256_Sha256_RsaPss"};
-
-/// Name of a numbered policy; null for any other number.
-constexpr const char* securityPolicyName(int number) {
-    const auto index = static_cast<unsigned int>(number);
-    return index < securityPolicyNames.size() ? securityPolicyNames[index] : nullptr;
-}
 
 /// Number of the policy whose name follows the first '#'; 0 for any policy that has no number of its own.
 int securityPolicyNumber(std::string_view policyUri);

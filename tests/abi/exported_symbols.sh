@@ -20,3 +20,9 @@ if ! difference=$(diff "$list" <(exported)); then
   c++filt <<<"$difference" | grep '^[<>]' >&2
   exit 1
 fi
+# An engine's type in a name would tie the applications to that engine.
+if named=$(exported | grep 'UA_'); then
+  echo "exports that name a type of the engine:" >&2
+  c++filt <<<"$named" >&2
+  exit 1
+fi

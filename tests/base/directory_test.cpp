@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -97,6 +98,20 @@ TEST(DirectoryPath, FilePathJoinsWithOneSlash) {
 
 TEST(DirectoryPath, NativeSeparatorsAreSlashes) {
     EXPECT_EQ(UaDir::fromNativeSeparators(UaUniString("a/b\\c")).toUtf8(), UaString("a/b\\c"));
+}
+
+TEST_F(Directory, AFileTellsWhyItCannotBeOpened) {
+    const auto opened = [this](const char* name) {
+        UaFile file(wide(m_root / name));
+        EXPECT_FALSE(file.open());
+        return std::pair(file.isMissing(), file.problem().text());
+    };
+    std::ofstream(m_root / "file") << "content";
+    fs::create_symlink("round", m_root / "round");
+    EXPECT_EQ(opened("nothing"), std::pair(true, std::string("No such file or directory")));
+    EXPECT_EQ(opened("file/below"), std::pair(true, std::string("Not a directory")));
+    EXPECT_EQ(opened("round"), std::pair(false, std::string("Too many levels of symbolic links")));
+    EXPECT_EQ(opened("."), std::pair(false, std::string("it is no regular file")));
 }
 
 } // namespace

@@ -118,6 +118,40 @@ TEST_F(Trace, LevelOffWritesNothing) {
     EXPECT_TRUE(fs::exists(m_file));
 }
 
+TEST_F(Trace, GoesThroughALinkOfItsOwnUser) {
+    fs::create_directory(m_directory.path() / "logs");
+    fs::create_symlink("logs/real.log", m_file);
+    ASSERT_EQ(open(UaTrace::Errors), 0);
+    UaTrace::write(UaTrace::Errors, "area", "through the link");
+    EXPECT_THAT(lines(), SizeIs(1));
+    EXPECT_TRUE(fs::is_symlink(m_file));
+    EXPECT_TRUE(fs::is_regular_file(m_directory.path() / "logs/real.log"));
+}
+
+/// Root alone can make one.
+TEST_F(Trace, DoesNotGoThroughALinkOfAnotherUser) {
+    const fs::path victim = m_directory.path() / "victim";
+    std::ofstream(victim) << "precious\n";
+    fs::create_symlink("near", m_file);
+    fs::create_symlink("victim", m_directory.path() / "near");
+    const bool isForeign = ::geteuid() == 0;
+    if (isForeign) {
+        ASSERT_EQ(::lchown((m_directory.path() / "near").c_str(), 12345, 12345), 0);
+    }
+    EXPECT_EQ(open(UaTrace::Errors), isForeign ? -1 : 0);
+    UaTrace::write(UaTrace::Errors, "area", "somewhere else");
+    EXPECT_EQ(fs::file_size(victim) == 9, isForeign);
+}
+
+TEST_F(Trace, EverybodyMayReadItAndItsUserAloneWrites) {
+    const mode_t mask = ::umask(0);
+    ASSERT_EQ(open(UaTrace::Errors), 0);
+    ::umask(mask);
+    struct stat status = {};
+    ASSERT_EQ(::stat(m_file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0644U);
+}
+
 TEST_F(Trace, NothingIsEnabledWithoutAFile) {
     EXPECT_FALSE(UaTrace::enabled(UaTrace::Errors));
     UaPlatformLayer::changeTraceSettings(1, 0xFFFFFFFF);

@@ -270,15 +270,17 @@ TEST(VariantConversion, InfinityAndNanStayAmongFloatAndDouble) {
         expectRow(real(number), "RRRRRRRRRGG", number);
         expectRow(made(&UaVariant::setFloat, static_cast<float>(number)), "RRRRRRRRRGG", number);
     }
-    const UaVariant nans[] = {real(std::numeric_limits<double>::quiet_NaN()),
-                              made(&UaVariant::setFloat, std::numeric_limits<float>::quiet_NaN())};
-    for (const UaVariant& nan : nans) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const float floatNan = std::numeric_limits<float>::quiet_NaN();
+    const UaVariant nans[] = {real(nan), real(std::copysign(nan, -1)), made(&UaVariant::setFloat, floatNan),
+                              made(&UaVariant::setFloat, std::copysign(floatNan, -1.0F))};
+    for (const UaVariant& any : nans) {
         for (const Target& target : numericTargets()) {
-            const Outcome outcome = target.convert(nan);
+            const Outcome outcome = target.convert(any);
             EXPECT_EQ(outcome.status, target.integer ? OpcUa_BadOutOfRange : OpcUa_Good) << target.name;
             EXPECT_EQ(std::isnan(outcome.value), !target.integer) << target.name;
         }
-        EXPECT_EQ(nan.toString(), UaString("nan"));
+        EXPECT_EQ(any.toString(), UaString("nan"));
     }
     EXPECT_EQ(real(-infinity).toString(), UaString("-inf"));
 }

@@ -16,7 +16,9 @@ namespace {
 
 class NotificationOrderTest : public testing::Test {
 protected:
-    void arrive(std::uint32_t number, std::size_t size = 1) {
+    using Take = void (NotificationOrder::*)(UA_NotificationMessage&, const NotificationOrder::Deliver&);
+
+    void arrive(std::uint32_t number, std::size_t size = 1, Take take = &NotificationOrder::arrived) {
         UA_NotificationMessage message;
         UA_NotificationMessage_init(&message);
         message.sequenceNumber = number;
@@ -27,9 +29,11 @@ protected:
         UA_ExtensionObject& data = *message.notificationData;
         data.encoding = UA_EXTENSIONOBJECT_ENCODED_BYTESTRING;
         data.content.encoded.body = body;
-        order.arrived(message, deliver);
+        (order.*take)(message, deliver);
         UA_NotificationMessage_clear(&message);
     }
+
+    void comeAgain(std::uint32_t number) { arrive(number, 1, &NotificationOrder::cameAgain); }
 
     NotificationOrder order;
     std::vector<std::uint32_t> delivered;
@@ -119,6 +123,18 @@ TEST_F(NotificationOrderTest, ALeapDeliversWhatWasHeldBefore) {
     EXPECT_THAT(delivered, ElementsAre(1, 3, 1000));
     arrive(1001);
     EXPECT_THAT(delivered, ElementsAre(1, 3, 1000, 1001));
+}
+
+TEST_F(NotificationOrderTest, WhatWasMissingBeforeALeapIsNotTakenAnyMore) {
+    arrive(1);
+    arrive(4);
+    EXPECT_THAT(order.takeMissing(), ElementsAre(2, 3));
+    comeAgain(2);
+    arrive(1000);
+    comeAgain(3);
+    order.givenUp(3, deliver);
+    arrive(1001);
+    EXPECT_THAT(delivered, ElementsAre(1, 2, 4, 1000, 1001));
 }
 
 TEST_F(NotificationOrderTest, BeginsAnewAfterTheLastNumberWithout0) {

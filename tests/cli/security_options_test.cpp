@@ -5,6 +5,7 @@
 #include "failure.h"
 #include "security/names.h"
 #include "security/options.h"
+#include "uapki/security_policy.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -34,6 +35,19 @@ void expectRefusal(const SecurityOptions& options, const std::string& explanatio
         EXPECT_EQ(failure.exitCode(), ExitCode::Usage);
         EXPECT_THAT(failure.problem().explanation, HasSubstr(explanation));
     }
+}
+
+/// The tool stands on the library's public headers and has names of its own for what the library numbers.
+TEST(Names, OfPoliciesAreThoseOfTheLibrarysTable) {
+    int number = 0;
+    std::string names;
+    for (; const UaPkiSecurityPolicy* policy = UaPkiSecurityPolicy::numbered(number); ++number) {
+        EXPECT_EQ(policyName(number, policy->isNone() ? ModeNone : ModeSign), policy->name);
+        EXPECT_EQ(policyFromName(policy->uri), number);
+        names += (number > 0 ? ", " : "") + std::string(policy->name);
+    }
+    EXPECT_EQ(number, 6);
+    EXPECT_EQ(policyNames(), names);
 }
 
 } // namespace

@@ -354,6 +354,16 @@ TEST_F(ClosingOtherwise, EndsWhenTheServerHangsUp) {
     EXPECT_EQ(client.OpcUaDisConnect(), 0);
 }
 
+class ProbeWithoutAnswer : public HostileTest {};
+
+TEST_F(ProbeWithoutAnswer, IsFollowedByAnother) {
+    ASSERT_EQ(connect(), 0);
+    server.onNext<UA_ReadRequest>([](const Call&) {});
+    ASSERT_TRUE(waitForStatus(2));
+    EXPECT_TRUE(waitForStatus(connected));
+    expectUnharmed();
+}
+
 /// The watchdog's probe, whatever service it uses: it is the first request that nobody made.
 class Probe : public Answers, public testing::WithParamInterface<Answer> {};
 

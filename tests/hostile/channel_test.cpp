@@ -197,6 +197,22 @@ TEST_F(RevisedTokens, MayServeWhatWasAskedUnderTheOldOne) {
     expectUnharmed();
 }
 
+TEST_F(RevisedTokens, MayBeNamedForWhatWasAskedUnderThemHoweverLongAgo) {
+    revise(1000);
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    const std::optional<Call> waiting = server.publisher().takeRequest();
+    ASSERT_TRUE(waiting);
+    ASSERT_TRUE(waitForRenewals(4));
+    const std::uint32_t handle = server.publisher().items().at(0).clientHandle;
+    Chunk chunk = waiting->chunk(
+        'F', waiting->bodyOf(*Publisher::dataChange(server.publisher().subscriptionId(), 2, {{handle, 77}})));
+    chunk.tokenId = waiting->tokenId();
+    waiting->connection().send(chunk);
+    EXPECT_TRUE(waitForValue(77));
+    expectUnharmed();
+}
+
 TEST_F(RevisedTokens, AreNotTakenAnyMoreWhenTwoRenewalsLater) {
     revise(1000);
     ASSERT_EQ(connect(), 0);

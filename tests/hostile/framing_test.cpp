@@ -1,8 +1,10 @@
 // What a server may send between and instead of chunks: kinds, sizes, types and numbers.
 #include <atomic>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <thread>
 
 #include "hostile/hostile_fixture.h"
 
@@ -216,6 +218,18 @@ TEST_F(Chunks, BeyondTheirNumberEndTheConnection) {
     expectLost();
 }
 
+TEST_F(Chunks, BeyondTheirNumberEndTheConnectionThoughTheLastOneIsAnAnswer) {
+    ASSERT_EQ(connect(), 0);
+    server.on<UA_ReadRequest>([](const Call& call) {
+        for (int i = 0; i < 256; ++i) {
+            call.connection().send(call.chunk('C', hex("00")));
+        }
+        call.connection().send(call.chunk('F', call.usualBody()));
+    });
+    EXPECT_NE(read(), 0);
+    expectLost();
+}
+
 TEST_F(Chunks, BeyondTheirSumEndTheConnection) {
     ASSERT_EQ(connect(), 0);
     server.on<UA_ReadRequest>([](const Call& call) { call.answerBody(textBody(call, 17 << 20)); });
@@ -341,6 +355,46 @@ TEST_F(Chunks, OfUnaskedMessagesWithoutEndDoNotHoldACallBack) {
     });
     EXPECT_NE(read(), 0);
     *over = true;
+}
+
+/// Sends small messages that nobody asked for, thousands at a time, so that there is always more to read.
+void flood(Connection& connection, const std::atomic<bool>& over) {
+    constexpr std::size_t placeOfTheNumber = 16;
+    constexpr int atATime = 2500;
+    Chunk stray;
+    stray.requestId = 0x70000000;
+    const Bytes one = connection.bytesOf(stray);
+    std::uint32_t number = 0;
+    std::memcpy(&number, one.data() + placeOfTheNumber, sizeof number);
+    Bytes many;
+    for (int i = 0; i < atATime; ++i) {
+        many += one;
+    }
+    do {
+        for (std::size_t place = placeOfTheNumber; place < many.size(); place += one.size()) {
+            std::memcpy(&many[place], &number, sizeof number);
+            ++number;
+        }
+    } while (!over && connection.send(many));
+}
+
+TEST_F(Chunks, ThatComeFasterThanTheyAreReadDoNotHoldACallBack) {
+    ASSERT_EQ(connect(), 0);
+    const auto over = std::make_shared<std::atomic<bool>>(false);
+    server.on<UA_ReadRequest>([over](const Call& call) { flood(call.connection(), *over); });
+    EXPECT_NE(read(), 0);
+    *over = true;
+}
+
+TEST_F(Chunks, ThatComeFasterThanTheyAreReadDoNotHoldTheWatchdogBack) {
+    ASSERT_EQ(connect(), 0);
+    server.on<UA_ReadRequest>([](const Call&) {});
+    const int asked = server.count<UA_ReadRequest>();
+    std::atomic<bool> over{false};
+    std::thread flooding([&] { flood(*server.connection(), over); });
+    EXPECT_TRUE(server.waitForCount<UA_ReadRequest>(asked + 1));
+    over = true;
+    flooding.join();
 }
 
 TEST_F(Chunks, OfAnotherMessageInBetweenAreNotMixedUp) {

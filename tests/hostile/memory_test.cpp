@@ -1,5 +1,7 @@
 // A few bytes must not make the client take much memory: eight times a message and a little, whatever it is.
+#include <cstring>
 #include <functional>
+#include <future>
 #include <memory>
 #include <optional>
 
@@ -310,6 +312,38 @@ TEST_F(Memory, BoundsResultsOfAcknowledgements) {
     const std::uint32_t count = 3 * megabyte;
     expectBoundedPublish(u32(server.publisher().subscriptionId()) + noList + hex("00") + u32(2) +
                          Bytes(8, '\0') + noList + noList + u32(count) + repeated(hex("00"), count));
+}
+
+TEST_F(Memory, KeepsNoChangesOfItemsThatThereAreNot) {
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    std::promise<void> goOn;
+    application.onEachChange([held = goOn.get_future().share()](const _OpcUaDataChangeMsg&) { held.wait(); });
+    server.publisher().publish(43);
+    ASSERT_TRUE(application.waitForCount("ns=1;s=Item0", 2));
+    constexpr std::size_t count = 200000;
+    constexpr std::size_t size = 5; // handle, and a value without anything
+    const Bytes typeId = encode(typeOf<UA_DataChangeNotification>().binaryEncodingId);
+    const Bytes before = u32(server.publisher().subscriptionId()) + noList + hex("00") + u32(3) +
+                         Bytes(8, '\0') + u32(1) + typeId + hex("01") + u32(8 + count * size) + u32(count);
+    const auto answer = answerOf(typeOf<UA_PublishResponse>(),
+                                 before + repeated(u32(0) + hex("00"), count) + noList + noList + noList);
+    const std::size_t firstChange = answer->size() - 12 - count * size;
+    const std::size_t placeOfTheNumber = answer->size() - 12 - count * size - before.size() + 9;
+    std::uint32_t handle = 1000;
+    const HeapPeak peak;
+    for (std::uint32_t message = 0; message < 50; ++message) {
+        answer->replace(placeOfTheNumber, 4, u32(3 + message));
+        for (std::size_t i = 0; i < count; ++i) {
+            std::memcpy(&(*answer)[firstChange + i * size], &++handle, sizeof handle);
+        }
+        const std::optional<Call> call = server.publisher().takeRequest();
+        ASSERT_TRUE(call);
+        send(*call, *answer);
+    }
+    EXPECT_EQ(read(), 0); // behind it
+    EXPECT_LE(peak.growth(), boundFor(answer->size()));
+    goOn.set_value();
 }
 
 TEST_F(Memory, KeepsNothingOfAForgottenSubscription) {

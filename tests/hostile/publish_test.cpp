@@ -1,8 +1,12 @@
 // Subscriptions at the mercy of a server: faults, gaps, numbers that make no sense, and what comes too early.
+#include <chrono>
 #include <cmath>
 #include <limits>
 #include <mutex>
+#include <optional>
 #include <set>
+#include <utility>
+#include <vector>
 
 #include "hostile/hostile_fixture.h"
 #include "integration/trace_file.h"
@@ -365,6 +369,86 @@ TEST_F(Publishing, SurvivesARepublishThatIsNeverAnswered) {
     server.publisher().publish(8);
     EXPECT_TRUE(waitForValue(8));
     expectStillPublishing();
+}
+
+TEST_F(Publishing, DeliversNothingThatWasAskedForBeforeALeap) {
+    std::optional<Call> asked;
+    std::mutex mutex;
+    server.on<UA_RepublishRequest>([&](const Call& call) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        asked = call;
+    });
+    recordValues();
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    const std::uint32_t id = server.publisher().subscriptionId();
+    server.publisher().lose({{handle(), 7}});
+    server.publisher().publish(8);
+    ASSERT_TRUE(server.waitForCount<UA_RepublishRequest>(1));
+    const auto say = [&](std::uint32_t number, std::int32_t value) {
+        answerPublish([&](const Call& call) {
+            return call.bodyOf(*Publisher::dataChange(id, number, {{handle(), value}}));
+        });
+        EXPECT_TRUE(waitForValue(value));
+    };
+    say(1000, 9);
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        Owned<UA_RepublishResponse> late;
+        std::swap(late->notificationMessage,
+                  Publisher::dataChange(id, 2, {{handle(), 7}})->notificationMessage);
+        asked->answer(*late);
+    }
+    say(1001, 10);
+    EXPECT_THAT(values(), ElementsAre(42, 8, 9, 10));
+}
+
+TEST_F(Publishing, AsksForGapAfterGapNotWithoutEnd) {
+    server.on<UA_RepublishRequest>([](const Call&) {});
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    const std::uint32_t id = server.publisher().subscriptionId();
+    constexpr std::uint32_t gap = 60;
+    for (std::uint32_t number = 1000; number < 40000; number += 1000) {
+        for (const std::uint32_t next : {number, number + gap}) {
+            answerPublish([&](const Call& call) {
+                return call.bodyOf(*Publisher::dataChange(id, next, {{handle(), 8}}));
+            });
+        }
+    }
+    EXPECT_EQ(read(), 0); // behind them
+    EXPECT_LE(server.count<UA_RepublishRequest>(), 256);
+    EXPECT_EQ(status(), connected);
+}
+
+TEST_F(Publishing, WaitsForALostNotificationThroughASilence) {
+    std::vector<Call> reads;
+    std::optional<Call> again;
+    std::mutex mutex;
+    server.on<UA_RepublishRequest>([&](const Call& call) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        again = call;
+    });
+    recordValues();
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    server.on<UA_ReadRequest>([&](const Call& call) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        reads.push_back(call);
+    });
+    server.publisher().lose({{handle(), 7}});
+    server.publisher().publish(8);
+    ASSERT_TRUE(server.waitForCount<UA_RepublishRequest>(1));
+    ASSERT_TRUE(waitForStatus(2));
+    EXPECT_EQ(statusFor(std::chrono::seconds(7)), 2); // longer than a server is waited for that speaks
+    const std::lock_guard<std::mutex> lock(mutex);
+    ASSERT_FALSE(reads.empty());
+    reads.front().answer();
+    EXPECT_TRUE(waitForStatus(connected));
+    EXPECT_EQ(statusFor(std::chrono::milliseconds(500)), connected);
+    again->answer();
+    EXPECT_TRUE(waitForValue(8));
+    EXPECT_THAT(values(), ElementsAre(42, 7, 8));
 }
 
 TEST_F(Publishing, AsksForAnEndlessGapNotWithoutEnd) {

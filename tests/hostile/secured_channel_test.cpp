@@ -84,6 +84,69 @@ TEST_F(SecuredChannel, LivesWithAServerThatAlwaysUsesTheTokenOfTheRequest) {
     expectGoodRead();
 }
 
+/// A Publish request whose token's time is over when it is answered.
+class LateAnswer : public EachPolicy {
+protected:
+    void ask() {
+        const auto [policy, mode] = GetParam();
+        server.offer({offer(policy, static_cast<UA_MessageSecurityMode>(mode + 1))}, usualIdentity());
+        revise(1000);
+        secureMonitor(policy, mode);
+        m_waiting = server.publisher().takeRequest();
+        ASSERT_TRUE(m_waiting);
+        ASSERT_TRUE(waitForRenewals(4));
+    }
+    void answerWithKeysOf(std::uint32_t tokenId) {
+        const std::uint32_t handle = server.publisher().items().at(0).clientHandle;
+        Chunk chunk = m_waiting->chunk('F', m_waiting->bodyOf(*Publisher::dataChange(
+                                                server.publisher().subscriptionId(), 2, {{handle, 77}})));
+        chunk.tokenId = m_waiting->tokenId();
+        chunk.keysOf = tokenId;
+        m_waiting->connection().send(chunk);
+    }
+
+    std::optional<Call> m_waiting;
+};
+
+TEST_P(LateAnswer, MayNameTheTokenOfItsRequestUnderTheNewestKeys) {
+    ask();
+    answerWithKeysOf(m_waiting->connection().tokenId());
+    EXPECT_TRUE(waitForValue(77));
+    expectGoodRead();
+}
+
+TEST_P(LateAnswer, MayNameTheTokenOfItsRequestUnderThatTokensKeys) {
+    ask();
+    answerWithKeysOf(m_waiting->tokenId());
+    EXPECT_TRUE(waitForValue(77));
+    expectGoodRead();
+}
+
+TEST_P(LateAnswer, UnderTheKeysOfAnyOtherTokenIsNotTaken) {
+    ask();
+    answerWithKeysOf(m_waiting->tokenId() + 1);
+    expectLost();
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, LateAnswer, testing::Combine(testing::Values(3), testing::Values(1, 2)),
+                         policyName);
+
+TEST_F(SecuredChannel, DoesNotTakeTheNewestKeysUnderAnotherTokensName) {
+    offerSecurity();
+    revise(1000);
+    ASSERT_EQ(secureConnect(), 0);
+    const std::uint32_t old = server.connection()->tokenId();
+    ASSERT_TRUE(waitForRenewals(3));
+    server.on<UA_ReadRequest>([old](const Call& call) {
+        Chunk chunk = call.chunk('F', call.usualBody());
+        chunk.tokenId = old;
+        chunk.keysOf = call.connection().tokenId();
+        call.connection().send(chunk);
+    });
+    EXPECT_NE(read(), 0);
+    expectLost();
+}
+
 TEST_F(SecuredChannel, DoesNotTakeATokenOfTwoRenewalsAgo) {
     offerSecurity();
     revise(1000);

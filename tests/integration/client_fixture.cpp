@@ -1,7 +1,5 @@
 #include "client_fixture.h"
 
-#include <dirent.h>
-
 #include <chrono>
 #include <cstring>
 #include <functional>
@@ -9,16 +7,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-int entriesOf(const char* directory) {
-    DIR* handle = opendir(directory);
-    int count = 0;
-    while (readdir(handle) != nullptr) {
-        ++count;
-    }
-    closedir(handle);
-    return count;
-}
 
 bool waitUntil(const std::function<bool()>& condition, std::chrono::seconds limit) {
     const auto end = std::chrono::steady_clock::now() + limit;

@@ -25,8 +25,6 @@ void setField(char (&field)[Size], const std::string& text) {
     field[text.size()] = '\0';
 }
 
-/// Entries of a directory such as /proc/self/fd.
-int entriesOf(const char* directory);
 /// True as soon as `condition` holds; false when it does not within `limit`.
 bool waitUntil(const std::function<bool()>& condition, std::chrono::seconds limit = std::chrono::seconds(30));
 

@@ -11,8 +11,12 @@
 #include <string>
 
 #include "support/message_proxy.h"
+#include "support/process_holdings.h"
 
 using test_support::MessageProxy;
+using test_support::openDescriptors;
+using test_support::threadCount;
+using test_support::waitForThreadCount;
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
@@ -184,17 +188,17 @@ TEST_F(Connection, TwoHundredCyclesLeaveNothing) {
         ASSERT_EQ(client.OpcUaBrowse(nullptr), 0);
         ASSERT_EQ(client.OpcUaDisConnect(), 0);
     };
+    const int threads = threadCount();
     for (int i = 0; i < 50; ++i) {
         cycle();
     }
-    const int threads = entriesOf("/proc/self/task");
-    const int descriptors = entriesOf("/proc/self/fd");
+    const int descriptors = openDescriptors();
     const long memory = residentKilobytes();
     for (int i = 0; i < 200; ++i) {
         cycle();
     }
-    EXPECT_EQ(entriesOf("/proc/self/task"), threads);
-    EXPECT_EQ(entriesOf("/proc/self/fd"), descriptors);
+    EXPECT_TRUE(waitForThreadCount(threads)) << threadCount() << " instead of " << threads;
+    EXPECT_EQ(openDescriptors(), descriptors);
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
     // One session holds more than 64 KiB: a leak of a single one in a hundred cycles would show. A sanitizer
     // keeps freed memory itself, and finds leaks its own way.

@@ -126,12 +126,16 @@ TEST_F(Values, TypeNullReadsNothing) {
 }
 
 TEST_F(Values, WritingTypeNullSendsAnEmptyValue) {
-    std::int32_t value = 1;
+    // Of any type: where it is fixed, most servers refuse an empty value, and others differ in what they make
+    // of it.
+    const std::string id = rack("Special.Empty");
+    std::int32_t value = 5;
     int size = 4;
-    // Most servers refuse it for a typed variable; this one takes it, and the variable has no value then.
-    EXPECT_EQ(client.OpcUaSetValue(node(rack("Scalar.Int32"), OpcUaDataType_Null), &value, size), 0);
+    ASSERT_EQ(write(id, OpcUaDataType_Int32, value), 0);
+    ASSERT_EQ(readText(id), "5");
+    EXPECT_EQ(client.OpcUaSetValue(node(id, OpcUaDataType_Null), &value, size), 0);
     EXPECT_EQ(size, 4);
-    EXPECT_EQ(client.OpcUaGetValue(node(rack("Scalar.Int32"), OpcUaDataType_Int32), &value, size), 7);
+    EXPECT_EQ(readText(id), "");
 }
 
 TEST_F(Values, BadAndUncertainValuesFailAndTouchNothing) {

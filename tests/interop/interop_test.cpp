@@ -35,6 +35,8 @@ TEST_F(InteropTest, TheTreeIsBrowsedWithTypesAndShapes) {
 }
 
 TEST_F(InteropTest, EveryPolicyModeAndIdentityConnectsReadsAndWrites) {
+    ASSERT_EQ(connect(url()), 0);
+    const unsigned exactBefore = counted("Passwords.Exact");
     int written = 0;
     walkSecurityMatrix(
         "node-opcua", [](const SecurityCell&) { return std::string(); },
@@ -55,6 +57,11 @@ TEST_F(InteropTest, EveryPolicyModeAndIdentityConnectsReadsAndWrites) {
             }
             return code;
         });
+    // None, and five policies in two modes each. A strict server takes no padding behind what is encrypted.
+    ASSERT_EQ(connect(url()), 0);
+    EXPECT_EQ(counted("Passwords.Exact"), exactBefore + 11);
+    EXPECT_EQ(counted("Passwords.Padded"), 0U);
+    EXPECT_EQ(counted("Passwords.Clear"), 0U);
 }
 
 } // namespace

@@ -65,9 +65,6 @@ protected:
         EXPECT_EQ(client.OpcUaGetArrayValue(record, from.data(), count, bytes, size), 0) << id;
         EXPECT_EQ(client.OpcUaSetArrayValue(record, to.data(), count, bytes, size), 0) << id;
     }
-    unsigned written(const std::string& what) {
-        return read<unsigned>("ns=2;s=Written." + what, OpcUaDataType_UInt32);
-    }
 };
 
 const char* const typeNames[] = {"Boolean", "SByte", "Byte",   "Int16", "UInt16", "Int32",
@@ -132,7 +129,7 @@ TEST_F(InteropValues, FortyFiveNodesAreReadAndWrittenInOneCall) {
 }
 
 TEST_F(InteropValues, ValuesAreSentAlone) {
-    const unsigned before = written("Values");
+    const unsigned before = counted("Written.Values");
     EXPECT_EQ(write<int>("ns=2;s=Scratch", OpcUaDataType_Int32, 5), 0);
     copyElement("ns=2;s=Array.Double", OpcUaDataType_Double, {4}, {3});
     OpcUaNode scratch = *node("ns=2;s=Scratch", OpcUaDataType_Int32);
@@ -140,8 +137,8 @@ TEST_F(InteropValues, ValuesAreSentAlone) {
     OpcUa_WriteNode many[] = {{&scratch, &value, sizeof value}, {&scratch, &value, sizeof value}};
     EXPECT_EQ(client.OpcUaSetMultiValue(many, 2), 0);
     EXPECT_EQ(scratch.result, 0);
-    EXPECT_EQ(written("Values"), before + 4);
-    EXPECT_EQ(written("WithMore"), 0U);
+    EXPECT_EQ(counted("Written.Values"), before + 4);
+    EXPECT_EQ(counted("Written.WithMore"), 0U);
 }
 
 class InteropMonitoring : public InteropValues {
@@ -183,6 +180,24 @@ TEST_F(InteropMonitoring, ChangesOfSelectedElementsArrive) {
     EXPECT_EQ(application.last(matrix).arrayIndex.dimCount, 2);
     EXPECT_GT(lastNumber(matrix), 5U);
 }
+
+/// Publishing intervals that the server has to revise: as fast as it can, and what it likes best.
+class InteropFirstValues : public InteropMonitoring, public testing::WithParamInterface<double> {};
+
+TEST_P(InteropFirstValues, OfNodesThatStandStillArrive) {
+    ASSERT_EQ(client.OpcUaCreateSubScription(GetParam()), 0);
+    constexpr int count = 45;
+    const auto id = [](int i) { return "ns=2;s=Many.Variable" + std::to_string(i); };
+    for (int i = 0; i < count; ++i) {
+        ASSERT_EQ(add(id(i), {}), 0) << i;
+    }
+    EXPECT_TRUE(application.waitForNodes(count));
+    for (int i = 0; i < count; ++i) {
+        EXPECT_EQ(application.count(id(i)), 1) << i;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Interval, InteropFirstValues, testing::Values(0, -1));
 
 TEST_F(InteropMonitoring, ASubscriptionThatTheServerEndsIsReportedAndReplaced) {
     const std::string counter = "ns=2;s=Moving.Counter";

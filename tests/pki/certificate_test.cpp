@@ -96,6 +96,12 @@ TEST(Certificate, OfSeveralUrisTheFirstCounts) {
     EXPECT_EQ(fromFile(material::file("self_two_uris_other_first.der")).info().uri, "urn:plant:other");
 }
 
+TEST(Certificate, AnAddressThatIsNoneIsEmpty) {
+    const UaPkiCertificateInfo info = fromFile(material::file("self_address_of_three_bytes.der")).info();
+    EXPECT_THAT(info.ipAddresses, ElementsAre(UaString()));
+    EXPECT_EQ(info.uri, "urn:plant:server");
+}
+
 TEST(Certificate, OfAChainTheFirstIsRead) {
     UaPkiCertificate certificate = UaPkiCertificate::fromDER(material::chain("by_root root"));
     EXPECT_EQ(certificate.commonName(), "by_root");
@@ -105,6 +111,13 @@ TEST(Certificate, OfAChainTheFirstIsRead) {
 TEST(Certificate, AnExpiredOneIsStillValidToRead) {
     EXPECT_TRUE(fromFile(material::file("self_expired.der")).isValid());
     EXPECT_TRUE(fromFile(material::file("self_future.der")).isValid());
+}
+
+TEST(Certificate, WithAKeyThatCannotBeUsedItIsReadAndNotValid) {
+    const UaPkiCertificate certificate = fromFile(material::file("self_unusable_key.der"));
+    EXPECT_FALSE(certificate.isNull());
+    EXPECT_FALSE(certificate.isValid());
+    EXPECT_EQ(certificate.commonName(), "self_good");
 }
 
 TEST(Certificate, WhatIsWrittenIsReadBack) {

@@ -1,3 +1,6 @@
+#include <climits>
+#include <string>
+
 #include <gtest/gtest.h>
 
 #include "channel_material.h"
@@ -20,6 +23,23 @@ TEST(ChannelPolicy, IsFoundByItsWholeUriAlone) {
     EXPECT_EQ(UaPkiSecurityPolicy::find(uri.substr(0, uri.size() - 1)), nullptr);
     EXPECT_EQ(UaPkiSecurityPolicy::find(uri + std::string(1, '\0')), nullptr);
     EXPECT_EQ(UaPkiSecurityPolicy::find(channel::policyPrefix + std::string("basic256")), nullptr);
+}
+
+TEST(ChannelPolicy, IsFoundByNameAndNumber) {
+    EXPECT_EQ(UaPkiSecurityPolicy::numbered(0), &UaPkiSecurityPolicy::none());
+    int number = 1;
+    for (const char* name : channel::protectingPolicies) {
+        EXPECT_EQ(UaPkiSecurityPolicy::named(name), &policy(name));
+        EXPECT_EQ(UaPkiSecurityPolicy::numbered(number), &policy(name));
+        EXPECT_EQ(policy(name).number, number++);
+        EXPECT_EQ(std::string(UaPkiSecurityPolicy::uriPrefix) + name, policy(name).uri);
+    }
+    for (const int other : {-1, 6, INT_MAX, INT_MIN}) {
+        EXPECT_EQ(UaPkiSecurityPolicy::numbered(other), nullptr);
+    }
+    for (const char* other : {"", "basic256", "Basic256 ", "Basic25"}) {
+        EXPECT_EQ(UaPkiSecurityPolicy::named(other), nullptr);
+    }
 }
 
 TEST(ChannelPolicy, NoneProtectsNothing) {

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "uabase/byte_array.h"
+#include "uapki/certificate.h"
+#include "uapki/provider.h"
 #include "uastack/key.h"
 #include "uastack/status_code.h"
 
@@ -23,6 +25,13 @@ TEST(KeyRecord, HoldsACopyUntilItIsCleared) {
     OpcUa_Key_Clear(&key);
     OpcUa_Key_Initialize(nullptr);
     OpcUa_Key_Clear(nullptr);
+}
+
+/// Callers name these by their numbers.
+TEST(KeyRecord, ItsConstantsHaveTheStacksNumbers) {
+    EXPECT_EQ(static_cast<int>(OpcUa_KeyType_RsaPrivate), 5);
+    EXPECT_EQ(static_cast<int>(OpcUa_KeyEncoding_Pem), 2);
+    EXPECT_EQ(static_cast<int>(UaPkiCertificate::Sha256), 3);
 }
 
 TEST(ByteArray, HexadecimalTextIsUpperCase) {

@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 
@@ -16,9 +17,12 @@
 #include "support/child_process.h"
 #include "support/temporary_directory.h"
 #include "support/unprivileged.h"
+#include "trace_reader.h"
 #include "uapki/provider.h"
 
 namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::HasSubstr;
 using testing::StartsWith;
 
 namespace {
@@ -168,6 +172,25 @@ TEST_F(PrivateKey, OneWithoutPermissionIsNotReadable) {
                                                                                                          : 1;
               }),
               0);
+}
+
+TEST_F(PrivateKey, ThatOthersCanReadIsWarnedOf) {
+    ASSERT_EQ(m_keys.toPEMFile(path("key.pem").c_str(), nullptr), 0);
+    const auto traced = [this](unsigned mode) {
+        fs::permissions(path("key.pem"), fs::perms(mode));
+        Trace trace(UaTrace::Warnings);
+        EXPECT_TRUE(LoadedKey(path("key.pem"), nullptr).status.isGood());
+        return trace.text();
+    };
+    for (const unsigned mode : {0640U, 0604U}) {
+        EXPECT_THAT(traced(mode), AllOf(HasSubstr("WARNING"), HasSubstr(path("key.pem").string()),
+                                        HasSubstr(mode == 0604 ? "everybody may" : "the group ")));
+    }
+    EXPECT_EQ(traced(0600), "");
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(path("key.pem").c_str(), 12345, 12345), 0);
+        EXPECT_THAT(traced(0600), HasSubstr("its owner, the user 12345, may read it"));
+    }
 }
 
 TEST_F(PrivateKey, WhereNothingCanBeWrittenTheResultSaysSo) {

@@ -7,15 +7,18 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 
 #include "material.h"
 #include "support/temporary_directory.h"
 #include "support/unprivileged.h"
+#include "trace_reader.h"
 #include "uapki/certificate_verifier.h"
 
 namespace fs = std::filesystem;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::SizeIs;
@@ -33,6 +36,12 @@ protected:
 
     static UaPkiCertificate certificate(const char* name = "self_good") {
         return UaPkiCertificate::fromDER(material::chain(name));
+    }
+
+    /// Of a file in the trust list.
+    std::string textOf(const char* name) const {
+        const UaByteString bytes = material::read(m_folders.trusted / name);
+        return {reinterpret_cast<const char*>(bytes.data()), static_cast<std::size_t>(bytes.length())};
     }
 
     test_support::TemporaryDirectory m_directory;
@@ -118,6 +127,97 @@ TEST_F(Store, AFileMayHoldSeveralPemCertificates) {
     EXPECT_TRUE(verify(m_folders.locations(), "by_middle").status.isGood());
 }
 
+TEST_F(Store, APemFileMayBeginWithAnyText) {
+    // A "0" is also what every DER file begins with.
+    for (const char* text : {"0123456789: the root of the plant\n", "The root of the plant\n"}) {
+        for (const char* name : {"root.pem", "root.crl.pem"}) {
+            const UaByteString pem = material::read(material::file(name));
+            const std::string content(pem.data(), pem.data() + pem.length());
+            const bool isList = std::string(name) == "root.crl.pem";
+            material::write((isList ? m_folders.trustedLists : m_folders.trusted) / name, text + content);
+        }
+        const UaPkiVerification result = verify(m_folders.locations(), "by_root");
+        EXPECT_TRUE(result.status.isGood()) << result.status.name();
+        EXPECT_TRUE(result.skippedFiles.empty());
+    }
+}
+
+TEST_F(Store, AFileMayHoldSeveralPemLists) {
+    material::StoreFolders::fill(m_folders.trusted, "root", ".der");
+    material::StoreFolders::fill(m_folders.issuers, "middle", ".der");
+    material::StoreFolders::fill(m_folders.trustedLists, "both_pem", ".crl");
+    EXPECT_TRUE(verify(m_folders.locations(), "by_middle").status.isGood());
+}
+
+/// Beside a good list something that may be one, and cannot be read.
+class UnreadableList : public Store {
+protected:
+    UnreadableList() {
+        material::StoreFolders::fill(m_folders.trusted, "root self_good", ".der");
+        material::StoreFolders::fill(m_folders.trustedLists, "root", ".crl");
+    }
+
+    void expectUnknownBecauseOf(const fs::path& file) {
+        const UaPkiVerification result = verify(m_folders.locations(), "by_root");
+        EXPECT_EQ(result.status.statusCode(), OpcUa_BadCertificateRevocationUnknown) << result.status.name();
+        ASSERT_THAT(result.findings, SizeIs(1));
+        EXPECT_THAT(result.findings[0].text.text(),
+                    testing::AllOf(HasSubstr("cannot be read"), HasSubstr(file.string())));
+        EXPECT_THAT(result.skippedFiles, SizeIs(1));
+        EXPECT_TRUE(verify(m_folders.locations(), "self_good").status.isGood());
+    }
+};
+
+TEST_F(UnreadableList, AboveTheLimit) {
+    const fs::path file = m_folders.trustedLists / "large.crl";
+    material::StoreFolders::fill(m_folders.trustedLists, "root_revoking", ".crl");
+    fs::rename(m_folders.trustedLists / "root_revoking.crl", file);
+    fs::resize_file(file, 32 * 1024 * 1024 + 1);
+    expectUnknownBecauseOf(file);
+    EXPECT_THAT(verify(m_folders.locations(), "by_root").skippedFiles[0].text(),
+                HasSubstr("larger than 32768 KiB"));
+}
+
+TEST_F(UnreadableList, NotAFileAtAll) {
+    const fs::path file = m_folders.issuerLists / "list.crl";
+    ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+    expectUnknownBecauseOf(file);
+    fs::remove(file);
+    fs::create_symlink("nowhere", file);
+    expectUnknownBecauseOf(file);
+    fs::remove(file);
+    EXPECT_TRUE(verify(m_folders.locations(), "by_root").status.isGood());
+}
+
+TEST_F(UnreadableList, AFileOrADirectoryWithoutPermission) {
+    fs::permissions(m_directory.path(), fs::perms(0755));
+    const UaPkiCertificateVerifier verifier{UaPkiStore(m_folders.locations())};
+    const UaByteString sent = material::chain("by_root");
+    const auto statusUnprivileged = [&] {
+        return runUnprivileged([&] {
+            const UaStatus status =
+                verifier.verify(sent, "urn:plant:server", basic256Sha256, material::verificationTime())
+                    .status;
+            return status.isGood() ? 0 : status.statusCode() == OpcUa_BadCertificateRevocationUnknown ? 1 : 2;
+        });
+    };
+    EXPECT_EQ(statusUnprivileged(), 0);
+    material::StoreFolders::fill(m_folders.trustedLists, "root_revoking", ".crl");
+    fs::permissions(m_folders.trustedLists / "root_revoking.crl", fs::perms::none);
+    EXPECT_EQ(statusUnprivileged(), 1);
+    fs::remove(m_folders.trustedLists / "root_revoking.crl");
+    fs::permissions(m_folders.issuerLists, fs::perms::none);
+    EXPECT_EQ(statusUnprivileged(), 1);
+    fs::permissions(m_folders.issuerLists, fs::perms(0755));
+    EXPECT_EQ(statusUnprivileged(), 0);
+}
+
+TEST_F(UnreadableList, ADirectoryAndAHiddenFileAreNone) {
+    fs::create_directory(m_folders.trustedLists / "old");
+    material::write(m_folders.trustedLists / ".root.crl.part", "half a list");
+    EXPECT_TRUE(verify(m_folders.locations(), "by_root").status.isGood());
+}
+
 TEST_F(Store, ForeignFilesArePassedOverAndNamed) {
     fs::create_directory(m_folders.trusted / "a_directory");
     material::StoreFolders::fill(m_folders.trusted, "megabyte truncated empty self_good trailing", ".der");
@@ -185,7 +285,7 @@ TEST_F(Store, AFullDiskLeavesWhatWasThere) {
     fs::permissions(m_directory.path(), fs::perms(0755));
     fs::permissions(m_folders.trusted, fs::perms(0777));
     UaPkiStore store(m_folders.locations());
-    ASSERT_TRUE(store.saveTrusted(certificate("root"), "server").isGood());
+    material::write(m_folders.trusted / "server.der", "what was there");
     UaPkiCertificate other = certificate();
     int answer = runUnprivileged([&] {
         std::signal(SIGXFSZ, SIG_IGN);
@@ -196,19 +296,76 @@ TEST_F(Store, AFullDiskLeavesWhatWasThere) {
                    : 1;
     });
     EXPECT_EQ(answer, 0);
-    EXPECT_EQ(material::read(m_folders.trusted / "server.der"), certificate("root").toDER());
+    EXPECT_EQ(textOf("server.der"), "what was there");
     EXPECT_EQ(std::distance(fs::directory_iterator(m_folders.trusted), fs::directory_iterator()), 1);
 }
 
 TEST_F(Store, AReaderNeverSeesHalfACertificate) {
     // A file that is replaced is never written to: who has it open keeps the whole of the old one.
     UaPkiStore store(m_folders.locations());
-    ASSERT_TRUE(store.saveTrusted(certificate("root"), "server").isGood());
+    material::write(m_folders.trusted / "server.der", "what was there");
     fs::path kept = m_directory.path() / "kept.der";
     fs::create_hard_link(m_folders.trusted / "server.der", kept);
     ASSERT_TRUE(store.saveTrusted(certificate(), "server").isGood());
-    EXPECT_EQ(material::read(kept), certificate("root").toDER());
+    EXPECT_EQ(textOf("../../kept.der"), "what was there");
     EXPECT_EQ(material::read(m_folders.trusted / "server.der"), certificate().toDER());
+}
+
+TEST_F(Store, AFileThatHoldsAnotherCertificateIsNotReplaced) {
+    for (const char* ending : {".der", ".pem"}) {
+        const fs::path file = m_folders.trusted / "server.der";
+        fs::copy_file(material::file(std::string("root") + ending), file,
+                      fs::copy_options::overwrite_existing);
+        const std::string before = textOf("server.der");
+        Trace trace(UaTrace::Errors);
+        EXPECT_EQ(UaPkiStore(m_folders.locations()).saveTrusted(certificate(), "server").statusCode(),
+                  OpcUa_BadNotWritable);
+        EXPECT_EQ(textOf("server.der"), before);
+        EXPECT_THAT(trace.text(),
+                    HasSubstr(file.string() + " is not replaced: it holds another certificate"));
+    }
+}
+
+TEST_F(Store, AFileThatNobodyCanReadIsNotReplaced) {
+    fs::create_directory(m_folders.trusted / "server.der");
+    EXPECT_EQ(UaPkiStore(m_folders.locations()).saveTrusted(certificate(), "server").statusCode(),
+              OpcUa_BadNotWritable);
+    EXPECT_TRUE(fs::is_directory(m_folders.trusted / "server.der"));
+}
+
+TEST_F(Store, ACertificateThatIsThereNeedNotBeSaved) {
+    fs::copy_file(material::file("self_good.pem"), m_folders.trusted / "server.der");
+    const std::string before = textOf("server.der");
+    EXPECT_TRUE(UaPkiStore(m_folders.locations()).saveTrusted(certificate(), "server").isGood());
+    EXPECT_EQ(textOf("server.der"), before);
+}
+
+TEST_F(Store, ThatOthersCanWriteToIsWarnedOf) {
+    for (const fs::path& folder :
+         {m_folders.trusted, m_folders.trustedLists, m_folders.issuers, m_folders.issuerLists}) {
+        for (const unsigned mode : {0720U, 0702U}) {
+            fs::permissions(folder, fs::perms(mode));
+            Trace trace(UaTrace::Warnings);
+            EXPECT_TRUE(UaPkiStore(m_folders.locations()).open().isGood());
+            EXPECT_THAT(trace.text(), AllOf(HasSubstr("WARNING"), HasSubstr(folder.string()),
+                                            HasSubstr(mode == 0702 ? "everybody may" : "the group "),
+                                            HasSubstr("write to it")));
+            fs::permissions(folder, fs::perms(0755));
+        }
+    }
+    Trace trace(UaTrace::Warnings);
+    EXPECT_TRUE(UaPkiStore(m_folders.locations()).open().isGood());
+    EXPECT_EQ(trace.text(), "");
+}
+
+/// Who owns it can write to it, whatever its mode says.
+TEST_F(Store, OfAnotherUserIsWarnedOf) {
+    fs::permissions(m_directory.path(), fs::perms(0755));
+    giveToUnprivileged(m_folders.trusted);
+    Trace trace(UaTrace::Warnings);
+    EXPECT_TRUE(UaPkiStore(m_folders.locations()).open().isGood());
+    const bool isRoot = ::geteuid() == 0;
+    EXPECT_EQ(trace.text().find("its owner, the user ") != std::string::npos, isRoot);
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstring>
+
 #include "uabase/status.h"
 
 /// Which server certificates pass which store: the verifier and the whole library are held to the same rows.
@@ -14,7 +16,8 @@ constexpr const char* aes256 = "http://opcfoundation.org/UA/SecurityPolicy#Aes25
 constexpr const char* unknownPolicy = "http://opcfoundation.org/UA/SecurityPolicy#Unheard";
 
 /// A store, what a server sends, and what comes of it; afterwards the server's certificate itself is trusted
-/// permanently, and verified again. All names are files of make_stores.sh.
+/// permanently, and verified again. All names are files of make_stores.sh; what begins with "spoilt_" is no
+/// revocation list.
 struct Case {
     const char* name;
     const char* trusted;
@@ -25,6 +28,11 @@ struct Case {
     OpcUa_StatusCode expected;
     OpcUa_StatusCode expectedOnceTrusted;
     const char* policy = basic256Sha256;
+
+    bool hasSpoiltFiles() const {
+        return std::strstr(trustedLists, "spoilt_") != nullptr ||
+               std::strstr(issuerLists, "spoilt_") != nullptr;
+    }
 };
 
 constexpr OpcUa_StatusCode good = OpcUa_Good;
@@ -145,6 +153,166 @@ const Case cases[] = {
     {"Rsa1024None",                 "self_short", "", "", "", "self_short", good,         good,         policyNone},
     {"GoodUnderBasic256",           "self_good",  "", "", "", "self_good",  good,         good,         basic256},
     {"GoodUnderAes256",             "self_good",  "", "", "", "self_good",  good,         good,         aes256},
+    // ---- several that could be the issuer
+    {"PoisonReadBeforeTheRoot",     "a_poison root",     "root", "", "", "by_root",      good, good},
+    {"PoisonReadAfterTheRoot",      "root z_poison",     "root", "", "", "by_root",      good, good},
+    {"PoisonOnBothSides",           "a_poison root z_poison", "root", "a_poison", "", "by_root a_poison z_poison", good, good},
+    {"ServersCertificateAsPoison",  "a_poison_app root z_poison_app", "root", "", "", "by_root", good, good},
+    {"PoisonBesideAMereIssuer",     "a_poison z_poison", "root", "root", "", "by_root",  untrusted, good},
+    {"PoisonAlone",                 "a_poison",          "root", "", "", "by_root",      invalid, invalid},
+    {"PoisonAboveTheMiddle",        "a_poison root z_poison", "root middle", "middle", "", "by_middle", good, good},
+    {"PoisonDoesNotHideARevocation", "a_poison root z_poison", "root_revoking", "", "", "by_root_revoked", revoked, revoked},
+    {"CrossSigned",                 "other_root", "other_root root", "root_cross", "", "by_root",  good, good},
+    {"CrossSignedBesideTheRoot",    "other_root", "other_root root", "root root_cross", "", "by_root", good, good},
+    {"CrossSignedBothTrusted",      "other_root root", "other_root root", "root_cross", "", "by_root", good, good},
+    {"CrossSignedSent",             "other_root", "other_root root", "root", "", "by_root root_cross", good, good},
+    {"CrossSignedOtherRootMissing", "root", "root", "root_cross", "", "by_root",         good, good},
+    {"CrossCertificateTrusted",     "root_cross", "other_root root", "other_root", "", "by_root", good, good},
+    {"CrossCertificateRevoked",     "other_root", "other_root_revokes root", "root_cross", "", "by_root", issuerRevoked, issuerRevoked},
+    {"CrossCertificateRevokedRootTrusted", "root other_root", "other_root_revokes root", "root_cross", "", "by_root", good, good},
+    {"CrossCertificateWithoutList", "other_root", "root", "root_cross", "", "by_root",   issuerListUnknown, issuerListUnknown},
+    {"NewKeyOfTheSameAuthority",    "root", "root impostor", "root_new_key", "", "by_impostor", good, good},
+    {"NewKeyWithoutItsOwnList",     "root", "root", "root_new_key", "", "by_impostor",   listUnknown, listUnknown},
+    {"RootRenewed",                 "root root_old", "root", "", "", "by_root",          good, good},
+    {"RootRenewedOnlyTheOldTrusted", "root_old", "root", "root", "", "by_root",          untrusted, good},
+    {"SameNameFirst",               "first second", "first second", "", "", "by_first",  good, good},
+    {"SameNameSecond",              "first second", "first second", "", "", "by_second", good, good},
+    {"SameNameOnlyTheOtherTrusted", "second", "first second", "first", "", "by_first",   untrusted, good},
+    {"SameNameOnlyTheOtherKnown",   "second", "first second", "", "", "by_first",        invalid, invalid},
+    {"SameNameOthersList",          "first second", "second", "", "", "by_first",        listUnknown, listUnknown},
+    {"SameNameRevoked",             "first second", "first_revokes second", "", "", "by_first", revoked, revoked},
+    // ---- lists of changes
+    {"DeltaOfARevokingBase",        "root", "root_5_revokes root_delta_6", "", "", "by_root_revoked", revoked, revoked},
+    {"DeltaOfAnAuthoritysRevocation", "root", "root_5_revokes root_delta_6 middle_revoked", "middle_revoked", "", "by_middle_revoked", issuerRevoked, issuerRevoked},
+    {"DeltaOfAGoodBase",            "root", "root_5 root_delta_6", "", "", "by_root",    good, good},
+    {"DeltaRevokes",                "root", "root_5 root_delta_6_revokes", "", "", "by_root_revoked", revoked, revoked},
+    {"DeltaRevokesAndIsOutOfDate",  "root", "root_5 root_delta_6_revokes_over", "", "", "by_root_revoked", revoked, revoked},
+    {"DeltaTakesBack",              "root", "root_5_revokes root_delta_6_removes", "", "", "by_root_revoked", good, good},
+    {"DeltaTakesBackAndIsOutOfDate", "root", "root_5_revokes root_delta_6_removes_over", "", "", "by_root_revoked", revoked, revoked},
+    {"DeltaTakesBackWithAWeakSignature", "root", "root_5_revokes root_delta_6_removes_weak", "", "", "by_root_revoked", revoked, revoked},
+    {"DeltaTakesBackFromALaterBase", "root", "root_7_revokes root_delta_6_removes", "", "", "by_root_revoked", revoked, revoked},
+    {"DeltaAlone",                  "root", "root_delta_6", "", "", "by_root",           listUnknown, listUnknown},
+    {"DeltaAloneTakesBack",         "root", "root_delta_6_removes", "", "", "by_root_revoked", listUnknown, listUnknown},
+    {"DeltaOfAMissingBaseTakesBack", "root", "root_5_revokes root_delta_8_removes", "", "", "by_root_revoked", revoked, revoked},
+    {"DeltaOfAMissingBaseRevokes",  "root", "root_5 root_delta_8_revokes", "", "", "by_root_revoked", revoked, revoked},
+    {"DeltaOfAMissingBase",         "root", "root_5 root_delta_8", "", "", "by_root",    good, good},
+    {"DeltaOfAMissingBaseOldList",  "root", "root_5_over root_delta_8", "", "", "by_root", listUnknown, listUnknown},
+    {"DeltaWithoutNumber",          "root", "root_5_revokes root_delta_unnumbered", "", "", "by_root_revoked", revoked, revoked},
+    {"DeltaWithoutNumberAlone",     "root", "root_delta_unnumbered", "", "", "by_root",  listUnknown, listUnknown},
+    {"DeltaOfAnotherScope",         "root", "root_5_over root_users_delta_6", "", "", "by_root", listUnknown, listUnknown},
+    {"DeltaRenewsItsBase",          "root", "root_5_over root_delta_6", "", "", "by_root", good, good},
+    {"DeltaContinuesTheNewestBase", "root", "root_5_later root_5_revokes root_delta_6", "", "", "by_root_revoked", good, good},
+    {"DeltaOfAWeakBase",            "root", "root_5_weak root_delta_6", "", "", "by_root", listUnknown, listUnknown},
+    {"DeltaIsNoBase",               "root", "root_delta_6 root_delta_of_a_delta", "", "", "by_root", listUnknown, listUnknown},
+    {"DeltaOutOfDate",              "root", "root_5 root_delta_6_over", "", "", "by_root", good, good},
+    {"DeltaAndBaseOutOfDate",       "root", "root_5_over root_delta_6_over", "", "", "by_root", listUnknown, listUnknown},
+    // ---- lists that are not for every certificate
+    {"UsersListForAServer",         "root", "root_users", "", "", "by_root",             good, good},
+    {"UsersListRevokes",            "root", "root_users_revokes", "", "", "by_root_revoked", revoked, revoked},
+    {"UsersListForAnAuthority",     "root", "root_users middle", "middle", "", "by_middle", issuerListUnknown, issuerListUnknown},
+    {"AuthoritiesListForAServer",   "root", "root_authorities", "", "", "by_root",       listUnknown, listUnknown},
+    {"AuthoritiesListForAnAuthority", "root", "root_authorities middle", "middle", "", "by_middle", good, good},
+    {"ListsForUsersAndForAuthorities", "root", "root_authorities root_users", "", "", "by_root", good, good},
+    {"AuthoritiesListBesideARevokingOne", "root", "root_revoking root_authorities", "", "", "by_root_revoked", revoked, revoked},
+    {"AuthoritiesListRevokesAServer", "root", "root root_authorities_revokes", "", "", "by_root_revoked", good, good},
+    {"ListOfAnotherPointRevokes",   "root", "root root_other_point_revokes", "", "", "by_root_revoked", good, good},
+    {"UsersListTakesNothingBack",   "root", "root_5_revokes root_users_6", "", "", "by_root_revoked", revoked, revoked},
+    {"AttributesList",              "root", "root_attributes", "", "", "by_root",        listUnknown, listUnknown},
+    {"ContradictoryList",           "root", "root_contradictory", "", "", "by_root",     listUnknown, listUnknown},
+    {"ListForSomeReasons",          "root", "root_some_reasons", "", "", "by_root",      listUnknown, listUnknown},
+    {"ListForSomeReasonsRevokes",   "root", "root root_some_reasons_revokes", "", "", "by_root_revoked", revoked, revoked},
+    {"IndirectList",                "root", "root_indirect", "", "", "by_root",          listUnknown, listUnknown},
+    {"IndirectListRevokes",         "root", "root root_indirect_revokes", "", "", "by_root_revoked", revoked, revoked},
+    {"ListOfItsPoint",              "root", "root_point", "", "", "by_root_at_point",    good, good},
+    {"ListOfAnotherPoint",          "root", "root_other_point", "", "", "by_root_at_point", listUnknown, listUnknown},
+    {"ListOfAPointForNoPoint",      "root", "root_point", "", "", "by_root",             listUnknown, listUnknown},
+    {"ListOfItsRelativePoint",      "root", "root_relative_point", "", "", "by_root_at_relative_point", good, good},
+    {"ListOfAnotherThanItsRelativePoint", "root", "root_point", "", "", "by_root_at_relative_point", listUnknown, listUnknown},
+    {"ListOfAPointForSomeReasons",  "root", "root_point", "", "", "by_root_at_partial_point", listUnknown, listUnknown},
+    {"ListOfAPointOfAnotherLister", "root", "root_point", "", "", "by_root_at_others_point", listUnknown, listUnknown},
+    {"WholeListForAPoint",          "root", "root", "", "", "by_root_at_point",          good, good},
+    // ---- which of several lists counts
+    {"HigherNumberTakesBack",       "root", "root_5_revokes root_6", "", "", "by_root_revoked", good, good},
+    {"HigherNumberRevokes",         "root", "root_5 root_6_revokes", "", "", "by_root_revoked", revoked, revoked},
+    {"HigherNumberRevokesLaterDate", "root", "root_5_later root_6_revokes", "", "", "by_root_revoked", revoked, revoked},
+    {"HigherNumberTakesBackLaterDate", "root", "root_5_later_revokes root_6", "", "", "by_root_revoked", good, good},
+    {"NumberOfTwoBytes",            "root", "root_300_revokes root_6", "", "", "by_root_revoked", revoked, revoked},
+    {"SameNumberLaterDateRevokes",  "root", "root_5 root_5_later_revokes", "", "", "by_root_revoked", revoked, revoked},
+    {"SameNumberEarlierDateRevokes", "root", "root_5_later root_5_revokes", "", "", "by_root_revoked", good, good},
+    {"SameNumberSameDate",          "root", "root_6 root_6_revokes", "", "", "by_root_revoked", revoked, revoked},
+    {"WithoutNumberLaterDateRevokes", "root", "root_5 root_later_revokes", "", "", "by_root_revoked", revoked, revoked},
+    {"OutOfDateNewerRevokes",       "root", "root_5 root_6_revokes_over", "", "", "by_root_revoked", revoked, revoked},
+    {"OutOfDateOlderRevokes",       "root", "root_4_revokes_over root_5", "", "", "by_root_revoked", good, good},
+    {"OutOfDateAlone",              "root", "root_5_over", "", "", "by_root",            listUnknown, listUnknown},
+    {"OutOfDateAloneRevokes",       "root", "root_6_revokes_over", "", "", "by_root_revoked", listUnknown, listUnknown},
+    {"NotYetValidAlone",            "root", "root_next_year", "", "", "by_root",         listUnknown, listUnknown},
+    {"NotYetValidRevokes",          "root", "root_5 root_next_year_revokes", "", "", "by_root_revoked", revoked, revoked},
+    {"NotYetValidTakesNothingBack", "root", "root_5_revokes root_next_year", "", "", "by_root_revoked", revoked, revoked},
+    {"RevokesAmongTheIssuersLists", "root", "root_5", "", "root_6_revokes", "by_root_revoked", revoked, revoked},
+    {"TwoListsInOneFile",           "root", "both", "middle", "", "by_middle",           good, good},
+    // ---- lists that do not count
+    {"ListUnknownCritical",         "root", "root_critical", "", "", "by_root",          listUnknown, listUnknown},
+    {"ListUnknownCriticalRevokes",  "root", "root root_critical_revokes", "", "", "by_root_revoked", revoked, revoked},
+    {"WholeListTakesNothingBack",   "root", "root_removes", "", "", "by_root_revoked",   revoked, revoked},
+    {"ListMalformedNumber",         "root", "root_malformed_number", "", "", "by_root",  listUnknown, listUnknown},
+    {"ListOfOneWhoMayNotSignLists", "root", "root middle_no_list_usage", "middle_no_list_usage", "", "by_middle_no_list_usage", listUnknown, listUnknown},
+    {"ListSha1Basic256Sha256",      "root", "root_with_sha1", "", "", "by_root",              listUnknown, listUnknown, basic256Sha256},
+    {"ListSha1Aes128",              "root", "root_with_sha1", "", "", "by_root",              listUnknown, listUnknown, aes128},
+    {"ListSha1Aes256",              "root", "root_with_sha1", "", "", "by_root",              listUnknown, listUnknown, aes256},
+    {"ListSha1UnknownPolicy",       "root", "root_with_sha1", "", "", "by_root",              listUnknown, listUnknown, unknownPolicy},
+    {"ListSha1Basic128",            "root", "root_with_sha1", "", "", "by_root",              good, good, basic128},
+    {"ListSha1Basic256",            "root", "root_with_sha1", "", "", "by_root",              good, good, basic256},
+    {"ListSha1None",                "root", "root_with_sha1", "", "", "by_root",              good, good, policyNone},
+    {"ListMd5Basic256Sha256",       "root", "root_with_md5", "", "", "by_root",               listUnknown, listUnknown},
+    {"ListMd5Basic128",             "root", "root_with_md5", "", "", "by_root",               listUnknown, listUnknown, basic128},
+    {"ListMd5None",                 "root", "root_with_md5", "", "", "by_root",               listUnknown, listUnknown, policyNone},
+    {"ListSha384",                  "root", "root_with_sha384", "", "", "by_root",            good, good},
+    {"ListPssSha1",                 "root", "root_with_pss_sha1", "", "", "by_root",          listUnknown, listUnknown},
+    {"ListPssSha1Basic256",         "root", "root_with_pss_sha1", "", "", "by_root",          good, good, basic256},
+    {"ListPssSha384",               "root", "root_with_pss_sha384", "", "", "by_root",        good, good},
+    {"ListSha1BesideAStrongOne",    "root", "root root_with_sha1", "", "", "by_root",         good, good},
+    {"ListSha1Revokes",             "root", "root root_with_sha1_revokes", "", "", "by_root_revoked", revoked, revoked},
+    {"ListForgedIsNewer",           "root", "root_5 root_6_forged", "", "", "by_root",   listUnknown, listUnknown},
+    {"ListForgedIsNewerAndNamesTheKey", "root", "root root_later_named_forged", "", "", "by_root", listUnknown, listUnknown},
+    {"ListForgedIsNotNewer",        "root", "root_6 root_6_forged", "", "", "by_root",   good, good},
+    {"ListForgedIsOlder",           "root", "root_7 root_6_forged", "", "", "by_root",   good, good},
+    {"DeltaForgedIsNewer",          "root", "root_5 root_delta_6_forged", "", "", "by_root", listUnknown, listUnknown},
+    {"ListOfAnUnknownNamesake",     "root", "root impostor", "", "", "by_root",          good, good},
+    {"LaterListOfAnUnknownNamesake", "root", "root impostor_later", "", "", "by_root",   listUnknown, listUnknown},
+    {"LaterListOfAnUnknownNamesakeNamesItsKey", "root", "root impostor_later_named", "", "", "by_root", good, good},
+    {"LaterListOfAKnownNamesake",   "root", "root impostor_later", "impostor", "", "by_root", good, good},
+    // ---- lists of the one who has signed itself
+    {"StrayListOfItsName",          "self_good", "stray", "", "", "self_good",           good, good},
+    {"StrayListOfItsOwn",           "self_good", "stray_own", "", "", "self_good",       good, good},
+    {"StrayDeltaOfItsOwn",          "self_good", "stray_own_delta", "", "", "self_good", good, good},
+    {"StrayListOutOfDate",          "self_good", "stray_own_over", "", "", "self_good",  good, good},
+    {"StrayListOfAuthorities",      "self_good", "stray_own_authorities", "", "", "self_good", good, good},
+    {"RootRevokesItself",           "root", "root_revokes_itself", "", "", "by_root",    issuerRevoked, issuerRevoked},
+    // ---- lists that cannot be read: whose they are is not known
+    {"ListEmpty",                   "root", "root spoilt_empty", "", "", "by_root",      listUnknown, listUnknown},
+    {"ListCut",                     "root", "root spoilt_cut", "", "", "by_root",        listUnknown, listUnknown},
+    {"ListCutPem",                  "root", "root spoilt_cut_pem", "", "", "by_root",    listUnknown, listUnknown},
+    {"ListIsText",                  "root", "root spoilt_text", "", "", "by_root",       listUnknown, listUnknown},
+    {"ListWithSomethingBehind",     "root", "root spoilt_trailing", "", "", "by_root",   listUnknown, listUnknown},
+    {"ListCutAmongTheIssuers",      "root", "root", "", "spoilt_cut", "by_root",         listUnknown, listUnknown},
+    {"ListCutOfARevokedOne",        "root", "root_revoking spoilt_cut", "", "", "by_root_revoked", listUnknown, listUnknown},
+    {"ListCutAndSelfSigned",        "self_good", "spoilt_cut", "", "", "self_good",      good, good},
+    {"CertificateAmongTheLists",    "root", "root spoilt_certificate", "", "", "by_root", good, good},
+    // ---- names that an authority is bound to
+    {"NameWithinBounds",            "root", "root middle_bounded", "middle_bounded", "", "by_middle_bounded", good, good},
+    {"NameOutOfBounds",             "root", "root middle_bounded", "middle_bounded", "", "by_middle_bounded_elsewhere", invalid, invalid},
+    {"CommonNameOutOfBounds",       "root", "root middle_bounded", "middle_bounded", "", "by_middle_bounded_common_name", invalid, invalid},
+    {"NewKeyIsNoFurtherAuthority",  "root", "root middle_last middle_last_new_key", "middle_last middle_last_new_key", "", "by_middle_last_new_key", good, good},
+    {"CriticalAddressBlocks",       "self_address_blocks", "", "", "", "self_address_blocks", invalid, invalid},
+    // ---- alternative names
+    {"AddressOfThreeBytes",         "self_address_of_three_bytes", "", "", "", "self_address_of_three_bytes", good, good},
+    {"OtherUriInUtf8",              "self_uri_in_utf8",   "", "", "", "self_uri_in_utf8",   uriInvalid, uriInvalid},
+    {"OtherUriInLatin1",            "self_uri_in_latin1", "", "", "", "self_uri_in_latin1", uriInvalid, uriInvalid},
+    {"SixtyKilobytes",              "self_of_60_kilobytes", "", "", "", "self_of_60_kilobytes", good, good},
+    // ---- keys that are not RSA
+    {"KeyThatIsNotRsa",             "root", "root", "", "", "by_root_edwards",           policyFailed, policyFailed},
+    {"KeyThatCannotBeUsed",         "self_unusable_key", "", "", "", "self_unusable_key", invalid, invalid},
+    {"AuthoritysKeyThatIsNotRsa",   "root", "root middle_edwards", "middle_edwards", "", "by_middle_edwards", good, good},
     // ---- not a certificate: nothing can be saved either
     {"Empty",                       "self_good", "", "", "", "",            invalid, invalid},
     {"EmptyFile",                   "self_good", "", "", "", "empty",       invalid, invalid},

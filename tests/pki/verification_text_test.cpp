@@ -109,6 +109,24 @@ TEST_F(VerificationText, AnotherUriIsShownBesideTheExpectedOne) {
                 AllOf(HasSubstr("\"urn:plant:server:2\""), EndsWith("\"urn:plant:server\"")));
 }
 
+TEST_F(VerificationText, AUriThatIsNotAsciiIsComparedByteByByte) {
+    material::StoreFolders::fill(m_folders.trusted, "self_uri_in_utf8 self_uri_in_latin1", ".der");
+    const UaPkiCertificateVerifier verifier{UaPkiStore(m_folders.locations())};
+    const auto statusOf = [&](const char* sent, const char* announced) {
+        return verifier.verify(material::chain(sent), announced, basic256Sha256, material::verificationTime())
+            .status.statusCode();
+    };
+    EXPECT_EQ(statusOf("self_uri_in_utf8", "urn:plant:server:\xC3\xA4"), OpcUa_Good);
+    EXPECT_EQ(statusOf("self_uri_in_utf8", "urn:plant:server:\xE4"), OpcUa_BadCertificateUriInvalid);
+    EXPECT_EQ(statusOf("self_uri_in_latin1", "urn:plant:server:\xC3\xA4"), OpcUa_BadCertificateUriInvalid);
+    // People are shown the same text for both.
+    for (const char* sent : {"self_uri_in_utf8", "self_uri_in_latin1"}) {
+        EXPECT_EQ(UaPkiCertificate::fromDER(material::chain(sent)).info().uri.text(),
+                  "urn:plant:server:\xC3\xA4");
+        EXPECT_THAT(verify(sent).findings.at(0).text.text(), HasSubstr("for \"urn:plant:server:\xC3\xA4\""));
+    }
+}
+
 TEST_F(VerificationText, AServerWithoutAnnouncedUriMatchesNothing) {
     material::StoreFolders::fill(m_folders.trusted, "self_good self_no_uri", ".der");
     UaPkiCertificateVerifier verifier{UaPkiStore(m_folders.locations())};

@@ -8,6 +8,7 @@
 #include <ios>
 #include <iterator>
 #include <open62541/client_config_default.h>
+#include <open62541/plugin/pki_default.h>
 #include <open62541/plugin/securitypolicy_default.h>
 #include <string>
 #include <vector>
@@ -28,6 +29,7 @@ const std::vector<std::string> newerPolicies{"Basic256Sha256", "Aes128_Sha256_Rs
 const std::vector<std::string> allPolicies{"Basic256Sha256", "Aes128_Sha256_RsaOaep", "Aes256_Sha256_RsaPss",
                                            "Basic256", "Basic128Rsa15"};
 const std::string clientUri = "urn:kestrova:plant-test:client";
+const std::string userUri = "urn:kestrova:plant-test:anna";
 const std::string serverUri = "urn:kestrova:plant-server";
 
 std::string contentOf(const std::filesystem::path& file) {
@@ -43,17 +45,39 @@ std::string text(const UA_String& string) {
     return {reinterpret_cast<const char*>(string.data), string.length};
 }
 
+/// Signs others' certificates; its own is in a file.
+struct Authority {
+    Authority(const std::filesystem::path& folder, const std::string& name)
+        : keys(2048), certificateFile(folder / (name + ".der")) {
+        identity.commonName = name;
+        UaPkiCertificateInfo info;
+        info.backdateTime = 60;
+        info.validTime = 3600;
+        const UaPkiCertificate made(info, identity, keys.publicKey(), identity, keys.privateKey(), true,
+                                    UaPkiCertificate::Sha256);
+        EXPECT_EQ(made.toDERFile(certificateFile.c_str()), 0);
+    }
+
+    UaPkiIdentity identity;
+    UaPkiRsaKeyPair keys;
+    std::string certificateFile;
+};
+
 /// A certificate and its key, in files and in memory.
 struct Credentials {
+    Credentials(const std::filesystem::path& folder, const Authority& issuer, const std::string& name,
+                const std::string& uri)
+        : Credentials(folder, name, uri, 60, 3600, &issuer) {}
     Credentials(const std::filesystem::path& folder, const std::string& name, const std::string& uri,
-                OpcUa_UInt32 backdate = 60, OpcUa_Int64 validTime = 3600)
+                OpcUa_UInt32 backdate = 60, OpcUa_Int64 validTime = 3600, const Authority* issuer = nullptr)
         : keys(2048), certificateFile(folder / (name + ".der")), keyFile(folder / (name + ".key")) {
         identity.commonName = name;
         info.uri = uri;
         info.backdateTime = backdate;
         info.validTime = validTime;
-        const UaPkiCertificate made(info, identity, keys.publicKey(), identity, keys.privateKey(), false,
-                                    UaPkiCertificate::Sha256);
+        const UaPkiCertificate made(
+            info, identity, keys.publicKey(), issuer == nullptr ? identity : issuer->identity,
+            (issuer == nullptr ? keys : issuer->keys).privateKey(), false, UaPkiCertificate::Sha256);
         EXPECT_EQ(made.toDERFile(certificateFile.c_str()), 0);
         EXPECT_EQ(keys.toPEMFile(keyFile.c_str(), nullptr), 0);
         certificate = contentOf(certificateFile);
@@ -114,6 +138,8 @@ public:
         EXPECT_EQ(UA_ClientConfig_setDefaultEncryption(config(), view(own.certificate), view(own.key),
                                                        nullptr, 0, nullptr, 0),
                   UA_STATUSCODE_GOOD);
+        // The engine's releases differ in whom they trust without a list.
+        UA_CertificateVerification_AcceptAll(&config()->certificateVerification);
         if (user != nullptr) {
             EXPECT_EQ(
                 UA_ClientConfig_setAuthenticationCert(config(), view(user->certificate), view(user->key)),
@@ -180,7 +206,7 @@ TEST_F(PlantSecurity, OldPoliciesAreOfferedOnRequestOnly) {
 TEST_F(PlantSecurity, EveryPolicyServesEveryModeAndEveryIdentity) {
     server.emplace(std::vector<std::string>{"--legacy"});
     const Credentials own(folder.path(), "client", clientUri);
-    const Credentials user(folder.path(), "anna", "urn:kestrova:plant-test:anna");
+    const Credentials user(folder.path(), "anna", userUri);
     const Endpoints endpoints(server->url());
     for (const std::string& policy : allPolicies)
         for (const UA_MessageSecurityMode mode : secureModes) {
@@ -231,25 +257,45 @@ TEST_F(PlantSecurity, AnUnsecuredServerTakesClientsThatShowACertificate) {
     EXPECT_EQ(peer.connect(server->url()), UA_STATUSCODE_GOOD);
 }
 
-TEST_F(PlantSecurity, ClientsAndUsersAreTrustedByFolder) {
-    const Credentials own(folder.path(), "client", clientUri);
-    const Credentials user(folder.path(), "anna", "urn:kestrova:plant-test:anna");
-    const auto clients = folder.path() / "clients";
-    const auto users = folder.path() / "users";
-    std::filesystem::create_directory(clients);
-    std::filesystem::create_directory(users);
-    server.emplace(std::vector<std::string>{"--trusted-clients", clients, "--trusted-users", users});
-    const auto connect = [&](bool asUser) {
-        SecureClient peer(own, asUser ? &user : nullptr);
+class PlantTrust : public PlantSecurity {
+protected:
+    PlantTrust() {
+        std::filesystem::create_directory(clients);
+        std::filesystem::create_directory(users);
+        server.emplace(std::vector<std::string>{"--trusted-clients", clients, "--trusted-users", users});
+    }
+
+    UA_StatusCode connect(const Credentials& own, const Credentials* user = nullptr) {
+        SecureClient peer(own, user);
         peer.choose(Endpoints(server->url()), "Basic256Sha256", UA_MESSAGESECURITYMODE_SIGNANDENCRYPT);
         return peer.connect(server->url());
-    };
-    EXPECT_NE(connect(false), UA_STATUSCODE_GOOD);
+    }
+
+    const std::filesystem::path clients = folder.path() / "clients";
+    const std::filesystem::path users = folder.path() / "users";
+};
+
+TEST_F(PlantTrust, IsInTheCertificatesOfAFolder) {
+    const Credentials own(folder.path(), "client", clientUri);
+    const Credentials user(folder.path(), "anna", userUri);
+    EXPECT_NE(connect(own), UA_STATUSCODE_GOOD);
     std::filesystem::copy(own.certificateFile, clients);
-    EXPECT_EQ(connect(false), UA_STATUSCODE_GOOD);
-    EXPECT_EQ(connect(true), UA_STATUSCODE_BADIDENTITYTOKENREJECTED);
+    EXPECT_EQ(connect(own), UA_STATUSCODE_GOOD);
+    EXPECT_EQ(connect(own, &user), UA_STATUSCODE_BADIDENTITYTOKENREJECTED);
     std::filesystem::copy(user.certificateFile, users);
-    EXPECT_EQ(connect(true), UA_STATUSCODE_GOOD);
+    EXPECT_EQ(connect(own, &user), UA_STATUSCODE_GOOD);
+}
+
+TEST_F(PlantTrust, IsInWhatAnAuthorityOfAFolderSignedWithoutARevocationList) {
+    const Authority authority(folder.path(), "authority");
+    const Credentials own(folder.path(), authority, "client", clientUri);
+    const Credentials user(folder.path(), authority, "anna", userUri);
+    EXPECT_NE(connect(own), UA_STATUSCODE_GOOD);
+    std::filesystem::copy(authority.certificateFile, clients);
+    EXPECT_EQ(connect(own), UA_STATUSCODE_GOOD);
+    EXPECT_EQ(connect(own, &user), UA_STATUSCODE_BADIDENTITYTOKENREJECTED);
+    std::filesystem::copy(authority.certificateFile, users);
+    EXPECT_EQ(connect(own, &user), UA_STATUSCODE_GOOD);
 }
 
 TEST_F(PlantSecurity, AClientWhoseCertificateNamesAnotherApplicationIsRefused) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "certificate_server.h"
 #include "material.h"
 #include "secured_client_fixture.h"
 #include "support/unprivileged.h"
@@ -100,6 +101,24 @@ TEST_F(TrustStore, UnreadableAndForeignFilesAreSkippedAndNamed) {
     for (const char* skipped : {"empty.der", "garbage.der", "megabyte.der", "truncated.der", "server.key",
                                 "a directory", "symlink", "protected.der"}) {
         EXPECT_THAT(text, HasSubstr("passed over " + (trustList() / skipped).string()));
+    }
+}
+
+/// No certificate authority writes such a URI, but servers that make their own certificates do.
+TEST_F(TrustStore, AUriThatIsNotAsciiIsTheSameWhenItsBytesAre) {
+    const std::string announced = MATERIAL_URI ":\xC3\xA4";
+    for (const char* name : {"self_uri_in_utf8", "self_uri_in_latin1"}) {
+        const CertificateServer server(contentOf(material::file(std::string(name) + ".der")), announced);
+        fs::create_directories(trustList());
+        fs::copy_file(material::file(std::string(name) + ".der"), trustList() / name);
+        Operator rejecting(Operator::reject);
+        COpcUaClientInterface panel;
+        ASSERT_EQ(panel.installOpcUaCallBack(&rejecting), 0);
+        _OpcUaClientConfig config = securedConfig(server.url(), {});
+        const bool isSame = std::string(name) == "self_uri_in_utf8";
+        EXPECT_EQ(panel.OpcUaConnect(config), isSame ? 1 : rejected); // no channel leads to this server
+        EXPECT_EQ(rejecting.asked, isSame ? 0 : 1);
+        EXPECT_EQ(rejecting.last.applicationUri, isSame ? "" : announced);
     }
 }
 

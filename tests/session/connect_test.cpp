@@ -4,8 +4,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <dirent.h>
-
 #include <algorithm>
 #include <chrono>
 #include <string>
@@ -13,9 +11,13 @@
 #include <vector>
 
 #include "session_fixture.h"
+#include "support/process_holdings.h"
 
 using namespace UaClientSdk;
 using test_support::MessageProxy;
+using test_support::openDescriptors;
+using test_support::threadCount;
+using test_support::waitForThreadCount;
 using Clock = std::chrono::steady_clock;
 
 namespace {
@@ -35,21 +37,24 @@ int unusedPort() {
     return ntohs(address.sin_port);
 }
 
-int entriesOf(const char* directory) {
-    DIR* handle = opendir(directory);
-    int count = 0;
-    while (readdir(handle) != nullptr) {
-        ++count;
+class ErrorRecorder : public UaSessionCallback {
+public:
+    void connectError(unsigned int, const UaStatus& reason) override {
+        reasons.emplace_back(reason.name());
+        thread = std::this_thread::get_id();
     }
-    closedir(handle);
-    return count;
-}
+    std::vector<std::string> reasons;
+    std::thread::id thread;
+};
 
-int threadCount() {
-    return entriesOf("/proc/self/task");
-}
-int descriptorCount() {
-    return entriesOf("/proc/self/fd");
+TEST_F(ConnectTest, TellsAnErrorOnTheThreadThatConnects) {
+    ErrorRecorder errors;
+    UaSession nobody;
+    const UaStatus status = nobody.connect(UaString("opc.tcp://127.0.0.1:" + std::to_string(unusedPort())),
+                                           connectInfo, securityInfo, &errors);
+    EXPECT_TRUE(status.isBad());
+    EXPECT_EQ(errors.reasons, std::vector<std::string>{status.name()});
+    EXPECT_EQ(errors.thread, std::this_thread::get_id());
 }
 
 TEST_F(ConnectTest, ReportsConnectedBeforeItReturns) {
@@ -166,27 +171,27 @@ TEST_F(ConnectTest, ASecondConnectOnTheSameSessionIsRefused) {
 
 TEST_F(ConnectTest, FailedConnectsLeaveNoThreadAndNoDescriptor) {
     const std::string refused = "opc.tcp://127.0.0.1:" + std::to_string(unusedPort());
-    ASSERT_TRUE(connect(refused).isBad());
     const int threads = threadCount();
-    const int descriptors = descriptorCount();
+    ASSERT_TRUE(connect(refused).isBad());
+    const int descriptors = openDescriptors();
     for (int i = 0; i < 20; ++i) {
         ASSERT_TRUE(connect(refused).isBad());
     }
-    EXPECT_EQ(threadCount(), threads);
-    EXPECT_EQ(descriptorCount(), descriptors);
+    EXPECT_TRUE(waitForThreadCount(threads)) << threadCount() << " instead of " << threads;
+    EXPECT_EQ(openDescriptors(), descriptors);
 }
 
 TEST_F(ConnectTest, CyclesLeaveNoThreadAndNoDescriptor) {
+    const int threads = threadCount();
     ASSERT_TRUE(connect().isGood());
     ASSERT_TRUE(disconnect().isGood());
-    const int threads = threadCount();
-    const int descriptors = descriptorCount();
+    const int descriptors = openDescriptors();
     for (int i = 0; i < 50; ++i) {
         ASSERT_TRUE(connect().isGood()) << i;
         ASSERT_TRUE(disconnect().isGood()) << i;
     }
-    EXPECT_EQ(threadCount(), threads);
-    EXPECT_EQ(descriptorCount(), descriptors);
+    EXPECT_TRUE(waitForThreadCount(threads)) << threadCount() << " instead of " << threads;
+    EXPECT_EQ(openDescriptors(), descriptors);
 }
 
 TEST_F(ConnectTest, DestroyingAConnectedSessionReportsDisconnected) {

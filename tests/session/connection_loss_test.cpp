@@ -58,6 +58,33 @@ TEST_F(ConnectionLossTest, ASilentNetworkIsNoticedByTheWatchdog) {
     server().resume();
 }
 
+/// Sends the next answer to nobody.
+class LostAnswer {
+public:
+    void operator()(std::vector<char>& body) {
+        constexpr std::size_t requestId = 12; // behind channel, token and sequence number
+        if (!m_done) {
+            body.at(requestId + 3) = '\x7F';
+            m_done = true;
+        }
+    }
+
+private:
+    bool m_done = false;
+};
+
+TEST_F(ConnectionLossTest, ACallWithoutAnswerIsNoSilenceWhileOthersAreAnswered) {
+    connectInfo.watchdogInterval = 3000;
+    connectInfo.watchdogTimeout = 2000;
+    MessageProxy proxy(server().port());
+    ASSERT_TRUE(connect(proxy.url()).isGood());
+    proxy.changeServerMessages(LostAnswer());
+    UaDataValues values;
+    EXPECT_EQ(readValue("i=2259", values, 7000).statusCode(), OpcUa_BadTimeout);
+    EXPECT_TRUE(session->isConnected());
+    EXPECT_EQ(recorder.reports().size(), 1U);
+}
+
 TEST_F(ConnectionLossTest, AnAnsweringServerSatisfiesTheWatchdog) {
     connectInfo.watchdogInterval = 50;
     connectInfo.watchdogTimeout = 5000;

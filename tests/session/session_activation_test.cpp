@@ -254,6 +254,23 @@ TEST_F(SessionActivation, LeavesNoPasswordBehind) {
     EXPECT_EQ(found, 0);
 }
 
+TEST_F(SessionActivation, LeavesNoTokenBehind) {
+    for (const bool isSigned : {false, true}) {
+        askAs(isSigned ? byCertificate : byPassword);
+        createSession({endpoint({isSigned ? card : name})});
+        ASSERT_TRUE(check().isGood()) << trace();
+        ASSERT_TRUE(activate().isGood()) << trace();
+        const UA_ByteString& token =
+            isSigned ? activation.userTokenSignature.signature : passwordToken()->password;
+        const std::string bytes(reinterpret_cast<const char*>(token.data), token.length);
+        searched = bytes;
+        const int before = leftBehind;
+        security.reset();
+        EXPECT_EQ(leftBehind, before);
+        searched.clear();
+    }
+}
+
 TEST_F(SessionActivation, TellsNoSecretToTheTrace) {
     traceEverything();
     askAs(byPassword);

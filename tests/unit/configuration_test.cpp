@@ -251,12 +251,26 @@ TEST(PathToken, LongerResultIsCutAt511Bytes) {
     }
 }
 
+TEST(PathToken, ALongDirectoryThatIsCutBehindASlashLosesThatSlash) {
+    const std::string directory = "/" + std::string(tokenBuffer - 3, 'd') + "/and more";
+    EXPECT_EQ(replaced("[ApplicationPath]/a", directory), directory.substr(0, tokenBuffer - 2) + "/");
+    EXPECT_EQ(replacedConfig("[ConfigPath]#a", directory), directory.substr(0, tokenBuffer - 2) + "#");
+}
+
 TEST(PathToken, LongDirectoryIsCutAt511Bytes) {
     for (const std::size_t length : {tokenBuffer - 1, tokenBuffer, tokenBuffer + 1, std::size_t{4000}}) {
         const std::string directory = "/" + std::string(length - 1, 'd');
         EXPECT_EQ(replaced("[ApplicationPath]/tail", directory), directory.substr(0, tokenBuffer - 1))
             << length;
     }
+}
+
+TEST(PathToken, ADirectoryThatIsCutBehindASlashLosesIt) {
+    const std::string start = "/" + std::string(tokenBuffer - 3, 'd');
+    EXPECT_EQ(replaced("[ApplicationPath]#tail", start + "/rest"), start + "#");
+    EXPECT_EQ(replacedConfig("[ConfigPath]#tail", start + "/rest"), start + "#");
+    // And one that ends in a slash only behind the cut loses nothing.
+    EXPECT_EQ(replaced("[ApplicationPath]#tail", start + "dd/"), start + "d");
 }
 
 TEST(PathToken, DirectoryJustBelowTheLimitKeepsTheStartOfTheTail) {

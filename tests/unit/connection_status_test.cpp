@@ -55,6 +55,14 @@ TEST_F(ConnectionStatus, IgnoresReportsAboveFive) {
     }
 }
 
+TEST_F(ConnectionStatus, IgnoresReportsBelowZero) {
+    report(4);
+    for (const int status : {-1, INT_MIN}) {
+        report(status);
+        EXPECT_EQ(m_client->OpcUaGetConnectStatus(), 4) << status;
+    }
+}
+
 TEST_F(ConnectionStatus, IsWrittenAndReadUnderItsOwnMutexOnly) {
     mutex_watch::forgetLocks();
     report(1);

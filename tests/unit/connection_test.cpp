@@ -1,6 +1,7 @@
 #include <climits>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "client/opcua_client.h"
@@ -145,6 +146,16 @@ TEST_F(Connect, TimeoutOfZeroOrLessLeavesTheSdksDefault) {
         EXPECT_EQ(tryConnect(), 0);
         const int given = request().info.connectTimeout;
         EXPECT_TRUE(given <= 0 || given == UaClientSdk::SessionConnectInfo::defaultConnectTimeout) << given;
+    }
+}
+
+TEST_F(Connect, TheDefaultTimeoutIsFiveSeconds) {
+    UaClientSdk::SessionConnectInfo info;
+    EXPECT_EQ(info.connectTimeout, 5000);
+    for (const auto& [asked, effective] : {std::pair(0, 5000), std::pair(-1, 5000), std::pair(INT_MIN, 5000),
+                                           std::pair(1, 1), std::pair(INT_MAX, INT_MAX)}) {
+        info.connectTimeout = asked;
+        EXPECT_EQ(info.effectiveConnectTimeout(), effective);
     }
 }
 

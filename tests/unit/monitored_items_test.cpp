@@ -501,3 +501,13 @@ TEST_F(MonitoredItems, TheirRecordsAreCopiedOutByPosition) {
     EXPECT_EQ(out[7].clientHandle, 77U);
     EXPECT_EQ(out[0].node, items().at(0).node) << "the node is shared";
 }
+
+TEST_F(MonitoredItems, GoWithASessionThatCouldNotBeDisconnected) {
+    ASSERT_EQ(add("ns=2;s=A"), 0);
+    script().onDisconnect = [](const standin::DisconnectRequest&) { return UaStatus(badStatus); };
+    _OpcUaClientConfig config = makeConfig();
+    EXPECT_EQ(m_client->OpcUaConnect(config), 0);
+    EXPECT_TRUE(items().empty());
+    EXPECT_EQ(add("ns=2;s=A"), 11) << "the new session has no subscription yet";
+    script().onDisconnect = nullptr;
+}

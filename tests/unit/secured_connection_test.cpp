@@ -1,5 +1,6 @@
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 #include <sys/stat.h>
 
@@ -114,14 +115,18 @@ TEST_F(SecuredConnection, TheNewCertificateNamesThePanel) {
     EXPECT_EQ(bitsOf(clientKey()), 2048);
 }
 
-TEST_F(SecuredConnection, WhatCannotBeWrittenIsLeftToTheLoading) {
-    std::filesystem::create_directories(clientCertificate()); // a directory in the file's place
-    EXPECT_EQ(tryConnect(), 0);
-    EXPECT_TRUE(std::filesystem::is_regular_file(clientKey())) << "the key is written all the same";
-    std::filesystem::remove_all(directory() / "pkiclient");
-    std::filesystem::create_directories(clientKey());
-    answer(loadCertificate, badStatus);
-    EXPECT_EQ(tryConnect(), 21);
+TEST_F(SecuredConnection, WhatCannotBeReadIsNotReplacedAndLeftToTheLoading) {
+    for (const auto& [inTheWay, other] :
+         {std::pair(clientCertificate(), clientKey()), std::pair(clientKey(), clientCertificate())}) {
+        std::filesystem::create_directories(inTheWay); // a directory in the file's place
+        EXPECT_EQ(tryConnect(), 0);
+        EXPECT_TRUE(std::filesystem::is_directory(inTheWay));
+        EXPECT_FALSE(std::filesystem::exists(other)) << "it would belong to nothing";
+        answer(loadCertificate, badStatus);
+        EXPECT_EQ(tryConnect(), 21);
+        answer(loadCertificate, OpcUa_Good);
+        std::filesystem::remove_all(directory() / "pkiclient");
+    }
 }
 
 TEST_F(SecuredConnection, AnExistingCertificateIsKept) {

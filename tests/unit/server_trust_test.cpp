@@ -24,14 +24,17 @@ public:
     int OpcUaTrustServerCertificate(_OpcUaCertificateMsg certificate) override {
         asked.push_back(certificate);
         held = mutex_watch::held();
-        if (throws)
+        if (throws == Throws::Exception)
             throw std::runtime_error("no decision");
+        if (throws == Throws::Anything)
+            throw 42;
         return m_answer;
     }
 
     std::vector<_OpcUaCertificateMsg> asked;
     std::vector<int> held;
-    bool throws = false;
+    enum class Throws { Nothing, Exception, Anything };
+    Throws throws = Throws::Nothing;
 
 private:
     int m_answer;
@@ -115,12 +118,17 @@ TEST_F(ServerTrust, TheLastCallbackInstalledDecides) {
 }
 
 TEST_F(ServerTrust, ADecisionThatThrowsRejects) {
-    answer(verify, badStatus);
-    DecidingApplication application(0);
-    application.throws = true;
-    install(application);
-    EXPECT_EQ(tryConnect(), 23);
-    expectNoSession();
+    for (const auto thrown :
+         {DecidingApplication::Throws::Exception, DecidingApplication::Throws::Anything}) {
+        answer(verify, badStatus);
+        DecidingApplication application(0);
+        application.throws = thrown;
+        install(application);
+        EXPECT_EQ(tryConnect(), 23);
+        EXPECT_EQ(message(), messages::serverCertificateFailed);
+        EXPECT_THAT(script().operations(), Not(Contains(save)));
+        expectNoSession();
+    }
 }
 
 TEST_F(ServerTrust, ACertificateThatCannotBeSavedGivesTwentyTwo) {

@@ -1,5 +1,8 @@
+#include <climits>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <ios>
 #include <string>
 
 #include "secured_client_test.h"
@@ -43,6 +46,20 @@ TEST_F(UserIdentity, NameAndPasswordAreHandedOver) {
     setField(m_config.password, "plant");
     EXPECT_EQ(tryConnect(), 0);
     EXPECT_EQ(argumentsOf(setPassword), "operator|plant");
+    EXPECT_FALSE(std::filesystem::exists(userCertificate()));
+}
+
+TEST_F(UserIdentity, OfAnyOtherKindIsAnonymous) {
+    setField(m_config.userName, "operator");
+    setField(m_config.password, "plant");
+    for (const int kind : {0, 3, 4, -1, -2, INT_MAX, INT_MIN}) {
+        m_config.userIdentity = kind;
+        script().forgetCalls();
+        EXPECT_EQ(tryConnect(), 0);
+        EXPECT_THAT(script().operations(), Contains("SessionSecurityInfo::setAnonymousUserIdentity")) << kind;
+        EXPECT_THAT(script().operations(), Not(Contains(setPassword))) << kind;
+        EXPECT_THAT(script().operations(), Not(Contains(setCertificate))) << kind;
+    }
     EXPECT_FALSE(std::filesystem::exists(userCertificate()));
 }
 
@@ -121,6 +138,19 @@ TEST_F(UserIdentity, AFileThatIsNoCertificateGivesTwentyFourAndStays) {
     EXPECT_EQ(contentOf(userCertificate()), "no certificate");
 }
 
+TEST_F(UserIdentity, ACertificateWithAKeyThatCannotBeUsedGivesTwentyFour) {
+    useCertificate();
+    EXPECT_EQ(tryConnect(), 0);
+    std::string content = contentOf(userCertificate());
+    const std::string rsa = "\x2A\x86\x48\x86\xF7\x0D\x01\x01\x01"; // the kind of its key
+    const std::size_t kind = content.find(rsa);
+    ASSERT_NE(kind, std::string::npos);
+    content[kind + rsa.size() - 1] = 99; // a kind that nobody has heard of
+    std::ofstream(userCertificate(), std::ios::binary) << content;
+    ASSERT_FALSE(UaPkiCertificate::fromDERFile(UaString(userCertificate().string())).isNull());
+    expectRefused(24);
+}
+
 TEST_F(UserIdentity, AKeyThatIsNoneGivesTwentyFive) {
     useCertificate();
     EXPECT_EQ(tryConnect(), 0);
@@ -153,18 +183,27 @@ TEST_F(UserIdentity, AStoreThatCannotBeOpenedGivesTwentySeven) {
     expectRefused(27);
 }
 
+TEST_F(UserIdentity, RevocationListsThatCannotBeListedGiveTwentySeven) {
+    useCertificate();
+    EXPECT_EQ(tryConnect(), 0);
+    const std::filesystem::path lists = directory() / "pkiclient/trusted/crl";
+    std::filesystem::remove_all(lists);
+    std::ofstream(lists) << "a file in their place";
+    expectRefused(27);
+}
+
 TEST_F(UserIdentity, APairThatCannotBeWrittenGivesTwentyEight) {
     useCertificate();
     std::filesystem::create_directories(userCertificate()); // a directory in the file's place
     expectRefused(28);
-    EXPECT_FALSE(std::filesystem::exists(userKey())) << "the certificate comes first";
+    EXPECT_FALSE(std::filesystem::exists(userKey())) << "it would belong to nothing";
 }
 
 TEST_F(UserIdentity, AKeyThatCannotBeWrittenGivesTwentyEight) {
     useCertificate();
     std::filesystem::create_directories(userKey());
     expectRefused(28);
-    EXPECT_TRUE(std::filesystem::is_regular_file(userCertificate()));
+    EXPECT_FALSE(std::filesystem::exists(userCertificate())) << "it would belong to nothing";
 }
 
 TEST_F(UserIdentity, AfterALateFailureTheCertificateIsTheNewOneAndTheKeyTheOld) {

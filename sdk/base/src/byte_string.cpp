@@ -1,13 +1,20 @@
 #include "uabase/byte_string.h"
 
+#include <cstring>
+
 UaByteString::UaByteString(int length, const OpcUa_Byte* data) {
     if (length > 0 && data != nullptr)
         m_bytes.assign(data, data + length);
 }
 
-UaByteString::UaByteString(const OpcUa_ByteString& bytes) {
+UaByteString::UaByteString(const UA_ByteString& bytes) {
     if (bytes.length > 0)
         m_bytes.assign(bytes.data, bytes.data + bytes.length);
+}
+
+void UaByteString::wipe() {
+    explicit_bzero(m_bytes.data(), m_bytes.size());
+    m_bytes.clear();
 }
 
 OpcUa_ByteString UaByteString::view() const {

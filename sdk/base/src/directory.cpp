@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <string>
+#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -52,10 +53,21 @@ bool UaFile::open() {
     const std::string path = m_path.toUtf8().text();
     // Without waiting: the name may be that of a pipe.
     m_descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    m_error = m_descriptor < 0 ? errno : 0;
     struct stat status = {};
-    if (m_descriptor >= 0 && (::fstat(m_descriptor, &status) != 0 || !S_ISREG(status.st_mode)))
+    if (m_descriptor >= 0 && (::fstat(m_descriptor, &status) != 0 || !S_ISREG(status.st_mode))) {
+        m_error = EISDIR;
         close();
+    }
     return m_descriptor >= 0;
+}
+
+bool UaFile::isMissing() const {
+    return m_error == ENOENT || m_error == ENOTDIR;
+}
+
+UaString UaFile::problem() const {
+    return m_error == EISDIR ? "it is no regular file" : std::generic_category().message(m_error);
 }
 
 void UaFile::close() {

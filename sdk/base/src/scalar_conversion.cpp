@@ -44,6 +44,9 @@ UaString textOf(const void* data) {
     if constexpr (std::is_same_v<Value, OpcUa_Boolean>) {
         return value ? "true" : "false";
     } else {
+        if constexpr (std::is_floating_point_v<Value>)
+            if (std::isnan(value))
+                return "nan"; // whatever its sign, which says nothing
         char text[32];
         return UaString(std::string(text, std::to_chars(text, std::end(text), value).ptr));
     }

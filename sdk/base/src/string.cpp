@@ -1,6 +1,7 @@
 #include "uabase/string.h"
 
 #include <cstddef>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -86,6 +87,11 @@ UaString UaString::arg(const UaString& value, int fieldWidth, char fill) const {
 
 OpcUa_String UaString::view() const {
     return {m_text.size(), reinterpret_cast<OpcUa_Byte*>(const_cast<char*>(m_text.data()))};
+}
+
+void UaString::wipe() {
+    explicit_bzero(m_text.data(), m_text.size());
+    m_text.clear();
 }
 
 UaUniString::UaUniString(const char* utf8) : m_text(utf16FromUtf8(utf8 != nullptr ? utf8 : "")) {}

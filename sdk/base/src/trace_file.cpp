@@ -12,6 +12,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "uabase/symbolic_links.h"
+
 namespace {
 
 bool isRegularFile(int descriptor) {
@@ -57,9 +59,14 @@ void TraceFile::append(std::string_view entry) {
 }
 
 void TraceFile::open(int extraFlags) {
+    // Through a link of another user the trace would go into whatever file that one likes.
+    std::string file = m_name;
+    if (!UaFollowOwnLinks(file))
+        return;
     // Not to block on a pipe that someone put there; only a regular file is taken.
     m_descriptor =
-        ::open(m_name.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | extraFlags,
+        ::open(file.c_str(),
+               O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK | extraFlags,
                S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH);
     if (isOpen() && !isRegularFile(m_descriptor))
         close();

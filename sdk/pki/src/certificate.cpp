@@ -32,6 +32,20 @@ UaPkiCertificate UaPkiCertificate::fromDERFile(const UaString& path) {
     return certificate;
 }
 
+UaStatus UaPkiCertificate::probeDERFile(const UaString& path) {
+    pki::Bytes content;
+    std::string problem;
+    const UaStatus status = pki::readFile(path.text(), pki::certificateFileLimit, content, problem);
+    if (status.statusCode() == OpcUa_BadOutOfRange) {
+        return OpcUa_BadCertificateInvalid;
+    }
+    if (status.isBad()) {
+        return status;
+    }
+    const bool isOne = !fromDER(UaByteString(static_cast<int>(content.size()), content.data())).isNull();
+    return isOne ? OpcUa_Good : OpcUa_BadCertificateInvalid;
+}
+
 UaPkiCertificate UaPkiCertificate::fromDER(const UaByteString& der) {
     const unsigned char* position = der.data();
     pki::X509Ptr x509 = pki::parseCertificate(position, position + der.length());

@@ -1,7 +1,10 @@
 #include "certificate_findings.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <limits>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -9,6 +12,8 @@
 #include "distinguished_name.h"
 
 namespace {
+
+using Step = UaPkiVerificationStep;
 
 const char* stepName(UaPkiVerificationStep step) {
     switch (step) {
@@ -73,9 +78,21 @@ void CertificateFindings::add(UaPkiVerificationStep step, OpcUa_StatusCode statu
     }
 }
 
-bool CertificateFindings::has(UaPkiVerificationStep step) const {
+bool CertificateFindings::has(Step step) const {
     return std::any_of(m_findings.begin(), m_findings.end(),
                        [step](const UaPkiFinding& finding) { return finding.step == step; });
+}
+
+bool CertificateFindings::areBetterThan(const CertificateFindings& others) const {
+    const auto rank = [](const CertificateFindings& findings) {
+        const bool isSound =
+            !findings.has(Step::Structure) && !findings.has(Step::Chain) && !findings.has(Step::Signature);
+        const int firstStep = findings.empty() ? std::numeric_limits<int>::max()
+                                               : static_cast<int>(findings.m_findings.front().step);
+        return std::make_tuple(isSound, !findings.has(Step::ValidityPeriod), firstStep,
+                               std::numeric_limits<std::size_t>::max() - findings.m_findings.size());
+    };
+    return rank(*this) > rank(others);
 }
 
 std::vector<UaPkiFinding> CertificateFindings::takeSorted() {

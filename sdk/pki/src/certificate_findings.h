@@ -15,12 +15,16 @@ public:
              UaString location = {});
 
     bool empty() const { return m_findings.empty(); }
-    bool has(UaPkiVerificationStep step) const;
+    /// Of two chains, the one to tell of: a complete one, then one that is within its time, then the one
+    /// whose first objection is of the later step, then the one with fewer.
+    bool areBetterThan(const CertificateFindings& others) const;
 
     /// In the order of the steps. Findings of one step about one certificate are shown once.
     std::vector<UaPkiFinding> takeSorted();
 
 private:
+    bool has(UaPkiVerificationStep step) const;
+
     std::vector<UaPkiFinding> m_findings;
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <ctime>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -18,10 +19,6 @@ namespace {
 /// for the password on the terminal.
 int noPassword(char*, int, int, void*) {
     return -1;
-}
-
-bool isDer(const Bytes& content) {
-    return !content.empty() && content.front() == 0x30;
 }
 
 X509Ptr readPem(BIO* input, X509Ptr*) {
@@ -62,6 +59,32 @@ UaString addressText(const ASN1_OCTET_STRING* address) {
     return UaString(inet_ntop(family, ASN1_STRING_get0_data(address), text.data(), text.size()));
 }
 
+/// IA5 is ASCII; what else is there is UTF-8 when it can be, and Latin-1 otherwise.
+UaString ia5Text(const ASN1_STRING* value) {
+    const StringPtr copy(ASN1_STRING_type_new(V_ASN1_UTF8STRING));
+    if (copy == nullptr ||
+        ASN1_STRING_set(copy.get(), ASN1_STRING_get0_data(value), ASN1_STRING_length(value)) != 1) {
+        return {};
+    }
+    const UaString text = printableText(copy.get());
+    return text.isEmpty() ? printableText(value) : text;
+}
+
+/// Calls `visit` with each entry of one kind in the subject alternative name.
+template <typename Visitor>
+void visitAlternativeNames(const X509* certificate, int kind, Visitor visit) {
+    ErrorQueueGuard guard;
+    const GeneralNamesPtr names(
+        static_cast<GENERAL_NAMES*>(X509_get_ext_d2i(certificate, NID_subject_alt_name, nullptr, nullptr)));
+    for (int i = 0; names != nullptr && i < sk_GENERAL_NAME_num(names.get()); ++i) {
+        int type = 0;
+        const void* value = GENERAL_NAME_get0_value(sk_GENERAL_NAME_value(names.get(), i), &type);
+        if (type == kind) {
+            visit(static_cast<const ASN1_STRING*>(value));
+        }
+    }
+}
+
 } // namespace
 
 X509Ptr parseCertificate(const unsigned char*& position, const unsigned char* end) {
@@ -91,26 +114,26 @@ bool parseCertificates(const unsigned char* position, const unsigned char* end,
     return !certificates.empty();
 }
 
+// A text may begin with the byte that every DER file begins with, a "0": what counts is whether it can be
+// read.
 std::vector<X509Ptr> parseCertificateFile(const Bytes& content) {
-    if (!isDer(content)) {
-        return readPemEntries<X509Ptr>(content);
-    }
     std::vector<X509Ptr> certificates;
-    if (!parseCertificates(content.data(), content.data() + content.size(), certificates)) {
-        certificates.clear();
+    if (parseCertificates(content.data(), content.data() + content.size(), certificates)) {
+        return certificates;
     }
-    return certificates;
+    return certificates.empty() ? readPemEntries<X509Ptr>(content) : std::vector<X509Ptr>();
 }
 
 std::vector<X509CrlPtr> parseRevocationListFile(const Bytes& content) {
-    if (!isDer(content)) {
-        return readPemEntries<X509CrlPtr>(content);
-    }
     ErrorQueueGuard guard;
     const unsigned char* position = content.data();
+    const unsigned char* end = position + content.size();
     std::vector<X509CrlPtr> lists;
-    X509CrlPtr list(d2i_X509_CRL(nullptr, &position, static_cast<long>(content.size())));
-    if (list != nullptr && position == content.data() + content.size()) {
+    while (position != end) {
+        X509CrlPtr list(d2i_X509_CRL(nullptr, &position, end - position));
+        if (list == nullptr) {
+            return lists.empty() ? readPemEntries<X509CrlPtr>(content) : std::vector<X509CrlPtr>();
+        }
         lists.push_back(std::move(list));
     }
     return lists;
@@ -137,19 +160,20 @@ UaByteArray thumbprint(const X509* certificate) {
     return UaByteArray(digest.data(), static_cast<int>(length));
 }
 
+std::vector<std::string> uriBytes(const X509* certificate) {
+    std::vector<std::string> uris;
+    visitAlternativeNames(certificate, GEN_URI, [&uris](const ASN1_STRING* value) {
+        const unsigned char* bytes = ASN1_STRING_get0_data(value);
+        uris.emplace_back(bytes, bytes + ASN1_STRING_length(value));
+    });
+    return uris;
+}
+
 std::vector<UaString> alternativeNames(const X509* certificate, int kind) {
-    ErrorQueueGuard guard;
     std::vector<UaString> texts;
-    GeneralNamesPtr names(
-        static_cast<GENERAL_NAMES*>(X509_get_ext_d2i(certificate, NID_subject_alt_name, nullptr, nullptr)));
-    for (int i = 0; names != nullptr && i < sk_GENERAL_NAME_num(names.get()); ++i) {
-        int type = 0;
-        const auto* value = static_cast<const ASN1_STRING*>(
-            GENERAL_NAME_get0_value(sk_GENERAL_NAME_value(names.get(), i), &type));
-        if (type == kind) {
-            texts.push_back(kind == GEN_IPADD ? addressText(value) : printableText(value));
-        }
-    }
+    visitAlternativeNames(certificate, kind, [&texts, kind](const ASN1_STRING* value) {
+        texts.push_back(kind == GEN_IPADD ? addressText(value) : ia5Text(value));
+    });
     return texts;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "file_access.h"
@@ -19,15 +20,18 @@ X509Ptr parseCertificate(const unsigned char*& position, const unsigned char* en
 bool parseCertificates(const unsigned char* position, const unsigned char* end,
                        std::vector<X509Ptr>& certificates);
 
-/// The content of a store's file: DER, or PEM with one or more entries. Empty when anything in it cannot be
-/// read.
+/// The content of a store's file: one or more entries, DER or PEM. Empty when anything in it cannot be read.
 std::vector<X509Ptr> parseCertificateFile(const Bytes& content);
 std::vector<X509CrlPtr> parseRevocationListFile(const Bytes& content);
 
 Bytes encode(const X509* certificate);
 UaByteArray thumbprint(const X509* certificate);
 
-/// The entries of one kind (GEN_URI, GEN_DNS, ...) in the subject alternative name, in their order.
+/// The URIs in the subject alternative name, in their order, as they are written there.
+std::vector<std::string> uriBytes(const X509* certificate);
+
+/// The entries of one kind (GEN_URI, GEN_DNS, ...) in the subject alternative name, in their order, for
+/// people to read.
 std::vector<UaString> alternativeNames(const X509* certificate, int kind);
 
 /// The null date when it is not a time.

@@ -1,33 +1,20 @@
 #include "certificate_rules.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
+#include <ctime>
 #include <string>
 #include <vector>
 
 #include "certificate_parser.h"
 #include "distinguished_name.h"
-#include "uapki/security_policy.h"
 
 namespace pki {
 namespace {
 
 using Step = UaPkiVerificationStep;
 
-constexpr int sufficientSignatureBits = 112; // SHA-2 and better; SHA-1 has 63, MD5 fewer
-
-bool signatureIsGoodEnough(X509* certificate, const PolicyRules& rules) {
-    int digest = NID_undef;
-    int securityBits = 0;
-    if (X509_get_signature_info(certificate, &digest, nullptr, &securityBits, nullptr) != 1) {
-        return false;
-    }
-    return securityBits >= sufficientSignatureBits || (rules.sha1Allowed && digest == NID_sha1);
-}
-
-std::string keyProblem(const X509* certificate, bool isLeaf, const PolicyRules& rules) {
+std::string keyProblem(const X509* certificate, bool isLeaf, const SecurityDemands& demands) {
     const EVP_PKEY* key = X509_get0_pubkey(certificate);
     if (key == nullptr) {
         return "its public key cannot be read";
@@ -37,11 +24,11 @@ std::string keyProblem(const X509* certificate, bool isLeaf, const PolicyRules& 
     }
     const int bits = EVP_PKEY_get_bits(key);
     const std::string has = "its RSA key has " + std::to_string(bits) + " bits, the policy ";
-    if (bits < rules.fewestRsaBits) {
-        return has + "demands " + std::to_string(rules.fewestRsaBits);
+    if (bits < demands.fewestRsaBits) {
+        return has + "demands " + std::to_string(demands.fewestRsaBits);
     }
-    if (isLeaf && bits > rules.mostRsaBits) {
-        return has + "allows " + std::to_string(rules.mostRsaBits);
+    if (isLeaf && bits > demands.mostRsaBits) {
+        return has + "allows " + std::to_string(demands.mostRsaBits);
     }
     return {};
 }
@@ -67,7 +54,8 @@ std::string leafUsageProblem(X509* leaf) {
     return {};
 }
 
-std::string issuerUsageProblem(X509* issuer) {
+std::string issuerUsageProblem(X509* issuer, long authoritiesBelow) {
+    const long mostBelow = X509_get_pathlen(issuer); // -1 where nothing is said
     std::uint32_t flags = X509_get_extension_flags(issuer);
     if ((flags & EXFLAG_CA) == 0) {
         return "it has issued a certificate but is no certificate authority";
@@ -75,23 +63,25 @@ std::string issuerUsageProblem(X509* issuer) {
     if ((flags & EXFLAG_KUSAGE) != 0 && (X509_get_key_usage(issuer) & KU_KEY_CERT_SIGN) == 0) {
         return "it has issued a certificate but its key usage does not allow it";
     }
+    if (mostBelow >= 0 && authoritiesBelow > mostBelow) {
+        return "it has more authorities below it than it may have";
+    }
     return {};
 }
 
-} // namespace
-
-PolicyRules rulesOfPolicy(const UaString& securityPolicyUri) {
-    const UaPkiSecurityPolicy* policy = UaPkiSecurityPolicy::find(securityPolicyUri);
-    if (policy == nullptr) {
-        return {2048, 4096, false};
-    }
-    // Without a policy for the channel it is the token policy, not known yet, that a key must suit.
-    if (policy->isNone()) {
-        return {1024, std::numeric_limits<int>::max(), true};
-    }
-    return {policy->minimumKeyBits, policy->maximumKeyBits,
-            policy->asymmetricSignature == UaPkiSecurityPolicy::Signature::RsaPkcs15Sha1};
+bool isCritical(const X509* certificate, int nid) {
+    const int index = X509_get_ext_by_NID(certificate, nid, -1);
+    return index >= 0 && X509_EXTENSION_get_critical(X509_get_ext(certificate, index)) != 0;
 }
+
+/// The common name counts as a host name where no other is given (RFC 6125, 6.4.4).
+bool isWithin(X509* certificate, bool isLeaf, NAME_CONSTRAINTS* bounds) {
+    return NAME_CONSTRAINTS_check(certificate, bounds) == X509_V_OK &&
+           (!isLeaf || !alternativeNames(certificate, GEN_DNS).empty() ||
+            NAME_CONSTRAINTS_check_CN(certificate, bounds) == X509_V_OK);
+}
+
+} // namespace
 
 void checkStructure(const std::vector<X509Ptr>& sent, CertificateFindings& findings) {
     ErrorQueueGuard guard;
@@ -103,15 +93,42 @@ void checkStructure(const std::vector<X509Ptr>& sent, CertificateFindings& findi
     }
 }
 
-void checkPolicy(const Chain& chain, const UaString& securityPolicyUri, CertificateFindings& findings) {
-    ErrorQueueGuard guard;
-    PolicyRules rules = rulesOfPolicy(securityPolicyUri);
-    for (std::size_t i = 0; i < chain.size(); ++i) {
-        X509* certificate = chain[i].get();
-        bool leaf = i == 0;
-        std::string problem = keyProblem(certificate, leaf, rules);
+void checkExtensions(const Chain& chain, CertificateFindings& findings) {
+    for (X509* certificate : chain.certificates) {
+        // OpenSSL knows address blocks (RFC 3779) and proxies; nobody checks them here.
+        if ((X509_get_extension_flags(certificate) & (EXFLAG_CRITICAL | EXFLAG_PROXY)) != 0 ||
+            isCritical(certificate, NID_sbgp_ipAddrBlock) ||
+            isCritical(certificate, NID_sbgp_autonomousSysNum)) {
+            findings.add(Step::Signature, OpcUa_BadCertificateInvalid, certificate,
+                         "it has a critical extension that is not known here");
+        }
+    }
+}
+
+void checkNameConstraints(const Chain& chain, CertificateFindings& findings) {
+    const auto& certificates = chain.certificates;
+    for (std::size_t above = 1; above < certificates.size(); ++above) {
+        const NameConstraintsPtr bounds(static_cast<NAME_CONSTRAINTS*>(
+            X509_get_ext_d2i(certificates[above], NID_name_constraints, nullptr, nullptr)));
+        for (std::size_t i = 0; bounds != nullptr && i < above; ++i) {
+            // An authority may certify its own new key under its own name (RFC 5280, 6.1.4).
+            if ((i == 0 || !isSelfIssued(certificates[i])) &&
+                !isWithin(certificates[i], i == 0, bounds.get())) {
+                findings.add(Step::Signature, OpcUa_BadCertificateInvalid, certificates[i],
+                             "its names are not within the bounds of one of its issuers");
+            }
+        }
+    }
+}
+
+void checkPolicy(const Chain& chain, const SecurityDemands& demands, CertificateFindings& findings) {
+    for (std::size_t i = 0; i < chain.certificates.size(); ++i) {
+        X509* certificate = chain.certificates[i];
+        const bool isLeaf = i == 0;
+        const bool isRoot = chain.end == Chain::End::Root && i + 1 == chain.certificates.size();
+        std::string problem = keyProblem(certificate, isLeaf, demands);
         // Nothing hangs on a root's signature of itself.
-        if ((leaf || !isSelfSigned(certificate)) && !signatureIsGoodEnough(certificate, rules)) {
+        if ((isLeaf || !isRoot) && !demands.allowSignature(certificate)) {
             problem += problem.empty() ? "" : ", and ";
             problem += "its signature algorithm is too weak for the policy";
         }
@@ -121,39 +138,47 @@ void checkPolicy(const Chain& chain, const UaString& securityPolicyUri, Certific
     }
 }
 
-void checkTrust(const Chain& chain, const StoreContent& store, const UaPkiStoreLocations& locations,
-                CertificateFindings& findings) {
-    for (const X509Ptr& certificate : chain) {
-        if (contains(store.trusted, certificate.get())) {
-            return;
+// X509_cmp_time answers 0 for what is no time.
+void checkValidity(const Chain& chain, std::time_t now, CertificateFindings& findings) {
+    for (std::size_t i = 0; i < chain.certificates.size(); ++i) {
+        const X509* certificate = chain.certificates[i];
+        const int start = X509_cmp_time(X509_get0_notBefore(certificate), &now);
+        const int end = X509_cmp_time(X509_get0_notAfter(certificate), &now);
+        if (start == 0 || end == 0) {
+            findings.add(Step::Signature, OpcUa_BadCertificateInvalid, certificate,
+                         "its validity period is malformed");
+        } else if (start > 0 || end < 0) {
+            findings.add(Step::ValidityPeriod,
+                         i == 0 ? OpcUa_BadCertificateTimeInvalid : OpcUa_BadCertificateIssuerTimeInvalid,
+                         certificate, start > 0 ? "it is not yet valid" : "it has expired");
         }
     }
-    findings.add(Step::TrustList, OpcUa_BadCertificateUntrusted, chain.front().get(),
-                 "neither the certificate nor one of its issuers is in the trust list",
-                 locations.trustedCertificates);
 }
 
 void checkApplicationUri(const X509* leaf, const UaString& expected, CertificateFindings& findings) {
-    std::vector<UaString> uris = alternativeNames(leaf, GEN_URI);
+    const std::vector<std::string> uris = uriBytes(leaf);
     if (uris.empty()) {
         findings.add(Step::ApplicationUri, OpcUa_BadCertificateUriInvalid, leaf,
                      "the certificate names no application URI");
-    } else if (uris.front() != expected || expected.isEmpty()) {
+    } else if (uris.front() != expected.text() || expected.isEmpty()) {
         findings.add(Step::ApplicationUri, OpcUa_BadCertificateUriInvalid, leaf,
-                     UaString("the certificate is for \"" + uris.front().text() +
+                     UaString("the certificate is for \"" + alternativeNames(leaf, GEN_URI).front().text() +
                               "\", the server says it is \"" + expected.text() + "\""));
     }
 }
 
 void checkUsage(const Chain& chain, CertificateFindings& findings) {
-    for (std::size_t i = 0; i < chain.size(); ++i) {
-        X509* certificate = chain[i].get();
-        std::string problem = i == 0 ? leafUsageProblem(certificate) : issuerUsageProblem(certificate);
+    long authoritiesBelow = 0;
+    for (std::size_t i = 0; i < chain.certificates.size(); ++i) {
+        X509* certificate = chain.certificates[i];
+        const std::string problem =
+            i == 0 ? leafUsageProblem(certificate) : issuerUsageProblem(certificate, authoritiesBelow);
         if (!problem.empty()) {
             findings.add(Step::Usage,
                          i == 0 ? OpcUa_BadCertificateUseNotAllowed : OpcUa_BadCertificateIssuerUseNotAllowed,
                          certificate, problem);
         }
+        authoritiesBelow += i > 0 && !isSelfIssued(certificate) ? 1 : 0;
     }
 }
 

@@ -1,11 +1,14 @@
 #include "uapki/certificate_verifier.h"
 
 #include <cstddef>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include "certificate_parser.h"
 #include "certificate_rules.h"
+#include "chain_check.h"
+#include "chain_finder.h"
 #include "uabase/trace.h"
 
 namespace {
@@ -31,6 +34,30 @@ void traceResult(const UaPkiVerification& result) {
     }
 }
 
+/// Of the chain that is the best one. Any that passes will do.
+pki::CertificateFindings checkChains(const std::vector<pki::X509Ptr>& sent, const pki::StoreContent& content,
+                                     pki::ChainCheck& check) {
+    pki::ChainFinder finder(sent, content);
+    std::optional<pki::CertificateFindings> best;
+    while (!best.has_value() || !best->empty()) {
+        const std::optional<pki::Chain> chain = finder.next();
+        if (!chain.has_value()) {
+            break;
+        }
+        pki::CertificateFindings findings;
+        pki::checkStructure(sent, findings);
+        check.check(*chain, findings);
+        if (!best.has_value() || findings.areBetterThan(*best)) {
+            best = std::move(findings);
+        }
+    }
+    if (!best.has_value()) {
+        best.emplace().add(Step::Chain, OpcUa_BadSecurityChecksFailed, sent.front().get(),
+                           "the verification could not be carried out");
+    }
+    return std::move(*best);
+}
+
 } // namespace
 
 UaPkiCertificateVerifier::UaPkiCertificateVerifier(UaPkiStore store) : m_store(std::move(store)) {}
@@ -46,17 +73,11 @@ UaPkiVerification UaPkiCertificateVerifier::verify(const UaByteString& chain, co
         findings.add(Step::Structure, OpcUa_BadCertificateInvalid, leaf,
                      "what the server sent is not a DER certificate, or a chain of at most eleven");
     } else {
-        const UaPkiStoreLocations& locations = m_store.locations();
-        pki::StoreContent content = pki::readStore(locations);
-        pki::checkStructure(sent, findings);
-        pki::ChainCheck check = pki::checkChain(sent, content, now.toUnixTime(), findings);
-        if (!check.chain.empty()) {
-            pki::checkPolicy(check.chain, securityPolicyUri, findings);
-            pki::checkTrust(check.chain, content, locations, findings);
-            pki::checkApplicationUri(check.chain.front().get(), applicationUri, findings);
-            pki::checkUsage(check.chain, findings);
-            pki::reportObjections(check, content, locations, findings);
-        }
+        pki::StoreContent content = pki::readStore(m_store.locations());
+        const pki::ChainDemands demands{applicationUri, pki::SecurityDemands::of(securityPolicyUri),
+                                        now.toUnixTime()};
+        pki::ChainCheck check(content, m_store.locations(), demands);
+        findings = checkChains(sent, content, check);
         result.skippedFiles = std::move(content.skippedFiles);
     }
     result.findings = findings.takeSorted();

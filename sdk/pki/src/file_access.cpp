@@ -13,6 +13,7 @@
 
 #include <openssl/rand.h>
 
+#include "uabase/symbolic_links.h"
 #include "uabase/trace.h"
 
 namespace pki {
@@ -105,6 +106,21 @@ bool mayBeReplaced(const std::string& path) {
     return ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 || errno == ENOENT;
 }
 
+/// False, with the reason in errno, when it cannot; what was there is then untouched.
+bool replace(const std::string& path, const void* data, std::size_t length, mode_t mode) {
+    const std::string temporary = temporaryName(path);
+    if (temporary.empty() || !mayBeReplaced(path)) {
+        return false;
+    }
+    if (!writeAndFlush(temporary, data, length, mode) || ::rename(temporary.c_str(), path.c_str()) != 0) {
+        const int error = errno;
+        ::unlink(temporary.c_str());
+        errno = error;
+        return false;
+    }
+    return syncDirectoryOf(path);
+}
+
 } // namespace
 
 UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, std::string& problem) {
@@ -122,7 +138,7 @@ UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, st
     }
     if (static_cast<std::size_t>(properties.st_size) > limit) {
         problem = "larger than " + std::to_string(limit / 1024) + " KiB";
-        return OpcUa_BadNotReadable;
+        return OpcUa_BadOutOfRange;
     }
     content.resize(static_cast<std::size_t>(properties.st_size));
     if (!readAll(file.get(), content)) {
@@ -133,17 +149,31 @@ UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, st
 }
 
 bool writeFileAtomically(const std::string& path, const void* data, std::size_t length, mode_t mode) {
-    std::string temporary = temporaryName(path);
-    bool written = !path.empty() && !temporary.empty() && mayBeReplaced(path) &&
-                   writeAndFlush(temporary, data, length, mode) &&
-                   ::rename(temporary.c_str(), path.c_str()) == 0;
-    if (!written) {
-        int error = errno;
-        ::unlink(temporary.c_str());
-        UaTrace::write(UaTrace::Errors, "pki", "cannot write %s: %s", path.c_str(), errorText(error).c_str());
+    std::string file = path;
+    const bool found = !path.empty() && UaFollowOwnLinks(file);
+    if (!found || !replace(file, data, length, mode)) {
+        const int error = errno;
+        UaTrace::write(UaTrace::Errors, "pki", "cannot write %s%s: %s", path.c_str(),
+                       found ? "" : ", a symbolic link that is not followed", errorText(error).c_str());
         return false;
     }
-    return syncDirectoryOf(path);
+    return true;
+}
+
+std::string whoElseMay(Access access, const std::string& path) {
+    struct stat properties{};
+    if (::stat(path.c_str(), &properties) != 0) {
+        return {};
+    }
+    const mode_t mode = properties.st_mode;
+    if ((mode & (access == Access::Read ? S_IROTH : S_IWOTH)) != 0) {
+        return "everybody";
+    }
+    if ((mode & (access == Access::Read ? S_IRGRP : S_IWGRP)) != 0) {
+        return "the group " + std::to_string(properties.st_gid);
+    }
+    const bool isForeign = properties.st_uid != 0 && properties.st_uid != ::geteuid();
+    return isForeign ? "its owner, the user " + std::to_string(properties.st_uid) + "," : std::string();
 }
 
 } // namespace pki

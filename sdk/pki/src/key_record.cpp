@@ -1,15 +1,12 @@
 #include "key_record.h"
 
+#include "rsa_private_key.h"
+#include "uabase/byte_view.h"
+
 namespace pki {
 
 KeyPtr readRsaPrivateKey(const OpcUa_Key& record) {
-    if (record.type != OpcUa_KeyType_RsaPrivate) {
-        return nullptr;
-    }
-    ErrorQueueGuard guard;
-    const unsigned char* position = record.bytes.data;
-    KeyPtr key(d2i_PrivateKey(EVP_PKEY_RSA, nullptr, &position, static_cast<long>(record.bytes.length)));
-    return position == record.bytes.data + record.bytes.length ? std::move(key) : nullptr;
+    return record.type == OpcUa_KeyType_RsaPrivate ? readRsaPrivateKey(UaByteView(record.bytes)) : nullptr;
 }
 
 } // namespace pki

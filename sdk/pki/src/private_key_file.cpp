@@ -7,7 +7,9 @@
 
 #include "file_access.h"
 #include "openssl_handles.h"
+#include "rsa_private_key.h"
 #include "secret_bytes.h"
+#include "uabase/byte_view.h"
 #include "uabase/trace.h"
 
 namespace pki {
@@ -44,15 +46,61 @@ UaStatus storeKey(const EVP_PKEY* privateKey, OpcUa_Key* key) {
     return OpcUa_Key_Assign(key, OpcUa_KeyType_RsaPrivate, der.bytes.data(), der.bytes.size());
 }
 
+/// What a PEM text holds, wiped when it goes.
+struct PemContent {
+    PemContent() = default;
+    ~PemContent() {
+        OPENSSL_free(name);
+        OPENSSL_secure_clear_free(der, static_cast<std::size_t>(length));
+    }
+    PemContent(const PemContent&) = delete;
+    PemContent& operator=(const PemContent&) = delete;
+
+    char* name = nullptr;
+    unsigned char* der = nullptr;
+    long length = 0;
+};
+
+/// An RSA key as the file has it, be it PKCS #8 or its older form; empty for everything else.
+UaByteView plainRsaKey(const PemContent& content) {
+    const std::string name = content.name != nullptr ? content.name : "";
+    const UaByteView der(content.der, static_cast<std::size_t>(content.length));
+    if (name == PEM_STRING_RSA) {
+        return der;
+    }
+    return name == PEM_STRING_PKCS8INF ? rsaKeyWithin(der) : UaByteView();
+}
+
+BioPtr readerOf(const SecretBytes& content) {
+    return BioPtr(BIO_new_mem_buf(content.bytes.data(), static_cast<int>(content.bytes.size())));
+}
+
+/// False when there is none that is neither encrypted nor of another algorithm.
+bool readPlainRsaKey(const SecretBytes& file, PasswordQuestion& question, OpcUa_Key* key) {
+    const BioPtr input = readerOf(file);
+    PemContent content;
+    if (input == nullptr ||
+        PEM_bytes_read_bio_secmem(&content.der, &content.length, &content.name, PEM_STRING_EVP_PKEY,
+                                  input.get(), answerPassword, &question) != 1) {
+        return false;
+    }
+    const UaByteView der = plainRsaKey(content);
+    return readRsaPrivateKey(der) != nullptr &&
+           OpcUa_Key_Assign(key, OpcUa_KeyType_RsaPrivate, der.data, der.size) == OpcUa_Good;
+}
+
 UaStatus readKey(const UaString& file, const char* password, OpcUa_Key* key, std::string& problem) {
     SecretBytes content;
     UaStatus status = readFile(file.toUtf8(), keyFileLimit, content.bytes, problem);
     if (status.isBad()) {
-        return status;
+        return status.statusCode() == OpcUa_BadNotFound ? status : UaStatus(OpcUa_BadNotReadable);
     }
     ErrorQueueGuard guard;
     PasswordQuestion question{password};
-    BioPtr input(BIO_new_mem_buf(content.bytes.data(), static_cast<int>(content.bytes.size())));
+    if (readPlainRsaKey(content, question, key)) {
+        return OpcUa_Good;
+    }
+    const BioPtr input = readerOf(content);
     KeyPtr privateKey(input != nullptr
                           ? PEM_read_bio_PrivateKey(input.get(), nullptr, answerPassword, &question)
                           : nullptr);
@@ -72,6 +120,13 @@ UaStatus loadPrivateKeyFile(const UaString& file, const char* password, OpcUa_Ke
     if (status.isBad()) {
         UaTrace::write(UaTrace::Errors, "pki", "no private key read from %s: %s (%s)", file.toUtf8(),
                        problem.c_str(), status.name());
+        return status;
+    }
+    const std::string others = whoElseMay(Access::Read, file.text());
+    if (!others.empty()) {
+        UaTrace::write(UaTrace::Warnings, "pki",
+                       "the private key %s is no secret: %s may read it; give it the mode 0600",
+                       file.toUtf8(), others.c_str());
     }
     return status;
 }

@@ -6,7 +6,11 @@
 #include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
+#include "certificate_parser.h"
+#include "file_access.h"
+#include "uabase/byte_array.h"
 #include "uabase/directory.h"
 #include "uabase/trace.h"
 
@@ -25,6 +29,38 @@ bool isUsable(const UaString& location) {
     }
     fs::directory_iterator list(path, error);
     return !error;
+}
+
+/// Who can write here decides what this client trusts, and what counts as revoked.
+void warnOfStrangers(const UaString& location) {
+    const std::string others = pki::whoElseMay(pki::Access::Write, location.text());
+    if (!others.empty()) {
+        UaTrace::write(
+            UaTrace::Warnings, "pki",
+            "the certificate store's %s is open to strangers: %s may write to it; give it the mode 0700",
+            location.toUtf8(), others.c_str());
+    }
+}
+
+/// What a file holds that a certificate is to be saved in.
+enum class Place { Free, HoldsIt, HoldsAnother };
+
+Place placeFor(const UaPkiCertificate& certificate, const std::string& file, std::string& problem) {
+    pki::Bytes content;
+    const UaStatus status = pki::readFile(file, pki::certificateFileLimit, content, problem);
+    if (status.isBad()) {
+        return status.statusCode() == OpcUa_BadNotFound ? Place::Free : Place::HoldsAnother;
+    }
+    const std::vector<pki::X509Ptr> held = pki::parseCertificateFile(content);
+    const UaByteArray thumbprint = certificate.thumbPrint();
+    const bool isAmong = std::any_of(held.begin(), held.end(), [&thumbprint](const pki::X509Ptr& entry) {
+        return pki::thumbprint(entry.get()) == thumbprint;
+    });
+    if (isAmong) {
+        return Place::HoldsIt;
+    }
+    problem = "it holds another certificate";
+    return held.empty() ? Place::Free : Place::HoldsAnother;
 }
 
 bool isFileName(const UaString& name) {
@@ -49,6 +85,7 @@ UaStatus UaPkiStore::open() const {
                            location->toUtf8());
             status = OpcUa_BadConfigurationError;
         }
+        warnOfStrangers(*location);
     }
     return status;
 }
@@ -62,7 +99,13 @@ UaStatus UaPkiStore::saveTrusted(const UaPkiCertificate& certificate, const UaSt
     }
     std::string file = (fs::path(m_locations.trustedCertificates.text()) / (name.text() + ".der")).string();
     UaDir(UaUniString("")).mkpath(UaUniString(file.c_str())); // what it could not make, the write reports
-    if (certificate.toDERFile(file.c_str()) != 0) {
+    std::string problem;
+    const Place place = placeFor(certificate, file, problem);
+    if (place == Place::HoldsAnother) {
+        UaTrace::write(UaTrace::Errors, "pki", "%s is not replaced: %s", file.c_str(), problem.c_str());
+        return OpcUa_BadNotWritable;
+    }
+    if (place == Place::Free && certificate.toDERFile(file.c_str()) != 0) {
         return OpcUa_BadNotWritable;
     }
     UaTrace::write(UaTrace::LifeCycle, "pki", "certificate \"%s\" is now trusted: %s",

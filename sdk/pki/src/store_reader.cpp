@@ -21,8 +21,9 @@ UaString passedOver(std::string path, const std::string& reason) {
     return path;
 }
 
-/// In the order of their names, so that two runs over the same store say the same.
-std::vector<std::string> filesIn(const UaString& location, std::vector<UaString>& skipped) {
+/// In the order of their names, so that two runs over the same store say the same. `problem` is why not all
+/// of them are known, or empty.
+std::vector<std::string> filesIn(const UaString& location, std::string& problem) {
     std::vector<std::string> files;
     std::error_code error;
     if (location.isEmpty()) {
@@ -35,43 +36,77 @@ std::vector<std::string> filesIn(const UaString& location, std::vector<UaString>
         }
     }
     if (error && error != std::errc::no_such_file_or_directory) {
-        skipped.push_back(passedOver(location.text(), error.message()));
+        problem = error.message();
     }
     std::sort(files.begin(), files.end());
     return files;
 }
 
 template <typename Entry>
-void readDirectory(const UaString& location, std::size_t limit, std::vector<Entry> (*parse)(const Bytes&),
-                   const char* foreign, std::vector<Entry>& entries, std::vector<UaString>& skipped) {
-    for (const std::string& file : filesIn(location, skipped)) {
-        Bytes content;
-        std::string problem = foreign;
-        std::vector<Entry> found;
-        if (readFile(file, limit, content, problem).isGood()) {
-            found = parse(content);
-        }
-        if (found.empty()) {
+using Parser = std::vector<Entry> (*)(const Bytes&);
+
+/// False, with the reason, when the file holds no entries.
+template <typename Entry>
+bool readEntries(const std::string& file, std::size_t limit, Parser<Entry> parse, std::string& problem,
+                 std::vector<Entry>& entries) {
+    Bytes content;
+    std::vector<Entry> found;
+    if (readFile(file, limit, content, problem).isGood()) {
+        found = parse(content);
+    }
+    std::move(found.begin(), found.end(), std::back_inserter(entries));
+    return !found.empty();
+}
+
+void readCertificates(const UaString& location, std::vector<X509Ptr>& certificates,
+                      std::vector<UaString>& skipped) {
+    std::string listing;
+    for (const std::string& file : filesIn(location, listing)) {
+        std::string problem = "neither a DER nor a PEM certificate";
+        if (!readEntries(file, certificateFileLimit, parseCertificateFile, problem, certificates)) {
             skipped.push_back(passedOver(file, problem));
         }
-        std::move(found.begin(), found.end(), std::back_inserter(entries));
+    }
+    if (!listing.empty()) {
+        skipped.push_back(passedOver(location.text(), listing));
+    }
+}
+
+/// A whole certificate, and a directory, are no list that came to harm; anything else may be.
+bool mayBeList(const std::string& file) {
+    std::error_code error;
+    std::string problem;
+    std::vector<X509Ptr> certificates;
+    return !fs::is_directory(file, error) &&
+           !readEntries(file, certificateFileLimit, parseCertificateFile, problem, certificates);
+}
+
+void readRevocationLists(const UaString& location, StoreContent& content) {
+    std::string listing;
+    for (const std::string& file : filesIn(location, listing)) {
+        std::string problem = "neither a DER nor a PEM revocation list";
+        if (!readEntries(file, revocationListFileLimit, parseRevocationListFile, problem,
+                         content.revocationLists)) {
+            content.skippedFiles.push_back(passedOver(file, problem));
+            if (mayBeList(file)) {
+                content.unreadableLists.push_back(content.skippedFiles.back());
+            }
+        }
+    }
+    if (!listing.empty()) {
+        content.skippedFiles.push_back(passedOver(location.text(), listing));
+        content.unreadableLists.push_back(content.skippedFiles.back());
     }
 }
 
 } // namespace
 
 StoreContent readStore(const UaPkiStoreLocations& locations) {
-    constexpr const char* noCertificate = "neither a DER nor a PEM certificate";
-    constexpr const char* noRevocationList = "neither a DER nor a PEM revocation list";
     StoreContent content;
-    readDirectory(locations.trustedCertificates, certificateFileLimit, parseCertificateFile, noCertificate,
-                  content.trusted, content.skippedFiles);
-    readDirectory(locations.issuerCertificates, certificateFileLimit, parseCertificateFile, noCertificate,
-                  content.issuers, content.skippedFiles);
-    for (const UaString& lists : {locations.trustedRevocationLists, locations.issuerRevocationLists}) {
-        readDirectory(lists, revocationListFileLimit, parseRevocationListFile, noRevocationList,
-                      content.revocationLists, content.skippedFiles);
-    }
+    readCertificates(locations.trustedCertificates, content.trusted, content.skippedFiles);
+    readCertificates(locations.issuerCertificates, content.issuers, content.skippedFiles);
+    readRevocationLists(locations.trustedRevocationLists, content);
+    readRevocationLists(locations.issuerRevocationLists, content);
     return content;
 }
 

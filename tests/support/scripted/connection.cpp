@@ -106,9 +106,9 @@ Bytes Connection::makeLocked(const Chunk& chunk) {
         u32(chunk.sequenceNumber.value_or(m_sentSequenceNumber)) + u32(chunk.requestId) + chunk.body;
     Bytes whole = clear + plain;
     if (m_protection) {
-        whole = chunk.kind == "OPN"
-                    ? m_protection->sealAsymmetric(clear, plain)
-                    : m_protection->sealSymmetric(chunk.tokenId.value_or(m_tokenId), clear, plain);
+        const std::uint32_t keysOf = chunk.keysOf.value_or(chunk.tokenId.value_or(m_tokenId));
+        whole = chunk.kind == "OPN" ? m_protection->sealAsymmetric(clear, plain)
+                                    : m_protection->sealSymmetric(keysOf, clear, plain);
     }
     const std::uint32_t size = chunk.size.value_or(static_cast<std::uint32_t>(whole.size()));
     return whole.replace(4, 4, u32(size));

@@ -23,6 +23,7 @@ struct Chunk {
     std::optional<std::uint32_t> size;
     std::optional<std::uint32_t> channelId;
     std::optional<std::uint32_t> tokenId;
+    std::optional<std::uint32_t> keysOf; ///< the token whose keys protect it; that of tokenId
     std::optional<std::uint32_t> sequenceNumber;
 };
 

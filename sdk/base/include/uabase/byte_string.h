@@ -12,11 +12,13 @@ class UASDK_EXPORT UaByteString {
 public:
     UaByteString() = default;
     UaByteString(int length, const OpcUa_Byte* data);
-    explicit UaByteString(const OpcUa_ByteString& bytes);
+    explicit UaByteString(const UA_ByteString& bytes);
 
     int length() const { return static_cast<int>(m_bytes.size()); }
     const OpcUa_Byte* data() const { return m_bytes.data(); }
     void clear() { m_bytes.clear(); }
+    /// Overwrites the bytes before it empties the object: for what is secret.
+    void wipe();
 
     /// A view for a request: points into this object, must not be cleared, valid until the object changes.
     OpcUa_ByteString view() const;

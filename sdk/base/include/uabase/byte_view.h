@@ -11,7 +11,7 @@ struct UaByteView {
 
     UaByteView() = default;
     UaByteView(const OpcUa_Byte* bytes, std::size_t count) : data(bytes), size(count) {}
-    UaByteView(const OpcUa_ByteString& bytes) : data(bytes.data), size(bytes.length) {}
+    UaByteView(const UA_ByteString& bytes) : data(bytes.data), size(bytes.length) {}
 
     UaByteView first(std::size_t count) const { return {data, count}; }
     UaByteView from(std::size_t offset) const { return {data + offset, size - offset}; }

@@ -30,9 +30,15 @@ public:
     /// Opens for reading. False when there is no such file, when it may not be read, or when it is a
     /// directory.
     bool open();
+    /// After open() has failed: whether there surely is no such file. Any other failure says nothing of what
+    /// the file holds.
+    bool isMissing() const;
+    /// Why open() has failed.
+    UaString problem() const;
     void close();
 
 private:
     UaUniString m_path;
     int m_descriptor = -1;
+    int m_error = 0;
 };

@@ -33,6 +33,8 @@ public:
 
     /// A view for a request: points into this object, must not be cleared, valid until the object changes.
     OpcUa_String view() const;
+    /// Overwrites the text before it empties the object: for what is secret.
+    void wipe();
 
     friend bool operator==(const UaString& a, const UaString& b) { return a.m_text == b.m_text; }
     friend bool operator!=(const UaString& a, const UaString& b) { return a.m_text != b.m_text; }

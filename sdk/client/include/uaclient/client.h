@@ -6,7 +6,7 @@ namespace UaClientSdk {
 class UaClient {
 public:
     /// State of a session's connection, as connectionStatusChanged() reports it.
-    enum ServerStatus {
+    enum ServerStatus : int {
         Disconnected = 0,
         Connected = 1,
         /// The server is silent although something was asked for. Connection, session and subscription are

@@ -48,7 +48,7 @@ public:
     UaStatus connect(const UaString& url, SessionConnectInfo& connectInfo, SessionSecurityInfo& securityInfo,
                      UaSessionCallback* callback);
     /// Closes session and channel; the callback has been told Disconnected before this returns. Good also
-    /// when the server is gone already. Gives the server a second to answer, and none when it is silent.
+    /// when the server is gone already. Gives the server half a second to answer, and none when it is silent.
     /// Waits for a callback that is running, except when called by it.
     UaStatus disconnect(ServiceSettings& settings, bool deleteSubscriptions);
     bool isConnected() const;

@@ -31,6 +31,10 @@ struct SessionConnectInfo {
 
     static constexpr OpcUa_Int32 defaultConnectTimeout = 5000;
     static constexpr OpcUa_UInt32 defaultRequestsAhead = 16;
+    /// What connectTimeout stands for.
+    OpcUa_Int32 effectiveConnectTimeout() const {
+        return connectTimeout > 0 ? connectTimeout : defaultConnectTimeout;
+    }
 };
 
 } // namespace UaClientSdk

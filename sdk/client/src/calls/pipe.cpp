@@ -1,6 +1,8 @@
 #include "calls/pipe.h"
 
 #include <algorithm>
+#include <iterator>
+#include <new>
 
 #include "calls/call.h"
 #include "calls/call_series.h"
@@ -13,6 +15,8 @@ namespace {
 
 /// Beyond that many, answers that nobody asked for are dropped without a word.
 constexpr unsigned int tracedUnexpected = 10;
+/// There may be no end to what a server sends: what has arrived when other work is due is read for so long.
+constexpr std::chrono::milliseconds longestTurn(100);
 
 /// Whether the connection can be used although a request did not get out.
 bool leavesConnection(UaStatus status) {
@@ -112,6 +116,9 @@ UaStatus Pipe::send(const Deadline& deadline, Pending* pending, ReadingTurn& tur
         if (pending != nullptr) {
             take(pending->requestId);
         }
+        if (m_channel->isHalfSent()) {
+            fail(UA_STATUSCODE_BADOUTOFMEMORY);
+        }
         throw;
     }
     if (status.isBad()) {
@@ -120,7 +127,7 @@ UaStatus Pipe::send(const Deadline& deadline, Pending* pending, ReadingTurn& tur
         }
         const bool broken = !leavesConnection(status);
         if (broken) {
-            takeLeftovers(deadline, turn);
+            takeLeftovers(turn);
         }
         if (broken || m_channel->isHalfSent()) {
             fail(status);
@@ -130,10 +137,10 @@ UaStatus Pipe::send(const Deadline& deadline, Pending* pending, ReadingTurn& tur
 }
 
 /// A server that hung up may have answered before.
-void Pipe::takeLeftovers(const Deadline& deadline, ReadingTurn& turn) {
+void Pipe::takeLeftovers(ReadingTurn& turn) {
     turn.tryTake();
     if (turn.isHeld() && !dispatchAll().isBad()) {
-        readWhile([&deadline] { return !deadline.expired(); });
+        readWhile([] { return true; });
     }
 }
 
@@ -142,7 +149,15 @@ UaStatus Pipe::call(void* request, const UA_DataType& type, const Deadline& dead
     Call call(deadline);
     ReadingTurn turn(*this);
     const UaStatus status = sendCall(call, request, type, turn);
-    return status.isBad() ? status : awaitAnswer(call, turn, receiver);
+    if (status.isBad()) {
+        return status;
+    }
+    try {
+        return awaitAnswer(call, turn, receiver);
+    } catch (...) { // no memory
+        take(call.requestId);
+        throw;
+    }
 }
 
 UaStatus Pipe::sendCall(Call& call, void* request, const UA_DataType& type, ReadingTurn& turn) {
@@ -217,6 +232,8 @@ UaStatus Pipe::awaitAnswer(Call& call, ReadingTurn& turn, AnswerReceiver& receiv
 }
 
 UaStatus Pipe::readFor(Call& call, AnswerReceiver& receiver) {
+    bool late = false;
+    Clock::time_point end = Clock::time_point::max(); // known when the deadline is over
     for (;;) {
         IncomingMessage message;
         bool found = false;
@@ -229,12 +246,18 @@ UaStatus Pipe::readFor(Call& call, AnswerReceiver& receiver) {
             return receiver.answered(message.status, message.body);
         }
         if (!status.isBad() && !m_ended) {
+            if (late) {
+                take(call.requestId);
+                return UA_STATUSCODE_BADTIMEOUT;
+            }
             std::size_t count = 0;
             status = m_channel->awaitSome(call.deadline, count);
             heard(count);
-            if (!status.isBad() && count == 0 && call.deadline.expired()) {
-                take(call.requestId);
-                return UA_STATUSCODE_BADTIMEOUT;
+            // What has arrived is read first, but not without end where there is always more.
+            const Clock::time_point now = count > 0 ? lastHeard() : Clock::now();
+            if (now >= call.deadline.end()) {
+                end = std::min(end, now + longestTurn);
+                late = count == 0 || now >= end;
             }
         }
         if (status.isBad()) {
@@ -246,13 +269,19 @@ UaStatus Pipe::readFor(Call& call, AnswerReceiver& receiver) {
     }
 }
 
+/// A message for which there is no memory is lost, and all that follows is of no use without it.
 UaStatus Pipe::dispatchUntil(std::uint32_t requestId, IncomingMessage& message, bool& found) {
-    for (;;) {
-        const UaStatus status = m_channel->next(message, found);
-        if (status.isBad() || !found || message.requestId == requestId) {
-            return status;
+    try {
+        for (;;) {
+            const UaStatus status = m_channel->next(message, found);
+            if (status.isBad() || !found || message.requestId == requestId) {
+                return status;
+            }
+            dispatch(message);
         }
-        dispatch(message);
+    } catch (const std::bad_alloc&) {
+        found = false;
+        return UA_STATUSCODE_BADOUTOFMEMORY;
     }
 }
 
@@ -322,8 +351,10 @@ void Pipe::heard(std::size_t count) {
 
 template <typename Condition>
 UaStatus Pipe::readWhile(Condition condition) {
+    const Clock::time_point end = Clock::now() + longestTurn;
     UaStatus status;
-    while (!m_ended && !status.isBad() && condition() && m_channel->socket().isReadable()) {
+    while (!m_ended && !status.isBad() && lastHeard() < end && condition() &&
+           m_channel->socket().isReadable()) {
         status = receiveSome();
         if (!status.isBad()) {
             status = dispatchAll();
@@ -366,6 +397,21 @@ Clock::time_point Pipe::oldestUnanswered() const {
         }
     }
     return oldest;
+}
+
+void Pipe::giveUpPosted(Clock::time_point limit) {
+    std::vector<Pending> late;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto end = std::stable_partition(m_pending.begin(), m_pending.end(), [&](const Pending& one) {
+            return one.call != nullptr || one.answered != Answered::Soon || one.sentAt >= limit;
+        });
+        late.assign(std::make_move_iterator(end), std::make_move_iterator(m_pending.end()));
+        m_pending.erase(end, m_pending.end());
+    }
+    for (const Pending& one : late) {
+        one.receiver->answered(UA_STATUSCODE_BADTIMEOUT, UaByteView());
+    }
 }
 
 // ---- The end ----

@@ -77,13 +77,16 @@ public:
     /// Asks for a new token of the channel.
     UaStatus renew(const Deadline& deadline);
 
-    /// For the idle reader: deals with all that has arrived, unless a call is reading.
+    /// For the idle reader: deals with what has arrived, for a moment at the most, unless a call is reading.
     void readArrived();
 
     /// When the server last spoke.
     Clock::time_point lastHeard() const { return Clock::time_point(Clock::duration(m_lastHeard)); }
     /// When the oldest request was sent whose answer has to come soon; the end of time without one.
     Clock::time_point oldestUnanswered() const;
+    /// Waits no longer for the answers that had to come soon to what was posted before `limit`: their
+    /// receivers are given BadTimeout.
+    void giveUpPosted(Clock::time_point limit);
     bool isEnded() const { return m_ended; }
 
     /// Ends all calls with `reason`, and the connection with them. The server is told as far as the system
@@ -109,7 +112,7 @@ private:
     UaStatus send(const Deadline& deadline, Pending* pending, ReadingTurn& turn, Send&& sendRequest);
     UaStatus takeSendingTurn(const Deadline& deadline, Pending* pending);
     void releaseSendingTurn();
-    void takeLeftovers(const Deadline& deadline, ReadingTurn& turn);
+    void takeLeftovers(ReadingTurn& turn);
 
     UaStatus sendCall(Call& call, void* request, const UA_DataType& type, ReadingTurn& turn);
     UaStatus awaitAnswer(Call& call, ReadingTurn& turn, AnswerReceiver& receiver);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <type_traits>
 
 #include "calls/pipe.h"
 #include "encoding/answer_decoding.h"
@@ -148,6 +149,16 @@ Element* borrow(const UaProtocolArray<Element>& array) {
 template <typename Element>
 void take(Element*& elements, size_t& count, UaProtocolArray<Element>& target) {
     target.attach(static_cast<OpcUa_UInt32>(count), elements);
+    elements = nullptr;
+    count = 0;
+}
+
+/// The same for an array whose elements have a name of our own.
+template <typename Raw, typename Element>
+void take(Raw*& elements, size_t& count, UaProtocolArray<Element>& target) {
+    static_assert(std::is_base_of_v<Raw, Element> && sizeof(Raw) == sizeof(Element),
+                  "it is the engine's type");
+    target.attach(static_cast<OpcUa_UInt32>(count), static_cast<Element*>(elements));
     elements = nullptr;
     count = 0;
 }

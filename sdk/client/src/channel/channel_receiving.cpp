@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <vector>
 
 #include "channel/connection_trace.h"
 #include "channel/refusal.h"
@@ -96,7 +97,9 @@ UaStatus SecureChannel::openChunk(const Chunk& chunk, UaByteView& sequenced) {
     if (token == nullptr) {
         return giveUp(UA_STATUSCODE_BADSECURECHANNELTOKENUNKNOWN, "a message under a token that is unknown");
     }
-    const UaStatus status = m_protection.open(chunk.data, chunk.size, token->receiveKeys, sequenced);
+    const UaStatus status = token == &m_tokens.front()
+                                ? m_protection.open(chunk.data, chunk.size, token->receiveKeys, sequenced)
+                                : openUnderOldToken(chunk, *token, sequenced);
     if (status.isBad()) {
         return giveUp(status, "a message whose protection does not hold");
     }
@@ -105,6 +108,18 @@ UaStatus SecureChannel::openChunk(const Chunk& chunk, UaByteView& sequenced) {
                       "a message under a token that is no more valid");
     }
     return takeSequenceNumber(readUInt32(sequenced.data));
+}
+
+/// There are servers that name the request's token to the end, and take the newest one's keys once its own
+/// are over by their clock.
+UaStatus SecureChannel::openUnderOldToken(const Chunk& chunk, Token& token, UaByteView& sequenced) {
+    const std::vector<OpcUa_Byte> received(chunk.data, chunk.data + chunk.size); // it is decrypted in place
+    const UaStatus status = m_protection.open(chunk.data, chunk.size, token.receiveKeys, sequenced);
+    if (!status.isBad()) {
+        return status;
+    }
+    std::copy(received.begin(), received.end(), chunk.data);
+    return m_protection.open(chunk.data, chunk.size, m_tokens.front().receiveKeys, sequenced);
 }
 
 UaStatus SecureChannel::takeSequenceNumber(std::uint32_t number) {
@@ -125,7 +140,7 @@ UaStatus SecureChannel::assemble(const Chunk& chunk, UaByteView sequenced, Incom
     if (m_assembledChunks > 0 && requestId != m_assembledRequest) {
         return giveUp(UA_STATUSCODE_BADDECODINGERROR, "pieces of two messages are mixed");
     }
-    found = chunk.position != ChunkPosition::Intermediate;
+    const bool isLast = chunk.position != ChunkPosition::Intermediate;
     message = {requestId, UaStatus(), body};
     if (chunk.position == ChunkPosition::Abort) {
         WireReader reader(body);
@@ -135,12 +150,14 @@ UaStatus SecureChannel::assemble(const Chunk& chunk, UaByteView sequenced, Incom
         message.body = UaByteView();
         m_assembled.clear();
         m_assembledChunks = 0;
+        found = true;
         return UaStatus();
     }
-    if (found && m_assembledChunks == 0) {
+    if (isLast && m_assembledChunks == 0) {
+        found = true;
         return UaStatus();
     }
-    if (!found && body.size == 0) {
+    if (!isLast && body.size == 0) {
         return giveUp(UA_STATUSCODE_BADDECODINGERROR, "a piece of a message without content");
     }
     if (++m_assembledChunks > mostChunks || m_assembled.size() + body.size > largestMessage) {
@@ -148,10 +165,11 @@ UaStatus SecureChannel::assemble(const Chunk& chunk, UaByteView sequenced, Incom
     }
     m_assembledRequest = requestId;
     m_assembled.insert(m_assembled.end(), body.data, body.data + body.size);
-    if (found) {
+    if (isLast) {
         message.body = {m_assembled.data(), m_assembled.size()};
         m_assembledGivenOut = true;
         m_assembledChunks = 0;
+        found = true;
     }
     return UaStatus();
 }

@@ -17,6 +17,8 @@ namespace {
 
 /// A lifetime of nothing would be renewed without end.
 constexpr std::uint32_t shortestLifetime = 1000; // ms
+/// For the answer to a renewal that was asked for late.
+constexpr std::chrono::seconds answerLimit(5);
 /// Until a renewal that did not get onto the wire is tried again.
 constexpr std::chrono::milliseconds retryPause(100);
 /// Tokens that are kept for what the server still sends under them.
@@ -84,6 +86,10 @@ UaStatus SecureChannel::sendOpen(std::uint32_t requestId, UA_SecurityTokenReques
     const UaStatus status = transmit({chunk.data(), chunk.size()}, room);
     if (!status.isBad() || m_halfSent) {
         m_sentSequenceNumber = nextSequenceNumber();
+        const std::lock_guard<std::mutex> lock(m_renewalMutex);
+        if (m_openRequest == requestId) {
+            m_tokenExpiry = std::max(m_tokenExpiry, Clock::now() + answerLimit);
+        }
     } else {
         const std::lock_guard<std::mutex> lock(m_renewalMutex);
         m_openRequest = 0;

@@ -88,6 +88,9 @@ std::vector<OpcUa_Byte> OpenProtection::seal(std::uint32_t channelId, std::uint3
     const std::size_t headerLength =
         channelHeaderLength + 3 * 4 + m_policyUri.size + certificate.size + m_serverThumbprint.size();
     std::vector<OpcUa_Byte> chunk(headerLength + sequenceHeaderLength);
+    // It holds the nonce until it is encrypted, and must not leave that behind by growing.
+    chunk.reserve(chunk.size() + body.size + m_peer.plainBlockLength() + m_peer.blockLength() +
+                  m_own.blockLength());
     OpcUa_Byte* target = writeBytes(chunk.data(), "OPNF", 4) + 4; // the size comes last
     target = writeUInt32(target, channelId);
     target = writeString(target, m_policyUri);
@@ -162,15 +165,18 @@ UaStatus OpenProtection::open(const Chunk& chunk, std::vector<OpcUa_Byte>& plain
     }
 
     const UaStatus refused = UA_STATUSCODE_BADSECURITYCHECKSFAILED;
-    const std::vector<OpcUa_Byte> decrypted = m_own.decrypt(header.rest());
+    std::vector<OpcUa_Byte> decrypted = m_own.decrypt(header.rest());
     const std::size_t signatureLength = m_peer.blockLength();
     if (decrypted.size() < sequenceHeaderLength + signatureLength) {
+        UaPkiWipe(decrypted.data(), decrypted.size());
         return refused;
     }
     const std::size_t headerLength = chunk.size - header.rest().size;
+    plain.reserve(headerLength + decrypted.size());
     plain.assign(chunk.data, chunk.data + headerLength);
     plain.insert(plain.end(), decrypted.begin(), decrypted.end());
     std::size_t size = decrypted.size() - signatureLength;
+    UaPkiWipe(decrypted.data(), decrypted.size());
     const UaByteView whole = viewOf(plain);
     if (!m_peer.verify(whole.first(headerLength + size), whole.from(headerLength + size)) ||
         !dropPadding(size, plain.data() + headerLength, m_own.blockLength())) {

@@ -78,7 +78,7 @@ public:
     UaStatus sendRenewal(std::uint32_t requestId, RoomToSend& room);
     /// When that is to be done; the end of time while an answer is being waited for.
     Clock::time_point renewalDue() const;
-    /// When the newest token has been valid for as long as it may be.
+    /// When the newest token has been valid for as long as it may be, and the server had time to renew it.
     Clock::time_point tokenExpiry() const;
     /// Tells the server that the channel is given up, as far as the system takes it at once.
     void sendClose(std::uint32_t requestId);
@@ -123,6 +123,7 @@ private:
     UaStatus decodeOpenAnswer(UaByteView sequenced, UA_OpenSecureChannelResponse& answer);
     UaStatus installToken(std::uint32_t channelId, const UA_OpenSecureChannelResponse& answer);
     UaStatus openChunk(const Chunk& chunk, UaByteView& sequenced);
+    UaStatus openUnderOldToken(const Chunk& chunk, Token& token, UaByteView& sequenced);
     UaStatus takeSequenceNumber(std::uint32_t number);
     UaStatus assemble(const Chunk& chunk, UaByteView sequenced, IncomingMessage& message, bool& found);
     UaStatus takeError(const Chunk& chunk);

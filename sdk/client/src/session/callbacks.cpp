@@ -4,6 +4,8 @@ namespace UaClientSdk {
 
 UaSessionCallback::~UaSessionCallback() = default;
 void UaSessionCallback::connectionStatusChanged(unsigned int, UaClient::ServerStatus) {}
+void UaSessionCallback::connectError(unsigned int, const UaStatus&) {}
+void UaSessionCallback::sslCertificateValidationFailed(unsigned int, const UaByteString&, const UaStatus&) {}
 
 UaSubscriptionCallback::~UaSubscriptionCallback() = default;
 void UaSubscriptionCallback::subscriptionStatusChanged(unsigned int, const UaStatus&) {}

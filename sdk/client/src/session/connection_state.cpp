@@ -5,9 +5,6 @@
 namespace UaClientSdk {
 namespace {
 
-/// The id that status reports carry: a session object has one connection at a time.
-constexpr unsigned int clientConnectionId = 1;
-
 CallbackTask reportTask(UaSessionCallback* callback, UaClient::ServerStatus status) {
     CallbackTask task;
     task.function = [](void* target, int value) {

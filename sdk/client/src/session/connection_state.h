@@ -10,6 +10,9 @@
 
 namespace UaClientSdk {
 
+/// The id that reports carry: a session object has one connection at a time.
+constexpr unsigned int clientConnectionId = 1;
+
 /// What is known of a session's connection. Whether calls are made and what the application is told come from
 /// here, so that they never differ. Reports are made on a thread of their own: they wait for nothing that
 /// data does.

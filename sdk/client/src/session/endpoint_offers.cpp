@@ -15,7 +15,7 @@ constexpr const char* binaryTcpTransport =
     "http://opcfoundation.org/UA-Profile/Transport/uatcp-uasc-uabinary";
 
 std::string securityText(const UaString& policyUri, int mode) {
-    static const std::string prefix = "http://opcfoundation.org/UA/SecurityPolicy#";
+    static const std::string prefix = UaPkiSecurityPolicy::uriPrefix;
     const std::string& uri = policyUri.text();
     return (uri.compare(0, prefix.size(), prefix) == 0 ? uri.substr(prefix.size()) : uri) + " with mode " +
            modeName(mode);

@@ -9,6 +9,7 @@
 #include "uapki/certificate.h"
 #include "uapki/certificate_verifier.h"
 #include "uapki/provider.h"
+#include "uapki/security_policy.h"
 
 namespace UaClientSdk {
 
@@ -85,8 +86,8 @@ void SessionSecurityInfo::User::set(Kind newKind, const UaString& newName, const
 }
 
 SessionSecurityInfo::SessionSecurityInfo()
-    : securityPolicyUri("http://opcfoundation.org/UA/SecurityPolicy#None"),
-      messageSecurityMode(OpcUa_MessageSecurityMode_None), m_user(std::make_unique<User>()) {}
+    : securityPolicyUri(UaPkiSecurityPolicy::none().uri), messageSecurityMode(OpcUa_MessageSecurityMode_None),
+      m_user(std::make_unique<User>()) {}
 SessionSecurityInfo::~SessionSecurityInfo() = default;
 
 void SessionSecurityInfo::setAnonymousUserIdentity() {

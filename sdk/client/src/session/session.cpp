@@ -13,7 +13,7 @@ namespace {
 /// To get a small request onto the wire.
 constexpr int sendLimit = 1000; // ms
 /// How long a server is given to close a session in order; a silent one is told without waiting.
-constexpr int closeLimit = 1000; // ms
+constexpr int closeLimit = 500; // ms
 /// Later than that, and this process has stood still.
 constexpr std::chrono::seconds stoodStill(1);
 /// While a renewal is under way: whoever reads its answer does not wake the network thread for it.
@@ -43,9 +43,17 @@ UaStatus UaSession::Impl::connect(const UaString& url, const SessionConnectInfo&
     if (m_open) {
         return UA_STATUSCODE_BADINVALIDSTATE;
     }
+    const UaStatus status = open(url, info, security, callback);
+    if (status.isBad() && callback != nullptr) {
+        callback->connectError(clientConnectionId, status);
+    }
+    return status;
+}
+
+UaStatus UaSession::Impl::open(const UaString& url, const SessionConnectInfo& info,
+                               SessionSecurityInfo& security, UaSessionCallback* callback) {
     releaseConnection();
-    const Deadline deadline(info.connectTimeout > 0 ? info.connectTimeout
-                                                    : SessionConnectInfo::defaultConnectTimeout);
+    const Deadline deadline(info.effectiveConnectTimeout());
     SessionSecurity sessionSecurity(security, url);
     UaStatus status = sessionSecurity.prepare();
     if (status.isBad()) {
@@ -179,13 +187,14 @@ Clock::time_point UaSession::Impl::keepHouse() {
 }
 
 Clock::time_point UaSession::Impl::keepChannel() {
+    // First asked, then judged: who stood still may have missed both.
+    if (Clock::now() >= m_pipe->channel().renewalDue()) {
+        m_pipe->renew(Deadline(sendLimit));
+    }
     if (Clock::now() >= m_pipe->channel().tokenExpiry()) {
         UaTrace::write(UaTrace::Errors, "channel", "the server has not renewed the channel's token in time");
         m_pipe->fail(UA_STATUSCODE_BADSECURECHANNELTOKENUNKNOWN);
         return Clock::time_point::max();
-    }
-    if (Clock::now() >= m_pipe->channel().renewalDue()) {
-        m_pipe->renew(Deadline(sendLimit));
     }
     const Clock::time_point due = m_pipe->channel().renewalDue();
     return due == Clock::time_point::max() ? Clock::now() + renewalLook : due;

@@ -67,6 +67,8 @@ private:
     void learnFrom(const Pipe::Series& series, std::size_t expectedResults, UaStatus status, bool isRefusal,
                    Window& window);
 
+    UaStatus open(const UaString& url, const SessionConnectInfo& info, SessionSecurityInfo& security,
+                  UaSessionCallback* callback);
     UaStatus startThreads(UaSessionCallback* callback);
     UaStatus startDelivery();
     void closeSession(const ServiceSettings& settings, bool deleteSubscriptions);

@@ -87,10 +87,12 @@ void UaSession::read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_Times
     m_impl->callAhead<UA_ReadRequest>(
         settings,
         [&](UA_ReadRequest& request, std::size_t& count) {
-            const bool more = sequence.next(nodes);
+            if (!sequence.next(nodes)) {
+                return false;
+            }
             request = readRequest(maxAge, timestamps, nodes);
             count = nodes.length();
-            return more;
+            return true;
         },
         [&sequence](UaStatus status, Answer<UA_ReadRequest>& answer, std::size_t count) {
             UaDataValues values;

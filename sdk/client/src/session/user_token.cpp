@@ -57,6 +57,11 @@ std::vector<OpcUa_Byte> signCertificateAndNonce(const UaPkiOwnKey& key, const Ua
     return key.sign({data.data(), data.size()});
 }
 
+UserToken::~UserToken() {
+    UaPkiWipe(m_cipher.data(), m_cipher.size());
+    UaPkiWipe(m_signatureBytes.data(), m_signatureBytes.size());
+}
+
 void UserToken::setContent(void* token, const UA_DataType& type) {
     m_content.encoding = UA_EXTENSIONOBJECT_DECODED_NODELETE;
     m_content.content.decoded.type = &type;

@@ -15,10 +15,11 @@ std::vector<OpcUa_Byte> signCertificateAndNonce(const UaPkiOwnKey& key, const Ua
                                                 UaByteView nonce);
 
 /// Tells a server who the user is, and proves it (OPC UA Part 4, 7.36). Requests that were filled point into
-/// it.
+/// it. What is encrypted or signed in it is wiped when it goes.
 class UserToken {
 public:
     UserToken() = default;
+    ~UserToken();
     UserToken(const UserToken&) = delete;
     UserToken& operator=(const UserToken&) = delete;
 

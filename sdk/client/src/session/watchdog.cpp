@@ -10,6 +10,8 @@ namespace {
 
 /// To get a small request onto the wire.
 constexpr int sendLimit = 1000; // ms
+/// There are servers that lose a question: another is asked then, or a silence would never end.
+constexpr std::chrono::seconds answerLimit(10);
 /// Until somebody has read what has arrived.
 constexpr std::chrono::milliseconds soon(20);
 
@@ -33,6 +35,7 @@ private:
 Clock::time_point Watchdog::keepHouse(Pipe& pipe) {
     const Clock::time_point now = Clock::now();
     if (now >= m_nextProbe) {
+        pipe.giveUpPosted(now - answerLimit);
         m_nextProbe = now + m_times.interval;
         probe(pipe);
     }
@@ -75,13 +78,23 @@ void Watchdog::answered(UaByteView body) {
 }
 
 Clock::time_point Watchdog::judge(Pipe& pipe, Clock::time_point now) {
-    const Clock::time_point asked = pipe.oldestUnanswered();
-    if (asked == Clock::time_point::max() || m_state.isSilent()) {
+    if (m_state.isSilent()) {
         return Clock::time_point::max();
     }
-    const Clock::time_point limit = std::max({asked, pipe.lastHeard(), m_notBefore}) + m_times.patience;
+    const auto halfPatience = m_times.patience / 2;
+    const Clock::time_point asked = pipe.oldestUnanswered();
+    if (asked == Clock::time_point::max()) {
+        return now + halfPatience; // nobody tells when something is asked
+    }
+    const Clock::time_point quietSince = std::max({asked, pipe.lastHeard(), m_notBefore});
+    const Clock::time_point limit = quietSince + m_times.patience;
     if (now < limit) {
-        return limit;
+        // One call that takes its time says nothing about a server that answers others.
+        const Clock::time_point doubt = quietSince + halfPatience;
+        if (now >= doubt) {
+            probe(pipe);
+        }
+        return now < doubt ? doubt : limit;
     }
     if (pipe.channel().socket().isReadable()) {
         return now + soon;

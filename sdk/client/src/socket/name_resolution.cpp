@@ -4,14 +4,17 @@
 #include <sys/socket.h>
 
 #include <chrono>
+#include <exception>
 #include <future>
 #include <memory>
+#include <new>
 #include <string>
 #include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "own_thread.h"
 #include "uabase/trace.h"
 
 namespace UaClientSdk {
@@ -50,8 +53,13 @@ std::vector<std::string> resolveHost(const std::string& host, const Deadline& de
     std::promise<std::vector<std::string>> promise;
     std::future<std::vector<std::string>> answer = promise.get_future();
     try {
+        const SignalsBlocked blocked;
         std::thread([host, promise = std::move(promise)]() mutable {
-            promise.set_value(lookUp(host, 0));
+            try {
+                promise.set_value(lookUp(host, 0));
+            } catch (const std::bad_alloc&) {
+                promise.set_exception(std::current_exception());
+            }
         }).detach();
     } catch (const std::system_error& error) {
         UaTrace::write(UaTrace::Errors, "connect", "no thread to resolve \"%s\": %s", host.c_str(),

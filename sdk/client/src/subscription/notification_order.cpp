@@ -100,8 +100,19 @@ void NotificationOrder::expectUpTo(std::uint32_t number, const Deliver& deliver)
     }
 }
 
+/// After a leap nobody waits any more for what was missing before it.
+bool NotificationOrder::isMissing(std::uint32_t number) const {
+    return !isBefore(number, m_expected) && isBefore(number, m_missingUpTo);
+}
+
+void NotificationOrder::cameAgain(UA_NotificationMessage& message, const Deliver& deliver) {
+    if (isMissing(message.sequenceNumber)) {
+        arrived(message, deliver);
+    }
+}
+
 void NotificationOrder::givenUp(std::uint32_t number, const Deliver& deliver) {
-    if (!isOld(number)) {
+    if (isMissing(number)) {
         m_held.emplace(number, UA_NotificationMessage{});
         deliverHeld(deliver);
     }

@@ -24,6 +24,8 @@ public:
 
     /// A message with notifications: delivers what is next in order. What is held back is taken over.
     void arrived(UA_NotificationMessage& message, const Deliver& deliver);
+    /// One that was missing and asked for again.
+    void cameAgain(UA_NotificationMessage& message, const Deliver& deliver);
     /// A message without: its number is that of the next one with some.
     void keptAlive(std::uint32_t nextNumber, const Deliver& deliver);
     /// This one will not come.
@@ -35,6 +37,7 @@ public:
 private:
     static std::uint32_t following(std::uint32_t number) { return number == UINT32_MAX ? 1 : number + 1; }
     bool isOld(std::uint32_t number) const;
+    bool isMissing(std::uint32_t number) const;
     void expectUpTo(std::uint32_t number, const Deliver& deliver);
     void hold(UA_NotificationMessage& message);
     void goOn();

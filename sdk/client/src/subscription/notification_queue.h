@@ -28,6 +28,15 @@ public:
     NotificationQueue(UaSubscriptionCallback* callback, unsigned int clientSubscriptionHandle)
         : m_callback(callback), m_handle(clientSubscriptionHandle) {}
 
+    /// There will be changes with client handles up to this one. A server that makes handles up is not to
+    /// fill the queue with them.
+    void expect(OpcUa_UInt32 clientHandle) {
+        OpcUa_UInt32 highest = m_highestHandle;
+        while (highest < clientHandle && !m_highestHandle.compare_exchange_weak(highest, clientHandle)) {
+        }
+    }
+    bool isExpected(OpcUa_UInt32 clientHandle) const { return clientHandle <= m_highestHandle; }
+
     /// Takes over what a value holds; the caller clears what is left of it. By one thread at a time, like the
     /// next two. Takes nothing after close().
     void collect(OpcUa_UInt32 clientHandle, OpcUa_DataValue& value) {
@@ -51,6 +60,7 @@ private:
     UaSubscriptionCallback* const m_callback;
     const unsigned int m_handle;
     std::atomic<bool> m_closed{false};
+    std::atomic<OpcUa_UInt32> m_highestHandle{0};
     UaMonitoredItemNotifications m_collected; ///< the collector's own
 
     std::mutex m_mutex;

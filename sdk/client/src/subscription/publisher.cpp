@@ -20,6 +20,8 @@ constexpr unsigned int doublings = 7; // 12.8 s
 constexpr unsigned int lastingRefusals = 3;
 
 constexpr std::chrono::seconds republishLimit(10);
+/// Republish requests that are not answered. A server that answers none of them gets no more.
+constexpr unsigned int mostRepublishes = 256;
 /// How far data may be behind the first that a server says after a silence.
 constexpr std::chrono::seconds dataLag(2);
 /// To get a small request onto the wire.
@@ -81,7 +83,11 @@ void Publisher::remove(std::uint32_t id) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_subscriptions.erase(id);
     m_missing.erase(std::remove_if(m_missing.begin(), m_missing.end(),
-                                   [id](const Missing& missing) { return missing.subscriptionId == id; }),
+                                   [this, id](const Missing& missing) {
+                                       const bool goes = missing.subscriptionId == id;
+                                       m_republishes -= goes && !missing.asked ? 1 : 0;
+                                       return goes;
+                                   }),
                     m_missing.end());
     m_acknowledgements.erase(
         std::remove_if(m_acknowledgements.begin(), m_acknowledgements.end(),
@@ -117,7 +123,7 @@ void Publisher::published(std::uint32_t generation, UaStatus status, UaByteView 
             gone = refused(generation, status);
         } else {
             m_refusals = 0;
-            takeMessage(answer.subscriptionId, answer.notificationMessage);
+            takeMessage(answer.subscriptionId, answer.notificationMessage, &NotificationOrder::arrived);
         }
         tellFlow();
     }
@@ -154,7 +160,7 @@ bool Publisher::refused(std::uint32_t generation, UaStatus status) {
     return lasts && isSessionGone(status);
 }
 
-void Publisher::takeMessage(std::uint32_t id, UA_NotificationMessage& message) {
+void Publisher::takeMessage(std::uint32_t id, UA_NotificationMessage& message, TakeInOrder takeInOrder) {
     const auto entry = m_subscriptions.find(id);
     if (entry == m_subscriptions.end()) { // one that the server was asked to delete, and would not
         pace(m_foreignMessages);
@@ -173,7 +179,7 @@ void Publisher::takeMessage(std::uint32_t id, UA_NotificationMessage& message) {
         if (m_acknowledgements.size() < mostAcknowledgements) {
             m_acknowledgements.push_back({id, message.sequenceNumber});
         }
-        subscription.order.arrived(message, deliverOne);
+        (subscription.order.*takeInOrder)(message, deliverOne);
     }
     noteMissing(id, subscription);
     subscription.queue->handOver(*subscription.deliveryThread);
@@ -195,8 +201,10 @@ void Publisher::deliver(Kept& subscription, UA_NotificationMessage& message) {
         if (data.content.decoded.type == &UA_TYPES[UA_TYPES_DATACHANGENOTIFICATION]) {
             auto& change = *static_cast<UA_DataChangeNotification*>(data.content.decoded.data);
             for (std::size_t k = 0; k < change.monitoredItemsSize; ++k) {
-                subscription.queue->collect(change.monitoredItems[k].clientHandle,
-                                            change.monitoredItems[k].value);
+                if (subscription.queue->isExpected(change.monitoredItems[k].clientHandle)) {
+                    subscription.queue->collect(change.monitoredItems[k].clientHandle,
+                                                change.monitoredItems[k].value);
+                }
             }
         } else if (data.content.decoded.type == &UA_TYPES[UA_TYPES_STATUSCHANGENOTIFICATION]) {
             const UaStatus status =
@@ -243,6 +251,11 @@ void Publisher::tellFlow() {
 
 void Publisher::noteMissing(std::uint32_t id, Kept& subscription) {
     for (const std::uint32_t number : subscription.order.takeMissing()) {
+        if (m_republishes >= mostRepublishes) {
+            giveUp(id, number);
+            continue;
+        }
+        ++m_republishes;
         UaTrace::write(UaTrace::Warnings, "subscription",
                        "message %u of the server is missing and asked for again", number);
         m_missing.push_back({id, number});
@@ -259,11 +272,12 @@ void Publisher::republished(std::uint32_t subscriptionId, std::uint32_t number, 
     }
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
+        --m_republishes;
         if (m_closed) {
             return;
         }
         if (!status.isBad() && answer.notificationMessage.sequenceNumber == number) {
-            takeMessage(subscriptionId, answer.notificationMessage);
+            takeMessage(subscriptionId, answer.notificationMessage, &NotificationOrder::cameAgain);
         } else {
             UaTrace::write(UaTrace::Errors, "subscription", "message %u of the server is lost: %s", number,
                            status.name());
@@ -273,13 +287,19 @@ void Publisher::republished(std::uint32_t subscriptionId, std::uint32_t number, 
     m_listener.publishDue();
 }
 
+std::vector<Publisher::Missing>::iterator Publisher::findMissing(std::uint32_t id, std::uint32_t number) {
+    return std::find_if(m_missing.begin(), m_missing.end(), [&](const Missing& missing) {
+        return missing.subscriptionId == id && missing.number == number;
+    });
+}
+
 /// Nothing happens to what has come meanwhile.
 void Publisher::giveUp(std::uint32_t id, std::uint32_t number) {
-    m_missing.erase(std::remove_if(m_missing.begin(), m_missing.end(),
-                                   [&](const Missing& missing) {
-                                       return missing.subscriptionId == id && missing.number == number;
-                                   }),
-                    m_missing.end());
+    const auto missing = findMissing(id, number);
+    if (missing != m_missing.end()) {
+        m_republishes -= missing->asked ? 0 : 1;
+        m_missing.erase(missing);
+    }
     const auto entry = m_subscriptions.find(id);
     if (entry != m_subscriptions.end()) {
         Kept& subscription = entry->second;
@@ -289,14 +309,15 @@ void Publisher::giveUp(std::uint32_t id, std::uint32_t number) {
     }
 }
 
-Clock::time_point Publisher::giveUpLate(Clock::time_point now) {
+/// What a server that says nothing at all keeps back may still come.
+Clock::time_point Publisher::giveUpLate(Clock::time_point now, Clock::time_point serverHeard) {
     Clock::time_point next = Clock::time_point::max();
     const std::vector<Missing> missing = m_missing;
     for (const Missing& one : missing) {
         const Clock::time_point limit = one.askedAt + republishLimit;
-        if (one.asked && now >= limit) {
+        if (one.asked && serverHeard >= limit + dataLag) {
             giveUp(one.subscriptionId, one.number);
-        } else if (one.asked) {
+        } else if (one.asked && now < limit) {
             next = std::min(next, limit);
         }
     }
@@ -309,6 +330,9 @@ void Publisher::forgetSilence() {
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (auto& entry : m_subscriptions) {
         entry.second.hear(Clock::now());
+    }
+    for (Missing& one : m_missing) {
+        one.askedAt = Clock::now();
     }
 }
 
@@ -351,16 +375,14 @@ Clock::time_point Publisher::keepHouse(Pipe& pipe, bool silent) {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         const Clock::time_point now = Clock::now();
-        next = std::min(judgeSilence(now, pipe.lastHeard()), giveUpLate(now));
-        if (now < m_notBefore && isAnyAlive()) {
-            next = std::min(next, m_notBefore);
-        }
+        next = std::min(judgeSilence(now, pipe.lastHeard()), giveUpLate(now, pipe.lastHeard()));
     }
     while (sendRepublish(pipe)) {
     }
     while (sendPublish(pipe)) {
     }
-    return next;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return Clock::now() < m_notBefore && isAnyAlive() ? std::min(next, m_notBefore) : next;
 }
 
 bool Publisher::sendPublish(Pipe& pipe) {
@@ -415,6 +437,16 @@ bool Publisher::sendRepublish(Pipe& pipe) {
     const UaStatus status = pipe.post(
         &request, Service<UA_RepublishRequest>::requestType(), Deadline(sendLimit), Pipe::Answered::SomeTime,
         std::make_shared<RepublishAnswer>(shared_from_this(), wanted.subscriptionId, wanted.number));
+    if (status.isBad()) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto entry = findMissing(wanted.subscriptionId, wanted.number);
+        if (entry != m_missing.end()) {
+            entry->asked = false;
+        } else {
+            --m_republishes;
+        }
+        m_notBefore = Clock::now() + firstPause;
+    }
     return !status.isBad();
 }
 

@@ -79,17 +79,20 @@ private:
     // All with the lock.
     /// True when the server is not to be asked any more.
     bool refused(std::uint32_t generation, UaStatus status);
-    void takeMessage(std::uint32_t id, UA_NotificationMessage& message);
+    using TakeInOrder = void (NotificationOrder::*)(UA_NotificationMessage&,
+                                                    const NotificationOrder::Deliver&);
+    void takeMessage(std::uint32_t id, UA_NotificationMessage& message, TakeInOrder takeInOrder);
     void deliver(Kept& subscription, UA_NotificationMessage& message);
     void end(Kept& subscription, UaStatus reason);
     void endAll(UaStatus reason);
     void noteMissing(std::uint32_t id, Kept& subscription);
+    std::vector<Missing>::iterator findMissing(std::uint32_t id, std::uint32_t number);
     void giveUp(std::uint32_t id, std::uint32_t number);
     void pace(unsigned int& messagesInARow);
     void tellFlow();
     bool isAnyAlive() const;
     Clock::time_point judgeSilence(Clock::time_point now, Clock::time_point serverHeard);
-    Clock::time_point giveUpLate(Clock::time_point now);
+    Clock::time_point giveUpLate(Clock::time_point now, Clock::time_point serverHeard);
 
     bool sendPublish(Pipe& pipe);
     bool sendRepublish(Pipe& pipe);
@@ -104,6 +107,7 @@ private:
     std::vector<Missing> m_missing;
     unsigned int m_waiting = 0;         ///< publish requests at the server
     unsigned int m_limit = 0;           ///< how many the server takes
+    unsigned int m_republishes = 0;     ///< wanted, or asked for and not answered
     unsigned int m_refusals = 0;        ///< in a row
     unsigned int m_emptyMessages = 0;   ///< in a row
     unsigned int m_foreignMessages = 0; ///< in a row, of subscriptions that are not known

@@ -63,6 +63,7 @@ Publisher::Subscription UaSubscription::Impl::published(CallbackThread& delivery
     return {m_queue, &deliveryThread, m_longestSilence};
 }
 
+/// The items' first values may come before the answer.
 UA_CreateMonitoredItemsRequest
 UaSubscription::Impl::itemsRequest(OpcUa_TimestampsToReturn timestamps,
                                    const UaMonitoredItemCreateRequests& items) const {
@@ -71,6 +72,9 @@ UaSubscription::Impl::itemsRequest(OpcUa_TimestampsToReturn timestamps,
     request.timestampsToReturn = timestamps;
     request.itemsToCreate = borrow(items);
     request.itemsToCreateSize = items.length();
+    for (const UA_MonitoredItemCreateRequest& item : items) {
+        m_queue->expect(item.requestedParameters.clientHandle);
+    }
     return request;
 }
 
@@ -92,10 +96,12 @@ void UaSubscription::Impl::createMonitoredItems(const ServiceSettings& settings,
     m_session.callAhead<UA_CreateMonitoredItemsRequest>(
         settings,
         [&](UA_CreateMonitoredItemsRequest& request, std::size_t& count) {
-            const bool more = sequence.next(items);
+            if (!sequence.next(items)) {
+                return false;
+            }
             request = itemsRequest(timestamps, items);
             count = items.length();
-            return more;
+            return true;
         },
         [&sequence](UaStatus status, Answer<UA_CreateMonitoredItemsRequest>& answer, std::size_t) {
             UaMonitoredItemCreateResults results;

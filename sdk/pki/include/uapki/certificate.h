@@ -6,6 +6,7 @@
 #include "uabase/byte_array.h"
 #include "uabase/byte_string.h"
 #include "uabase/date_time.h"
+#include "uabase/status.h"
 #include "uabase/string.h"
 #include "uapki/certificate_info.h"
 #include "uapki/identity.h"
@@ -37,6 +38,10 @@ public:
 
     /// Empty when the file is missing, unreadable, larger than 256 KiB, or not DER.
     static UaPkiCertificate fromDERFile(const UaString& path);
+    /// What a file holds that shall not be replaced by mistake: Good for a certificate (DER), BadNotFound
+    /// when there surely is no such file, BadCertificateInvalid when it surely holds no certificate (it is
+    /// larger than 256 KiB, or not DER), and BadNotReadable when nobody can tell.
+    static UaStatus probeDERFile(const UaString& path);
     /// The first certificate of the bytes; a server may send its issuers behind it. Empty when there is none.
     static UaPkiCertificate fromDER(const UaByteString& der);
 

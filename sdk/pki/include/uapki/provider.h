@@ -22,6 +22,7 @@ public:
     /// - BadNotReadable: no permission, not a regular file, or larger than 64 KiB;
     /// - BadSecurityChecksFailed: the key is encrypted and `password` does not open it;
     /// - BadDecodingError: no private key in the file.
+    /// The trace warns of a key file that others can read.
     /// A key that is not RSA is loaded with the type OpcUa_KeyType_OtherPrivate and without bytes.
     virtual UaStatus loadPrivateKey(const UaString& file, OpcUa_UInt32 encoding, const char* password,
                                     OpcUa_Key* key) = 0;

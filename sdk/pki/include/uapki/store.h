@@ -23,11 +23,12 @@ public:
     const UaPkiStoreLocations& locations() const { return m_locations; }
 
     /// BadConfigurationError when a location exists and is not a directory that can be listed. A missing one
-    /// is an empty one: it is made when something is saved.
+    /// is an empty one: it is made when something is saved. The trace warns of one that others can write to.
     UaStatus open() const;
 
     /// Saves a certificate as "<trusted certificates>/<name>.der", making the directory (0700) if needed. The
-    /// file appears whole or not at all. BadInvalidArgument for an empty certificate or a name that is not
+    /// file appears whole or not at all; one that holds another certificate, or cannot be read, is not
+    /// replaced: BadNotWritable. BadInvalidArgument for an empty certificate or a name that is not
     /// made of letters, digits, '-', '_' and inner '.' alone; BadConfigurationError without a directory for
     /// it; BadNotWritable when it cannot be written.
     UaStatus saveTrusted(const UaPkiCertificate& certificate, const UaString& name) const;

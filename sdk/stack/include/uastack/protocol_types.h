@@ -1,11 +1,25 @@
 #pragma once
 
+#include <cstddef>
+
+#include "uastack/export.h"
+
 // The engine's types cross our libraries' borders: a type that counts as hidden would hide what is made of
 // it.
 #pragma GCC visibility push(default)
 #include <open62541/types.h>
 #include <open62541/types_generated.h>
 #pragma GCC visibility pop
+
+/// Types that exported symbols of the library name. They hold what the engine's hold and have names of their
+/// own, so that the engine can be changed and the symbols stay.
+struct UASDK_EXPORT _OpcUa_ByteString : UA_ByteString {
+    _OpcUa_ByteString() = default;
+    _OpcUa_ByteString(const UA_ByteString& bytes) : UA_ByteString(bytes) {}
+    _OpcUa_ByteString(std::size_t size, UA_Byte* bytes) : UA_ByteString{size, bytes} {}
+};
+struct UASDK_EXPORT _OpcUa_DiagnosticInfo : UA_DiagnosticInfo {};
+struct UASDK_EXPORT _OpcUa_EventFieldList : UA_EventFieldList {};
 
 /// The protocol's own types under the names that the layers above use. They are the engine's types, not
 /// copies: nothing is converted between the wire and the caller.
@@ -22,13 +36,13 @@ using OpcUa_UInt64 = UA_UInt64;
 using OpcUa_Float = UA_Float;
 using OpcUa_Double = UA_Double;
 using OpcUa_String = UA_String;
-using OpcUa_ByteString = UA_ByteString;
+using OpcUa_ByteString = _OpcUa_ByteString;
 using OpcUa_DateTime = UA_DateTime;
 using OpcUa_NodeId = UA_NodeId;
 using OpcUa_QualifiedName = UA_QualifiedName;
 using OpcUa_Variant = UA_Variant;
 using OpcUa_DataValue = UA_DataValue;
-using OpcUa_DiagnosticInfo = UA_DiagnosticInfo;
+using OpcUa_DiagnosticInfo = _OpcUa_DiagnosticInfo;
 using OpcUa_StatusCode = UA_StatusCode;
 using OpcUa_ReadValueId = UA_ReadValueId;
 using OpcUa_WriteValue = UA_WriteValue;
@@ -39,7 +53,7 @@ using OpcUa_MonitoredItemCreateRequest = UA_MonitoredItemCreateRequest;
 using OpcUa_MonitoredItemCreateResult = UA_MonitoredItemCreateResult;
 using OpcUa_MonitoredItemNotification = UA_MonitoredItemNotification;
 using OpcUa_MonitoringMode = UA_MonitoringMode;
-using OpcUa_EventFieldList = UA_EventFieldList;
+using OpcUa_EventFieldList = _OpcUa_EventFieldList;
 using OpcUa_MessageSecurityMode = UA_MessageSecurityMode;
 using OpcUa_BrowseDirection = UA_BrowseDirection;
 using OpcUa_TimestampsToReturn = UA_TimestampsToReturn;

@@ -1,0 +1,56 @@
+#include "uabase/directory_lock.h"
+
+#include <cerrno>
+#include <chrono>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// The system has no wait for a lock that ends.
+constexpr std::chrono::milliseconds untilNextTry(5);
+
+/// 0, or why there is no lock.
+int lockUntil(int descriptor, Clock::time_point end) {
+    while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK && errno != EINTR)
+            return errno;
+        if (Clock::now() >= end)
+            return ETIMEDOUT;
+        std::this_thread::sleep_for(untilNextTry);
+    }
+    return 0;
+}
+
+} // namespace
+
+UaDirectoryLock::UaDirectoryLock(const UaString& directory, std::chrono::milliseconds limit)
+    : m_descriptor(
+          ::open(directory.isEmpty() ? "." : directory.toUtf8(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    const int error = isHeld() ? lockUntil(m_descriptor, Clock::now() + limit) : errno;
+    if (error != 0) {
+        release();
+        m_problem =
+            error == ETIMEDOUT ? "somebody else keeps it locked" : std::generic_category().message(error);
+    }
+}
+
+UaDirectoryLock::~UaDirectoryLock() {
+    release();
+}
+
+void UaDirectoryLock::release() {
+    const int descriptor = std::exchange(m_descriptor, -1);
+    if (descriptor >= 0) {
+        // A child process that was forked meanwhile has the descriptor as well.
+        ::flock(descriptor, LOCK_UN);
+        ::close(descriptor);
+    }
+}
