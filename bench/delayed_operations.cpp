@@ -18,15 +18,19 @@ using std::chrono::microseconds;
 constexpr microseconds nearby(500); // each way
 constexpr microseconds far(2500);
 
+microseconds delayOf(const Setting& setting, microseconds delay) {
+    return setting.either(delay, microseconds(50));
+}
+
 void browseOver(benchmark::State& state, Setting& setting, microseconds delay) {
-    const DelayProxy line(setting.port(), delay);
+    const DelayProxy line(setting.port(), delayOf(setting, delay));
     RawClient raw(line.url());
     FacadeClient facade(line.url());
     compare(state, {browses(raw), nullptr, browses(facade)});
 }
 
 void readOver(benchmark::State& state, Setting& setting, microseconds delay) {
-    const DelayProxy line(setting.tagServer().port(), delay);
+    const DelayProxy line(setting.tagServer().port(), delayOf(setting, delay));
     ManyValues sides(line.url(), setting);
     compare(state, {[&] { return secondsOf([&] { sides.raw.read(); }); }, nullptr,
                     [&] {
@@ -37,7 +41,7 @@ void readOver(benchmark::State& state, Setting& setting, microseconds delay) {
 }
 
 void addOver(benchmark::State& state, Setting& setting, microseconds delay) {
-    const DelayProxy line(setting.restingServer().port(), delay);
+    const DelayProxy line(setting.restingServer().port(), delayOf(setting, delay));
     const int items = setting.tagCount() / 2;
     compare(state, {rawAdds(line.url(), items), nullptr, libraryAdds(line.url(), items)});
 }
