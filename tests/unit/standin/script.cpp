@@ -36,6 +36,7 @@ void Script::reset() {
 void Script::forgetCalls() {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_calls.clear();
+    m_sequences = 0;
 }
 
 void Script::record(std::string operation, const void* object, Arguments arguments) {

@@ -76,6 +76,7 @@ UaStatus UaSession::read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_T
 /// One by one: what goes out at the same time is no matter of a script.
 void UaSession::read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_TimestampsToReturn timestamps,
                      const ReadSequence& sequence) {
+    script().countSequence();
     UaReadValueIds nodes;
     bool goesOn = true;
     while (goesOn && sequence.next(nodes)) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -175,6 +176,9 @@ public:
     void record(std::string operation, const void* object = nullptr, Arguments arguments = {});
 
     std::vector<Call> calls() const;
+    /// Sequences of requests that were handed over whole: their requests need not wait for each other.
+    int sequences() const { return m_sequences; }
+    void countSequence() { ++m_sequences; }
     /// Names of the calls in order.
     std::vector<std::string> operations() const;
     /// Arguments of all calls of one kind, in order.
@@ -200,6 +204,7 @@ public:
 private:
     mutable std::mutex m_mutex;
     std::vector<Call> m_calls;
+    std::atomic<int> m_sequences{0};
     UaClientSdk::UaSessionCallback* m_sessionCallback = nullptr;
     UaClientSdk::UaSubscriptionCallback* m_subscriptionCallback = nullptr;
 };

@@ -40,6 +40,7 @@ UaStatus UaSubscription::createMonitoredItems(ServiceSettings& settings, OpcUa_T
 
 void UaSubscription::createMonitoredItems(ServiceSettings& settings, OpcUa_TimestampsToReturn timestamps,
                                           const CreateItemsSequence& sequence) {
+    script().countSequence();
     UaMonitoredItemCreateRequests items;
     bool goesOn = true;
     while (goesOn && sequence.next(items)) {
