@@ -1,5 +1,7 @@
 // A sequence of requests as the session layer serves it.
 #include <algorithm>
+#include <memory>
+#include <mutex>
 #include <vector>
 
 #include "overlap/overlap_fixture.h"
@@ -58,13 +60,17 @@ protected:
             const bool isOne =
                 !isProbe(call) && std::find(numbers.begin(), numbers.end(), (*number)++) != numbers.end();
             if (isOne) {
+                const std::lock_guard<std::mutex> lock(m_mutex);
                 m_left.push_back(call);
             } else {
                 answerWell(call);
             }
         });
     }
-    void answerWhatWasLeft() { std::for_each(m_left.begin(), m_left.end(), answerWell); }
+    void answerWhatWasLeft() {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        std::for_each(m_left.begin(), m_left.end(), answerWell);
+    }
 
     void TearDown() override {
         ServiceSettings settings;
@@ -75,6 +81,7 @@ protected:
     UaSession session;
 
 private:
+    std::mutex m_mutex;
     std::vector<Call> m_left;
 };
 
