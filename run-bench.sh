@@ -2,7 +2,7 @@
 # Builds the optimised library and compares it with raw open62541 in one run: one row an operation, with the bound that
 # it has to keep. Exits 0 when all bounds are kept.
 #
-#   ./run-bench.sh                                everything, about four minutes
+#   ./run-bench.sh                                everything, about five minutes
 #   ./run-bench.sh --benchmark_filter=read        rows whose name matches
 #   ./run-bench.sh --benchmark_out=figures.json   all figures for other programs, too
 #   ./run-bench.sh --long                         a million multi-reads as well: a minute more

@@ -1,7 +1,11 @@
 #pragma once
 
 #include "comparison.h"
+#include "plant_nodes.h"
 #include "setting.h"
+
+#include <stdexcept>
+#include <string>
 
 namespace bench {
 
@@ -13,6 +17,19 @@ inline int callsPerBlock(const Setting& setting) {
 template <typename Client>
 Block tightReads(Client& client, int count) {
     return [&client, count] { return secondsPerCall(count, [&client] { client.readScalar(); }); };
+}
+
+/// Seconds for browsing the folder with many children.
+template <typename Client>
+Block browses(Client& client) {
+    return [&client] {
+        int children = 0;
+        const double seconds = secondsOf([&client, &children] { children = client.browseChildren(); });
+        if (children != plant_nodes::childCount) {
+            throw std::runtime_error("browsed " + std::to_string(children) + " children");
+        }
+        return seconds;
+    };
 }
 
 } // namespace bench

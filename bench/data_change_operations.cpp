@@ -1,3 +1,4 @@
+#include "adding.h"
 #include "blocks.h"
 #include "change_runs.h"
 #include "comparison.h"
@@ -17,27 +18,7 @@
 namespace bench {
 namespace {
 
-/// Slow enough that what the items deliver meanwhile takes little of the time that adding them takes.
-constexpr double publishingInterval = 500;
 constexpr std::chrono::seconds patience(30);
-
-Block libraryAdds(const std::string& url, int items) {
-    return [url, nodes = tags(0, items)] {
-        std::vector<OpcUaNode> records = recordsOf(nodes);
-        CountingSink sink;
-        FacadeItems subscription(url, publishingInterval, sink);
-        return secondsOf([&] { subscription.add(records); });
-    };
-}
-
-Block rawAdds(const std::string& url, int items) {
-    return [url, nodes = tags(0, items)] {
-        const RawNodeIds ids(nodes);
-        CountingSink sink;
-        RawItems subscription(url, publishingInterval, sink);
-        return secondsOf([&] { subscription.add(ids.ids()); });
-    };
-}
 
 /// Runs `wait` until every item has delivered its first value.
 template <typename Wait>
@@ -55,7 +36,7 @@ void awaitFirstValues(const CountingSink& sink, std::size_t items, Wait wait) {
 double rawItemBytes(const std::string& url, const std::vector<Tag>& nodes) {
     const RawNodeIds ids(nodes);
     CountingSink sink;
-    RawItems subscription(url, publishingInterval, sink);
+    RawItems subscription(url, slowPublishing, sink);
     const double before = heapBytes();
     subscription.add(ids.ids());
     awaitFirstValues(sink, nodes.size(), [&] { subscription.client().iterate(100); });
@@ -65,7 +46,7 @@ double rawItemBytes(const std::string& url, const std::vector<Tag>& nodes) {
 double libraryItemBytes(const std::string& url, const std::vector<Tag>& nodes) {
     std::vector<OpcUaNode> records = recordsOf(nodes);
     CountingSink sink;
-    FacadeItems subscription(url, publishingInterval, sink);
+    FacadeItems subscription(url, slowPublishing, sink);
     const double before = heapBytes();
     subscription.add(records);
     awaitFirstValues(sink, nodes.size(), [] { std::this_thread::sleep_for(std::chrono::milliseconds(20)); });
@@ -134,7 +115,7 @@ void readWhileSubscribed(benchmark::State& state, Setting& setting) {
     const std::string& url = setting.tagServer().url();
     std::vector<OpcUaNode> records = recordsOf(tags(0, setting.tagCount() / 2));
     CountingSink sink;
-    FacadeItems subscription(url, publishingInterval, sink);
+    FacadeItems subscription(url, slowPublishing, sink);
     subscription.add(records);
     RawClient raw(url);
     const int calls = callsPerBlock(setting);

@@ -1,6 +1,7 @@
 #include "comparison.h"
 #include "facade_client.h"
 #include "facade_values.h"
+#include "many_values.h"
 #include "operations.h"
 #include "placement.h"
 #include "plant_nodes.h"
@@ -19,29 +20,10 @@ namespace {
 
 constexpr int nodesPerCall = 20;
 
-/// Both sides with the tags that don't change.
-struct ManyValues {
-    explicit ManyValues(Setting& setting)
-        : nodes(tags(setting.tagCount() / 2, setting.tagCount() / 2)), rawClient(setting.tagServer().url()),
-          facadeClient(setting.tagServer().url()), raw(rawClient, nodes), facade(facadeClient, nodes) {
-        raw.read();
-        facade.read();
-        if (raw.cells() != facade.cells()) {
-            throw std::runtime_error("the sides read different values");
-        }
-    }
-
-    std::vector<Tag> nodes;
-    RawClient rawClient;
-    FacadeClient facadeClient;
-    RawValues raw;
-    FacadeValues facade;
-};
-
 void compareManyValues(benchmark::State& state, Setting& setting, void (RawValues::*byRaw)(),
                        void (FacadeValues::*byLibrary)()) {
     const Placed placed(Placement::OneCpu, setting.tagServer().pid());
-    ManyValues sides(setting);
+    ManyValues sides(setting.tagServer().url(), setting);
     compare(state, {[&] { return secondsOf([&] { (sides.raw.*byRaw)(); }); }, nullptr,
                     [&] {
                         const double seconds = secondsOf([&] { (sides.facade.*byLibrary)(); });

@@ -1,8 +1,8 @@
+#include "blocks.h"
 #include "comparison.h"
 #include "facade_client.h"
 #include "operations.h"
 #include "placement.h"
-#include "plant_nodes.h"
 #include "raw_client.h"
 #include "session_client.h"
 
@@ -10,7 +10,6 @@
 
 #include <cstdio>
 #include <functional>
-#include <stdexcept>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -20,18 +19,6 @@ namespace {
 
 /// Deep enough for any ordinary call, far too small for a recursion over as many siblings as are freed here.
 constexpr std::size_t smallStack = 64UL * 1024;
-
-template <typename Client>
-Block browses(Client& client) {
-    return [&client] {
-        int children = 0;
-        const double seconds = secondsOf([&client, &children] { children = client.browseChildren(); });
-        if (children != plant_nodes::childCount) {
-            throw std::runtime_error("browsed " + std::to_string(children) + " children");
-        }
-        return seconds;
-    };
-}
 
 std::vector<std::string> nodeIdTexts(int count) {
     std::vector<std::string> texts;

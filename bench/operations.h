@@ -31,6 +31,14 @@ void securedConnect(benchmark::State& state, Setting& setting);
 void firstSecuredConnect(benchmark::State& state, Setting& setting);
 void securedRead(benchmark::State& state, Setting& setting);
 
+// delayed_operations.cpp
+void browseNearby(benchmark::State& state, Setting& setting);
+void browseFar(benchmark::State& state, Setting& setting);
+void readManyNearby(benchmark::State& state, Setting& setting);
+void readManyFar(benchmark::State& state, Setting& setting);
+void addItemsNearby(benchmark::State& state, Setting& setting);
+void addItemsFar(benchmark::State& state, Setting& setting);
+
 // many_values_operations.cpp
 void readMany(benchmark::State& state, Setting& setting);
 void writeMany(benchmark::State& state, Setting& setting);

@@ -5,6 +5,7 @@
 #include "support/server_process.h"
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -20,6 +21,7 @@ public:
     explicit Setting(bool smoke);
 
     const std::string& url() const { return m_server.url(); }
+    std::uint16_t port() const { return m_server.port(); }
     pid_t server() const { return m_server.pid(); }
     /// Servers of their own, started when the first row asks for them: one with secure endpoints, one with
     /// tags, of which the first half changes all the time, and one with as many tags that looks at its items

@@ -69,7 +69,8 @@
 /// -------
 /// OpcUaConnect, OpcUaBrowse, reading, writing and the subscription's operations are served one at a
 /// time: a second thread waits. A service call ends after 10 s at the latest when the server is silent;
-/// browsing makes many. These take no part in that order:
+/// browsing makes many. OpcUaBrowse, OpcUaGetMultiValue and OpcUaAddMultiMonitNode have up to 16 requests on
+/// their way at a time, in order, with the outcome of one after the other. These take no part in that order:
 /// - OpcUaGetConnectStatus and GetErrorMsg: at any time, on any thread, from callbacks too. The message
 ///   is that of the last failure on any thread.
 /// - OpcUaDiscover: at any time; it has nothing to do with the session.
@@ -256,7 +257,8 @@ public:
     int OpcUaDisConnect();
 
     /// Reads the children of one node into the browse tree: forward hierarchical references of all kinds,
-    /// one level (OPC UA Part 4, 5.9.2). Costs one read a child, for its data type and shape.
+    /// one level (OPC UA Part 4, 5.9.2). Costs one read a child, for its data type and shape; several of them
+    /// are on their way at a time.
     ///
     /// What is browsed, and where the children go:
     /// - null: the server's root folder. The tree is freed and begins anew with a record "Root" (i=84)
@@ -472,7 +474,10 @@ public:
     ///
     /// Look at every node's `result`: 0 read, with value and `size` filled; 7 not read, value and `size`
     /// unchanged, 3 not connected. A request that fails gives 7 to all its nodes and does not stop the next
-    /// one. A server that takes fewer than 20 nodes a call refuses each longer request; the trace tells so.
+    /// one. A server that takes fewer than 20 nodes a call (Server.ServerCapabilities.OperationLimits)
+    /// refuses each longer request; the trace tells so: hand over no more nodes a call than it takes.
+    ///
+    /// Several requests are on their way at a time. Values are stored in the order of the nodes.
     ///
     /// `nodes` and what it points to stay the caller's; every `node` and `value` must be valid. Two requests
     /// for one record leave the later outcome in its `result`.
@@ -486,15 +491,16 @@ public:
     /// does: the values alone, `size` cut to the type's width.
     ///
     /// Look at every node's `result`: 0 written, 8 not written, 3 not connected. Beyond that all is as in
-    /// OpcUaGetMultiValue().
+    /// OpcUaGetMultiValue(), but that each request waits for the answer to the one before it: a server may
+    /// serve requests in any order, and of two values for one node the later one is to stay.
     ///
     /// Within one request of 20 a record whose `dataType` is Null or another number sends what the record
     /// before it sent; as the first of a request it sends an empty value.
     ///
     /// @return as OpcUaGetMultiValue()
     int OpcUaSetMultiValue(OpcUa_WriteNode* nodes, int count);
-    /// Monitors the whole values of `count` nodes, sent to the server in requests of 20. See
-    /// OpcUaAddMonitNode().
+    /// Monitors the whole values of `count` nodes, sent to the server in requests of 20, several on their way
+    /// at a time. See OpcUaAddMonitNode().
     ///
     /// Look at every node's `result`: 0 monitored, 12 refused (the trace tells why), 3 not connected, 11 no
     /// subscription.

@@ -1,8 +1,12 @@
 add_sdk_library(uaclientcpp FOLDER client
   SOURCES
+    calls/call.cpp
+    calls/call_series.cpp
     calls/network_thread.cpp
     calls/pipe.cpp
+    calls/reading_turn.cpp
     calls/service_call.cpp
+    calls/window.cpp
     channel/channel_receiving.cpp
     channel/channel_sending.cpp
     channel/channel_tokens.cpp
@@ -19,6 +23,7 @@ add_sdk_library(uaclientcpp FOLDER client
     encoding/encoding_walk.cpp
     encoding/type_id.cpp
     session/callbacks.cpp
+    session/calls_ahead.cpp
     session/connection_state.cpp
     session/endpoint_offers.cpp
     session/security_info.cpp

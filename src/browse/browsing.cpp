@@ -9,6 +9,7 @@
 #include "uabase/qualified_name.h"
 #include "uabase/trace.h"
 #include "uastack/wire_number.h"
+#include "values/value_service.h"
 
 using namespace UaClientSdk;
 
@@ -96,6 +97,31 @@ void abandonRest(UaSession& session, ServiceSettings& settings, UaByteString& co
     }
 }
 
+/// Types and shapes of a page's children are read without waiting for each: `link` takes the answers, in
+/// order, until it returns false.
+template <typename Link>
+bool readTypes(UaSession& session, const UaReferenceDescriptions& references, Link link) {
+    OpcUa_UInt32 asked = 0;
+    OpcUa_UInt32 linked = 0;
+    ReadSequence reads;
+    reads.next = [&](UaReadValueIds& nodes) {
+        if (asked == references.length()) {
+            return false;
+        }
+        nodes.createViews(1);
+        nameValue(nodes[0], references[asked].nodeId.nodeId);
+        ++asked;
+        return true;
+    };
+    reads.answered = [&](UaStatus status, UaDataValues& values) {
+        const bool good = link(references[linked], complete(status, 1, values), values);
+        linked += good ? 1 : 0;
+        return good;
+    };
+    readValues(session, reads);
+    return linked == references.length();
+}
+
 OpcUaNode* makeChild(const OpcUa_ReferenceDescription& reference, const UaString& nodeId,
                      _OpcUaDataType dataType, const _ArrayType& shape) {
     const UaString browseName = UaQualifiedName(reference.browseName).toString();
@@ -175,6 +201,17 @@ bool COpcUaClient::browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcU
     UaByteString continuationPoint;
     UaReferenceDescriptions references;
     ChildAppender children(parent);
+    const auto link = [&](const OpcUa_ReferenceDescription& reference, UaStatus status,
+                          UaDataValues& values) {
+        _OpcUaDataType dataType = OpcUaDataType_Null;
+        _ArrayType shape{};
+        if (!takeDataType(status, values, dataType, shape)) {
+            return false;
+        }
+        const UaNodeId id(reference.nodeId.nodeId);
+        children.append(makeChild(reference, id.toXmlString(), dataType, shape));
+        return true;
+    };
     BrowseBounds bounds;
     UaStatus status = current->browse(settings, start, childrenContext(), continuationPoint, references);
     while (!status.isBad()) {
@@ -185,14 +222,8 @@ bool COpcUaClient::browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcU
             abandonRest(*current, settings, continuationPoint);
             return false;
         }
-        for (const OpcUa_ReferenceDescription& reference : references) {
-            const UaNodeId id(reference.nodeId.nodeId);
-            _OpcUaDataType dataType = OpcUaDataType_Null;
-            _ArrayType shape{};
-            if (!ReadDataType(id, dataType, shape)) {
-                return false;
-            }
-            children.append(makeChild(reference, id.toXmlString(), dataType, shape));
+        if (!readTypes(*current, references, link)) {
+            return false;
         }
         if (!morePages) {
             return true;

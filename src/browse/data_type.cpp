@@ -34,7 +34,13 @@ bool COpcUaClient::ReadDataType(UaNodeId id, _OpcUaDataType& type, _ArrayType& s
         return false;
     }
     UaDataValues values;
-    if (readValue(*current, id, values).isBad()) {
+    const UaStatus status = readValue(*current, id, values);
+    return takeDataType(status, values, type, shape);
+}
+
+bool COpcUaClient::takeDataType(UaStatus status, UaDataValues& values, _OpcUaDataType& type,
+                                _ArrayType& shape) {
+    if (status.isBad()) {
         m_errorText = result::readDataTypeText;
         return false;
     }

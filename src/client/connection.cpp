@@ -98,6 +98,7 @@ int COpcUaClient::OpcUaConnect(_OpcUaClientConfig& config) {
     const int code = openSession(config, *newSession);
     if (code == result::success) {
         const std::lock_guard<std::mutex> begin(m_sessionMutex);
+        m_sessionUrl = fieldText(config.endpointUrl);
         std::atomic_store(&m_session, std::move(newSession));
     }
     return code;
@@ -125,8 +126,20 @@ void COpcUaClient::loadConfiguration() {
     m_configuration->applicationPath = nullptr;
 }
 
+unsigned int COpcUaClient::requestsAhead(const std::string& url) {
+    const std::lock_guard<std::mutex> lock(m_sessionMutex);
+    if (m_carefulUrls.count(url) == 0) {
+        return SessionConnectInfo::defaultRequestsAhead;
+    }
+    UaTrace::write(UaTrace::Warnings, "connect",
+                   "%s gets one request at a time: a connection broke with several on their way",
+                   url.c_str());
+    return 1;
+}
+
 int COpcUaClient::openSession(_OpcUaClientConfig& config, UaSession& session) {
     SessionConnectInfo connectInfo = connectInfoFor(config);
+    connectInfo.requestsAhead = requestsAhead(std::string(fieldText(config.endpointUrl)));
     const UaString url = toUaString(fieldText(config.endpointUrl));
     SessionSecurityInfo securityInfo;
     if (asksForSecurity(config)) {
@@ -204,7 +217,11 @@ void COpcUaClient::releaseSession() {
 }
 
 void COpcUaClient::releaseSession(const SessionEnd&) {
-    std::atomic_store(&m_session, std::shared_ptr<UaSession>());
+    if (const auto ended = std::atomic_exchange(&m_session, std::shared_ptr<UaSession>())) {
+        if (ended->wasLostAhead()) {
+            m_carefulUrls.insert(m_sessionUrl);
+        }
+    }
     if (m_subscription) {
         m_callback->forgetMonitoredItems();
         m_subscription = nullptr;

@@ -16,12 +16,19 @@ inline UaNodeId idOf(const OpcUaNode& node) {
     return UaNodeId::borrow(fieldText(node.nodeId));
 }
 
+/// What an application can do about a status; for the trace, behind its name.
+inline const char* adviceOn(UaStatus status) {
+    return status.statusCode() == OpcUa_BadTooManyOperations
+               ? ": the server's operation limit is below the nodes of one request: ask for fewer a call"
+               : "";
+}
+
 /// Tells in the trace what the result code can't: why the server does not do it ("read", "written") to a
 /// node.
 inline void traceRefusal(const char* area, const OpcUaNode& node, const char* what, UaStatus status) {
     const std::string_view id = fieldText(node.nodeId);
-    UaTrace::write(UaTrace::Warnings, area, "%.*s is not %s: %s", static_cast<int>(id.size()), id.data(),
-                   what, status.name());
+    UaTrace::write(UaTrace::Warnings, area, "%.*s is not %s: %s%s", static_cast<int>(id.size()), id.data(),
+                   what, status.name(), adviceOn(status));
 }
 
 /// The records of a large panel are in no cache. A batch fetches those of the next one while it is made.

@@ -4,10 +4,14 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
+#include <string>
+#include <vector>
 
 #include <pthread.h>
 
 #include "OpcUaClientInterface.h"
+#include "client/batches.h"
 #include "client/result_codes.h"
 #include "client/visibility.h"
 #include "uabase/node_id.h"
@@ -98,6 +102,8 @@ private:
     OPCUACLIENT_LOCAL int withSession(Action action);
 
     OPCUACLIENT_LOCAL void loadConfiguration();
+    /// How many requests may be on their way to this server at a time.
+    OPCUACLIENT_LOCAL unsigned int requestsAhead(const std::string& url);
     OPCUACLIENT_LOCAL int openSession(_OpcUaClientConfig& config, UaClientSdk::UaSession& session);
     OPCUACLIENT_LOCAL int setUserIdentity(const _OpcUaClientConfig& config,
                                           UaClientSdk::SessionSecurityInfo& securityInfo);
@@ -115,25 +121,30 @@ private:
     OPCUACLIENT_LOCAL int browseRoot(OpcUaNode* root, const UaNodeId& id);
     OPCUACLIENT_LOCAL int browseKnownNode(OpcUaNode* node, const UaNodeId& id);
     OPCUACLIENT_LOCAL int browseUnder(OpcUaNode* parent, OpcUaNode* found, const UaNodeId& id);
+    /// What ReadDataType() makes of the answer to its read.
+    OPCUACLIENT_LOCAL bool takeDataType(UaStatus status, UaDataValues& values, _OpcUaDataType& type,
+                                        _ArrayType& shape);
 
-    template <typename RequestNode>
-    OPCUACLIENT_LOCAL int serveBatches(RequestNode* nodes, int count);
-    template <typename RequestNode>
-    struct Batch;
-    template <typename RequestNode>
-    OPCUACLIENT_LOCAL void nameNodes(Batch<RequestNode>& batch);
-    OPCUACLIENT_LOCAL void serve(UaClientSdk::UaSession& session, Batch<OpcUa_ReadNode>& batch);
-    OPCUACLIENT_LOCAL void serve(UaClientSdk::UaSession& session, Batch<OpcUa_WriteNode>& batch);
+    /// Calls `serve` with the connected session while this operation has it alone, or tells each node that
+    /// there is none.
+    template <typename RequestNode, typename Serve>
+    OPCUACLIENT_LOCAL int serveNodes(RequestNode* nodes, int count, Serve serve);
+    OPCUACLIENT_LOCAL void takeValues(const Batch<OpcUa_ReadNode>& batch, UaStatus status,
+                                      const UaDataValues& values);
+    OPCUACLIENT_LOCAL void takeResults(const Batch<OpcUa_WriteNode>& batch, UaStatus status,
+                                       const UaStatusCodeArray& results);
 
     /// Calls `action` with the subscription while the bookkeeping of its items is locked, or tells why not.
     template <typename Action>
     OPCUACLIENT_LOCAL int withMonitoredItems(const Failure& sinkMissing, Action action);
     OPCUACLIENT_LOCAL int addItem(UaClientSdk::UaSubscription& subscription, OpcUaNode& node,
                                   const unsigned long* index, int count);
-    struct NewItems;
-    /// Adds the next of the nodes that are left.
-    OPCUACLIENT_LOCAL void addBatch(UaClientSdk::UaSubscription& subscription, OpcUaNode* nodes, int left,
-                                    NewItems& items);
+    struct NewItem;
+    OPCUACLIENT_LOCAL int addItems(UaClientSdk::UaSubscription& subscription, OpcUaNode* nodes, int count);
+    /// Adds to `created` what came of a batch whose first item has this key. Returns the key behind the last.
+    OPCUACLIENT_LOCAL unsigned int takeItems(const Batch<OpcUaNode>& batch, unsigned int key, UaStatus status,
+                                             const UaMonitoredItemCreateResults& results,
+                                             std::vector<NewItem>& created);
     OPCUACLIENT_LOCAL int removeItem(UaClientSdk::UaSubscription& subscription, const OpcUaNode& node,
                                      const unsigned long* index, int count);
     OPCUACLIENT_LOCAL int removeAllItems(UaClientSdk::UaSubscription& subscription);
@@ -154,5 +165,7 @@ private:
     pthread_mutex_t m_mutex;     ///< serialises what uses the session
     std::unique_ptr<NodeLookup> m_lookup;
     bool m_ending = false;     ///< in the destructor
-    std::mutex m_sessionMutex; ///< held by who puts a session in place or ends it
+    std::mutex m_sessionMutex; ///< held by who puts a session in place or ends it; guards the next two, too
+    std::string m_sessionUrl;
+    std::set<std::string> m_carefulUrls; ///< connections to them broke with several requests on their way
 };

@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "client/batches.h"
 #include "client/node_record.h"
 #include "client/session_lock.h"
 #include "subscription/monitored_items_lock.h"
@@ -13,7 +14,6 @@ using namespace UaClientSdk;
 namespace {
 
 constexpr unsigned int maximumItems = 20000;
-constexpr int batchSize = 20;
 
 unsigned int keyAfter(unsigned int key) {
     return key + 1 < maximumItems ? key + 1 : 0;
@@ -29,6 +29,20 @@ void describeItem(OpcUa_MonitoredItemCreateRequest& request, const UaNodeId& id,
     request.requestedParameters.discardOldest = true;
 }
 
+/// Asks for the nodes of a batch, the first of which gets this key. Returns the key behind the last one.
+unsigned int describeItems(const Batch<OpcUaNode>& batch, unsigned int key, UaNodeId* ids,
+                           UaMonitoredItemCreateRequests& requests) {
+    requests.createViews(static_cast<OpcUa_UInt32>(batch.count));
+    for (int i = 0; i < batch.count; ++i, key = keyAfter(key)) {
+        if (i < batch.following) {
+            prefetchNodeId(batch.records[batch.count + i]);
+        }
+        ids[i] = idOf(batch.records[i]);
+        describeItem(requests[static_cast<OpcUa_UInt32>(i)], ids[i], key);
+    }
+    return key;
+}
+
 void traceRefused(const OpcUaNode& node, UaStatus status) {
     traceRefusal("subscription", node, "monitored", status);
 }
@@ -38,29 +52,16 @@ UaStatus createItems(UaSubscription& subscription, const UaMonitoredItemCreateRe
     ServiceSettings settings;
     const UaStatus status =
         subscription.createMonitoredItems(settings, OpcUa_TimestampsToReturn_Both, requests, results);
-    return complete(status, requests, results);
+    return complete(status, requests.length(), results);
 }
 
 } // namespace
 
-/// What is asked of the server in calls of a few nodes each, and what came of it.
-struct COpcUaClient::NewItems {
-    struct Item {
-        OpcUaNode* node;
-        unsigned long monitoredItemId;
-        unsigned long clientHandle;
-    };
-    UaNodeId ids[batchSize]; ///< of one call, like the requests
-    UaMonitoredItemCreateRequests requests;
-    std::vector<Item> created; ///< by all calls
-
-    unsigned long highestClientHandle() const {
-        unsigned long highest = 0;
-        for (const Item& item : created) {
-            highest = std::max(highest, item.clientHandle);
-        }
-        return highest;
-    }
+/// An item that the server has made.
+struct COpcUaClient::NewItem {
+    OpcUaNode* node;
+    unsigned long monitoredItemId;
+    unsigned long clientHandle;
 };
 
 int COpcUaClient::OpcUaAddMonitNode(OpcUaNode* node, unsigned long* index, int count) {
@@ -115,19 +116,7 @@ int COpcUaClient::OpcUaAddMultiMonitNode(OpcUaNode* nodes, int count) {
         fail(result::notConnected);
     } else {
         code = withMonitoredItems(result::monitorWithoutSink, [&](UaSubscription& subscription) {
-            NewItems items;
-            items.created.reserve(static_cast<std::size_t>(count));
-            for (int left = count; left > 0; left -= batchSize) {
-                addBatch(subscription, nodes + (count - left), left, items);
-            }
-            m_callback->expectMonitoredItems(items.highestClientHandle());
-            // Behind the last call: our records between the engine's items would strew those over so many
-            // pages that finding one for each change takes twice the time.
-            for (const NewItems::Item& item : items.created) {
-                m_callback->keepMonitoredItem(item.monitoredItemId, item.clientHandle, *item.node, {});
-                item.node->result = result::success;
-            }
-            return result::success;
+            return addItems(subscription, nodes, count);
         });
     }
     if (code == result::success) {
@@ -138,31 +127,61 @@ int COpcUaClient::OpcUaAddMultiMonitNode(OpcUaNode* nodes, int count) {
     return current && code == result::notConnected.code ? code : result::success;
 }
 
-void COpcUaClient::addBatch(UaSubscription& subscription, OpcUaNode* nodes, int left, NewItems& items) {
-    auto& [ids, requests, created] = items;
-    const int count = std::min(left, batchSize);
-    requests.createViews(static_cast<OpcUa_UInt32>(count));
-    for (OpcUa_UInt32 i = 0; i < requests.length(); ++i) {
-        if (static_cast<int>(i) + count < left) {
-            prefetchNodeId(nodes[i + requests.length()]);
+int COpcUaClient::addItems(UaSubscription& subscription, OpcUaNode* nodes, int count) {
+    std::vector<NewItem> created;
+    created.reserve(static_cast<std::size_t>(count));
+    Batches<OpcUaNode> asked(nodes, count);
+    Batches<OpcUaNode> answered(nodes, count);
+    unsigned int answeredKey = m_monitoredItemHandle;
+    UaNodeId ids[batchSize];
+    CreateItemsSequence sequence;
+    sequence.next = [&](UaMonitoredItemCreateRequests& requests) {
+        const bool more = asked.next();
+        if (more) {
+            m_monitoredItemHandle = describeItems(asked.current(), m_monitoredItemHandle, ids, requests);
         }
-        ids[i] = idOf(nodes[i]);
-        describeItem(requests[i], ids[i], m_monitoredItemHandle);
-        m_monitoredItemHandle = keyAfter(m_monitoredItemHandle);
+        return more;
+    };
+    sequence.answered = [&](UaStatus status, const UaMonitoredItemCreateResults& results) {
+        answered.next();
+        answeredKey = takeItems(answered.current(), answeredKey, status, results, created);
+        return true;
+    };
+    ServiceSettings settings;
+    subscription.createMonitoredItems(settings, OpcUa_TimestampsToReturn_Both, sequence);
+
+    unsigned long highest = 0;
+    for (const NewItem& item : created) {
+        highest = std::max(highest, item.clientHandle);
     }
-    UaMonitoredItemCreateResults results;
-    const UaStatus serviceStatus = createItems(subscription, requests, results);
-    for (OpcUa_UInt32 i = 0; i < requests.length(); ++i) {
-        const UaStatus status = serviceStatus.isGood() ? UaStatus(results[i].statusCode) : serviceStatus;
-        if (status.isNotGood()) {
-            traceRefused(nodes[i], status);
-            if (serviceStatus.isGood()) {
-                fail(result::monitorFailed);
-            }
-            nodes[i].result = result::monitorFailed.code;
+    m_callback->expectMonitoredItems(highest);
+    // Behind the last call: our records between the engine's items would strew those over so many pages that
+    // finding one for each change takes twice the time.
+    for (const NewItem& item : created) {
+        m_callback->keepMonitoredItem(item.monitoredItemId, item.clientHandle, *item.node, {});
+        item.node->result = result::success;
+    }
+    return result::success;
+}
+
+unsigned int COpcUaClient::takeItems(const Batch<OpcUaNode>& batch, unsigned int key, UaStatus status,
+                                     const UaMonitoredItemCreateResults& results,
+                                     std::vector<NewItem>& created) {
+    const UaStatus serviceStatus = complete(status, static_cast<OpcUa_UInt32>(batch.count), results);
+    for (int i = 0; i < batch.count; ++i, key = keyAfter(key)) {
+        OpcUaNode& node = batch.records[i];
+        const auto place = static_cast<OpcUa_UInt32>(i);
+        const UaStatus itemStatus =
+            serviceStatus.isGood() ? UaStatus(results[place].statusCode) : serviceStatus;
+        if (!itemStatus.isNotGood()) {
+            created.push_back({&node, results[place].monitoredItemId, key + 1UL});
             continue;
         }
-        created.push_back(
-            {&nodes[i], results[i].monitoredItemId, requests[i].requestedParameters.clientHandle});
+        traceRefused(node, itemStatus);
+        if (serviceStatus.isGood()) {
+            fail(result::monitorFailed);
+        }
+        node.result = result::monitorFailed.code;
     }
+    return key;
 }

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "client/batches.h"
 #include "client/mutex_lock.h"
 #include "client/node_record.h"
 #include "client/opcua_client.h"
@@ -11,26 +12,12 @@
 
 namespace {
 
-/// Records of one service call.
-constexpr int batchSize = 20;
-
 template <typename RequestNode>
 void setResults(RequestNode* nodes, int count, int code) {
     for (int i = 0; i < count; ++i) {
         nodes[i].node->result = code;
     }
 }
-
-template <typename RequestNode>
-struct RequestOf;
-template <>
-struct RequestOf<OpcUa_ReadNode> {
-    using Elements = UaReadValueIds;
-};
-template <>
-struct RequestOf<OpcUa_WriteNode> {
-    using Elements = UaWriteValues;
-};
 
 /// What an answer is worth: one that doesn't fit its question, result by result, can't be told apart.
 template <typename Answers>
@@ -42,38 +29,46 @@ UaStatus checked(UaStatus status, const Answers& answers, int questions) {
 void traceFailure(const char* service, UaStatus status, const OpcUaNode& first, int count) {
     const std::string_view id = fieldText(first.nodeId);
     UaTrace::write(UaTrace::Errors, "values", "%s of %d nodes from %.*s on failed: %s%s", service, count,
-                   static_cast<int>(id.size()), id.data(), status.name(),
-                   status.statusCode() == OpcUa_BadTooManyOperations
-                       ? ": the server's operation limit is below the nodes of one call"
-                       : "");
+                   static_cast<int>(id.size()), id.data(), status.name(), adviceOn(status));
+}
+
+/// The nodes of a service call, as the server is told them.
+class NodeNames {
+public:
+    /// Names the values of a batch. The request borrows the names until the next batch.
+    template <typename RequestNode, typename Request>
+    void put(const Batch<RequestNode>& batch, Request& request) {
+        request.createViews(static_cast<OpcUa_UInt32>(batch.count));
+        for (int i = 0; i < batch.count; ++i) {
+            if (i < batch.following) {
+                prefetchRecord(*batch.records[batch.count + i].node);
+            }
+            m_ids[i] = idOf(*batch.records[i].node);
+            nameValue(request[static_cast<OpcUa_UInt32>(i)], m_ids[i]);
+        }
+    }
+
+private:
+    UaNodeId m_ids[batchSize];
+};
+
+/// `values` have to stay as they are until the request has gone.
+void lendValues(const Batch<OpcUa_WriteNode>& batch, UaVariant* values, UaWriteValues& request) {
+    for (int i = 0; i < batch.count; ++i) {
+        OpcUa_WriteNode& record = batch.records[i];
+        const bool taken = takeValue(values[i], record.node->dataType, record.value, record.size);
+        // A record whose type sets nothing writes what the one before it wrote.
+        if (!taken && i > 0) {
+            values[i] = values[i - 1];
+        }
+        lendValue(request[static_cast<OpcUa_UInt32>(i)], values[i]);
+    }
 }
 
 } // namespace
 
-/// The records of one service call. What names them to the server is kept from one call to the next.
-template <typename RequestNode>
-struct COpcUaClient::Batch {
-    RequestNode* nodes = nullptr;
-    int count = 0;
-    int following = 0; ///< records behind these
-    UaNodeId ids[batchSize];
-    typename RequestOf<RequestNode>::Elements request;
-};
-
-template <typename RequestNode>
-void COpcUaClient::nameNodes(Batch<RequestNode>& batch) {
-    batch.request.createViews(static_cast<OpcUa_UInt32>(batch.count));
-    for (int i = 0; i < batch.count; ++i) {
-        if (i < batch.following) {
-            prefetchRecord(*batch.nodes[batch.count + i].node);
-        }
-        batch.ids[i] = idOf(*batch.nodes[i].node);
-        nameValue(batch.request[static_cast<OpcUa_UInt32>(i)], batch.ids[i]);
-    }
-}
-
-template <typename RequestNode>
-int COpcUaClient::serveBatches(RequestNode* nodes, int count) {
+template <typename RequestNode, typename Serve>
+int COpcUaClient::serveNodes(RequestNode* nodes, int count, Serve serve) {
     if (!nodes || count < 1) {
         return fail(result::invalidArgument);
     }
@@ -84,75 +79,85 @@ int COpcUaClient::serveBatches(RequestNode* nodes, int count) {
         // Without a session the nodes' own results tell all.
         return current ? result::notConnected.code : result::success;
     }
-    Batch<RequestNode> batch;
-    for (int left = count; left > 0; left -= batchSize) {
-        batch.nodes = nodes + (count - left);
-        batch.count = std::min(left, batchSize);
-        batch.following = left - batch.count;
-        serve(*current, batch);
-    }
+    serve(*current);
     return result::success;
 }
 
-void COpcUaClient::serve(UaClientSdk::UaSession& session, Batch<OpcUa_ReadNode>& batch) {
-    nameNodes(batch);
-    OpcUa_ReadNode* const nodes = batch.nodes;
-    const int count = batch.count;
-    UaDataValues answers;
-    const UaStatus status = checked(readValues(session, batch.request, answers), answers, count);
+int COpcUaClient::OpcUaGetMultiValue(OpcUa_ReadNode* nodes, int count) {
+    return serveNodes(nodes, count, [&](UaClientSdk::UaSession& session) {
+        NodeNames names;
+        Batches<OpcUa_ReadNode> asked(nodes, count);
+        Batches<OpcUa_ReadNode> answered(nodes, count);
+        UaClientSdk::ReadSequence reads;
+        reads.next = [&](UaReadValueIds& request) {
+            const bool more = asked.next();
+            if (more) {
+                names.put(asked.current(), request);
+            }
+            return more;
+        };
+        reads.answered = [&](UaStatus status, const UaDataValues& values) {
+            answered.next();
+            takeValues(answered.current(), status, values);
+            return true;
+        };
+        readValues(session, reads);
+    });
+}
+
+void COpcUaClient::takeValues(const Batch<OpcUa_ReadNode>& batch, UaStatus status,
+                              const UaDataValues& values) {
+    status = checked(status, values, batch.count);
     if (status.isBad()) {
-        traceFailure("reading", status, *nodes->node, count);
-        setResults(nodes, count, fail(result::readFailed));
+        traceFailure("reading", status, *batch.records->node, batch.count);
+        setResults(batch.records, batch.count, fail(result::readFailed));
         return;
     }
-    for (int i = 0; i < count; ++i) {
-        OpcUaNode& node = *nodes[i].node;
-        const OpcUa_DataValue& answer = answers[static_cast<OpcUa_UInt32>(i)];
+    for (int i = 0; i < batch.count; ++i) {
+        OpcUa_ReadNode& record = batch.records[i];
+        OpcUaNode& node = *record.node;
+        const OpcUa_DataValue& answer = values[static_cast<OpcUa_UInt32>(i)];
         if (OpcUa_IsNotGood(answer.status)) {
             traceNotRead(node, answer.status);
             node.result = fail(result::readFailed);
             continue;
         }
-        storeValue(UaVariant::borrow(answer.value), node.dataType, nodes[i].value, nodes[i].size);
+        storeValue(UaVariant::borrow(answer.value), node.dataType, record.value, record.size);
         node.result = result::success;
     }
 }
 
-void COpcUaClient::serve(UaClientSdk::UaSession& session, Batch<OpcUa_WriteNode>& batch) {
-    nameNodes(batch);
-    OpcUa_WriteNode* const nodes = batch.nodes;
-    const int count = batch.count;
-    UaVariant values[batchSize];
-    for (int i = 0; i < count; ++i) {
-        const bool taken = takeValue(values[i], nodes[i].node->dataType, nodes[i].value, nodes[i].size);
-        // A record whose type sets nothing writes what the one before it wrote.
-        if (!taken && i > 0) {
-            values[i] = values[i - 1];
+/// One batch after the other: of two values for one node the later one has to arrive later.
+int COpcUaClient::OpcUaSetMultiValue(OpcUa_WriteNode* nodes, int count) {
+    return serveNodes(nodes, count, [&](UaClientSdk::UaSession& session) {
+        NodeNames names;
+        UaWriteValues request;
+        for (Batches<OpcUa_WriteNode> batches(nodes, count); batches.next();) {
+            names.put(batches.current(), request);
+            UaVariant values[batchSize];
+            lendValues(batches.current(), values, request);
+            UaStatusCodeArray results;
+            const UaStatus status = writeValues(session, request, results);
+            takeResults(batches.current(), status, results);
         }
-        lendValue(batch.request[static_cast<OpcUa_UInt32>(i)], values[i]);
-    }
-    UaStatusCodeArray answers;
-    const UaStatus status = checked(writeValues(session, batch.request, answers), answers, count);
+    });
+}
+
+void COpcUaClient::takeResults(const Batch<OpcUa_WriteNode>& batch, UaStatus status,
+                               const UaStatusCodeArray& results) {
+    status = checked(status, results, batch.count);
     if (status.isBad()) {
-        traceFailure("writing", status, *nodes->node, count);
-        setResults(nodes, count, fail(result::writeFailed));
+        traceFailure("writing", status, *batch.records->node, batch.count);
+        setResults(batch.records, batch.count, fail(result::writeFailed));
         return;
     }
-    for (int i = 0; i < count; ++i) {
-        OpcUaNode& node = *nodes[i].node;
+    for (int i = 0; i < batch.count; ++i) {
+        OpcUaNode& node = *batch.records[i].node;
         node.result = result::success;
-        const UaStatus written = answers[static_cast<OpcUa_UInt32>(i)];
+        const UaStatus written = results[static_cast<OpcUa_UInt32>(i)];
         if (written.isNotGood()) {
             traceNotWritten(node, written);
             node.result = fail(result::writeFailed);
         }
     }
-}
-
-int COpcUaClient::OpcUaGetMultiValue(OpcUa_ReadNode* nodes, int count) {
-    return serveBatches(nodes, count);
-}
-
-int COpcUaClient::OpcUaSetMultiValue(OpcUa_WriteNode* nodes, int count) {
-    return serveBatches(nodes, count);
 }

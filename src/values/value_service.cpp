@@ -14,7 +14,12 @@ UaStatus readValues(UaClientSdk::UaSession& session, const UaReadValueIds& nodes
     UaDiagnosticInfos diagnostics;
     const UaStatus status =
         session.read(settings, 0, OpcUa_TimestampsToReturn_Both, nodes, values, diagnostics);
-    return complete(status, nodes, values);
+    return complete(status, nodes.length(), values);
+}
+
+void readValues(UaClientSdk::UaSession& session, const UaClientSdk::ReadSequence& sequence) {
+    UaClientSdk::ServiceSettings settings = callSettings();
+    session.read(settings, 0, OpcUa_TimestampsToReturn_Both, sequence);
 }
 
 UaStatus readValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaDataValues& values) {
@@ -43,7 +48,7 @@ UaStatus writeValues(UaClientSdk::UaSession& session, const UaWriteValues& value
     UaClientSdk::ServiceSettings settings = callSettings();
     UaDiagnosticInfos diagnostics;
     const UaStatus status = session.write(settings, values, results, diagnostics);
-    return complete(status, values, results);
+    return complete(status, values.length(), results);
 }
 
 bool writeValue(UaClientSdk::UaSession& session, const OpcUaNode& node, const UaVariant& value) {

@@ -39,6 +39,8 @@ const std::string counter = rack + "Moving.Counter";
 
 class Monitor : public Plant {
 protected:
+    using Plant::Plant;
+
     void start(const Arguments& rest) { m_program.emplace(program(), call("monitor", rest)); }
     void startJson(Arguments rest) {
         rest.insert(rest.end(), {"--json", "--interval", "100"});
@@ -86,6 +88,12 @@ protected:
     }
 
     std::optional<ChildProcess> m_program;
+};
+
+/// A server that takes fewer items in one request than the library sends.
+class StrictMonitor : public Monitor {
+protected:
+    StrictMonitor() : Monitor({"--max-nodes-per-monitor", "7"}) {}
 };
 
 /// The program on a terminal.
@@ -257,6 +265,15 @@ TEST_F(Monitor, GoesOnBesidesNodesThatCannotBeMonitored) {
     const CliResult none = cli("monitor", {"ns=2;s=Nowhere", "/Plant/Nowhere", "--json"});
     EXPECT_EQ(none.exitCode, 1);
     EXPECT_THAT(none.output, AllOf(HasSubstr(R"("event":"leftOut")"), HasSubstr(R"("event":"refused")")));
+}
+
+TEST_F(StrictMonitor, AsksForAsManyItemsAsTheServerTakes) {
+    Arguments nodes;
+    for (int i = 100; i < 145; ++i)
+        nodes.push_back(rack + "Many.Variable0" + std::to_string(i));
+    startJson(nodes);
+    EXPECT_EQ(awaitNodes(nodes.size()).size(), nodes.size());
+    EXPECT_EQ(endBy(SIGINT), 130);
 }
 
 TEST_F(Monitor, NamesNodesOfWhichNothingComes) {

@@ -64,12 +64,6 @@ bool writeAll(int socket, const char* source, std::size_t count) {
     return true;
 }
 
-bool passBytes(int from, int to) {
-    char buffer[65536];
-    const ssize_t got = recv(from, buffer, sizeof buffer, 0);
-    return got > 0 && writeAll(to, buffer, static_cast<std::size_t>(got));
-}
-
 void sendWithoutDelay(int socket) {
     const int on = 1;
     setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -144,6 +138,11 @@ void MessageProxy::changeServerMessages(std::function<void(std::vector<char>& bo
     m_change = std::move(change);
 }
 
+void MessageProxy::watchClients(std::function<void(const char* bytes, std::size_t count)> watch) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_watch = std::move(watch);
+}
+
 void MessageProxy::closeAll() {
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (const Link& link : m_links) {
@@ -185,7 +184,7 @@ void MessageProxy::serve(Link link) {
         }
         waitWhilePaused();
         if (entries[0].revents != 0) {
-            alive = passBytes(link.client, link.server);
+            alive = passClientBytes(link);
         }
         if (alive && entries[1].revents != 0) {
             alive = passServerMessage(link);
@@ -200,6 +199,22 @@ void MessageProxy::serve(Link link) {
     }
     close(link.client);
     close(link.server);
+}
+
+bool MessageProxy::passClientBytes(const Link& link) {
+    char buffer[65536];
+    const ssize_t got = recv(link.client, buffer, sizeof buffer, 0);
+    if (got <= 0) {
+        return false;
+    }
+    const auto count = static_cast<std::size_t>(got);
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_watch) {
+            m_watch(buffer, count);
+        }
+    }
+    return writeAll(link.server, buffer, count);
 }
 
 bool MessageProxy::passServerMessage(const Link& link) {

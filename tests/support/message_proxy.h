@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -34,6 +35,8 @@ public:
     void resume();
     /// Shows every message of the server, without its header of 8 bytes, to `change` before it goes on.
     void changeServerMessages(std::function<void(std::vector<char>& body)> change);
+    /// Shows what clients send, in pieces of any length, before it goes on.
+    void watchClients(std::function<void(const char* bytes, std::size_t count)> watch);
     /// Closes every connection.
     void closeAll();
 
@@ -50,6 +53,7 @@ private:
 
     void acceptLoop();
     void serve(Link link);
+    bool passClientBytes(const Link& link);
     bool passServerMessage(const Link& link);
     bool mayPass();
     void waitWhilePaused();
@@ -68,6 +72,7 @@ private:
     bool m_paused = false;
     std::condition_variable m_resumed;
     std::function<void(std::vector<char>&)> m_change;
+    std::function<void(const char*, std::size_t)> m_watch;
     std::vector<Link> m_links;
     std::vector<std::thread> m_threads;
 };

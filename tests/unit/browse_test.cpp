@@ -118,6 +118,13 @@ TEST_F(Browse, ReadsEveryChildsValueOnceAndInOrder) {
     }
 }
 
+TEST_F(Browse, ReadsOfAPageNeedNotWaitForEachOther) {
+    answerReferences(twoChildren);
+    EXPECT_EQ(m_client->OpcUaBrowse(nullptr), 0);
+    EXPECT_EQ(script().sequences(), 1);
+    EXPECT_THAT(script().requests<ReadRequest>(), SizeIs(2));
+}
+
 TEST_F(Browse, NeverAsksWhetherTheSessionIsConnected) {
     answerReferences(twoChildren);
     script().onIsConnected = [] { return false; };

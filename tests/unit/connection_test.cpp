@@ -28,6 +28,10 @@ protected:
         return requests.front();
     }
 
+    static standin::ConnectRequest lastRequest() {
+        return script().requests<standin::ConnectRequest>().back();
+    }
+
     void expectNoSession() {
         script().forgetCalls();
         EXPECT_EQ(m_client->OpcUaDisConnect(), 3);
@@ -115,6 +119,24 @@ TEST_F(Connect, TimeoutIsTheConnectTimeout) {
         EXPECT_EQ(tryConnect(), 0);
         EXPECT_EQ(request().info.connectTimeout, timeout);
     }
+}
+
+TEST_F(Connect, LetsSeveralRequestsBeOnTheirWay) {
+    EXPECT_EQ(tryConnect(), 0);
+    EXPECT_EQ(request().info.requestsAhead, 16U);
+}
+
+TEST_F(Connect, AfterOneThatBrokeWithSeveralOnTheirWayGoesOneByOne) {
+    EXPECT_EQ(tryConnect(), 0);
+    script().onWasLostAhead = [] { return true; };
+    EXPECT_EQ(tryConnect(), 0);
+    EXPECT_EQ(lastRequest().info.requestsAhead, 1U);
+    script().onWasLostAhead = [] { return false; };
+    EXPECT_EQ(tryConnect(), 0);
+    EXPECT_EQ(lastRequest().info.requestsAhead, 1U);
+    m_config = makeConfig("opc.tcp://another:4840");
+    EXPECT_EQ(tryConnect(), 0);
+    EXPECT_EQ(lastRequest().info.requestsAhead, 16U);
 }
 
 TEST_F(Connect, TimeoutOfZeroOrLessLeavesTheSdksDefault) {

@@ -290,6 +290,14 @@ TEST_F(MonitoredItems, ManyAreSentInBatchesOfTwenty) {
     }
 }
 
+TEST_F(MonitoredItems, BatchesNeedNotWaitForEachOther) {
+    watchFromHere();
+    auto nodes = manyNodes(45);
+    EXPECT_EQ(addMany(nodes), 0);
+    EXPECT_EQ(script().sequences(), 1);
+    EXPECT_EQ(batchSizes(), (std::vector<std::size_t>{20, 20, 5}));
+}
+
 TEST_F(MonitoredItems, ManyKeepTheirOrder) {
     auto nodes = manyNodes(45);
     ASSERT_EQ(addMany(nodes), 0);

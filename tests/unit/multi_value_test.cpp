@@ -541,6 +541,19 @@ TEST_F(MultiRead, ChangesNothingInARecordButTheResult) {
     EXPECT_EQ(std::memcmp(&expected, &m_nodes[0], sizeof(expected)), 0);
 }
 
+TEST_F(MultiRead, BatchesNeedNotWaitForEachOther) {
+    addInt32(45);
+    EXPECT_EQ(read(), 0);
+    EXPECT_EQ(script().sequences(), 1);
+    EXPECT_EQ(sentBatches<ReadRequest>(), batchesOf(45));
+}
+
+TEST_F(MultiWrite, BatchesWaitForEachOther) {
+    addInt32(45);
+    EXPECT_EQ(write(), 0);
+    EXPECT_EQ(script().sequences(), 0);
+}
+
 TEST_F(MultiRead, HoldsTheClientMutexOverAllBatches) {
     addInt32(45);
     EXPECT_EQ(read(), 0);

@@ -45,6 +45,10 @@ void Connection::close() {
     shutdown(m_socket, SHUT_RDWR);
 }
 
+void Connection::finish() {
+    shutdown(m_socket, SHUT_WR);
+}
+
 void Connection::adopt(std::uint32_t channelId, std::uint32_t tokenId, const Bytes& clientNonce,
                        const Bytes& serverNonce, bool encrypting) {
     const std::lock_guard<std::mutex> lock(m_sending);

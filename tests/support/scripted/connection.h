@@ -58,8 +58,10 @@ public:
                      std::optional<std::uint32_t> tokenId = {});
     /// A chunk's bytes, which take a sequence number.
     Bytes bytesOf(const Chunk& chunk);
-    /// Hangs up. The client may still read what was sent.
+    /// Hangs up. The client may still read what was sent, unless what it sends itself meets a reset.
     void close();
+    /// Sends nothing any more, and goes on reading: all that was sent arrives, and then the end.
+    void finish();
     bool isOpen() const { return m_open; }
 
     std::uint32_t channelId() const { return m_channelId; }

@@ -16,6 +16,7 @@ void Script::reset() {
     onConnect = nullptr;
     onDisconnect = nullptr;
     onIsConnected = nullptr;
+    onWasLostAhead = nullptr;
     onRead = nullptr;
     onWrite = nullptr;
     onBrowse = nullptr;
@@ -35,6 +36,7 @@ void Script::reset() {
 void Script::forgetCalls() {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_calls.clear();
+    m_sequences = 0;
 }
 
 void Script::record(std::string operation, const void* object, Arguments arguments) {

@@ -73,6 +73,24 @@ UaStatus UaSession::read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_T
     return OpcUa_Good;
 }
 
+/// One by one: what goes out at the same time is no matter of a script.
+void UaSession::read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_TimestampsToReturn timestamps,
+                     const ReadSequence& sequence) {
+    script().countSequence();
+    UaReadValueIds nodes;
+    bool goesOn = true;
+    while (goesOn && sequence.next(nodes)) {
+        UaDataValues values;
+        UaDiagnosticInfos diagnostics;
+        const UaStatus status = read(settings, maxAge, timestamps, nodes, values, diagnostics);
+        goesOn = sequence.answered(status, values);
+    }
+}
+
+bool UaSession::wasLostAhead() const {
+    return script().onWasLostAhead && script().onWasLostAhead();
+}
+
 UaStatus UaSession::write(ServiceSettings& settings, const UaWriteValues& nodesToWrite,
                           UaStatusCodeArray& results, UaDiagnosticInfos&) {
     standin::WriteRequest request{settings, {}};

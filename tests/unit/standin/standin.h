@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -142,7 +143,8 @@ struct Call {
 };
 
 /// Records and answers. Every answer has a default: services succeed, reads give good empty values, writes
-/// good results, browses and queries nothing; a session is connected from connect to disconnect, and owns its
+/// good results, browses and queries nothing; a sequence is served one request after the other, each as the
+/// operation for a single one; a session is connected from connect to disconnect, and owns its
 /// subscriptions until then. A monitored item's id is its client handle + 5000. The stand-in reports nothing
 /// by itself: that is sessionCallback()'s and subscriptionCallback()'s to do.
 class UASDK_EXPORT Script {
@@ -150,6 +152,8 @@ public:
     std::function<UaStatus(const ConnectRequest&)> onConnect;
     std::function<UaStatus(const DisconnectRequest&)> onDisconnect;
     std::function<bool()> onIsConnected;
+    /// Asked without a record.
+    std::function<bool()> onWasLostAhead;
     std::function<UaStatus(const ReadRequest&, UaDataValues&)> onRead;
     std::function<UaStatus(const WriteRequest&, UaStatusCodeArray&)> onWrite;
     std::function<UaStatus(const BrowseRequest&, UaByteString&, UaReferenceDescriptions&)> onBrowse;
@@ -172,6 +176,9 @@ public:
     void record(std::string operation, const void* object = nullptr, Arguments arguments = {});
 
     std::vector<Call> calls() const;
+    /// Sequences of requests that were handed over whole: their requests need not wait for each other.
+    int sequences() const { return m_sequences; }
+    void countSequence() { ++m_sequences; }
     /// Names of the calls in order.
     std::vector<std::string> operations() const;
     /// Arguments of all calls of one kind, in order.
@@ -197,6 +204,7 @@ public:
 private:
     mutable std::mutex m_mutex;
     std::vector<Call> m_calls;
+    std::atomic<int> m_sequences{0};
     UaClientSdk::UaSessionCallback* m_sessionCallback = nullptr;
     UaClientSdk::UaSubscriptionCallback* m_subscriptionCallback = nullptr;
 };

@@ -38,6 +38,18 @@ UaStatus UaSubscription::createMonitoredItems(ServiceSettings& settings, OpcUa_T
     return OpcUa_Good;
 }
 
+void UaSubscription::createMonitoredItems(ServiceSettings& settings, OpcUa_TimestampsToReturn timestamps,
+                                          const CreateItemsSequence& sequence) {
+    script().countSequence();
+    UaMonitoredItemCreateRequests items;
+    bool goesOn = true;
+    while (goesOn && sequence.next(items)) {
+        UaMonitoredItemCreateResults results;
+        const UaStatus status = createMonitoredItems(settings, timestamps, items, results);
+        goesOn = sequence.answered(status, results);
+    }
+}
+
 UaStatus UaSubscription::deleteMonitoredItems(ServiceSettings& settings,
                                               const UaUInt32Array& monitoredItemIds,
                                               UaStatusCodeArray& results) {

@@ -1,6 +1,7 @@
 #include "link.h"
 
 #include "../interrupt.h"
+#include "../nodes/call_size.h"
 #include "../text/time_text.h"
 
 #include <algorithm>
@@ -53,10 +54,11 @@ void Link::subscribe() {
 }
 
 void Link::addAll() {
-    for (std::size_t done = 0; done < m_nodes->size(); done += nodesPerCall) {
+    const std::size_t size = callSize(m_connection, Limited::MonitoredItems, m_nodes->size(), nodesPerCall);
+    for (std::size_t done = 0; done < m_nodes->size(); done += size) {
         throwIfInterrupted();
         std::vector<OpcUaNode> records;
-        for (std::size_t i = done; i < std::min(done + nodesPerCall, m_nodes->size()); ++i)
+        for (std::size_t i = done; i < std::min(done + size, m_nodes->size()); ++i)
             records.push_back(recordFor((*m_nodes)[i].node.nodeId));
         m_connection.throwIfLost(
             m_connection.client().OpcUaAddMultiMonitNode(records.data(), static_cast<int>(records.size())));

@@ -1,13 +1,12 @@
 #include "value_access.h"
 
 #include "../interrupt.h"
+#include "call_size.h"
 #include "node_info.h"
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <utility>
-#include <variant>
 #include <vector>
 
 namespace opcua_cli {
@@ -16,20 +15,6 @@ namespace {
 /// Nodes of one call of the library, which asks the server for 20 of them at a time: a long job can be
 /// interrupted between two calls.
 constexpr std::size_t nodesPerCall = 500;
-constexpr std::size_t nodesPerRequest = 20;
-
-/// OPC UA Part 5, 6.3.11.
-constexpr const char* maxNodesPerReadId = "i=11705";
-constexpr const char* maxNodesPerWriteId = "i=11707";
-
-/// The library sends 20 nodes in one request. A server that takes fewer would refuse them all.
-std::size_t callSize(Connection& connection, const char* limitId, std::size_t count) {
-    if (count < 2)
-        return nodesPerCall;
-    const ReadResult result = connection.read(limitId, OpcUaDataType_UInt32);
-    const auto* limit = std::get_if<std::uint32_t>(&result.value);
-    return limit != nullptr && *limit > 0 && *limit < nodesPerRequest ? *limit : nodesPerCall;
-}
 
 using ReadOperation = int (COpcUaClientInterface::*)(OpcUa_ReadNode*, int);
 using WriteOperation = int (COpcUaClientInterface::*)(OpcUa_WriteNode*, int);
@@ -76,7 +61,7 @@ ReadResult taken(Connection& connection, const ReadItem& item, int resultCode, c
 } // namespace
 
 std::vector<ReadResult> readMany(Connection& connection, const std::vector<ReadItem>& items) {
-    const std::size_t size = callSize(connection, maxNodesPerReadId, items.size());
+    const std::size_t size = callSize(connection, Limited::Reads, items.size(), nodesPerCall);
     std::vector<ReadResult> results;
     for (std::size_t first = 0; first < items.size(); first += size) {
         throwIfInterrupted();
@@ -93,7 +78,7 @@ std::vector<ReadResult> readMany(Connection& connection, const std::vector<ReadI
 }
 
 std::vector<int> writeMany(Connection& connection, const std::vector<WriteItem>& items) {
-    const std::size_t size = callSize(connection, maxNodesPerWriteId, items.size());
+    const std::size_t size = callSize(connection, Limited::Writes, items.size(), nodesPerCall);
     std::vector<int> results;
     for (std::size_t first = 0; first < items.size(); first += size) {
         throwIfInterrupted();

@@ -8,6 +8,7 @@
 #include "uabase/status.h"
 #include "uabase/string.h"
 #include "uaclient/callbacks.h"
+#include "uaclient/request_sequence.h"
 #include "uaclient/security_info.h"
 #include "uaclient/service_settings.h"
 #include "uaclient/session_connect_info.h"
@@ -51,10 +52,16 @@ public:
     /// Waits for a callback that is running, except when called by it.
     UaStatus disconnect(ServiceSettings& settings, bool deleteSubscriptions);
     bool isConnected() const;
+    /// Whether the latest connection was lost while several requests of a sequence were on their way. It may
+    /// be that the server can't do with that: SessionConnectInfo::requestsAhead.
+    bool wasLostAhead() const;
 
     /// OPC UA Part 4, 5.11.2. On success `values` has as many elements as `nodesToRead`.
     UaStatus read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_TimestampsToReturn timestamps,
                   const UaReadValueIds& nodesToRead, UaDataValues& values, UaDiagnosticInfos& diagnostics);
+    /// The same for requests that need not wait for each other.
+    void read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_TimestampsToReturn timestamps,
+              const ReadSequence& sequence);
     /// OPC UA Part 4, 5.11.4. On success `results` has as many elements as `nodesToWrite`.
     UaStatus write(ServiceSettings& settings, const UaWriteValues& nodesToWrite, UaStatusCodeArray& results,
                    UaDiagnosticInfos& diagnostics);

@@ -23,10 +23,14 @@ struct SessionConnectInfo {
     OpcUa_UInt32 watchdogInterval = 5000;
     /// ...and taken for silent when something was asked for and nothing came for this time.
     OpcUa_UInt32 watchdogTimeout = 5000;
+    /// How many requests of a sequence may be on their way at a time, 16 at the most; 1: each waits for the
+    /// answer to the one before it.
+    OpcUa_UInt32 requestsAhead = defaultRequestsAhead;
     /// Has no effect: a connection that is lost stays lost until the application connects anew.
     bool automaticReconnect = true;
 
     static constexpr OpcUa_Int32 defaultConnectTimeout = 5000;
+    static constexpr OpcUa_UInt32 defaultRequestsAhead = 16;
     /// What connectTimeout stands for.
     OpcUa_Int32 effectiveConnectTimeout() const {
         return connectTimeout > 0 ? connectTimeout : defaultConnectTimeout;

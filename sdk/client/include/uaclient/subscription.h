@@ -4,6 +4,7 @@
 
 #include "uabase/arrays.h"
 #include "uabase/status.h"
+#include "uaclient/request_sequence.h"
 #include "uaclient/service_settings.h"
 #include "uastack/export.h"
 
@@ -36,6 +37,9 @@ public:
     UaStatus createMonitoredItems(ServiceSettings& settings, OpcUa_TimestampsToReturn timestamps,
                                   const UaMonitoredItemCreateRequests& items,
                                   UaMonitoredItemCreateResults& results);
+    /// The same for requests that need not wait for each other.
+    void createMonitoredItems(ServiceSettings& settings, OpcUa_TimestampsToReturn timestamps,
+                              const CreateItemsSequence& sequence);
     /// OPC UA Part 4, 5.13.6. On success `results` has as many elements as `monitoredItemIds`.
     UaStatus deleteMonitoredItems(ServiceSettings& settings, const UaUInt32Array& monitoredItemIds,
                                   UaStatusCodeArray& results);

@@ -4,6 +4,9 @@
 #include <iterator>
 #include <new>
 
+#include "calls/call.h"
+#include "calls/call_series.h"
+#include "calls/reading_turn.h"
 #include "uabase/date_time.h"
 #include "uabase/trace.h"
 
@@ -29,82 +32,6 @@ bool leavesConnection(UaStatus status) {
 }
 
 } // namespace
-
-/// A call, on the stack of its thread.
-struct Pipe::Call {
-    std::uint32_t requestId = 0;
-    bool waits = false; ///< for another thread to read, or to pass the reading on
-    bool mayRead = false;
-    bool answered = false;
-    UaStatus status;
-    std::vector<OpcUa_Byte> body;
-    std::condition_variable wakeUp;
-};
-
-/// The right to read.
-class Pipe::ReadingTurn {
-public:
-    explicit ReadingTurn(Pipe& pipe) : m_pipe(pipe) {}
-    ~ReadingTurn() { release(); }
-    ReadingTurn(const ReadingTurn&) = delete;
-    ReadingTurn& operator=(const ReadingTurn&) = delete;
-
-    bool isHeld() const { return m_held; }
-    /// Takes it if nobody has it. The pipe is locked.
-    void tryTakeLocked() {
-        m_held = m_held || !m_pipe.m_reading;
-        m_pipe.m_reading = true;
-    }
-    /// Takes what another thread has passed on. The pipe is locked.
-    void inherit() { m_held = true; }
-    /// Without the pipe's lock, after a take: the idle reader would wake for an answer that is not for it.
-    void keepIdleReaderOut() {
-        IdleReader* const idle = m_pipe.m_idleReader;
-        if (m_held && idle != nullptr) {
-            idle->leaveSocket();
-        }
-    }
-    void tryTake() {
-        {
-            const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
-            tryTakeLocked();
-        }
-        keepIdleReaderOut();
-    }
-    void release();
-
-private:
-    Pipe& m_pipe;
-    bool m_held = false;
-};
-
-void Pipe::ReadingTurn::release() {
-    if (!m_held) {
-        return;
-    }
-    m_held = false;
-    // What came along with the last answer would announce itself to nobody.
-    const UaStatus status = m_pipe.dispatchAll();
-    if (status.isBad()) {
-        m_pipe.fail(status);
-    }
-    {
-        const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
-        for (const Pending& pending : m_pipe.m_pending) {
-            if (pending.call != nullptr && pending.call->waits) {
-                pending.call->mayRead = true;
-                pending.call->waits = false;
-                pending.call->wakeUp.notify_one();
-                return;
-            }
-        }
-        m_pipe.m_reading = false;
-    }
-    IdleReader* const idle = m_pipe.m_idleReader;
-    if (idle != nullptr && !m_pipe.m_ended) {
-        idle->watchSocket();
-    }
-}
 
 /// Reads, while it waits for room, if nobody else does.
 class Pipe::Room : public RoomToSend {
@@ -155,6 +82,7 @@ UaStatus Pipe::takeSendingTurn(const Deadline& deadline, Pending* pending) {
         pending->sentAt = Clock::now();
         if (pending->call != nullptr) {
             pending->call->requestId = m_lastRequestId;
+            pending->call->sentAt = pending->sentAt;
         }
         m_pending.push_back(*pending);
     }
@@ -197,35 +125,51 @@ UaStatus Pipe::send(const Deadline& deadline, Pending* pending, ReadingTurn& tur
         if (pending != nullptr) {
             take(pending->requestId);
         }
-        if (m_channel->isHalfSent() || !leavesConnection(status)) {
+        const bool broken = !leavesConnection(status);
+        if (broken) {
+            takeLeftovers(turn);
+        }
+        if (broken || m_channel->isHalfSent()) {
             fail(status);
         }
     }
     return status;
 }
 
+/// A server that hung up may have answered before.
+void Pipe::takeLeftovers(ReadingTurn& turn) {
+    turn.tryTake();
+    if (turn.isHeld() && !dispatchAll().isBad()) {
+        readWhile([] { return true; });
+    }
+}
+
 UaStatus Pipe::call(void* request, const UA_DataType& type, const Deadline& deadline,
                     AnswerReceiver& receiver) {
-    Call call;
-    Pending pending;
-    pending.call = &call;
+    Call call(deadline);
     ReadingTurn turn(*this);
-    const UaStatus status = send(deadline, &pending, turn, [&](Room& room) {
-        auto& header = *static_cast<UA_RequestHeader*>(request);
-        header.requestHandle = pending.requestId;
-        header.timestamp = UaDateTime::now().ticks();
-        header.timeoutHint = static_cast<UA_UInt32>(deadline.remaining(pending.sentAt));
-        return m_channel->send(pending.requestId, request, type, room);
-    });
+    const UaStatus status = sendCall(call, request, type, turn);
     if (status.isBad()) {
         return status;
     }
     try {
-        return awaitAnswer(call, deadline, turn, receiver);
+        return awaitAnswer(call, turn, receiver);
     } catch (...) { // no memory
         take(call.requestId);
         throw;
     }
+}
+
+UaStatus Pipe::sendCall(Call& call, void* request, const UA_DataType& type, ReadingTurn& turn) {
+    Pending pending;
+    pending.call = &call;
+    return send(call.deadline, &pending, turn, [&](Room& room) {
+        auto& header = *static_cast<UA_RequestHeader*>(request);
+        header.requestHandle = pending.requestId;
+        header.timestamp = UaDateTime::now().ticks();
+        header.timeoutHint = static_cast<UA_UInt32>(call.deadline.remaining(pending.sentAt));
+        return m_channel->send(pending.requestId, request, type, room);
+    });
 }
 
 UaStatus Pipe::post(void* request, const UA_DataType& type, const Deadline& deadline, Answered answered,
@@ -258,8 +202,7 @@ UaStatus Pipe::renew(const Deadline& deadline) {
 
 // ---- Receiving ----
 
-UaStatus Pipe::awaitAnswer(Call& call, const Deadline& deadline, ReadingTurn& turn,
-                           AnswerReceiver& receiver) {
+UaStatus Pipe::awaitAnswer(Call& call, ReadingTurn& turn, AnswerReceiver& receiver) {
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!call.answered) {
         if (call.mayRead) {
@@ -270,10 +213,10 @@ UaStatus Pipe::awaitAnswer(Call& call, const Deadline& deadline, ReadingTurn& tu
         if (turn.isHeld()) {
             lock.unlock();
             turn.keepIdleReaderOut();
-            return readFor(call, deadline, receiver);
+            return readFor(call, receiver);
         }
         call.waits = true;
-        const bool late = call.wakeUp.wait_until(lock, deadline.end()) == std::cv_status::timeout;
+        const bool late = call.wakeUp.wait_until(lock, call.deadline.end()) == std::cv_status::timeout;
         call.waits = false;
         if (late && !call.answered && !call.mayRead) {
             lock.unlock();
@@ -288,7 +231,7 @@ UaStatus Pipe::awaitAnswer(Call& call, const Deadline& deadline, ReadingTurn& tu
     return receiver.answered(call.status, {call.body.data(), call.body.size()});
 }
 
-UaStatus Pipe::readFor(Call& call, const Deadline& deadline, AnswerReceiver& receiver) {
+UaStatus Pipe::readFor(Call& call, AnswerReceiver& receiver) {
     bool late = false;
     Clock::time_point end = Clock::time_point::max(); // known when the deadline is over
     for (;;) {
@@ -297,6 +240,9 @@ UaStatus Pipe::readFor(Call& call, const Deadline& deadline, AnswerReceiver& rec
         UaStatus status = dispatchUntil(call.requestId, message, found);
         if (found) {
             take(call.requestId);
+            if (call.kept != nullptr) {
+                call.kept->largest = std::max(call.kept->largest, message.body.size);
+            }
             return receiver.answered(message.status, message.body);
         }
         if (!status.isBad() && !m_ended) {
@@ -305,11 +251,11 @@ UaStatus Pipe::readFor(Call& call, const Deadline& deadline, AnswerReceiver& rec
                 return UA_STATUSCODE_BADTIMEOUT;
             }
             std::size_t count = 0;
-            status = m_channel->awaitSome(deadline, count);
+            status = m_channel->awaitSome(call.deadline, count);
             heard(count);
             // What has arrived is read first, but not without end where there is always more.
             const Clock::time_point now = count > 0 ? lastHeard() : Clock::now();
-            if (now >= deadline.end()) {
+            if (now >= call.deadline.end()) {
                 end = std::min(end, now + longestTurn);
                 late = count == 0 || now >= end;
             }
@@ -370,9 +316,7 @@ void Pipe::dispatch(const IncomingMessage& message) {
         return;
     }
     if (Call* const call = entry->call) {
-        call->body.assign(message.body.data, message.body.data + message.body.size);
-        call->status = message.status;
-        call->answered = true;
+        call->answer(message);
         m_pending.erase(entry);
         call->wakeUp.notify_one();
         return;
@@ -381,6 +325,12 @@ void Pipe::dispatch(const IncomingMessage& message) {
     m_pending.erase(entry);
     lock.unlock();
     receiver->answered(message.status, message.body);
+}
+
+Pipe::Call* Pipe::waitingCall() const {
+    const auto waits = [](const Pending& pending) { return pending.call != nullptr && pending.call->waits; };
+    const auto found = std::find_if(m_pending.begin(), m_pending.end(), waits);
+    return found == m_pending.end() ? nullptr : found->call;
 }
 
 UaStatus Pipe::receiveSome() {
@@ -399,18 +349,27 @@ void Pipe::heard(std::size_t count) {
     }
 }
 
-void Pipe::readArrived() {
-    ReadingTurn turn(*this);
-    turn.tryTake();
+template <typename Condition>
+UaStatus Pipe::readWhile(Condition condition) {
     const Clock::time_point end = Clock::now() + longestTurn;
     UaStatus status;
-    while (turn.isHeld() && !m_ended && !status.isBad() && lastHeard() < end &&
+    while (!m_ended && !status.isBad() && lastHeard() < end && condition() &&
            m_channel->socket().isReadable()) {
         status = receiveSome();
         if (!status.isBad()) {
             status = dispatchAll();
         }
     }
+    return status;
+}
+
+void Pipe::readArrived() {
+    ReadingTurn turn(*this);
+    turn.tryTake();
+    if (!turn.isHeld()) {
+        return;
+    }
+    const UaStatus status = readWhile([&turn] { return !turn.isWanted(); });
     if (status.isBad()) {
         fail(status);
     }
@@ -473,6 +432,7 @@ UaStatus Pipe::endReason() const {
 void Pipe::end(UaStatus reason, bool byThisSide) {
     std::vector<Pending> pending;
     bool tellServer = false;
+    std::size_t waiting = 0;
     std::uint32_t requestId = 0;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -486,9 +446,9 @@ void Pipe::end(UaStatus reason, bool byThisSide) {
         pending.swap(m_pending);
         for (const Pending& one : pending) {
             if (one.call != nullptr) {
-                one.call->status = reason;
-                one.call->answered = true;
+                one.call->end(reason);
                 one.call->wakeUp.notify_one();
+                waiting += one.call->kept != nullptr ? 1 : 0;
             }
         }
         m_sendingFree.notify_all();
@@ -508,7 +468,7 @@ void Pipe::end(UaStatus reason, bool byThisSide) {
     }
     ConnectionListener* const listener = m_listener;
     if (!byThisSide && listener != nullptr) {
-        listener->connectionEnded(reason);
+        listener->connectionEnded(reason, waiting);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -29,8 +30,9 @@ public:
     virtual ~ConnectionListener() = default;
     /// Something came from the server.
     virtual void serverSpoke() = 0;
-    /// The connection is of no more use. Told once, and not of an end that was asked for.
-    virtual void connectionEnded(UaStatus reason) = 0;
+    /// The connection is of no more use. Told once, and not of an end that was asked for. `waiting` requests
+    /// of series had no answer yet.
+    virtual void connectionEnded(UaStatus reason, std::size_t waiting) = 0;
 };
 
 /// Whoever waits for the socket while no call reads it.
@@ -63,6 +65,8 @@ public:
     /// whose handle, time and time-out hint are filled in. The result is what `receiver` returns, or why it
     /// was not asked.
     UaStatus call(void* request, const UA_DataType& type, const Deadline& deadline, AnswerReceiver& receiver);
+    /// Several calls on this thread, sent before the answers to the ones before are there.
+    class Series;
 
     /// Whether an answer has to come soon. That one is missing which may take its time means nothing.
     enum class Answered { Soon, SomeTime };
@@ -92,6 +96,7 @@ public:
     void fail(UaStatus reason);
 
 private:
+    struct Kept;
     struct Call;
     struct Pending {
         std::uint32_t requestId = 0;
@@ -107,13 +112,18 @@ private:
     UaStatus send(const Deadline& deadline, Pending* pending, ReadingTurn& turn, Send&& sendRequest);
     UaStatus takeSendingTurn(const Deadline& deadline, Pending* pending);
     void releaseSendingTurn();
+    void takeLeftovers(ReadingTurn& turn);
 
-    UaStatus awaitAnswer(Call& call, const Deadline& deadline, ReadingTurn& turn, AnswerReceiver& receiver);
-    UaStatus readFor(Call& call, const Deadline& deadline, AnswerReceiver& receiver);
+    UaStatus sendCall(Call& call, void* request, const UA_DataType& type, ReadingTurn& turn);
+    UaStatus awaitAnswer(Call& call, ReadingTurn& turn, AnswerReceiver& receiver);
+    UaStatus readFor(Call& call, AnswerReceiver& receiver);
     UaStatus dispatchUntil(std::uint32_t requestId, IncomingMessage& message, bool& found);
     UaStatus dispatchAll();
     void dispatch(const IncomingMessage& message);
+    Call* waitingCall() const;
     UaStatus receiveSome();
+    template <typename Condition>
+    UaStatus readWhile(Condition condition);
     void heard(std::size_t count);
     Pending take(std::uint32_t requestId);
     void end(UaStatus reason, bool byThisSide);

@@ -7,6 +7,9 @@
 namespace UaClientSdk {
 namespace {
 
+/// OPC UA Part 6, A.2; the engine has no name for it.
+constexpr OpcUa_StatusCode badServerTooBusy = 0x80EE0000;
+
 UaStatus decodeFault(UaByteView body) {
     UA_ServiceFault fault{};
     const UaStatus decoded = decodeAnswer(body, UA_TYPES[UA_TYPES_SERVICEFAULT], anyNumber, &fault);
@@ -27,6 +30,20 @@ void clearAnswer(void* response, const UA_DataType& type) {
 bool isSessionGone(UaStatus status) {
     return status.statusCode() == UA_STATUSCODE_BADSESSIONIDINVALID ||
            status.statusCode() == UA_STATUSCODE_BADSESSIONCLOSED;
+}
+
+bool isOverload(UaStatus status) {
+    switch (status.statusCode()) {
+    case UA_STATUSCODE_BADTOOMANYOPERATIONS:
+    case UA_STATUSCODE_BADTCPSERVERTOOBUSY:
+    case badServerTooBusy:
+    case UA_STATUSCODE_BADRESOURCEUNAVAILABLE:
+    case UA_STATUSCODE_BADTCPNOTENOUGHRESOURCES:
+    case UA_STATUSCODE_BADOUTOFMEMORY:
+        return true;
+    default:
+        return false;
+    }
 }
 
 UaStatus decodeResponse(UaByteView body, const UA_DataType& type, std::size_t expectedResults, void* response,

@@ -66,6 +66,8 @@ UaStatus UaSession::Impl::open(const UaString& url, const SessionConnectInfo& in
         sessionSecurity.explainFailure(failure, status);
         return status;
     }
+    m_requestsAhead = info.requestsAhead;
+    m_lostAhead = false;
     m_authenticationToken = opened.authenticationToken;
     m_pipe = std::move(opened.pipe);
     m_publisher = std::make_shared<Publisher>(*this, m_authenticationToken);
@@ -157,8 +159,13 @@ void UaSession::Impl::serverSpoke() {
     }
 }
 
-void UaSession::Impl::connectionEnded(UaStatus reason) {
+void UaSession::Impl::connectionEnded(UaStatus reason, std::size_t waiting) {
     UaTrace::write(UaTrace::Errors, "session", "connection lost: %s", reason.name());
+    if (waiting > 1 && !isSessionGone(reason)) {
+        UaTrace::write(UaTrace::Warnings, "session", "%zu requests were on their way at the same time",
+                       waiting);
+        m_lostAhead = true;
+    }
     m_state.lost();
 }
 

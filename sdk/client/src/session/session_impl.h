@@ -5,6 +5,7 @@
 #include <mutex>
 #include <vector>
 
+#include "calls/call_series.h"
 #include "calls/network_thread.h"
 #include "calls/pipe.h"
 #include "calls/service_call.h"
@@ -39,11 +40,16 @@ public:
         request.requestHeader.authenticationToken = m_authenticationToken.raw();
         const UaStatus status =
             callService(*m_pipe, Deadline(timeoutOf(settings)), request, answer, expectedResults);
-        if (answer.isRefusal && isSessionGone(status)) {
-            m_pipe->fail(status);
-        }
+        noteSessionLoss(status, answer);
         return status;
     }
+
+    /// Calls of one service on this thread that do not wait for each other. `next` makes a request and tells
+    /// how many results its answer has to have, or that there is none; `answered` takes status, answer and
+    /// that number, in order, and tells whether there is to be a further one.
+    template <typename Request, typename Next, typename Answered>
+    void callAhead(const ServiceSettings& settings, Next&& next, Answered&& answered);
+    bool wasLostAhead() const { return m_lostAhead; }
 
     UaStatus createSubscription(const ServiceSettings& settings, UaSubscriptionCallback* callback,
                                 unsigned int clientHandle, const SubscriptionSettings& parameters,
@@ -51,6 +57,16 @@ public:
     UaStatus deleteSubscription(const ServiceSettings& settings, UaSubscription** subscription);
 
 private:
+    void noteSessionLoss(UaStatus status, const AnswerOutcome& outcome) {
+        if (outcome.isRefusal && isSessionGone(status)) {
+            m_pipe->fail(status);
+        }
+    }
+    void sendAhead(Pipe::Series& series, const ServiceSettings& settings, UA_RequestHeader& request,
+                   const UA_DataType& type, std::size_t expectedResults);
+    void learnFrom(const Pipe::Series& series, std::size_t expectedResults, UaStatus status, bool isRefusal,
+                   Window& window);
+
     UaStatus open(const UaString& url, const SessionConnectInfo& info, SessionSecurityInfo& security,
                   UaSessionCallback* callback);
     UaStatus startThreads(UaSessionCallback* callback);
@@ -60,7 +76,7 @@ private:
 
     // ConnectionListener and PublishListener, on the thread that reads the network.
     void serverSpoke() override;
-    void connectionEnded(UaStatus reason) override;
+    void connectionEnded(UaStatus reason, std::size_t waiting) override;
     void dataFlows(bool flows) override { m_state.setDataLost(!flows); }
     void publishDue() override { m_network->wake(); }
     void sessionGone(UaStatus reason) override {
@@ -75,6 +91,8 @@ private:
 
     ConnectionState m_state;
     std::atomic<bool> m_open{false}; ///< connected, or lost and not yet disconnected
+    std::atomic<std::size_t> m_requestsAhead{SessionConnectInfo::defaultRequestsAhead};
+    std::atomic<bool> m_lostAhead{false};
     UaNodeId m_authenticationToken;
     std::shared_ptr<Publisher> m_publisher;
     std::shared_ptr<Watchdog> m_watchdog;

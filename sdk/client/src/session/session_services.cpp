@@ -1,3 +1,4 @@
+#include "session/calls_ahead.h"
 #include "session/session_impl.h"
 #include "uaclient/session.h"
 
@@ -27,6 +28,27 @@ void makeUnreadable(UaStatus status, OpcUa_UInt32 count, UaDataValues& values) {
     }
 }
 
+UA_ReadRequest readRequest(OpcUa_Double maxAge, OpcUa_TimestampsToReturn timestamps,
+                           const UaReadValueIds& nodesToRead) {
+    UA_ReadRequest request{};
+    request.maxAge = maxAge;
+    request.timestampsToReturn = timestamps;
+    request.nodesToRead = borrow(nodesToRead);
+    request.nodesToReadSize = nodesToRead.length();
+    return request;
+}
+
+UaStatus takeValues(UaStatus status, Answer<UA_ReadRequest>& answer, std::size_t count,
+                    UaDataValues& values) {
+    if (answer.isUndecodable) {
+        // The server has served the request: it is the values that are of no use.
+        makeUnreadable(status, static_cast<OpcUa_UInt32>(count), values);
+        return UaStatus();
+    }
+    take(answer.results, answer.resultsSize, values);
+    return status;
+}
+
 } // namespace
 
 UaSession::UaSession() : m_impl(std::make_unique<Impl>()) {}
@@ -45,24 +67,38 @@ bool UaSession::isConnected() const {
     return m_impl->isConnected();
 }
 
+bool UaSession::wasLostAhead() const {
+    return m_impl->wasLostAhead();
+}
+
 UaStatus UaSession::read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_TimestampsToReturn timestamps,
                          const UaReadValueIds& nodesToRead, UaDataValues& values,
                          UaDiagnosticInfos& diagnostics) {
-    UA_ReadRequest request{};
-    request.maxAge = maxAge;
-    request.timestampsToReturn = timestamps;
-    request.nodesToRead = borrow(nodesToRead);
-    request.nodesToReadSize = nodesToRead.length();
+    UA_ReadRequest request = readRequest(maxAge, timestamps, nodesToRead);
     Answer<UA_ReadRequest> answer;
     const UaStatus status = m_impl->call(settings, request, answer, nodesToRead.length());
-    if (answer.isUndecodable) {
-        // The server has served the request: it is the values that are of no use.
-        makeUnreadable(status, nodesToRead.length(), values);
-        return UaStatus();
-    }
-    take(answer.results, answer.resultsSize, values);
     take(answer.diagnosticInfos, answer.diagnosticInfosSize, diagnostics);
-    return status;
+    return takeValues(status, answer, nodesToRead.length(), values);
+}
+
+void UaSession::read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_TimestampsToReturn timestamps,
+                     const ReadSequence& sequence) {
+    UaReadValueIds nodes;
+    m_impl->callAhead<UA_ReadRequest>(
+        settings,
+        [&](UA_ReadRequest& request, std::size_t& count) {
+            if (!sequence.next(nodes)) {
+                return false;
+            }
+            request = readRequest(maxAge, timestamps, nodes);
+            count = nodes.length();
+            return true;
+        },
+        [&sequence](UaStatus status, Answer<UA_ReadRequest>& answer, std::size_t count) {
+            UaDataValues values;
+            const UaStatus taken = takeValues(status, answer, count, values);
+            return sequence.answered(taken, values);
+        });
 }
 
 UaStatus UaSession::write(ServiceSettings& settings, const UaWriteValues& nodesToWrite,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "session/calls_ahead.h"
 #include "subscription/subscription_impl.h"
 
 namespace UaClientSdk {
@@ -62,10 +63,10 @@ Publisher::Subscription UaSubscription::Impl::published(CallbackThread& delivery
     return {m_queue, &deliveryThread, m_longestSilence};
 }
 
-UaStatus UaSubscription::Impl::createMonitoredItems(const ServiceSettings& settings,
-                                                    OpcUa_TimestampsToReturn timestamps,
-                                                    const UaMonitoredItemCreateRequests& items,
-                                                    UaMonitoredItemCreateResults& results) {
+/// The items' first values may come before the answer.
+UA_CreateMonitoredItemsRequest
+UaSubscription::Impl::itemsRequest(OpcUa_TimestampsToReturn timestamps,
+                                   const UaMonitoredItemCreateRequests& items) const {
     UA_CreateMonitoredItemsRequest request{};
     request.subscriptionId = m_id;
     request.timestampsToReturn = timestamps;
@@ -74,10 +75,39 @@ UaStatus UaSubscription::Impl::createMonitoredItems(const ServiceSettings& setti
     for (const UA_MonitoredItemCreateRequest& item : items) {
         m_queue->expect(item.requestedParameters.clientHandle);
     }
+    return request;
+}
+
+UaStatus UaSubscription::Impl::createMonitoredItems(const ServiceSettings& settings,
+                                                    OpcUa_TimestampsToReturn timestamps,
+                                                    const UaMonitoredItemCreateRequests& items,
+                                                    UaMonitoredItemCreateResults& results) {
+    UA_CreateMonitoredItemsRequest request = itemsRequest(timestamps, items);
     Answer<UA_CreateMonitoredItemsRequest> answer;
     const UaStatus status = m_session.call(settings, request, answer, items.length());
     take(answer.results, answer.resultsSize, results);
     return status;
+}
+
+void UaSubscription::Impl::createMonitoredItems(const ServiceSettings& settings,
+                                                OpcUa_TimestampsToReturn timestamps,
+                                                const CreateItemsSequence& sequence) {
+    UaMonitoredItemCreateRequests items;
+    m_session.callAhead<UA_CreateMonitoredItemsRequest>(
+        settings,
+        [&](UA_CreateMonitoredItemsRequest& request, std::size_t& count) {
+            if (!sequence.next(items)) {
+                return false;
+            }
+            request = itemsRequest(timestamps, items);
+            count = items.length();
+            return true;
+        },
+        [&sequence](UaStatus status, Answer<UA_CreateMonitoredItemsRequest>& answer, std::size_t) {
+            UaMonitoredItemCreateResults results;
+            take(answer.results, answer.resultsSize, results);
+            return sequence.answered(status, results);
+        });
 }
 
 UaStatus UaSubscription::Impl::deleteMonitoredItems(const ServiceSettings& settings,
@@ -100,6 +130,11 @@ UaStatus UaSubscription::createMonitoredItems(ServiceSettings& settings, OpcUa_T
                                               const UaMonitoredItemCreateRequests& items,
                                               UaMonitoredItemCreateResults& results) {
     return m_impl->createMonitoredItems(settings, timestamps, items, results);
+}
+
+void UaSubscription::createMonitoredItems(ServiceSettings& settings, OpcUa_TimestampsToReturn timestamps,
+                                          const CreateItemsSequence& sequence) {
+    m_impl->createMonitoredItems(settings, timestamps, sequence);
 }
 
 UaStatus UaSubscription::deleteMonitoredItems(ServiceSettings& settings,

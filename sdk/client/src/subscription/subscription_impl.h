@@ -30,10 +30,15 @@ public:
     UaStatus createMonitoredItems(const ServiceSettings& settings, OpcUa_TimestampsToReturn timestamps,
                                   const UaMonitoredItemCreateRequests& items,
                                   UaMonitoredItemCreateResults& results);
+    void createMonitoredItems(const ServiceSettings& settings, OpcUa_TimestampsToReturn timestamps,
+                              const CreateItemsSequence& sequence);
     UaStatus deleteMonitoredItems(const ServiceSettings& settings, const UaUInt32Array& monitoredItemIds,
                                   UaStatusCodeArray& results);
 
 private:
+    UA_CreateMonitoredItemsRequest itemsRequest(OpcUa_TimestampsToReturn timestamps,
+                                                const UaMonitoredItemCreateRequests& items) const;
+
     UaSession::Impl& m_session;
     std::shared_ptr<NotificationQueue> m_queue;
     OpcUa_UInt32 m_id = 0;

@@ -1,0 +1,34 @@
+#include "calls/call.h"
+
+#include <algorithm>
+
+#include "calls/call_series.h"
+#include "uabase/trace.h"
+
+namespace UaClientSdk {
+
+void Pipe::Call::answer(const IncomingMessage& message) {
+    const std::size_t size = message.body.size;
+    if (kept != nullptr) {
+        answeredAt = Clock::now();
+        kept->largest = std::max(kept->largest, size);
+        if (size > Series::mostKept - kept->bytes) {
+            UaTrace::write(UaTrace::Errors, "channel",
+                           "an answer of %zu bytes before its turn is dropped: %zu bytes of others wait",
+                           size, kept->bytes);
+            end(UA_STATUSCODE_BADENCODINGLIMITSEXCEEDED);
+            return;
+        }
+        kept->bytes += size;
+    }
+    body.assign(message.body.data, message.body.data + size);
+    status = message.status;
+    answered = true;
+}
+
+void Pipe::Call::end(UaStatus reason) {
+    status = reason;
+    answered = true;
+}
+
+} // namespace UaClientSdk

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "calls/pipe.h"
+#include "socket/deadline.h"
+#include "uabase/status.h"
+#include "uastack/protocol_types.h"
+
+namespace UaClientSdk {
+
+/// The answers of a series that came before their turn. The pipe's lock guards it.
+struct Pipe::Kept {
+    std::size_t bytes = 0;   ///< of those that are here
+    std::size_t largest = 0; ///< of all that came
+};
+
+/// A call: its thread's, which sends the request and takes the answer.
+struct Pipe::Call {
+    explicit Call(const Deadline& timeOut, Kept* series = nullptr) : deadline(timeOut), kept(series) {}
+
+    /// The answer has come while its thread does not read. The pipe is locked.
+    void answer(const IncomingMessage& message);
+    /// There is no answer and there will be none. The pipe is locked.
+    void end(UaStatus reason);
+
+    const Deadline deadline;
+    Kept* const kept; ///< of the series that it is one of; else null
+    std::uint32_t requestId = 0;
+    Clock::time_point sentAt;
+    Clock::time_point answeredAt; ///< of a series alone
+    bool waits = false;           ///< for another thread to read, or to pass the reading on
+    bool mayRead = false;
+    bool answered = false;
+    UaStatus status;
+    std::vector<OpcUa_Byte> body;
+    std::condition_variable wakeUp;
+};
+
+} // namespace UaClientSdk

@@ -1,0 +1,59 @@
+#include "calls/call_series.h"
+
+#include <mutex>
+
+namespace UaClientSdk {
+namespace {
+
+/// What answers like the longest until now may add up to.
+constexpr std::size_t bytesAhead = 4U << 20U;
+
+} // namespace
+
+Pipe::Series::~Series() {
+    for (const Sent& sent : m_sent) {
+        m_pipe.take(sent.call.requestId);
+    }
+}
+
+bool Pipe::Series::hasRoom() const {
+    if (m_sent.empty()) {
+        return true;
+    }
+    const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
+    return m_sent.size() < m_window.size() && m_kept.largest * (m_sent.size() + 1) <= bytesAhead;
+}
+
+void Pipe::Series::send(void* request, const UA_DataType& type, const Deadline& deadline,
+                        std::size_t expectedResults) {
+    m_sent.emplace_back(deadline, &m_kept, m_window.size(), expectedResults);
+    const UaStatus status = m_pipe.sendCall(m_sent.back().call, request, type, m_turn);
+    if (status.isBad()) {
+        end(m_sent.back().call, status);
+    }
+}
+
+void Pipe::Series::refuse(UaStatus status, std::size_t expectedResults) {
+    m_sent.emplace_back(Deadline(0), &m_kept, m_window.size(), expectedResults);
+    end(m_sent.back().call, status);
+}
+
+void Pipe::Series::end(Call& call, UaStatus reason) {
+    const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
+    call.end(reason);
+}
+
+UaStatus Pipe::Series::await(AnswerReceiver& receiver) {
+    Call& call = m_sent.front().call;
+    const UaStatus status = m_pipe.awaitAnswer(call, m_turn, receiver);
+    const bool wasKept = call.answeredAt != Clock::time_point();
+    m_lastFlight = {m_sent.front().windowSize, (wasKept ? call.answeredAt : Clock::now()) - call.sentAt};
+    {
+        const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
+        m_kept.bytes -= call.body.size();
+    }
+    m_sent.pop_front();
+    return status;
+}
+
+} // namespace UaClientSdk
