@@ -1,9 +1,9 @@
+#include <cstddef>
 #include <string_view>
 
+#include "browse/data_type.h"
 #include "browse/node_links.h"
-#include "browse/node_lookup.h"
-#include "client/call_settings.h"
-#include "client/mutex_lock.h"
+#include "client/node_record.h"
 #include "client/opcua_client.h"
 #include "client/text_field.h"
 #include "uabase/qualified_name.h"
@@ -108,13 +108,13 @@ bool readTypes(UaSession& session, const UaReferenceDescriptions& references, Li
         if (asked == references.length()) {
             return false;
         }
-        nodes.createViews(1);
-        nameValue(nodes[0], references[asked].nodeId.nodeId);
+        nodes.create(1);
+        addressValue(nodes[0], UaNodeId(references[asked].nodeId.nodeId));
         ++asked;
         return true;
     };
     reads.answered = [&](UaStatus status, UaDataValues& values) {
-        const bool good = link(references[linked], complete(status, 1, values), values);
+        const bool good = link(references[linked], checked(status, values, 1), values);
         linked += good ? 1 : 0;
         return good;
     };
@@ -139,65 +139,48 @@ OpcUaNode* makeChild(const OpcUa_ReferenceDescription& reference, const UaString
 } // namespace
 
 int COpcUaClient::OpcUaBrowse(OpcUaNode* node) {
-    const MutexLock lock(m_mutex);
-    if (!session()) {
-        freeBrowseTree();
-        return fail(result::notConnected);
+    const MutexLock lock(m_session.mutex);
+    const bool hasSession = m_session.get() != nullptr;
+    if (!node || !hasSession) {
+        m_nodes.deleteMemory(&m_nodes.root);
     }
-    if (!node) {
-        freeBrowseTree();
-        const UaNodeId rootFolder(OpcUaId_RootFolder);
-        return browseRoot(makeRoot("Root", rootFolder, objectClass), rootFolder);
+    if (!hasSession) {
+        return m_error.fail(result::notConnected);
     }
-    UaNodeId id;
-    if (!SetNodeID(node, &id)) {
-        return fail(result::nodeIdInvalid);
+    UaNodeId id(OpcUaId_RootFolder);
+    if (node && !SetNodeID(node, &id)) {
+        return m_error.fail(result::nodeIdInvalid);
     }
-    if (!m_nodeList->root) {
-        return browseRoot(makeRoot("Self_Root", id, 0), id);
+    OpcUaNode* parent = node;
+    OpcUaNode* found = nullptr;
+    if (m_nodes.root) {
+        m_nodes.findNode(node, m_nodes.root, &found);
+        if (!found) {
+            return m_error.fail(result::nodeNotBrowsed);
+        }
+        if (node != found) {
+            // It may be a looked-up record.
+            m_lookup.invalidate();
+        }
+        m_nodes.deleteMemory(&node->child);
+    } else {
+        m_nodes.root = node ? makeRoot("Self_Root", id, 0) : makeRoot("Root", id, objectClass);
+        parent = m_nodes.root;
+        found = parent;
     }
-    return browseKnownNode(node, id);
+    return browseInternal(id, parent, found) ? result::success : m_error.fail(result::browseFailed);
 }
 
 OpcUaNode* COpcUaClient::OpcUaReadRootNode() {
-    return m_nodeList ? m_nodeList->root : nullptr;
-}
-
-void COpcUaClient::freeBrowseTree() {
-    m_nodeList->deleteMemory(&m_nodeList->root);
-    m_browseCursor = nullptr;
-}
-
-int COpcUaClient::browseRoot(OpcUaNode* root, const UaNodeId& id) {
-    m_nodeList->root = root;
-    m_browseCursor = root;
-    return browseUnder(root, root, id);
-}
-
-int COpcUaClient::browseKnownNode(OpcUaNode* node, const UaNodeId& id) {
-    OpcUaNode* found = nullptr;
-    m_nodeList->findNode(node, m_nodeList->root, &found);
-    if (!found) {
-        return fail(result::nodeNotBrowsed);
-    }
-    if (node != found) {
-        // It may be a looked-up record.
-        m_lookup->invalidate();
-    }
-    m_nodeList->deleteMemory(&node->child);
-    return browseUnder(node, found, id);
-}
-
-int COpcUaClient::browseUnder(OpcUaNode* parent, OpcUaNode* found, const UaNodeId& id) {
-    return browseInternal(id, parent, found) ? result::success : fail(result::browseFailed);
+    return m_nodes.root;
 }
 
 bool COpcUaClient::browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcUaNode*) {
-    const auto current = session();
-    if (!current) {
+    const auto session = m_session.get();
+    if (!session) {
         return false;
     }
-    ServiceSettings settings = callSettings();
+    ServiceSettings settings;
     UaByteString continuationPoint;
     UaReferenceDescriptions references;
     ChildAppender children(parent);
@@ -205,7 +188,7 @@ bool COpcUaClient::browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcU
                           UaDataValues& values) {
         _OpcUaDataType dataType = OpcUaDataType_Null;
         _ArrayType shape{};
-        if (!takeDataType(status, values, dataType, shape)) {
+        if (!decodeDataType(status, values, dataType, shape, m_error)) {
             return false;
         }
         const UaNodeId id(reference.nodeId.nodeId);
@@ -213,22 +196,22 @@ bool COpcUaClient::browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcU
         return true;
     };
     BrowseBounds bounds;
-    UaStatus status = current->browse(settings, start, childrenContext(), continuationPoint, references);
+    UaStatus status = session->browse(settings, start, childrenContext(), continuationPoint, references);
     while (!status.isBad()) {
         const bool morePages = continuationPoint.length() > 0;
         if (const char* excess = bounds.excess(references.length(), morePages)) {
             UaTrace::write(UaTrace::Warnings, "browse", "browsing %s is given up: the server gives %s",
                            start.toXmlString().toUtf8(), excess);
-            abandonRest(*current, settings, continuationPoint);
+            abandonRest(*session, settings, continuationPoint);
             return false;
         }
-        if (!readTypes(*current, references, link)) {
+        if (!readTypes(*session, references, link)) {
             return false;
         }
         if (!morePages) {
             return true;
         }
-        status = current->browseNext(settings, false, continuationPoint, references);
+        status = session->browseNext(settings, false, continuationPoint, references);
     }
     return false;
 }
@@ -238,6 +221,6 @@ bool COpcUaClient::ContinueBrowse(OpcUaNode*, OpcUaNode*) {
 }
 
 bool COpcUaClient::SetNodeID(OpcUaNode* node, UaNodeId* out) {
-    *out = UaNodeId::fromXmlString(toUaString(fieldText(node->nodeId)));
+    *out = nodeIdOf(*node);
     return true;
 }

@@ -1,6 +1,9 @@
+#include "browse/data_type.h"
+
 #include <algorithm>
 
 #include "client/opcua_client.h"
+#include "values/element_position.h"
 #include "values/value_service.h"
 #include "values/value_types.h"
 
@@ -26,26 +29,14 @@ void setShape(const UaVariant& value, _ArrayType& shape) {
 
 } // namespace
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is part of the binary interface
-bool COpcUaClient::ReadDataType(UaNodeId id, _OpcUaDataType& type, _ArrayType& shape) {
-    const auto current = session();
-    if (!current) {
-        fail(result::notConnected);
-        return false;
-    }
-    UaDataValues values;
-    const UaStatus status = readValue(*current, id, values);
-    return takeDataType(status, values, type, shape);
-}
-
-bool COpcUaClient::takeDataType(UaStatus status, UaDataValues& values, _OpcUaDataType& type,
-                                _ArrayType& shape) {
-    if (status.isBad()) {
-        m_errorText = result::readDataTypeText;
+bool decodeDataType(UaStatus service, UaDataValues& values, _OpcUaDataType& type, _ArrayType& shape,
+                    LastError& error) {
+    if (service.isBad()) {
+        error.fail(result::dataTypeNotRead);
         return false;
     }
     if (OpcUa_IsNotGood(values[0].status)) {
-        m_errorText = result::readDataTypeText;
+        error.fail(result::dataTypeNotRead);
         type = OpcUaDataType_Null;
         return true;
     }
@@ -54,4 +45,16 @@ bool COpcUaClient::takeDataType(UaStatus status, UaDataValues& values, _OpcUaDat
     type = dataTypeOf(value.type());
     setShape(value, shape);
     return true;
+}
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is part of the binary interface
+bool COpcUaClient::ReadDataType(UaNodeId id, _OpcUaDataType& type, _ArrayType& shape) {
+    const auto session = m_session.get();
+    if (!session) {
+        m_error.fail(result::notConnected);
+        return false;
+    }
+    UaDataValues values;
+    const UaStatus status = readValue(*session, id, values);
+    return decodeDataType(status, values, type, shape, m_error);
 }

@@ -1,7 +1,6 @@
 #include <cstring>
 #include <string>
 
-#include "browse/node_lookup.h"
 #include "client/opcua_client.h"
 #include "client/text_field.h"
 
@@ -9,16 +8,16 @@ OpcUaNode* COpcUaClient::OpcUaGetUaNode(const char* nodeId, _OpcUaDataType dataT
     constexpr std::size_t longestText = sizeof OpcUaNode::nodeId;
     // A text that a record can't hold would come back as the name of another node.
     if (!nodeId || strnlen(nodeId, longestText + 1) > longestText) {
-        fail(result::invalidArgument);
+        m_error.fail(result::invalidArgument);
         return nullptr;
     }
     const std::string text(nodeId);
-    if (OpcUaNode* known = m_lookup->find(text)) {
+    if (OpcUaNode* known = m_lookup.find(text)) {
         return known;
     }
     auto* record = new OpcUaNode{};
     setField(record->nodeId, text);
     record->dataType = dataType;
-    m_lookup->append(record);
+    m_lookup.append(record);
     return record;
 }

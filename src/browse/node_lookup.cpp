@@ -1,97 +1,76 @@
 #include "browse/node_lookup.h"
 
-#include <string>
-
-#include "browse/node_links.h"
+#include "client/node_record.h"
 #include "client/text_field.h"
 
-NodeLookup::NodeLookup(COpcUaNodelist& list) : m_list(list), m_last(nullptr), m_count(0), m_stale(false) {}
-
 OpcUaNode* NodeLookup::find(const std::string& text) {
-    if (m_stale) {
-        rebuild();
+    if (m_isStale.exchange(false)) {
+        forget();
     }
+    catchUp();
     OpcUaNode* record = findRecord(text);
     if (record && !beginsWith(*record, text)) {
         // The application has changed the key: it must not get a record that names another node.
-        rebuild();
+        forget();
+        catchUp();
         record = findRecord(text);
     }
     return record ? record : findBelow(text);
 }
 
 void NodeLookup::append(OpcUaNode* record) {
-    link(record);
-    enter(record);
-}
-
-void NodeLookup::rebuild() {
-    m_stale = false;
-    m_records.clear();
-    m_answers.clear();
-    m_browsed.clear();
-    m_last = nullptr;
-    m_count = 0;
-    OpcUaNode* const head = m_list.lookupHead;
-    if (!head) {
-        return;
-    }
-    enter(head);
-    for (OpcUaNode* node = head->child; node; node = node->next) {
-        m_last = node;
-        enter(node);
-    }
-}
-
-void NodeLookup::link(OpcUaNode* record) {
-    if (!m_list.lookupHead) {
+    if (!m_last) {
         m_list.lookupHead = record;
-        return;
-    }
-    if (m_last) {
-        m_last->next = record;
+    } else if (m_last == m_list.lookupHead) {
+        m_list.addNode(m_last, record);
     } else {
-        m_list.lookupHead->child = record;
+        m_list.addnextNode(m_last, record);
     }
-    m_last = record;
 }
 
-void NodeLookup::enter(OpcUaNode* record) {
-    try {
-        m_records.emplace(fieldText(record->nodeId), Entry{m_count, record});
-        ++m_count;
-        if (record->child && record != m_list.lookupHead) {
-            m_browsed.push_back(record);
+void NodeLookup::forget() {
+    m_last = nullptr;
+    m_answers.clear();
+    m_parents.clear();
+}
+
+void NodeLookup::catchUp() {
+    OpcUaNode* const head = m_list.lookupHead;
+    OpcUaNode* node = head;
+    if (m_last) {
+        node = m_last == head ? head->child : m_last->next;
+    }
+    while (node) {
+        const std::string key(fieldText(node->nodeId));
+        if (!findRecord(key)) {
+            m_answers.emplace(key, Answer{m_answers.size(), node});
         }
-    } catch (...) {
-        m_stale = true;
-        throw;
+        if (node->child && node != head) {
+            m_parents.push_back(node);
+        }
+        m_last = node;
+        node = node == head ? head->child : node->next;
     }
 }
 
 OpcUaNode* NodeLookup::findRecord(const std::string& text) {
-    const auto known = m_answers.find(text);
-    if (known != m_answers.end()) {
-        return known->second;
+    auto candidate = m_answers.lower_bound(text);
+    if (candidate != m_answers.end() && candidate->first == text) {
+        return candidate->second.record;
     }
-    const Entry* oldest = nullptr;
-    for (auto candidate = m_records.lower_bound(text);
-         candidate != m_records.end() && candidate->first.compare(0, text.size(), text) == 0; ++candidate) {
-        if (!oldest || candidate->second.order < oldest->order) {
+    const Answer* oldest = nullptr;
+    for (; candidate != m_answers.end() && candidate->first.compare(0, text.size(), text) == 0; ++candidate) {
+        if (!oldest || candidate->second.age < oldest->age) {
             oldest = &candidate->second;
         }
     }
-    if (!oldest) {
-        return nullptr;
-    }
-    m_answers.emplace(text, oldest->record);
-    return oldest->record;
+    return oldest ? m_answers.emplace(text, *oldest).first->second.record : nullptr;
 }
 
-OpcUaNode* NodeLookup::findBelow(const std::string& text) {
-    for (auto record = m_browsed.rbegin(); record != m_browsed.rend(); ++record) {
+OpcUaNode* NodeLookup::findBelow(const std::string& text) const {
+    for (auto parent = m_parents.rbegin(); parent != m_parents.rend(); ++parent) {
         OpcUaNode* found = nullptr;
-        m_list.findNode(text.c_str(), (*record)->child, &found);
+        m_list.findNode(text.c_str(), (*parent)->child, &found);
         if (found) {
             return found;
         }

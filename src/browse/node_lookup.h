@@ -4,47 +4,43 @@
 #include <cstddef>
 #include <map>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "OpcUaNodelist.h"
 
 /// Finds looked-up nodes without walking their records.
 ///
-/// The records hang from COpcUaNodelist::lookupHead: the first one is the head, the others are its children
-/// in the order they were made. An answer is the one that COpcUaNodelist::findNode gives there: the oldest
-/// record whose key begins with the text; without one, the last that is found below the records, where
-/// browsing may have put nodes.
+/// The records hang from COpcUaNodelist::lookupHead: the first one is the head, the others, and what the
+/// application adds to them, are its children in the order in which they came. An answer is the one that
+/// COpcUaNodelist::findNode gives there: the oldest record whose key begins with the text; without one, the
+/// last that is found below the records, where browsing may have put nodes.
 class NodeLookup {
 public:
-    explicit NodeLookup(COpcUaNodelist& list);
+    explicit NodeLookup(COpcUaNodelist& list) : m_list(list) {}
 
     /// Null when there is none.
     OpcUaNode* find(const std::string& text);
-    /// Links a record of the library's in, whose key find() did not find.
+    /// Adds a record that find() has not found.
     void append(OpcUaNode* record);
     /// Something may have changed below the records. Any thread may tell so.
-    void invalidate() { m_stale = true; }
+    void invalidate() { m_isStale = true; }
 
 private:
-    struct Entry {
-        std::size_t order; ///< position in the list
+    struct Answer {
+        std::size_t age; ///< smaller for an older record
         OpcUaNode* record;
     };
 
-    void rebuild();
-    void link(OpcUaNode* record);
-    void enter(OpcUaNode* record);
+    void forget();
+    /// Takes in what has come since.
+    void catchUp();
     OpcUaNode* findRecord(const std::string& text);
-    OpcUaNode* findBelow(const std::string& text);
+    OpcUaNode* findBelow(const std::string& text) const;
 
     COpcUaNodelist& m_list;
-    OpcUaNode* m_last; ///< last child of the head
-    std::size_t m_count;
-    std::atomic<bool> m_stale;
-    std::map<std::string, Entry> m_records; ///< by key
-    /// Answers given: a text may begin many keys, which are compared once only. Later records can't change an
-    /// answer.
-    std::unordered_map<std::string, OpcUaNode*> m_answers;
-    std::vector<OpcUaNode*> m_browsed; ///< children of the head that have children of their own
+    OpcUaNode* m_last = nullptr; ///< the latest record that was taken in
+    std::atomic<bool> m_isStale{false};
+    /// By text: each record's key, and what was asked for besides. A later record can't change an answer.
+    std::map<std::string, Answer> m_answers;
+    std::vector<OpcUaNode*> m_parents; ///< records, but for the head, with children of their own
 };

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "browse/node_links.h"
+#include "client/node_record.h"
 #include "client/text_field.h"
 
 COpcUaNodelist::COpcUaNodelist() : root(nullptr), lookupHead(nullptr) {}

@@ -82,7 +82,7 @@ char* COpcUaClientInterface::GetErrorMsg(char* buffer, int size) {
 
 int COpcUaClientInterface::installOpcUaCallBack(OpcUaCallBack* callback) {
     if (!m_client) {
-        return result::callbackSinkMissing;
+        return result::callbackSinkMissing.code;
     }
     return m_client->installOpcUaCallBack(callback);
 }

@@ -1,19 +1,12 @@
-#include <atomic>
-#include <cstring>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <utility>
 
-#include "client/callback.h"
-#include "client/mutex_lock.h"
 #include "client/opcua_client.h"
 #include "client/text_field.h"
-#include "security/configuration.h"
-#include "security/security_policy.h"
-#include "uabase/trace.h"
-#include "uaclient/discovery.h"
-#include "uapki/security_policy.h"
+#include "security/application.h"
+#include "security/connect_security.h"
+#include "subscription/callback.h"
 
 using namespace UaClientSdk;
 
@@ -21,15 +14,11 @@ namespace {
 
 constexpr const char* defaultSessionName = "Kestrova@RK4400";
 
-// Kinds of user identity; any other is anonymous.
-constexpr int byPassword = 1;
-constexpr int byCertificate = 2;
-
 SessionConnectInfo connectInfoFor(const _OpcUaClientConfig& config) {
     SessionConnectInfo info;
-    info.applicationUri = "urn:HMI:Kestrova::RK4400";
-    info.applicationName = "HMI_RK4400";
-    info.productUri = "urn:Kestrova::RK4400";
+    info.applicationUri = application::uri;
+    info.applicationName = application::name;
+    info.productUri = application::productUri;
     info.sessionName = toUaString(fieldText(config.sessionName));
     if (info.sessionName.isEmpty()) {
         info.sessionName = defaultSessionName;
@@ -39,191 +28,58 @@ SessionConnectInfo connectInfoFor(const _OpcUaClientConfig& config) {
     return info;
 }
 
-bool asksForSecurity(const _OpcUaClientConfig& config) {
-    return config.securityPolicy != 0 || config.securityMode != 0 || config.userIdentity != 0;
+/// Reads the file in this directory, which both of its tokens stand for. Null is the root directory.
+void load(Configuration& configuration, const char* directory) {
+    configuration.applicationPath = directory;
+    configuration.loadConfiguration(UaString("%1/OpcUaClientConfig.ini").arg(UaString(directory)));
+    configuration.applicationPath = nullptr;
 }
-
-/// The password of a record, wiped when it goes.
-class Password {
-public:
-    explicit Password(const _OpcUaClientConfig& config) : m_text(terminated(config)) {}
-    ~Password() {
-        m_text.wipe();
-        explicit_bzero(m_terminated, sizeof m_terminated);
-    }
-    Password(const Password&) = delete;
-    Password& operator=(const Password&) = delete;
-
-    const UaString& text() const { return m_text; }
-
-private:
-    const char* terminated(const _OpcUaClientConfig& config) {
-        const std::string_view password = fieldText(config.password);
-        password.copy(m_terminated, password.size());
-        return m_terminated;
-    }
-
-    char m_terminated[sizeof _OpcUaClientConfig::password + 1] = {};
-    UaString m_text; ///< made in its place: a temporary one would keep a short password
-};
 
 } // namespace
 
-/// The right to end the session: one has it at a time, and no callback runs meanwhile but the caller's own.
-///
-/// The callback that runs may itself be about to end the session, so it is waited for first. Once the mutex
-/// is taken no callback is running that could wait for it.
-class COpcUaClient::SessionEnd {
-public:
-    explicit SessionEnd(COpcUaClient& client)
-        : m_lock(client.m_sessionMutex, std::defer_lock), m_closure(client.m_callback->deliveries) {
-        m_lock.lock();
-    }
-
-private:
-    std::unique_lock<std::mutex> m_lock;
-    const DeliveryGate::Closure m_closure; ///< is over before the next session can begin
-};
-
 int COpcUaClient::OpcUaConnect(_OpcUaClientConfig& config) {
-    const MutexLock lock(m_mutex);
-    if (session()) {
+    const MutexLock lock(m_session.mutex);
+    if (m_session.get()) {
         this->OpcUaDisConnect();
     }
     // A disconnect that failed has left its session behind.
-    releaseSession();
+    SessionEnd(m_session, *m_callback).release();
     // Until it is open the session is nobody else's.
-    auto newSession = std::make_shared<UaSession>();
-    loadConfiguration();
-    const int code = openSession(config, *newSession);
-    if (code == result::success) {
-        const std::lock_guard<std::mutex> begin(m_sessionMutex);
-        m_sessionUrl = fieldText(config.endpointUrl);
-        std::atomic_store(&m_session, std::move(newSession));
-    }
-    return code;
-}
-
-int COpcUaClient::OpcUaDisConnect() {
-    const SessionEnd end(*this);
-    const auto current = session();
-    if (!current) {
-        return fail(result::notConnected);
-    }
-    ServiceSettings settings;
-    if (current->disconnect(settings, true).isBad()) {
-        return fail(result::disconnectFailed);
-    }
-    releaseSession(end);
-    return result::success;
-}
-
-void COpcUaClient::loadConfiguration() {
+    auto session = std::make_shared<UaSession>();
     const std::unique_ptr<char[]> directory(getAppPath());
-    m_configuration->applicationPath = directory.get();
-    m_configuration->loadConfiguration(
-        UaString("%1/OpcUaClientConfig.ini").arg(UaString(m_configuration->applicationPath)));
-    m_configuration->applicationPath = nullptr;
-}
+    load(m_configuration, directory.get());
 
-unsigned int COpcUaClient::requestsAhead(const std::string& url) {
-    const std::lock_guard<std::mutex> lock(m_sessionMutex);
-    if (m_carefulUrls.count(url) == 0) {
-        return SessionConnectInfo::defaultRequestsAhead;
-    }
-    UaTrace::write(UaTrace::Warnings, "connect",
-                   "%s gets one request at a time: a connection broke with several on their way",
-                   url.c_str());
-    return 1;
-}
-
-int COpcUaClient::openSession(_OpcUaClientConfig& config, UaSession& session) {
-    SessionConnectInfo connectInfo = connectInfoFor(config);
-    connectInfo.requestsAhead = requestsAhead(std::string(fieldText(config.endpointUrl)));
     const UaString url = toUaString(fieldText(config.endpointUrl));
+    SessionConnectInfo connectInfo = connectInfoFor(config);
+    connectInfo.requestsAhead = m_session.requestsAhead(url.text());
     SessionSecurityInfo securityInfo;
     if (asksForSecurity(config)) {
-        const int code = prepareSecurity(config, url, securityInfo);
-        if (code != result::success) {
+        if (const int code = prepareSecurity(config, url, m_configuration, m_callback->applicationCallback,
+                                             securityInfo, m_error)) {
             return code;
         }
     }
-    if (const int code = setUserIdentity(config, securityInfo)) {
+    if (const int code = setUserIdentity(config, m_configuration, securityInfo, m_error)) {
         return code;
     }
-    if (session.connect(url, connectInfo, securityInfo, m_callback.get()).isBad()) {
-        if (config.userIdentity == byCertificate) {
-            UaTrace::write(UaTrace::Errors, "security", "the user's certificate and key came from %s and %s",
-                           m_configuration->UserCertificate.toUtf8(),
-                           m_configuration->UserPrivateKey.toUtf8());
-        }
-        return fail(result::connectFailed);
+    if (session->connect(url, connectInfo, securityInfo, m_callback.get()).isBad()) {
+        traceUserCertificate(config, m_configuration);
+        return m_error.fail(result::connectFailed);
     }
+    m_session.begin(std::move(session), url.text());
     return result::success;
 }
 
-int COpcUaClient::prepareSecurity(_OpcUaClientConfig& config, const UaString& url,
-                                  SessionSecurityInfo& securityInfo) {
-    if (const int code = m_configuration->setupSecurity(securityInfo)) {
-        return fail(code, result::clientCertificateText);
+int COpcUaClient::OpcUaDisConnect() {
+    SessionEnd end(m_session, *m_callback);
+    const auto session = m_session.get();
+    if (!session) {
+        return m_error.fail(result::notConnected);
     }
-    UaEndpointDescriptions endpoints;
     ServiceSettings settings;
-    const UaStatus queried = UaDiscovery().getEndpoints(settings, url, securityInfo, endpoints);
-    if (queried.isNotGood() || endpoints.length() == 0) {
-        UaTrace::write(UaTrace::Errors, "connect", "%s told no endpoint: %s", url.toUtf8(), queried.name());
-        return result::getEndpointsFailed;
+    if (session->disconnect(settings, true).isBad()) {
+        return m_error.fail(result::disconnectFailed);
     }
-    // The first endpoint stands for the server: its certificate is the one that is decided on, whatever its
-    // policy.
-    SetEndpointMsg(config, endpoints[0].serverCertificate, securityInfo);
-    if (const int code = checkServerCertificateTrust(securityInfo)) {
-        return fail(code, result::serverCertificateText);
-    }
+    end.release();
     return result::success;
-}
-
-int COpcUaClient::setUserIdentity(const _OpcUaClientConfig& config, SessionSecurityInfo& securityInfo) {
-    const UaString userName = toUaString(fieldText(config.userName));
-    if (config.userIdentity == byPassword) {
-        securityInfo.setUserPasswordUserIdentity(userName, Password(config).text());
-    } else if (config.userIdentity == byCertificate) {
-        m_configuration->userCertificateName = userName;
-        if (const int code = m_configuration->loadUserCertificate()) {
-            return fail(code, result::userCertificateText);
-        }
-        securityInfo.setCertificateUserIdentity(m_configuration->userCertificateData,
-                                                m_configuration->userPrivateKeyData);
-        m_configuration->userPrivateKeyData.wipe();
-    } else {
-        securityInfo.setAnonymousUserIdentity();
-    }
-    return result::success;
-}
-
-void COpcUaClient::SetEndpointMsg(_OpcUaClientConfig& config, _OpcUa_ByteString serverCertificate,
-                                  SessionSecurityInfo& securityInfo) {
-    securityInfo.serverCertificate = UaByteString(serverCertificate);
-    if (const UaPkiSecurityPolicy* policy = UaPkiSecurityPolicy::numbered(config.securityPolicy)) {
-        securityInfo.securityPolicyUri = UaString(policy->uri);
-    }
-    if (config.securityMode >= 0 && config.securityMode <= 2) {
-        securityInfo.messageSecurityMode = messageSecurityMode(config.securityMode);
-    }
-}
-
-void COpcUaClient::releaseSession() {
-    releaseSession(SessionEnd(*this));
-}
-
-void COpcUaClient::releaseSession(const SessionEnd&) {
-    if (const auto ended = std::atomic_exchange(&m_session, std::shared_ptr<UaSession>())) {
-        if (ended->wasLostAhead()) {
-            m_carefulUrls.insert(m_sessionUrl);
-        }
-    }
-    if (m_subscription) {
-        m_callback->forgetMonitoredItems();
-        m_subscription = nullptr;
-    }
 }

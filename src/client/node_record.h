@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstring>
 #include <string_view>
 
 #include "OpcUaTypes.h"
@@ -10,10 +11,14 @@
 
 // What an operation needs of the records that the application hands it.
 
-/// The node that a record names, null if its text is none. A view of the text: valid while the record stays
-/// as it is.
-inline UaNodeId idOf(const OpcUaNode& node) {
-    return UaNodeId::borrow(fieldText(node.nodeId));
+/// The node that a record names, null if its text is none.
+inline UaNodeId nodeIdOf(const OpcUaNode& node) {
+    return UaNodeId::fromXmlString(toUaString(fieldText(node.nodeId)));
+}
+
+/// Whether the record's key begins with `text`.
+inline bool beginsWith(const OpcUaNode& node, std::string_view text) {
+    return text.size() <= sizeof node.nodeId && std::memcmp(node.nodeId, text.data(), text.size()) == 0;
 }
 
 /// What an application can do about a status; for the trace, behind its name.
@@ -29,18 +34,4 @@ inline void traceRefusal(const char* area, const OpcUaNode& node, const char* wh
     const std::string_view id = fieldText(node.nodeId);
     UaTrace::write(UaTrace::Warnings, area, "%.*s is not %s: %s%s", static_cast<int>(id.size()), id.data(),
                    what, status.name(), adviceOn(status));
-}
-
-/// The records of a large panel are in no cache. A batch fetches those of the next one while it is made.
-inline void prefetchNodeId(const OpcUaNode& node) {
-    constexpr int usualLength = 32;
-    __builtin_prefetch(&node.nodeId[0]);
-    __builtin_prefetch(&node.nodeId[usualLength]);
-}
-
-/// With what a value needs besides the node id.
-inline void prefetchRecord(const OpcUaNode& node) {
-    prefetchNodeId(node);
-    __builtin_prefetch(&node.dataType);
-    __builtin_prefetch(&node.result, 1);
 }

@@ -1,26 +1,19 @@
 #pragma once
 
-#include <atomic>
 #include <map>
 #include <memory>
-#include <mutex>
-#include <set>
-#include <string>
-#include <vector>
-
-#include <pthread.h>
 
 #include "OpcUaClientInterface.h"
-#include "client/batches.h"
+#include "browse/node_lookup.h"
+#include "client/client_session.h"
+#include "client/last_error.h"
+#include "client/platform.h"
 #include "client/result_codes.h"
-#include "client/visibility.h"
+#include "security/configuration.h"
 #include "uabase/node_id.h"
-#include "uaclient/session.h"
+#include "uaclient/service_settings.h"
 
 class CCallback;
-class Configuration;
-class MutexLock;
-class NodeLookup;
 
 /// One client: its session, its node records and its last error. Members are implemented in the folder of
 /// their subject: connection in client/ and security/, node records in browse/, values in values/ and so on.
@@ -88,84 +81,15 @@ public:
     void ReturnMonitorItemMsg(std::map<unsigned int, _monitItemMsg>& out);
 
 private:
-    /// Stores the message of a failure and returns its code.
-    OPCUACLIENT_LOCAL int fail(const Failure& failure);
-    OPCUACLIENT_LOCAL int fail(int code, const char* text) { return fail(Failure{code, text}); }
-    /// The session that there is, connected or not; null without one. It stays usable when another thread
-    /// disconnects meanwhile: its calls fail then.
-    OPCUACLIENT_LOCAL std::shared_ptr<UaClientSdk::UaSession> session() const;
-    /// The session if it is connected, else null.
-    OPCUACLIENT_LOCAL std::shared_ptr<UaClientSdk::UaSession> connectedSession() const;
-    /// Calls `action` with the connected session while this operation has it alone, or tells that there is
-    /// none.
-    template <typename Action>
-    OPCUACLIENT_LOCAL int withSession(Action action);
-
-    OPCUACLIENT_LOCAL void loadConfiguration();
-    /// How many requests may be on their way to this server at a time.
-    OPCUACLIENT_LOCAL unsigned int requestsAhead(const std::string& url);
-    OPCUACLIENT_LOCAL int openSession(_OpcUaClientConfig& config, UaClientSdk::UaSession& session);
-    OPCUACLIENT_LOCAL int setUserIdentity(const _OpcUaClientConfig& config,
-                                          UaClientSdk::SessionSecurityInfo& securityInfo);
-    OPCUACLIENT_LOCAL int prepareSecurity(_OpcUaClientConfig& config, const UaString& url,
-                                          UaClientSdk::SessionSecurityInfo& securityInfo);
-    class SessionEnd;
-    /// Forgets session and subscription, connected or not.
-    OPCUACLIENT_LOCAL void releaseSession();
-    OPCUACLIENT_LOCAL void releaseSession(const SessionEnd& end);
-    /// Locks the bookkeeping of the items behind the change that is being delivered; what was to be delivered
-    /// with it is dropped.
-    OPCUACLIENT_LOCAL MutexLock endDeliveryAndLock();
-
-    OPCUACLIENT_LOCAL void freeBrowseTree();
-    OPCUACLIENT_LOCAL int browseRoot(OpcUaNode* root, const UaNodeId& id);
-    OPCUACLIENT_LOCAL int browseKnownNode(OpcUaNode* node, const UaNodeId& id);
-    OPCUACLIENT_LOCAL int browseUnder(OpcUaNode* parent, OpcUaNode* found, const UaNodeId& id);
-    /// What ReadDataType() makes of the answer to its read.
-    OPCUACLIENT_LOCAL bool takeDataType(UaStatus status, UaDataValues& values, _OpcUaDataType& type,
-                                        _ArrayType& shape);
-
-    /// Calls `serve` with the connected session while this operation has it alone, or tells each node that
-    /// there is none.
-    template <typename RequestNode, typename Serve>
-    OPCUACLIENT_LOCAL int serveNodes(RequestNode* nodes, int count, Serve serve);
-    OPCUACLIENT_LOCAL void takeValues(const Batch<OpcUa_ReadNode>& batch, UaStatus status,
-                                      const UaDataValues& values);
-    OPCUACLIENT_LOCAL void takeResults(const Batch<OpcUa_WriteNode>& batch, UaStatus status,
-                                       const UaStatusCodeArray& results);
-
-    /// Calls `action` with the subscription while the bookkeeping of its items is locked, or tells why not.
-    template <typename Action>
-    OPCUACLIENT_LOCAL int withMonitoredItems(const Failure& sinkMissing, Action action);
-    OPCUACLIENT_LOCAL int addItem(UaClientSdk::UaSubscription& subscription, OpcUaNode& node,
-                                  const unsigned long* index, int count);
-    struct NewItem;
-    OPCUACLIENT_LOCAL int addItems(UaClientSdk::UaSubscription& subscription, OpcUaNode* nodes, int count);
-    /// Adds to `created` what came of a batch whose first item has this key. Returns the key behind the last.
-    OPCUACLIENT_LOCAL unsigned int takeItems(const Batch<OpcUaNode>& batch, unsigned int key, UaStatus status,
-                                             const UaMonitoredItemCreateResults& results,
-                                             std::vector<NewItem>& created);
-    OPCUACLIENT_LOCAL int removeItem(UaClientSdk::UaSubscription& subscription, const OpcUaNode& node,
-                                     const unsigned long* index, int count);
-    OPCUACLIENT_LOCAL int removeAllItems(UaClientSdk::UaSubscription& subscription);
-    /// Settings of the calls that delete items and subscription.
-    OPCUACLIENT_LOCAL UaClientSdk::ServiceSettings removalSettings() const;
-
-    OpcUaNode* m_browseCursor; ///< root that browsing made last; a record of the browse tree
-    std::atomic<const char*> m_errorText;
-    std::shared_ptr<UaClientSdk::UaSession> m_session; ///< null while not connected; read and set atomically
-    /// The session's own; null when there is none. A callback may disconnect while others look.
-    std::atomic<UaClientSdk::UaSubscription*> m_subscription;
-    std::unique_ptr<COpcUaNodelist> m_nodeList;
-    std::unique_ptr<CCallback> m_callback;
-    unsigned int m_monitoredItemHandle; ///< key of the next monitored item
-    void* m_owningClient;
-    std::unique_ptr<Configuration> m_configuration;
-    void* m_applicationCallback; ///< COpcUaClientInterface::OpcUaCallBack, the application's own
-    pthread_mutex_t m_mutex;     ///< serialises what uses the session
-    std::unique_ptr<NodeLookup> m_lookup;
-    bool m_ending = false;     ///< in the destructor
-    std::mutex m_sessionMutex; ///< held by who puts a session in place or ends it; guards the next two, too
-    std::string m_sessionUrl;
-    std::set<std::string> m_carefulUrls; ///< connections to them broke with several requests on their way
+    const Platform m_platform; ///< outlives all else that is the SDK's
+    LastError m_error;
+    COpcUaNodelist m_nodes;
+    NodeLookup m_lookup{m_nodes};
+    /// The SDK may still call it, from inside the application's callback, when this is gone.
+    std::shared_ptr<CCallback> m_callback;
+    ClientSession m_session;
+    Configuration m_configuration;
+    void* m_owningClient = nullptr;
+    /// Of the calls that delete items and subscription.
+    UaClientSdk::ServiceSettings m_removalSettings;
 };

@@ -1,10 +1,6 @@
 #pragma once
 
-/// A result code with the message that it leaves behind.
-struct Failure {
-    int code;
-    const char* text;
-};
+#include "client/last_error.h"
 
 /// Every code and message of the library. Texts are UTF-8 and live as long as the process.
 namespace result {
@@ -36,10 +32,10 @@ constexpr Failure unmonitorWithoutSink{13, sinkMissingText};
 constexpr Failure clearWithoutSink{14, sinkMissingText};
 
 // Codes that leave the message of an earlier failure in place.
-constexpr int subscriptionNotReplaced = 10;
-constexpr int callbackSinkMissing = 17;
-constexpr int findServersFailed = 18;
-constexpr int getEndpointsFailed = 19;
+constexpr Failure subscriptionNotReplaced{10, nullptr};
+constexpr Failure callbackSinkMissing{17, nullptr};
+constexpr Failure findServersFailed{18, nullptr};
+constexpr Failure getEndpointsFailed{19, nullptr};
 
 // Steps of a secured connect have codes of their own and share one message a step.
 constexpr int pkiProviderFailed = 20;
@@ -56,6 +52,6 @@ constexpr const char* serverCertificateText = "检查服务器证书是否信任
 constexpr const char* userCertificateText = "设置证书身份令牌类型失败";
 
 // A message without a code: browsing goes on after it.
-constexpr const char* readDataTypeText = "读数据类型失败";
+constexpr Failure dataTypeNotRead{success, "读数据类型失败"};
 
 } // namespace result

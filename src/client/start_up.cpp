@@ -6,8 +6,8 @@
 
 #include <unistd.h>
 
-#include "client/callback.h"
 #include "client/opcua_client.h"
+#include "subscription/callback.h"
 #include "uabase/platform_layer.h"
 #include "uabase/trace.h"
 

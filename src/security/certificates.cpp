@@ -1,6 +1,7 @@
 #include <chrono>
 
 #include "client/result_codes.h"
+#include "security/application.h"
 #include "security/configuration.h"
 #include "uabase/directory.h"
 #include "uabase/directory_lock.h"
@@ -130,6 +131,46 @@ public:
     OpcUa_Key record;
 };
 
+void makeClientCertificate(const Configuration& configuration) {
+    const NewPair files(configuration.ClientCertificate, configuration.ClientPrivateKey);
+    // Somebody else may have made it meanwhile. What cannot be made cannot be loaded afterwards, and is
+    // reported then.
+    if (!files.mayBeMade() || !holdsNoCertificate(configuration.ClientCertificate)) {
+        return;
+    }
+    const UaPkiRsaKeyPair keys(keyBits);
+    UaPkiCertificateInfo info;
+    info.uri = application::uri;
+    info.dnsNames = {dnsName};
+    info.validTime = clientValidity;
+    const UaPkiCertificate certificate = selfSigned(identityNamed(application::name), info, keys);
+    if (files.writeCertificateLast(certificate, keys)) {
+        UaTrace::write(UaTrace::LifeCycle, "security", "made this client's own %s for %s",
+                       certificate.description().toUtf8(), configuration.ClientCertificate.toUtf8());
+    }
+}
+
+/// Returns 0, also when somebody else has made it meanwhile, or a result code.
+int makeUserCertificate(const Configuration& configuration) {
+    const NewPair files(configuration.UserCertificate, configuration.UserPrivateKey);
+    if (!files.mayBeMade()) {
+        return result::userCertificateNotWritten;
+    }
+    if (files.isComplete()) {
+        return result::success;
+    }
+    const UaPkiRsaKeyPair keys(keyBits);
+    UaPkiCertificateInfo info;
+    info.uri = "UserCertificate";
+    info.validTime = userValidity;
+    const UaString name = configuration.userCertificateName.size() != 0 ? configuration.userCertificateName
+                                                                        : UaString(defaultUserName);
+    const UaPkiCertificate certificate = selfSigned(identityNamed(name), info, keys);
+    const bool written = files.isKeyMissing() ? files.writeKeyLast(certificate, keys)
+                                              : files.writeCertificateLast(certificate, keys);
+    return written ? result::success : result::userCertificateNotWritten;
+}
+
 } // namespace
 
 int Configuration::setupSecurity(UaClientSdk::SessionSecurityInfo& securityInfo) {
@@ -140,7 +181,7 @@ int Configuration::setupSecurity(UaClientSdk::SessionSecurityInfo& securityInfo)
     }
     // A certificate that is there stays, expired or without its key: others may already trust it.
     if (UaPkiCertificate::fromDERFile(ClientCertificate).isNull()) {
-        makeClientCertificate();
+        makeClientCertificate(*this);
     }
     if (securityInfo
             .initializePkiProviderOpenSSL(CertificateRevocationListLocation, CertificateTrustListLocation,
@@ -154,51 +195,13 @@ int Configuration::setupSecurity(UaClientSdk::SessionSecurityInfo& securityInfo)
     return result::success;
 }
 
-void Configuration::makeClientCertificate() const {
-    const NewPair files(ClientCertificate, ClientPrivateKey);
-    // Somebody else may have made it meanwhile. What cannot be made cannot be loaded afterwards, and is
-    // reported then.
-    if (!files.mayBeMade() || !holdsNoCertificate(ClientCertificate)) {
-        return;
-    }
-    const UaPkiRsaKeyPair keys(keyBits);
-    UaPkiCertificateInfo info;
-    info.uri = "urn:HMI:Kestrova::RK4400";
-    info.dnsNames = {dnsName};
-    info.validTime = clientValidity;
-    const UaPkiCertificate certificate = selfSigned(identityNamed("HMI_RK4400"), info, keys);
-    if (files.writeCertificateLast(certificate, keys)) {
-        UaTrace::write(UaTrace::LifeCycle, "security", "made this client's own %s for %s",
-                       certificate.description().toUtf8(), ClientCertificate.toUtf8());
-    }
-}
-
-int Configuration::makeUserCertificate() const {
-    const NewPair files(UserCertificate, UserPrivateKey);
-    if (!files.mayBeMade()) {
-        return result::userCertificateNotWritten;
-    }
-    if (files.isComplete()) {
-        return result::success;
-    }
-    const UaPkiRsaKeyPair keys(keyBits);
-    UaPkiCertificateInfo info;
-    info.uri = "UserCertificate";
-    info.validTime = userValidity;
-    const UaString name = userCertificateName.size() != 0 ? userCertificateName : UaString(defaultUserName);
-    const UaPkiCertificate certificate = selfSigned(identityNamed(name), info, keys);
-    const bool written = files.isKeyMissing() ? files.writeKeyLast(certificate, keys)
-                                              : files.writeCertificateLast(certificate, keys);
-    return written ? result::success : result::userCertificateNotWritten;
-}
-
 int Configuration::loadUserCertificate() {
     makeDirectories(UserCertificate);
     makeDirectories(UserPrivateKey);
     const bool certificateReadable = isReadable(UserCertificate);
     const bool keyReadable = isReadable(UserPrivateKey);
     if (!certificateReadable || !keyReadable) {
-        if (const int code = makeUserCertificate()) {
+        if (const int code = makeUserCertificate(*this)) {
             return code;
         }
     }

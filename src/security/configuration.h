@@ -1,7 +1,6 @@
 #pragma once
 
 #include "OpcUaTypes.h"
-#include "client/visibility.h"
 #include "uabase/byte_string.h"
 #include "uabase/string.h"
 #include "uaclient/security_info.h"
@@ -43,8 +42,4 @@ public:
     UaString ClientPrivateKey;
     UaString UserCertificate;
     UaString UserPrivateKey;
-
-private:
-    OPCUACLIENT_LOCAL void makeClientCertificate() const;
-    OPCUACLIENT_LOCAL int makeUserCertificate() const;
 };

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <string_view>
 
-#include "client/call_settings.h"
 #include "client/opcua_client.h"
 #include "client/text_field.h"
 #include "security/security_policy.h"
@@ -84,7 +83,7 @@ void fillEndpoint(_OpcUa_EndpointMsg& message, const OpcUa_EndpointDescription& 
 /// The three objects that all calls of one discovery share.
 struct Query {
     UaDiscovery discovery;
-    ServiceSettings settings = callSettings();
+    ServiceSettings settings;
     ClientSecurityInfo security;
 
     /// Fills what `url` answers; false when it does not.
@@ -127,12 +126,12 @@ int COpcUaClient::OpcUaDiscover(char* discoveryUrl, _OpcUa_ServerConfigMsg& mess
     UaApplicationDescriptions servers;
     if (query.discovery.findServers(query.settings, UaString(discoveryUrl), query.security, servers)
             .isNotGood()) {
-        return result::findServersFailed;
+        return m_error.fail(result::findServersFailed);
     }
     message.serverCount = bounded(message.servers, servers.length());
     bool answered = false;
     for (unsigned int i = 0; i < message.serverCount; ++i) {
         answered |= query.readServer(servers[i], message.servers[i]);
     }
-    return answered ? result::success : result::getEndpointsFailed;
+    return answered ? result::success : m_error.fail(result::getEndpointsFailed);
 }

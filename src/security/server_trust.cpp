@@ -1,13 +1,17 @@
+#include "security/server_trust.h"
+
 #include <exception>
 
 #include "client/opcua_client.h"
-#include "security/configuration.h"
+#include "subscription/callback.h"
 #include "uabase/byte_array.h"
 #include "uabase/date_time.h"
 #include "uabase/trace.h"
 #include "uapki/certificate.h"
 
 namespace {
+
+using Application = COpcUaClientInterface::OpcUaCallBack;
 
 // What the application answers; anything else is a refusal.
 constexpr int acceptOnce = 0;
@@ -18,23 +22,8 @@ UaString thumbprintOf(const UaPkiCertificate& certificate) {
     return certificate.thumbPrint().toHex(false);
 }
 
-int askApplication(void* callback, const _OpcUaCertificateMsg& message) {
-    try {
-        return static_cast<COpcUaClientInterface::OpcUaCallBack*>(callback)->OpcUaTrustServerCertificate(
-            message);
-    } catch (const std::exception& error) {
-        UaTrace::write(UaTrace::Errors, "security", "the application's trust decision threw: %s",
-                       error.what());
-    } catch (...) {
-        UaTrace::write(UaTrace::Errors, "security", "the application's trust decision threw");
-    }
-    return reject;
-}
-
-} // namespace
-
-void COpcUaClient::GetServerCertMsg(UaByteString certificateData, _OpcUaCertificateMsg& message) {
-    const UaPkiCertificate certificate = UaPkiCertificate::fromDER(certificateData);
+void describeCertificate(const UaByteString& data, _OpcUaCertificateMsg& message) {
+    const UaPkiCertificate certificate = UaPkiCertificate::fromDER(data);
     const UaPkiIdentity issuer = certificate.issuer();
     message.commonName = issuer.commonName.text();
     message.organization = issuer.organization.text();
@@ -50,20 +39,35 @@ void COpcUaClient::GetServerCertMsg(UaByteString certificateData, _OpcUaCertific
     message.validTo = certificate.validTo().toString().text();
 }
 
-int COpcUaClient::checkServerCertificateTrust(UaClientSdk::SessionSecurityInfo& securityInfo) {
+int ask(Application& application, const UaByteString& certificate) {
+    _OpcUaCertificateMsg message;
+    describeCertificate(certificate, message);
+    try {
+        return application.OpcUaTrustServerCertificate(message);
+    } catch (const std::exception& error) {
+        UaTrace::write(UaTrace::Errors, "security", "the application's trust decision threw: %s",
+                       error.what());
+    } catch (...) {
+        UaTrace::write(UaTrace::Errors, "security", "the application's trust decision threw");
+    }
+    return reject;
+}
+
+} // namespace
+
+int decideOnServer(UaClientSdk::SessionSecurityInfo& securityInfo, void* callback,
+                   const UaString& trustList) {
     const UaStatus verified = securityInfo.verifyServerCertificate(nullptr);
     if (!verified.isBad()) {
         return result::success;
     }
-    const UaString certificate = UaPkiCertificate::fromDER(securityInfo.serverCertificate).description();
-    if (m_applicationCallback) {
-        _OpcUaCertificateMsg message;
-        GetServerCertMsg(securityInfo.serverCertificate, message);
-        const int decision = askApplication(m_applicationCallback, message);
+    const UaPkiCertificate certificate = UaPkiCertificate::fromDER(securityInfo.serverCertificate);
+    if (callback) {
+        const int decision = ask(*static_cast<Application*>(callback), securityInfo.serverCertificate);
         if (decision == acceptOnce) {
             UaTrace::write(UaTrace::Warnings, "security",
                            "the application accepted the server's %s for this connection, in spite of %s",
-                           certificate.toUtf8(), verified.name());
+                           certificate.description().toUtf8(), verified.name());
             securityInfo.doServerCertificateVerify = false;
             return result::success;
         }
@@ -71,17 +75,26 @@ int COpcUaClient::checkServerCertificateTrust(UaClientSdk::SessionSecurityInfo& 
             UaTrace::write(UaTrace::Errors, "security",
                            "refused by this client: the application rejected the server's %s, which had not "
                            "passed verification (%s); nothing was saved into the trust list %s",
-                           certificate.toUtf8(), verified.name(),
-                           m_configuration->CertificateTrustListLocation.toUtf8());
+                           certificate.description().toUtf8(), verified.name(), trustList.toUtf8());
             securityInfo.doServerCertificateVerify = true;
             return result::serverCertificateRejected;
         }
     }
     // Without an application to ask, the first certificate that a server shows is trusted from then on.
-    UaString name = thumbprintOf(UaPkiCertificate::fromDER(securityInfo.serverCertificate));
+    UaString name = thumbprintOf(certificate);
     if (securityInfo.saveServerCertificate(name).isBad()) {
         return result::serverCertificateNotSaved;
     }
     securityInfo.doServerCertificateVerify = true;
     return result::success;
+}
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is part of the binary interface
+void COpcUaClient::GetServerCertMsg(UaByteString certificateData, _OpcUaCertificateMsg& message) {
+    describeCertificate(certificateData, message);
+}
+
+int COpcUaClient::checkServerCertificateTrust(UaClientSdk::SessionSecurityInfo& securityInfo) {
+    return decideOnServer(securityInfo, m_callback->applicationCallback,
+                          m_configuration.CertificateTrustListLocation);
 }

@@ -1,187 +1,55 @@
+#include "subscription/monitored_items.h"
+
 #include <algorithm>
-#include <cstddef>
-#include <vector>
+#include <utility>
 
-#include "client/batches.h"
 #include "client/node_record.h"
-#include "client/session_lock.h"
-#include "subscription/monitored_items_lock.h"
 #include "subscription/selection.h"
-#include "values/value_service.h"
 
-using namespace UaClientSdk;
-
-namespace {
-
-constexpr unsigned int maximumItems = 20000;
-
-unsigned int keyAfter(unsigned int key) {
-    return key + 1 < maximumItems ? key + 1 : 0;
+void MonitoredItems::add(unsigned int handle, OpcUa_UInt32 id, const OpcUaNode& node,
+                         const _ArrayType& selection) {
+    auto copy = std::make_unique<OpcUaNode>(node);
+    m_items.resize(std::max<std::size_t>(m_items.size(), handle));
+    MonitoredItem& item = m_items[handle - 1];
+    m_count += item.node ? 0 : 1;
+    item = {id, std::move(copy), selection};
 }
 
-/// OPC UA Part 4, 7.21: an item reports the node's latest value, sampled every 100 ms.
-void describeItem(OpcUa_MonitoredItemCreateRequest& request, const UaNodeId& id, unsigned int key) {
-    nameValue(request.itemToMonitor, id);
-    request.monitoringMode = OpcUa_MonitoringMode_Reporting;
-    request.requestedParameters.clientHandle = key + 1;
-    request.requestedParameters.samplingInterval = 100.0;
-    request.requestedParameters.queueSize = 1;
-    request.requestedParameters.discardOldest = true;
-}
-
-/// Asks for the nodes of a batch, the first of which gets this key. Returns the key behind the last one.
-unsigned int describeItems(const Batch<OpcUaNode>& batch, unsigned int key, UaNodeId* ids,
-                           UaMonitoredItemCreateRequests& requests) {
-    requests.createViews(static_cast<OpcUa_UInt32>(batch.count));
-    for (int i = 0; i < batch.count; ++i, key = keyAfter(key)) {
-        if (i < batch.following) {
-            prefetchNodeId(batch.records[batch.count + i]);
-        }
-        ids[i] = idOf(batch.records[i]);
-        describeItem(requests[static_cast<OpcUa_UInt32>(i)], ids[i], key);
-    }
-    return key;
-}
-
-void traceRefused(const OpcUaNode& node, UaStatus status) {
-    traceRefusal("subscription", node, "monitored", status);
-}
-
-UaStatus createItems(UaSubscription& subscription, const UaMonitoredItemCreateRequests& requests,
-                     UaMonitoredItemCreateResults& results) {
-    ServiceSettings settings;
-    const UaStatus status =
-        subscription.createMonitoredItems(settings, OpcUa_TimestampsToReturn_Both, requests, results);
-    return complete(status, requests.length(), results);
-}
-
-} // namespace
-
-/// An item that the server has made.
-struct COpcUaClient::NewItem {
-    OpcUaNode* node;
-    unsigned long monitoredItemId;
-    unsigned long clientHandle;
-};
-
-int COpcUaClient::OpcUaAddMonitNode(OpcUaNode* node, unsigned long* index, int count) {
-    if (!node) {
-        return fail(result::invalidArgument);
-    }
-    return withSession([&](UaSession&) {
-        return withMonitoredItems(result::monitorWithoutSink, [&](UaSubscription& subscription) {
-            return addItem(subscription, *node, index, count);
-        });
-    });
-}
-
-int COpcUaClient::addItem(UaSubscription& subscription, OpcUaNode& node, const unsigned long* index,
-                          int count) {
-    if (m_callback->monitoredItems.size() >= maximumItems) {
-        return fail(result::monitorFailed);
-    }
-    UaNodeId id;
-    if (!SetNodeID(&node, &id)) {
-        return fail(result::nodeIdInvalid);
-    }
-    _ArrayType selection;
-    if (!makeSelection(index, count, selection)) {
-        return fail(result::invalidArgument);
-    }
-    UaMonitoredItemCreateRequests requests;
-    requests.createViews(1);
-    describeItem(requests[0], id, m_monitoredItemHandle);
-    UaMonitoredItemCreateResults results;
-    UaStatus status = createItems(subscription, requests, results);
-    if (status.isGood()) {
-        status = results[0].statusCode;
-    }
-    if (status.isNotGood()) {
-        traceRefused(node, status);
-        return fail(result::monitorFailed);
-    }
-    m_callback->keepMonitoredItem(results[0].monitoredItemId, m_monitoredItemHandle + 1UL, node, selection);
-    m_monitoredItemHandle = keyAfter(m_monitoredItemHandle);
-    return result::success;
-}
-
-int COpcUaClient::OpcUaAddMultiMonitNode(OpcUaNode* nodes, int count) {
-    if (!nodes || count < 1) {
-        return fail(result::invalidArgument);
-    }
-    const MutexLock lock(m_mutex);
-    const auto current = session();
-    int code = result::notConnected.code;
-    if (!current || !current->isConnected()) {
-        fail(result::notConnected);
-    } else {
-        code = withMonitoredItems(result::monitorWithoutSink, [&](UaSubscription& subscription) {
-            return addItems(subscription, nodes, count);
-        });
-    }
-    if (code == result::success) {
-        return code;
-    }
-    std::for_each(nodes, nodes + count, [code](OpcUaNode& node) { node.result = code; });
-    // Unless the connection was lost, the nodes' own results tell all.
-    return current && code == result::notConnected.code ? code : result::success;
-}
-
-int COpcUaClient::addItems(UaSubscription& subscription, OpcUaNode* nodes, int count) {
-    std::vector<NewItem> created;
-    created.reserve(static_cast<std::size_t>(count));
-    Batches<OpcUaNode> asked(nodes, count);
-    Batches<OpcUaNode> answered(nodes, count);
-    unsigned int answeredKey = m_monitoredItemHandle;
-    UaNodeId ids[batchSize];
-    CreateItemsSequence sequence;
-    sequence.next = [&](UaMonitoredItemCreateRequests& requests) {
-        const bool more = asked.next();
-        if (more) {
-            m_monitoredItemHandle = describeItems(asked.current(), m_monitoredItemHandle, ids, requests);
-        }
-        return more;
+unsigned int MonitoredItems::firstHandle(std::string_view nodeId, const _ArrayType& selection) const {
+    const auto matches = [&](const MonitoredItem& item) {
+        return item.node && beginsWith(*item.node, nodeId) &&
+               (selection.kind == 0 || haveSameIndices(item.selection, selection));
     };
-    sequence.answered = [&](UaStatus status, const UaMonitoredItemCreateResults& results) {
-        answered.next();
-        answeredKey = takeItems(answered.current(), answeredKey, status, results, created);
-        return true;
-    };
-    ServiceSettings settings;
-    subscription.createMonitoredItems(settings, OpcUa_TimestampsToReturn_Both, sequence);
-
-    unsigned long highest = 0;
-    for (const NewItem& item : created) {
-        highest = std::max(highest, item.clientHandle);
-    }
-    m_callback->expectMonitoredItems(highest);
-    // Behind the last call: our records between the engine's items would strew those over so many pages that
-    // finding one for each change takes twice the time.
-    for (const NewItem& item : created) {
-        m_callback->keepMonitoredItem(item.monitoredItemId, item.clientHandle, *item.node, {});
-        item.node->result = result::success;
-    }
-    return result::success;
+    const auto first = std::find_if(m_items.begin(), m_items.end(), matches);
+    return first != m_items.end() ? static_cast<unsigned int>(first - m_items.begin()) + 1 : 0;
 }
 
-unsigned int COpcUaClient::takeItems(const Batch<OpcUaNode>& batch, unsigned int key, UaStatus status,
-                                     const UaMonitoredItemCreateResults& results,
-                                     std::vector<NewItem>& created) {
-    const UaStatus serviceStatus = complete(status, static_cast<OpcUa_UInt32>(batch.count), results);
-    for (int i = 0; i < batch.count; ++i, key = keyAfter(key)) {
-        OpcUaNode& node = batch.records[i];
-        const auto place = static_cast<OpcUa_UInt32>(i);
-        const UaStatus itemStatus =
-            serviceStatus.isGood() ? UaStatus(results[place].statusCode) : serviceStatus;
-        if (!itemStatus.isNotGood()) {
-            created.push_back({&node, results[place].monitoredItemId, key + 1UL});
-            continue;
-        }
-        traceRefused(node, itemStatus);
-        if (serviceStatus.isGood()) {
-            fail(result::monitorFailed);
-        }
-        node.result = result::monitorFailed.code;
+void MonitoredItems::listIds(UaUInt32Array& ids) const {
+    ids.create(static_cast<OpcUa_UInt32>(m_count));
+    OpcUa_UInt32 position = 0;
+    forEach([&](unsigned int, const MonitoredItem& item) { ids[position++] = item.id; });
+}
+
+void MonitoredItems::forget(unsigned int handle) {
+    m_items[handle - 1] = {};
+    --m_count;
+}
+
+void MonitoredItems::forgetAll() {
+    m_items = std::vector<MonitoredItem>();
+    m_count = 0;
+}
+
+void MonitoredItems::forgetSubscription() {
+    if (subscription.exchange(nullptr)) {
+        forgetAll();
     }
-    return key;
+}
+
+ItemsTurn::ItemsTurn(MonitoredItems& items) : m_lock(items.mutex, std::defer_lock) {
+    if (items.subscription) {
+        m_lock.lock();
+        // The callback that held the lock until now may have disconnected.
+        m_subscription = items.subscription;
+    }
 }

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "values/value_types.h"
+#include "values/element_position.h"
 
 bool makeSelection(const unsigned long* index, int count, _ArrayType& selection) {
     selection = {};

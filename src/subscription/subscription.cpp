@@ -1,5 +1,5 @@
-#include "client/callback.h"
-#include "client/session_lock.h"
+#include "client/opcua_client.h"
+#include "subscription/callback.h"
 
 using namespace UaClientSdk;
 
@@ -18,51 +18,52 @@ SubscriptionSettings settingsFor(double publishingInterval) {
     return settings;
 }
 
+/// A turn at the items behind the change that is being delivered; what was to be delivered with it is
+/// dropped.
+ItemsTurn endDelivery(CCallback& sink) {
+    const DeliveryGate::Closure closure(sink.deliveries);
+    return ItemsTurn(sink.items);
+}
+
 } // namespace
 
 int COpcUaClient::OpcUaCreateSubScription(double publishingInterval) {
-    return withSession([&](UaSession& session) {
-        if (m_subscription && this->OpcUaDeleteSubScription() != result::success) {
-            return result::subscriptionNotReplaced;
-        }
-        ServiceSettings settings;
-        SubscriptionSettings parameters = settingsFor(publishingInterval);
-        UaSubscription* subscription = nullptr;
-        const UaStatus status = session.createSubscription(
-            settings, m_callback.get(), clientSubscriptionHandle, parameters, 1, &subscription);
-        if (status.isNotGood()) {
-            return fail(result::createSubscriptionFailed);
-        }
-        m_subscription = subscription;
-        return result::success;
-    });
-}
-
-MutexLock COpcUaClient::endDeliveryAndLock() {
-    const DeliveryGate::Closure closure(m_callback->deliveries);
-    return MutexLock(m_callback->bookkeepingMutex);
+    const SessionTurn session(m_session);
+    if (!session.connected()) {
+        return m_error.fail(result::notConnected);
+    }
+    if (m_callback->items.subscription && this->OpcUaDeleteSubScription() != result::success) {
+        return m_error.fail(result::subscriptionNotReplaced);
+    }
+    ServiceSettings settings;
+    SubscriptionSettings parameters = settingsFor(publishingInterval);
+    UaSubscription* subscription = nullptr;
+    const UaStatus status = session.connected()->createSubscription(
+        settings, m_callback.get(), clientSubscriptionHandle, parameters, 1, &subscription);
+    if (status.isNotGood()) {
+        return m_error.fail(result::createSubscriptionFailed);
+    }
+    m_callback->items.subscription = subscription;
+    return result::success;
 }
 
 int COpcUaClient::OpcUaDeleteSubScription() {
-    if (!connectedSession()) {
-        return fail(result::notConnected);
-    }
-    if (!m_subscription) {
-        return fail(result::noSubscription);
+    if (!m_session.connected()) {
+        return m_error.fail(result::notConnected);
     }
     if (!m_callback) {
-        return fail(result::deleteWithoutSink);
+        return m_error.fail(result::deleteWithoutSink);
     }
-    const MutexLock lock = endDeliveryAndLock();
-    // The callback that held the lock until now may have disconnected.
-    const auto current = session();
-    UaSubscription* subscription = m_subscription;
-    if (!current || !subscription) {
-        return fail(result::noSubscription);
+    if (!m_callback->items.subscription) {
+        return m_error.fail(result::noSubscription);
     }
-    ServiceSettings settings = removalSettings();
-    const UaStatus status = current->deleteSubscription(settings, &subscription, 100);
-    m_callback->forgetMonitoredItems();
-    m_subscription = nullptr;
-    return status.isNotGood() ? fail(result::deleteSubscriptionFailed) : result::success;
+    const ItemsTurn turn = endDelivery(*m_callback);
+    const auto session = m_session.get();
+    UaSubscription* subscription = turn.subscription();
+    if (!session || !subscription) {
+        return m_error.fail(result::noSubscription);
+    }
+    const UaStatus status = session->deleteSubscription(m_removalSettings, &subscription, 100);
+    m_callback->items.forgetSubscription();
+    return status.isNotGood() ? m_error.fail(result::deleteSubscriptionFailed) : result::success;
 }

@@ -1,11 +1,9 @@
 #include <utility>
 
-#include "client/session_lock.h"
+#include "client/opcua_client.h"
 #include "values/element_position.h"
 #include "values/value_buffer.h"
 #include "values/value_service.h"
-
-using UaClientSdk::UaSession;
 
 namespace {
 
@@ -22,29 +20,38 @@ int COpcUaClient::ChangeArray(unsigned long* index, unsigned long* dims, int cou
 int COpcUaClient::OpcUaGetArrayValue(OpcUaNode* node, unsigned long* index, int count, void* buffer,
                                      int& size) {
     if (!areValid(node, index, count, buffer)) {
-        return fail(result::invalidArgument);
+        return m_error.fail(result::invalidArgument);
     }
-    return withSession([&](UaSession& session) {
-        UaVariant value;
-        unsigned int position = 0;
-        const bool stored = readGoodValue(session, *node, value) &&
-                            findPosition(value, index, count, position) &&
-                            storeElement(std::move(value), position, node->dataType, buffer, size);
-        return stored ? result::success : fail(result::readFailed);
-    });
+    const SessionTurn session(m_session);
+    if (!session.connected()) {
+        return m_error.fail(result::notConnected);
+    }
+    UaVariant value;
+    unsigned int position = 0;
+    const bool isRead = readGoodValue(*session.connected(), *node, value) &&
+                        findPosition(value, index, count, position) &&
+                        encodeElement(std::move(value), position, node->dataType, buffer, size);
+    return isRead ? result::success : m_error.fail(result::readFailed);
 }
 
 int COpcUaClient::OpcUaSetArrayValue(OpcUaNode* node, unsigned long* index, int count, const void* buffer,
                                      int& size) {
     if (!areValid(node, index, count, buffer)) {
-        return fail(result::invalidArgument);
+        return m_error.fail(result::invalidArgument);
     }
-    return withSession([&](UaSession& session) {
-        UaVariant value;
-        unsigned int position = 0;
-        const bool written =
-            readGoodValue(session, *node, value) && findPosition(value, index, count, position) &&
-            takeElement(value, position, node->dataType, buffer, size) && writeValue(session, *node, value);
-        return written ? result::success : fail(result::writeFailed);
-    });
+    const SessionTurn session(m_session);
+    if (!session.connected()) {
+        return m_error.fail(result::notConnected);
+    }
+    UaVariant value;
+    unsigned int position = 0;
+    if (!readGoodValue(*session.connected(), *node, value) || !findPosition(value, index, count, position) ||
+        !decodeElement(value, position, node->dataType, buffer, size)) {
+        return m_error.fail(result::writeFailed);
+    }
+    UaWriteValues request = writeRequest(*node);
+    // An array goes back in the memory that it came in.
+    value.moveTo(&request[0].value.value);
+    return writeValue(*session.connected(), *node, request) ? result::success
+                                                            : m_error.fail(result::writeFailed);
 }

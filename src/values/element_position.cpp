@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "values/value_types.h"
-
 unsigned int flatPosition(const unsigned long* index, const unsigned long* dimensions, int count) {
     unsigned int position = 0;
     for (int i = 0; i < count; ++i) {
@@ -18,11 +16,12 @@ bool findPosition(const UaVariant& value, const unsigned long* index, int count,
         position = static_cast<unsigned int>(index[0]);
         return value.isArray();
     }
-    UaUInt32Array lengths;
-    value.arrayDimensions(lengths);
-    if (count < 1 || count > maximumDimensions || lengths.length() != static_cast<OpcUa_UInt32>(count)) {
+    if (!value.isMatrix() || count > maximumDimensions ||
+        value.dimensionSize() != static_cast<OpcUa_UInt32>(count)) {
         return false;
     }
+    UaUInt32Array lengths;
+    value.arrayDimensions(lengths);
     unsigned long dimensions[maximumDimensions] = {};
     std::copy(lengths.begin(), lengths.end(), dimensions);
     position = flatPosition(index, dimensions, count);

@@ -2,6 +2,9 @@
 
 #include "uabase/variant.h"
 
+/// Dimensions that can be told or addressed.
+constexpr int maximumDimensions = 16;
+
 /// Position of a matrix element in row-major order: the last index varies fastest. Reckons in 32 bits with
 /// wrap-around, checks no index against its dimension and never uses the first dimension. 0 when `count` is
 /// below 1.

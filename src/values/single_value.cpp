@@ -1,30 +1,35 @@
-#include "client/session_lock.h"
+#include "client/opcua_client.h"
 #include "values/value_buffer.h"
 #include "values/value_service.h"
 
-using UaClientSdk::UaSession;
-
 int COpcUaClient::OpcUaGetValue(OpcUaNode* node, void* buffer, int& size) {
     if (!node || !buffer) {
-        return fail(result::invalidArgument);
+        return m_error.fail(result::invalidArgument);
     }
-    return withSession([&](UaSession& session) {
-        UaVariant value;
-        if (!readGoodValue(session, *node, value)) {
-            return fail(result::readFailed);
-        }
-        storeValue(value, node->dataType, buffer, size);
-        return result::success;
-    });
+    const SessionTurn session(m_session);
+    if (!session.connected()) {
+        return m_error.fail(result::notConnected);
+    }
+    UaVariant value;
+    if (!readGoodValue(*session.connected(), *node, value)) {
+        return m_error.fail(result::readFailed);
+    }
+    encodeValue(value, node->dataType, buffer, size);
+    return result::success;
 }
 
 int COpcUaClient::OpcUaSetValue(OpcUaNode* node, const void* buffer, int& size) {
     if (!node || !buffer) {
-        return fail(result::invalidArgument);
+        return m_error.fail(result::invalidArgument);
     }
-    return withSession([&](UaSession& session) {
-        UaVariant value;
-        takeValue(value, node->dataType, buffer, size);
-        return writeValue(session, *node, value) ? result::success : fail(result::writeFailed);
-    });
+    const SessionTurn session(m_session);
+    if (!session.connected()) {
+        return m_error.fail(result::notConnected);
+    }
+    UaVariant value;
+    decodeValue(value, node->dataType, buffer, size);
+    UaWriteValues request = writeRequest(*node);
+    value.copyTo(&request[0].value.value);
+    return writeValue(*session.connected(), *node, request) ? result::success
+                                                            : m_error.fail(result::writeFailed);
 }

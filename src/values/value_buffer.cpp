@@ -3,51 +3,59 @@
 #include <algorithm>
 #include <climits>
 #include <cstddef>
-#include <string_view>
+#include <cstring>
 #include <utility>
 
 #include "client/text_field.h"
+#include "values/value_types.h"
 
 namespace {
 
-template <typename Number>
-void store(Number element, void* buffer, int& size) {
-    storeNumber(element, buffer, size);
+/// `size` becomes the number's width.
+template <typename Cell>
+void encodeNumber(Cell cell, void* buffer, int& size) {
+    std::memcpy(buffer, &cell, sizeof cell);
+    size = sizeof cell;
 }
 
-void store(const OpcUa_String& element, void* buffer, int& size) {
-    storeText(viewOf(element), buffer, size);
+/// A number of at most `size` bytes; missing bytes are 0, and a greater `size` is cut to the width.
+template <typename Cell>
+Cell decodeNumber(const void* buffer, int& size) {
+    size = std::min(size, static_cast<int>(sizeof(Cell)));
+    Cell cell{};
+    std::memcpy(&cell, buffer, static_cast<std::size_t>(std::max(size, 0)));
+    return cell;
 }
 
-struct StoreVisitor {
+struct ValueEncoder {
     const UaVariant& value;
     void* buffer;
     int& size;
 
     template <typename Number>
     void operator()(Number) const {
-        storeNumber(Number::get(value), buffer, size);
+        encodeNumber(Number::get(value), buffer, size);
     }
     void operator()(StringType) const {
         // A text is taken from where it lies; only what must be converted first is copied.
         if (value.type() == OpcUaType_String) {
-            storeText(viewOf(value.text()), buffer, size);
+            encodeText(viewOf(value.text()), buffer, size);
         } else {
-            storeText(viewOf(value.toString()), buffer, size);
+            encodeText(viewOf(value.toString()), buffer, size);
         }
     }
     void operator()(NullType) const { size = 0; }
     void operator()(UnknownType) const {}
 };
 
-struct TakeVisitor {
+struct ValueDecoder {
     UaVariant& value;
     const void* buffer;
     int& size;
 
     template <typename Number>
     bool operator()(Number) const {
-        Number::set(value, takeNumber<typename Number::Cell>(buffer, size));
+        Number::set(value, decodeNumber<typename Number::Cell>(buffer, size));
         return true;
     }
     bool operator()(StringType) const {
@@ -58,20 +66,29 @@ struct TakeVisitor {
     bool operator()(UnknownType) const { return false; }
 };
 
-struct StoreElementVisitor {
+struct ElementEncoder {
     UaVariant& value;
     unsigned int position;
     void* buffer;
     int& size;
 
-    template <typename Type>
-    bool operator()(Type) const {
-        UaProtocolArray<typename Type::Element> elements;
-        std::move(value).toArray(elements);
+    template <typename Number>
+    bool operator()(Number) const {
+        typename Number::Array elements;
+        Number::toArray(std::move(value), elements);
         if (position >= elements.length()) {
             return false;
         }
-        store(elements[position], buffer, size);
+        encodeNumber(elements[position], buffer, size);
+        return true;
+    }
+    bool operator()(StringType) const {
+        UaStringArray elements;
+        StringType::toArray(std::move(value), elements);
+        if (position >= elements.length()) {
+            return false;
+        }
+        encodeText(viewOf(elements[position]), buffer, size);
         return true;
     }
     bool operator()(NullType) const {
@@ -81,7 +98,7 @@ struct StoreElementVisitor {
     bool operator()(UnknownType) const { return true; }
 };
 
-struct TakeElementVisitor {
+struct ElementDecoder {
     UaVariant& value;
     unsigned int position;
     const void* buffer;
@@ -89,45 +106,52 @@ struct TakeElementVisitor {
 
     template <typename Number>
     bool operator()(Number) const {
-        const auto cell = takeNumber<typename Number::Cell>(buffer, size);
-        return replace(static_cast<typename Number::Element>(cell));
+        const auto cell = decodeNumber<typename Number::Cell>(buffer, size);
+        return replace<Number>(static_cast<typename Number::Element>(cell));
     }
     bool operator()(StringType) const {
         const UaString text(static_cast<const char*>(buffer));
-        return replace(text.view());
+        return replace<StringType>(text.view());
     }
     bool operator()(NullType) const { return empty(); }
     bool operator()(UnknownType) const { return empty(); }
 
 private:
+    bool hasElement() const {
+        return position < (value.isMatrix() ? value.noOfMatrixElements() : value.arraySize());
+    }
     bool empty() const {
-        const bool found = position < value.arraySize();
+        const bool found = hasElement();
         value.clear();
         return found;
     }
 
-    template <typename Element>
-    bool replace(const Element& element) const {
-        const bool isMatrix = value.isMatrix();
-        UaProtocolArray<Element> elements;
+    template <typename Type>
+    bool replace(const typename Type::Element& element) const {
+        if (!hasElement()) {
+            return false;
+        }
+        typename Type::Array elements;
+        if (!value.isMatrix()) {
+            if (Type::toArray(std::move(value), elements) != OpcUa_Good) {
+                return false;
+            }
+            elements.replace(position, element);
+            Type::setArray(value, std::move(elements));
+            return true;
+        }
         UaUInt32Array dimensions;
-        const OpcUa_StatusCode converted =
-            isMatrix ? std::move(value).toMatrix(elements, dimensions) : std::move(value).toArray(elements);
-        if (converted != OpcUa_Good || position >= elements.length()) {
+        if (Type::toMatrix(std::move(value), elements, dimensions) != OpcUa_Good) {
             return false;
         }
         elements.replace(position, element);
-        if (isMatrix) {
-            return value.setMatrix(std::move(elements), std::move(dimensions)) == OpcUa_Good;
-        }
-        value.setArray(std::move(elements));
-        return true;
+        return Type::setMatrix(value, std::move(elements), std::move(dimensions)) == OpcUa_Good;
     }
 };
 
 } // namespace
 
-void storeText(std::string_view text, void* buffer, int& size) {
+void encodeText(std::string_view text, void* buffer, int& size) {
     const auto capacity = static_cast<std::size_t>(std::max(size, 0));
     auto* const end = std::copy_n(text.data(), std::min(text.size(), capacity), static_cast<char*>(buffer));
     if (text.size() < capacity) {
@@ -138,19 +162,19 @@ void storeText(std::string_view text, void* buffer, int& size) {
     }
 }
 
-void storeValue(const UaVariant& value, _OpcUaDataType type, void* buffer, int& size) {
-    visitType(type, StoreVisitor{value, buffer, size});
+void encodeValue(const UaVariant& value, _OpcUaDataType type, void* buffer, int& size) {
+    visitType(type, ValueEncoder{value, buffer, size});
 }
 
-bool takeValue(UaVariant& value, _OpcUaDataType type, const void* buffer, int& size) {
-    return visitType(type, TakeVisitor{value, buffer, size});
+bool decodeValue(UaVariant& value, _OpcUaDataType type, const void* buffer, int& size) {
+    return visitType(type, ValueDecoder{value, buffer, size});
 }
 
-bool storeElement(UaVariant&& value, unsigned int position, _OpcUaDataType type, void* buffer, int& size) {
-    return visitType(type, StoreElementVisitor{value, position, buffer, size});
+bool encodeElement(UaVariant&& value, unsigned int position, _OpcUaDataType type, void* buffer, int& size) {
+    return visitType(type, ElementEncoder{value, position, buffer, size});
 }
 
-bool takeElement(UaVariant& value, unsigned int position, _OpcUaDataType type, const void* buffer,
-                 int& size) {
-    return visitType(type, TakeElementVisitor{value, position, buffer, size});
+bool decodeElement(UaVariant& value, unsigned int position, _OpcUaDataType type, const void* buffer,
+                   int& size) {
+    return visitType(type, ElementDecoder{value, position, buffer, size});
 }

@@ -1,47 +1,30 @@
 #pragma once
 
-#include <algorithm>
-#include <cstring>
 #include <string_view>
 
+#include "OpcUaTypes.h"
 #include "uabase/variant.h"
-#include "values/value_types.h"
 
 // A value in the caller's memory: numbers in host byte order at their own width, texts as zero-terminated
 // UTF-8. `size` follows one rule for scalars, for elements of arrays and for the nodes of a multi-node call.
 
-/// Puts a number into the caller's buffer; `size` becomes its width.
-template <typename Cell>
-void storeNumber(Cell cell, void* buffer, int& size) {
-    std::memcpy(buffer, &cell, sizeof cell);
-    size = sizeof cell;
-}
-
-/// Takes a number of at most `size` bytes; missing bytes are 0, and a greater `size` is cut to the width.
-template <typename Cell>
-Cell takeNumber(const void* buffer, int& size) {
-    size = std::min(size, static_cast<int>(sizeof(Cell)));
-    Cell cell{};
-    std::memcpy(&cell, buffer, static_cast<std::size_t>(std::max(size, 0)));
-    return cell;
-}
-
 /// Puts a text into a buffer of `size` bytes. A shorter text is terminated and `size` becomes its length; any
 /// other fills the buffer without a terminator and `size` becomes one less than it was.
-void storeText(std::string_view text, void* buffer, int& size);
+void encodeText(std::string_view text, void* buffer, int& size);
 
 /// Puts a value into the caller's buffer as the type says: nothing and size 0 for Null, nothing at all for a
 /// type that is not known.
-void storeValue(const UaVariant& value, _OpcUaDataType type, void* buffer, int& size);
+void encodeValue(const UaVariant& value, _OpcUaDataType type, void* buffer, int& size);
 
 /// Sets `value` from the caller's buffer. False for Null and unknown types, which leave it as it is.
-bool takeValue(UaVariant& value, _OpcUaDataType type, const void* buffer, int& size);
+bool decodeValue(UaVariant& value, _OpcUaDataType type, const void* buffer, int& size);
 
-/// Puts one element of an array or matrix into the caller's buffer, as storeValue() does a scalar. False when
-/// there is no such element.
-bool storeElement(UaVariant&& value, unsigned int position, _OpcUaDataType type, void* buffer, int& size);
+/// Puts one element of an array or matrix into the caller's buffer, as encodeValue() does a scalar. False
+/// when there is no such element.
+bool encodeElement(UaVariant&& value, unsigned int position, _OpcUaDataType type, void* buffer, int& size);
 
-/// Replaces one element of an array or matrix from the caller's buffer, as takeValue() sets a scalar. The
+/// Replaces one element of an array or matrix from the caller's buffer, as decodeValue() sets a scalar. The
 /// other elements become `type` as well: false when one of them can't, since it would be lost, and when there
 /// is no element at `position`. Null and unknown types leave an empty value.
-bool takeElement(UaVariant& value, unsigned int position, _OpcUaDataType type, const void* buffer, int& size);
+bool decodeElement(UaVariant& value, unsigned int position, _OpcUaDataType type, const void* buffer,
+                   int& size);

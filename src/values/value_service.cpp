@@ -1,37 +1,34 @@
 #include "values/value_service.h"
 
-#include "client/call_settings.h"
-#include "client/node_record.h"
-#include "uaclient/session.h"
+using UaClientSdk::ServiceSettings;
+using UaClientSdk::UaSession;
 
-void lendValue(OpcUa_WriteValue& element, const UaVariant& value) {
-    element.value.value = value.view();
-    element.value.hasValue = true;
-}
+namespace {
 
-UaStatus readValues(UaClientSdk::UaSession& session, const UaReadValueIds& nodes, UaDataValues& values) {
-    UaClientSdk::ServiceSettings settings = callSettings();
+// No value is to come from a server's cache.
+constexpr OpcUa_Double maxAge = 0;
+
+} // namespace
+
+UaStatus readValue(UaSession& session, const UaNodeId& id, UaDataValues& values) {
+    UaReadValueIds nodes;
+    nodes.create(1);
+    addressValue(nodes[0], id);
+    ServiceSettings settings;
     UaDiagnosticInfos diagnostics;
     const UaStatus status =
-        session.read(settings, 0, OpcUa_TimestampsToReturn_Both, nodes, values, diagnostics);
-    return complete(status, nodes.length(), values);
+        session.read(settings, maxAge, OpcUa_TimestampsToReturn_Both, nodes, values, diagnostics);
+    return checked(status, values, 1);
 }
 
-void readValues(UaClientSdk::UaSession& session, const UaClientSdk::ReadSequence& sequence) {
-    UaClientSdk::ServiceSettings settings = callSettings();
-    session.read(settings, 0, OpcUa_TimestampsToReturn_Both, sequence);
+void readValues(UaSession& session, const UaClientSdk::ReadSequence& sequence) {
+    ServiceSettings settings;
+    session.read(settings, maxAge, OpcUa_TimestampsToReturn_Both, sequence);
 }
 
-UaStatus readValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaDataValues& values) {
-    UaReadValueIds nodes;
-    nodes.createViews(1);
-    nameValue(nodes[0], id);
-    return readValues(session, nodes, values);
-}
-
-bool readGoodValue(UaClientSdk::UaSession& session, const OpcUaNode& node, UaVariant& value) {
+bool readGoodValue(UaSession& session, const OpcUaNode& node, UaVariant& value) {
     UaDataValues values;
-    UaStatus status = readValue(session, idOf(node), values);
+    UaStatus status = readValue(session, nodeIdOf(node), values);
     if (!status.isBad()) {
         value.attach(values[0].value);
         status = values[0].status;
@@ -43,22 +40,20 @@ bool readGoodValue(UaClientSdk::UaSession& session, const OpcUaNode& node, UaVar
     return false;
 }
 
-UaStatus writeValues(UaClientSdk::UaSession& session, const UaWriteValues& values,
-                     UaStatusCodeArray& results) {
-    UaClientSdk::ServiceSettings settings = callSettings();
-    UaDiagnosticInfos diagnostics;
-    const UaStatus status = session.write(settings, values, results, diagnostics);
-    return complete(status, values.length(), results);
+UaWriteValues writeRequest(const OpcUaNode& node) {
+    UaWriteValues request;
+    request.create(1);
+    addressValue(request[0], nodeIdOf(node));
+    request[0].value.hasValue = true;
+    return request;
 }
 
-bool writeValue(UaClientSdk::UaSession& session, const OpcUaNode& node, const UaVariant& value) {
-    const UaNodeId id = idOf(node);
-    UaWriteValues values;
-    values.createViews(1);
-    nameValue(values[0], id);
-    lendValue(values[0], value);
+bool writeValue(UaSession& session, const OpcUaNode& node, const UaWriteValues& request) {
+    ServiceSettings settings;
     UaStatusCodeArray results;
-    UaStatus status = writeValues(session, values, results);
+    UaDiagnosticInfos diagnostics;
+    UaStatus status = session.write(settings, request, results, diagnostics);
+    status = checked(status, results, 1);
     if (!status.isBad()) {
         status = results[0];
         if (!status.isNotGood()) {

@@ -1,58 +1,44 @@
 #pragma once
 
 #include "OpcUaTypes.h"
+#include "client/node_record.h"
 #include "uabase/arrays.h"
 #include "uabase/node_id.h"
 #include "uabase/status.h"
 #include "uabase/variant.h"
-#include "uaclient/request_sequence.h"
+#include "uaclient/session.h"
 
-namespace UaClientSdk {
-class UaSession;
-}
+// The Read and Write services as the value operations use them (OPC UA Part 4, 5.11.2 and 5.11.4).
 
-// The Read and Write services as every value operation uses them (OPC UA Part 4, 5.11.2 and 5.11.4).
-
-/// What an answer is worth: one that is shorter than its question can't be told apart result by result.
+/// What an answer is worth. To one question the first result is the answer; several can't be told apart when
+/// there is another number of them than there were questions.
 template <typename Answers>
-UaStatus complete(UaStatus status, OpcUa_UInt32 questions, const Answers& answers) {
-    const bool isShort = answers.length() < questions;
-    return isShort && !status.isBad() ? UaStatus(OpcUa_BadUnexpectedError) : status;
+UaStatus checked(UaStatus status, const Answers& answers, OpcUa_UInt32 questions) {
+    const bool fits = questions == 1 ? answers.length() > 0 : answers.length() == questions;
+    return status.isBad() || fits ? status : UaStatus(OpcUa_BadUnexpectedError);
 }
 
-/// Makes a request element name the Value attribute of a node. The element only borrows the id: its array is
-/// one of views, and the id must stay as it is until the request has gone.
+/// Makes an element of a request address the Value attribute of a node.
 template <typename RequestElement>
-void nameValue(RequestElement& element, const OpcUa_NodeId& id) {
-    element.nodeId = id;
+void addressValue(RequestElement& element, const UaNodeId& id) {
+    id.copyTo(&element.nodeId);
     element.attributeId = OpcUa_Attributes_Value;
 }
-template <typename RequestElement>
-void nameValue(RequestElement& element, const UaNodeId& id) {
-    nameValue(element, id.raw());
-}
 
-/// Makes a request element carry a value and nothing else: servers refuse a status or a time stamp sent
-/// along. The element only borrows it, as it does the node id.
-void lendValue(OpcUa_WriteValue& element, const UaVariant& value);
-
-/// Reads current values. Not bad: there is a value for every node asked for.
-UaStatus readValues(UaClientSdk::UaSession& session, const UaReadValueIds& nodes, UaDataValues& values);
+/// Reads the current value of one node. Not bad: there is one element in `values`.
 UaStatus readValue(UaClientSdk::UaSession& session, const UaNodeId& id, UaDataValues& values);
-/// The same for requests that need not wait for each other; only a status that is not bad has to be checked
-/// with complete().
+/// Reads the current values that a sequence of requests asks for. How many an answer has is for the sequence
+/// to check.
 void readValues(UaClientSdk::UaSession& session, const UaClientSdk::ReadSequence& sequence);
-/// False when the service failed or the value's status is Bad or Uncertain.
-/// The trace tells which.
+/// False when the service failed or the value's status is Bad or Uncertain: the trace tells which.
 bool readGoodValue(UaClientSdk::UaSession& session, const OpcUaNode& node, UaVariant& value);
 
-/// Not bad: there is a status for every value sent.
-UaStatus writeValues(UaClientSdk::UaSession& session, const UaWriteValues& values,
-                     UaStatusCodeArray& results);
-/// False when the service failed or the node's status is Bad or Uncertain.
-/// The trace tells which.
-bool writeValue(UaClientSdk::UaSession& session, const OpcUaNode& node, const UaVariant& value);
+/// A request to write one node's value and nothing else: servers refuse a status or a time stamp sent along.
+/// The value itself is still to be put into it.
+UaWriteValues writeRequest(const OpcUaNode& node);
+/// False when the service failed or the node's status is Bad or Uncertain: the trace tells which.
+bool writeValue(UaClientSdk::UaSession& session, const OpcUaNode& node, const UaWriteValues& request);
 
-/// For the trace, of a node that is one of many.
+/// For the trace.
 void traceNotRead(const OpcUaNode& node, UaStatus status);
 void traceNotWritten(const OpcUaNode& node, UaStatus status);

@@ -73,7 +73,7 @@ TEST(Notifications, HoldScalarsOfAllSizesArraysAndNothing) {
     UaDoubleArray numbers;
     numbers.create(3);
     UaVariant array;
-    array.setArray(std::move(numbers));
+    array.setDoubleArray(std::move(numbers));
     UaVariant boolean;
     boolean.setBoolean(true);
     append(list, 1, boolean);

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <open62541/types_generated_handling.h>
 
+#include "array_operations.h"
 #include "uabase/variant.h"
 
 namespace {
@@ -24,7 +25,7 @@ UaProtocolArray<Element> arrayOf(const std::vector<Element>& elements) {
 template <typename Element>
 UaVariant variantOf(const std::vector<Element>& elements) {
     UaVariant variant;
-    variant.setArray(arrayOf(elements));
+    setArray(variant, arrayOf(elements));
     return variant;
 }
 
@@ -34,7 +35,7 @@ UaVariant variantOfTexts(const std::vector<std::string>& texts) {
     for (OpcUa_UInt32 i = 0; i < array.length(); ++i)
         array.replace(i, UaString(texts[i]).view());
     UaVariant variant;
-    variant.setArray(std::move(array));
+    setArray(variant, std::move(array));
     return variant;
 }
 
@@ -120,7 +121,7 @@ TYPED_TEST(ArrayConversion, TreatsEveryElementOfEveryTypeLikeAScalar) {
     for (const UaVariant& source : sources()) {
         UaVariant copy(source);
         UaProtocolArray<typename TypeParam::Element> values;
-        const OpcUa_StatusCode status = std::move(copy).toArray(values);
+        const OpcUa_StatusCode status = toArray(std::move(copy), values);
         ASSERT_EQ(values.length(), source.arraySize());
         OpcUa_StatusCode expectedStatus = OpcUa_Good;
         for (OpcUa_UInt32 i = 0; i < values.length(); ++i) {
@@ -140,24 +141,24 @@ TYPED_TEST(ArrayConversion, HandsElementsOfItsOwnTypeOver) {
     source.create(12);
     const auto* const elements = source.rawData();
     UaVariant variant;
-    variant.setArray(std::move(source));
+    setArray(variant, std::move(source));
     EXPECT_EQ(source.length(), 0U);
     EXPECT_TRUE(variant.isArray());
     EXPECT_EQ(variant.arraySize(), 12U);
 
     UaProtocolArray<typename TypeParam::Element> values;
     values.create(1);
-    ASSERT_EQ(std::move(variant).toArray(values), OpcUa_Good);
+    ASSERT_EQ(toArray(std::move(variant), values), OpcUa_Good);
     EXPECT_EQ(values.rawData(), elements);
     ASSERT_EQ(values.length(), 12U);
 
     UaUInt32Array dimensions = arrayOf<OpcUa_UInt32>({3, 4});
-    ASSERT_EQ(variant.setMatrix(std::move(values), std::move(dimensions)), OpcUa_Good);
+    ASSERT_EQ(setMatrix(variant, std::move(values), std::move(dimensions)), OpcUa_Good);
     EXPECT_TRUE(variant.isMatrix());
     EXPECT_FALSE(variant.isArray());
     EXPECT_EQ(variant.raw().data, elements);
 
-    ASSERT_EQ(std::move(variant).toMatrix(values, dimensions), OpcUa_Good);
+    ASSERT_EQ(toMatrix(std::move(variant), values, dimensions), OpcUa_Good);
     EXPECT_EQ(values.rawData(), elements);
     EXPECT_EQ((std::vector<OpcUa_UInt32>(dimensions.begin(), dimensions.end())),
               (std::vector<OpcUa_UInt32>{3, 4}));
@@ -166,12 +167,12 @@ TYPED_TEST(ArrayConversion, HandsElementsOfItsOwnTypeOver) {
 TYPED_TEST(ArrayConversion, AnEmptyArrayStaysOne) {
     using Element = typename TypeParam::Element;
     UaVariant variant;
-    variant.setArray(UaProtocolArray<Element>());
+    setArray(variant, UaProtocolArray<Element>());
     EXPECT_TRUE(variant.isArray());
     EXPECT_EQ(variant.arraySize(), 0U);
     UaProtocolArray<Element> values;
     values.create(1);
-    EXPECT_EQ(std::move(variant).toArray(values), OpcUa_Good);
+    EXPECT_EQ(toArray(std::move(variant), values), OpcUa_Good);
     EXPECT_EQ(values.length(), 0U);
     EXPECT_TRUE(variant.isEmpty());
 }
@@ -186,7 +187,8 @@ TYPED_TEST(ArrayConversion, WhatIsNoArrayHasNoElements) {
             values.create(1);
             dimensions.create(2);
             UaVariant copy(source);
-            EXPECT_EQ(matrix ? std::move(copy).toMatrix(values, dimensions) : std::move(copy).toArray(values),
+            EXPECT_EQ(matrix ? toMatrix(std::move(copy), values, dimensions)
+                             : toArray(std::move(copy), values),
                       OpcUa_BadTypeMismatch);
             EXPECT_EQ(values.length(), 0U);
             EXPECT_TRUE(copy.isEmpty());
@@ -199,21 +201,21 @@ TEST(VariantArrays, AnArrayIsNoMatrix) {
     UaVariant array = variantOf<OpcUa_Int32>({1, 2, 3});
     UaInt32Array values;
     UaUInt32Array dimensions;
-    EXPECT_EQ(std::move(array).toMatrix(values, dimensions), OpcUa_BadTypeMismatch);
+    EXPECT_EQ(toMatrix(std::move(array), values, dimensions), OpcUa_BadTypeMismatch);
     EXPECT_EQ(values.length(), 0U);
 }
 
 TEST(VariantArrays, AMatrixConvertsInRowMajorOrder) {
     UaVariant matrix;
-    ASSERT_EQ(matrix.setMatrix(arrayOf<OpcUa_Int32>({0, 1, 2, 3, 4, 5}), arrayOf<OpcUa_UInt32>({2, 3})),
+    ASSERT_EQ(setMatrix(matrix, arrayOf<OpcUa_Int32>({0, 1, 2, 3, 4, 5}), arrayOf<OpcUa_UInt32>({2, 3})),
               OpcUa_Good);
     UaVariant copy(matrix);
     UaDoubleArray values;
-    EXPECT_EQ(std::move(copy).toArray(values), OpcUa_Good);
+    EXPECT_EQ(toArray(std::move(copy), values), OpcUa_Good);
     EXPECT_EQ((std::vector<double>(values.begin(), values.end())), (std::vector<double>{0, 1, 2, 3, 4, 5}));
     UaStringArray texts;
     UaUInt32Array dimensions;
-    EXPECT_EQ(std::move(matrix).toMatrix(texts, dimensions), OpcUa_Good);
+    EXPECT_EQ(toMatrix(std::move(matrix), texts, dimensions), OpcUa_Good);
     ASSERT_EQ(texts.length(), 6U);
     EXPECT_EQ(UaString(texts[5]), UaString("5"));
     EXPECT_EQ(dimensions.length(), 2U);
@@ -224,7 +226,7 @@ TEST(VariantArrays, DimensionsThatContradictTheElementsAreRefused) {
         {}, {6}, {2, 4}, {0, 6}, {UINT32_MAX, UINT32_MAX, UINT32_MAX}, {1U << 31, 1U << 31, 1U << 2, 6}};
     for (const std::vector<OpcUa_UInt32>& dimensions : lies) {
         UaVariant matrix;
-        EXPECT_EQ(matrix.setMatrix(arrayOf<OpcUa_Double>({0, 1, 2, 3, 4, 5}), arrayOf(dimensions)),
+        EXPECT_EQ(setMatrix(matrix, arrayOf<OpcUa_Double>({0, 1, 2, 3, 4, 5}), arrayOf(dimensions)),
                   OpcUa_BadInvalidArgument)
             << testing::PrintToString(dimensions);
         EXPECT_TRUE(matrix.isEmpty());
@@ -243,7 +245,7 @@ TEST(VariantArrays, AContradictoryMatrixGivesNoElements) {
     UaVariant variant;
     variant.attach(lie);
     UaDoubleArray values;
-    EXPECT_EQ(std::move(variant).toArray(values), OpcUa_BadTypeMismatch);
+    EXPECT_EQ(toArray(std::move(variant), values), OpcUa_BadTypeMismatch);
     EXPECT_EQ(values.length(), 0U);
 }
 
@@ -255,11 +257,11 @@ TEST(VariantArrays, ElementsWithoutAFormAreMismatches) {
     variant.attach(ranges);
     UaVariant copy(variant);
     UaDoubleArray values;
-    EXPECT_EQ(std::move(variant).toArray(values), OpcUa_BadTypeMismatch);
+    EXPECT_EQ(toArray(std::move(variant), values), OpcUa_BadTypeMismatch);
     ASSERT_EQ(values.length(), 1U);
     EXPECT_EQ(values[0], 0);
     UaStringArray texts;
-    EXPECT_EQ(std::move(copy).toArray(texts), OpcUa_BadTypeMismatch);
+    EXPECT_EQ(toArray(std::move(copy), texts), OpcUa_BadTypeMismatch);
     ASSERT_EQ(texts.length(), 1U);
     EXPECT_EQ(texts[0].length, 0U);
 }
@@ -271,7 +273,7 @@ TEST(VariantArrays, EnumerationsAreInt32) {
     UaVariant variant;
     variant.attach(states);
     UaInt32Array values;
-    EXPECT_EQ(std::move(variant).toArray(values), OpcUa_Good);
+    EXPECT_EQ(toArray(std::move(variant), values), OpcUa_Good);
     ASSERT_EQ(values.length(), 1U);
     EXPECT_EQ(values[0], 5);
 }

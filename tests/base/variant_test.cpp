@@ -200,6 +200,7 @@ TEST(Variant, AnArrayIsNoMatrix) {
         EXPECT_FALSE(array.isMatrix());
         EXPECT_EQ(array.type(), OpcUaType_Int32);
         EXPECT_EQ(array.arraySize(), 5U);
+        EXPECT_EQ(array.noOfMatrixElements(), 0U);
         EXPECT_EQ(array.dimensionSize(), 0U);
         EXPECT_TRUE(dimensionsOf(array).empty());
     }
@@ -220,6 +221,7 @@ TEST(Variant, AMatrixHasItsDimensions) {
         EXPECT_TRUE(variant->isMatrix());
         EXPECT_FALSE(variant->isArray());
         EXPECT_EQ(variant->arraySize(), 24U);
+        EXPECT_EQ(variant->noOfMatrixElements(), 24U);
         EXPECT_EQ(variant->dimensionSize(), 3U);
         EXPECT_EQ(dimensionsOf(*variant), (std::vector<OpcUa_UInt32>{2, 3, 4}));
     }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <open62541/types_generated_handling.h>
 
+#include "array_operations.h"
 #include "uabase/variant.h"
 
 namespace {
@@ -18,7 +19,7 @@ UaVariant threeTexts() {
     texts.replace(0, UaString("zero").view());
     texts.replace(2, UaString("two").view());
     UaVariant variant;
-    variant.setArray(std::move(texts));
+    setArray(variant, std::move(texts));
     return variant;
 }
 
@@ -68,7 +69,7 @@ TEST(VariantView, ACopyOwnsWhatItHolds) {
 TEST(VariantView, GivesNothingAwayThatIsNotItsOwn) {
     const UaVariant owner = threeTexts();
     UaStringArray texts;
-    EXPECT_EQ(UaVariant::borrow(owner.raw()).toArray(texts), OpcUa_Good);
+    EXPECT_EQ(toArray(UaVariant::borrow(owner.raw()), texts), OpcUa_Good);
     ASSERT_EQ(texts.length(), 3U);
     EXPECT_NE(texts.rawData(), owner.raw().data);
     OpcUa_Variant moved;
@@ -84,7 +85,7 @@ TEST(VariantView, AnElementIsAScalarOfItsType) {
     numbers.create(2);
     numbers[1] = 1.5;
     UaVariant variant;
-    variant.setArray(std::move(numbers));
+    setArray(variant, std::move(numbers));
     const UaVariant element = variant.element(1);
     OpcUa_Double value = 0;
     EXPECT_EQ(element.toDouble(value), OpcUa_Good);

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "client/callback.h"
 #include "monitoring_test.h"
+#include "subscription/callback.h"
 
 using ::testing::Each;
 using ::testing::ElementsAre;

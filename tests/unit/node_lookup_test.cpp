@@ -6,6 +6,7 @@
 #include "client_test.h"
 
 using ::testing::Each;
+using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 namespace {
@@ -285,4 +286,123 @@ TEST_F(NodeLookup, FollowsAKeyThatTheApplicationChanged) {
     OpcUaNode* made = lookUp("ns=2;s=A");
     EXPECT_NE(made, node);
     EXPECT_EQ(fieldText(made->nodeId), "ns=2;s=A");
+}
+
+namespace {
+
+/// The application adds records of its own to those that it looked up.
+class LookupOfAddedRecords : public LookupBelowRecords {
+protected:
+    /// A record that the client frees in the end.
+    static OpcUaNode* own(const std::string& nodeId) { return new OpcUaNode(makeNode(nodeId)); }
+    static std::vector<const OpcUaNode*> rowOf(const OpcUaNode* head) {
+        std::vector<const OpcUaNode*> row;
+        for (const OpcUaNode* node = head->child; node; node = node->next)
+            row.push_back(node);
+        return row;
+    }
+
+    COpcUaNodelist m_list;
+};
+
+} // namespace
+
+TEST_F(LookupOfAddedRecords, KeepsThemInTheRow) {
+    OpcUaNode* head = lookUp("ns=2;s=Head");
+    OpcUaNode* added = own("ns=2;s=Added");
+    m_list.addNode(head, added);
+    OpcUaNode* second = lookUp("ns=2;s=Second");
+    OpcUaNode* another = own("ns=2;s=Another");
+    m_list.addNode(head, another);
+    OpcUaNode* third = lookUp("ns=2;s=Third");
+    EXPECT_THAT(rowOf(head), ElementsAre(added, second, another, third));
+}
+
+TEST_F(LookupOfAddedRecords, KeepsThemBetweenALookupThatFindsAndOneThatMakes) {
+    OpcUaNode* head = lookUp("ns=2;s=Head");
+    OpcUaNode* second = lookUp("ns=2;s=Second");
+    OpcUaNode* added = own("ns=2;s=Added");
+    m_list.addnextNode(second, added);
+    EXPECT_EQ(lookUp("ns=2;s=Second"), second);
+    OpcUaNode* third = lookUp("ns=2;s=Third");
+    EXPECT_THAT(rowOf(head), ElementsAre(second, added, third));
+}
+
+TEST_F(LookupOfAddedRecords, FindsThemInTheRow) {
+    OpcUaNode* head = lookUp("ns=2;s=Head");
+    OpcUaNode* added = own("ns=2;s=Tank10");
+    m_list.addNode(head, added);
+    EXPECT_EQ(lookUp("ns=2;s=Tank10"), added);
+    EXPECT_EQ(lookUp("ns=2;s=Tank1"), added);
+    OpcUaNode* shorter = own("ns=2;s=Tank1");
+    m_list.addNode(head, shorter);
+    EXPECT_EQ(lookUp("ns=2;s=Tank1"), added) << "the older one, as a walk over the records finds it";
+    m_list.addNode(head, own("ns=2;s=Tank"));
+    EXPECT_EQ(lookUp("ns=2;s=Tank"), added) << "also of a text that was never asked for";
+}
+
+TEST_F(LookupOfAddedRecords, KeepsThemBelowARecordOfTheRow) {
+    lookUp("ns=2;s=Head");
+    OpcUaNode* node = lookUp("ns=2;s=A");
+    OpcUaNode* added = own("ns=2;s=Below");
+    m_list.addNode(node, added);
+    lookUp("ns=2;s=Second");
+    EXPECT_EQ(node->child, added);
+    EXPECT_EQ(added->next, nullptr);
+}
+
+TEST_F(LookupOfAddedRecords, KeepsThemBehindTheFirstRecord) {
+    OpcUaNode* head = lookUp("ns=2;s=Head");
+    OpcUaNode* added = own("ns=2;s=Added");
+    m_list.addnextNode(head, added);
+    OpcUaNode* second = lookUp("ns=2;s=Second");
+    EXPECT_EQ(head->next, added);
+    EXPECT_EQ(head->child, second);
+}
+
+TEST_F(LookupBelowRecords, ForgetsAnswersOfARowThatWasReplaced) {
+    OpcUaNode* head = lookUp("ns=2;s=A");
+    lookUp("ns=2;s=Tank10");
+    lookUp("ns=2;s=Tank1");
+    lookUp("ns=2;s=Tank10");
+    record_census::Quarantine quarantine;
+    browse(head, {{"ns=2;s=B", "B"}});
+    OpcUaNode* tank = lookUp("ns=2;s=Tank1");
+    EXPECT_EQ(quarantine.placeOf(tank), 0) << "not a freed one";
+    EXPECT_EQ(fieldText(tank->nodeId), "ns=2;s=Tank1");
+    EXPECT_EQ(head->child->next, tank);
+    EXPECT_NE(lookUp("ns=2;s=Tank10"), tank);
+}
+
+TEST_F(LookupBelowRecords, GoesOnBehindARowThatWasEmptied) {
+    OpcUaNode* head = lookUp("ns=2;s=A");
+    lookUp("ns=2;s=C");
+    lookUp("ns=2;s=D");
+    const record_census::Quarantine quarantine;
+    browse(head, {});
+    OpcUaNode* made = lookUp("ns=2;s=C");
+    EXPECT_EQ(head->child, made);
+    EXPECT_EQ(made->next, nullptr);
+    EXPECT_EQ(lookUp("ns=2;s=D"), made->next);
+}
+
+TEST_F(LookupBelowRecords, LooksBelowNoRecordThatIsGone) {
+    OpcUaNode* head = lookUp("ns=2;s=A");
+    OpcUaNode* node = lookUp("ns=2;s=B");
+    browse(node, {{"ns=2;s=B.1", "1"}});
+    EXPECT_EQ(lookUp("ns=2;s=B.1"), node->child);
+    const record_census::Quarantine quarantine;
+    browse(head, {});
+    OpcUaNode* made = lookUp("ns=2;s=B.1");
+    EXPECT_EQ(quarantine.placeOf(made), 0);
+    EXPECT_EQ(head->child, made);
+}
+
+TEST_F(LookupBelowRecords, FindsARecordOfTheRowAgainAfterItsKeyWasChangedBack) {
+    lookUp("ns=2;s=Head");
+    OpcUaNode* node = lookUp("ns=2;s=A");
+    setField(node->nodeId, "ns=2;s=Z");
+    OpcUaNode* made = lookUp("ns=2;s=A");
+    EXPECT_EQ(lookUp("ns=2;s=Z"), node) << "the records were gone through anew";
+    EXPECT_EQ(lookUp("ns=2;s=A"), made);
 }

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "client/callback.h"
 #include "client/opcua_client.h"
 #include "client_test.h"
+#include "subscription/callback.h"
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;

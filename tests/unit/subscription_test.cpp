@@ -3,8 +3,8 @@
 #include <thread>
 #include <vector>
 
-#include "client/callback.h"
 #include "monitoring_test.h"
+#include "subscription/callback.h"
 
 using ::testing::Each;
 using ::testing::ElementsAre;

@@ -81,22 +81,32 @@ OpcUa_StatusCode UaVariant::setMatrix(UaProtocolArray<Element>&& values, UaUInt3
     return OpcUa_BadInvalidArgument;
 }
 
-#define INSTANTIATE(Element)                                                                                 \
-    template OpcUa_StatusCode UaVariant::toArray(UaProtocolArray<Element>&)&&;                               \
-    template OpcUa_StatusCode UaVariant::toMatrix(UaProtocolArray<Element>&, UaUInt32Array&)&&;              \
-    template void UaVariant::setArray(UaProtocolArray<Element>&&);                                           \
-    template OpcUa_StatusCode UaVariant::setMatrix(UaProtocolArray<Element>&&, UaUInt32Array&&);
+#define DEFINE_ARRAY_OPERATIONS(Name, Element)                                                               \
+    OpcUa_StatusCode UaVariant::to##Name##Array(UaProtocolArray<Element>& values)&& {                        \
+        return std::move(*this).toArray(values);                                                             \
+    }                                                                                                        \
+    OpcUa_StatusCode UaVariant::to##Name##Matrix(UaProtocolArray<Element>& values,                           \
+                                                 UaUInt32Array& dimensions)&& {                              \
+        return std::move(*this).toMatrix(values, dimensions);                                                \
+    }                                                                                                        \
+    void UaVariant::set##Name##Array(UaProtocolArray<Element>&& values) {                                    \
+        setArray(std::move(values));                                                                         \
+    }                                                                                                        \
+    OpcUa_StatusCode UaVariant::set##Name##Matrix(UaProtocolArray<Element>&& values,                         \
+                                                  UaUInt32Array&& dimensions) {                              \
+        return setMatrix(std::move(values), std::move(dimensions));                                          \
+    }
 
-INSTANTIATE(OpcUa_Boolean)
-INSTANTIATE(OpcUa_SByte)
-INSTANTIATE(OpcUa_Byte)
-INSTANTIATE(OpcUa_Int16)
-INSTANTIATE(OpcUa_UInt16)
-INSTANTIATE(OpcUa_Int32)
-INSTANTIATE(OpcUa_UInt32)
-INSTANTIATE(OpcUa_Int64)
-INSTANTIATE(OpcUa_UInt64)
-INSTANTIATE(OpcUa_Float)
-INSTANTIATE(OpcUa_Double)
-INSTANTIATE(OpcUa_String)
-#undef INSTANTIATE
+DEFINE_ARRAY_OPERATIONS(Bool, OpcUa_Boolean)
+DEFINE_ARRAY_OPERATIONS(SByte, OpcUa_SByte)
+DEFINE_ARRAY_OPERATIONS(Byte, OpcUa_Byte)
+DEFINE_ARRAY_OPERATIONS(Int16, OpcUa_Int16)
+DEFINE_ARRAY_OPERATIONS(UInt16, OpcUa_UInt16)
+DEFINE_ARRAY_OPERATIONS(Int32, OpcUa_Int32)
+DEFINE_ARRAY_OPERATIONS(UInt32, OpcUa_UInt32)
+DEFINE_ARRAY_OPERATIONS(Int64, OpcUa_Int64)
+DEFINE_ARRAY_OPERATIONS(UInt64, OpcUa_UInt64)
+DEFINE_ARRAY_OPERATIONS(Float, OpcUa_Float)
+DEFINE_ARRAY_OPERATIONS(Double, OpcUa_Double)
+DEFINE_ARRAY_OPERATIONS(String, OpcUa_String)
+#undef DEFINE_ARRAY_OPERATIONS

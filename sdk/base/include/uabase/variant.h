@@ -78,6 +78,8 @@ public:
     bool isMatrix() const { return holdsElements() && hasDimensions() && dimensionsMatch(); }
     /// Number of elements of an array or matrix, else 0.
     OpcUa_UInt32 arraySize() const;
+    /// Number of elements of a matrix, else 0.
+    OpcUa_UInt32 noOfMatrixElements() const { return isMatrix() ? arraySize() : 0; }
     /// Number of dimensions of a matrix, else 0.
     OpcUa_UInt32 dimensionSize() const;
     /// Lengths of a matrix's dimensions, outermost first; empty for anything else.
@@ -117,26 +119,64 @@ public:
     void setDouble(OpcUa_Double value);
     void setString(const UaString& value);
 
-    // `Element` is one of the twelve types from OpcUa_Boolean to OpcUa_String.
-
-    /// Gives the elements of an array or matrix away, those of a matrix in row-major order; the variant is
+    /// Give the elements of an array or matrix away, those of a matrix in row-major order; the variant is
     /// empty afterwards. Elements of this very type are handed over, not copied; others are converted one by
     /// one as a scalar is, and one that can't be is 0 or the empty text. Good when all of them were, else
     /// what became of the first that was not; OpcUa_BadTypeMismatch and no elements for anything but an array
     /// or matrix.
-    template <typename Element>
-    OpcUa_StatusCode toArray(UaProtocolArray<Element>& values) &&;
+    OpcUa_StatusCode toBoolArray(UaBooleanArray& values) &&;
+    OpcUa_StatusCode toSByteArray(UaSByteArray& values) &&;
+    OpcUa_StatusCode toByteArray(UaProtocolArray<OpcUa_Byte>& values) &&;
+    OpcUa_StatusCode toInt16Array(UaInt16Array& values) &&;
+    OpcUa_StatusCode toUInt16Array(UaUInt16Array& values) &&;
+    OpcUa_StatusCode toInt32Array(UaInt32Array& values) &&;
+    OpcUa_StatusCode toUInt32Array(UaUInt32Array& values) &&;
+    OpcUa_StatusCode toInt64Array(UaInt64Array& values) &&;
+    OpcUa_StatusCode toUInt64Array(UaUInt64Array& values) &&;
+    OpcUa_StatusCode toFloatArray(UaFloatArray& values) &&;
+    OpcUa_StatusCode toDoubleArray(UaDoubleArray& values) &&;
+    OpcUa_StatusCode toStringArray(UaStringArray& values) &&;
     /// The same for a matrix alone, with its dimensions.
-    template <typename Element>
-    OpcUa_StatusCode toMatrix(UaProtocolArray<Element>& values, UaUInt32Array& dimensions) &&;
+    OpcUa_StatusCode toBoolMatrix(UaBooleanArray& values, UaUInt32Array& dimensions) &&;
+    OpcUa_StatusCode toSByteMatrix(UaSByteArray& values, UaUInt32Array& dimensions) &&;
+    OpcUa_StatusCode toByteMatrix(UaProtocolArray<OpcUa_Byte>& values, UaUInt32Array& dimensions) &&;
+    OpcUa_StatusCode toInt16Matrix(UaInt16Array& values, UaUInt32Array& dimensions) &&;
+    OpcUa_StatusCode toUInt16Matrix(UaUInt16Array& values, UaUInt32Array& dimensions) &&;
+    OpcUa_StatusCode toInt32Matrix(UaInt32Array& values, UaUInt32Array& dimensions) &&;
+    OpcUa_StatusCode toUInt32Matrix(UaUInt32Array& values, UaUInt32Array& dimensions) &&;
+    OpcUa_StatusCode toInt64Matrix(UaInt64Array& values, UaUInt32Array& dimensions) &&;
+    OpcUa_StatusCode toUInt64Matrix(UaUInt64Array& values, UaUInt32Array& dimensions) &&;
+    OpcUa_StatusCode toFloatMatrix(UaFloatArray& values, UaUInt32Array& dimensions) &&;
+    OpcUa_StatusCode toDoubleMatrix(UaDoubleArray& values, UaUInt32Array& dimensions) &&;
+    OpcUa_StatusCode toStringMatrix(UaStringArray& values, UaUInt32Array& dimensions) &&;
 
-    /// Takes the elements over.
-    template <typename Element>
-    void setArray(UaProtocolArray<Element>&& values);
+    /// Take the elements over.
+    void setBoolArray(UaBooleanArray&& values);
+    void setSByteArray(UaSByteArray&& values);
+    void setByteArray(UaProtocolArray<OpcUa_Byte>&& values);
+    void setInt16Array(UaInt16Array&& values);
+    void setUInt16Array(UaUInt16Array&& values);
+    void setInt32Array(UaInt32Array&& values);
+    void setUInt32Array(UaUInt32Array&& values);
+    void setInt64Array(UaInt64Array&& values);
+    void setUInt64Array(UaUInt64Array&& values);
+    void setFloatArray(UaFloatArray&& values);
+    void setDoubleArray(UaDoubleArray&& values);
+    void setStringArray(UaStringArray&& values);
     /// The same for a matrix. OpcUa_BadInvalidArgument and an empty variant when there are less than two
     /// dimensions or they don't multiply to the number of elements.
-    template <typename Element>
-    OpcUa_StatusCode setMatrix(UaProtocolArray<Element>&& values, UaUInt32Array&& dimensions);
+    OpcUa_StatusCode setBoolMatrix(UaBooleanArray&& values, UaUInt32Array&& dimensions);
+    OpcUa_StatusCode setSByteMatrix(UaSByteArray&& values, UaUInt32Array&& dimensions);
+    OpcUa_StatusCode setByteMatrix(UaProtocolArray<OpcUa_Byte>&& values, UaUInt32Array&& dimensions);
+    OpcUa_StatusCode setInt16Matrix(UaInt16Array&& values, UaUInt32Array&& dimensions);
+    OpcUa_StatusCode setUInt16Matrix(UaUInt16Array&& values, UaUInt32Array&& dimensions);
+    OpcUa_StatusCode setInt32Matrix(UaInt32Array&& values, UaUInt32Array&& dimensions);
+    OpcUa_StatusCode setUInt32Matrix(UaUInt32Array&& values, UaUInt32Array&& dimensions);
+    OpcUa_StatusCode setInt64Matrix(UaInt64Array&& values, UaUInt32Array&& dimensions);
+    OpcUa_StatusCode setUInt64Matrix(UaUInt64Array&& values, UaUInt32Array&& dimensions);
+    OpcUa_StatusCode setFloatMatrix(UaFloatArray&& values, UaUInt32Array&& dimensions);
+    OpcUa_StatusCode setDoubleMatrix(UaDoubleArray&& values, UaUInt32Array&& dimensions);
+    OpcUa_StatusCode setStringMatrix(UaStringArray&& values, UaUInt32Array&& dimensions);
 
     /// Makes `*target` a deep copy that the caller clears. What `*target` held is not freed.
     OpcUa_StatusCode copyTo(OpcUa_Variant* target) const;
@@ -159,6 +199,15 @@ private:
     }
 
     static constexpr std::size_t inlineSize = 16;
+
+    template <typename Element>
+    OpcUa_StatusCode toArray(UaProtocolArray<Element>& values) &&;
+    template <typename Element>
+    OpcUa_StatusCode toMatrix(UaProtocolArray<Element>& values, UaUInt32Array& dimensions) &&;
+    template <typename Element>
+    void setArray(UaProtocolArray<Element>&& values);
+    template <typename Element>
+    OpcUa_StatusCode setMatrix(UaProtocolArray<Element>&& values, UaUInt32Array&& dimensions);
 
     void copyFrom(const OpcUa_Variant& source);
     void moveFrom(UaVariant& source) noexcept;

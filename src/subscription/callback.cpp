@@ -1,13 +1,14 @@
+#include "subscription/callback.h"
+
 #include <algorithm>
-#include <cstddef>
 #include <exception>
 
 #include "OpcUaClientInterface.h"
-#include "client/callback.h"
-#include "client/mutex_lock.h"
 #include "uabase/trace.h"
 #include "values/element_position.h"
 #include "values/value_buffer.h"
+
+using UaClientSdk::UaClient;
 
 namespace {
 
@@ -23,9 +24,9 @@ _OpcUaDataType typeOf(const UaVariant& value) {
     return static_cast<_OpcUaDataType>(value.type());
 }
 
-void storeScalar(const UaVariant& value, _OpcUaDataChangeMsg& message) {
+void putScalar(const UaVariant& value, _OpcUaDataChangeMsg& message) {
     message.valueSize = sizeof message.value;
-    storeValue(value, typeOf(value), message.value, message.valueSize);
+    encodeValue(value, typeOf(value), message.value, message.valueSize);
 }
 
 /// Of an array or matrix the type alone: which element is wanted is not known yet.
@@ -35,26 +36,7 @@ void describe(const UaVariant& value, _OpcUaDataChangeMsg& message) {
     }
     message.dataType = typeOf(value);
     if (!value.isArray() && !value.isMatrix()) {
-        storeScalar(value, message);
-    }
-}
-
-/// The whole field, of which all beyond the target's size is 0; `size` bytes are in the message from before.
-void copyNodeId(const CCallback::Target& target, std::size_t& size, _OpcUaDataChangeMsg& message) {
-    const char* const text = target.holdsNodeId() ? target.nodeId : target.node->nodeId;
-    char* const end = std::copy_n(text, target.nodeIdSize, message.nodeId);
-    if (size > target.nodeIdSize) {
-        std::fill(end, message.nodeId + size, '\0');
-    }
-    size = target.nodeIdSize;
-}
-
-/// Without a selection all of it is 0.
-void copySelection(const CCallback::Target& target, _OpcUaDataChangeMsg& message) {
-    if (target.selection) {
-        message.arrayIndex = *target.selection;
-    } else if (message.arrayIndex.kind != 0) {
-        message.arrayIndex = {};
+        putScalar(value, message);
     }
 }
 
@@ -70,7 +52,7 @@ bool selectElement(const _ArrayType& selection, const UaVariant& value, _OpcUaDa
     if (position >= value.arraySize()) {
         return false;
     }
-    storeScalar(value.element(position), message);
+    putScalar(value.element(position), message);
     return true;
 }
 
@@ -85,7 +67,43 @@ void call(Application& application, const _OpcUaDataChangeMsg& message) {
     }
 }
 
+/// Makes the message of one change. False when the application is to get none.
+bool makeMessage(const MonitoredItems& items, const UaDataChange& change, _OpcUaDataChangeMsg& message) {
+    if (OpcUa_IsNotGood(change.status)) {
+        return false;
+    }
+    describe(change.value, message);
+    const MonitoredItem* const item = items.find(change.clientHandle);
+    if (!item || (item->selection.kind != 0 && !selectElement(item->selection, change.value, message))) {
+        return false;
+    }
+    std::copy_n(item->node->nodeId, sizeof message.nodeId, message.nodeId);
+    message.arrayIndex = item->selection;
+    return true;
+}
+
 } // namespace
+
+CCallback::CCallback()
+    : connectionStatus(UaClient::Disconnected), applicationCallback(nullptr), owningClient(nullptr) {}
+
+CCallback::~CCallback() = default;
+
+void CCallback::installClient(void* client) {
+    owningClient = client;
+}
+
+void CCallback::installOpcUaCallBack(void* callback) {
+    applicationCallback = callback;
+}
+
+void CCallback::connectionStatusChanged(unsigned int, UaClient::ServerStatus status) {
+    const MutexLock lock(statusMutex);
+    const auto value = static_cast<unsigned int>(status);
+    if (value <= UaClient::SubscriptionLost) {
+        connectionStatus = static_cast<int>(value);
+    }
+}
 
 void CCallback::subscriptionStatusChanged(unsigned int, const UaStatus&) {}
 
@@ -93,40 +111,17 @@ void CCallback::newEvents(unsigned int, UaEventFieldLists&) {}
 
 void CCallback::dataChange(unsigned int, const UaMonitoredItemNotifications& notifications,
                            const UaDiagnosticInfos&) {
-    std::unique_ptr<CCallback> withoutClient;
-    {
-        const DeliveryGate::Passage passage(deliveries);
-        if (!passage.isOpen()) {
-            return;
-        }
-        deliver(notifications, passage);
-        withoutClient = std::move(m_self);
+    const std::shared_ptr<CCallback> self = shared_from_this();
+    const DeliveryGate::Passage passage(deliveries);
+    if (!passage.isOpen()) {
+        return;
     }
-    if (withoutClient) {
-        destroy(std::move(withoutClient));
-    }
-}
-
-void CCallback::deliver(const UaMonitoredItemNotifications& notifications,
-                        const DeliveryGate::Passage& passage) {
-    const MutexLock lock(bookkeepingMutex);
+    const MutexLock lock(items.mutex);
     auto* const application = static_cast<Application*>(applicationCallback.load());
     _OpcUaDataChangeMsg message = {};
-    std::size_t nodeIdSize = 0;
     for (OpcUa_UInt32 i = 0; passage.isOpen() && i < notifications.length(); ++i) {
-        const UaDataChange change = notifications[i];
-        if (OpcUa_IsNotGood(change.status)) {
-            continue;
-        }
-        describe(change.value, message);
-        const Target& target = targetOf(change.clientHandle);
-        if (!target.node || (target.selection && !selectElement(*target.selection, change.value, message))) {
-            continue;
-        }
-        copyNodeId(target, nodeIdSize, message);
-        copySelection(target, message);
-        // From here on the record may be gone: the application may disconnect.
-        if (application) {
+        // The item may be gone afterwards: the application may disconnect.
+        if (makeMessage(items, notifications[i], message) && application) {
             call(*application, message);
         }
     }
