@@ -314,9 +314,10 @@ public:
     ///
     /// For String `size` is the buffer's capacity on entry. A text that is shorter is stored with a
     /// terminating zero, and `size` becomes its length. Any other fills the whole buffer without a
-    /// terminating zero, and `size` becomes capacity - 1 although capacity bytes are written. So a text
-    /// was cut or is not terminated exactly when `size` comes back as capacity - 1 and the buffer's last
-    /// byte is not 0. With a capacity of 0 or less nothing is written.
+    /// terminating zero, and `size` becomes capacity - 1 although capacity bytes are written. So when `size`
+    /// comes back as capacity - 1 and the buffer's last byte is not 0, the text was cut or is not
+    /// terminated; otherwise it is whole, unless it holds zero bytes of its own: then that last byte may be
+    /// one of them. With a capacity of 0 or less nothing is written, and `size` becomes one less.
     ///
     /// @return 0. 29: `node` or `buffer` is null. 3: not connected. 7: the service failed, the node does
     ///         not exist or can't be read, or the value's status is Bad or Uncertain; buffer and `size`
@@ -366,10 +367,10 @@ public:
     /// @return 0. 29: `node` is null, or `count` above 16. 3: not connected. 11: no subscription. 12: the
     ///         server refused (the trace tells why), or there are 20000 items.
     int OpcUaAddMonitNode(OpcUaNode* node, unsigned long* index, int count);
-    /// Stops monitoring a node (OPC UA Part 4, 5.13.6): the first item, in the order of adding, whose
-    /// `nodeId` **begins with** the text of this one's. "ns=2;s=Tank" removes "ns=2;s=Tank1" if that came
-    /// first. With indices the item must have been added with the very same ones; without, any item of the
-    /// node will do. One item a call.
+    /// Stops monitoring a node (OPC UA Part 4, 5.13.6): the first item whose `nodeId` **begins with** the
+    /// text of this one's, in the order of client handles: that of adding, until handles begin anew.
+    /// "ns=2;s=Tank" removes "ns=2;s=Tank1" if that came first. With indices the item must have been added
+    /// with the very same ones; without, any item of the node will do. One item a call.
     ///
     /// @return 0. 29, 3, 11: as OpcUaAddMonitNode(). 15: no such item. 13: the server refused; the item
     ///         stays.
@@ -398,7 +399,9 @@ public:
     /// "ns=2;s=Tank10" has been looked up, "ns=2;s=Tank1" gives the record of Tank10. Look shorter ids up
     /// first, or compare `nodeId` and use a record of your own where they differ.
     ///
-    /// The records are valid as long as the client. The first one made has the others as its children.
+    /// The records are valid as long as the client. The first one made has the others as its children. What
+    /// the application adds to them with COpcUaNodelist::addNode() stays where it is and is the client's to
+    /// free; a record that is added beside the others answers lookups, too.
     /// Don't change `nodeId`: no lookup returns a record whose `nodeId` does not begin with the text
     /// asked for, but whether the new text is found is open.
     ///
@@ -462,8 +465,9 @@ public:
     /// operation fail before anything is sent. Null and other numbers send an empty value.
     ///
     /// @param index, count as in OpcUaGetArrayValue()
-    /// @param buffer, size as in OpcUaSetValue(), for the one element; `size` is cut also when the
-    ///        write fails
+    /// @param buffer, size as in OpcUaSetValue(), for the one element; `size` is cut also when no element
+    ///        is there or the write fails, but not when the value can't be read or has another number of
+    ///        dimensions
     /// @return 0. 29: a pointer is null, or `count` is not in 1 to 16. 3: not connected. 8: reading or
     ///         writing failed, the value has another number of dimensions, no element is there, or another
     ///         element would be lost.
@@ -474,8 +478,9 @@ public:
     ///
     /// Look at every node's `result`: 0 read, with value and `size` filled; 7 not read, value and `size`
     /// unchanged, 3 not connected. A request that fails gives 7 to all its nodes and does not stop the next
-    /// one. A server that takes fewer than 20 nodes a call (Server.ServerCapabilities.OperationLimits)
-    /// refuses each longer request; the trace tells so: hand over no more nodes a call than it takes.
+    /// one; so does an answer with another number of results than there were nodes. A server that takes fewer
+    /// than 20 nodes a call (Server.ServerCapabilities.OperationLimits) refuses each longer request; the
+    /// trace tells so: hand over no more nodes a call than it takes.
     ///
     /// Several requests are on their way at a time. Values are stored in the order of the nodes.
     ///
@@ -503,10 +508,13 @@ public:
     /// at a time. See OpcUaAddMonitNode().
     ///
     /// Look at every node's `result`: 0 monitored, 12 refused (the trace tells why), 3 not connected, 11 no
-    /// subscription.
+    /// subscription. A request that fails, or is answered with another number of results, gives 12 to all its
+    /// nodes.
     ///
-    /// Client handles number 20000 items and then begin anew. There is no limit here, but an item beyond it
-    /// takes the place of the oldest: that one is forgotten, and the server goes on sampling it.
+    /// Client handles number 20000 items and then begin anew. There is no limit here, but an item whose
+    /// handle another one has takes its place: that one is forgotten, but the server goes on sampling it, and
+    /// what it reports arrives as values of the new item's node. Clear the items before there are more of
+    /// them.
     ///
     /// @return 29 when `nodes` is null or `count` below 1 (no node is touched); 3 when the connection is
     ///         lost; else 0, also without a session

@@ -74,11 +74,11 @@ bool makeMessage(const MonitoredItems& items, const UaDataChange& change, _OpcUa
     }
     describe(change.value, message);
     const MonitoredItem* const item = items.find(change.clientHandle);
-    if (!item || (item->selection.kind != 0 && !selectElement(item->selection, change.value, message))) {
+    if (!item || (item->selection && !selectElement(*item->selection, change.value, message))) {
         return false;
     }
     std::copy_n(item->node->nodeId, sizeof message.nodeId, message.nodeId);
-    message.arrayIndex = item->selection;
+    message.arrayIndex = item->selection ? *item->selection : _ArrayType{};
     return true;
 }
 

@@ -8,17 +8,20 @@
 
 void MonitoredItems::add(unsigned int handle, OpcUa_UInt32 id, const OpcUaNode& node,
                          const _ArrayType& selection) {
-    auto copy = std::make_unique<OpcUaNode>(node);
+    MonitoredItem added{id, std::make_unique<OpcUaNode>(node), nullptr};
+    if (selection.kind != 0) {
+        added.selection = std::make_unique<_ArrayType>(selection);
+    }
     m_items.resize(std::max<std::size_t>(m_items.size(), handle));
     MonitoredItem& item = m_items[handle - 1];
     m_count += item.node ? 0 : 1;
-    item = {id, std::move(copy), selection};
+    item = std::move(added);
 }
 
 unsigned int MonitoredItems::firstHandle(std::string_view nodeId, const _ArrayType& selection) const {
     const auto matches = [&](const MonitoredItem& item) {
         return item.node && beginsWith(*item.node, nodeId) &&
-               (selection.kind == 0 || haveSameIndices(item.selection, selection));
+               (selection.kind == 0 || (item.selection && haveSameIndices(*item.selection, selection)));
     };
     const auto first = std::find_if(m_items.begin(), m_items.end(), matches);
     return first != m_items.end() ? static_cast<unsigned int>(first - m_items.begin()) + 1 : 0;

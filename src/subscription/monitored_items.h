@@ -17,9 +17,9 @@ class UaSubscription;
 
 /// A node whose value the server reports.
 struct MonitoredItem {
-    OpcUa_UInt32 id = 0;             ///< the server's
-    std::unique_ptr<OpcUaNode> node; ///< copy of the application's record
-    _ArrayType selection{};          ///< the element that the application asked for
+    OpcUa_UInt32 id = 0;                   ///< the server's
+    std::unique_ptr<OpcUaNode> node;       ///< copy of the application's record
+    std::unique_ptr<_ArrayType> selection; ///< the element that it asked for; null for the whole value
 };
 
 /// The items of a client's subscription, each at its client handle: 1 to 20000, and then 1 again.

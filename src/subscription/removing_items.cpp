@@ -81,6 +81,6 @@ int COpcUaClient::OpcUaClearMonitNode() {
 void COpcUaClient::ReturnMonitorItemMsg(std::map<unsigned int, _monitItemMsg>& out) {
     unsigned int position = 0;
     m_callback->items.forEach([&](unsigned int handle, const MonitoredItem& item) {
-        out[position++] = {item.id, handle, item.node.get(), item.selection};
+        out[position++] = {item.id, handle, item.node.get(), item.selection ? *item.selection : _ArrayType{}};
     });
 }
