@@ -398,11 +398,13 @@ TEST_F(LookupBelowRecords, LooksBelowNoRecordThatIsGone) {
     EXPECT_EQ(head->child, made);
 }
 
-TEST_F(LookupBelowRecords, FindsARecordOfTheRowAgainAfterItsKeyWasChangedBack) {
+TEST_F(NodeLookup, NoLongerGivesARecordThatItGaveWhenItsKeyHasChanged) {
     lookUp("ns=2;s=Head");
     OpcUaNode* node = lookUp("ns=2;s=A");
+    EXPECT_EQ(lookUp("ns=2;s=A"), node);
     setField(node->nodeId, "ns=2;s=Z");
     OpcUaNode* made = lookUp("ns=2;s=A");
-    EXPECT_EQ(lookUp("ns=2;s=Z"), node) << "the records were gone through anew";
+    EXPECT_NE(made, node);
     EXPECT_EQ(lookUp("ns=2;s=A"), made);
+    EXPECT_EQ(lookUp("ns=2;s=Z"), node) << "the records were gone through anew";
 }
