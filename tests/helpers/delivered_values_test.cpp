@@ -1,6 +1,7 @@
 // The helpers on what the library delivers and connects to.
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <gtest/gtest.h>
 #include <map>
 #include <mutex>
