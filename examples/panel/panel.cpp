@@ -1,10 +1,13 @@
 #include "panel.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <iostream>
 #include <mutex>
-#include <utility>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "OpcUaHelpers.h"
 

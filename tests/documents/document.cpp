@@ -4,6 +4,8 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
+#include <string>
+#include <vector>
 
 std::string textOf(const std::string& file) {
     std::ifstream stream(std::string(SOURCE_DIRECTORY "/") + file);
