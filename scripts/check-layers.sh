@@ -39,10 +39,10 @@ forbid "sdk/stack sdk/base sdk/client" "$crypto" "cryptography belongs to sdk/pk
 forbid "sdk/stack" 'uabase/|uapki/|uaclient/' "sdk/stack is the lowest layer"
 forbid "sdk/base" 'uapki/|uaclient/' "sdk/base knows sdk/stack alone"
 [ ! -d sdk/pki ] || forbid "sdk/pki" 'uaclient/|open62541' "sdk/pki knows sdk/base and sdk/stack alone"
-forbid "sdk" 'OpcUa(Client|Types|Nodelist)' "the SDK does not know who uses it"
+forbid "sdk" 'OpcUa(Client|Helpers|Types|Nodelist)' "the SDK does not know who uses it"
 
 # include/ stands on the standard library alone: its headers have no extension.
-found=$(includes_below include | grep -vE ' (<[a-z_0-9]+>|"OpcUa(ClientInterface|Types|Nodelist)\.h")$' || true)
+found=$(includes_below include | grep -vE ' (<[a-z_0-9]+>|"OpcUa(ClientInterface|Helpers|Types|Nodelist)\.h")$' || true)
 [ -z "$found" ] || report "include/ needs nothing but the standard library:"$'\n'"$found"
 
 # What an application can't do through include/, the tools and examples can't either.
