@@ -21,15 +21,15 @@ command -v dpkg-buildpackage dh >/dev/null || die "no debhelper here; scripts/in
 
 # Packages are named by the release they are made on, so that an upgrade of the system takes those for the new one.
 write_debian_changelog() {
-  local released
+  local released upstream=$version
   released=$(sed -nE "s/^## \[${version//./\\.}\] - ([0-9-]{10})\$/\1/p" CHANGELOG.md)
-  [ -n "$released" ] || die "CHANGELOG.md has no entry of version $version with a date"
+  [ -n "$released" ] || upstream=$version~unreleased
   cat <<ENTRY
-opcuaclient ($version-1~deb$VERSION_ID) $VERSION_CODENAME; urgency=medium
+opcuaclient ($upstream-1~deb$VERSION_ID) $VERSION_CODENAME; urgency=medium
 
-  * Version $version; what is new stands in changelog.gz.
+  * Version $upstream; what is new stands in changelog.gz.
 
- -- $(sed -n 's/^Maintainer: //p' packaging/debian/control)  $(LC_ALL=C date -u -R -d "$released")
+ -- $(sed -n 's/^Maintainer: //p' packaging/debian/control)  $(LC_ALL=C date -u -R -d "${released:-now}")
 ENTRY
 }
 
