@@ -77,7 +77,10 @@ mkdir -p "$work/visitor"
 listing >/tmp/before
 
 step "installing"
-apt install --no-download --no-install-recommends "$folder"/{libopcuaclient1,libopcuaclient-dev,opcua-cli}_*.deb
+archives=("$folder"/{libopcuaclient1,libopcuaclient-dev,opcua-cli}_*.deb)
+[ "$(apt-get install --simulate --no-install-recommends "${archives[@]}" | grep -c ^Inst)" -eq 3 ] ||
+  die "they need more than install-deps.sh runtime installs"
+apt install --no-install-recommends "${archives[@]}"
 quietly dpkg --verify "${packages[@]}"
 listing >/tmp/with
 try_library
