@@ -25,6 +25,7 @@ test_packages=(
   abigail-tools mandoc
 )
 package_packages=(build-essential debhelper lintian)
+site_packages=(doxygen python3)
 # Pinned to the one version that Debian 12 and 13 both have, because verdicts change with it.
 lint_packages=(clang-19 clang-format-19 clang-tidy-19 libclang-rt-19-dev)
 engine_suite=trixie
@@ -95,7 +96,7 @@ choose_packages() {
   build) wanted=("${build_packages[@]}") ;;
   package) wanted=("${build_packages[@]}" "${package_packages[@]}") ;;
   runtime) mapfile -t wanted < <(runtime_packages) ;;
-  site) wanted=(doxygen) ;;
+  site) wanted=("${site_packages[@]}") ;;
   chroot) wanted=(debootstrap) ;;
   *) die "unknown group '$group'; say 'build', 'runtime', 'package', 'site', 'chroot', or nothing for everything" ;;
   esac

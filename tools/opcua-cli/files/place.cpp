@@ -34,8 +34,7 @@ fs::path program() {
 
 /// The system's own folder belongs to its packages: root may write to it, and should not.
 bool mayKeepFilesIn(const fs::path& directory) {
-    return directory != "/usr/bin" &&
-           faccessat(AT_FDCWD, directory.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
+    return directory != "/usr/bin" && faccessat(AT_FDCWD, directory.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 
 /// An absolute path from the environment; a relative one there has no meaning (XDG Base Directory).
