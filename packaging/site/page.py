@@ -40,7 +40,7 @@ def main(file, site):
     page = page_name(name)
 
     def relink(match):
-        if match[1]: # a picture, which Doxygen finds by its name
+        if match[1]:  # a picture, which Doxygen finds by its name
             return f"![{match[2]}]({os.path.basename(match[3])})"
         leads_to = target(match[3], folder, page, site)
         return match[2] if leads_to is None else f"[{match[2]}]({leads_to})"

@@ -7,3 +7,5 @@ scripts/package.sh "$folder" >"$folder/package.log" 2>&1 || { tail -n 50 "$folde
 tail -n 1 "$folder/package.log"
 lintian --allow-root --fail-on error,warning --tag-display-limit 0 "$folder"/*.changes
 echo "packages: lintian has no error and no warning"
+scripts/install-deps.sh site
+scripts/site.sh "$folder/site"

@@ -28,13 +28,15 @@ listing() {
 }
 
 try_library() {
-  step "the first program, with pkg-config"
+  step "the first program, with pkg-config and without"
   cp -r /usr/share/doc/libopcuaclient-dev/examples "$work/examples"
   diff -r -x CMakeLists.txt "$repository/examples" "$work/examples" || die "not all examples are installed"
   chown -R visitor "$work"
   cd "$work/examples/first_program"
   as_visitor sh -ec 'g++ -Wall -Wextra -Werror main.cpp $(pkg-config --cflags --libs opcuaclient) -o first_program'
   [[ $(as_visitor ./first_program "$url") == "result 0, value "* ]] || die "the first program read nothing"
+  as_visitor g++ main.cpp -lopcuaclient -o without_flags
+  [[ $(as_visitor ./without_flags "$url") == "result 0, value "* ]] || die "built with -l alone it read nothing"
   [ "$(ldd first_program | grep -c "=> $private/lib")" -eq 4 ] || { ldd first_program >&2; die "the SDK libraries are not found"; }
 
   step "the examples, with CMake"
