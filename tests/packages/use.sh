@@ -23,8 +23,8 @@ as_visitor() { runuser -u visitor -- env HOME="$work/visitor" "$@"; }
 
 # All names but those of what changes anyhow, and of what this script brings and makes.
 listing() {
-  find / -xdev \( -path /proc -o -path /sys -o -path /dev -o -path /tmp -o -path /root -o -path /var/cache/apt \
-    -o -path /var/lib/apt -o -path /var/log \) -prune -o -print | LC_ALL=C sort
+  find / -xdev \( -path /proc -o -path /sys -o -path /dev -o -path /tmp -o -path /var/cache/apt -o -path /var/lib/apt \
+    -o -path /var/log \) -prune -o -print | LC_ALL=C sort
 }
 
 try_library() {
