@@ -8,9 +8,8 @@ newest=$(sed -n 's/^## //p' CHANGELOG.md | head -1)
 [[ $newest == '[Unreleased]' || $newest =~ ^"[$version] - "20[0-9]{2}-[0-9]{2}-[0-9]{2}$ ]] ||
   { echo "CHANGELOG.md begins with '$newest', CMakeLists.txt has version $version" >&2; exit 1; }
 
-named=$(grep -rnwF "$version" CMakeLists.txt CMakePresets.json README.md bench/*.txt cmake demo docs examples include packaging \
-  run-*.sh scripts sdk src tools --exclude-dir=node_modules --exclude-dir=abi --exclude='*.symbols')
-if [ "$named" != "CMakeLists.txt:$(grep -nF "project(OpcUaClient VERSION $version " CMakeLists.txt)" ]; then
+named=$(grep -rnIwF --exclude-dir={build,.git,abi,tests} --exclude='*.symbols' --exclude=CHANGELOG.md "$version" .)
+if [ "$named" != "./CMakeLists.txt:$(grep -nF "project(OpcUaClient VERSION $version " CMakeLists.txt)" ]; then
   printf 'version %s should stand in one place:\n%s\n' "$version" "$named" >&2
   exit 1
 fi
