@@ -5,6 +5,8 @@
 #   scripts/install-deps.sh            everything: build, tests, linters, benchmarks
 #   scripts/install-deps.sh build      enough to build the libraries, the tools and the demo
 #   scripts/install-deps.sh runtime    enough to run them: what a target needs
+#   scripts/install-deps.sh package    enough to make packages: what scripts/package.sh needs
+#   scripts/install-deps.sh site       what scripts/site.sh needs
 #   scripts/install-deps.sh chroot     what scripts/in-debian.sh needs
 #
 # Needs root or sudo, and only when something is missing.
@@ -20,7 +22,10 @@ build_packages=(
 test_packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   openssl python3 iproute2 procps
+  abigail-tools mandoc
 )
+package_packages=(build-essential debhelper lintian)
+site_packages=(doxygen python3)
 # Pinned to the one version that Debian 12 and 13 both have, because verdicts change with it.
 lint_packages=(clang-19 clang-format-19 clang-tidy-19 libclang-rt-19-dev)
 engine_suite=trixie
@@ -89,13 +94,15 @@ choose_packages() {
     esac
     ;;
   build) wanted=("${build_packages[@]}") ;;
+  package) wanted=("${build_packages[@]}" "${package_packages[@]}") ;;
   runtime) mapfile -t wanted < <(runtime_packages) ;;
+  site) wanted=("${site_packages[@]}") ;;
   chroot) wanted=(debootstrap) ;;
-  *) die "unknown group '$group'; say 'build', 'runtime', 'chroot', or nothing for everything" ;;
+  *) die "unknown group '$group'; say 'build', 'runtime', 'package', 'site', 'chroot', or nothing for everything" ;;
   esac
   case $group in
   # The CMake package of the engine is incomplete without its tools package.
-  all | build) engine_wanted=(libopen62541-1.4 libopen62541-1.4-dev libopen62541-1.4-tools) ;;
+  all | build | package) engine_wanted=(libopen62541-1.4 libopen62541-1.4-dev libopen62541-1.4-tools) ;;
   runtime) engine_wanted=(libopen62541-1.4) ;;
   esac
   mapfile -t missing < <(without installed "${wanted[@]}")

@@ -32,8 +32,9 @@ fs::path program() {
     return fs::read_symlink("/proc/self/exe");
 }
 
-bool mayWrite(const fs::path& directory) {
-    return faccessat(AT_FDCWD, directory.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
+/// The system's own folder belongs to its packages: root may write to it, and should not.
+bool mayKeepFilesIn(const fs::path& directory) {
+    return directory != "/usr/bin" && faccessat(AT_FDCWD, directory.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 
 /// An absolute path from the environment; a relative one there has no meaning (XDG Base Directory).
@@ -119,7 +120,7 @@ std::vector<std::string> ownArguments() {
 
 fs::path placeOfFiles() {
     const fs::path directory = program().parent_path();
-    return mayWrite(directory) ? directory : stateDirectory();
+    return mayKeepFilesIn(directory) ? directory : stateDirectory();
 }
 
 void makePrivateDirectories(const fs::path& directory) {

@@ -5,8 +5,8 @@
 namespace opcua_cli {
 
 /// The library keeps its files in the directory of the running program. This is that directory or, where it
-/// cannot be written, the user's state directory ($XDG_STATE_HOME/opcua-cli or ~/.local/state/opcua-cli),
-/// from which continueInPlaceOfFiles() runs a copy. Empty when there is neither.
+/// cannot be written or is /usr/bin, the user's state directory ($XDG_STATE_HOME/opcua-cli or
+/// ~/.local/state/opcua-cli), from which continueInPlaceOfFiles() runs a copy. Empty when there is neither.
 std::filesystem::path placeOfFiles();
 
 /// Goes on as a copy of the program in placeOfFiles(), with the same arguments; does nothing where the
