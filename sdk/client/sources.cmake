@@ -37,6 +37,7 @@ add_sdk_library(uaclientcpp FOLDER client
     socket/endpoint_url.cpp
     socket/name_resolution.cpp
     socket/tcp_socket.cpp
+    subscription/acknowledgements.cpp
     subscription/callback_thread.cpp
     subscription/notification_order.cpp
     subscription/notification_queue.cpp

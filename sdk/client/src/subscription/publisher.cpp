@@ -11,7 +11,6 @@ namespace {
 /// Publish requests that wait at the server: so many messages may be on their way while an acknowledgement
 /// is.
 constexpr unsigned int wantedRequests = 10;
-constexpr std::size_t mostAcknowledgements = 1000;
 
 // A server that refuses is asked again, less and less often.
 constexpr std::chrono::milliseconds firstPause(100);
@@ -36,16 +35,16 @@ bool isWithoutSubscription(UaStatus status) {
 
 class Publisher::PublishAnswer : public AnswerReceiver {
 public:
-    PublishAnswer(std::shared_ptr<Publisher> publisher, std::uint32_t generation)
-        : m_publisher(std::move(publisher)), m_generation(generation) {}
+    explicit PublishAnswer(std::shared_ptr<Publisher> publisher) : m_publisher(std::move(publisher)) {}
+    SentPublish& sent() { return m_sent; }
     UaStatus answered(UaStatus status, UaByteView body) override {
-        m_publisher->published(m_generation, status, body);
+        m_publisher->published(m_sent, status, body);
         return status;
     }
 
 private:
     const std::shared_ptr<Publisher> m_publisher;
-    const std::uint32_t m_generation;
+    SentPublish m_sent;
 };
 
 class Publisher::RepublishAnswer : public AnswerReceiver {
@@ -89,10 +88,7 @@ void Publisher::remove(std::uint32_t id) {
                                        return goes;
                                    }),
                     m_missing.end());
-    m_acknowledgements.erase(
-        std::remove_if(m_acknowledgements.begin(), m_acknowledgements.end(),
-                       [id](const UA_SubscriptionAcknowledgement& one) { return one.subscriptionId == id; }),
-        m_acknowledgements.end());
+    m_acknowledgements.forget(id);
     tellFlow();
 }
 
@@ -105,7 +101,7 @@ void Publisher::close() {
 
 // ---- Answers ----
 
-void Publisher::published(std::uint32_t generation, UaStatus status, UaByteView body) {
+void Publisher::published(const SentPublish& sent, UaStatus status, UaByteView body) {
     Answer<UA_PublishRequest> answer;
     if (!status.isBad()) {
         UA_PublishResponse& response = answer;
@@ -120,7 +116,8 @@ void Publisher::published(std::uint32_t generation, UaStatus status, UaByteView 
             return;
         }
         if (status.isBad()) {
-            gone = refused(generation, status);
+            acknowledgeAgain(sent.acknowledgements);
+            gone = refused(sent.generation, status);
         } else {
             m_refusals = 0;
             takeMessage(answer.subscriptionId, answer.notificationMessage, &NotificationOrder::arrived);
@@ -131,6 +128,15 @@ void Publisher::published(std::uint32_t generation, UaStatus status, UaByteView 
         m_listener.sessionGone(status);
     }
     m_listener.publishDue();
+}
+
+/// What went with a request that the server has not served goes with the next one.
+void Publisher::acknowledgeAgain(const Acknowledgements::List& acknowledgements) {
+    for (const UA_SubscriptionAcknowledgement& one : acknowledgements) {
+        if (m_subscriptions.count(one.subscriptionId) == 1) {
+            m_acknowledgements.note(one.subscriptionId, one.sequenceNumber);
+        }
+    }
 }
 
 bool Publisher::refused(std::uint32_t generation, UaStatus status) {
@@ -176,9 +182,7 @@ void Publisher::takeMessage(std::uint32_t id, UA_NotificationMessage& message, T
         pace(m_emptyMessages);
     } else {
         m_emptyMessages = 0;
-        if (m_acknowledgements.size() < mostAcknowledgements) {
-            m_acknowledgements.push_back({id, message.sequenceNumber});
-        }
+        m_acknowledgements.note(id, message.sequenceNumber);
         (subscription.order.*takeInOrder)(message, deliverOne);
     }
     noteMissing(id, subscription);
@@ -386,9 +390,8 @@ Clock::time_point Publisher::keepHouse(Pipe& pipe, bool silent) {
 }
 
 bool Publisher::sendPublish(Pipe& pipe) {
-    UA_PublishRequest request{};
-    std::vector<UA_SubscriptionAcknowledgement> acknowledgements;
-    std::uint32_t generation = 0;
+    auto answer = std::make_shared<PublishAnswer>(shared_from_this());
+    SentPublish& sent = answer->sent();
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         // While the server refuses, one request is enough to learn when it no longer does.
@@ -398,21 +401,19 @@ bool Publisher::sendPublish(Pipe& pipe) {
             return false;
         }
         ++m_waiting;
-        generation = m_generation;
-        acknowledgements.swap(m_acknowledgements);
+        sent = {m_generation, m_acknowledgements.takeAll()};
     }
+    UA_PublishRequest request{};
     request.requestHeader.authenticationToken = m_authenticationToken.raw();
-    request.subscriptionAcknowledgements = acknowledgements.data();
-    request.subscriptionAcknowledgementsSize = acknowledgements.size();
-    const UaStatus status =
-        pipe.post(&request, Service<UA_PublishRequest>::requestType(), Deadline(sendLimit),
-                  Pipe::Answered::SomeTime, std::make_shared<PublishAnswer>(shared_from_this(), generation));
+    request.subscriptionAcknowledgements = sent.acknowledgements.data();
+    request.subscriptionAcknowledgementsSize = sent.acknowledgements.size();
+    const UaStatus status = pipe.post(&request, Service<UA_PublishRequest>::requestType(),
+                                      Deadline(sendLimit), Pipe::Answered::SomeTime, answer);
     if (status.isBad()) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         --m_waiting;
         m_notBefore = Clock::now() + firstPause;
-        acknowledgements.insert(acknowledgements.end(), m_acknowledgements.begin(), m_acknowledgements.end());
-        m_acknowledgements.swap(acknowledgements);
+        acknowledgeAgain(sent.acknowledgements);
     }
     return !status.isBad();
 }

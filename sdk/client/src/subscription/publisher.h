@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "calls/service_call.h"
+#include "subscription/acknowledgements.h"
 #include "subscription/notification_order.h"
 #include "subscription/notification_queue.h"
 #include "uabase/node_id.h"
@@ -73,12 +74,18 @@ private:
     class PublishAnswer;
     class RepublishAnswer;
 
-    void published(std::uint32_t generation, UaStatus status, UaByteView body);
+    /// What a publish request was sent with.
+    struct SentPublish {
+        std::uint32_t generation = 0;
+        Acknowledgements::List acknowledgements;
+    };
+    void published(const SentPublish& sent, UaStatus status, UaByteView body);
     void republished(std::uint32_t subscriptionId, std::uint32_t number, UaStatus status, UaByteView body);
 
     // All with the lock.
     /// True when the server is not to be asked any more.
     bool refused(std::uint32_t generation, UaStatus status);
+    void acknowledgeAgain(const Acknowledgements::List& acknowledgements);
     using TakeInOrder = void (NotificationOrder::*)(UA_NotificationMessage&,
                                                     const NotificationOrder::Deliver&);
     void takeMessage(std::uint32_t id, UA_NotificationMessage& message, TakeInOrder takeInOrder);
@@ -103,7 +110,7 @@ private:
     std::mutex m_mutex; ///< guards what follows
     std::map<std::uint32_t, Kept> m_subscriptions;
     std::uint32_t m_generation = 0; ///< counts subscriptions that came
-    std::vector<UA_SubscriptionAcknowledgement> m_acknowledgements;
+    Acknowledgements m_acknowledgements;
     std::vector<Missing> m_missing;
     unsigned int m_waiting = 0;         ///< publish requests at the server
     unsigned int m_limit = 0;           ///< how many the server takes
