@@ -43,8 +43,6 @@ public:
     /// What is received in one message at the most.
     static constexpr std::size_t largestMessage = 16U << 20U;
     static constexpr std::size_t mostChunks = 256;
-    /// OPC UA Part 6, 6.7.2.4: above this a sequence number starts anew.
-    static constexpr std::uint32_t lastSequenceNumber = UINT32_MAX - 1024;
 
     SecureChannel(ChannelSecurity security, std::uint32_t requestedLifetime);
     ~SecureChannel();
@@ -116,7 +114,6 @@ private:
     UaStatus sendChunk(const char* kind, std::uint32_t requestId, std::size_t bodySize, RoomToSend& room);
     UaStatus sendInPieces(std::uint32_t requestId, UaByteView body, RoomToSend& room);
     UaStatus checkRequestSize(std::size_t bodySize) const;
-    std::uint32_t nextSequenceNumber() const;
     void adoptSendToken(std::uint32_t requestId);
 
     UaStatus takeOpenAnswer(const Chunk& chunk);
