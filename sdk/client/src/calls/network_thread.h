@@ -33,6 +33,7 @@ public:
 
     void leaveSocket() override;
     void watchSocket() override;
+    void sendingIsFree() override { wake(); }
 
 private:
     void run();

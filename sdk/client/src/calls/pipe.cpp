@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <new>
+#include <utility>
 
 #include "calls/call.h"
 #include "calls/call_series.h"
@@ -70,7 +71,12 @@ private:
 UaStatus Pipe::takeSendingTurn(const Deadline& deadline, Pending* pending) {
     std::unique_lock<std::mutex> lock(m_mutex);
     const auto isFree = [this] { return !m_sending || m_ended; };
-    if (!isFree() && !m_sendingFree.wait_until(lock, deadline.end(), isFree)) {
+    const bool mayWait = pending != nullptr && pending->call != nullptr;
+    if (!mayWait && !isFree()) {
+        m_sendingIsWanted = true;
+        return UA_STATUSCODE_BADWOULDBLOCK;
+    }
+    if (!m_sendingFree.wait_until(lock, deadline.end(), isFree)) {
         return UA_STATUSCODE_BADTIMEOUT;
     }
     if (m_ended) {
@@ -91,9 +97,17 @@ UaStatus Pipe::takeSendingTurn(const Deadline& deadline, Pending* pending) {
 }
 
 void Pipe::releaseSendingTurn() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_sending = false;
-    m_sendingFree.notify_one();
+    bool isWanted = false;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_sending = false;
+        isWanted = std::exchange(m_sendingIsWanted, false);
+        m_sendingFree.notify_one();
+    }
+    IdleReader* const idle = m_idleReader;
+    if (isWanted && idle != nullptr) {
+        idle->sendingIsFree();
+    }
 }
 
 template <typename Send>

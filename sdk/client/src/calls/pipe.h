@@ -41,6 +41,8 @@ public:
     virtual ~IdleReader() = default;
     virtual void leaveSocket() = 0;
     virtual void watchSocket() = 0;
+    /// What was refused because somebody else was sending may go out now.
+    virtual void sendingIsFree() = 0;
 };
 
 /// Requests out, answers in, each answer to whom it belongs.
@@ -71,10 +73,11 @@ public:
     /// Whether an answer has to come soon. That one is missing which may take its time means nothing.
     enum class Answered { Soon, SomeTime };
     /// Sends a request whose answer `receiver` is given on the thread that reads it. Bad when it could not be
-    /// sent within `deadline`: `receiver` is not called then.
+    /// sent within `deadline`: `receiver` is not called then. BadWouldBlock while somebody else is sending,
+    /// which may take as long as a call: the idle reader is told when it no longer is.
     UaStatus post(void* request, const UA_DataType& type, const Deadline& deadline, Answered answered,
                   std::shared_ptr<AnswerReceiver> receiver);
-    /// Asks for a new token of the channel.
+    /// Asks for a new token of the channel, in the way of post().
     UaStatus renew(const Deadline& deadline);
 
     /// For the idle reader: deals with what has arrived, for a moment at the most, unless a call is reading.
@@ -139,6 +142,7 @@ private:
     mutable std::mutex m_mutex; ///< guards what follows
     std::condition_variable m_sendingFree;
     bool m_sending = false;
+    bool m_sendingIsWanted = false; ///< by somebody who did not wait
     bool m_reading = false;
     std::uint32_t m_lastRequestId = 1; ///< the channel was opened with that
     std::vector<Pending> m_pending;

@@ -110,7 +110,7 @@ Clock::time_point SecureChannel::renewalDue() const {
 
 Clock::time_point SecureChannel::tokenExpiry() const {
     const std::lock_guard<std::mutex> lock(m_renewalMutex);
-    return m_tokenExpiry;
+    return m_openRequest != 0 ? m_tokenExpiry : Clock::time_point::max();
 }
 
 /// What is sent uses the new token as soon as there is one.

@@ -76,7 +76,8 @@ public:
     UaStatus sendRenewal(std::uint32_t requestId, RoomToSend& room);
     /// When that is to be done; the end of time while an answer is being waited for.
     Clock::time_point renewalDue() const;
-    /// When the newest token has been valid for as long as it may be, and the server had time to renew it.
+    /// When the newest token has been valid for as long as it may be, and the server had time to renew it;
+    /// the end of time while it was not asked to.
     Clock::time_point tokenExpiry() const;
     /// Tells the server that the channel is given up, as far as the system takes it at once.
     void sendClose(std::uint32_t requestId);

@@ -16,7 +16,8 @@ constexpr int sendLimit = 1000; // ms
 constexpr int closeLimit = 500; // ms
 /// Later than that, and this process has stood still.
 constexpr std::chrono::seconds stoodStill(1);
-/// While a renewal is under way: whoever reads its answer does not wake the network thread for it.
+/// While a renewal is under way, or waits to be sent: whoever reads its answer does not wake the network
+/// thread for it.
 constexpr std::chrono::milliseconds renewalLook(100);
 
 /// A session that the server lets go early is asked after more often.
@@ -183,6 +184,8 @@ Clock::time_point UaSession::Impl::keepHouse() {
     m_nextHousekeeping = keepChannel();
     m_nextHousekeeping = std::min(m_nextHousekeeping, m_watchdog->keepHouse(*m_pipe));
     m_nextHousekeeping = std::min(m_nextHousekeeping, m_publisher->keepHouse(*m_pipe, m_state.isSilent()));
+    // What all this took is no time in which the process stood still.
+    m_nextHousekeeping = std::max(m_nextHousekeeping, Clock::now());
     return m_nextHousekeeping;
 }
 
@@ -197,7 +200,8 @@ Clock::time_point UaSession::Impl::keepChannel() {
         return Clock::time_point::max();
     }
     const Clock::time_point due = m_pipe->channel().renewalDue();
-    return due == Clock::time_point::max() ? Clock::now() + renewalLook : due;
+    const bool isUnderWay = due == Clock::time_point::max() || due <= Clock::now();
+    return isUnderWay ? Clock::now() + renewalLook : due;
 }
 
 // ---- Subscriptions ----

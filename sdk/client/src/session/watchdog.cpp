@@ -37,12 +37,16 @@ Clock::time_point Watchdog::keepHouse(Pipe& pipe) {
     if (now >= m_nextProbe) {
         pipe.giveUpPosted(now - answerLimit);
         m_nextProbe = now + m_times.interval;
+        m_probeIsDue = true;
+    }
+    if (m_probeIsDue) {
         probe(pipe);
     }
     return std::min(m_nextProbe, judge(pipe, now));
 }
 
 void Watchdog::probe(Pipe& pipe) {
+    m_probeIsDue = false;
     if (m_asked) {
         return;
     }
@@ -59,6 +63,7 @@ void Watchdog::probe(Pipe& pipe) {
                   std::make_shared<ProbeAnswer>(shared_from_this()));
     if (status.isBad()) {
         m_asked = false;
+        m_probeIsDue = status.statusCode() == UA_STATUSCODE_BADWOULDBLOCK;
     }
 }
 

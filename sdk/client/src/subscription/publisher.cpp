@@ -389,6 +389,13 @@ Clock::time_point Publisher::keepHouse(Pipe& pipe, bool silent) {
     return Clock::now() < m_notBefore && isAnyAlive() ? std::min(next, m_notBefore) : next;
 }
 
+/// While somebody else is sending there is nothing to wait for but the end of that, which is told.
+void Publisher::pauseUnsent(UaStatus status) {
+    if (status.statusCode() != UA_STATUSCODE_BADWOULDBLOCK) {
+        m_notBefore = Clock::now() + firstPause;
+    }
+}
+
 bool Publisher::sendPublish(Pipe& pipe) {
     auto answer = std::make_shared<PublishAnswer>(shared_from_this());
     SentPublish& sent = answer->sent();
@@ -412,7 +419,7 @@ bool Publisher::sendPublish(Pipe& pipe) {
     if (status.isBad()) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         --m_waiting;
-        m_notBefore = Clock::now() + firstPause;
+        pauseUnsent(status);
         acknowledgeAgain(sent.acknowledgements);
     }
     return !status.isBad();
@@ -446,7 +453,7 @@ bool Publisher::sendRepublish(Pipe& pipe) {
         } else {
             --m_republishes;
         }
-        m_notBefore = Clock::now() + firstPause;
+        pauseUnsent(status);
     }
     return !status.isBad();
 }

@@ -96,6 +96,7 @@ private:
     std::vector<Missing>::iterator findMissing(std::uint32_t id, std::uint32_t number);
     void giveUp(std::uint32_t id, std::uint32_t number);
     void pace(unsigned int& messagesInARow);
+    void pauseUnsent(UaStatus status);
     void tellFlow();
     bool isAnyAlive() const;
     Clock::time_point judgeSilence(Clock::time_point now, Clock::time_point serverHeard);
