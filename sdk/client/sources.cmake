@@ -3,7 +3,10 @@ add_sdk_library(uaclientcpp FOLDER client
     calls/call.cpp
     calls/call_series.cpp
     calls/network_thread.cpp
+    calls/pending_requests.cpp
     calls/pipe.cpp
+    calls/pipe_reading.cpp
+    calls/pipe_sending.cpp
     calls/reading_turn.cpp
     calls/service_call.cpp
     calls/window.cpp

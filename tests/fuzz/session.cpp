@@ -294,7 +294,7 @@ public:
         require(isSessionGone(reason), "a session is gone when the server says so");
     }
     void serverSpoke() override {}
-    void connectionEnded(UaStatus reason) override {
+    void connectionEnded(UaStatus reason, std::size_t) override {
         require(reason.isBad() && ++m_losses == 1, "a connection ends once, and for a reason");
     }
 
