@@ -24,6 +24,8 @@ add_sdk_library(uaclientcpp FOLDER client
     encoding/answer_decoding.cpp
     encoding/empty_matrices.cpp
     encoding/encoding_walk.cpp
+    encoding/encoding_walk_nested.cpp
+    encoding/known_encodings.cpp
     encoding/type_id.cpp
     session/callbacks.cpp
     session/calls_ahead.cpp
@@ -34,6 +36,7 @@ add_sdk_library(uaclientcpp FOLDER client
     session/session_opening.cpp
     session/session_security.cpp
     session/session_security_answer.cpp
+    session/session_security_texts.cpp
     session/session_services.cpp
     session/user_token.cpp
     session/watchdog.cpp
@@ -42,9 +45,13 @@ add_sdk_library(uaclientcpp FOLDER client
     socket/tcp_socket.cpp
     subscription/acknowledgements.cpp
     subscription/callback_thread.cpp
+    subscription/missing_messages.cpp
     subscription/notification_order.cpp
     subscription/notification_queue.cpp
+    subscription/publish_pace.cpp
+    subscription/published_subscription.cpp
     subscription/publisher.cpp
+    subscription/publisher_sending.cpp
     subscription/subscription.cpp
   PUBLIC uabasecpp uapkicpp
   PRIVATE Threads::Threads)

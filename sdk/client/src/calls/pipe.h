@@ -70,6 +70,8 @@ public:
     /// Several calls on this thread, sent before the answers to the ones before are there.
     class Series;
 
+    /// What post() and renew() need at the most to get a small request onto the wire.
+    static constexpr int postLimit = 1000; // ms
     using Answered = PendingRequest::Answered;
     /// Sends a request whose answer `receiver` is given on the thread that reads it. Bad when it could not be
     /// sent within `deadline`: `receiver` is not called then. BadWouldBlock while somebody else is sending,

@@ -10,8 +10,6 @@
 namespace UaClientSdk {
 namespace {
 
-/// To get a small request onto the wire.
-constexpr int sendLimit = 1000; // ms
 /// How long a server is given to close a session in order; a silent one is told without waiting.
 constexpr int closeLimit = 500; // ms
 /// Later than that, and this process has stood still.
@@ -192,7 +190,7 @@ Clock::time_point UaSession::Impl::keepHouse() {
 Clock::time_point UaSession::Impl::keepChannel() {
     // First asked, then judged: who stood still may have missed both.
     if (Clock::now() >= m_pipe->channel().renewalDue()) {
-        m_pipe->renew(Deadline(sendLimit));
+        m_pipe->renew(Deadline(Pipe::postLimit));
     }
     if (Clock::now() >= m_pipe->channel().tokenExpiry()) {
         UaTrace::write(UaTrace::Errors, "channel", "the server has not renewed the channel's token in time");
