@@ -188,7 +188,8 @@ public:
     ///   and `endpointCount` says how many there are, not where. With endpoint 0 left out and 1 and 2
     ///   kept, the count is 2 and entry 0 is as the caller left it; in a zeroed record a kept entry has
     ///   an `endpointUrl` that is not empty.
-    /// - A URL that did not answer keeps its old `endpointCount`; the others are asked all the same.
+    /// - A URL that did not answer keeps its old `endpointCount`; the others are asked all the same, but
+    ///   none when 50 s have passed: it is then as if they had not answered.
     /// - Texts of 100 bytes or more fill their field without a terminating zero.
     /// - An unknown policy, among them one with a URI of more than 128 bytes, counts as 0.
     ///
@@ -196,7 +197,7 @@ public:
     /// @return 0 when at least one URL answered; 18 when `discoveryUrl` didn't (`result` is untouched);
     ///         19 when it knows no server, or none of their URLs answered. No message is left.
     ///
-    /// Every request takes 10 s at most where nothing answers, so the call may last for minutes.
+    /// Every request takes 10 s at most where nothing answers, and the call a minute at most.
     int OpcUaDiscover(char* discoveryUrl, _OpcUa_ServerConfigMsg& result);
 
     /// Connects, after disconnecting what was connected.

@@ -282,6 +282,46 @@ TEST_F(Publishing, AcknowledgesEachNotificationOnce) {
     EXPECT_THAT(server.publisher().unacknowledged(), IsEmpty());
 }
 
+/// How a server does not serve the request that acknowledges.
+struct Unserved {
+    std::string name;
+    Script script;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Unserved& unserved) {
+    return stream << unserved.name;
+}
+
+class UnservedPublish : public Publishing, public testing::WithParamInterface<Unserved> {};
+
+TEST_P(UnservedPublish, IsFollowedByTheSameAcknowledgements) {
+    monitor();
+    ASSERT_TRUE(server.publisher().waitForAcknowledged(1));
+    ASSERT_TRUE(server.publisher().waitForWaiting(10));
+    const int before = server.count<UA_PublishRequest>();
+    server.onNext<UA_PublishRequest>(GetParam().script);
+    server.publisher().publish(43);
+    ASSERT_TRUE(server.waitForCount<UA_PublishRequest>(before + 1));
+    server.publisher().keepAlive(); // one that is served
+    ASSERT_TRUE(server.publisher().waitForAcknowledged(2));
+    EXPECT_THAT(server.publisher().acknowledged(), ElementsAre(1U, 2U));
+    EXPECT_THAT(server.publisher().unacknowledged(), IsEmpty());
+    expectStillPublishing();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, UnservedPublish,
+    testing::Values(Unserved{"Refused", [](const Call& call) { call.fault(UA_STATUSCODE_BADINTERNALERROR); }},
+                    Unserved{"OneOfTooMany",
+                             [](const Call& call) { call.fault(UA_STATUSCODE_BADTOOMANYPUBLISHREQUESTS); }},
+                    Unserved{"TimedOut", [](const Call& call) { call.fault(UA_STATUSCODE_BADTIMEOUT); }},
+                    Unserved{"BrokenOff",
+                             [](const Call& call) {
+                                 call.connection().send(
+                                     call.chunk('A', u32(UA_STATUSCODE_BADTIMEOUT) + nullText()));
+                             }}),
+    [](const auto& one) { return one.param.name; });
+
 TEST_F(Publishing, DoesNotAcknowledgeKeepAlives) {
     monitor();
     ASSERT_TRUE(waitForValue(42));

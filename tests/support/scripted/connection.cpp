@@ -118,6 +118,11 @@ Bytes Connection::makeLocked(const Chunk& chunk) {
     return whole.replace(4, 4, u32(size));
 }
 
+void Connection::goOnAfter(std::uint32_t sequenceNumber) {
+    const std::lock_guard<std::mutex> lock(m_sending);
+    m_sentSequenceNumber = sequenceNumber;
+}
+
 bool Connection::sendMessage(std::uint32_t requestId, const Bytes& body, const std::string& kind,
                              std::optional<std::uint32_t> tokenId) {
     const std::size_t piece =

@@ -56,6 +56,8 @@ public:
     /// Sends a whole message in as many chunks as the client's receive buffer asks for.
     bool sendMessage(std::uint32_t requestId, const Bytes& body, const std::string& kind = "MSG",
                      std::optional<std::uint32_t> tokenId = {});
+    /// The next sequence number is the one after this.
+    void goOnAfter(std::uint32_t sequenceNumber);
     /// A chunk's bytes, which take a sequence number.
     Bytes bytesOf(const Chunk& chunk);
     /// Hangs up. The client may still read what was sent, unless what it sends itself meets a reset.

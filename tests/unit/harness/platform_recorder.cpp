@@ -11,8 +11,8 @@
 #include <optional>
 #include <string>
 
-#include "next_definition.h"
 #include "standin/standin.h"
+#include "support/next_definition.h"
 #include "uabase/platform_layer.h"
 #include "uabase/settings.h"
 #include "uabase/trace.h"

@@ -5,11 +5,11 @@
 #include "../nodes/folder.h"
 #include "../output/streams.h"
 #include "../output/table.h"
+#include "../text/time_text.h"
 #include "value_options.h"
 
 #include <algorithm>
-#include <array>
-#include <ctime>
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,14 +27,6 @@ struct SnapshotOptions : ConnectOptions {
     std::size_t maxNodes = defaultMaxNodes;
     std::size_t maxElements = defaultMaxElements;
 };
-
-std::string now() {
-    const std::time_t time = std::time(nullptr);
-    std::tm utc{};
-    gmtime_r(&time, &utc);
-    std::array<char, 32> text{};
-    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &utc)};
-}
 
 /// Why a variable without a type has none: the library tells no difference between a value that it cannot
 /// read and one that it cannot convert.
@@ -91,7 +83,8 @@ void readVariables(Connection& connection, const SnapshotOptions& options, const
 Snapshot take(const SnapshotOptions& options, const NodeReference& reference) {
     Connection connection(options);
     const Folder folder = exploreFolder(connection, reference, options.maxNodes);
-    Snapshot snapshot{options.url, options.folder, folder.nodeId, now(), folder.complete};
+    Snapshot snapshot{options.url, options.folder, folder.nodeId,
+                      utcSecondsText(std::chrono::system_clock::now()), folder.complete};
     for (const UnbrowsedNode& unbrowsed : folder.unbrowsed)
         snapshot.leftOut.push_back({unbrowsed.node, unbrowsed.problem.explanation, true});
     readVariables(connection, options, folder, snapshot);

@@ -11,17 +11,28 @@ namespace opcua_cli {
 
 using std::chrono::milliseconds;
 
+namespace {
+
+/// "2024-05-01T08:00:00"
+std::string wholeSeconds(std::time_t time) {
+    std::tm parts{};
+    gmtime_r(&time, &parts);
+    std::array<char, 32> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts)};
+}
+
+} // namespace
+
 std::string utcText(std::chrono::system_clock::time_point time) {
     const auto sinceEpoch = std::chrono::floor<milliseconds>(time.time_since_epoch());
-    const auto wholeSeconds = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
-    const std::time_t seconds = wholeSeconds.count();
-    std::tm parts{};
-    gmtime_r(&seconds, &parts);
-    std::array<char, 32> text{};
-    const std::size_t size = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts);
-    std::snprintf(text.data() + size, text.size() - size, ".%03dZ",
-                  static_cast<int>((sinceEpoch - wholeSeconds).count()));
-    return text.data();
+    const auto whole = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
+    std::array<char, 8> fraction{};
+    std::snprintf(fraction.data(), fraction.size(), ".%03dZ", static_cast<int>((sinceEpoch - whole).count()));
+    return wholeSeconds(whole.count()) + fraction.data();
+}
+
+std::string utcSecondsText(std::chrono::system_clock::time_point time) {
+    return wholeSeconds(std::chrono::floor<std::chrono::seconds>(time.time_since_epoch()).count()) + "Z";
 }
 
 std::string ageText(milliseconds age) {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "calls/pipe.h"
+#include "channel/secure_channel.h"
 #include "socket/deadline.h"
 #include "uabase/status.h"
 #include "uastack/protocol_types.h"
@@ -13,14 +13,17 @@
 namespace UaClientSdk {
 
 /// The answers of a series that came before their turn. The pipe's lock guards it.
-struct Pipe::Kept {
+struct KeptAnswers {
+    /// Bytes. One that is too much is dropped, and its call fails with BadEncodingLimitsExceeded.
+    static constexpr std::size_t most = 2 * SecureChannel::largestMessage;
+
     std::size_t bytes = 0;   ///< of those that are here
     std::size_t largest = 0; ///< of all that came
 };
 
 /// A call: its thread's, which sends the request and takes the answer.
-struct Pipe::Call {
-    explicit Call(const Deadline& timeOut, Kept* series = nullptr) : deadline(timeOut), kept(series) {}
+struct Call {
+    explicit Call(const Deadline& timeOut, KeptAnswers* series = nullptr) : deadline(timeOut), kept(series) {}
 
     /// The answer has come while its thread does not read. The pipe is locked.
     void answer(const IncomingMessage& message);
@@ -28,7 +31,7 @@ struct Pipe::Call {
     void end(UaStatus reason);
 
     const Deadline deadline;
-    Kept* const kept; ///< of the series that it is one of; else null
+    KeptAnswers* const kept; ///< of the series that it is one of; else null
     std::uint32_t requestId = 0;
     Clock::time_point sentAt;
     Clock::time_point answeredAt; ///< of a series alone

@@ -12,7 +12,7 @@ constexpr std::size_t bytesAhead = 4U << 20U;
 
 Pipe::Series::~Series() {
     for (const Sent& sent : m_sent) {
-        m_pipe.take(sent.call.requestId);
+        m_pipe.forget(sent.call.requestId);
     }
 }
 
