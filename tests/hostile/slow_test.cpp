@@ -13,6 +13,13 @@ class SlowServer : public HostileTest {
 protected:
     SlowServer() { cap.set(std::chrono::seconds(40)); }
 
+    std::thread readFreelyAfter(std::chrono::seconds time) {
+        return std::thread([this, time] {
+            std::this_thread::sleep_for(time);
+            server.readFreely();
+        });
+    }
+
     const std::string longText = std::string(14 << 20, 'x');
 };
 
@@ -45,10 +52,7 @@ TEST_F(SlowServer, ThatReadsNothingEndsAWriteWithASubscription) {
 TEST_F(SlowServer, ThatReadsNothingForAWhileGetsTheWholeWrite) {
     ASSERT_EQ(connect(), 0);
     server.readAtMost(0);
-    std::thread later([this] {
-        std::this_thread::sleep_for(std::chrono::seconds(2));
-        server.readFreely();
-    });
+    std::thread later = readFreelyAfter(std::chrono::seconds(2));
     EXPECT_EQ(writeText(longText), 0);
     later.join();
     expectUnharmed();
@@ -73,10 +77,7 @@ TEST_F(SlowServerWithTokens, ThatReadsNothingForLongerThanATokenLivesIsAskedForT
     revise(1000);
     ASSERT_EQ(connect(), 0);
     server.readAtMost(0);
-    std::thread later([this] {
-        std::this_thread::sleep_for(std::chrono::seconds(3));
-        server.readFreely();
-    });
+    std::thread later = readFreelyAfter(std::chrono::seconds(3));
     EXPECT_EQ(writeText(longText), 0);
     later.join();
     expectRenewed();
