@@ -6,7 +6,7 @@
 #   scripts/install-deps.sh build      enough to build the libraries, the tools and the demo
 #   scripts/install-deps.sh runtime    enough to run them: what a target needs
 #   scripts/install-deps.sh window     enough to build the window panel and to run it, also where there is no screen
-#   scripts/install-deps.sh pictures   what scripts/pictures.sh needs
+#   scripts/install-deps.sh pictures   what scripts/pictures.sh needs besides these
 #   scripts/install-deps.sh chroot     what scripts/in-debian.sh needs
 #
 # Needs root or sudo, and only when something is missing.
@@ -96,13 +96,13 @@ choose_packages() {
   build) wanted=("${build_packages[@]}") ;;
   runtime) mapfile -t wanted < <(runtime_packages) ;;
   window) wanted=("${build_packages[@]}" "${window_packages[@]}") ;;
-  pictures) wanted=("${build_packages[@]}" "${window_packages[@]}" libgtest-dev libgmock-dev graphviz python3) ;;
+  pictures) wanted=(graphviz python3) ;;
   chroot) wanted=(debootstrap) ;;
   *) die "unknown group '$group'; say 'build', 'runtime', 'window', 'pictures', 'chroot', or nothing for everything" ;;
   esac
   case $group in
   # The CMake package of the engine is incomplete without its tools package.
-  all | build | window | pictures) engine_wanted=(libopen62541-1.4 libopen62541-1.4-dev libopen62541-1.4-tools) ;;
+  all | build | window) engine_wanted=(libopen62541-1.4 libopen62541-1.4-dev libopen62541-1.4-tools) ;;
   runtime) engine_wanted=(libopen62541-1.4) ;;
   esac
   mapfile -t missing < <(without installed "${wanted[@]}")
