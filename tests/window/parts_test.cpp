@@ -58,7 +58,7 @@ TEST(LatestValues, TellOfAFailureOnce) {
 
 TEST(PlantPicture, SaysWhatIsAbnormal) {
     EXPECT_EQ(pictureWith(Tag::DrumPressure, 10).condition(Tag::DrumPressure), Condition::Normal);
-    EXPECT_EQ(pictureWith(Tag::DrumPressure, 10.7).condition(Tag::DrumPressure), Condition::High);
+    EXPECT_EQ(pictureWith(Tag::DrumPressure, 10.8).condition(Tag::DrumPressure), Condition::High);
     EXPECT_EQ(pictureWith(Tag::DrumPressure, 8.9).condition(Tag::DrumPressure), Condition::Low);
     EXPECT_EQ(pictureWith(Tag::DrumPressure, 10).condition(Tag::DrumLevel), Condition::Unknown);
     EXPECT_EQ(pictureWith(Tag::DrumPressure, std::nan("")).condition(Tag::DrumPressure), Condition::High);

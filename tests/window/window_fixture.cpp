@@ -4,6 +4,7 @@
 #include <QDoubleSpinBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QTest>
 #include <chrono>
 #include <csignal>
 #include <stdexcept>
@@ -133,7 +134,8 @@ QString Window::textOf(const QString& name) {
 }
 
 void Window::photograph(const QString& name) {
-    ASSERT_TRUE(imageOf(*m_window).save(QStringLiteral(PICTURES "/%1.png").arg(name)));
+    constexpr int smallest = 0;
+    ASSERT_TRUE(imageOf(*m_window).save(QStringLiteral(PICTURES "/%1.png").arg(name), "PNG", smallest));
 }
 
 } // namespace window_test

@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QImage>
 #include <QString>
-#include <QTest>
 #include <QWidget>
 #include <functional>
 #include <gtest/gtest.h>
