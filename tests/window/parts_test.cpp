@@ -1,8 +1,12 @@
 #include <chrono>
 #include <cmath>
+#include <cstddef>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "library/library_words.h"
 #include "link/backoff.h"

@@ -6,8 +6,11 @@
 #include <QLineEdit>
 #include <QTest>
 #include <chrono>
-#include <csignal>
+#include <functional>
+#include <memory>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "OpcUaClientInterface.h"
 #include "plant/tags.h"

@@ -9,6 +9,8 @@
 #include <chrono>
 #include <csignal>
 #include <gmock/gmock.h>
+#include <string>
+#include <vector>
 
 #include "plant/tags.h"
 #include "plant/trend_history.h"

@@ -3,6 +3,7 @@
 #include <QFontMetricsF>
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "drawing/colours.h"
 #include "drawing/texts.h"

@@ -49,16 +49,20 @@ void drawBelt(QPainter& painter, double travel, double filler) {
     painter.save();
     painter.setClipRect(belt.adjusted(0, -60, 0, 0));
     const double offset = std::fmod(travel * pixelsPerMetre, bottleDistance);
-    for (double x = belt.left() - bottleDistance + offset; x < belt.right() + bottleDistance;
-         x += bottleDistance)
+    for (int bottle = -1; bottle <= static_cast<int>(belt.width() / bottleDistance) + 1; ++bottle) {
+        const double x = belt.left() + offset + bottle * bottleDistance;
         drawBottle(painter, x, x > filler);
+    }
     painter.restore();
     painter.setPen(QPen(colours::outline, 2));
     painter.setBrush(colours::pipe);
     painter.drawRoundedRect(belt, belt.height() / 2, belt.height() / 2);
     painter.setBrush(colours::vessel);
-    for (double x = belt.left() + 12; x < belt.right(); x += 49)
-        painter.drawEllipse(QPointF(x, belt.center().y()), 6, 6);
+    constexpr int rollers = 7;
+    const double rollerDistance = (belt.width() - belt.height()) / (rollers - 1);
+    for (int roller = 0; roller < rollers; ++roller)
+        painter.drawEllipse(
+            QPointF(belt.left() + belt.height() / 2 + roller * rollerDistance, belt.center().y()), 6, 6);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <utility>
+#include <vector>
 
 namespace window_panel {
 namespace {

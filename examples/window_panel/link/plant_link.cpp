@@ -1,5 +1,9 @@
 #include "plant_link.h"
 
+#include <chrono>
+#include <deque>
+#include <mutex>
+#include <string>
 #include <utility>
 
 namespace window_panel {
@@ -30,21 +34,33 @@ LinkState PlantLink::state() {
     const int status = m_client.status();
     const std::lock_guard<std::mutex> lock(m_mutex);
     LinkState state = m_told;
-    if (m_phase == Phase::Connecting)
-        state.kind = LinkState::Kind::Connecting;
-    else if (m_phase == Phase::GivenUp)
-        state.kind = LinkState::Kind::GivenUp;
-    else if (m_phase == Phase::Lost)
-        state.kind = LinkState::Kind::Lost;
-    else if (status == StatusConnected)
-        state.kind = LinkState::Kind::Connected;
-    else if (status == StatusShuttingDown)
-        state.kind = LinkState::Kind::ShuttingDown;
-    else if (status == StatusSilent || status == StatusSubscriptionLost)
-        state.kind = LinkState::Kind::Silent;
-    else
-        state.kind = LinkState::Kind::Lost;
+    state.kind = kindOf(m_phase, status);
     return state;
+}
+
+LinkState::Kind PlantLink::kindOf(Phase phase, int status) {
+    using Kind = LinkState::Kind;
+    switch (phase) {
+    case Phase::Connecting:
+        return Kind::Connecting;
+    case Phase::GivenUp:
+        return Kind::GivenUp;
+    case Phase::Lost:
+        return Kind::Lost;
+    case Phase::Watching:
+        break;
+    }
+    switch (status) {
+    case StatusConnected:
+        return Kind::Connected;
+    case StatusShuttingDown:
+        return Kind::ShuttingDown;
+    case StatusSilent:
+    case StatusSubscriptionLost:
+        return Kind::Silent;
+    default:
+        return Kind::Lost;
+    }
 }
 
 void PlantLink::connectAgain() {

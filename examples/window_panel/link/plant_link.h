@@ -65,6 +65,7 @@ private:
     void connect();
     void changeUser(const std::string& user, const std::string& password);
     void writeNow(Tag tag, double value, Clock::time_point given);
+    static LinkState::Kind kindOf(Phase phase, int status);
     void enter(Phase phase, int result = 0);
     Phase phase();
     TrustAnswer askTrust(const _OpcUaCertificateMsg& certificate);

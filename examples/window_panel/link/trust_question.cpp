@@ -1,5 +1,7 @@
 #include "trust_question.h"
 
+#include <mutex>
+
 namespace window_panel {
 
 void TrustQuestion::open() {

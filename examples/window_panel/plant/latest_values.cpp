@@ -1,6 +1,9 @@
 #include "latest_values.h"
 
+#include <mutex>
+#include <optional>
 #include <utility>
+#include <vector>
 
 namespace window_panel {
 

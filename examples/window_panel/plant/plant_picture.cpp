@@ -1,6 +1,8 @@
 #include "plant_picture.h"
 
 #include <QLocale>
+#include <array>
+#include <cstddef>
 
 #include "plant/shown_text.h"
 

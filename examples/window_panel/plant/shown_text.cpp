@@ -1,6 +1,7 @@
 #include "shown_text.h"
 
 #include <QChar>
+#include <string>
 
 namespace window_panel {
 

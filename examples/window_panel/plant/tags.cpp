@@ -1,5 +1,7 @@
 #include "tags.h"
 
+#include <array>
+#include <cstddef>
 #include <limits>
 
 namespace window_panel {

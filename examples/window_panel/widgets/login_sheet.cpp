@@ -5,6 +5,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <cstddef>
 
 #include "drawing/colours.h"
 #include "library/library_words.h"

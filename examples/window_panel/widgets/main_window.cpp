@@ -2,6 +2,7 @@
 
 #include <QGridLayout>
 #include <QTimer>
+#include <chrono>
 
 #include "library/library_words.h"
 #include "plant/shown_text.h"

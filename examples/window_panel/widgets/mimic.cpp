@@ -33,8 +33,11 @@ void drawHatching(QPainter& painter, const QRectF& where) {
     line.setAlphaF(0.30F);
     painter.setPen(QPen(line, 1));
     painter.setClipRect(where);
-    for (double x = where.left() - where.height(); x < where.right(); x += 14)
+    constexpr double distance = 14;
+    for (int i = 0; i < static_cast<int>((where.width() + where.height()) / distance) + 1; ++i) {
+        const double x = where.left() - where.height() + i * distance;
         painter.drawLine(QPointF(x, where.bottom()), QPointF(x + where.height(), where.top()));
+    }
     painter.restore();
 }
 

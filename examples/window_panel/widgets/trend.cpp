@@ -3,8 +3,10 @@
 #include <QPainter>
 #include <QPolygonF>
 #include <algorithm>
+#include <chrono>
 #include <cmath>
-#include <vector>
+#include <cstddef>
+#include <deque>
 
 #include "drawing/colours.h"
 #include "drawing/texts.h"

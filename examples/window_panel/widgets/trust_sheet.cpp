@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <string>
 
 #include "drawing/colours.h"
 #include "drawing/texts.h"
