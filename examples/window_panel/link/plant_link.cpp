@@ -4,6 +4,7 @@
 #include <deque>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <utility>
 
 namespace window_panel {
@@ -17,8 +18,7 @@ constexpr std::chrono::seconds orderLifetime{2};
 
 PlantLink::PlantLink(Access access, LatestValues& values, QObject* parent)
     : QObject(parent), m_access(std::move(access)),
-      m_client(values, [this](const _OpcUaCertificateMsg& certificate) { return askTrust(certificate); }),
-      m_thread([this] { run(); }) {}
+      m_client(values, [this](const _OpcUaCertificateMsg& certificate) { return askTrust(certificate); }) {}
 
 PlantLink::~PlantLink() {
     {
@@ -27,7 +27,12 @@ PlantLink::~PlantLink() {
     }
     m_question.close();
     m_work.notify_all();
-    m_thread.join();
+    if (m_thread.joinable())
+        m_thread.join();
+}
+
+void PlantLink::start() {
+    m_thread = std::thread([this] { run(); });
 }
 
 LinkState PlantLink::state() {

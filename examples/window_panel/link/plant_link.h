@@ -31,6 +31,10 @@ public:
     /// Disconnects. Takes as long as a call that is under way, at most: as PlantClient says.
     ~PlantLink() override;
 
+    /// Connects for the first time. Once the signals have somebody who listens: a question that nobody hears
+    /// waits for good.
+    void start();
+
     /// Never waits: fit to be asked with each frame.
     LinkState state();
 

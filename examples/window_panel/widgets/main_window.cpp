@@ -59,6 +59,7 @@ MainWindow::MainWindow(const Access& access)
     layout->setRowStretch(2, 3);
     layout->setRowStretch(3, 2);
     connectParts();
+    m_link.start();
     auto* timer = new QTimer(this);
     connect(timer, &QTimer::timeout, this, &MainWindow::refresh);
     timer->start(frame);
