@@ -478,7 +478,8 @@ public:
     /// one. A server that takes fewer than 20 nodes a call (Server.ServerCapabilities.OperationLimits)
     /// refuses each longer request; the trace tells so: hand over no more nodes a call than it takes.
     ///
-    /// Several requests are on their way at a time. Values are stored in the order of the nodes.
+    /// Several requests are on their way at a time, each with its own time-out; fewer when the server is slow
+    /// or refuses some. Values are stored in the order of the nodes.
     ///
     /// `nodes` and what it points to stay the caller's; every `node` and `value` must be valid. Two requests
     /// for one record leave the later outcome in its `result`.

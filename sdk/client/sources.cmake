@@ -8,6 +8,7 @@ add_sdk_library(uaclientcpp FOLDER client
     calls/pipe_reading.cpp
     calls/pipe_sending.cpp
     calls/reading_turn.cpp
+    calls/requests_ahead.cpp
     calls/service_call.cpp
     calls/window.cpp
     channel/channel_receiving.cpp

@@ -132,7 +132,7 @@ unsigned int COpcUaClient::requestsAhead(const std::string& url) {
         return SessionConnectInfo::defaultRequestsAhead;
     }
     UaTrace::write(UaTrace::Warnings, "connect",
-                   "%s gets one request at a time: a connection broke with several on their way",
+                   "%s gets one request at a time: something was lost with several on their way",
                    url.c_str());
     return 1;
 }

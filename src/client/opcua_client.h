@@ -167,5 +167,5 @@ private:
     bool m_ending = false;     ///< in the destructor
     std::mutex m_sessionMutex; ///< held by who puts a session in place or ends it; guards the next two, too
     std::string m_sessionUrl;
-    std::set<std::string> m_carefulUrls; ///< connections to them broke with several requests on their way
+    std::set<std::string> m_carefulUrls; ///< something was lost with several requests on their way
 };

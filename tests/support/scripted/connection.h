@@ -64,7 +64,11 @@ public:
     void close();
     /// Sends nothing any more, and goes on reading: all that was sent arrives, and then the end.
     void finish();
+    /// Breaks the connection off: what was sent arrives, and what the client sends now finds it gone.
+    void reset();
     bool isOpen() const { return m_open; }
+    /// Bytes that have arrived and are not read yet.
+    std::size_t unread() const;
 
     std::uint32_t channelId() const { return m_channelId; }
     /// The token that was issued last.

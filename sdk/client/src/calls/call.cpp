@@ -6,11 +6,17 @@
 
 namespace UaClientSdk {
 
-void Call::answer(const IncomingMessage& message) {
+void Call::noteAnswer(const IncomingMessage& message, Clock::time_point at) {
+    answeredAt = at;
+    if (kept != nullptr) {
+        kept->largest = std::max(kept->largest, message.body.size);
+    }
+}
+
+void Call::answer(const IncomingMessage& message, Clock::time_point at) {
+    noteAnswer(message, at);
     const std::size_t size = message.body.size;
     if (kept != nullptr) {
-        answeredAt = Clock::now();
-        kept->largest = std::max(kept->largest, size);
         if (size > KeptAnswers::most - kept->bytes) {
             UaTrace::write(UaTrace::Errors, "channel",
                            "an answer of %zu bytes before its turn is dropped: %zu bytes of others wait",

@@ -23,7 +23,7 @@ public:
 
     bool isEmpty() const { return m_sent.empty(); }
     /// Whether one more request may go out before the next answer is taken: as many as the window is wide,
-    /// and fewer when the answers are long.
+    /// fewer when the answers are long, and none while somebody else is sending.
     bool hasRoom() const;
     /// Sends as Pipe::call() does, within the request's own time. One that cannot be sent has its answer.
     /// @param expectedResults  for expectedResults(), when its answer is the next
@@ -39,15 +39,17 @@ public:
     const Window::Flight& lastFlight() const { return m_lastFlight; }
 
 private:
-    void end(Call& call, UaStatus reason);
-
     struct Sent {
         Sent(const Deadline& deadline, KeptAnswers* kept, std::size_t window, std::size_t results)
             : call(deadline, kept), windowSize(window), expectedResults(results) {}
         Call call;
         std::size_t windowSize;
+        std::size_t together = 1; ///< as in Window::Flight
         std::size_t expectedResults;
     };
+
+    void end(Call& call, UaStatus reason);
+    Window::Flight flightOf(const Sent& sent) const;
 
     Pipe& m_pipe;
     const Window& m_window;

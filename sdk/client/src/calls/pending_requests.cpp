@@ -5,7 +5,6 @@
 #include <utility>
 
 namespace UaClientSdk {
-
 const PendingRequest* PendingRequests::find(std::uint32_t id) const {
     const auto found = std::find_if(m_requests.begin(), m_requests.end(),
                                     [id](const PendingRequest& request) { return request.id == id; });
@@ -21,6 +20,23 @@ PendingRequest PendingRequests::take(std::uint32_t id) {
     PendingRequest taken = std::move(*entry);
     m_requests.erase(entry);
     return taken;
+}
+
+void PendingRequests::abandon(std::uint32_t id) {
+    if (find(id) != nullptr) {
+        take(id);
+        m_abandoned[m_nextAbandoned] = id;
+        m_nextAbandoned = (m_nextAbandoned + 1) % m_abandoned.size();
+    }
+}
+
+bool PendingRequests::takeAbandoned(std::uint32_t id) {
+    const auto found = std::find(m_abandoned.begin(), m_abandoned.end(), id);
+    if (id == 0 || found == m_abandoned.end()) {
+        return false;
+    }
+    *found = 0;
+    return true;
 }
 
 std::vector<PendingRequest> PendingRequests::takeAll() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -31,6 +33,10 @@ public:
     const PendingRequest* find(std::uint32_t id) const;
     /// Gives it out, if it is there.
     PendingRequest take(std::uint32_t id);
+    /// Nobody waits for the answer any longer, which is none of the server's doing.
+    void abandon(std::uint32_t id);
+    /// Whether this is the answer to one that was abandoned lately.
+    bool takeAbandoned(std::uint32_t id);
     std::vector<PendingRequest> takeAll();
     /// Those of nobody's call that were sent before `limit` and whose answer had to come soon.
     std::vector<PendingRequest> takePostedBefore(Clock::time_point limit);
@@ -42,6 +48,8 @@ public:
 
 private:
     std::vector<PendingRequest> m_requests;
+    std::array<std::uint32_t, 64> m_abandoned{}; ///< the latest; they may never be answered
+    std::size_t m_nextAbandoned = 0;
 };
 
 } // namespace UaClientSdk

@@ -106,7 +106,7 @@ private:
     // Sending.
     template <typename Send>
     UaStatus send(PendingRequest& request, const Deadline& deadline, ReadingTurn& turn, Send&& sendRequest);
-    UaStatus takeSendingTurn(PendingRequest& request, const Deadline& deadline);
+    UaStatus takeSendingTurn(PendingRequest& request, const Deadline& deadline, ReadingTurn& turn);
     void releaseSendingTurn();
     UaStatus sendCall(Call& call, void* request, const UA_DataType& type, ReadingTurn& turn);
     void notSent(const PendingRequest& request, UaStatus reason, ReadingTurn& turn);
@@ -114,6 +114,7 @@ private:
     // Reading.
     UaStatus awaitAnswer(Call& call, ReadingTurn& turn, AnswerReceiver& receiver);
     UaStatus readFor(Call& call, AnswerReceiver& receiver);
+    void takeOwnAnswer(Call& call, const IncomingMessage& message);
     UaStatus dispatchUntil(std::uint32_t requestId, IncomingMessage& message, bool& found);
     UaStatus dispatchAll();
     void dispatch(const IncomingMessage& message);

@@ -53,10 +53,7 @@ UaStatus Pipe::readFor(Call& call, AnswerReceiver& receiver) {
         bool found = false;
         UaStatus status = dispatchUntil(call.requestId, message, found);
         if (found) {
-            forget(call.requestId);
-            if (call.kept != nullptr) {
-                call.kept->largest = std::max(call.kept->largest, message.body.size);
-            }
+            takeOwnAnswer(call, message);
             return receiver.answered(message.status, message.body);
         }
         if (!status.isBad() && !m_ended) {
@@ -81,6 +78,12 @@ UaStatus Pipe::readFor(Call& call, AnswerReceiver& receiver) {
             return endReason();
         }
     }
+}
+
+void Pipe::takeOwnAnswer(Call& call, const IncomingMessage& message) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_pending.take(call.requestId);
+    call.noteAnswer(message, lastHeard());
 }
 
 /// A message for which there is no memory is lost, and all that follows is of no use without it.
@@ -119,8 +122,9 @@ void Pipe::dispatch(const IncomingMessage& message) {
     std::unique_lock<std::mutex> lock(m_mutex);
     const PendingRequest* const found = m_pending.find(message.requestId);
     if (found == nullptr) {
+        const bool wasAbandoned = m_pending.takeAbandoned(message.requestId);
         lock.unlock();
-        if (m_unexpected++ < tracedUnexpected) {
+        if (!wasAbandoned && m_unexpected++ < tracedUnexpected) {
             UaTrace::write(UaTrace::Warnings, "channel",
                            "an answer that nobody waits for, or no longer, was dropped (request %u)",
                            message.requestId);
@@ -128,7 +132,7 @@ void Pipe::dispatch(const IncomingMessage& message) {
         return;
     }
     if (Call* const call = found->call) {
-        call->answer(message);
+        call->answer(message, lastHeard());
         m_pending.take(message.requestId);
         call->wakeUp.notify_one();
         return;

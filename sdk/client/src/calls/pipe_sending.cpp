@@ -63,13 +63,18 @@ private:
     ReadingTurn& m_turn;
 };
 
-/// Only a call waits for its turn.
-UaStatus Pipe::takeSendingTurn(PendingRequest& request, const Deadline& deadline) {
+/// Only a call waits for its turn, and lets others read meanwhile: what they read may be what is waited for.
+UaStatus Pipe::takeSendingTurn(PendingRequest& request, const Deadline& deadline, ReadingTurn& turn) {
     std::unique_lock<std::mutex> lock(m_mutex);
     const auto isFree = [this] { return !m_sending || m_ended; };
     if (request.call == nullptr && !isFree()) {
         m_sendingIsWanted = true;
         return UA_STATUSCODE_BADWOULDBLOCK;
+    }
+    if (turn.isHeld() && !isFree()) {
+        lock.unlock();
+        turn.release();
+        lock.lock();
     }
     if (!m_sendingFree.wait_until(lock, deadline.end(), isFree)) {
         return UA_STATUSCODE_BADTIMEOUT;
@@ -108,7 +113,7 @@ void Pipe::releaseSendingTurn() {
 template <typename Send>
 UaStatus Pipe::send(PendingRequest& request, const Deadline& deadline, ReadingTurn& turn,
                     Send&& sendRequest) {
-    UaStatus status = takeSendingTurn(request, deadline);
+    UaStatus status = takeSendingTurn(request, deadline, turn);
     if (status.isBad()) {
         return status;
     }
@@ -135,8 +140,11 @@ UaStatus Pipe::send(PendingRequest& request, const Deadline& deadline, ReadingTu
     return status;
 }
 
+/// A call is on its way with the others until the connection has ended; whoever posted is told by the result.
 void Pipe::notSent(const PendingRequest& request, UaStatus reason, ReadingTurn& turn) {
-    forget(request.id);
+    if (request.call == nullptr) {
+        forget(request.id);
+    }
     const bool broken = !leavesConnection(reason);
     if (broken) {
         readLeftovers(turn);
@@ -144,6 +152,7 @@ void Pipe::notSent(const PendingRequest& request, UaStatus reason, ReadingTurn& 
     if (broken || m_channel->isHalfSent()) {
         fail(reason);
     }
+    forget(request.id);
 }
 
 UaStatus Pipe::sendCall(Call& call, void* request, const UA_DataType& type, ReadingTurn& turn) {

@@ -65,7 +65,7 @@ UaStatus UaSession::Impl::open(const UaString& url, const SessionConnectInfo& in
         sessionSecurity.explainFailure(failure, status);
         return status;
     }
-    m_requestsAhead = info.requestsAhead;
+    m_requestsAhead.begin(info.requestsAhead);
     m_lostAhead = false;
     m_authenticationToken = opened.authenticationToken;
     m_pipe = std::move(opened.pipe);
