@@ -223,6 +223,7 @@ bool COpcUaClient::browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcU
             return false;
         }
         if (!readTypes(*current, references, link)) {
+            abandonRest(*current, settings, continuationPoint);
             return false;
         }
         if (!morePages) {

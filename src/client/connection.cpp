@@ -1,8 +1,6 @@
 #include <atomic>
-#include <cstring>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <utility>
 
 #include "client/callback.h"
@@ -10,6 +8,7 @@
 #include "client/opcua_client.h"
 #include "client/text_field.h"
 #include "security/configuration.h"
+#include "security/password.h"
 #include "security/security_policy.h"
 #include "uabase/trace.h"
 #include "uaclient/discovery.h"
@@ -42,30 +41,6 @@ SessionConnectInfo connectInfoFor(const _OpcUaClientConfig& config) {
 bool asksForSecurity(const _OpcUaClientConfig& config) {
     return config.securityPolicy != 0 || config.securityMode != 0 || config.userIdentity != 0;
 }
-
-/// The password of a record, wiped when it goes.
-class Password {
-public:
-    explicit Password(const _OpcUaClientConfig& config) : m_text(terminated(config)) {}
-    ~Password() {
-        m_text.wipe();
-        explicit_bzero(m_terminated, sizeof m_terminated);
-    }
-    Password(const Password&) = delete;
-    Password& operator=(const Password&) = delete;
-
-    const UaString& text() const { return m_text; }
-
-private:
-    const char* terminated(const _OpcUaClientConfig& config) {
-        const std::string_view password = fieldText(config.password);
-        password.copy(m_terminated, password.size());
-        return m_terminated;
-    }
-
-    char m_terminated[sizeof _OpcUaClientConfig::password + 1] = {};
-    UaString m_text; ///< made in its place: a temporary one would keep a short password
-};
 
 } // namespace
 

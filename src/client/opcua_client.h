@@ -164,8 +164,9 @@ private:
     void* m_applicationCallback; ///< COpcUaClientInterface::OpcUaCallBack, the application's own
     pthread_mutex_t m_mutex;     ///< serialises what uses the session
     std::unique_ptr<NodeLookup> m_lookup;
-    bool m_ending = false;     ///< in the destructor
-    std::mutex m_sessionMutex; ///< held by who puts a session in place or ends it; guards the next two, too
+    bool m_ending = false;       ///< in the destructor
+    bool m_unheardAtEnd = false; ///< the server has let pass what time it is given there
+    std::mutex m_sessionMutex;   ///< held by who puts a session in place or ends it; guards the next two, too
     std::string m_sessionUrl;
     std::set<std::string> m_carefulUrls; ///< something was lost with several requests on their way
 };

@@ -1,4 +1,5 @@
 #include <exception>
+#include <string>
 
 #include "client/opcua_client.h"
 #include "security/configuration.h"
@@ -16,6 +17,18 @@ constexpr int reject = 2;
 
 UaString thumbprintOf(const UaPkiCertificate& certificate) {
     return certificate.thumbPrint().toHex(false);
+}
+
+/// For messages.
+std::string serverText(const UaByteString& certificate) {
+    return certificate.length() == 0
+               ? "the server without a certificate"
+               : "the server's " + UaPkiCertificate::fromDER(certificate).description().text();
+}
+
+/// Empty for what is no time.
+std::string dateText(UaDateTime date) {
+    return date.ticks() == 0 ? "" : date.toString().text();
 }
 
 int askApplication(void* callback, const _OpcUaCertificateMsg& message) {
@@ -46,8 +59,8 @@ void COpcUaClient::GetServerCertMsg(UaByteString certificateData, _OpcUaCertific
     message.applicationUri = certificate.info().uri.text();
     message.serialNumber = certificate.serialNumber().text();
     message.thumbprint = thumbprintOf(certificate).text();
-    message.validFrom = certificate.validFrom().toString().text();
-    message.validTo = certificate.validTo().toString().text();
+    message.validFrom = dateText(certificate.validFrom());
+    message.validTo = dateText(certificate.validTo());
 }
 
 int COpcUaClient::checkServerCertificateTrust(UaClientSdk::SessionSecurityInfo& securityInfo) {
@@ -55,23 +68,29 @@ int COpcUaClient::checkServerCertificateTrust(UaClientSdk::SessionSecurityInfo& 
     if (!verified.isBad()) {
         return result::success;
     }
-    const UaString certificate = UaPkiCertificate::fromDER(securityInfo.serverCertificate).description();
+    const std::string server = serverText(securityInfo.serverCertificate);
+    if (securityInfo.serverCertificate.length() == 0) {
+        UaTrace::write(UaTrace::Errors, "security",
+                       "refused by this client, unless the application accepts it for this connection: the "
+                       "server has no certificate, so nothing proves who it is, and no password can be "
+                       "encrypted to it");
+    }
     if (m_applicationCallback) {
         _OpcUaCertificateMsg message;
         GetServerCertMsg(securityInfo.serverCertificate, message);
         const int decision = askApplication(m_applicationCallback, message);
         if (decision == acceptOnce) {
             UaTrace::write(UaTrace::Warnings, "security",
-                           "the application accepted the server's %s for this connection, in spite of %s",
-                           certificate.toUtf8(), verified.name());
+                           "the application accepted %s for this connection, in spite of %s", server.c_str(),
+                           verified.name());
             securityInfo.doServerCertificateVerify = false;
             return result::success;
         }
         if (decision != trustPermanently) {
             UaTrace::write(UaTrace::Errors, "security",
-                           "refused by this client: the application rejected the server's %s, which had not "
-                           "passed verification (%s); nothing was saved into the trust list %s",
-                           certificate.toUtf8(), verified.name(),
+                           "refused by this client: the application rejected %s, which had not passed "
+                           "verification (%s); nothing was saved into the trust list %s",
+                           server.c_str(), verified.name(),
                            m_configuration->CertificateTrustListLocation.toUtf8());
             securityInfo.doServerCertificateVerify = true;
             return result::serverCertificateRejected;

@@ -11,11 +11,14 @@ using namespace UaClientSdk;
 
 namespace {
 
-/// Whether the service, and the first of the items, succeeded.
-bool deleteItems(UaSubscription& subscription, ServiceSettings settings, const UaUInt32Array& ids) {
+/// What became of the service or, when that is good, of the first of the items.
+UaStatus deleteItems(UaSubscription& subscription, ServiceSettings settings, const UaUInt32Array& ids) {
     UaStatusCodeArray results;
-    return subscription.deleteMonitoredItems(settings, ids, results).isGood() && results.length() > 0 &&
-           !OpcUa_IsNotGood(results[0]);
+    const UaStatus status = subscription.deleteMonitoredItems(settings, ids, results);
+    if (status.isNotGood()) {
+        return status;
+    }
+    return results.length() > 0 ? UaStatus(results[0]) : UaStatus(OpcUa_BadUnknownResponse);
 }
 
 OpcUa_UInt32 idOf(const _monitItemMsg& item) {
@@ -27,9 +30,10 @@ OpcUa_UInt32 idOf(const _monitItemMsg& item) {
 ServiceSettings COpcUaClient::removalSettings() const {
     // A client that ends doesn't wait for a silent server: with the session all the rest goes as well.
     constexpr OpcUa_Int32 shortly = 300;
+    constexpr OpcUa_Int32 hardly = 1;
     ServiceSettings settings;
     if (m_ending) {
-        settings.callTimeout = shortly;
+        settings.callTimeout = m_unheardAtEnd ? hardly : shortly;
     }
     return settings;
 }
@@ -64,7 +68,7 @@ int COpcUaClient::removeItem(UaSubscription& subscription, const OpcUaNode& node
     UaUInt32Array ids;
     ids.create(1);
     ids[0] = idOf(item->second);
-    if (!deleteItems(subscription, removalSettings(), ids)) {
+    if (deleteItems(subscription, removalSettings(), ids).isNotGood()) {
         return fail(result::unmonitorFailed);
     }
     m_callback->forgetMonitoredItem(item);
@@ -89,7 +93,9 @@ int COpcUaClient::removeAllItems(UaSubscription& subscription) {
     ids.create(static_cast<OpcUa_UInt32>(items.size()));
     std::transform(items.begin(), items.end(), ids.rawData(),
                    [](const auto& item) { return idOf(item.second); });
-    if (!deleteItems(subscription, removalSettings(), ids)) {
+    const UaStatus deleted = deleteItems(subscription, removalSettings(), ids);
+    m_unheardAtEnd = m_ending && deleted.statusCode() == OpcUa_BadTimeout;
+    if (deleted.isNotGood()) {
         return fail(result::clearFailed);
     }
     m_callback->forgetMonitoredItems();

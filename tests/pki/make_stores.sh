@@ -331,6 +331,12 @@ head -c 500 root_revoking.crl.pem >spoilt_cut_pem.crl
 cat root.crl root_revoking.crl.pem >spoilt_trailing.crl
 cat root.crl middle.crl >both.crl
 cat root.crl.pem middle.crl.pem >both_pem.crl
+for line in BEGIN END; do
+  { cat root.crl.pem; sed "s/-----$line/----$line/" root_revoking.crl.pem; } >"spoilt_${line,,}_pem.crl"
+  { sed "s/-----$line/----$line/" root_revoking.crl.pem; cat root.crl.pem; } >"spoilt_${line,,}_first_pem.crl"
+done
+{ cat root.crl.pem; sed 's/BEGIN/BEGIM/' root_revoking.crl.pem; } >spoilt_begim_pem.crl
+{ echo 'What the authority has published:'; cat root.crl.pem root.pem root.crl.pem; } >told_pem.crl
 cp root.der spoilt_certificate.crl
 head -c 500 self_good.der >truncated.der
 head -c 1048576 /dev/zero >megabyte.der

@@ -130,6 +130,18 @@ UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, st
     return OpcUa_Good;
 }
 
+bool writeNewFile(const std::string& path, const void* data, std::size_t length, mode_t mode) {
+    if (writeAndFlush(path, data, length, mode)) {
+        return syncDirectoryOf(path);
+    }
+    const int error = errno;
+    if (error != EEXIST) {
+        ::unlink(path.c_str());
+    }
+    errno = error;
+    return false;
+}
+
 bool writeFileAtomically(const std::string& path, const void* data, std::size_t length, mode_t mode) {
     std::string file = path;
     const bool found = !path.empty() && UaFollowOwnLinks(file);

@@ -108,6 +108,7 @@ private:
     UaStatus takeAcknowledge(const Chunk& chunk);
     UaStatus waitForChunk(Chunk& chunk, const Deadline& deadline);
     UaStatus openToken(const Deadline& deadline);
+    UaStatus notTaken(UaStatus status);
     UaStatus arrived(UaStatus status, std::size_t count);
 
     UaStatus sendOpen(std::uint32_t requestId, UA_SecurityTokenRequestType kind, RoomToSend& room);

@@ -139,8 +139,8 @@ bool EncodingWalk::dimensions(std::size_t arrayLength, std::size_t variantPositi
 bool EncodingWalk::noteEmptyMatrix(std::size_t variantPosition) {
     // The engine decodes a copy, in which the dimensions are the array. The vector doubles its block when it
     // grows: all its blocks together take four times what is in it.
-    const std::size_t copy = m_emptyMatrices.empty() ? HeapUse::block(m_bytes.size()) : 0;
-    const std::size_t note = HeapUse::block(4 * sizeof(EmptyMatrix));
+    const std::size_t copy = m_emptyMatrices.empty() ? heapBlock(m_bytes.size()) : 0;
+    const std::size_t note = heapBlock(4 * sizeof(EmptyMatrix));
     if (!m_heap.take(copy + note) || !m_heap.takeBlock(m_bytes.position() - variantPosition)) {
         return false;
     }

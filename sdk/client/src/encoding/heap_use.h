@@ -1,7 +1,8 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
+
+#include "uabase/held_bytes.h"
 
 namespace UaClientSdk {
 
@@ -13,20 +14,12 @@ public:
     std::size_t taken() const { return m_taken; }
     bool isTooMuch() const { return m_taken > m_bound; }
 
-    /// What the heap takes for a block of so many bytes.
-    static constexpr std::size_t block(std::size_t bytes) {
-        constexpr std::size_t smallest = 32;
-        constexpr std::size_t header = 8;
-        constexpr std::size_t alignment = 16;
-        return std::max(smallest, (bytes + header + alignment - 1) / alignment * alignment);
-    }
-
     /// False when it is too much.
     bool take(std::size_t bytes) {
         m_taken += bytes;
         return !isTooMuch();
     }
-    bool takeBlock(std::size_t bytes) { return take(block(bytes)); }
+    bool takeBlock(std::size_t bytes) { return take(heapBlock(bytes)); }
 
 private:
     std::size_t m_taken = 0;

@@ -23,7 +23,7 @@ void PublishPace::restart() {
 
 bool PublishPace::mayAsk(unsigned int waiting, Clock::time_point now) const {
     // While the server refuses, one request is enough to learn when it no longer does.
-    const bool isOfNoUse = m_refusals > 0 || m_foreignMessages > wantedRequests;
+    const bool isOfNoUse = m_refusals > 0 || m_uselessMessages > wantedRequests;
     return waiting < (isOfNoUse ? 1 : m_limit) && now >= m_notBefore;
 }
 
@@ -49,8 +49,8 @@ bool PublishPace::isRefusedForGood() const {
     return m_refusals >= lastingRefusals;
 }
 
-void PublishPace::pace(unsigned int& messagesInARow) {
-    if (++messagesInARow > wantedRequests) {
+void PublishPace::pace(unsigned int& messages) {
+    if (++messages > wantedRequests) {
         pause();
     }
 }

@@ -18,10 +18,10 @@ public:
 
     /// A request was answered with a message...
     void served() { m_refusals = 0; }
-    void messageOfNobody() { pace(m_foreignMessages); } ///< of a subscription that is not known
-    void messageOfSomebody() { m_foreignMessages = 0; }
-    void messageWithout() { pace(m_emptyMessages); } ///< without notifications
-    void messageWith() { m_emptyMessages = 0; }
+    void messageOfUse() { m_keepAlives = m_uselessMessages = 0; }
+    void keepAlive() { pace(m_keepAlives); }
+    /// For a subscription that is not known, or one with nothing to hand on now.
+    void messageOfNoUse() { pace(m_uselessMessages); }
     /// ...or refused. False when it was one of several that were refused together, which count as one.
     bool refused();
     /// The server takes no more than those that wait.
@@ -33,12 +33,12 @@ public:
     bool isRefusedForGood() const;
 
 private:
-    void pace(unsigned int& messagesInARow);
+    void pace(unsigned int& messages);
 
     unsigned int m_limit = 0;           ///< how many the server takes
     unsigned int m_refusals = 0;        ///< in a row
-    unsigned int m_emptyMessages = 0;   ///< in a row
-    unsigned int m_foreignMessages = 0; ///< in a row
+    unsigned int m_keepAlives = 0;      ///< since the last message of use
+    unsigned int m_uselessMessages = 0; ///< likewise
     Clock::time_point m_notBefore{};
 };
 

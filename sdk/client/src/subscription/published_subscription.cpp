@@ -9,16 +9,20 @@ void PublishedSubscription::heard() {
     m_isSilent = false;
 }
 
-void PublishedSubscription::arrived(UA_NotificationMessage& message) {
+bool PublishedSubscription::arrived(UA_NotificationMessage& message) {
     heard();
+    m_hasHandedOn = false;
     m_order.arrived(message, deliverer());
     handOver();
+    return m_hasHandedOn;
 }
 
-void PublishedSubscription::cameAgain(UA_NotificationMessage& message) {
+bool PublishedSubscription::cameAgain(UA_NotificationMessage& message) {
     heard();
+    m_hasHandedOn = false;
     m_order.cameAgain(message, deliverer());
     handOver();
+    return m_hasHandedOn;
 }
 
 void PublishedSubscription::keptAlive(std::uint32_t nextNumber) {
@@ -48,6 +52,7 @@ void PublishedSubscription::deliver(UA_ExtensionObject& notification) {
             UA_MonitoredItemNotification& item = change.monitoredItems[i];
             if (m_target.queue->isExpected(item.clientHandle)) {
                 m_target.queue->collect(item.clientHandle, item.value);
+                m_hasHandedOn = true;
             }
         }
     } else if (type == &UA_TYPES[UA_TYPES_STATUSCHANGENOTIFICATION]) {
@@ -60,7 +65,7 @@ void PublishedSubscription::deliver(UA_ExtensionObject& notification) {
 
 void PublishedSubscription::end(UaStatus reason) {
     if (!m_isEnded) {
-        m_isEnded = true;
+        m_isEnded = m_hasHandedOn = true;
         UaTrace::write(UaTrace::Errors, "subscription", "the server has ended the subscription: %s",
                        reason.name());
         m_target.queue->reportEnd(*m_target.deliveryThread, reason);

@@ -29,10 +29,10 @@ public:
 
     // What comes of the server. What is in a message is taken over, in order.
 
-    /// A message with notifications.
-    void arrived(UA_NotificationMessage& message);
+    /// A message with notifications. True when anything was handed on because of it.
+    bool arrived(UA_NotificationMessage& message);
     /// One that was missing and asked for again.
-    void cameAgain(UA_NotificationMessage& message);
+    bool cameAgain(UA_NotificationMessage& message);
     /// A message without: its number is that of the next one with some.
     void keptAlive(std::uint32_t nextNumber);
     /// This one will not come.
@@ -67,6 +67,7 @@ private:
     Clock::time_point m_overdueSince{}; ///< as found while the server speaks; the beginning of time if not
     bool m_isEnded = false;
     bool m_isSilent = false;
+    bool m_hasHandedOn = false; ///< anything of the message at hand, and of what it has set free
 };
 
 } // namespace UaClientSdk

@@ -111,18 +111,20 @@ bool Publisher::refused(std::uint32_t generation, UaStatus status) {
 void Publisher::takeMessage(std::uint32_t id, UA_NotificationMessage& message, TakeMessage take) {
     const auto entry = m_subscriptions.find(id);
     if (entry == m_subscriptions.end()) { // one that the server was asked to delete, and would not
-        m_pace.messageOfNobody();
+        m_pace.messageOfNoUse();
         return;
     }
-    m_pace.messageOfSomebody();
     PublishedSubscription& subscription = entry->second;
     if (message.notificationDataSize == 0) {
-        m_pace.messageWithout();
+        m_pace.keepAlive();
         subscription.keptAlive(message.sequenceNumber);
     } else {
-        m_pace.messageWith();
         m_acknowledgements.note(id, message.sequenceNumber);
-        (subscription.*take)(message);
+        if ((subscription.*take)(message)) {
+            m_pace.messageOfUse();
+        } else {
+            m_pace.messageOfNoUse();
+        }
     }
     noteMissing(id, subscription);
 }

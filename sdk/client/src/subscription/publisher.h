@@ -64,7 +64,7 @@ private:
     /// True when the server is not to be asked any more.
     bool refused(std::uint32_t generation, UaStatus status);
     void acknowledgeAgain(const Acknowledgements::List& acknowledgements);
-    using TakeMessage = void (PublishedSubscription::*)(UA_NotificationMessage&);
+    using TakeMessage = bool (PublishedSubscription::*)(UA_NotificationMessage&);
     void takeMessage(std::uint32_t id, UA_NotificationMessage& message, TakeMessage take);
     void noteMissing(std::uint32_t id, PublishedSubscription& subscription);
     void giveUp(MissingMessages::Message message);
