@@ -1,5 +1,4 @@
 #include "security/certificate.h"
-#include "security/sha1.h"
 #include "support/child_process.h"
 #include "support/temporary_directory.h"
 
@@ -55,14 +54,6 @@ private:
 };
 
 } // namespace
-
-TEST(Sha1, GivesThePublishedDigests) {
-    EXPECT_EQ(sha1(""), "DA39A3EE5E6B4B0D3255BFEF95601890AFD80709");
-    EXPECT_EQ(sha1("abc"), "A9993E364706816ABA3E25717850C26C9CD0D89D");
-    EXPECT_EQ(sha1("abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq"),
-              "84983E441C3BD26EBAAE4AA1F95129E5E54670F1");
-    EXPECT_EQ(sha1(std::string(1000000, 'a')), "34AA973CD4C4DAA4F61EEB2BDBAD27316534016F");
-}
 
 TEST_F(CertificateFile, IsReadAsOthersReadIt) {
     const Certificate certificate = certificateFromDer(der());

@@ -1,4 +1,4 @@
-#include "nodes/value.h"
+#include "values/value.h"
 
 #include "failure.h"
 

@@ -1,7 +1,7 @@
 #include "options.h"
 
 #include "OpcUaTypes.h"
-#include "files/place.h"
+#include "files/library_files.h"
 #include "output/json.h"
 #include "output/streams.h"
 
@@ -98,10 +98,10 @@ void addMaxNodesOption(CLI::App& command, std::size_t& maxNodes, const std::stri
         ->check(CLI::Range(1, 10000000).description(""));
 }
 
-ExitCode runReporting(const CommonOptions& options, const Action& command, std::string (*form)(const Json&)) {
+ExitCode runReporting(const CommonOptions& options, const Action& command, Form form) {
     try {
         if (options.needsFiles())
-            continueInPlaceOfFiles();
+            prepareLibraryFiles();
         return command();
     } catch (const Failure& failure) {
         if (failure.exitCode() == ExitCode::OutputClosed)

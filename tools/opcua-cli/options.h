@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <string>
 
 namespace opcua_cli {
@@ -50,9 +51,30 @@ std::string completeUrl(const std::string& text);
 /// A chosen sub-command, ready to run.
 using Action = std::function<ExitCode()>;
 
+/// Form of a command's documents.
+using Form = std::string (*)(const Json&);
+
 /// Runs a command from where the library finds its files; a Failure is reported to people on standard error,
-/// and with --json as {"error": ...} too, in the form of the command's other documents.
-ExitCode runReporting(const CommonOptions& options, const Action& command,
-                      std::string (*form)(const Json&) = document);
+/// and with --json as {"error": ...} too.
+ExitCode runReporting(const CommonOptions& options, const Action& command, Form form);
+
+template <typename Options>
+struct Command {
+    CLI::App& app;
+    Options& options;
+};
+
+/// Adds a sub-command, without its options; when it is chosen, `chosen` becomes what is to be run.
+template <typename Options>
+Command<Options> addCommand(CLI::App& app, Action& chosen, ExitCode (*run)(const Options&), const char* name,
+                            const char* description, const char* examples, Form form = document) {
+    auto options = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand(name, description);
+    command->footer(examples);
+    command->callback([=, &chosen] {
+        chosen = [=] { return runReporting(*options, [=] { return run(*options); }, form); };
+    });
+    return {*command, *options};
+}
 
 } // namespace opcua_cli

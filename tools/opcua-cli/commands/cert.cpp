@@ -1,14 +1,14 @@
-#include "commands.h"
+#include "commands/commands.h"
 
-#include "../files/library_files.h"
-#include "../interrupt.h"
-#include "../output/json.h"
-#include "../output/streams.h"
-#include "../output/table.h"
-#include "../result_text.h"
-#include "../security/certificate.h"
-#include "../security/names.h"
 #include "OpcUaClientInterface.h"
+#include "files/library_files.h"
+#include "interrupt.h"
+#include "output/json.h"
+#include "output/streams.h"
+#include "output/table.h"
+#include "result_text.h"
+#include "security/certificate.h"
+#include "security/names.h"
 
 #include <algorithm>
 #include <exception>
@@ -196,7 +196,7 @@ std::string jsonReport(const Store& store) {
                      {"issuers", toJson(store.issuers)}});
 }
 
-ExitCode cert(const CertOptions& options) {
+ExitCode runCert(const CertOptions& options) {
     if (options.make)
         makeClientCertificate(options);
     const Store store = readStore();
@@ -212,15 +212,10 @@ constexpr const char* examples = R"help(Examples:
 } // namespace
 
 void addCertCommand(CLI::App& app, Action& chosen) {
-    auto options = std::make_shared<CertOptions>();
-    CLI::App* command =
-        app.add_subcommand("cert", "Show this client's certificate and the servers it trusts");
-    addReportOptions(*command, *options);
-    command->add_flag("--make", options->make, "Make this client's certificate if there is none yet");
-    command->footer(examples);
-    command->callback([options, &chosen] {
-        chosen = [options] { return runReporting(*options, [&] { return cert(*options); }); };
-    });
+    auto [command, options] = addCommand<CertOptions>(
+        app, chosen, runCert, "cert", "Show this client's certificate and the servers it trusts", examples);
+    addReportOptions(command, options);
+    command.add_flag("--make", options.make, "Make this client's certificate if there is none yet");
 }
 
 } // namespace opcua_cli

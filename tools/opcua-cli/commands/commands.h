@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../options.h"
+#include "options.h"
 
 namespace opcua_cli {
 

@@ -1,9 +1,8 @@
-#include "value_options.h"
+#include "commands/value_options.h"
 
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace opcua_cli {
 namespace {
@@ -14,14 +13,6 @@ std::string checkTypeName(std::string& text) {
 
 } // namespace
 
-void addValueOptions(CLI::App& command, ValueOptions& options, const std::string& typeDescription) {
-    addConnectOptions(command, options);
-    command.add_option("--type", options.typeName, typeDescription)
-        ->type_name("TYPE")
-        ->check(CLI::Validator(checkTypeName, ""));
-    addMaxNodesOption(command, options.maxNodes, "Look at so many nodes to find the type of a node id");
-}
-
 void addMaxElementsOption(CLI::App& command, std::size_t& maxElements) {
     command
         .add_option("--max-elements", maxElements,
@@ -31,7 +22,12 @@ void addMaxElementsOption(CLI::App& command, std::size_t& maxElements) {
         ->check(CLI::Range(1, 10000000).description(""));
 }
 
-void addNodeListOptions(CLI::App& command, NodeListOptions& options) {
+void addNodeListOptions(CLI::App& command, NodeListOptions& options, const std::string& typeDescription) {
+    addConnectOptions(command, options);
+    command.add_option("--type", options.typeName, typeDescription)
+        ->type_name("TYPE")
+        ->check(CLI::Validator(checkTypeName, ""));
+    addMaxNodesOption(command, options.maxNodes, "Look at so many nodes to find the type of a node id");
     command
         .add_option("--index", options.index,
                     "One element of an array or matrix, counted from 0: 4, or 2,3 for row 2, column 3")
@@ -42,25 +38,16 @@ void addNodeListOptions(CLI::App& command, NodeListOptions& options) {
     addMaxElementsOption(command, options.maxElements);
 }
 
-void completeRequests(std::vector<NodeRequest>& requests, const NodeListOptions& options) {
+void completeJobs(Jobs& jobs, const NodeListOptions& options) {
     std::optional<Index> index;
     if (!options.index.empty())
         index = parseIndex(options.index);
-    for (NodeRequest& request : requests) {
-        if (!request.statedType)
-            request.statedType = options.statedType();
-        if (!request.index)
-            request.index = index;
+    for (Job& job : jobs) {
+        if (!job.type)
+            job.type = typeFromName(options.typeName);
+        if (!job.index)
+            job.index = index;
     }
-}
-
-std::vector<TargetRequest> targetRequests(const std::vector<NodeRequest>& requests) {
-    std::vector<TargetRequest> targets;
-    for (const NodeRequest& request : requests) {
-        const bool needsShape = request.index || (request.value && isWholeArray(*request.value));
-        targets.push_back({request.reference, request.statedType, needsShape});
-    }
-    return targets;
 }
 
 } // namespace opcua_cli

@@ -1,40 +1,26 @@
 #pragma once
 
-#include "../formats/node_list.h"
-#include "../nodes/node_access.h"
-#include "../nodes/value_target.h"
-#include "../options.h"
+#include "options.h"
+#include "values/job.h"
 
 #include <cstddef>
-#include <optional>
 #include <string>
-#include <vector>
 
 namespace opcua_cli {
 
-/// What the commands take that handle values.
-struct ValueOptions : ConnectOptions {
-    std::string typeName;
-    std::size_t maxNodes = defaultMaxNodes;
-
-    std::optional<_OpcUaDataType> statedType() const { return typeFromName(typeName); }
-};
-
 /// What the commands take that handle many nodes.
-struct NodeListOptions : ValueOptions {
+struct NodeListOptions : ConnectOptions {
+    std::string typeName;
     std::string index;
     std::string file; ///< to take the nodes from; empty when they are arguments
+    std::size_t maxNodes = defaultMaxNodes;
     std::size_t maxElements = defaultMaxElements;
 };
 
-void addValueOptions(CLI::App& command, ValueOptions& options, const std::string& typeDescription);
-void addNodeListOptions(CLI::App& command, NodeListOptions& options);
+void addNodeListOptions(CLI::App& command, NodeListOptions& options, const std::string& typeDescription);
 void addMaxElementsOption(CLI::App& command, std::size_t& maxElements);
 
-/// Adds type and index of the command line where a request has none. Throws Failure (Usage).
-void completeRequests(std::vector<NodeRequest>& requests, const NodeListOptions& options);
-
-/// The requests as the resolver takes them.
-std::vector<TargetRequest> targetRequests(const std::vector<NodeRequest>& requests);
+/// Adds type and index of the command line where a job has none. Throws Failure (Usage).
+void completeJobs(Jobs& jobs, const NodeListOptions& options);
 
 } // namespace opcua_cli

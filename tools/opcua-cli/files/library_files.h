@@ -16,9 +16,20 @@ struct LibraryFiles {
     std::filesystem::path userKey;
 };
 
+/// The files of this program. They lie in the directory that OPCUACLIENT_DIRECTORY names, else beside the
+/// program or, where that cannot be written, in the user's state directory ($XDG_STATE_HOME/opcua-cli or
+/// ~/.local/state/opcua-cli).
 LibraryFiles libraryFiles();
 
-/// The files of a library whose program is in `directory`.
+/// The files of a library that keeps them in `directory`.
 LibraryFiles libraryFilesIn(const std::filesystem::path& directory);
+
+/// Makes the state directory where it is needed, and points the library to it. Call it before the library is
+/// started. Throws Failure.
+void prepareLibraryFiles();
+
+/// Makes what is missing of a path of directories, for the user alone. Throws
+/// std::filesystem::filesystem_error.
+void makePrivateDirectories(const std::filesystem::path& directory);
 
 } // namespace opcua_cli

@@ -1,4 +1,6 @@
-#include "csv.h"
+#include "formats/csv.h"
+
+#include "formats/text_file.h"
 
 #include <cstddef>
 #include <string>
@@ -47,8 +49,8 @@ private:
     std::string takeField() {
         std::string field = at('"') ? takeQuoted() : takePlain();
         if (!atEnd() && !at(',') && !atLineEnd())
-            throw CsvError(m_line, at('\r') ? "a carriage return without a line feed"
-                                            : "something follows the quote that ends a field");
+            throw FormatError(m_line, at('\r') ? "a carriage return without a line feed"
+                                               : "something follows the quote that ends a field");
         return field;
     }
 
@@ -56,8 +58,9 @@ private:
         const std::size_t first = m_next;
         while (!atEnd() && !at(',') && !at('\n') && !at('\r')) {
             if (at('"'))
-                throw CsvError(m_line, "a quote inside a field that does not begin with one; put the whole "
-                                       "field in quotes and double those in it");
+                throw FormatError(m_line,
+                                  "a quote inside a field that does not begin with one; put the whole "
+                                  "field in quotes and double those in it");
             ++m_next;
         }
         return std::string(m_text.substr(first, m_next - first));
@@ -77,7 +80,7 @@ private:
             }
             field += m_text[m_next];
         }
-        throw CsvError(begin, "a quote is not closed");
+        throw FormatError(begin, "a quote is not closed");
     }
 
     std::string_view m_text;

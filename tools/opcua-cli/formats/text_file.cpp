@@ -1,7 +1,7 @@
-#include "text_file.h"
+#include "formats/text_file.h"
 
-#include "../output/streams.h"
-#include "../text/utf8.h"
+#include "output/streams.h"
+#include "text/utf8.h"
 
 #include <algorithm>
 #include <cerrno>

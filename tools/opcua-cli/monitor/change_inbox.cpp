@@ -1,6 +1,6 @@
-#include "change_inbox.h"
+#include "monitor/change_inbox.h"
 
-#include "../nodes/value_buffer.h"
+#include "values/value_buffer.h"
 
 #include <chrono>
 #include <cstring>
@@ -20,10 +20,8 @@ namespace {
 void takeValue(const _OpcUaDataChangeMsg& message, Change& change) {
     if (message.dataType <= OpcUaDataType_Null || message.dataType > OpcUaDataType_String)
         return;
-    constexpr std::size_t widest = 8;
-    const bool text = message.dataType == OpcUaDataType_String;
     ValueBuffer buffer(message.dataType, sizeof message.value);
-    std::memcpy(buffer.data(), message.value, text ? sizeof message.value : widest);
+    std::memcpy(buffer.data(), message.value, static_cast<std::size_t>(buffer.capacity()));
     buffer.size() = message.valueSize;
     change.value = buffer.value();
     change.cut = !buffer.holdsWhole();

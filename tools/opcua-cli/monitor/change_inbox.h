@@ -1,8 +1,9 @@
 #pragma once
 
 #include "OpcUaTypes.h"
-#include "change.h"
+#include "values/value.h"
 
+#include <chrono>
 #include <cstddef>
 #include <deque>
 #include <functional>
@@ -13,6 +14,15 @@
 #include <vector>
 
 namespace opcua_cli {
+
+/// What the library delivered.
+struct Change {
+    std::size_t node = 0; ///< index among the nodes that are followed
+    Value value{};
+    bool cut = false;                             ///< a text is longer than the library delivers
+    bool readable = true;                         ///< false when the value had to be read and could not
+    std::chrono::system_clock::time_point time{}; ///< of arrival: the library does not tell the server's
+};
 
 /// Takes changes on the library's thread and keeps them for the program's own, which may be busy writing.
 /// When too many wait the oldest are dropped and counted.

@@ -1,10 +1,11 @@
-#include "live_table.h"
+#include "monitor/live_table.h"
 
-#include "../output/live_screen.h"
-#include "../output/streams.h"
-#include "../output/table.h"
-#include "../text/time_text.h"
-#include "../text/utf8.h"
+#include "monitor/watched.h"
+#include "output/live_screen.h"
+#include "output/streams.h"
+#include "output/table.h"
+#include "text/time_text.h"
+#include "text/utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -27,11 +28,11 @@ constexpr std::size_t widestSteadyValue = 24;
 constexpr std::chrono::milliseconds leastTimeBetweenDrawings{200};
 
 /// More digits than a person can follow would only make the column flicker.
-std::string shortText(const WatchedNode& watched, const Value& value) {
+std::string shortText(const Job& watched, const Value& value) {
     const bool real = std::holds_alternative<double>(value) || std::holds_alternative<float>(value);
     const std::optional<double> number = trendNumber(value);
     if (!real || !number)
-        return watched.valueText(value);
+        return watchedValue(watched, value);
     std::array<char, 32> text{};
     std::snprintf(text.data(), text.size(), "%.7g", *number);
     return text.data();
@@ -57,8 +58,7 @@ std::string firstLines(const std::string& text, std::size_t count) {
 
 } // namespace
 
-LiveTable::LiveTable(const MonitoredNodes& monitored)
-    : m_monitored(monitored), m_rows(monitored.nodes.size()) {}
+LiveTable::LiveTable(const Monitored& monitored) : m_monitored(monitored), m_rows(monitored.nodes.size()) {}
 
 void LiveTable::change(const Change& change) {
     Row& row = m_rows[change.node];
@@ -126,7 +126,7 @@ std::string LiveTable::rows(const Terminal& terminal, std::size_t count, Time no
     for (std::size_t i = 0; i < count; ++i) {
         const Row& row = m_rows[i];
         const auto age = std::chrono::duration_cast<std::chrono::milliseconds>(now - row.time);
-        table.add({m_monitored.nodes[i].name, valueCell(i), typeOf(i), row.changed ? ageText(age) : "-",
+        table.add({m_monitored.nodes[i].given, valueCell(i), typeOf(i), row.changed ? ageText(age) : "-",
                    row.trend.draw(trendWidth(terminal))});
     }
     return table.render(terminal);
@@ -140,18 +140,18 @@ Cell LiveTable::valueCell(std::size_t node) const {
         return {"no good value yet", Tone::Faint};
     if (!row.readable)
         return {"not readable", Tone::Bad};
-    const WatchedNode& watched = m_monitored.nodes[node];
+    const Job& watched = m_monitored.nodes[node];
     const Tone tone = m_up ? Tone::Plain : Tone::Faint;
-    if (watched.wholeArray(m_monitored.index))
+    if (isWatchedWhole(watched))
         return {"changed", tone};
     return {shortText(watched, row.value), tone};
 }
 
 std::string LiveTable::typeOf(std::size_t node) const {
     const auto type = static_cast<_OpcUaDataType>(m_rows[node].value.index());
-    const WatchedNode& watched = m_monitored.nodes[node];
-    return type == OpcUaDataType_Null || watched.readAsText() ? watched.typeText(m_monitored.index)
-                                                              : std::string(typeName(type));
+    const Job& watched = m_monitored.nodes[node];
+    return type == OpcUaDataType_Null || isReadAsText(watched) ? watchedType(watched)
+                                                               : std::string(typeName(type));
 }
 
 namespace {
@@ -159,14 +159,13 @@ namespace {
 /// What does not fit into the table is told once the terminal is as it was.
 class LiveOutput final : public MonitorOutput {
 public:
-    explicit LiveOutput(const MonitoredNodes& monitored) : m_monitored(monitored), m_table(monitored) {}
+    explicit LiveOutput(const Monitored& monitored) : m_monitored(monitored), m_table(monitored) {}
 
     void change(const Change& change) override { m_table.change(change); }
-    void refused(std::size_t node, const Problem& problem) override {
+    void refused(std::size_t node) override {
+        const Job& watched = m_monitored.nodes[node];
         m_table.refused(node);
-        Problem full = problem;
-        full.explanation = m_monitored.nodes[node].node.nodeId + ": " + problem.explanation;
-        m_problems.push_back(std::move(full));
+        m_problems.push_back(namedProblem(watched.node.nodeId, *watched.problem));
     }
     void leftOut(const Problem& problem) override {
         m_table.remark(problem.explanation);
@@ -196,7 +195,7 @@ public:
 private:
     std::string frame() { return m_table.draw(terminalOn(STDOUT_FILENO), std::chrono::system_clock::now()); }
 
-    const MonitoredNodes& m_monitored;
+    const Monitored& m_monitored;
     LiveTable m_table;
     std::vector<Problem> m_problems;
     std::chrono::steady_clock::time_point m_drawn{};
@@ -205,7 +204,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<MonitorOutput> makeLiveTable(const MonitoredNodes& monitored) {
+std::unique_ptr<MonitorOutput> makeLiveTable(const Monitored& monitored) {
     return std::make_unique<LiveOutput>(monitored);
 }
 

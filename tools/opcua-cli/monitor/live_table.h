@@ -1,9 +1,9 @@
 #pragma once
 
-#include "../output/table.h"
-#include "../output/terminal.h"
-#include "output.h"
-#include "trend.h"
+#include "monitor/output.h"
+#include "monitor/trend.h"
+#include "output/table.h"
+#include "output/terminal.h"
 
 #include <chrono>
 #include <cstddef>
@@ -18,7 +18,7 @@ class LiveTable {
 public:
     using Time = std::chrono::system_clock::time_point;
 
-    explicit LiveTable(const MonitoredNodes& monitored);
+    explicit LiveTable(const Monitored& monitored);
 
     void change(const Change& change);
     void refused(std::size_t node);
@@ -44,7 +44,7 @@ private:
     Cell valueCell(std::size_t node) const;
     std::string typeOf(std::size_t node) const;
 
-    const MonitoredNodes& m_monitored;
+    const Monitored& m_monitored;
     std::vector<Row> m_rows;
     std::size_t m_changes = 0;
     std::string m_state = "connected";

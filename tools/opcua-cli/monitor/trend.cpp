@@ -1,4 +1,4 @@
-#include "trend.h"
+#include "monitor/trend.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "json.h"
+#include "output/json.h"
 
 namespace opcua_cli {
 
@@ -7,6 +7,10 @@ Json toJson(const Problem& problem) {
             {"message", problem.storedMessage.empty() ? Json(nullptr) : Json(problem.storedMessage)},
             {"explanation", problem.explanation},
             {"advice", problem.advice}};
+}
+
+Json toJson(const std::optional<Problem>& problem) {
+    return problem ? toJson(*problem) : Json(nullptr);
 }
 
 std::string document(const Json& json) {

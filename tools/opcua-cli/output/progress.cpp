@@ -1,6 +1,6 @@
-#include "progress.h"
+#include "output/progress.h"
 
-#include "../text/utf8.h"
+#include "text/utf8.h"
 
 #include <chrono>
 #include <cstdio>
@@ -24,12 +24,12 @@ Progress::~Progress() {
         std::fputs("\r\x1b[K", stderr);
 }
 
-void Progress::show(std::size_t count, const std::string& detail) {
+void Progress::show(std::size_t count) {
     if (!m_terminal.interactive || Clock::now() < m_nextShow)
         return;
     m_nextShow = Clock::now() + pause;
     m_shown = true;
-    const std::string line = m_label + ": " + std::to_string(count) + " nodes  " + printable(detail);
+    const std::string line = m_label + ": " + std::to_string(count) + " nodes";
     const std::size_t room = m_terminal.width.value_or(1) - 1;
     std::fprintf(stderr, "\r\x1b[K%s", cutToWidth(line, room).c_str());
 }

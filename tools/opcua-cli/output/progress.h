@@ -1,6 +1,6 @@
 #pragma once
 
-#include "terminal.h"
+#include "output/terminal.h"
 
 #include <chrono>
 #include <cstddef>
@@ -17,7 +17,7 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    void show(std::size_t count, const std::string& detail = {});
+    void show(std::size_t count);
 
 private:
     using Clock = std::chrono::steady_clock;

@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace opcua_cli {
@@ -21,7 +20,7 @@ struct Certificate {
 };
 
 /// Throws std::invalid_argument for what is no certificate.
-Certificate certificateFromDer(std::string_view der);
+Certificate certificateFromDer(const std::string& der);
 
 /// The DER encoding of a certificate, or of the first one in a PEM text. Throws std::invalid_argument.
 std::string derOf(const std::string& content);

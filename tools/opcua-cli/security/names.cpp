@@ -1,4 +1,4 @@
-#include "names.h"
+#include "security/names.h"
 
 #include <algorithm>
 #include <array>

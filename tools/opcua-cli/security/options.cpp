@@ -1,10 +1,10 @@
-#include "options.h"
+#include "security/options.h"
 
-#include "../failure.h"
-#include "../interrupt.h"
-#include "../output/dialogue.h"
 #include "OpcUaTypes.h"
-#include "names.h"
+#include "failure.h"
+#include "interrupt.h"
+#include "output/dialogue.h"
+#include "security/names.h"
 
 #include <cstdlib>
 #include <map>

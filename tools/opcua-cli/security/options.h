@@ -1,7 +1,7 @@
 #pragma once
 
-#include "trust_rule.h"
-#include "user_certificate.h"
+#include "security/trust.h"
+#include "security/user_certificate.h"
 
 #include <CLI/CLI.hpp>
 #include <optional>

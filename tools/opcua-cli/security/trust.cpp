@@ -1,9 +1,9 @@
-#include "trust.h"
+#include "security/trust.h"
 
-#include "../files/library_files.h"
-#include "../output/dialogue.h"
-#include "../output/streams.h"
-#include "../output/table.h"
+#include "files/library_files.h"
+#include "output/dialogue.h"
+#include "output/streams.h"
+#include "output/table.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,9 +1,8 @@
-#include "user_certificate.h"
+#include "security/user_certificate.h"
 
-#include "../failure.h"
-#include "../files/library_files.h"
-#include "../files/place.h"
-#include "certificate.h"
+#include "failure.h"
+#include "files/library_files.h"
+#include "security/certificate.h"
 
 #include <cerrno>
 #include <exception>
