@@ -6,7 +6,9 @@
 #include <cstddef>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <openssl/err.h>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 using namespace opcua_cli;
@@ -97,6 +99,14 @@ TEST_F(CertificateFile, NoChangedByteLeadsAstray) {
             }
         }
     }
+}
+
+TEST(Pem, OfAnEncryptedCertificateIsNoneAndAsksForNothing) {
+    const std::string text = "-----BEGIN CERTIFICATE-----\nProc-Type: 4,ENCRYPTED\n"
+                             "DEK-Info: AES-128-CBC,000102030405060708090A0B0C0D0E0F\n\n"
+                             "AAECAwQFBgcICQoLDA0ODw==\n-----END CERTIFICATE-----\n";
+    EXPECT_THROW(derOf(text), std::invalid_argument);
+    EXPECT_EQ(ERR_peek_error(), 0U) << "what the library would take for its own";
 }
 
 TEST(SmallFile, IsNoDirectoryAndNoDevice) {

@@ -165,6 +165,7 @@ TEST(LiveTable, SaysWhyThereIsNoValue) {
     Monitored monitored = nodes(3);
     monitored.nodes[2].node.isArray = true;
     monitored.nodes[2].node.dimensions = {8};
+    monitored.nodes[0].problem = Problem{"the server does not monitor this node"};
     LiveTable table(monitored);
     table.refused(0);
     table.change(changed(2, Value{}));
@@ -180,7 +181,7 @@ TEST(LiveTable, FitsTheTerminal) {
     LiveTable table(monitored);
     for (int i = 0; i < 100; ++i)
         table.change(changed(0, static_cast<double>(i)));
-    table.remark(std::string(300, 'r'));
+    table.leftOut({std::string(300, 'r')});
     for (const std::size_t height : {1u, 3u, 5u, 10u, 24u, 60u}) {
         for (const std::size_t width : {30u, 60u, 80u, 200u}) {
             const auto text = lines(table.draw(terminal(width, height), start));

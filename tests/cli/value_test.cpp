@@ -1,5 +1,6 @@
 #include "values/value.h"
 
+#include "addressing/node_info.h"
 #include "failure.h"
 
 #include <cmath>

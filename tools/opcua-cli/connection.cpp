@@ -37,18 +37,6 @@ _OpcUaClientConfig configFor(const ConnectOptions& options, const Security& secu
 
 } // namespace
 
-Connection::Callback::Callback(TrustDecision& trust, DataChangeHandler onDataChange)
-    : m_trust(trust), m_onDataChange(std::move(onDataChange)) {}
-
-void Connection::Callback::OpcUaDataChange(_OpcUaDataChangeMsg message) {
-    if (m_onDataChange)
-        m_onDataChange(message);
-}
-
-int Connection::Callback::OpcUaTrustServerCertificate(_OpcUaCertificateMsg certificate) {
-    return m_trust.answer(certificate);
-}
-
 Connection::Connection(const ConnectOptions& options, DataChangeHandler onDataChange)
     : m_security(securityFor(options.security)), m_config(configFor(options, m_security)),
       m_trust(options.security.trust, options.url), m_callback(m_trust, std::move(onDataChange)) {

@@ -6,6 +6,7 @@
 #include "security/trust.h"
 
 #include <functional>
+#include <utility>
 
 namespace opcua_cli {
 
@@ -39,9 +40,15 @@ private:
     /// What the library asks and tells the program.
     class Callback final : public COpcUaClientInterface::OpcUaCallBack {
     public:
-        Callback(TrustDecision& trust, DataChangeHandler onDataChange);
-        void OpcUaDataChange(_OpcUaDataChangeMsg message) override;
-        int OpcUaTrustServerCertificate(_OpcUaCertificateMsg certificate) override;
+        Callback(TrustDecision& trust, DataChangeHandler onDataChange)
+            : m_trust(trust), m_onDataChange(std::move(onDataChange)) {}
+        void OpcUaDataChange(_OpcUaDataChangeMsg message) override {
+            if (m_onDataChange)
+                m_onDataChange(message);
+        }
+        int OpcUaTrustServerCertificate(_OpcUaCertificateMsg certificate) override {
+            return m_trust.answer(certificate);
+        }
 
     private:
         TrustDecision& m_trust;

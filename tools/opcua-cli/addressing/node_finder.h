@@ -2,7 +2,7 @@
 
 #include "addressing/browse_tree.h"
 #include "addressing/node_info.h"
-#include "output/progress.h"
+#include "output/terminal.h"
 
 #include <cstddef>
 #include <string>

@@ -1,4 +1,4 @@
-#include "addressing/tree_walk.h"
+#include "addressing/browse_tree.h"
 
 #include <cstddef>
 #include <deque>

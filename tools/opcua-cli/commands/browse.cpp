@@ -1,10 +1,10 @@
 #include "commands/commands.h"
 
-#include "addressing/tree_walk.h"
+#include "addressing/browse_tree.h"
 #include "interrupt.h"
-#include "output/progress.h"
 #include "output/streams.h"
 #include "output/table.h"
+#include "output/terminal.h"
 #include "values/value_buffer.h"
 
 #include <cstddef>

@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <exception>
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -127,9 +126,8 @@ std::string clientReport(const Store& store) {
     if (store.client.certificate)
         return text +
                "\nA server lets this client in when it trusts this certificate: copy the file to the "
-               "server's\n"
-               "trusted client certificates. Many servers put what they refused into a folder of rejected\n"
-               "certificates: then connect once, and move it from there to the trusted ones.\n";
+               "server's\ntrusted client certificates. Many servers put what they refused into a folder of "
+               "rejected\ncertificates: then connect once, and move it from there to the trusted ones.\n";
     if (fs::exists(store.client.file))
         return text + "\nThe file cannot be used: " + store.client.problem + ".\n";
     return text +

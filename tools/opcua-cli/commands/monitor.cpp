@@ -17,7 +17,6 @@
 #include <ratio>
 #include <string>
 #include <unistd.h>
-#include <utility>
 #include <vector>
 
 namespace opcua_cli {
@@ -158,12 +157,14 @@ private:
 };
 
 Jobs jobsOf(const MonitorOptions& options) {
-    std::optional<Index> index;
-    if (!options.index.empty())
-        index.emplace(parseIndex(options.index));
     Jobs jobs;
     for (const std::string& given : options.nodes)
-        jobs.push_back({{}, given, parseNodeReference(given), {}, index});
+        jobs.push_back({{}, given, parseNodeReference(given)});
+    if (options.index.empty())
+        return jobs;
+    const Index index = parseIndex(options.index);
+    for (Job& job : jobs)
+        job.index = index;
     return jobs;
 }
 

@@ -1,6 +1,5 @@
 #include "commands/commands.h"
 
-#include "commands/value_options.h"
 #include "formats/node_list.h"
 #include "output/streams.h"
 #include "output/table.h"

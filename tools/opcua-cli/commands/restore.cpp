@@ -1,10 +1,8 @@
 #include "commands/commands.h"
 
-#include "commands/value_options.h"
 #include "formats/snapshot_file.h"
 #include "output/streams.h"
 #include "output/table.h"
-#include "values/folder.h"
 
 #include <algorithm>
 #include <array>

@@ -1,12 +1,10 @@
 #include "commands/commands.h"
 
-#include "commands/value_options.h"
 #include "formats/snapshot_file.h"
 #include "formats/text_file.h"
 #include "output/streams.h"
 #include "output/table.h"
 #include "text/time_text.h"
-#include "values/folder.h"
 
 #include <algorithm>
 #include <chrono>
@@ -72,7 +70,7 @@ void readVariables(Connection& connection, const SnapshotOptions& options, Jobs&
     }
 }
 
-Snapshot take(const SnapshotOptions& options, const NodeReference& reference) {
+Snapshot takenFrom(const SnapshotOptions& options, const NodeReference& reference) {
     Connection connection(options);
     Folder folder = exploreFolder(connection, reference, options.maxNodes);
     Snapshot snapshot{options.url, options.folder, folder.nodeId,
@@ -104,7 +102,7 @@ std::string jsonReport(const SnapshotOptions& options, const Snapshot& snapshot)
                      {"leftOut", leftOutJson(snapshot.leftOut)}});
 }
 
-void store(const SnapshotOptions& options, const Snapshot& snapshot) {
+void deliver(const SnapshotOptions& options, const Snapshot& snapshot) {
     if (options.file.empty()) {
         writeOutput(snapshotText(snapshot));
         return;
@@ -114,8 +112,8 @@ void store(const SnapshotOptions& options, const Snapshot& snapshot) {
 }
 
 ExitCode runSnapshot(const SnapshotOptions& options) {
-    Snapshot snapshot = take(options, parseNodeReference(options.folder));
-    store(options, snapshot);
+    Snapshot snapshot = takenFrom(options, parseNodeReference(options.folder));
+    deliver(options, snapshot);
     if (!snapshot.complete)
         reportNote("stopped after " + std::to_string(options.maxNodes) +
                    " nodes; --max-nodes sets another bound");

@@ -1,6 +1,5 @@
 #include "commands/commands.h"
 
-#include "commands/value_options.h"
 #include "formats/node_list.h"
 #include "formats/text_file.h"
 #include "interrupt.h"
@@ -177,10 +176,9 @@ void addPairs(CLI::App& command, std::vector<std::string>& pairs) {
     command.formatter(std::make_shared<PairFormatter>());
     constexpr int most = 1 << 20;
     command
-        .add_option(
-            "NODE_VALUE", pairs,
-            "Node id or path, and what to write: a number (also 0x1F), true/false/on/off/1/0, text, or an "
-            "array as JSON; - takes standard input")
+        .add_option("NODE_VALUE", pairs,
+                    "Node id or path, and what to write: a number (also 0x1F), true/false/on/off/1/0, text, "
+                    "or an array as JSON; - takes standard input")
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->expected(most, CLI::detail::expected_max_vector_size)
         ->allow_extra_args(false)

@@ -3,6 +3,7 @@
 #include "values/value_buffer.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstring>
 #include <deque>
 #include <mutex>

@@ -1,7 +1,6 @@
 #include "monitor/live_table.h"
 
 #include "monitor/watched.h"
-#include "output/live_screen.h"
 #include "output/streams.h"
 #include "output/table.h"
 #include "text/time_text.h"
@@ -10,13 +9,12 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <cmath>
+#include <cstddef>
 #include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
 #include <unistd.h>
-#include <utility>
 #include <variant>
 #include <vector>
 
@@ -62,11 +60,9 @@ LiveTable::LiveTable(const Monitored& monitored) : m_monitored(monitored), m_row
 
 void LiveTable::change(const Change& change) {
     Row& row = m_rows[change.node];
-    row.value = change.value;
-    row.readable = change.readable;
+    row.last = change;
     row.refused = false;
     row.changed = true;
-    row.time = change.time;
     row.trend.add(change.value);
     ++m_changes;
     m_valueWidth = std::max(
@@ -74,7 +70,18 @@ void LiveTable::change(const Change& change) {
 }
 
 void LiveTable::refused(std::size_t node) {
+    const Job& watched = m_monitored.nodes[node];
     m_rows[node].refused = true;
+    m_problems.push_back(namedProblem(watched.node.nodeId, *watched.problem));
+}
+
+void LiveTable::leftOut(const Problem& problem) {
+    remark(problem.explanation);
+    m_problems.push_back(problem);
+}
+
+void LiveTable::dropped(std::size_t count) {
+    remark(countText(count, "change") + " dropped: more than can be shown");
 }
 
 void LiveTable::event(const LinkEvent& event) {
@@ -87,6 +94,27 @@ void LiveTable::remark(const std::string& text) {
     m_remarks.push_back(printable(text));
     if (m_remarks.size() > mostRemarks)
         m_remarks.pop_front();
+}
+
+void LiveTable::flush() {
+    const auto now = std::chrono::steady_clock::now();
+    if (now - m_drawn < leastTimeBetweenDrawings)
+        return;
+    m_drawn = now;
+    if (!m_screen)
+        m_screen = std::make_unique<LiveScreen>();
+    m_screen->draw(frame());
+}
+
+void LiveTable::end() {
+    m_screen.reset();
+    writeOutput(frame());
+    for (const Problem& problem : m_problems)
+        reportProblem(problem);
+}
+
+std::string LiveTable::frame() {
+    return draw(terminalOn(STDOUT_FILENO), std::chrono::system_clock::now());
 }
 
 std::string LiveTable::draw(const Terminal& terminal, Time now) {
@@ -125,7 +153,7 @@ std::string LiveTable::rows(const Terminal& terminal, std::size_t count, Time no
         {{"Name"}, {"Value", true, false, m_valueWidth}, {"Type"}, {"Age", false, true}, {"Trend", false}});
     for (std::size_t i = 0; i < count; ++i) {
         const Row& row = m_rows[i];
-        const auto age = std::chrono::duration_cast<std::chrono::milliseconds>(now - row.time);
+        const auto age = std::chrono::duration_cast<std::chrono::milliseconds>(now - row.last.time);
         table.add({m_monitored.nodes[i].given, valueCell(i), typeOf(i), row.changed ? ageText(age) : "-",
                    row.trend.draw(trendWidth(terminal))});
     }
@@ -138,74 +166,24 @@ Cell LiveTable::valueCell(std::size_t node) const {
         return {"cannot be monitored", Tone::Bad};
     if (!row.changed)
         return {"no good value yet", Tone::Faint};
-    if (!row.readable)
+    if (!row.last.readable)
         return {"not readable", Tone::Bad};
     const Job& watched = m_monitored.nodes[node];
     const Tone tone = m_up ? Tone::Plain : Tone::Faint;
     if (isWatchedWhole(watched))
         return {"changed", tone};
-    return {shortText(watched, row.value), tone};
+    return {shortText(watched, row.last.value), tone};
 }
 
 std::string LiveTable::typeOf(std::size_t node) const {
-    const auto type = static_cast<_OpcUaDataType>(m_rows[node].value.index());
+    const auto type = static_cast<_OpcUaDataType>(m_rows[node].last.value.index());
     const Job& watched = m_monitored.nodes[node];
     return type == OpcUaDataType_Null || isReadAsText(watched) ? watchedType(watched)
                                                                : std::string(typeName(type));
 }
 
-namespace {
-
-/// What does not fit into the table is told once the terminal is as it was.
-class LiveOutput final : public MonitorOutput {
-public:
-    explicit LiveOutput(const Monitored& monitored) : m_monitored(monitored), m_table(monitored) {}
-
-    void change(const Change& change) override { m_table.change(change); }
-    void refused(std::size_t node) override {
-        const Job& watched = m_monitored.nodes[node];
-        m_table.refused(node);
-        m_problems.push_back(namedProblem(watched.node.nodeId, *watched.problem));
-    }
-    void leftOut(const Problem& problem) override {
-        m_table.remark(problem.explanation);
-        m_problems.push_back(problem);
-    }
-    void silent(const std::vector<std::size_t>&) override {}
-    void dropped(std::size_t count) override {
-        m_table.remark(countText(count, "change") + " dropped: more than can be shown");
-    }
-    void event(const LinkEvent& event) override { m_table.event(event); }
-
-    void flush() override {
-        const auto now = std::chrono::steady_clock::now();
-        if (now - m_drawn < leastTimeBetweenDrawings)
-            return;
-        m_drawn = now;
-        m_screen->draw(frame());
-    }
-
-    void end() override {
-        m_screen.reset();
-        writeOutput(frame());
-        for (const Problem& problem : m_problems)
-            reportProblem(problem);
-    }
-
-private:
-    std::string frame() { return m_table.draw(terminalOn(STDOUT_FILENO), std::chrono::system_clock::now()); }
-
-    const Monitored& m_monitored;
-    LiveTable m_table;
-    std::vector<Problem> m_problems;
-    std::chrono::steady_clock::time_point m_drawn{};
-    std::unique_ptr<LiveScreen> m_screen = std::make_unique<LiveScreen>();
-};
-
-} // namespace
-
 std::unique_ptr<MonitorOutput> makeLiveTable(const Monitored& monitored) {
-    return std::make_unique<LiveOutput>(monitored);
+    return std::make_unique<LiveTable>(monitored);
 }
 
 } // namespace opcua_cli

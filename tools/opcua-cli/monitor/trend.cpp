@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <type_traits>
 #include <variant>
 
 namespace opcua_cli {

@@ -1,8 +1,8 @@
 #include "monitor/watched.h"
 
+#include "addressing/browse_tree.h"
 #include "addressing/node_finder.h"
-#include "addressing/tree_walk.h"
-#include "output/progress.h"
+#include "output/terminal.h"
 
 #include <cstddef>
 #include <optional>

@@ -1,5 +1,8 @@
 #include "output/json.h"
 
+#include <optional>
+#include <string>
+
 namespace opcua_cli {
 
 Json toJson(const Problem& problem) {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <filesystem>
@@ -12,6 +13,7 @@
 #include <openssl/asn1.h>
 #include <openssl/bio.h>
 #include <openssl/crypto.h>
+#include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/sha.h>
 #include <openssl/x509.h>
@@ -30,6 +32,16 @@ struct Release {
     void operator()(BIO* bio) const { BIO_free(bio); }
     void operator()(unsigned char* bytes) const { OPENSSL_free(bytes); }
 };
+
+/// What OpenSSL notes of a failure is nobody else's: the library uses it on the same thread.
+struct ForgottenErrors {
+    ~ForgottenErrors() { ERR_clear_error(); }
+};
+
+/// Nobody is asked for the password of an encrypted text.
+int noPassword(char*, int, int, void*) {
+    return -1;
+}
 
 template <typename Type>
 using Owned = std::unique_ptr<Type, Release>;
@@ -84,6 +96,7 @@ void addAlternativeNames(const X509* source, Certificate& certificate) {
 } // namespace
 
 Certificate certificateFromDer(const std::string& der) {
+    const ForgottenErrors errors{};
     const auto* const begin = reinterpret_cast<const unsigned char*>(der.data());
     const unsigned char* end = begin;
     const Owned<X509> source(d2i_X509(nullptr, &end, static_cast<long>(der.size())));
@@ -107,10 +120,11 @@ Certificate certificateFromDer(const std::string& der) {
 std::string derOf(const std::string& content) {
     if (content.find("-----BEGIN CERTIFICATE-----") == std::string::npos)
         return content;
+    const ForgottenErrors errors{};
     const Owned<BIO> text(BIO_new_mem_buf(content.data(), static_cast<int>(content.size())));
     unsigned char* bytes = nullptr;
     long size = 0;
-    if (PEM_bytes_read_bio(&bytes, &size, nullptr, PEM_STRING_X509, text.get(), nullptr, nullptr) != 1)
+    if (PEM_bytes_read_bio(&bytes, &size, nullptr, PEM_STRING_X509, text.get(), noPassword, nullptr) != 1)
         throw std::invalid_argument("a damaged PEM text");
     const Owned<unsigned char> owner(bytes);
     return {bytes, bytes + size};

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <clocale>
+#include <cstddef>
 #include <cstdio>
 #include <cwchar>
 #include <string>

@@ -55,6 +55,17 @@ void attempt(Job& job, const Work& work) {
 /// value at all; a type that the user states spares both.
 void resolve(Connection& connection, Jobs& jobs, std::size_t maxNodes);
 
+/// The variables at and below a node, each once.
+struct Folder {
+    std::string nodeId;
+    Jobs variables{};
+    Jobs unbrowsed{};     ///< nodes with a problem: what lies below these is not known
+    bool complete = true; ///< false when the bound on the number of nodes ended the walk
+};
+
+/// Walks through everything below the node. Throws Failure.
+Folder exploreFolder(Connection& connection, const NodeReference& reference, std::size_t maxNodes);
+
 /// Reads single values many at a time, arrays and matrices element by element: while that goes on the array
 /// may change.
 void read(Connection& connection, Jobs& jobs, std::size_t maxElements);

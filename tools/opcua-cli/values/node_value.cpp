@@ -13,9 +13,8 @@
 namespace opcua_cli {
 namespace {
 
-constexpr const char* arrayAdvice =
-    "the elements as nested JSON arrays, such as [1, 2] or [[1, 2], [3, 4]], as many as the node has: a "
-    "length cannot be changed";
+constexpr const char* arrayAdvice = "the elements as nested JSON arrays, such as [1, 2] or [[1, 2], [3, 4]], "
+                                    "as many as the node has: a length cannot be changed";
 
 [[noreturn]] void refuseArray(_OpcUaDataType type, const Shape& shape, const std::string& reason) {
     throw usageFailure("this is no value for a node of type " + std::string(typeName(type)) +

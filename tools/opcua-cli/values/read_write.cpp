@@ -1,7 +1,7 @@
 #include "values/job.h"
 
 #include "interrupt.h"
-#include "output/progress.h"
+#include "output/terminal.h"
 #include "values/value_buffer.h"
 
 #include <algorithm>

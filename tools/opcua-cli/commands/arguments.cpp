@@ -1,12 +1,12 @@
-#include "options.h"
+#include "commands/arguments.h"
 
 #include "OpcUaTypes.h"
 #include "files/library_files.h"
-#include "output/json.h"
 #include "output/streams.h"
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -39,17 +39,7 @@ std::string traceLevelNames() {
     return names;
 }
 
-std::string completeUrlInPlace(std::string& text) {
-    try {
-        text = completeUrl(text);
-        return {};
-    } catch (const CLI::ValidationError& error) {
-        return error.what();
-    }
-}
-
-} // namespace
-
+/// The address that the user gave, completed: "host:4840" becomes "opc.tcp://host:4840".
 std::string completeUrl(const std::string& text) {
     std::string url = text.find("://") == std::string::npos ? std::string(scheme) + text : text;
     if (url.compare(0, scheme.size(), scheme) != 0)
@@ -62,6 +52,21 @@ std::string completeUrl(const std::string& text) {
                                    "the address is longer than " + std::to_string(longestUrl) + " bytes");
     return url;
 }
+
+std::string completeUrlInPlace(std::string& text) {
+    try {
+        text = completeUrl(text);
+        return {};
+    } catch (const CLI::ValidationError& error) {
+        return error.what();
+    }
+}
+
+std::string checkTypeName(std::string& text) {
+    return typeFromName(text) ? std::string() : unknownTypeText(text);
+}
+
+} // namespace
 
 void addCommonOptions(CLI::App& command, CommonOptions& options) {
     command.add_option("URL", options.url, "Address of the server: opc.tcp://host:port[/path] or host:port")
@@ -110,6 +115,43 @@ ExitCode runReporting(const CommonOptions& options, const Action& command, Form 
         if (options.json && failure.exitCode() != ExitCode::OutputFailed)
             writeOutput(form({{"error", toJson(failure.problem())}}));
         return failure.exitCode();
+    }
+}
+
+void addMaxElementsOption(CLI::App& command, std::size_t& maxElements) {
+    command
+        .add_option("--max-elements", maxElements,
+                    "Leave alone whole arrays with more elements (default: " +
+                        std::to_string(defaultMaxElements) + ")")
+        ->type_name("N")
+        ->check(CLI::Range(1, 10000000).description(""));
+}
+
+void addNodeListOptions(CLI::App& command, NodeListOptions& options, const std::string& typeDescription) {
+    addConnectOptions(command, options);
+    command.add_option("--type", options.typeName, typeDescription)
+        ->type_name("TYPE")
+        ->check(CLI::Validator(checkTypeName, ""));
+    addMaxNodesOption(command, options.maxNodes, "Look at so many nodes to find the type of a node id");
+    command
+        .add_option("--index", options.index,
+                    "One element of an array or matrix, counted from 0: 4, or 2,3 for row 2, column 3")
+        ->type_name("INDEX");
+    command
+        .add_option("--from", options.file, "Take the nodes from a CSV or JSON file; - for standard input")
+        ->type_name("FILE");
+    addMaxElementsOption(command, options.maxElements);
+}
+
+void completeJobs(Jobs& jobs, const NodeListOptions& options) {
+    std::optional<Index> index;
+    if (!options.index.empty())
+        index = parseIndex(options.index);
+    for (Job& job : jobs) {
+        if (!job.type)
+            job.type = typeFromName(options.typeName);
+        if (!job.index)
+            job.index = index;
     }
 }
 
