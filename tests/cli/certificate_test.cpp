@@ -1,3 +1,4 @@
+#include "files/library_files.h"
 #include "security/certificate.h"
 #include "support/child_process.h"
 #include "support/temporary_directory.h"

@@ -226,9 +226,9 @@ TEST(ChangeInbox, KeepsChangesInTheirOrder) {
     ChangeInbox inbox;
     inbox.expect({"a", "b"});
     EXPECT_FALSE(isReadable(inbox.descriptor()));
-    inbox.take(message("b", 1));
-    inbox.take(message("a", 2));
-    inbox.take(message("c", 3));
+    inbox.add(message("b", 1));
+    inbox.add(message("a", 2));
+    inbox.add(message("c", 3));
     EXPECT_TRUE(isReadable(inbox.descriptor()));
     const auto changes = inbox.collect();
     ASSERT_EQ(changes.size(), 2u) << "nobody waits for c";
@@ -243,7 +243,7 @@ TEST(ChangeInbox, DropsTheOldestAndCountsThem) {
     ChangeInbox inbox(2);
     inbox.expect({"a"});
     for (int i = 0; i < 5; ++i)
-        inbox.take(message("a", i));
+        inbox.add(message("a", i));
     const auto changes = inbox.collect();
     ASSERT_EQ(changes.size(), 2u);
     EXPECT_EQ(changes[0].value, Value(std::int32_t{3}));
@@ -254,9 +254,9 @@ TEST(ChangeInbox, DropsTheOldestAndCountsThem) {
 TEST(ChangeInbox, KnowsTextsThatAreCut) {
     ChangeInbox inbox;
     inbox.expect({"a"});
-    inbox.take(textMessage("abc", 3));
-    inbox.take(textMessage(std::string(255, 'x'), 255));
-    inbox.take(textMessage(std::string(256, 'x'), 255));
+    inbox.add(textMessage("abc", 3));
+    inbox.add(textMessage(std::string(255, 'x'), 255));
+    inbox.add(textMessage(std::string(256, 'x'), 255));
     const auto changes = inbox.collect();
     ASSERT_EQ(changes.size(), 3u);
     EXPECT_EQ(changes[0].value, Value(std::string("abc")));

@@ -97,8 +97,12 @@ std::string className(int nodeClass) {
     return "";
 }
 
+std::string typeAndShape(const NodeInfo& node) {
+    return std::string(typeName(node.dataType)) + indexText(node.dimensions);
+}
+
 std::string typeText(const NodeInfo& node) {
-    return node.hasValue() ? std::string(typeName(node.dataType)) + indexText(node.dimensions) : "";
+    return node.hasValue() ? typeAndShape(node) : "";
 }
 
 Json toJson(const NodeInfo& node) {

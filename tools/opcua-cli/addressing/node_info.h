@@ -58,7 +58,9 @@ NodeInfo unmetNode(const std::string& nodeId, std::optional<_OpcUaDataType> stat
 /// "Variable"; empty for a class that the standard does not know.
 std::string className(int nodeClass);
 
-/// "Double", "Double[3][4]"; empty for a node that has no value.
+/// "Double", "Double[3][4]"
+std::string typeAndShape(const NodeInfo& node);
+/// The same, but empty for a node that has no value.
 std::string typeText(const NodeInfo& node);
 
 /// {"nodeId", "displayName", "browseName", "class", "type", "shape"}. What is not known or does not apply is

@@ -172,7 +172,7 @@ ExitCode runMonitor(const MonitorOptions& options) {
     Jobs jobs = jobsOf(options);
     ChangeInbox inbox;
     Link link(options, options.interval,
-              [&inbox](const _OpcUaDataChangeMsg& message) { inbox.take(message); });
+              [&inbox](const _OpcUaDataChangeMsg& message) { inbox.add(message); });
     Monitored monitored{options.url,
                         variablesToWatch(link.connection(), jobs, options.depth, options.maxNodes)};
     makeNamesUnique(monitored.nodes);

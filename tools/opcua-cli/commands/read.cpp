@@ -48,7 +48,7 @@ Cell valueCell(const Job& job) {
 std::string shownType(const NodeInfo& node) {
     if (!node.isFound())
         return node.nodeId.empty() ? "" : "?";
-    return node.hasValue() ? typeText(node) : std::string(typeName(node.dataType));
+    return typeAndShape(node);
 }
 
 std::string tableReport(const Jobs& jobs) {

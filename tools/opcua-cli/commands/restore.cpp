@@ -58,10 +58,6 @@ struct Restoration {
     }
 };
 
-std::string typeAndShape(const NodeInfo& node) {
-    return std::string(typeName(node.dataType)) + indexText(node.dimensions);
-}
-
 /// Gives a problem to what is not in the folder as it was.
 void compareNodes(const Folder& folder, Jobs& jobs) {
     std::unordered_map<std::string, const NodeInfo*> present;

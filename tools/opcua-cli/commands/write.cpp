@@ -90,9 +90,7 @@ std::string tableReport(const Jobs& jobs) {
     Table table({{"Node", false}, {"Name"}, {"Type"}, {"Index"}, {"Value"}, {"Result"}});
     for (const Job& job : jobs) {
         const NodeInfo& node = job.node;
-        table.add({job.given, node.displayName,
-                   node.isFound() ? std::string(typeName(node.dataType)) + indexText(node.dimensions)
-                                  : std::string(),
+        table.add({job.given, node.displayName, node.isFound() ? typeAndShape(node) : "",
                    indexText(job.index.value_or(Index())), toText(job.wanted),
                    job.problem ? Cell(job.problem->explanation, Tone::Bad) : Cell("written", Tone::Good)});
     }

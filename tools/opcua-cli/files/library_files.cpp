@@ -5,10 +5,14 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <exception>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
+#include <ios>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <sys/stat.h>
@@ -58,6 +62,15 @@ std::string withDirectory(std::string text, const fs::path& directory) {
 std::string withoutQuotes(const std::string& text) {
     const bool quoted = text.size() >= 2 && text.front() == '"' && text.back() == '"';
     return quoted ? text.substr(1, text.size() - 2) : text;
+}
+
+/// As the library has it: a file that cannot be read says nothing.
+std::string settingsIn(const fs::path& configuration) {
+    try {
+        return readSmallFile(configuration);
+    } catch (const std::exception&) {
+        return {};
+    }
 }
 
 /// An absolute path from the environment; a relative one has no meaning there (XDG Base Directory).
@@ -115,8 +128,7 @@ LibraryFiles libraryFilesIn(const fs::path& directory) {
     files.trace = directory / "OpcUaClient.log";
     files.configuration = directory / configurationName;
     CSimpleIniCaseA configuration(true);
-    if (fs::is_regular_file(files.configuration))
-        configuration.LoadFile(files.configuration.c_str());
+    configuration.LoadData(settingsIn(files.configuration));
     for (const Setting& setting : settings)
         files.*setting.file = withDirectory(
             withoutQuotes(configuration.GetValue("UaClientConfig", setting.key, setting.usual)), directory);
@@ -125,6 +137,19 @@ LibraryFiles libraryFilesIn(const fs::path& directory) {
 
 LibraryFiles libraryFiles() {
     return libraryFilesIn(placeOfFiles());
+}
+
+std::string readSmallFile(const std::filesystem::path& file) {
+    constexpr std::uintmax_t sizeLimit = 1 << 20;
+    if (!std::filesystem::is_regular_file(file))
+        throw std::runtime_error(std::filesystem::exists(file) ? "not a regular file"
+                                                               : "No such file or directory");
+    if (std::filesystem::file_size(file) > sizeLimit)
+        throw std::runtime_error("larger than a certificate can be");
+    std::ifstream input(file, std::ios::binary);
+    if (!input)
+        throw std::runtime_error(std::generic_category().message(errno));
+    return {std::istreambuf_iterator<char>(input), {}};
 }
 
 void makePrivateDirectories(const fs::path& directory) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 namespace opcua_cli {
 
@@ -27,6 +28,10 @@ LibraryFiles libraryFilesIn(const std::filesystem::path& directory);
 /// Makes the state directory where it is needed, and points the library to it. Call it before the library is
 /// started. Throws Failure.
 void prepareLibraryFiles();
+
+/// A certificate, a key or settings. Throws std::runtime_error when the file cannot be read, and for one that
+/// is larger than any of these.
+std::string readSmallFile(const std::filesystem::path& file);
 
 /// Makes what is missing of a path of directories, for the user alone. Throws
 /// std::filesystem::filesystem_error.

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <ios>
+#include <istream>
 #include <sstream>
 #include <string>
 #include <vector>

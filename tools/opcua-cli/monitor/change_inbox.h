@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OpcUaTypes.h"
+#include "files/descriptor.h"
 #include "values/value.h"
 
 #include <chrono>
@@ -10,7 +11,6 @@
 #include <map>
 #include <mutex>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace opcua_cli {
@@ -24,19 +24,16 @@ struct Change {
     std::chrono::system_clock::time_point time{}; ///< of arrival: the library does not tell the server's
 };
 
-/// Takes changes on the library's thread and keeps them for the program's own, which may be busy writing.
+/// Notes changes on the library's thread and keeps them for the program's own, which may be busy writing.
 /// When too many wait the oldest are dropped and counted.
 class ChangeInbox {
 public:
     explicit ChangeInbox(std::size_t capacity = 100000);
-    ~ChangeInbox();
-    ChangeInbox(const ChangeInbox&) = delete;
-    ChangeInbox& operator=(const ChangeInbox&) = delete;
 
     /// Node ids in the order of their indices. What comes for other nodes is of no interest.
     void expect(const std::vector<std::string>& nodeIds);
 
-    void take(const _OpcUaDataChangeMsg& message);
+    void add(const _OpcUaDataChangeMsg& message);
 
     /// Everything that has come, oldest first.
     std::deque<Change> collect();
@@ -44,12 +41,12 @@ public:
     std::size_t collectDropped();
 
     /// Readable while changes wait.
-    int descriptor() const { return m_wakeUp; }
+    int descriptor() const { return m_wakeUp.number(); }
 
 private:
     std::mutex m_mutex;
     const std::size_t m_capacity;
-    const int m_wakeUp;
+    const Descriptor m_wakeUp;
     std::map<std::string, std::size_t, std::less<>> m_indices;
     std::deque<Change> m_changes;
     std::size_t m_dropped = 0;

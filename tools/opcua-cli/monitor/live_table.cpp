@@ -16,7 +16,6 @@
 #include <string>
 #include <unistd.h>
 #include <variant>
-#include <vector>
 
 namespace opcua_cli {
 namespace {

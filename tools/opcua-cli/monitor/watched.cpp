@@ -70,7 +70,7 @@ public:
         addVariable(node.name(), node, job.index);
     }
 
-    Jobs take() { return std::move(m_watched); }
+    Jobs watched() { return std::move(m_watched); }
 
 private:
     void addFolder(OpcUaNode* record, const std::optional<Index>& index) {
@@ -122,7 +122,7 @@ Jobs variablesToWatch(Connection& connection, Jobs& jobs, int depth, std::size_t
     Collector collector(connection, depth, maxNodes);
     for (Job& job : jobs)
         attempt(job, [&] { collector.add(job); });
-    return collector.take();
+    return collector.watched();
 }
 
 void makeNamesUnique(Jobs& watched) {

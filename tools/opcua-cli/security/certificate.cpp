@@ -1,14 +1,10 @@
 #include "security/certificate.h"
 
+#include "text/time_text.h"
+
 #include <array>
-#include <cerrno>
 #include <cstddef>
-#include <cstdint>
 #include <ctime>
-#include <filesystem>
-#include <fstream>
-#include <ios>
-#include <iterator>
 #include <memory>
 #include <openssl/asn1.h>
 #include <openssl/bio.h>
@@ -20,7 +16,6 @@
 #include <openssl/x509v3.h>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace opcua_cli {
@@ -69,8 +64,7 @@ std::string timeText(const ASN1_TIME* time) {
     std::tm parts{};
     if (ASN1_TIME_to_tm(time, &parts) != 1)
         throw std::invalid_argument("a time in an unusual form");
-    std::array<char, 32> text{};
-    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts)};
+    return isoText(parts) + "Z";
 }
 
 std::string serialText(const ASN1_INTEGER* number) {
@@ -128,19 +122,6 @@ std::string derOf(const std::string& content) {
         throw std::invalid_argument("a damaged PEM text");
     const Owned<unsigned char> owner(bytes);
     return {bytes, bytes + size};
-}
-
-std::string readSmallFile(const std::filesystem::path& file) {
-    constexpr std::uintmax_t sizeLimit = 1 << 20;
-    if (!std::filesystem::is_regular_file(file))
-        throw std::runtime_error(std::filesystem::exists(file) ? "not a regular file"
-                                                               : "No such file or directory");
-    if (std::filesystem::file_size(file) > sizeLimit)
-        throw std::runtime_error("larger than a certificate can be");
-    std::ifstream input(file, std::ios::binary);
-    if (!input)
-        throw std::runtime_error(std::generic_category().message(errno));
-    return {std::istreambuf_iterator<char>(input), {}};
 }
 
 } // namespace opcua_cli

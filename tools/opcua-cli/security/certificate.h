@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -24,8 +23,5 @@ Certificate certificateFromDer(const std::string& der);
 
 /// The DER encoding of a certificate, or of the first one in a PEM text. Throws std::invalid_argument.
 std::string derOf(const std::string& content);
-
-/// Throws std::runtime_error when the file cannot be read.
-std::string readSmallFile(const std::filesystem::path& file);
 
 } // namespace opcua_cli

@@ -12,26 +12,28 @@ using std::chrono::milliseconds;
 
 namespace {
 
-std::string formatted(const char* format, std::chrono::system_clock::time_point time) {
+std::string secondsText(std::chrono::system_clock::time_point time) {
     const auto seconds = std::chrono::floor<std::chrono::seconds>(time.time_since_epoch());
     const std::time_t wholeSeconds = seconds.count();
     std::tm parts{};
-    gmtime_r(&wholeSeconds, &parts);
-    std::array<char, 32> text{};
-    return {text.data(), std::strftime(text.data(), text.size(), format, &parts)};
+    return isoText(*gmtime_r(&wholeSeconds, &parts));
 }
 
 } // namespace
 
+std::string isoText(const std::tm& parts) {
+    std::array<char, 32> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts)};
+}
+
 std::string utcText(std::chrono::system_clock::time_point time) {
     const auto sinceEpoch = std::chrono::floor<milliseconds>(time.time_since_epoch());
     const auto rest = sinceEpoch - std::chrono::floor<std::chrono::seconds>(sinceEpoch);
-    const std::string digits = std::to_string(1000 + rest.count()).substr(1);
-    return formatted("%Y-%m-%dT%H:%M:%S.", time) + digits + "Z";
+    return secondsText(time) + "." + std::to_string(1000 + rest.count()).substr(1) + "Z";
 }
 
 std::string utcSecondsText(std::chrono::system_clock::time_point time) {
-    return formatted("%Y-%m-%dT%H:%M:%SZ", time);
+    return secondsText(time) + "Z";
 }
 
 std::string ageText(milliseconds age) {

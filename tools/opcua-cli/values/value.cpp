@@ -161,7 +161,7 @@ struct JsonMaker {
     template <typename Type>
     Json operator()(const Type& value) const {
         if constexpr (std::is_floating_point_v<Type>) {
-            const std::string text = toText(value);
+            std::string text = toText(value);
             if (!std::isfinite(value))
                 return text;
             // A Float widened bit by bit would show digits that it never had.
