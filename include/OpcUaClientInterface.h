@@ -166,6 +166,11 @@ public:
     /// Opens the trace file "OpcUaClient.log" in the directory of the running executable and sets its
     /// verbosity.
     ///
+    /// Where the environment variable OPCUACLIENT_DIRECTORY names an absolute directory, that one stands for
+    /// the executable's directory: here, and for the configuration file and all that it names (see
+    /// OpcUaConnect()). Anything else, and the variable of a set-uid or set-gid program, is ignored. It is
+    /// read by this call and by each connect: a program that sets it itself does so before its first client.
+    ///
     /// One trace serves the whole process: a later call, on any client, replaces the level. Entries are
     /// lines with UTC time; after 50000 a file becomes "OpcUaClient.log.1", up to ".10". Passwords and
     /// keys are never written. Without this call nothing is traced.
@@ -202,9 +207,9 @@ public:
 
     /// Connects, after disconnecting what was connected.
     ///
-    /// Reads "OpcUaClientConfig.ini" in the directory of the running executable each time; without it the
-    /// defaults hold. A lost connection is reported by OpcUaGetConnectStatus() and never taken up again
-    /// by itself: connect again.
+    /// Reads "OpcUaClientConfig.ini" in the directory of the running executable, or in the one that
+    /// OPCUACLIENT_DIRECTORY names (see OpcUaInit()), each time; without it the defaults hold. A lost
+    /// connection is reported by OpcUaGetConnectStatus() and never taken up again by itself: connect again.
     ///
     /// With `securityPolicy`, `securityMode` or `userIdentity` not 0 the connection is a secured one, and
     /// this comes first, in this order:
@@ -235,7 +240,7 @@ public:
     ///     UserCertificate                    [ConfigPath]/pkiuser/own/certs/user.der
     ///     UserPrivateKey                     [ConfigPath]/pkiuser/own/private/user.pem
     ///
-    /// "[ConfigPath]" and "[ApplicationPath]" both stand for the executable's directory. The first of each
+    /// "[ConfigPath]" and "[ApplicationPath]" both stand for that directory. The first of each
     /// is replaced, what stands before it is dropped, and the result is cut at 511 bytes. A directory ends
     /// with a slash. Directories are made as they are needed. Certificates are DER files; what lies in the
     /// trust list, among the issuers and the revocation lists may be PEM, too. Keys are PEM without a

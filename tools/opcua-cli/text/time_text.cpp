@@ -1,9 +1,8 @@
-#include "time_text.h"
+#include "text/time_text.h"
 
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <cstdio>
 #include <ctime>
 #include <string>
 
@@ -13,26 +12,28 @@ using std::chrono::milliseconds;
 
 namespace {
 
-/// "2024-05-01T08:00:00"
-std::string wholeSeconds(std::time_t time) {
+std::string secondsText(std::chrono::system_clock::time_point time) {
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(time.time_since_epoch());
+    const std::time_t wholeSeconds = seconds.count();
     std::tm parts{};
-    gmtime_r(&time, &parts);
-    std::array<char, 32> text{};
-    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts)};
+    return isoText(*gmtime_r(&wholeSeconds, &parts));
 }
 
 } // namespace
 
+std::string isoText(const std::tm& parts) {
+    std::array<char, 32> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts)};
+}
+
 std::string utcText(std::chrono::system_clock::time_point time) {
     const auto sinceEpoch = std::chrono::floor<milliseconds>(time.time_since_epoch());
-    const auto whole = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
-    std::array<char, 8> fraction{};
-    std::snprintf(fraction.data(), fraction.size(), ".%03dZ", static_cast<int>((sinceEpoch - whole).count()));
-    return wholeSeconds(whole.count()) + fraction.data();
+    const auto rest = sinceEpoch - std::chrono::floor<std::chrono::seconds>(sinceEpoch);
+    return secondsText(time) + "." + std::to_string(1000 + rest.count()).substr(1) + "Z";
 }
 
 std::string utcSecondsText(std::chrono::system_clock::time_point time) {
-    return wholeSeconds(std::chrono::floor<std::chrono::seconds>(time.time_since_epoch()).count()) + "Z";
+    return secondsText(time) + "Z";
 }
 
 std::string ageText(milliseconds age) {

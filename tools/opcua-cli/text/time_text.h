@@ -1,9 +1,13 @@
 #pragma once
 
 #include <chrono>
+#include <ctime>
 #include <string>
 
 namespace opcua_cli {
+
+/// "2024-05-01T08:00:00" (ISO 8601)
+std::string isoText(const std::tm& parts);
 
 /// "2024-05-01T08:00:00.250Z"
 std::string utcText(std::chrono::system_clock::time_point time);
