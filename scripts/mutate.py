@@ -166,11 +166,12 @@ class Copy:
 
     def prepare(self, suites):
         """Builds everything as it is; each suite has to pass, and its time is what others are measured by."""
+        programs = sorted(set(map(program_of, suites)))
         # A program needs no new link when a library changes inside.
         self.demand(f"cmake --preset {PRESET} -DCMAKE_LINK_DEPENDS_NO_SHARED=ON")
-        self.demand(f"cmake --build {self.build_folder} --target {' '.join(sorted(map(program_of, suites)))}")
+        self.demand(f"cmake --build {self.build_folder} --target {' '.join(programs)}")
         self.scratch.mkdir(exist_ok=True)
-        for program in sorted(set(map(program_of, suites))):
+        for program in programs:
             made = self.needs.get(program, {}).get("make")
             if made and not (self.scratch / program).exists():
                 self.demand(" ".join(made).replace("{made}", str(self.scratch / program)))
