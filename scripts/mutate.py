@@ -16,7 +16,8 @@ and the suites that must fail; `folder` and `suites` at the head of a table hold
 
 What a program needs (an environment, files made once) stands in suites.toml, beside the tables.
 
-FILTERs choose the entries whose table, path or name contains one of them. All of it happens in a copy, a git worktree
+FILTERs choose the entries whose table, path or name contains one of them. --list only names them, and says which do
+not apply. All of it happens in a copy, a git worktree
 of what is checked out with the changes of tracked files, in a temporary directory that is removed in the end; --copy
 names one to keep, so that the next run need not build anew. First every suite has to pass as it is. Then, for each
 entry, the programs are built with it and the suites run to the first failing test. Result, a line each:
@@ -25,7 +26,8 @@ entry, the programs are built with it and the suites run to the first failing te
   SURVIVED        all passed: a test is missing, or the line makes no difference
   does not apply  the old text is not where the entry says, or the new one does not compile
 
-The exit status is 0 when all were killed. --jobs works with so many copies at once.
+The exit status is 0 when all were killed. --jobs works with so many copies at once. Changes of tracked files go into
+the copy, new files do not until git knows them.
 """
 import argparse
 import contextlib
@@ -168,7 +170,7 @@ class Copy:
         """Builds everything as it is; each suite has to pass, and its time is what others are measured by."""
         programs = sorted(set(map(program_of, suites)))
         # A program needs no new link when a library changes inside.
-        self.demand(f"cmake --preset {PRESET} -DCMAKE_LINK_DEPENDS_NO_SHARED=ON")
+        self.demand(f"cmake --preset {PRESET} -DCMAKE_LINK_DEPENDS_NO_SHARED=ON -DOPCUACLIENT_BUILD_BENCH=OFF")
         self.demand(f"cmake --build {self.build_folder} --target {' '.join(programs)}")
         self.scratch.mkdir(exist_ok=True)
         for program in programs:
@@ -203,6 +205,8 @@ class Copy:
     def try_out(self, mutation):
         """Returns the verdict and what there is to say about it."""
         path = self.folder / mutation.file
+        if not path.exists():
+            raise DoesNotApply(f"there is no {mutation.file}")
         original = path.read_text()
         path.write_text(mutation.apply(original))
         try:
@@ -294,6 +298,20 @@ def run(mutations, needs, jobs, folder):
     return counts
 
 
+def list_all(mutations):
+    """Returns the exit status: 0 when all apply."""
+    wrong = 0
+    for mutation in mutations:
+        print(f"{mutation.table}: {mutation.name} ({mutation.file}; {' '.join(mutation.suites)})")
+        try:
+            mutation.apply((ROOT / mutation.file).read_text())
+        except (DoesNotApply, FileNotFoundError) as problem:
+            wrong += 1
+            print(f"  does not apply: {problem}")
+    print(f"{len(mutations)} mutations, {wrong} of them do not apply")
+    return 1 if wrong else 0
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("filters", nargs="*", metavar="FILTER")
@@ -308,10 +326,7 @@ def main():
     if not mutations:
         parser.error("no mutation matches")
     if options.list:
-        for mutation in mutations:
-            print(f"{mutation.table}: {mutation.name} ({mutation.file}; {' '.join(mutation.suites)})")
-        print(f"{len(mutations)} mutations")
-        return 0
+        return list_all(mutations)
     # As on Ctrl-C: the copies are put away.
     signal.signal(signal.SIGTERM, lambda *_: sys.exit("mutate: stopped"))
     signal.signal(signal.SIGHUP, lambda *_: sys.exit("mutate: stopped"))
