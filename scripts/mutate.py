@@ -43,6 +43,7 @@ import tempfile
 import threading
 import time
 import tomllib
+import zlib
 from dataclasses import dataclass
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -121,6 +122,10 @@ def program_of(suite):
     return suite.partition(":")[0]
 
 
+def first_error(output):
+    return next((line for line in output.splitlines() if " error: " in line), output[-500:])
+
+
 class Copy:
     """A tree of its own to break things in, with its own build folder."""
 
@@ -174,9 +179,8 @@ class Copy:
         self.demand(f"cmake --build {self.build_folder} --target {' '.join(programs)}")
         self.scratch.mkdir(exist_ok=True)
         for program in programs:
-            made = self.needs.get(program, {}).get("make")
-            if made and not (self.scratch / program).exists():
-                self.demand(" ".join(made).replace("{made}", str(self.scratch / program)))
+            if not self.made(program).exists():
+                self.demand(" ".join(self.needs[program]["make"]).replace("{made}", str(self.made(program))))
         for suite in suites:
             start = time.monotonic()
             failure = self.failure_of(suite, None)
@@ -184,12 +188,19 @@ class Copy:
                 sys.exit(f"mutate: {suite} fails as it is: {failure}")
             self.limits[suite] = 60 + 10 * (time.monotonic() - start)
 
+    def made(self, program):
+        """Where the program's files are. Another script makes others."""
+        command = self.needs.get(program, {}).get("make")
+        if not command:
+            return self.scratch
+        return self.scratch / f"{program}-{zlib.crc32((self.folder / command[0]).read_bytes()):x}"
+
     def failure_of(self, suite, limit):
         """Names the first test that fails; empty when all pass."""
         program, _, tests = suite.partition(":")
         command = [str(self.build_folder / "bin" / program), "--gtest_fail_fast", "--gtest_color=no",
                    f"--gtest_filter={tests or '*'}"]
-        environment = {name: value.replace("{made}", str(self.scratch / program))
+        environment = {name: value.replace("{made}", str(self.made(program)))
                        for name, value in self.needs.get(program, {}).get("environment", {}).items()}
         status, output = self.call(command, environment, limit)
         if re.search(r"^\[=+\] Running 0 tests", output, re.MULTILINE):
@@ -214,7 +225,7 @@ class Copy:
             status, output = self.call(["bash", "-c", ". scripts/use-ccache.sh && "
                                         f"cmake --build {self.build_folder} --target {programs}"])
             if status != 0:
-                raise DoesNotApply("it does not build:\n" + output[-2000:])
+                raise DoesNotApply(f"it does not build: {first_error(output)}")
             for suite in mutation.suites:
                 failure = self.failure_of(suite, self.limits[suite])
                 if failure:
