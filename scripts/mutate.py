@@ -22,7 +22,7 @@ of what is checked out with the changes of tracked files, in a temporary directo
 names one to keep, so that the next run need not build anew. First every suite has to pass as it is. Then, for each
 entry, the programs are built with it and the suites run to the first failing test. Result, a line each:
 
-  killed          a test failed, or took ten times as long as before; the line says which
+  killed          a test failed, or came to no end; the line says which
   SURVIVED        all passed: a test is missing, or the line makes no difference
   does not apply  the old text is not where the entry says, or the new one does not compile
 
@@ -181,12 +181,13 @@ class Copy:
         for program in programs:
             if not self.made(program).exists():
                 self.demand(" ".join(self.needs[program]["make"]).replace("{made}", str(self.made(program))))
+        patience = 300  # s; other work on the machine is no test that fails
         for suite in suites:
             start = time.monotonic()
             failure = self.failure_of(suite, None)
             if failure:
                 sys.exit(f"mutate: {suite} fails as it is: {failure}")
-            self.limits[suite] = 60 + 10 * (time.monotonic() - start)
+            self.limits[suite] = patience + 10 * (time.monotonic() - start)
 
     def made(self, program):
         """Where the program's files are. Another script makes others."""
@@ -293,19 +294,23 @@ def run(mutations, needs, jobs, folder):
     with contextlib.ExitStack() as copies:
         trees = [copies.enter_context(copy_in(folder, needs)) for _ in range(jobs)]
         threads = [threading.Thread(target=guarded, args=(copy,)) for copy in trees]
+        # A handler that threw would make join() believe that its thread has ended.
+        asked_to_stop = []
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            signal.signal(number, lambda *_: asked_to_stop.append(True))
         for thread in threads:
             thread.start()
-        try:
-            for thread in threads:
-                while thread.is_alive():
-                    thread.join(1)
-        finally:
+        while any(thread.is_alive() for thread in threads) and not (asked_to_stop or problems):
+            time.sleep(0.2)
+        if asked_to_stop or problems:
             for copy in trees:
                 copy.stop()
-            for thread in threads:
-                thread.join()
+        for thread in threads:
+            thread.join()
     if problems:
         raise problems[0]
+    if asked_to_stop:
+        sys.exit("mutate: stopped")
     return counts
 
 
@@ -338,13 +343,7 @@ def main():
         parser.error("no mutation matches")
     if options.list:
         return list_all(mutations)
-    # As on Ctrl-C: the copies are put away.
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit("mutate: stopped"))
-    signal.signal(signal.SIGHUP, lambda *_: sys.exit("mutate: stopped"))
-    try:
-        counts = run(mutations, needs, options.jobs, options.copy and options.copy.resolve())
-    except KeyboardInterrupt:
-        sys.exit("mutate: stopped")
+    counts = run(mutations, needs, options.jobs, options.copy and options.copy.resolve())
     print(", ".join(f"{count} {verdict}" for verdict, count in counts.items()))
     return 0 if counts["killed"] == len(mutations) else 1
 

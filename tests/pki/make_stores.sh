@@ -280,6 +280,7 @@ list root_6_revokes root "$bad" "$(number 6)"
 list root_6_revokes_over root "$bad" "$(number 6)" "" "$just_over"
 list root_7 root "" "$(number 7)"
 list root_7_revokes root "$bad" "$(number 7)"
+list root_7_over root "" "$(number 7)" "" "$just_over"
 list root_300_revokes root "$bad" '2.5.29.20=DER:0202012c'
 list root_removes root "$bad,removeFromCRL" ""
 list root_later_revokes root "$bad" "" "$later"

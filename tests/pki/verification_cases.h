@@ -204,6 +204,7 @@ const Case cases[] = {
     {"DeltaWithoutNumberAlone",     "root", "root_delta_unnumbered", "", "", "by_root",  listUnknown, listUnknown},
     {"DeltaOfAnotherScope",         "root", "root_5_over root_users_delta_6", "", "", "by_root", listUnknown, listUnknown},
     {"DeltaRenewsItsBase",          "root", "root_5_over root_delta_6", "", "", "by_root", good, good},
+    {"DeltaOlderThanItsBase",       "root", "root_7_over root_delta_6", "", "", "by_root", listUnknown, listUnknown},
     {"DeltaContinuesTheNewestBase", "root", "root_5_later root_5_revokes root_delta_6", "", "", "by_root_revoked", good, good},
     {"DeltaOfAWeakBase",            "root", "root_5_weak root_delta_6", "", "", "by_root", listUnknown, listUnknown},
     {"DeltaIsNoBase",               "root", "root_delta_6 root_delta_of_a_delta", "", "", "by_root", listUnknown, listUnknown},
