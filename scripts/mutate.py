@@ -179,8 +179,7 @@ class Copy:
         self.demand(f"cmake --build {self.build_folder} --target {' '.join(programs)}")
         self.scratch.mkdir(exist_ok=True)
         for program in programs:
-            if not self.made(program).exists():
-                self.demand(" ".join(self.needs[program]["make"]).replace("{made}", str(self.made(program))))
+            self.make_files(program)
         patience = 300  # s; other work on the machine is no test that fails
         for suite in suites:
             start = time.monotonic()
@@ -188,6 +187,13 @@ class Copy:
             if failure:
                 sys.exit(f"mutate: {suite} fails as it is: {failure}")
             self.limits[suite] = patience + 10 * (time.monotonic() - start)
+
+    def make_files(self, program):
+        made = self.made(program)
+        if not made.exists():
+            unfinished = made.with_suffix(".unfinished")
+            self.demand(" ".join(self.needs[program]["make"]).replace("{made}", str(unfinished)))
+            unfinished.rename(made)
 
     def made(self, program):
         """Where the program's files are. Another script makes others."""
@@ -302,11 +308,10 @@ def run(mutations, needs, jobs, folder):
             thread.start()
         while any(thread.is_alive() for thread in threads) and not (asked_to_stop or problems):
             time.sleep(0.2)
-        if asked_to_stop or problems:
+        while any(thread.is_alive() for thread in threads):
             for copy in trees:
                 copy.stop()
-        for thread in threads:
-            thread.join()
+            time.sleep(0.2)
     if problems:
         raise problems[0]
     if asked_to_stop:
