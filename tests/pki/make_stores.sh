@@ -71,6 +71,7 @@ EOF
   printf '[no_usage]\nsubjectAltName=URI:%s\n' "$uri"
   printf '[proxy]\nkeyUsage=%s\nproxyCertInfo=critical,language:id-ppl-anyLanguage\n' "$complete_usage"
   printf '[partial_usage]\nkeyUsage=digitalSignature\nsubjectAltName=URI:%s\n' "$uri"
+  printf '[repudiable]\nkeyUsage=digitalSignature,keyEncipherment,dataEncipherment\nsubjectAltName=URI:%s\n' "$uri"
   printf '[ca_app]\nbasicConstraints=critical,CA:TRUE\nkeyUsage=%s,keyCertSign\nsubjectAltName=URI:%s\n' \
     "$complete_usage" "$uri"
   issuing authority critical,CA:TRUE critical,keyCertSign,cRLSign
@@ -152,7 +153,7 @@ issue middle_below_last middle_last stranger authority
 issue middle_no_ca_bit root intermediate no_ca_bit
 issue middle_no_sign_usage root intermediate no_sign_usage
 
-for extensions in address_blocks harmless_address_blocks system_numbers any_extended_usage proxy address_of_three_bytes uri_in_utf8 uri_in_latin1 of_60_kilobytes; do
+for extensions in address_blocks harmless_address_blocks system_numbers any_extended_usage proxy repudiable address_of_three_bytes uri_in_utf8 uri_in_latin1 of_60_kilobytes; do
   issue "self_$extensions" self server "$extensions"
 done
 issue middle_no_list_usage root intermediate no_list_usage
@@ -190,6 +191,7 @@ cn=middle_last issue middle_last_new_key middle_last stranger authority
 issue by_middle_last_new_key middle_last_new_key server app
 cn=middle_bounded issue middle_bounded_new_key middle_bounded stranger elsewhere_authority
 issue by_middle_bounded_new_key middle_bounded_new_key server app
+cn=elsewhere.example issue by_middle_bounded_host_name middle_bounded server app
 issue by_middle_no_usage middle_no_usage server app
 issue by_root_edwards root edwards app
 issue middle_edwards root edwards authority

@@ -74,6 +74,7 @@ const Case cases[] = {
     // ---- usage
     {"NoKeyUsage",                  "self_no_usage",   "", "", "", "self_no_usage",   use,         use},
     {"IncompleteKeyUsage",          "self_partial_usage", "", "", "", "self_partial_usage", use,   use},
+    {"OneKeyUsageMissing",          "self_repudiable", "", "", "", "self_repudiable", use,         use},
     {"NotForServers",               "self_client_only", "", "", "", "self_client_only", use,       use},
     {"ForAnyExtendedUsage",         "self_any_extended_usage", "", "", "", "self_any_extended_usage", good, good},
     {"ProxysCertificate",           "self_proxy",      "", "", "", "self_proxy",      invalid,     invalid},
@@ -310,6 +311,7 @@ const Case cases[] = {
     {"NameWithinBounds",            "root", "root middle_bounded", "middle_bounded", "", "by_middle_bounded", good, good},
     {"NameOutOfBounds",             "root", "root middle_bounded", "middle_bounded", "", "by_middle_bounded_elsewhere", invalid, invalid},
     {"CommonNameOutOfBounds",       "root", "root middle_bounded", "middle_bounded", "", "by_middle_bounded_common_name", invalid, invalid},
+    {"CommonNameBesideAHostName",   "root", "root middle_bounded", "middle_bounded", "", "by_middle_bounded_host_name", good, good},
     {"NewKeyIsNoFurtherAuthority",  "root", "root middle_last middle_last_new_key", "middle_last middle_last_new_key", "", "by_middle_last_new_key", good, good},
     {"NewKeyIsNotBoundToItsOwnNames", "root", "root middle_bounded middle_bounded_new_key", "middle_bounded middle_bounded_new_key", "", "by_middle_bounded_new_key", good, good},
     {"UncriticalAddressBlocks",     "self_harmless_address_blocks", "", "", "", "self_harmless_address_blocks", good, good},
