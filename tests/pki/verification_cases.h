@@ -74,7 +74,10 @@ const Case cases[] = {
     // ---- usage
     {"NoKeyUsage",                  "self_no_usage",   "", "", "", "self_no_usage",   use,         use},
     {"IncompleteKeyUsage",          "self_partial_usage", "", "", "", "self_partial_usage", use,   use},
+    {"OneKeyUsageMissing",          "self_repudiable", "", "", "", "self_repudiable", use,         use},
     {"NotForServers",               "self_client_only", "", "", "", "self_client_only", use,       use},
+    {"ForAnyExtendedUsage",         "self_any_extended_usage", "", "", "", "self_any_extended_usage", good, good},
+    {"ProxysCertificate",           "self_proxy",      "", "", "", "self_proxy",      invalid,     invalid},
     {"AuthorityBitOnTheLeaf",       "self_ca_app",     "", "", "", "self_ca_app",     use,         use},
     // ---- issued by an authority
     {"IssuedByTrustedAuthority",    "root",            "root", "", "",  "by_root",       good,       good},
@@ -120,6 +123,7 @@ const Case cases[] = {
     {"IssuerWithoutAuthorityBit",   "root", "root middle_no_ca_bit", "middle_no_ca_bit", "", "by_middle_no_ca_bit", issuerUse, issuerUse},
     {"TrustedIssuerWithoutAuthorityBit", "middle_no_ca_bit", "root middle_no_ca_bit", "root", "", "by_middle_no_ca_bit", issuerUse, issuerUse},
     {"IssuerMayNotSign",            "root", "root middle_no_sign_usage", "middle_no_sign_usage", "", "by_middle_no_sign_usage", issuerUse, issuerUse},
+    {"IssuerWithoutKeyUsage",       "root", "root middle_no_usage", "middle_no_usage", "", "by_middle_no_usage", good, good},
     {"TooManyAuthorities",          "root", "root middle_last middle_below_last", "middle_last middle_below_last", "", "by_middle_below_last", issuerUse, issuerUse},
     // ---- security policies
     {"Sha1Basic256Sha256",          "self_sha1",  "", "", "", "self_sha1",  policyFailed, policyFailed, basic256Sha256},
@@ -201,6 +205,7 @@ const Case cases[] = {
     {"DeltaWithoutNumberAlone",     "root", "root_delta_unnumbered", "", "", "by_root",  listUnknown, listUnknown},
     {"DeltaOfAnotherScope",         "root", "root_5_over root_users_delta_6", "", "", "by_root", listUnknown, listUnknown},
     {"DeltaRenewsItsBase",          "root", "root_5_over root_delta_6", "", "", "by_root", good, good},
+    {"DeltaOlderThanItsBase",       "root", "root_7_over root_delta_6", "", "", "by_root", listUnknown, listUnknown},
     {"DeltaContinuesTheNewestBase", "root", "root_5_later root_5_revokes root_delta_6", "", "", "by_root_revoked", good, good},
     {"DeltaOfAWeakBase",            "root", "root_5_weak root_delta_6", "", "", "by_root", listUnknown, listUnknown},
     {"DeltaIsNoBase",               "root", "root_delta_6 root_delta_of_a_delta", "", "", "by_root", listUnknown, listUnknown},
@@ -228,6 +233,7 @@ const Case cases[] = {
     {"ListOfAPointForNoPoint",      "root", "root_point", "", "", "by_root",             listUnknown, listUnknown},
     {"ListOfItsRelativePoint",      "root", "root_relative_point", "", "", "by_root_at_relative_point", good, good},
     {"ListOfAnotherThanItsRelativePoint", "root", "root_point", "", "", "by_root_at_relative_point", listUnknown, listUnknown},
+    {"ListOfAnotherRelativePoint",  "root", "root_other_relative_point", "", "", "by_root_at_relative_point", listUnknown, listUnknown},
     {"ListOfAPointForSomeReasons",  "root", "root_point", "", "", "by_root_at_partial_point", listUnknown, listUnknown},
     {"ListOfAPointOfAnotherLister", "root", "root_point", "", "", "by_root_at_others_point", listUnknown, listUnknown},
     {"WholeListForAPoint",          "root", "root", "", "", "by_root_at_point",          good, good},
@@ -252,6 +258,7 @@ const Case cases[] = {
     {"TwoListsInOneFile",           "root", "both", "middle", "", "by_middle",           good, good},
     // ---- lists that do not count
     {"ListUnknownCritical",         "root", "root_critical", "", "", "by_root",          listUnknown, listUnknown},
+    {"ListUnknownUncritical",       "root", "root_unknown_extension", "", "", "by_root", good, good},
     {"ListUnknownCriticalRevokes",  "root", "root root_critical_revokes", "", "", "by_root_revoked", revoked, revoked},
     {"WholeListTakesNothingBack",   "root", "root_removes", "", "", "by_root_revoked",   revoked, revoked},
     {"ListMalformedNumber",         "root", "root_malformed_number", "", "", "by_root",  listUnknown, listUnknown},
@@ -281,6 +288,8 @@ const Case cases[] = {
     {"LaterListOfAnUnknownNamesake", "root", "root impostor_later", "", "", "by_root",   listUnknown, listUnknown},
     {"LaterListOfAnUnknownNamesakeNamesItsKey", "root", "root impostor_later_named", "", "", "by_root", good, good},
     {"LaterListOfAKnownNamesake",   "root", "root impostor_later", "impostor", "", "by_root", good, good},
+    {"LaterListOfAnUnknownNamesakeWithAnotherAuthoritysKey", "root", "root impostor_later", "other_root", "", "by_root", listUnknown, listUnknown},
+    {"LaterListOfAnotherAuthority", "root", "root middle_later", "", "", "by_root",      good, good},
     // ---- lists of the one who has signed itself
     {"StrayListOfItsName",          "self_good", "stray", "", "", "self_good",           good, good},
     {"StrayListOfItsOwn",           "self_good", "stray_own", "", "", "self_good",       good, good},
@@ -308,7 +317,11 @@ const Case cases[] = {
     {"NameWithinBounds",            "root", "root middle_bounded", "middle_bounded", "", "by_middle_bounded", good, good},
     {"NameOutOfBounds",             "root", "root middle_bounded", "middle_bounded", "", "by_middle_bounded_elsewhere", invalid, invalid},
     {"CommonNameOutOfBounds",       "root", "root middle_bounded", "middle_bounded", "", "by_middle_bounded_common_name", invalid, invalid},
+    {"CommonNameBesideAHostName",   "root", "root middle_bounded", "middle_bounded", "", "by_middle_bounded_host_name", good, good},
     {"NewKeyIsNoFurtherAuthority",  "root", "root middle_last middle_last_new_key", "middle_last middle_last_new_key", "", "by_middle_last_new_key", good, good},
+    {"NewKeyIsNotBoundToItsOwnNames", "root", "root middle_bounded middle_bounded_new_key", "middle_bounded middle_bounded_new_key", "", "by_middle_bounded_new_key", good, good},
+    {"UncriticalAddressBlocks",     "self_harmless_address_blocks", "", "", "", "self_harmless_address_blocks", good, good},
+    {"CriticalSystemNumbers",       "self_system_numbers", "", "", "", "self_system_numbers", invalid, invalid},
     {"CriticalAddressBlocks",       "self_address_blocks", "", "", "", "self_address_blocks", invalid, invalid},
     // ---- alternative names
     {"AddressOfThreeBytes",         "self_address_of_three_bytes", "", "", "", "self_address_of_three_bytes", good, good},
