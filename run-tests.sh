@@ -10,7 +10,10 @@
 #                                 dev     all suites plain
 #   ./run-tests.sh dev layers   some of them
 #   ./run-tests.sh lint         clang: warnings are errors, clang-tidy
+#   ./run-tests.sh window       the window panel and its tests, on a screen that nobody sees
 #   ./run-tests.sh fuzz         clang: libFuzzer tries inputs on what reads texts and bytes, always the same ones
+#   ./run-tests.sh package      Debian packages and the site, made in a bare Debian 12 and 13 of what is committed; the
+#                               packages used in another one; needs root
 #
 # Nothing is skipped: a missing tool, a skipped or disabled test and a test that is no longer there are failures. Only
 # where the archive lacks the pinned version of clang's tools, their stages say so and leave it to a machine that has it.
@@ -48,10 +51,24 @@ stage_lint() {
     echo "lint: no clang-tidy-19 here, and another version judges otherwise: this machine can't, Debian 12 and 13 can"
     return
   fi
+  scripts/install-deps.sh window
   cmake --preset lint >/dev/null
   scripts/lint.py build/lint "$jobs"
 }
+stage_window() {
+  scripts/install-deps.sh window
+  run_suites window window_suites
+  scripts/check-headers.py build/window "$jobs" examples/window_panel tests/window
+}
 stage_fuzz() { run_suites fuzz fuzz_targets; }
+stage_package() {
+  local release
+  cmake --preset dev >/dev/null
+  cmake --build --preset dev -j "$jobs" --target plant_server
+  for release in 12 13; do
+    tests/packages/run.sh "$release"
+  done
+}
 stage_asan() { run_suites asan; }
 stage_tsan() { run_suites tsan threads_suites; }
 stage_dev() { run_suites dev; }

@@ -1,8 +1,8 @@
-#include "idle_clients.h"
-#include "operation.h"
-#include "operations.h"
-#include "setting.h"
-#include "table.h"
+#include "changes/idle_clients.h"
+#include "measuring/setting.h"
+#include "measuring/table.h"
+#include "operations/operation.h"
+#include "operations/operations.h"
 
 #include <malloc.h>
 

@@ -166,6 +166,11 @@ public:
     /// Opens the trace file "OpcUaClient.log" in the directory of the running executable and sets its
     /// verbosity.
     ///
+    /// Where the environment variable OPCUACLIENT_DIRECTORY names an absolute directory, that one stands for
+    /// the executable's directory: here, and for the configuration file and all that it names (see
+    /// OpcUaConnect()). Anything else, and the variable of a set-uid or set-gid program, is ignored. It is
+    /// read by this call and by each connect: a program that sets it itself does so before its first client.
+    ///
     /// One trace serves the whole process: a later call, on any client, replaces the level. Entries are
     /// lines with UTC time; after 50000 a file becomes "OpcUaClient.log.1", up to ".10". Passwords and
     /// keys are never written. Without this call nothing is traced.
@@ -188,7 +193,8 @@ public:
     ///   and `endpointCount` says how many there are, not where. With endpoint 0 left out and 1 and 2
     ///   kept, the count is 2 and entry 0 is as the caller left it; in a zeroed record a kept entry has
     ///   an `endpointUrl` that is not empty.
-    /// - A URL that did not answer keeps its old `endpointCount`; the others are asked all the same.
+    /// - A URL that did not answer keeps its old `endpointCount`; the others are asked all the same, but
+    ///   none when 50 s have passed: it is then as if they had not answered.
     /// - Texts of 100 bytes or more fill their field without a terminating zero.
     /// - An unknown policy, among them one with a URI of more than 128 bytes, counts as 0.
     ///
@@ -196,14 +202,14 @@ public:
     /// @return 0 when at least one URL answered; 18 when `discoveryUrl` didn't (`result` is untouched);
     ///         19 when it knows no server, or none of their URLs answered. No message is left.
     ///
-    /// Every request takes 10 s at most where nothing answers, so the call may last for minutes.
+    /// Every request takes 10 s at most where nothing answers, and the call a minute at most.
     int OpcUaDiscover(char* discoveryUrl, _OpcUa_ServerConfigMsg& result);
 
     /// Connects, after disconnecting what was connected.
     ///
-    /// Reads "OpcUaClientConfig.ini" in the directory of the running executable each time; without it the
-    /// defaults hold. A lost connection is reported by OpcUaGetConnectStatus() and never taken up again
-    /// by itself: connect again.
+    /// Reads "OpcUaClientConfig.ini" in the directory of the running executable, or in the one that
+    /// OPCUACLIENT_DIRECTORY names (see OpcUaInit()), each time; without it the defaults hold. A lost
+    /// connection is reported by OpcUaGetConnectStatus() and never taken up again by itself: connect again.
     ///
     /// With `securityPolicy`, `securityMode` or `userIdentity` not 0 the connection is a secured one, and
     /// this comes first, in this order:
@@ -234,7 +240,7 @@ public:
     ///     UserCertificate                    [ConfigPath]/pkiuser/own/certs/user.der
     ///     UserPrivateKey                     [ConfigPath]/pkiuser/own/private/user.pem
     ///
-    /// "[ConfigPath]" and "[ApplicationPath]" both stand for the executable's directory. The first of each
+    /// "[ConfigPath]" and "[ApplicationPath]" both stand for that directory. The first of each
     /// is replaced, what stands before it is dropped, and the result is cut at 511 bytes. A directory ends
     /// with a slash. Directories are made as they are needed. Certificates are DER files; what lies in the
     /// trust list, among the issuers and the revocation lists may be PEM, too. Keys are PEM without a
@@ -285,7 +291,8 @@ public:
     /// "读数据类型失败" although the browse succeeds.
     ///
     /// A node has at most 250000 children: a page of the answer that exceeds them ends the browse, as the
-    /// tenth empty page in a row does. The trace tells so.
+    /// tenth empty page in a row does. The trace tells so. Each child is a record of about 1.4 kB: a server
+    /// can make 366 MB of records out of a page of 4.5 MB.
     ///
     /// @return 0. 3 without a session: the tree is freed. 4 when the server refused, didn't answer or found
     ///         no end, and when the connection is lost: children read until then stay. 6: see above.
@@ -418,10 +425,11 @@ public:
     ///          or a server at a stand-still. Session, subscription and items are kept. Until its next sign
     ///          of life, which makes this 1 again, operations answer 3 at once; a call that was under way
     ///          goes on to its own time-out of 10 s
-    ///     3    the connection was closed or lost
+    ///     3    the connection was closed or lost, or given up because a request could not be sent whole
+    ///          within its time-out
     ///     4    the server announced its shutdown
-    ///     5    connected, but the server ended the subscription, or is silent on it for 10 s more than it
-    ///          may be; back to 1 with the next value, or with another subscription
+    ///     5    connected, but the server ended the subscription, or is silent on it for 7 to 12 s more than
+    ///          it may be; back to 1 with the next value, or with another subscription
     ///
     /// Reads 1 when OpcUaConnect() has succeeded and 0 after OpcUaDisConnect(). With 3 the session is gone:
     /// connect again. With 2 wait, or connect again to give the session up: neither that nor disconnecting
@@ -482,7 +490,8 @@ public:
     /// than 20 nodes a call (Server.ServerCapabilities.OperationLimits) refuses each longer request; the
     /// trace tells so: hand over no more nodes a call than it takes.
     ///
-    /// Several requests are on their way at a time. Values are stored in the order of the nodes.
+    /// Several requests are on their way at a time, each with its own time-out; fewer when the server is slow
+    /// or refuses some. Values are stored in the order of the nodes.
     ///
     /// `nodes` and what it points to stay the caller's; every `node` and `value` must be valid. Two requests
     /// for one record leave the later outcome in its `result`.

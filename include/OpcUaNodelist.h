@@ -40,6 +40,7 @@ public:
     ///
     /// @param key a zero-terminated text, or a record whose `nodeId` is the key; not null
     void findNode(OpcUaNode* key, OpcUaNode* start, OpcUaNode** found);
+    /// @overload
     void findNode(const char* key, OpcUaNode* start, OpcUaNode** found);
 
     /// Frees the record in `*slot`, everything below it, and its later siblings with everything below

@@ -120,7 +120,7 @@ enum _OpcUaClientTraceLevel : int {
 
 /// One endpoint of a server (OPC UA Part 4, 7.14).
 struct _OpcUa_EndpointMsg {
-    char endpointUrl[100];
+    char endpointUrl[100]; ///< as the server announces it
     /// Numbered as in _OpcUaClientConfig; 0 also for a policy without a number.
     int securityPolicy;
     /// Numbered as in _OpcUaClientConfig.
@@ -129,7 +129,7 @@ struct _OpcUa_EndpointMsg {
 
 /// One discovery URL of a server with what it answered.
 struct _OpcUa_DiscoveryUrlMsg {
-    char discoveryUrl[100];
+    char discoveryUrl[100]; ///< as the server announces it
     /// At the index that the server gave them. An endpoint that the URL's scheme can't reach leaves its
     /// entry untouched, so the valid entries need not be the first ones.
     _OpcUa_EndpointMsg endpoints[20];
@@ -139,9 +139,10 @@ struct _OpcUa_DiscoveryUrlMsg {
 
 /// One server (OPC UA Part 4, 7.2).
 struct _OpcUa_ServerMsg {
-    char applicationUri[100];
+    char applicationUri[100]; ///< who the server is, whatever it is called
     /// Without its locale.
     char applicationName[100];
+    /// Where it can be asked for its endpoints, and what came of that.
     _OpcUa_DiscoveryUrlMsg discoveryUrls[15];
     /// Number of valid entries of `discoveryUrls`.
     unsigned int discoveryUrlCount;
@@ -150,7 +151,7 @@ struct _OpcUa_ServerMsg {
 /// Result of OpcUaDiscover. Texts are UTF-8; one of 100 bytes or more fills its field without a
 /// terminating zero.
 struct _OpcUa_ServerConfigMsg {
-    _OpcUa_ServerMsg servers[10];
+    _OpcUa_ServerMsg servers[10]; ///< in the order of the answer
     /// Number of valid entries of `servers`.
     unsigned int serverCount;
 };
@@ -158,18 +159,18 @@ struct _OpcUa_ServerConfigMsg {
 /// A server's certificate, for the application's trust decision. All texts are UTF-8, and empty where the
 /// certificate says nothing.
 struct _OpcUaCertificateMsg {
-    std::string commonName; ///< this and the next six name the certificate's issuer
-    std::string organization;
-    std::string organizationUnit;
-    std::string locality;
-    std::string state;
-    std::string country;
-    std::string domainComponent;
-    std::string validFrom; ///< UTC, "2026-03-01T12:30:00.000Z"
-    std::string validTo;
-    std::string applicationUri;
-    std::string serialNumber; ///< hexadecimal
-    std::string thumbprint;   ///< hexadecimal; SHA-1 of the whole certificate
+    std::string commonName;       ///< this and the next six name the certificate's issuer
+    std::string organization;     ///< the issuer's, O
+    std::string organizationUnit; ///< the issuer's, OU
+    std::string locality;         ///< the issuer's, L
+    std::string state;            ///< the issuer's, ST
+    std::string country;          ///< the issuer's, C
+    std::string domainComponent;  ///< the issuer's, DC
+    std::string validFrom;        ///< UTC, "2026-03-01T12:30:00.000Z"
+    std::string validTo;          ///< UTC, likewise
+    std::string applicationUri;   ///< the application that the certificate was made for
+    std::string serialNumber;     ///< hexadecimal
+    std::string thumbprint;       ///< hexadecimal; SHA-1 of the whole certificate
 };
 
 /// One node to read; buffer and size as for OpcUaGetValue.
@@ -189,9 +190,9 @@ struct OpcUa_WriteNode {
 /// Book-keeping of one monitored item.
 struct _monitItemMsg {
     unsigned long monitoredItemId; ///< the server's identifier
-    unsigned long clientHandle;
-    OpcUaNode* node; ///< the library's copy of the application's record
-    _ArrayType arrayIndex;
+    unsigned long clientHandle;    ///< this client's identifier
+    OpcUaNode* node;               ///< the library's copy of the application's record
+    _ArrayType arrayIndex; ///< the element that the application selected; `kind` 0 for the whole value
 };
 
 /// One data change.
@@ -207,11 +208,11 @@ struct _monitItemMsg {
 /// value. For a type that this interface does not convert (DateTime, structures, ...) only `nodeId` and
 /// `arrayIndex` have.
 struct _OpcUaDataChangeMsg {
-    char nodeId[256]; ///< of the record that was added; may fill the field
-    _OpcUaDataType dataType;
-    char value[256];
-    int valueSize;
-    _ArrayType arrayIndex; ///< the element that the application selected; `kind` 0 for the whole value
+    char nodeId[256];        ///< of the record that was added; may fill the field
+    _OpcUaDataType dataType; ///< what `value` holds
+    char value[256];         ///< see above
+    int valueSize;           ///< see above
+    _ArrayType arrayIndex;   ///< the element that the application selected; `kind` 0 for the whole value
 };
 
 #endif

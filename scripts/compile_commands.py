@@ -5,6 +5,8 @@ import pathlib
 import shlex
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
+# These are not part of every build.
+OPTIONAL = ("examples/window_panel", "tests/window")
 FOLDERS = ("include", "src", "sdk", "tools", "demo", "examples", "tests", "bench")
 
 
@@ -33,11 +35,13 @@ def sources(build):
 def headers(build):
     """Every header, compiled as the nearest source is, but finding what any source finds."""
     compiled = [source for source in sources(build) if source.path.suffix == ".cpp"]
+    absent = [ROOT / folder for folder in OPTIONAL
+              if not any(source.path.is_relative_to(ROOT / folder) for source in compiled)]
     folders = sorted({flag for source in compiled for flag in source.flags if flag.startswith("-I")})
     found = []
     for folder in FOLDERS:
         for header in sorted((ROOT / folder).rglob("*.h")):
-            if "node_modules" in header.parts:
+            if "node_modules" in header.parts or any(header.is_relative_to(folder) for folder in absent):
                 continue
             nearest = max(compiled, key=lambda source: (len(os.path.commonpath([source.path, header])),
                                                         f"-I{header.parent}" in source.flags))

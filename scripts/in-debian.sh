@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Runs a command in a bare Debian of its own, on a clean clone of what is committed here, as on a new machine.
 #
-#   scripts/in-debian.sh 12|13 COMMAND...
+#   scripts/in-debian.sh [--share FOLDER] 12|13 COMMAND...
 #
+# The folder, if one is given, is there as /root/shared: what goes in and what comes out. The network is this machine's.
 # Ends as the command does, and fails, too, when a package that the bare system has is changed or gone. Nothing is left
 # but a cache in ~/.cache/opcuaclient-in-debian: bare systems, packages, compilations. Needs root.
 set -euo pipefail
@@ -14,6 +15,11 @@ die() {
   exit 1
 }
 
+shared=
+if [ "${1:-}" = --share ]; then
+  shared=$(realpath -e "${2:?in-debian: say which folder to share}")
+  shift 2
+fi
 [ $# -ge 2 ] || die "say 12 or 13, and what to run there"
 case $1 in
 12) suite=bookworm ;;
@@ -75,8 +81,8 @@ carry_over_network() {
 
 # Runs as the first process of a world of its own: mounts and processes end with it.
 live() {
-  local system=$1 cache=$2 release=$3 device
-  shift 3
+  local system=$1 cache=$2 release=$3 shared=$4 device
+  shift 4
   hostname "debian$release"
   mount -t proc proc "$system/proc"
   mount -t sysfs -o ro sysfs "$system/sys"
@@ -95,6 +101,10 @@ live() {
   done
   mkdir -p "$system/root/.cache"
   mount --bind "$cache/home" "$system/root/.cache"
+  if [ -n "$shared" ]; then
+    mkdir "$system/root/shared"
+    mount --bind "$shared" "$system/root/shared"
+  fi
   chroot "$system" sh -c 'cd /root/opcuaclient && exec "$@"' sh "$@"
 }
 
@@ -121,7 +131,7 @@ if command -v npm >/dev/null; then
 fi
 echo "in-debian: $* in a bare Debian $(cat "$system/etc/debian_version")"
 setpriv --pdeathsig KILL unshare --mount --pid --uts --ipc --fork --kill-child env -i "${environment[@]}" bash -euc "$(declare -f live); live \"\$@\"" \
-  live "$system" "$cache" "$release" "$@" <&0 &
+  live "$system" "$cache" "$release" "$shared" "$@" <&0 &
 inside=$!
 code=0
 wait "$inside" || code=$?

@@ -5,6 +5,10 @@
 #   scripts/install-deps.sh            everything: build, tests, linters, benchmarks
 #   scripts/install-deps.sh build      enough to build the libraries, the tools and the demo
 #   scripts/install-deps.sh runtime    enough to run them: what a target needs
+#   scripts/install-deps.sh package    enough to make packages: what scripts/package.sh needs
+#   scripts/install-deps.sh site       what scripts/site.sh needs
+#   scripts/install-deps.sh window     enough to build the window panel and to run it, also where there is no screen
+#   scripts/install-deps.sh pictures   what scripts/pictures.sh needs besides these
 #   scripts/install-deps.sh chroot     what scripts/in-debian.sh needs
 #
 # Needs root or sudo, and only when something is missing.
@@ -20,7 +24,12 @@ build_packages=(
 test_packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   openssl python3 iproute2 procps
+  abigail-tools mandoc
 )
+package_packages=(build-essential debhelper lintian)
+site_packages=(doxygen python3)
+# Qt, a virtual screen, and a font that every machine's pictures have in common.
+window_packages=(qt6-base-dev xvfb fonts-roboto-unhinted)
 # Pinned to the one version that Debian 12 and 13 both have, because verdicts change with it.
 lint_packages=(clang-19 clang-format-19 clang-tidy-19 libclang-rt-19-dev)
 engine_suite=trixie
@@ -44,8 +53,9 @@ as_root() {
   if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
 }
 run_apt_get() {
+  # A package brings none of its source's other packages up to date with it.
   as_root env DEBIAN_FRONTEND=noninteractive apt-get -y -q -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 \
-    -o Acquire::Retries=3 -o Acquire::Languages=none "$@" </dev/null
+    -o Acquire::Retries=3 -o Acquire::Languages=none -o APT::Get::Upgrade-By-Source-Package=false "$@" </dev/null
 }
 # Says nothing unless it fails: what matters is named before it runs.
 apt_get() {
@@ -89,13 +99,17 @@ choose_packages() {
     esac
     ;;
   build) wanted=("${build_packages[@]}") ;;
+  package) wanted=("${build_packages[@]}" "${package_packages[@]}") ;;
   runtime) mapfile -t wanted < <(runtime_packages) ;;
+  site) wanted=("${site_packages[@]}") ;;
+  window) wanted=("${build_packages[@]}" "${window_packages[@]}") ;;
+  pictures) wanted=(graphviz python3) ;;
   chroot) wanted=(debootstrap) ;;
-  *) die "unknown group '$group'; say 'build', 'runtime', 'chroot', or nothing for everything" ;;
+  *) die "unknown group '$group'; say 'build', 'runtime', 'package', 'site', 'window', 'pictures', 'chroot', or nothing for everything" ;;
   esac
   case $group in
   # The CMake package of the engine is incomplete without its tools package.
-  all | build) engine_wanted=(libopen62541-1.4 libopen62541-1.4-dev libopen62541-1.4-tools) ;;
+  all | build | package | window) engine_wanted=(libopen62541-1.4 libopen62541-1.4-dev libopen62541-1.4-tools) ;;
   runtime) engine_wanted=(libopen62541-1.4) ;;
   esac
   mapfile -t missing < <(without installed "${wanted[@]}")

@@ -1,6 +1,6 @@
 #include "soak/figures.h"
 
-#include "process_figures.h"
+#include "measuring/process_figures.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,6 +1,6 @@
 #include "soak/workers.h"
 
-#include "tags.h"
+#include "surroundings/tags.h"
 
 #include <chrono>
 #include <cstring>

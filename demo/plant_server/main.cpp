@@ -1,5 +1,5 @@
 #include "options.h"
-#include "server.h"
+#include "server/server.h"
 
 #include <csignal>
 #include <cstdio>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "clients.h"
-#include "security.h"
-#include "tags.h"
+#include "plant/tags.h"
+#include "server/clients.h"
+#include "server/security.h"
 
 #include <optional>
 #include <string>

@@ -9,14 +9,12 @@
 #include <vector>
 
 #include "OpcUaClientInterface.h"
+#include "OpcUaHelpers.h"
 
 namespace {
 
 OpcUaNode nodeOf(const std::string& name, _OpcUaDataType type) {
-    OpcUaNode node{};
-    std::snprintf(node.nodeId, sizeof node.nodeId, "ns=3;s=TestRack.%s", name.c_str());
-    node.dataType = type;
-    return node;
+    return OpcUaMakeNode("ns=3;s=TestRack." + name, type);
 }
 
 void show(const char* what, int code, const void* bytes, int count, int size) {

@@ -18,6 +18,7 @@ add_sdk_library(uabasecpp FOLDER base
     text_buffer.cpp
     trace.cpp
     trace_file.cpp
+    trace_text.cpp
     unicode.cpp
     variant.cpp
     variant_arrays.cpp

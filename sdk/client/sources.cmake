@@ -3,8 +3,12 @@ add_sdk_library(uaclientcpp FOLDER client
     calls/call.cpp
     calls/call_series.cpp
     calls/network_thread.cpp
+    calls/pending_requests.cpp
     calls/pipe.cpp
+    calls/pipe_reading.cpp
+    calls/pipe_sending.cpp
     calls/reading_turn.cpp
+    calls/requests_ahead.cpp
     calls/service_call.cpp
     calls/window.cpp
     channel/channel_receiving.cpp
@@ -21,6 +25,8 @@ add_sdk_library(uaclientcpp FOLDER client
     encoding/answer_decoding.cpp
     encoding/empty_matrices.cpp
     encoding/encoding_walk.cpp
+    encoding/encoding_walk_nested.cpp
+    encoding/known_encodings.cpp
     encoding/type_id.cpp
     session/callbacks.cpp
     session/calls_ahead.cpp
@@ -31,16 +37,22 @@ add_sdk_library(uaclientcpp FOLDER client
     session/session_opening.cpp
     session/session_security.cpp
     session/session_security_answer.cpp
+    session/session_security_texts.cpp
     session/session_services.cpp
     session/user_token.cpp
     session/watchdog.cpp
     socket/endpoint_url.cpp
     socket/name_resolution.cpp
     socket/tcp_socket.cpp
+    subscription/acknowledgements.cpp
     subscription/callback_thread.cpp
+    subscription/missing_messages.cpp
     subscription/notification_order.cpp
     subscription/notification_queue.cpp
+    subscription/publish_pace.cpp
+    subscription/published_subscription.cpp
     subscription/publisher.cpp
+    subscription/publisher_sending.cpp
     subscription/subscription.cpp
   PUBLIC uabasecpp uapkicpp
   PRIVATE Threads::Threads)

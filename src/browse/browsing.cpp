@@ -206,6 +206,7 @@ bool COpcUaClient::browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcU
             return false;
         }
         if (!readTypes(*session, references, link)) {
+            abandonRest(*session, settings, continuationPoint);
             return false;
         }
         if (!morePages) {

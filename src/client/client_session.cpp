@@ -29,7 +29,7 @@ unsigned int ClientSession::requestsAhead(const std::string& url) const {
         return SessionConnectInfo::defaultRequestsAhead;
     }
     UaTrace::write(UaTrace::Warnings, "connect",
-                   "%s gets one request at a time: a connection broke with several on their way",
+                   "%s gets one request at a time: something was lost with several on their way",
                    url.c_str());
     return 1;
 }

@@ -9,13 +9,16 @@
 COpcUaClient::COpcUaClient() : m_callback(std::make_shared<CCallback>()) {}
 
 COpcUaClient::~COpcUaClient() {
-    // What follows doesn't wait for a silent server: with the session all goes.
+    // What follows doesn't wait for a silent server, once at the most: with the session all goes.
     constexpr OpcUa_Int32 shortly = 300;
+    constexpr OpcUa_Int32 hardly = 1;
     m_removalSettings.callTimeout = shortly;
     m_callback->deliveries.close();
     // A callback holds the lock of the items. Disconnecting deletes its subscription as well.
     if (m_callback->items.subscription && !m_callback->deliveries.isInside()) {
-        COpcUaClient::OpcUaClearMonitNode();
+        if (COpcUaClient::OpcUaClearMonitNode() != result::success) {
+            m_removalSettings.callTimeout = hardly;
+        }
         COpcUaClient::OpcUaDeleteSubScription();
     }
     if (m_session.connected()) {

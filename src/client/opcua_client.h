@@ -50,8 +50,8 @@ public:
     int OpcUaSetMultiValue(OpcUa_WriteNode* nodes, int count) override;
     int OpcUaAddMultiMonitNode(OpcUaNode* nodes, int count) override;
 
-    /// Directory of the running executable without a trailing slash, in 4096 chars that the caller frees with
-    /// delete[]; null when it cannot be told.
+    /// Directory of the running executable, or the absolute one that OPCUACLIENT_DIRECTORY names, without a
+    /// trailing slash, in 4096 chars that the caller frees with delete[]; null when it cannot be told.
     char* getAppPath();
 
     /// Puts policy, mode and server certificate into the session's security.

@@ -1,7 +1,9 @@
 #include <array>
 #include <climits>
 #include <cstddef>
+#include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include <unistd.h>
@@ -36,6 +38,30 @@ TraceSettings settingsFor(_OpcUaClientTraceLevel level) {
 constexpr unsigned int entriesPerFile = 50000;
 constexpr unsigned int backupFiles = 10;
 constexpr std::size_t pathSize = 4096;
+constexpr const char* directoryVariable = "OPCUACLIENT_DIRECTORY";
+
+using Path = std::array<char, pathSize>;
+
+/// What the environment names in place of the executable's directory. Who starts a set-uid program must not
+/// say where it keeps its keys.
+std::optional<std::string_view> namedDirectory() {
+    const char* const named = secure_getenv(directoryVariable);
+    if (named == nullptr || *named != '/') {
+        return std::nullopt;
+    }
+    const std::string_view path(named);
+    const std::string_view directory = path.substr(0, path.find_last_not_of('/') + 1);
+    return directory.size() < pathSize ? std::optional(directory) : std::nullopt;
+}
+
+std::optional<std::string_view> directoryOfExecutable(Path& link) {
+    const ssize_t length = readlink("/proc/self/exe", link.data(), link.size());
+    if (length < 0 || static_cast<std::size_t>(length) >= link.size()) {
+        return std::nullopt;
+    }
+    const std::string_view program(link.data(), static_cast<std::size_t>(length));
+    return program.substr(0, program.rfind('/'));
+}
 
 } // namespace
 
@@ -54,14 +80,15 @@ int COpcUaClient::OpcUaInit(_OpcUaClientTraceLevel level) {
 }
 
 char* COpcUaClient::getAppPath() {
-    char link[pathSize];
-    const ssize_t length = readlink("/proc/self/exe", link, pathSize);
-    if (length < 0 || static_cast<std::size_t>(length) >= pathSize) {
+    Path link;
+    std::optional<std::string_view> directory = namedDirectory();
+    if (!directory) {
+        directory = directoryOfExecutable(link);
+    }
+    if (!directory) {
         return nullptr;
     }
-    const std::string_view program(link, static_cast<std::size_t>(length));
-    const std::string_view directory = program.substr(0, program.rfind('/'));
     auto path = std::make_unique<char[]>(pathSize);
-    directory.copy(path.get(), directory.size());
+    directory->copy(path.get(), directory->size());
     return path.release();
 }

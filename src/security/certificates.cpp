@@ -117,6 +117,13 @@ private:
 /// Surely so: a file that cannot be read may hold a good one.
 bool holdsNoCertificate(const UaString& path) {
     const OpcUa_StatusCode probed = UaPkiCertificate::probeDERFile(path).statusCode();
+    if (probed == OpcUa_BadNotSupported) {
+        UaTrace::write(
+            UaTrace::Errors, "security",
+            "%s holds a certificate, or was to hold one, but not in DER: it and its key are left as "
+            "they are; convert it, for example with openssl x509 -outform DER",
+            path.toUtf8());
+    }
     return probed == OpcUa_BadNotFound || probed == OpcUa_BadCertificateInvalid;
 }
 

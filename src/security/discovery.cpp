@@ -1,6 +1,7 @@
 #include "uaclient/discovery.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <string_view>
 
@@ -80,17 +81,24 @@ void fillEndpoint(_OpcUa_EndpointMsg& message, const OpcUa_EndpointDescription& 
     message.securityPolicy = securityPolicyNumber(viewOf(endpoint.securityPolicyUri));
 }
 
+/// After that no URL is asked any more: with the time-out of the last call a discovery ends within a minute,
+/// however many dead URLs a server tells of.
+constexpr std::chrono::seconds askingLimit(50);
+
 /// The three objects that all calls of one discovery share.
 struct Query {
     UaDiscovery discovery;
     ServiceSettings settings;
     ClientSecurityInfo security;
+    const std::chrono::steady_clock::time_point askingEnd = std::chrono::steady_clock::now() + askingLimit;
 
-    /// Fills what `url` answers; false when it does not.
+    bool asks() const { return std::chrono::steady_clock::now() < askingEnd; }
+
+    /// Fills what `url` answers; false when it does not, or is not asked.
     bool readEndpoints(const OpcUa_String& url, _OpcUa_DiscoveryUrlMsg& message) {
         setField(message.discoveryUrl, viewOf(url));
         UaEndpointDescriptions endpoints;
-        if (discovery.getEndpoints(settings, UaString(url), security, endpoints).isNotGood()) {
+        if (!asks() || discovery.getEndpoints(settings, UaString(url), security, endpoints).isNotGood()) {
             return false;
         }
         const std::string_view scheme = schemeOf(viewOf(url));

@@ -1,6 +1,7 @@
 #include "security/server_trust.h"
 
 #include <exception>
+#include <string>
 
 #include "client/opcua_client.h"
 #include "subscription/callback.h"
@@ -22,6 +23,18 @@ UaString thumbprintOf(const UaPkiCertificate& certificate) {
     return certificate.thumbPrint().toHex(false);
 }
 
+/// For messages.
+std::string serverText(const UaByteString& certificate) {
+    return certificate.length() == 0
+               ? "the server without a certificate"
+               : "the server's " + UaPkiCertificate::fromDER(certificate).description().text();
+}
+
+/// Empty for what is no time.
+std::string dateText(UaDateTime date) {
+    return date.ticks() == 0 ? "" : date.toString().text();
+}
+
 void describeCertificate(const UaByteString& data, _OpcUaCertificateMsg& message) {
     const UaPkiCertificate certificate = UaPkiCertificate::fromDER(data);
     const UaPkiIdentity issuer = certificate.issuer();
@@ -35,8 +48,8 @@ void describeCertificate(const UaByteString& data, _OpcUaCertificateMsg& message
     message.applicationUri = certificate.info().uri.text();
     message.serialNumber = certificate.serialNumber().text();
     message.thumbprint = thumbprintOf(certificate).text();
-    message.validFrom = certificate.validFrom().toString().text();
-    message.validTo = certificate.validTo().toString().text();
+    message.validFrom = dateText(certificate.validFrom());
+    message.validTo = dateText(certificate.validTo());
 }
 
 int ask(Application& application, const UaByteString& certificate) {
@@ -61,27 +74,33 @@ int decideOnServer(UaClientSdk::SessionSecurityInfo& securityInfo, void* callbac
     if (!verified.isBad()) {
         return result::success;
     }
-    const UaPkiCertificate certificate = UaPkiCertificate::fromDER(securityInfo.serverCertificate);
+    const std::string server = serverText(securityInfo.serverCertificate);
+    if (securityInfo.serverCertificate.length() == 0) {
+        UaTrace::write(UaTrace::Errors, "security",
+                       "refused by this client, unless the application accepts it for this connection: the "
+                       "server has no certificate, so nothing proves who it is, and no password can be "
+                       "encrypted to it");
+    }
     if (callback) {
         const int decision = ask(*static_cast<Application*>(callback), securityInfo.serverCertificate);
         if (decision == acceptOnce) {
             UaTrace::write(UaTrace::Warnings, "security",
-                           "the application accepted the server's %s for this connection, in spite of %s",
-                           certificate.description().toUtf8(), verified.name());
+                           "the application accepted %s for this connection, in spite of %s", server.c_str(),
+                           verified.name());
             securityInfo.doServerCertificateVerify = false;
             return result::success;
         }
         if (decision != trustPermanently) {
             UaTrace::write(UaTrace::Errors, "security",
-                           "refused by this client: the application rejected the server's %s, which had not "
-                           "passed verification (%s); nothing was saved into the trust list %s",
-                           certificate.description().toUtf8(), verified.name(), trustList.toUtf8());
+                           "refused by this client: the application rejected %s, which had not passed "
+                           "verification (%s); nothing was saved into the trust list %s",
+                           server.c_str(), verified.name(), trustList.toUtf8());
             securityInfo.doServerCertificateVerify = true;
             return result::serverCertificateRejected;
         }
     }
     // Without an application to ask, the first certificate that a server shows is trusted from then on.
-    UaString name = thumbprintOf(certificate);
+    UaString name = thumbprintOf(UaPkiCertificate::fromDER(securityInfo.serverCertificate));
     if (securityInfo.saveServerCertificate(name).isBad()) {
         return result::serverCertificateNotSaved;
     }

@@ -176,7 +176,49 @@ TEST_F(Trace, ControlCharactersDoNotBreakTheLine) {
     UaPlatformLayer::changeTraceSettings(1, stackErrors);
     UaTrace::writeStack("ERR\nOR", "x", "y\nz");
     EXPECT_THAT(lines(),
-                ElementsAre(EndsWith("ERROR a b | 1  2 3 [31m4  5   6 é 温度"), EndsWith("ERR OR x | y z")));
+                ElementsAre(EndsWith(R"(ERROR a\x0Ab | 1\x0D\x0A2\x093\x1B[31m4\x7F 5\u009B 6 é 温度)"),
+                            EndsWith(R"(ERR\x0AOR x | y\x0Az)")));
+}
+
+TEST_F(Trace, NothingTurnsTheDirectionOrEndsTheLine) {
+    ASSERT_EQ(open(UaTrace::Errors), 0);
+    UaTrace::write(UaTrace::Errors, "area", "%s",
+                   "1\u202A2\u202E3\u20664\u20695\u200E6\u200F7\u061C8\u20289\u20290\u0085");
+    UaTrace::write(UaTrace::Errors, "area", "%s", "\u200D\u2027\u202F\u2065\u206A\u00A0😀\uFFFD");
+    EXPECT_THAT(
+        lines(),
+        ElementsAre(EndsWith(R"(| 1\u202A2\u202E3\u20664\u20695\u200E6\u200F7\u061C8\u20289\u20290\u0085)"),
+                    EndsWith("| \u200D\u2027\u202F\u2065\u206A\u00A0😀\uFFFD")));
+}
+
+TEST_F(Trace, BytesThatAreNoUtf8AreWrittenOut) {
+    ASSERT_EQ(open(UaTrace::Errors), 0);
+    for (const char* text : {"Latin-1: \xE9", "lone: \x9B[31m", "cut: \xE6\xB8", "surrogate: \xED\xA0\x80",
+                             "overlong: \xC0\x8A", "beyond: \xF4\x90\x80\x80"})
+        UaTrace::write(UaTrace::Errors, "area", "%s", text);
+    EXPECT_THAT(lines(),
+                ElementsAre(EndsWith(R"(Latin-1: \xE9)"), EndsWith(R"(lone: \x9B[31m)"),
+                            EndsWith(R"(cut: \xE6\xB8)"), EndsWith(R"(surrogate: \xED\xA0\x80)"),
+                            EndsWith(R"(overlong: \xC0\x8A)"), EndsWith(R"(beyond: \xF4\x90\x80\x80)")));
+}
+
+TEST_F(Trace, ALongTextIsCutBetweenCharacters) {
+    ASSERT_EQ(open(UaTrace::Errors), 0);
+    for (const char* character : {"é", "温", "😀", "\x1B"}) {
+        for (const char* before : {"", "x", "xx", "xxx"}) {
+            std::string text = before;
+            while (text.size() < 20000)
+                text += character;
+            UaTrace::write(UaTrace::Errors, "area", "%s", text.c_str());
+            UaTrace::writeStack("ERROR", "area", text.c_str());
+        }
+    }
+    for (const std::string& line : lines()) {
+        const std::string end = line.substr(line.size() - 4);
+        EXPECT_THAT(end, AnyOf("éé", EndsWith("温"), "😀", R"(\x1B)"));
+        EXPECT_GT(line.size(), 8180U);
+        EXPECT_LT(line.size(), 8300U);
+    }
 }
 
 TEST_F(Trace, ALongTextIsCut) {

@@ -52,6 +52,18 @@ TEST(EndpointUrl, RefusesWhatIsNone) {
     }
 }
 
+TEST(EndpointUrl, RefusesControlCharacters) {
+    for (const char character : {'\0', '\x01', '\t', '\n', '\r', '\x1F', '\x7F'}) {
+        for (const std::string begin : {"opc.tcp://plc", "opc.tcp://plc:4840/path"}) {
+            EndpointUrl result;
+            const std::string url = begin + character + "x";
+            EXPECT_EQ(EndpointUrl::parse(UaString(url), result).statusCode(),
+                      UA_STATUSCODE_BADTCPENDPOINTURLINVALID)
+                << begin << " and " << static_cast<int>(character);
+        }
+    }
+}
+
 TEST(EndpointUrl, RefusesOneThatNoServerTakes) {
     EndpointUrl result;
     const std::string begin = "opc.tcp://plc/";

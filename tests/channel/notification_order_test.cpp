@@ -156,3 +156,31 @@ TEST_F(NotificationOrderTest, HoldsBackNoMoreThanItsBound) {
     arrive(30);
     EXPECT_EQ(delivered.back(), 30U);
 }
+
+TEST_F(NotificationOrderTest, WhatIsHeldCountsAsItLiesInMemory) {
+    arrive(1);
+    const auto arriveDense = [this](std::uint32_t number) {
+        constexpr std::size_t changes = 20000;
+        UA_NotificationMessage message;
+        UA_NotificationMessage_init(&message);
+        message.sequenceNumber = number;
+        message.notificationDataSize = 1;
+        message.notificationData = UA_ExtensionObject_new();
+        UA_DataChangeNotification* const change = UA_DataChangeNotification_new();
+        change->monitoredItems = static_cast<UA_MonitoredItemNotification*>(
+            UA_Array_new(changes, &UA_TYPES[UA_TYPES_MONITOREDITEMNOTIFICATION]));
+        change->monitoredItemsSize = changes;
+        UA_ExtensionObject_setValue(message.notificationData, change,
+                                    &UA_TYPES[UA_TYPES_DATACHANGENOTIFICATION]);
+        order.arrived(message, deliver);
+        UA_NotificationMessage_clear(&message);
+    };
+    for (std::uint32_t number = 3; number < 7; ++number) {
+        arriveDense(number);
+    }
+    EXPECT_THAT(delivered, ElementsAre(1)); // 7 MB
+    for (std::uint32_t number = 7; number < 11; ++number) {
+        arriveDense(number);
+    }
+    EXPECT_GE(delivered.size(), 6U); // 14 MB
+}

@@ -1,4 +1,4 @@
-#include "output/array_table.h"
+#include "values/array_table.h"
 
 #include <gtest/gtest.h>
 

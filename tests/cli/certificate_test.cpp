@@ -1,5 +1,5 @@
+#include "files/library_files.h"
 #include "security/certificate.h"
-#include "security/sha1.h"
 #include "support/child_process.h"
 #include "support/temporary_directory.h"
 
@@ -7,7 +7,9 @@
 #include <cstddef>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <openssl/err.h>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 using namespace opcua_cli;
@@ -56,14 +58,6 @@ private:
 
 } // namespace
 
-TEST(Sha1, GivesThePublishedDigests) {
-    EXPECT_EQ(sha1(""), "DA39A3EE5E6B4B0D3255BFEF95601890AFD80709");
-    EXPECT_EQ(sha1("abc"), "A9993E364706816ABA3E25717850C26C9CD0D89D");
-    EXPECT_EQ(sha1("abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq"),
-              "84983E441C3BD26EBAAE4AA1F95129E5E54670F1");
-    EXPECT_EQ(sha1(std::string(1000000, 'a')), "34AA973CD4C4DAA4F61EEB2BDBAD27316534016F");
-}
-
 TEST_F(CertificateFile, IsReadAsOthersReadIt) {
     const Certificate certificate = certificateFromDer(der());
     EXPECT_EQ(certificate.commonName, "Press 4 Füllstand");
@@ -106,6 +100,14 @@ TEST_F(CertificateFile, NoChangedByteLeadsAstray) {
             }
         }
     }
+}
+
+TEST(Pem, OfAnEncryptedCertificateIsNoneAndAsksForNothing) {
+    const std::string text = "-----BEGIN CERTIFICATE-----\nProc-Type: 4,ENCRYPTED\n"
+                             "DEK-Info: AES-128-CBC,000102030405060708090A0B0C0D0E0F\n\n"
+                             "AAECAwQFBgcICQoLDA0ODw==\n-----END CERTIFICATE-----\n";
+    EXPECT_THROW(derOf(text), std::invalid_argument);
+    EXPECT_EQ(ERR_peek_error(), 0U) << "what the library would take for its own";
 }
 
 TEST(SmallFile, IsNoDirectoryAndNoDevice) {

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "formats/csv.h"
+#include "formats/text_file.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,7 +27,7 @@ void isRefused(std::string_view text, std::size_t line, const std::string& reaso
     try {
         parseCsv(text);
         ADD_FAILURE() << "was taken: " << text;
-    } catch (const CsvError& error) {
+    } catch (const FormatError& error) {
         EXPECT_EQ(error.line, line) << text;
         EXPECT_THAT(error.what(), HasSubstr(reason)) << text;
     }

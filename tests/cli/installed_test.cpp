@@ -5,7 +5,6 @@
 #include "support/temporary_directory.h"
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -19,6 +18,7 @@ using namespace cli_test;
 using nlohmann::json;
 using test_support::PlantServer;
 using testing::AllOf;
+using testing::ElementsAre;
 using testing::HasSubstr;
 
 namespace {
@@ -55,7 +55,8 @@ protected:
         Arguments command;
         if (geteuid() == 0)
             command = {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
-        command.insert(command.end(), {"env", "-u", "XDG_STATE_HOME", "-u", "HOME"});
+        command.insert(command.end(),
+                       {"env", "-u", "XDG_STATE_HOME", "-u", "HOME", "-u", "OPCUACLIENT_DIRECTORY"});
         command.insert(command.end(), variables.begin(), variables.end());
         command.push_back(installedProgram().string());
         command.insert(command.end(), arguments.begin(), arguments.end());
@@ -117,14 +118,32 @@ TEST_F(Installed, TheStateDirectoryMayBeNamed) {
     EXPECT_TRUE(fs::exists(made.json()["client"]["file"].get<std::string>()));
 }
 
-TEST_F(Installed, ANewVersionReplacesTheCopy) {
-    ASSERT_EQ(run({"cert"}).exitCode, 0);
-    const fs::path copy = state() / "opcua-cli";
-    const auto changed = fs::last_write_time(installedProgram()) + std::chrono::hours(1);
-    EXPECT_EQ(fs::last_write_time(copy), fs::last_write_time(installedProgram()));
-    fs::last_write_time(installedProgram(), changed);
-    ASSERT_EQ(run({"cert"}).exitCode, 0);
-    EXPECT_EQ(fs::last_write_time(copy), changed);
+TEST_F(Installed, NoPartOfItIsCopied) {
+    ASSERT_EQ(run({"cert", "--make"}).exitCode, 0);
+    EXPECT_THAT(namesIn(state()), ElementsAre("OpcUaClient.log", "pkiclient"));
+}
+
+TEST_F(Installed, TheLibrarysVariableNamesThePlaceForBoth) {
+    const std::string named = (home() / "named").string();
+    const Arguments variables{"HOME=" + home().string(), "OPCUACLIENT_DIRECTORY=" + named};
+    fs::create_directory(named);
+    if (geteuid() == 0) {
+        ASSERT_EQ(chown(named.c_str(), nobody, nobody), 0);
+    }
+    const CliResult made = run({"cert", "--make", "--trace", "warnings", "--json"}, variables);
+    ASSERT_EQ(made.exitCode, 0) << made.error;
+    EXPECT_EQ(made.json()["client"]["file"], named + "/pkiclient/own/certs/HMIClient.der");
+    EXPECT_THAT(namesIn(named), ElementsAre("OpcUaClient.log", "pkiclient"));
+    EXPECT_THAT(run({"--help"}, variables).output, HasSubstr(named + "/OpcUaClient.log"));
+    EXPECT_FALSE(fs::exists(state()));
+}
+
+TEST_F(Installed, ARelativePathInTheVariableNamesNothing) {
+    const CliResult made =
+        run({"cert", "--make", "--json"}, {"HOME=" + home().string(), "OPCUACLIENT_DIRECTORY=named"});
+    ASSERT_EQ(made.exitCode, 0) << made.error;
+    EXPECT_EQ(made.json()["client"]["file"], (state() / "pkiclient/own/certs/HMIClient.der").string());
+    EXPECT_TRUE(fs::exists(state() / "pkiclient/own/certs/HMIClient.der"));
 }
 
 TEST_F(Installed, TheConfigurationBesideItHoldsForItsUsers) {

@@ -2,6 +2,7 @@
 
 #include "monitor/change_inbox.h"
 #include "monitor/trend.h"
+#include "monitor/watched.h"
 #include "text/time_text.h"
 #include "text/utf8.h"
 
@@ -35,17 +36,17 @@ std::string drawn(const std::vector<Value>& values, std::size_t width = 40) {
     return trend.draw(width);
 }
 
-WatchedNode watched(const std::string& name, _OpcUaDataType type = OpcUaDataType_Double) {
-    WatchedNode node;
-    node.name = name;
-    node.node.nodeId = "ns=2;s=" + name;
-    node.node.nodeClass = 2;
-    node.node.dataType = type;
-    return node;
+Job watched(const std::string& name, _OpcUaDataType type = OpcUaDataType_Double) {
+    Job job;
+    job.given = name;
+    job.node.nodeId = "ns=2;s=" + name;
+    job.node.nodeClass = 2;
+    job.node.dataType = type;
+    return job;
 }
 
-MonitoredNodes nodes(std::size_t count) {
-    MonitoredNodes monitored{"opc.tcp://plant:4840", {}, {}};
+Monitored nodes(std::size_t count) {
+    Monitored monitored{"opc.tcp://plant:4840", {}};
     for (std::size_t i = 0; i < count; ++i)
         monitored.nodes.push_back(watched("Node" + std::to_string(i)));
     return monitored;
@@ -146,7 +147,7 @@ TEST(TimeText, ShowsAgesInAFittingUnit) {
 }
 
 TEST(LiveTable, ShowsValuesTypesAgesAndTrends) {
-    MonitoredNodes monitored = nodes(1);
+    Monitored monitored = nodes(1);
     monitored.nodes.push_back(watched("Batch", OpcUaDataType_String));
     LiveTable table(monitored);
     table.change(changed(0, 1.0));
@@ -161,9 +162,10 @@ TEST(LiveTable, ShowsValuesTypesAgesAndTrends) {
 }
 
 TEST(LiveTable, SaysWhyThereIsNoValue) {
-    MonitoredNodes monitored = nodes(3);
+    Monitored monitored = nodes(3);
     monitored.nodes[2].node.isArray = true;
     monitored.nodes[2].node.dimensions = {8};
+    monitored.nodes[0].problem = Problem{"the server does not monitor this node"};
     LiveTable table(monitored);
     table.refused(0);
     table.change(changed(2, Value{}));
@@ -174,12 +176,12 @@ TEST(LiveTable, SaysWhyThereIsNoValue) {
 }
 
 TEST(LiveTable, FitsTheTerminal) {
-    MonitoredNodes monitored = nodes(50);
-    monitored.nodes[0].name = std::string(200, 'n');
+    Monitored monitored = nodes(50);
+    monitored.nodes[0].given = std::string(200, 'n');
     LiveTable table(monitored);
     for (int i = 0; i < 100; ++i)
         table.change(changed(0, static_cast<double>(i)));
-    table.remark(std::string(300, 'r'));
+    table.leftOut({std::string(300, 'r')});
     for (const std::size_t height : {1u, 3u, 5u, 10u, 24u, 60u}) {
         for (const std::size_t width : {30u, 60u, 80u, 200u}) {
             const auto text = lines(table.draw(terminal(width, height), start));
@@ -193,7 +195,7 @@ TEST(LiveTable, FitsTheTerminal) {
 }
 
 TEST(LiveTable, ColumnsStandStill) {
-    const MonitoredNodes monitored = nodes(1);
+    const Monitored monitored = nodes(1);
     LiveTable table(monitored);
     table.change(changed(0, 1.234567));
     const std::size_t wide = lines(table.draw(terminal(80, 24), start))[1].find("Type");
@@ -202,7 +204,7 @@ TEST(LiveTable, ColumnsStandStill) {
 }
 
 TEST(LiveTable, SaysHowTheConnectionIs) {
-    const MonitoredNodes monitored = nodes(1);
+    const Monitored monitored = nodes(1);
     LiveTable table(monitored);
     table.event({LinkEvent::Kind::Lost, "the connection is lost; trying again in 0.5 s"});
     EXPECT_EQ(table.draw(terminal(80, 24), start).rfind("the connection is lost; trying again in 0.5 s", 0),
@@ -212,21 +214,21 @@ TEST(LiveTable, SaysHowTheConnectionIs) {
 }
 
 TEST(WatchedNodes, OfOneNameShowTheirIds) {
-    std::vector<WatchedNode> all{watched("Level"), watched("Speed"), watched("Level")};
+    Jobs all{watched("Level"), watched("Speed"), watched("Level")};
     all[2].node.nodeId = "ns=2;s=Other";
     makeNamesUnique(all);
-    EXPECT_EQ(all[0].name, "Level (ns=2;s=Level)");
-    EXPECT_EQ(all[1].name, "Speed");
-    EXPECT_EQ(all[2].name, "Level (ns=2;s=Other)");
+    EXPECT_EQ(all[0].given, "Level (ns=2;s=Level)");
+    EXPECT_EQ(all[1].given, "Speed");
+    EXPECT_EQ(all[2].given, "Level (ns=2;s=Other)");
 }
 
 TEST(ChangeInbox, KeepsChangesInTheirOrder) {
     ChangeInbox inbox;
     inbox.expect({"a", "b"});
     EXPECT_FALSE(isReadable(inbox.descriptor()));
-    inbox.take(message("b", 1));
-    inbox.take(message("a", 2));
-    inbox.take(message("c", 3));
+    inbox.add(message("b", 1));
+    inbox.add(message("a", 2));
+    inbox.add(message("c", 3));
     EXPECT_TRUE(isReadable(inbox.descriptor()));
     const auto changes = inbox.collect();
     ASSERT_EQ(changes.size(), 2u) << "nobody waits for c";
@@ -241,7 +243,7 @@ TEST(ChangeInbox, DropsTheOldestAndCountsThem) {
     ChangeInbox inbox(2);
     inbox.expect({"a"});
     for (int i = 0; i < 5; ++i)
-        inbox.take(message("a", i));
+        inbox.add(message("a", i));
     const auto changes = inbox.collect();
     ASSERT_EQ(changes.size(), 2u);
     EXPECT_EQ(changes[0].value, Value(std::int32_t{3}));
@@ -252,9 +254,9 @@ TEST(ChangeInbox, DropsTheOldestAndCountsThem) {
 TEST(ChangeInbox, KnowsTextsThatAreCut) {
     ChangeInbox inbox;
     inbox.expect({"a"});
-    inbox.take(textMessage("abc", 3));
-    inbox.take(textMessage(std::string(255, 'x'), 255));
-    inbox.take(textMessage(std::string(256, 'x'), 255));
+    inbox.add(textMessage("abc", 3));
+    inbox.add(textMessage(std::string(255, 'x'), 255));
+    inbox.add(textMessage(std::string(256, 'x'), 255));
     const auto changes = inbox.collect();
     ASSERT_EQ(changes.size(), 3u);
     EXPECT_EQ(changes[0].value, Value(std::string("abc")));

@@ -1,6 +1,6 @@
-#include "nodes/node_info.h"
+#include "addressing/node_info.h"
 
-#include "nodes/node_finder.h"
+#include "addressing/node_finder.h"
 
 #include <cstring>
 #include <gtest/gtest.h>

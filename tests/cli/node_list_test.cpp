@@ -21,14 +21,14 @@ namespace {
 
 class NodeList : public testing::Test {
 protected:
-    std::vector<NodeRequest> read(const std::string& text, bool withValues) const {
+    Jobs readText(const std::string& text, bool withValues) const {
         std::ofstream(m_path, std::ios::binary) << text;
         return readNodeList(m_path, withValues);
     }
 
     std::string refusalOf(const std::string& text, bool withValues) const {
         try {
-            read(text, withValues);
+            readText(text, withValues);
         } catch (const Failure& failure) {
             EXPECT_EQ(failure.exitCode(), ExitCode::Usage) << text;
             return failure.problem().explanation;
@@ -36,8 +36,8 @@ protected:
         return "none";
     }
 
-    static std::string text(const NodeRequest& request) { return std::get<std::string>(*request.value); }
-    static Json json(const NodeRequest& request) { return std::get<Json>(*request.value); }
+    static std::string text(const Job& job) { return std::get<std::string>(*job.givenValue); }
+    static Json json(const Job& job) { return std::get<Json>(*job.givenValue); }
 
     test_support::TemporaryDirectory m_directory;
     std::string m_path = (m_directory.path() / "list").string();
@@ -46,60 +46,60 @@ protected:
 } // namespace
 
 TEST_F(NodeList, TakesColumnsInAnyOrderAndLeavesOthersAlone) {
-    const auto requests = read("Value,comment,NODE,index,type\n"
+    const auto jobs = readText("Value,comment,NODE,index,type\n"
                                "1.5,\"set, by hand\",ns=2;s=A,\"2,3\",double\n"
                                "\"say \"\"Grüße\"\"\",,/Plant/B,,\n",
                                true);
-    ASSERT_EQ(requests.size(), 2u);
-    EXPECT_EQ(requests[0].given, "ns=2;s=A");
-    EXPECT_EQ(std::get<std::string>(requests[0].reference), "ns=2;s=A");
-    EXPECT_EQ(requests[0].statedType, OpcUaDataType_Double);
-    EXPECT_EQ(requests[0].index, (Index{2, 3}));
-    EXPECT_EQ(text(requests[0]), "1.5");
-    EXPECT_EQ(requests[0].place, m_path + ", line 2");
-    EXPECT_TRUE(std::holds_alternative<NodePath>(requests[1].reference));
-    EXPECT_EQ(requests[1].statedType, std::nullopt);
-    EXPECT_EQ(requests[1].index, std::nullopt);
-    EXPECT_EQ(text(requests[1]), "say \"Grüße\"");
+    ASSERT_EQ(jobs.size(), 2u);
+    EXPECT_EQ(jobs[0].given, "ns=2;s=A");
+    EXPECT_EQ(std::get<std::string>(jobs[0].reference), "ns=2;s=A");
+    EXPECT_EQ(jobs[0].type, OpcUaDataType_Double);
+    EXPECT_EQ(jobs[0].index, (Index{2, 3}));
+    EXPECT_EQ(text(jobs[0]), "1.5");
+    EXPECT_EQ(jobs[0].place, m_path + ", line 2");
+    EXPECT_TRUE(std::holds_alternative<NodePath>(jobs[1].reference));
+    EXPECT_EQ(jobs[1].type, std::nullopt);
+    EXPECT_EQ(jobs[1].index, std::nullopt);
+    EXPECT_EQ(text(jobs[1]), "say \"Grüße\"");
 }
 
 TEST_F(NodeList, ByteOrderMarkAndCarriageReturnsAreNoPartOfIt) {
-    const auto requests = read("\xEF\xBB\xBFnode,value\r\ni=1,7\r\n", true);
-    ASSERT_EQ(requests.size(), 1u);
-    EXPECT_EQ(requests[0].given, "i=1");
-    EXPECT_EQ(text(requests[0]), "7");
-    EXPECT_EQ(read("\xEF\xBB\xBF[\"i=1\"]", false).size(), 1u);
+    const auto jobs = readText("\xEF\xBB\xBFnode,value\r\ni=1,7\r\n", true);
+    ASSERT_EQ(jobs.size(), 1u);
+    EXPECT_EQ(jobs[0].given, "i=1");
+    EXPECT_EQ(text(jobs[0]), "7");
+    EXPECT_EQ(readText("\xEF\xBB\xBF[\"i=1\"]", false).size(), 1u);
 }
 
 TEST_F(NodeList, ReadingNeedsNoValues) {
-    const auto requests = read("node,value\ni=1,7\n", false);
-    ASSERT_EQ(requests.size(), 1u);
-    EXPECT_FALSE(requests[0].value);
+    const auto jobs = readText("node,value\ni=1,7\n", false);
+    ASSERT_EQ(jobs.size(), 1u);
+    EXPECT_FALSE(jobs[0].givenValue);
 }
 
 TEST_F(NodeList, TakesJson) {
-    const auto requests = read(R"(
+    const auto jobs = readText(R"(
       [{"node": "ns=2;s=A", "value": [1, 2], "type": "Int32"},
        {"nodeId": "ns=2;s=B", "value": "x", "index": [2, 3], "error": null}])",
                                true);
-    ASSERT_EQ(requests.size(), 2u);
-    EXPECT_EQ(json(requests[0]), Json({1, 2}));
-    EXPECT_EQ(requests[0].statedType, OpcUaDataType_Int32);
-    EXPECT_EQ(requests[0].place, m_path + ", line 2");
-    EXPECT_EQ(requests[1].given, "ns=2;s=B");
-    EXPECT_EQ(requests[1].index, (Index{2, 3}));
-    EXPECT_EQ(requests[1].place, m_path + ", line 3");
-    EXPECT_EQ(read(R"(["i=1", {"node": "/A", "index": 4}])", false)[1].index, Index{4});
+    ASSERT_EQ(jobs.size(), 2u);
+    EXPECT_EQ(json(jobs[0]), Json({1, 2}));
+    EXPECT_EQ(jobs[0].type, OpcUaDataType_Int32);
+    EXPECT_EQ(jobs[0].place, m_path + ", line 2");
+    EXPECT_EQ(jobs[1].given, "ns=2;s=B");
+    EXPECT_EQ(jobs[1].index, (Index{2, 3}));
+    EXPECT_EQ(jobs[1].place, m_path + ", line 3");
+    EXPECT_EQ(readText(R"(["i=1", {"node": "/A", "index": 4}])", false)[1].index, Index{4});
 }
 
 TEST_F(NodeList, TakesTheProgramsOwnDocuments) {
-    const auto requests =
-        read("{\"url\": \"x\", \"more\": [[1],\n{\"nodes\": [1]}],\n\"nodes\": [\n{\"node\": \"i=1\", "
-             "\"value\": 1,\n\"shape\": []}, {\"node\": \"i=2\", \"value\": 2}\n]}",
-             true);
-    ASSERT_EQ(requests.size(), 2u);
-    EXPECT_EQ(requests[0].place, m_path + ", line 4");
-    EXPECT_EQ(requests[1].place, m_path + ", line 5");
+    const auto jobs =
+        readText("{\"url\": \"x\", \"more\": [[1],\n{\"nodes\": [1]}],\n\"nodes\": [\n{\"node\": \"i=1\", "
+                 "\"value\": 1,\n\"shape\": []}, {\"node\": \"i=2\", \"value\": 2}\n]}",
+                 true);
+    ASSERT_EQ(jobs.size(), 2u);
+    EXPECT_EQ(jobs[0].place, m_path + ", line 4");
+    EXPECT_EQ(jobs[1].place, m_path + ", line 5");
 }
 
 TEST_F(NodeList, FilesWithoutNodesAreRefused) {

@@ -1,7 +1,7 @@
 #include <string>
 #include <vector>
 
-#include "nodes/node_reference.h"
+#include "addressing/node_reference.h"
 
 #include "failure.h"
 

@@ -1,6 +1,6 @@
 #include <string>
 
-#include "nodes/node_value.h"
+#include "values/node_value.h"
 
 #include "failure.h"
 

@@ -1,4 +1,4 @@
-#include "nodes/shape.h"
+#include "addressing/shape.h"
 
 #include "failure.h"
 

@@ -1,5 +1,6 @@
-#include "nodes/value.h"
+#include "values/value.h"
 
+#include "addressing/node_info.h"
 #include "failure.h"
 
 #include <cmath>

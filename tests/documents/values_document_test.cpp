@@ -3,14 +3,12 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <cstddef>
-#include <fstream>
 #include <functional>
 #include <limits>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "documents/document.h"
 #include "support/child_process.h"
 #include "support/server_process.h"
 #include "uabase/variant.h"
@@ -19,44 +17,12 @@ using testing::HasSubstr;
 
 namespace {
 
-/// Without the blanks around each line, so that indentation does not count.
-std::string textOf(const std::string& file) {
-    std::ifstream stream(std::string(SOURCE_DIRECTORY "/") + file);
-    EXPECT_TRUE(stream) << file;
-    std::string text;
-    for (std::string line; std::getline(stream, line);) {
-        const std::size_t first = line.find_first_not_of(' ');
-        text += (first == std::string::npos ? "" : line.substr(first)) + "\n";
-    }
-    return text;
-}
-
-/// What stands between lines "```" with this language.
-std::vector<std::string> blocksOf(const std::string& text, const std::string& language) {
-    std::vector<std::string> blocks;
-    std::istringstream lines(text);
-    bool inside = false;
-    bool wanted = false;
-    for (std::string line; std::getline(lines, line);) {
-        if (line.rfind("```", 0) == 0) {
-            inside = !inside;
-            wanted = inside && line.substr(3) == language;
-            if (wanted) {
-                blocks.emplace_back();
-            }
-        } else if (wanted) {
-            blocks.back() += line + "\n";
-        }
-    }
-    return blocks;
-}
-
 TEST(ValuesDocument, ItsCodeIsTheExamples) {
-    const std::string source = textOf("examples/values/main.cpp");
+    const std::string source = unindented(textOf("examples/values/main.cpp"));
     const std::vector<std::string> blocks = blocksOf(textOf("docs/values.md"), "cpp");
     EXPECT_GE(blocks.size(), 7U);
     for (const std::string& block : blocks) {
-        EXPECT_THAT(source, HasSubstr(block));
+        EXPECT_THAT(source, HasSubstr(unindented(block)));
     }
 }
 

@@ -1,109 +1,103 @@
-#include <chrono>
 #include <csignal>
-#include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <optional>
-#include <stdexcept>
 #include <string>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
 #include "OpcUaClientInterface.h"
+#include "OpcUaHelpers.h"
+#include "examples/running_panel.h"
 #include "support/server_process.h"
 #include "support/temporary_directory.h"
 
-using test_support::ChildProcess;
 using test_support::PlantServer;
 using test_support::ServerProcess;
 
 namespace {
 
-constexpr std::chrono::seconds limit(60);
+const std::string line1 = "ns=2;s=Line1";
 const std::string setPoint = "ns=2;s=Line1.SpeedSetpoint";
+const std::string question = "trust it?";
 
-/// The panel with a keyboard. It runs as a copy: its trace file goes with the directory.
-class RunningPanel {
+/// Somebody else's connection, without security.
+class Onlooker {
 public:
-    explicit RunningPanel(const std::string& url) {
-        const std::string program = m_directory.path() / "panel";
-        const std::string keyboard = m_directory.path() / "keyboard";
-        std::filesystem::copy_file(PANEL, program);
-        if (mkfifo(keyboard.c_str(), 0600) != 0) {
-            throw std::runtime_error("cannot make a FIFO");
-        }
-        // Opened both ways, so that nobody has to wait for the other end.
-        m_keyboard.reset(open(keyboard.c_str(), O_RDWR | O_CLOEXEC));
-        m_process.emplace("sh", std::vector<std::string>{"-c", R"(exec "$0" "$@" <)" + keyboard, program, url,
-                                                         "ns=2;s=Line1", setPoint});
+    explicit Onlooker(const std::string& url) {
+        _OpcUaClientConfig config{};
+        OpcUaSetField(config.endpointUrl, url);
+        EXPECT_EQ(m_client.OpcUaConnect(config), 0);
     }
-
-    void type(const std::string& line) {
-        const std::string text = line + "\n";
-        ASSERT_EQ(write(m_keyboard.get(), text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    unsigned long diagnostics(const std::string& name) {
+        unsigned long count = 0;
+        int size = sizeof count;
+        OpcUaNode node = OpcUaMakeNode("ns=3;s=TestRack.Diagnostics." + name, OpcUaDataType_UInt64);
+        EXPECT_EQ(m_client.OpcUaGetValue(&node, &count, size), 0) << name;
+        return count;
     }
-
-    /// The first line that begins so.
-    std::string await(const std::string& beginning) {
-        for (;;) {
-            const std::string line = m_process->waitForLine(limit);
-            if (line.compare(0, beginning.size(), beginning) == 0) {
-                return line;
-            }
-        }
-    }
-
-    test_support::ProcessEnd endOfInput() {
-        m_keyboard.reset();
-        const auto end = m_process->wait(limit);
-        return end ? *end : throw std::runtime_error(m_process->describe("did not end with its input"));
+    void setStatus(unsigned int code) {
+        int size = sizeof code;
+        OpcUaNode node = OpcUaMakeNode("ns=3;s=TestRack.Control.StatusCode", OpcUaDataType_UInt32);
+        EXPECT_EQ(m_client.OpcUaSetValue(&node, &code, size), 0);
     }
 
 private:
-    test_support::TemporaryDirectory m_directory;
-    test_support::Descriptor m_keyboard;
-    std::optional<ChildProcess> m_process;
+    COpcUaClientInterface m_client;
 };
 
-unsigned long sessions(const std::string& url) {
-    COpcUaClientInterface client;
-    _OpcUaClientConfig config{};
-    url.copy(config.endpointUrl, sizeof config.endpointUrl - 1);
-    EXPECT_EQ(client.OpcUaConnect(config), 0);
-    unsigned long count = 0;
-    int size = sizeof count;
-    OpcUaNode* const node =
-        client.OpcUaGetUaNode("ns=3;s=TestRack.Diagnostics.CurrentSessions", OpcUaDataType_UInt64);
-    EXPECT_EQ(client.OpcUaGetValue(node, &count, size), 0);
-    return count;
+void trustAlways(RunningPanel& panel) {
+    panel.await(question);
+    panel.type("always");
+    panel.await("connected");
 }
+
+/// A server that keeps its certificate over restarts.
+class PlantWithCertificate {
+public:
+    PlantWithCertificate() { m_server.emplace(PlantServer::program(), arguments(0)); }
+
+    const ServerProcess& server() const { return *m_server; }
+    void kill() { m_server->kill(SIGKILL); }
+    void startAgain() {
+        const int port = m_server->port();
+        m_server.emplace(PlantServer::program(), arguments(port));
+    }
+
+private:
+    std::vector<std::string> arguments(int port) const {
+        return {"--port", std::to_string(port), "--security",
+                "--pki",  m_directory.path(),   "--die-with-parent"};
+    }
+
+    test_support::TemporaryDirectory m_directory;
+    std::optional<ServerProcess> m_server;
+};
 
 } // namespace
 
 TEST(Panel, GoesOnAfterARestartOfTheServer) {
-    PlantServer server;
-    RunningPanel panel(server.url());
-    panel.await("connected, ");
+    PlantWithCertificate plant;
+    RunningPanel panel(plant.server().url(), line1, setPoint);
+    trustAlways(panel);
     panel.await(setPoint + " = 1.5");
     panel.type("2.25");
     panel.await(setPoint + " = 2.25");
 
-    server.kill(SIGKILL);
-    panel.await("connection lost");
+    plant.kill();
+    panel.await("the connection is lost");
     panel.type("3");
-    panel.await("not written, result 3");
+    panel.await("not written: not connected");
 
-    const ServerProcess again(PlantServer::program(),
-                              {"--port", std::to_string(server.port()), "--die-with-parent"});
-    panel.await("connected, ");
+    plant.startAgain();
+    panel.await("connected");
     panel.await(setPoint + " = 1.5");
     panel.type("2.5");
     panel.await(setPoint + " = 2.5");
 
     EXPECT_EQ(panel.endOfInput().text(), "exit code 0");
-    EXPECT_EQ(sessions(again.url()), 1U) << "the one that asks";
+    EXPECT_EQ(Onlooker(plant.server().url()).diagnostics("CurrentSessions"), 1U) << "the one that asks";
 }
 
 TEST(Panel, WaitsForAServerThatIsNotThereYet) {
@@ -111,11 +105,83 @@ TEST(Panel, WaitsForAServerThatIsNotThereYet) {
     const std::string port = std::to_string(server->port());
     const std::string url = server->url();
     server->stop();
-    RunningPanel panel(url);
-    panel.await("no connection, result 1");
-    const ServerProcess late(PlantServer::program(), {"--port", port, "--die-with-parent"});
-    panel.await("connected, ");
+    RunningPanel panel(url, line1, setPoint);
+    panel.await("no connection: ");
+    const ServerProcess late(PlantServer::program(), {"--port", port, "--security", "--die-with-parent"});
+    trustAlways(panel);
     panel.type("fast");
     panel.await("a number, please");
+    EXPECT_EQ(panel.endOfInput().text(), "exit code 0");
+}
+
+TEST(Panel, AsksAgainAfterNoAndAfterOnce) {
+    PlantWithCertificate plant;
+    RunningPanel panel(plant.server().url(), line1, setPoint);
+    const std::string shown = panel.await("  thumbprint  ");
+    panel.type("no");
+    panel.await("not connected");
+    EXPECT_EQ(Onlooker(plant.server().url()).diagnostics("CreatedSessions"), 1U) << "the one that asks";
+
+    panel.type("");
+    EXPECT_EQ(panel.await("  thumbprint  "), shown);
+    panel.await(question);
+    panel.type("once");
+    panel.await("connected");
+    EXPECT_TRUE(std::filesystem::is_empty(panel.trustList()));
+
+    plant.kill();
+    plant.startAgain();
+    trustAlways(panel);
+    panel.await(setPoint);
+    const std::filesystem::directory_iterator trusted(panel.trustList());
+    EXPECT_EQ(std::distance(begin(trusted), end(trusted)), 1);
+
+    plant.kill();
+    plant.startAgain();
+    panel.await("the connection is lost");
+    std::string line = panel.nextLine();
+    while (line != "connected" && line.compare(0, question.size(), question) != 0) {
+        line = panel.nextLine();
+    }
+    EXPECT_EQ(line, "connected") << "without a question";
+    EXPECT_EQ(panel.endOfInput().text(), "exit code 0");
+}
+
+TEST(Panel, EndsWhileItAsks) {
+    const PlantServer server({"--security"});
+    RunningPanel panel(server.url(), line1, setPoint);
+    panel.await(question);
+    EXPECT_EQ(panel.endOfInput().text(), "exit code 0");
+}
+
+TEST(Panel, NoticesASensorThatFails) {
+    const PlantServer server({"--security"});
+    const std::string sensor = "ns=3;s=TestRack.Changing.Status";
+    RunningPanel panel(server.url(), "ns=3;s=TestRack.Changing", setPoint);
+    trustAlways(panel);
+    panel.await(sensor + " = 42");
+    Onlooker onlooker(server.url());
+    onlooker.setStatus(0x808C0000); // BadSensorFailure
+    panel.await(sensor + " has failed");
+    onlooker.setStatus(0);
+    panel.await(sensor + " is good again");
+    EXPECT_EQ(panel.endOfInput().text(), "exit code 0");
+}
+
+TEST(Panel, SitsOutAnOutageInItsSession) {
+    PlantServer server({"--security"});
+    RunningPanel panel(server.url(), line1, setPoint);
+    trustAlways(panel);
+    panel.await(setPoint);
+    const unsigned long created = Onlooker(server.url()).diagnostics("CreatedSessions");
+
+    server.freeze();
+    panel.await("the server is silent");
+    server.resume();
+    panel.await("connected");
+    panel.type("2.75");
+    panel.await(setPoint + " = 2.75");
+
+    EXPECT_EQ(Onlooker(server.url()).diagnostics("CreatedSessions"), created + 1) << "the one that asks";
     EXPECT_EQ(panel.endOfInput().text(), "exit code 0");
 }

@@ -9,6 +9,7 @@
 
 #include <open62541/types_generated_handling.h>
 
+#include "channel/sequence_number.h"
 #include "encoding/type_id.h"
 #include "encoding/wire.h"
 #include "fed_socket.h"
@@ -40,7 +41,7 @@ public:
 
 /// The sequence number that a server may go on with after the last one, by its own choice.
 bool mayStartAnew(std::uint32_t sequenceNumber) {
-    return sequenceNumber >= SecureChannel::lastSequenceNumber;
+    return sequenceNumber >= lastBeforeNewStart;
 }
 
 std::uint32_t following(std::uint32_t sequenceNumber) {
@@ -84,7 +85,7 @@ ChannelScript::ChannelScript(const ChannelSides& sides, Input input)
     const std::size_t mostAtOnce = m_input.number<std::uint8_t>();
     FedSocket::instance().reset(mostAtOnce > 0 ? mostAtOnce + fewestAtOnce : 0, [this] { answerOpening(); });
     const std::uint32_t start = m_input.number<std::uint8_t>();
-    m_sequenceNumber = start == 0 ? 0 : SecureChannel::lastSequenceNumber - start / 2;
+    m_sequenceNumber = start == 0 ? 0 : lastBeforeNewStart - start / 2;
 }
 
 void ChannelScript::run() {

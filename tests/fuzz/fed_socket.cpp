@@ -54,8 +54,6 @@ void FedSocket::put(UaByteView bytes) {
 
 namespace UaClientSdk {
 
-TcpSocket::~TcpSocket() = default;
-
 UaStatus TcpSocket::connect(const std::string&, std::uint16_t, const Deadline&) {
     return UaStatus();
 }

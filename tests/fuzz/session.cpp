@@ -294,8 +294,9 @@ public:
         require(isSessionGone(reason), "a session is gone when the server says so");
     }
     void serverSpoke() override {}
-    void connectionEnded(UaStatus reason) override {
+    void connectionEnded(UaStatus reason, std::size_t waiting) override {
         require(reason.isBad() && ++m_losses == 1, "a connection ends once, and for a reason");
+        require(waiting == 0, "no series is under way here");
     }
 
 private:

@@ -7,6 +7,58 @@ using namespace scripted;
 
 namespace {
 
+/// The sequence number of a server's chunk, and that of the next one.
+struct NewStart {
+    std::string name;
+    std::uint32_t last;
+    std::uint32_t first;
+};
+
+std::ostream& operator<<(std::ostream& stream, const NewStart& start) {
+    return stream << start.name;
+}
+
+class SequenceNumbers : public HostileTest, public testing::WithParamInterface<NewStart> {
+protected:
+    SequenceNumbers() {
+        server.onNext<UA_OpenSecureChannelRequest>([](const Call& call) {
+            call.connection().goOnAfter(GetParam().last - 1);
+            call.answer();
+        });
+        server.onNext<UA_CreateSessionRequest>([](const Call& call) {
+            call.connection().goOnAfter(GetParam().first - 1);
+            call.answer();
+        });
+    }
+};
+
+class LegalNewStart : public SequenceNumbers {};
+TEST_P(LegalNewStart, IsTaken) {
+    ASSERT_EQ(connect(), 0);
+    expectUnharmed();
+}
+
+class IllegalNewStart : public SequenceNumbers {};
+TEST_P(IllegalNewStart, EndsTheConnection) {
+    EXPECT_EQ(connect(3000), connectFailed);
+    EXPECT_TRUE(server.waitForOpenConnections(0));
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, LegalNewStart,
+                         testing::Values(NewStart{"AtOne", 4294966272, 1}, NewStart{"AtZero", 4294966272, 0},
+                                         NewStart{"At1023", 4294966272, 1023},
+                                         NewStart{"AtOnce", 4294966271, 1},
+                                         NewStart{"AfterTheGreatest", 4294967295, 0},
+                                         NewStart{"AtOneAfterTheGreatest", 4294967295, 1},
+                                         NewStart{"Not", 4294966271, 4294966272}),
+                         [](const auto& one) { return one.param.name; });
+INSTANTIATE_TEST_SUITE_P(Each, IllegalNewStart,
+                         testing::Values(NewStart{"TooEarly", 4294966270, 1},
+                                         NewStart{"At1024", 4294966272, 1024},
+                                         NewStart{"At1024AfterTheGreatest", 4294967295, 1024},
+                                         NewStart{"InTheMiddle", 7, 1}),
+                         [](const auto& one) { return one.param.name; });
+
 /// What ACK allows is obeyed: the server of this suite reports each chunk that doesn't.
 class AnnouncedLimits : public HostileTest {
 protected:

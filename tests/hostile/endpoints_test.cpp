@@ -296,6 +296,85 @@ TEST_F(Password, IsNotSentOverASigningChannelWhenGetEndpointsHidesABetterWay) {
     EXPECT_FALSE(passwordWasSent());
 }
 
+/// A server without a certificate, over a channel without security: what the user asks for, what the
+/// application answers, and what comes of it.
+struct Nameless {
+    std::string name;
+    int identity;
+    std::string tokenPolicy;
+    int answer;
+    int code;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Nameless& row) {
+    return stream << row.name;
+}
+
+constexpr int nobody = -1;
+constexpr int byPassword = 1;
+constexpr int byCertificate = 2;
+
+class WithoutCertificate : public SecuredHostileTest, public testing::WithParamInterface<Nameless> {
+protected:
+    int connectAs(COpcUaClientInterface& user) {
+        _OpcUaClientConfig config{};
+        config.timeout = 10000;
+        config.userIdentity = GetParam().identity;
+        setField(config.endpointUrl, server.url());
+        setField(config.userName, "operator");
+        setField(config.password, password);
+        return user.OpcUaConnect(config);
+    }
+};
+
+TEST_P(WithoutCertificate, IsRefusedUnlessTheApplicationAcceptsThat) {
+    const Nameless& row = GetParam();
+    Offer open;
+    open.tokens = {{"user",
+                    row.identity == byPassword ? UA_USERTOKENTYPE_USERNAME : UA_USERTOKENTYPE_CERTIFICATE,
+                    policyUri(row.tokenPolicy)}};
+    server.offer({open}, {Bytes(), usualIdentity().privateKey, "nameless"});
+    Operator decides(row.answer);
+    COpcUaClientInterface user;
+    if (row.answer != nobody) {
+        user.installOpcUaCallBack(&decides);
+    }
+    user.OpcUaInit(OpcUaTraceLevel_Warnings);
+    const TraceFile trace;
+    EXPECT_EQ(connectAs(user), row.code);
+    EXPECT_EQ(decides.asked, row.answer == nobody ? 0 : 1);
+    EXPECT_EQ(decides.last.validFrom + decides.last.validTo + decides.last.thumbprint, "");
+    EXPECT_EQ(
+        trace.linesWith("refused by this client, unless the application accepts it for this connection: "
+                        "the server has no certificate"),
+        1);
+    EXPECT_EQ(trace.linesWith("refused by the server"), 0);
+    EXPECT_EQ(trace.linesWith("refused by this client: the "), row.code == 0 ? 0 : 1);
+    const bool inTheClear = row.code == 0 && row.identity == byPassword;
+    EXPECT_EQ(trace.linesWith("the password goes out in clear text"), inTheClear ? 1 : 0);
+    EXPECT_EQ(server.count<UA_ActivateSessionRequest>(), row.code == 0 ? 1 : 0);
+    EXPECT_EQ(user.OpcUaDisConnect(), row.code == 0 ? 0 : 3);
+}
+
+constexpr int notSaved = 22;
+constexpr int rejected = 23;
+INSTANTIATE_TEST_SUITE_P(
+    Each, WithoutCertificate,
+    testing::Values(
+        Nameless{"ClearPasswordNobodyAsked", byPassword, "None", nobody, notSaved},
+        Nameless{"ClearPasswordRejected", byPassword, "None", Operator::reject, rejected},
+        Nameless{"ClearPasswordOnce", byPassword, "None", Operator::once, 0},
+        Nameless{"ClearPasswordAlways", byPassword, "None", Operator::always, notSaved},
+        Nameless{"PasswordNobodyAsked", byPassword, "Basic256Sha256", nobody, notSaved},
+        Nameless{"PasswordRejected", byPassword, "Basic256Sha256", Operator::reject, rejected},
+        Nameless{"PasswordOnce", byPassword, "Basic256Sha256", Operator::once, 1},
+        Nameless{"PasswordAlways", byPassword, "Basic256Sha256", Operator::always, notSaved},
+        Nameless{"CertificateNobodyAsked", byCertificate, "Basic256Sha256", nobody, notSaved},
+        Nameless{"CertificateRejected", byCertificate, "Basic256Sha256", Operator::reject, rejected},
+        Nameless{"CertificateOnce", byCertificate, "Basic256Sha256", Operator::once, 0},
+        Nameless{"CertificateAlways", byCertificate, "Basic256Sha256", Operator::always, notSaved}),
+    [](const auto& one) { return one.param.name; });
+
 /// What a strict server decrypts: the length, the password and its nonce, and nothing behind them (OPC UA
 /// Part 4, 7.41.2.2).
 class EncryptedPassword : public Password, public testing::WithParamInterface<int> {};

@@ -16,6 +16,7 @@
 class HostileTest : public testing::Test {
 protected:
     static constexpr int connected = 1;
+    static constexpr int silent = 2;
     static constexpr int lost = 3;
     static constexpr int subscriptionLost = 5;
     static constexpr int connectFailed = 1;

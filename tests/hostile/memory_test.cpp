@@ -332,7 +332,7 @@ TEST_F(Memory, KeepsNoChangesOfItemsThatThereAreNot) {
     const std::size_t placeOfTheNumber = answer->size() - 12 - count * size - before.size() + 9;
     std::uint32_t handle = 1000;
     const HeapPeak peak;
-    for (std::uint32_t message = 0; message < 50; ++message) {
+    for (std::uint32_t message = 0; message < 10; ++message) {
         answer->replace(placeOfTheNumber, 4, u32(3 + message));
         for (std::size_t i = 0; i < count; ++i) {
             std::memcpy(&(*answer)[firstChange + i * size], &++handle, sizeof handle);
@@ -345,6 +345,34 @@ TEST_F(Memory, KeepsNoChangesOfItemsThatThereAreNot) {
     EXPECT_LE(peak.growth(), boundFor(answer->size()));
     goOn.set_value();
 }
+
+/// Behind a message that never comes, not even when it is asked for again: so many changes in each.
+class BehindAGap : public Memory, public testing::WithParamInterface<std::size_t> {};
+
+TEST_P(BehindAGap, LittleIsHeldBack) {
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    server.on<UA_RepublishRequest>([](const Call&) {});
+    constexpr std::uint32_t unknownHandle = 1000; // nothing of it is handed on
+    const auto count = static_cast<std::uint32_t>(GetParam());
+    const Bytes changes = u32(count) + repeated(u32(unknownHandle) + hex("00"), count) + noList;
+    const Bytes typeId = encode(typeOf<UA_DataChangeNotification>().binaryEncodingId);
+    const Bytes subscription = u32(server.publisher().subscriptionId()) + noList + hex("00");
+    const Bytes message = Bytes(8, '\0') + u32(1) + typeId + hex("01") + lengthAnd(changes) + noList + noList;
+    const auto answer = answerOf(typeOf<UA_PublishResponse>(), subscription + u32(0) + message);
+    const std::size_t placeOfTheNumber = answer->size() - message.size() - 4;
+    const HeapPeak peak;
+    for (std::uint32_t number = 3; number < 63; ++number) {
+        answer->replace(placeOfTheNumber, 4, u32(number));
+        const std::optional<Call> call = server.publisher().takeRequest();
+        ASSERT_TRUE(call);
+        send(*call, *answer);
+    }
+    EXPECT_EQ(read(), 0); // behind it
+    EXPECT_LE(peak.growth(), boundFor(answer->size()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Changes, BehindAGap, testing::Values(20000, 100000, 200000));
 
 TEST_F(Memory, KeepsNothingOfAForgottenSubscription) {
     monitor();

@@ -1,7 +1,10 @@
 // Subscriptions at the mercy of a server: faults, gaps, numbers that make no sense, and what comes too early.
+#include <atomic>
 #include <chrono>
 #include <cmath>
+#include <future>
 #include <limits>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -78,7 +81,44 @@ PublishAnswer fault(const std::string& name, UA_StatusCode status, const std::se
     return {name, [status](const Call& call) { return call.faultBody(status); }, statuses};
 }
 
+/// A message of the only subscription, with the next of ever new numbers, and with this notification.
+Bytes messageWith(const Call& call, UA_ExtensionObject& notification) {
+    static std::atomic<std::uint32_t> number{1000000};
+    Owned<UA_PublishResponse> response = Publisher::keepAlive(1, ++number);
+    UA_NotificationMessage& message = response->notificationMessage;
+    resize(message.notificationData, message.notificationDataSize, 1);
+    std::swap(message.notificationData[0], notification);
+    return call.bodyOf(*response);
+}
+
+Bytes unknownNotification(const Call& call) {
+    UA_ExtensionObject object{};
+    object.encoding = UA_EXTENSIONOBJECT_ENCODED_BYTESTRING;
+    object.content.encoded.typeId = UA_NODEID_NUMERIC(1, 987654);
+    return messageWith(call, object);
+}
+
+Bytes noChanges(const Call& call) {
+    UA_ExtensionObject object{};
+    const UA_DataType& type = typeOf<UA_DataChangeNotification>();
+    UA_ExtensionObject_setValue(&object, UA_new(&type), &type);
+    return messageWith(call, object);
+}
+
+Bytes unknownHandles(const Call& call) {
+    static std::atomic<std::uint32_t> number{2000000};
+    return call.bodyOf(*Publisher::dataChange(1, ++number, {{4000, 1}, {4001, 2}}));
+}
+
+Bytes knownNumber(const Call& call) {
+    return call.bodyOf(*Publisher::dataChange(1, 1, {{1, 7}}));
+}
+
 const std::vector<PublishAnswer> publishAnswers{
+    {"UnknownNotification", unknownNotification, {1}},
+    {"NoChanges", noChanges, {1}},
+    {"UnknownHandles", unknownHandles, {1}},
+    {"KnownNumber", knownNumber, {1}},
     fault("TooManyPublishRequests", UA_STATUSCODE_BADTOOMANYPUBLISHREQUESTS),
     fault("InternalError", UA_STATUSCODE_BADINTERNALERROR),
     fault("SubscriptionIdInvalid", UA_STATUSCODE_BADSUBSCRIPTIONIDINVALID),
@@ -280,6 +320,62 @@ TEST_F(Publishing, AcknowledgesEachNotificationOnce) {
     ASSERT_TRUE(server.publisher().waitForAcknowledged(20));
     EXPECT_EQ(server.publisher().acknowledged(), expected);
     EXPECT_THAT(server.publisher().unacknowledged(), IsEmpty());
+}
+
+/// How a server does not serve the request that acknowledges.
+struct Unserved {
+    std::string name;
+    Script script;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Unserved& unserved) {
+    return stream << unserved.name;
+}
+
+class UnservedPublish : public Publishing, public testing::WithParamInterface<Unserved> {};
+
+TEST_P(UnservedPublish, IsFollowedByTheSameAcknowledgements) {
+    monitor();
+    ASSERT_TRUE(server.publisher().waitForAcknowledged(1));
+    ASSERT_TRUE(server.publisher().waitForWaiting(10));
+    const auto answered = std::make_shared<std::promise<void>>();
+    server.onNext<UA_PublishRequest>([answered, script = GetParam().script](const Call& call) {
+        script(call);
+        answered->set_value();
+    });
+    server.publisher().publish(43);
+    ASSERT_EQ(answered->get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    server.publisher().keepAlive(); // one that is served
+    ASSERT_TRUE(server.publisher().waitForAcknowledged(2));
+    EXPECT_THAT(server.publisher().acknowledged(), ElementsAre(1U, 2U));
+    EXPECT_THAT(server.publisher().unacknowledged(), IsEmpty());
+    expectStillPublishing();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, UnservedPublish,
+    testing::Values(Unserved{"Refused", [](const Call& call) { call.fault(UA_STATUSCODE_BADINTERNALERROR); }},
+                    Unserved{"OneOfTooMany",
+                             [](const Call& call) { call.fault(UA_STATUSCODE_BADTOOMANYPUBLISHREQUESTS); }},
+                    Unserved{"TimedOut", [](const Call& call) { call.fault(UA_STATUSCODE_BADTIMEOUT); }},
+                    Unserved{"BrokenOff",
+                             [](const Call& call) {
+                                 call.connection().send(
+                                     call.chunk('A', u32(UA_STATUSCODE_BADTIMEOUT) + nullText()));
+                             }}),
+    [](const auto& one) { return one.param.name; });
+
+TEST_F(Publishing, AHungCallbackHoldsUpNoStatus) {
+    std::promise<void> goOn;
+    application.onEachChange([held = goOn.get_future().share()](const _OpcUaDataChangeMsg&) { held.wait(); });
+    monitor();
+    ASSERT_TRUE(application.waitForCount("ns=1;s=Item0", 1));
+    server.on<UA_ReadRequest>([](const Call&) {}); // the watchdog's
+    EXPECT_TRUE(waitForStatus(silent));
+    server.connection()->close();
+    EXPECT_TRUE(waitForStatus(lost));
+    EXPECT_EQ(changes(), 1);
+    goOn.set_value();
 }
 
 TEST_F(Publishing, DoesNotAcknowledgeKeepAlives) {

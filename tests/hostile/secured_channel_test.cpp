@@ -21,6 +21,23 @@ protected:
             response.securityToken.revisedLifetime = lifetime;
         });
     }
+    enum class AfterThreeRenewals { FirstToken, FirstTokenWithNewestKeys };
+    /// Tokens of a second, and an answer that is protected like this when the first is long over.
+    void expectRefused(AfterThreeRenewals protection) {
+        offerSecurity();
+        revise(1000);
+        ASSERT_EQ(secureConnect(), 0);
+        const std::uint32_t first = server.connection()->tokenId();
+        ASSERT_TRUE(waitForRenewals(3));
+        server.on<UA_ReadRequest>([first, protection](const Call& call) {
+            Chunk chunk = call.chunk('F', call.usualBody());
+            chunk.tokenId = first;
+            chunk.newestKeys = protection == AfterThreeRenewals::FirstTokenWithNewestKeys;
+            call.connection().send(chunk);
+        });
+        EXPECT_NE(read(), 0);
+        expectLost();
+    }
     /// Renewals of the session's channel; another one was opened before to ask for endpoints.
     bool waitForRenewals(int count) { return server.waitForCount<UA_OpenSecureChannelRequest>(count + 2); }
 };
@@ -142,34 +159,11 @@ INSTANTIATE_TEST_SUITE_P(Each, LateAnswer, testing::Combine(testing::Values(3), 
                          policyName);
 
 TEST_F(SecuredChannel, DoesNotTakeTheNewestKeysUnderAnotherTokensName) {
-    offerSecurity();
-    revise(1000);
-    ASSERT_EQ(secureConnect(), 0);
-    const std::uint32_t old = server.connection()->tokenId();
-    ASSERT_TRUE(waitForRenewals(3));
-    server.on<UA_ReadRequest>([old](const Call& call) {
-        Chunk chunk = call.chunk('F', call.usualBody());
-        chunk.tokenId = old;
-        chunk.newestKeys = true;
-        call.connection().send(chunk);
-    });
-    EXPECT_NE(read(), 0);
-    expectLost();
+    expectRefused(AfterThreeRenewals::FirstTokenWithNewestKeys);
 }
 
 TEST_F(SecuredChannel, DoesNotTakeATokenOfTwoRenewalsAgo) {
-    offerSecurity();
-    revise(1000);
-    ASSERT_EQ(secureConnect(), 0);
-    const std::uint32_t old = server.connection()->tokenId();
-    ASSERT_TRUE(waitForRenewals(3));
-    server.on<UA_ReadRequest>([old](const Call& call) {
-        Chunk chunk = call.chunk('F', call.usualBody());
-        chunk.tokenId = old;
-        call.connection().send(chunk);
-    });
-    EXPECT_NE(read(), 0);
-    expectLost();
+    expectRefused(AfterThreeRenewals::FirstToken);
 }
 
 /// The session's nonce has 32 bytes at least, the channel's exactly what its policy says.

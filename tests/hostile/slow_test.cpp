@@ -13,6 +13,13 @@ class SlowServer : public HostileTest {
 protected:
     SlowServer() { cap.set(std::chrono::seconds(40)); }
 
+    std::thread readFreelyAfter(std::chrono::seconds time) {
+        return std::thread([this, time] {
+            std::this_thread::sleep_for(time);
+            server.readFreely();
+        });
+    }
+
     const std::string longText = std::string(14 << 20, 'x');
 };
 
@@ -45,13 +52,47 @@ TEST_F(SlowServer, ThatReadsNothingEndsAWriteWithASubscription) {
 TEST_F(SlowServer, ThatReadsNothingForAWhileGetsTheWholeWrite) {
     ASSERT_EQ(connect(), 0);
     server.readAtMost(0);
-    std::thread later([this] {
-        std::this_thread::sleep_for(std::chrono::seconds(2));
-        server.readFreely();
-    });
+    std::thread later = readFreelyAfter(std::chrono::seconds(2));
     EXPECT_EQ(writeText(longText), 0);
     later.join();
     expectUnharmed();
+}
+
+/// A long write holds up what else is to be sent, and that is not the server's fault.
+class SlowServerWithTokens : public SlowServer {
+protected:
+    void revise(std::uint32_t lifetime) {
+        server.edit<UA_OpenSecureChannelResponse>([lifetime](UA_OpenSecureChannelResponse& response) {
+            response.securityToken.revisedLifetime = lifetime;
+        });
+    }
+    void expectRenewed() {
+        const int before = server.count<UA_OpenSecureChannelRequest>();
+        EXPECT_TRUE(server.waitForCount<UA_OpenSecureChannelRequest>(before + 2));
+        expectUnharmed();
+    }
+};
+
+TEST_F(SlowServerWithTokens, ThatReadsNothingForLongerThanATokenLivesIsAskedForTheNextOne) {
+    revise(1000);
+    ASSERT_EQ(connect(), 0);
+    server.readAtMost(0);
+    std::thread later = readFreelyAfter(std::chrono::seconds(3));
+    EXPECT_EQ(writeText(longText), 0);
+    later.join();
+    expectRenewed();
+}
+
+TEST_F(SlowServerWithTokens, ThatReadsNothingIsToldAsSilentWhileARenewalIsOverdue) {
+    revise(4000);
+    ASSERT_EQ(connect(), 0);
+    server.readAtMost(0);
+    std::future<int> written = std::async(std::launch::async, [this] { return writeText(longText); });
+    EXPECT_TRUE(waitForStatus(silent));
+    server.readFreely();
+    EXPECT_EQ(written.get(), 0);
+    EXPECT_TRUE(waitForStatus(connected));
+    expectRenewed();
 }
 
 TEST_F(SlowServer, ThatSpeaksAtLengthBeforeItReadsIsHeard) {

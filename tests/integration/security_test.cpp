@@ -1,12 +1,17 @@
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "secured_client_fixture.h"
 #include "security_matrix.h"
+#include "support/temporary_directory.h"
 
 namespace {
+
+namespace fs = std::filesystem;
 
 class Security : public SecuredClientTest {
 protected:
@@ -149,6 +154,39 @@ TEST_F(Security, AnUnreachableServerGivesNineteen) {
     config.securityMode = SecurityChoice::signAndEncrypt;
     EXPECT_EQ(client.OpcUaConnect(config), 19);
     EXPECT_EQ(errorText(), "");
+}
+
+/// The variable for as long as it lives.
+class NamedDirectory {
+public:
+    explicit NamedDirectory(const fs::path& directory) {
+        setenv("OPCUACLIENT_DIRECTORY", directory.c_str(), 1);
+    }
+    ~NamedDirectory() { unsetenv("OPCUACLIENT_DIRECTORY"); }
+    NamedDirectory(const NamedDirectory&) = delete;
+    NamedDirectory& operator=(const NamedDirectory&) = delete;
+};
+
+TEST_F(Security, ANamedDirectoryStandsForTheExecutables) {
+    startServer({"--security"});
+    const test_support::TemporaryDirectory place;
+    const fs::path& named = place.path();
+    std::ofstream(named / "OpcUaClientConfig.ini")
+        << "[UaClientConfig]\nClientCertificate=[ConfigPath]/panel.der\n";
+    const auto before = namesIn(directory());
+    {
+        const NamedDirectory variable(named);
+        EXPECT_EQ(client.OpcUaInit(OpcUaTraceLevel_Everything), 0);
+        EXPECT_EQ(secureConnect(), 0);
+    }
+    EXPECT_EQ(client.OpcUaDisConnect(), 0);
+    for (const char* file : {"OpcUaClient.log", "panel.der", "pkiclient/own/private/HMIClient.pem"}) {
+        EXPECT_TRUE(fs::is_regular_file(named / file)) << file;
+    }
+    EXPECT_EQ(namesIn(named / "pkiclient/trusted/certs").size(), 1U);
+    EXPECT_EQ(namesIn(directory()), before);
+    EXPECT_EQ(secureConnect(), 0);
+    EXPECT_TRUE(fs::exists(clientCertificate())) << "unset, nothing has changed";
 }
 
 } // namespace

@@ -6,11 +6,11 @@
 #include <cerrno>
 #include <functional>
 
-#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <pthread.h>
 
 #include "secured_client_fixture.h"
+#include "support/next_definition.h"
 #include "support/process_holdings.h"
 
 using test_support::openDescriptors;
@@ -36,7 +36,7 @@ bool takeThread() {
 extern "C" __attribute__((visibility("default"))) int
 pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*), void* argument) {
     using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
-    static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
+    static const auto next = nextDefinition<Create>("pthread_create");
     return takeThread() ? next(thread, attributes, start, argument) : EAGAIN;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <numeric>
 
 using namespace scripted;
@@ -9,6 +10,8 @@ using namespace scripted;
 namespace {
 
 constexpr std::uint32_t firstChild = 1000;
+constexpr int requestCount = OverlapTest::requests;
+constexpr int nodeCount = OverlapTest::nodesPerRequest;
 
 /// Its values say it, too.
 int numberOf(const UA_NodeId& id) {
@@ -32,6 +35,70 @@ void fillChildren(UA_BrowseResult& result, std::size_t count) {
 /// What the results of one request have in common.
 int common(const int* results, int count) {
     return std::all_of(results, results + count, [&](int one) { return one == *results; }) ? *results : -1;
+}
+
+std::vector<int> browseChildren(COpcUaClientInterface& client) {
+    const int code = client.OpcUaBrowse(nullptr);
+    std::vector<int> results(requestCount, code);
+    int children = 0;
+    const OpcUaNode* const root = client.OpcUaReadRootNode();
+    for (const OpcUaNode* child = root ? root->child : nullptr; child; child = child->next) {
+        EXPECT_EQ(fieldText(child->nodeId), "i=" + std::to_string(firstChild + children));
+        if (child->dataType == OpcUaDataType_Null) {
+            results[static_cast<std::size_t>(children)] = OverlapTest::untyped;
+        } else {
+            EXPECT_EQ(child->dataType, OpcUaDataType_Int32);
+            EXPECT_EQ(child->arrayInfo.dims[0], static_cast<unsigned long>(children) + 1);
+            results[static_cast<std::size_t>(children)] = 0;
+        }
+        ++children;
+    }
+    EXPECT_EQ(code == 0, children == requestCount);
+    return results;
+}
+
+std::vector<int> readNodes(COpcUaClientInterface& client) {
+    constexpr int count = requestCount * nodeCount;
+    constexpr int untouched = -7;
+    std::vector<OpcUaNode> nodes(count);
+    std::vector<std::int32_t> values(count, untouched);
+    std::vector<OpcUa_ReadNode> records(count);
+    for (int i = 0; i < count; ++i) {
+        const auto place = static_cast<std::size_t>(i);
+        setField(nodes[place].nodeId, "ns=1;s=N" + std::to_string(i));
+        nodes[place].dataType = OpcUaDataType_Int32;
+        nodes[place].result = untouched;
+        records[place] = {&nodes[place], &values[place], 0};
+    }
+    EXPECT_EQ(client.OpcUaGetMultiValue(records.data(), count), 0);
+    std::vector<int> all(count);
+    for (int i = 0; i < count; ++i) {
+        const auto place = static_cast<std::size_t>(i);
+        all[place] = nodes[place].result;
+        EXPECT_EQ(values[place], all[place] == 0 ? i : untouched);
+    }
+    std::vector<int> results;
+    for (int i = 0; i < requestCount; ++i) {
+        results.push_back(common(&all[static_cast<std::size_t>(i) * nodeCount], nodeCount));
+    }
+    return results;
+}
+
+std::vector<int> addNodes(COpcUaClientInterface& client) {
+    constexpr int count = requestCount * nodeCount;
+    std::vector<OpcUaNode> nodes(count);
+    for (int i = 0; i < count; ++i) {
+        setField(nodes[static_cast<std::size_t>(i)].nodeId, "ns=1;s=N" + std::to_string(i));
+    }
+    EXPECT_EQ(client.OpcUaAddMultiMonitNode(nodes.data(), count), 0);
+    std::vector<int> results;
+    for (int i = 0; i < requestCount; ++i) {
+        std::array<int, nodeCount> part{};
+        std::transform(nodes.begin() + i * nodeCount, nodes.begin() + (i + 1) * nodeCount, part.begin(),
+                       [](const OpcUaNode& node) { return node.result; });
+        results.push_back(common(part.data(), nodeCount));
+    }
+    return results;
 }
 
 } // namespace
@@ -86,14 +153,14 @@ void OverlapTest::prepare(const Operation& operation) {
     }
 }
 
-std::vector<int> OverlapTest::run(const Operation& operation) {
+std::vector<int> OverlapTest::run(const Operation& operation, COpcUaClientInterface& client) {
     switch (operation.kind) {
     case Kind::Browse:
-        return browseChildren();
+        return browseChildren(client);
     case Kind::Read:
-        return readNodes();
+        return readNodes(client);
     default:
-        return addNodes();
+        return addNodes(client);
     }
 }
 
@@ -112,62 +179,28 @@ std::string OverlapTest::message() {
     return text.data();
 }
 
-std::vector<int> OverlapTest::browseChildren() {
-    const int code = browse();
-    std::vector<int> results(requests, code);
-    int children = 0;
-    const OpcUaNode* const root = client.OpcUaReadRootNode();
-    for (const OpcUaNode* child = root ? root->child : nullptr; child; child = child->next) {
-        EXPECT_EQ(fieldText(child->nodeId), "i=" + std::to_string(firstChild + children));
-        EXPECT_EQ(child->dataType, OpcUaDataType_Int32);
-        EXPECT_EQ(child->arrayInfo.dims[0], static_cast<unsigned long>(children) + 1);
-        results[static_cast<std::size_t>(children)] = 0;
-        ++children;
-    }
-    EXPECT_EQ(code == 0, children == requests);
-    return results;
+std::vector<int> OverlapTest::from(int first) {
+    std::vector<int> numbers(static_cast<std::size_t>(requests - first));
+    std::iota(numbers.begin(), numbers.end(), first);
+    return numbers;
 }
 
-std::vector<int> OverlapTest::readNodes() {
-    constexpr int count = requests * nodesPerRequest;
-    constexpr int untouched = -7;
-    std::vector<OpcUaNode> nodes(count);
-    std::vector<std::int32_t> values(count, untouched);
-    std::vector<OpcUa_ReadNode> records(count);
-    for (int i = 0; i < count; ++i) {
-        const auto place = static_cast<std::size_t>(i);
-        setField(nodes[place].nodeId, "ns=1;s=N" + std::to_string(i));
-        nodes[place].dataType = OpcUaDataType_Int32;
-        nodes[place].result = untouched;
-        records[place] = {&nodes[place], &values[place], 0};
-    }
-    EXPECT_EQ(client.OpcUaGetMultiValue(records.data(), count), 0);
-    std::vector<int> all(count);
-    for (int i = 0; i < count; ++i) {
-        const auto place = static_cast<std::size_t>(i);
-        all[place] = nodes[place].result;
-        EXPECT_EQ(values[place], all[place] == 0 ? i : untouched);
-    }
-    std::vector<int> results;
-    for (int i = 0; i < requests; ++i) {
-        results.push_back(common(&all[static_cast<std::size_t>(i) * nodesPerRequest], nodesPerRequest));
-    }
-    return results;
+void OverlapTest::answerAll(HeldRequests::Calls& held) {
+    std::for_each(held.begin(), held.end(), answerWell);
 }
 
-std::vector<int> OverlapTest::addNodes() {
-    constexpr int count = requests * nodesPerRequest;
-    std::vector<OpcUaNode> nodes(count);
-    for (int i = 0; i < count; ++i) {
-        setField(nodes[static_cast<std::size_t>(i)].nodeId, "ns=1;s=N" + std::to_string(i));
-    }
-    EXPECT_EQ(client.OpcUaAddMultiMonitNode(nodes.data(), count), 0);
-    std::vector<int> results;
-    for (int i = 0; i < requests; ++i) {
-        std::array<int, nodesPerRequest> part{};
-        std::transform(nodes.begin() + i * nodesPerRequest, nodes.begin() + (i + 1) * nodesPerRequest,
-                       part.begin(), [](const OpcUaNode& node) { return node.result; });
-        results.push_back(common(part.data(), nodesPerRequest));
-    }
-    return results;
+void OverlapTest::serve(const Operation& operation, const std::vector<int>& numbers,
+                        const std::function<void(const Call&)>& otherwise) {
+    auto number = std::make_shared<int>(0);
+    server.onType(*operation.request, [=](const Call& call) {
+        const bool isOne =
+            !isProbe(call) && std::find(numbers.begin(), numbers.end(), (*number)++) != numbers.end();
+        isOne ? otherwise(call) : answerWell(call);
+    });
+}
+
+std::size_t OverlapTest::mostAhead(const Operation& operation, std::size_t first) {
+    const HeldRequests held(server, *operation.request, answerAll, first);
+    EXPECT_EQ(run(operation), expected(operation, {}));
+    return held.most();
 }

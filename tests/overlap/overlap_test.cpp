@@ -2,8 +2,6 @@
 #include <algorithm>
 #include <chrono>
 #include <functional>
-#include <memory>
-#include <numeric>
 #include <thread>
 #include <tuple>
 
@@ -13,33 +11,7 @@ using namespace scripted;
 
 namespace {
 
-class Overlap : public OverlapTest {
-protected:
-    static void answerAll(HeldRequests::Calls& held) { std::for_each(held.begin(), held.end(), answerWell); }
-    /// Numbers of the requests from this one on.
-    static std::vector<int> from(int first) {
-        std::vector<int> numbers(static_cast<std::size_t>(requests - first));
-        std::iota(numbers.begin(), numbers.end(), first);
-        return numbers;
-    }
-    /// Serves the requests one after the other, those with these numbers otherwise than well.
-    void serve(const Operation& operation, const std::vector<int>& numbers,
-               const std::function<void(const Call&)>& otherwise) {
-        auto number = std::make_shared<int>(0);
-        server.onType(*operation.request, [=](const Call& call) {
-            const bool isOne =
-                !isProbe(call) && std::find(numbers.begin(), numbers.end(), (*number)++) != numbers.end();
-            isOne ? otherwise(call) : answerWell(call);
-        });
-    }
-    void serveWell(const Operation& operation) { serve(operation, {}, nullptr); }
-    /// The most requests of an operation that are on their way at a time. It must do well.
-    std::size_t mostAhead(const Operation& operation, std::size_t first) {
-        const HeldRequests held(server, *operation.request, answerAll, first);
-        EXPECT_EQ(run(operation), expected(operation, {}));
-        return held.most();
-    }
-};
+class Overlap : public OverlapTest {};
 
 class EachOperation : public Overlap, public testing::WithParamInterface<Operation> {};
 
@@ -157,6 +129,15 @@ TEST_P(LostConnection, FailsWhatWasNotAnswered) {
     const auto& [operation, position] = GetParam();
     prepare(operation);
     serve(operation, {position}, [](const Call& call) { call.connection().finish(); });
+    EXPECT_EQ(run(operation), expected(operation, from(position)));
+    expectLost();
+}
+
+TEST_P(LostConnection, ByAResetFailsWhatWasNotAnswered) {
+    const auto& [operation, position] = GetParam();
+    server.publisher().firstValues(false); // the next Publish request might find the break first
+    prepare(operation);
+    serve(operation, {position}, [](const Call& call) { call.connection().reset(); });
     EXPECT_EQ(run(operation), expected(operation, from(position)));
     expectLost();
 }

@@ -1,89 +1,13 @@
 // A sequence of requests as the session layer serves it.
 #include <algorithm>
-#include <memory>
-#include <mutex>
 #include <vector>
 
-#include "overlap/overlap_fixture.h"
-#include "uaclient/session.h"
+#include "overlap/sequence_fixture.h"
 
 using namespace scripted;
 using namespace UaClientSdk;
 
 namespace {
-
-class Sequence : public OverlapTest {
-protected:
-    void connectSession(unsigned int requestsAhead = SessionConnectInfo::defaultRequestsAhead) {
-        SessionConnectInfo info;
-        info.requestsAhead = requestsAhead;
-        SessionSecurityInfo security;
-        ASSERT_TRUE(session.connect(UaString(server.url()), info, security, nullptr).isGood());
-    }
-    /// Reads so many nodes, one a request. The status of each, and of its value.
-    std::vector<OpcUa_StatusCode> read(int count, int limit = 10000, int stopAfter = -1) {
-        int asked = 0;
-        std::vector<OpcUa_StatusCode> statuses;
-        ReadSequence sequence;
-        sequence.next = [&](UaReadValueIds& nodes) {
-            if (asked == count) {
-                return false;
-            }
-            nodes.create(1);
-            UaNodeId(static_cast<OpcUa_UInt32>(1000 + asked)).copyTo(&nodes[0].nodeId);
-            nodes[0].attributeId = OpcUa_Attributes_Value;
-            ++asked;
-            return true;
-        };
-        sequence.answered = [&](UaStatus status, UaDataValues& values) {
-            const auto number = static_cast<OpcUa_UInt32>(statuses.size());
-            if (status.isGood()) {
-                EXPECT_EQ(values.length(), 1U);
-                EXPECT_EQ(UaVariant(values[0].value).arraySize(), number + 1);
-            } else {
-                EXPECT_EQ(values.length(), 0U);
-            }
-            statuses.push_back(status.statusCode());
-            return static_cast<int>(statuses.size()) != stopAfter;
-        };
-        ServiceSettings settings;
-        settings.callTimeout = limit;
-        session.read(settings, 0, OpcUa_TimestampsToReturn_Both, sequence);
-        return statuses;
-    }
-    static std::vector<OpcUa_StatusCode> good(int count) {
-        return std::vector<OpcUa_StatusCode>(static_cast<std::size_t>(count), OpcUa_Good);
-    }
-    /// Leaves the requests with these numbers without an answer, until afterwards.
-    void leaveOut(const std::vector<int>& numbers) {
-        server.on<UA_ReadRequest>([this, numbers, number = std::make_shared<int>(0)](const Call& call) {
-            const bool isOne =
-                !isProbe(call) && std::find(numbers.begin(), numbers.end(), (*number)++) != numbers.end();
-            if (isOne) {
-                const std::lock_guard<std::mutex> lock(m_mutex);
-                m_left.push_back(call);
-            } else {
-                answerWell(call);
-            }
-        });
-    }
-    void answerWhatWasLeft() {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        std::for_each(m_left.begin(), m_left.end(), answerWell);
-    }
-
-    void TearDown() override {
-        ServiceSettings settings;
-        session.disconnect(settings, true);
-        EXPECT_THAT(server.violations(), testing::IsEmpty());
-    }
-
-    UaSession session;
-
-private:
-    std::mutex m_mutex;
-    std::vector<Call> m_left;
-};
 
 TEST_F(Sequence, IsAnsweredInOrder) {
     connectSession();

@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <dlfcn.h>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <iterator>
@@ -16,6 +15,7 @@
 #include <vector>
 
 #include "material.h"
+#include "support/next_definition.h"
 #include "support/temporary_directory.h"
 #include "trace_reader.h"
 #include "uapki/certificate.h"
@@ -41,17 +41,12 @@ struct System {
 
 System system_; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables)
 
-template <typename Function>
-Function* real(const char* name) {
-    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
-}
-
 } // namespace
 
 // In the place of the system's, for the whole program.
 extern "C" __attribute__((visibility("default"))) int fsync(int descriptor) {
     if (!system_.isWatched) {
-        return real<int(int)>("fsync")(descriptor);
+        return nextDefinition<int (*)(int)>("fsync")(descriptor);
     }
     const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
     std::array<char, PATH_MAX> name{};
@@ -62,20 +57,20 @@ extern "C" __attribute__((visibility("default"))) int fsync(int descriptor) {
         errno = EIO;
         return -1;
     }
-    return real<int(int)>("fsync")(descriptor);
+    return nextDefinition<int (*)(int)>("fsync")(descriptor);
 }
 extern "C" __attribute__((visibility("default"))) int rename(const char* from, const char* to) noexcept {
     if (system_.isWatched) {
         system_.calls.push_back(std::string("rename to ") + to);
     }
-    return real<int(const char*, const char*)>("rename")(from, to);
+    return nextDefinition<int (*)(const char*, const char*)>("rename")(from, to);
 }
 extern "C" __attribute__((visibility("default"))) int RAND_bytes(unsigned char* bytes, int count) {
     if (system_.hasForeseeableNames) {
         std::memset(bytes, 0, static_cast<std::size_t>(count));
         return 1;
     }
-    return real<int(unsigned char*, int)>("RAND_bytes")(bytes, count);
+    return nextDefinition<int (*)(unsigned char*, int)>("RAND_bytes")(bytes, count);
 }
 
 namespace {

@@ -67,8 +67,11 @@ EOF
   application other_host "URI:$uri,DNS:elsewhere.example"
   application unknown_critical "URI:$uri" "1.2.3.4.5=critical,DER:0500"
   application client_only "URI:$uri" "extendedKeyUsage=clientAuth"
+  application any_extended_usage "URI:$uri" "extendedKeyUsage=anyExtendedKeyUsage"
   printf '[no_usage]\nsubjectAltName=URI:%s\n' "$uri"
+  printf '[proxy]\nkeyUsage=%s\nproxyCertInfo=critical,language:id-ppl-anyLanguage\n' "$complete_usage"
   printf '[partial_usage]\nkeyUsage=digitalSignature\nsubjectAltName=URI:%s\n' "$uri"
+  printf '[repudiable]\nkeyUsage=digitalSignature,keyEncipherment,dataEncipherment\nsubjectAltName=URI:%s\n' "$uri"
   printf '[ca_app]\nbasicConstraints=critical,CA:TRUE\nkeyUsage=%s,keyCertSign\nsubjectAltName=URI:%s\n' \
     "$complete_usage" "$uri"
   issuing authority critical,CA:TRUE critical,keyCertSign,cRLSign
@@ -78,6 +81,9 @@ EOF
   issuing no_list_usage critical,CA:TRUE critical,keyCertSign
   issuing bounded critical,CA:TRUE critical,keyCertSign,cRLSign
   printf 'nameConstraints=critical,permitted;DNS:plant\n'
+  issuing elsewhere_authority critical,CA:TRUE critical,keyCertSign,cRLSign
+  printf 'subjectAltName=DNS:elsewhere.example\n'
+  printf '[no_usage_authority]\nbasicConstraints=critical,CA:TRUE\nsubjectKeyIdentifier=hash\nauthorityKeyIdentifier=keyid\n'
   without_ids='subjectKeyIdentifier=none\nauthorityKeyIdentifier=none\n'
   printf "[authority_without_ids]\nbasicConstraints=critical,CA:TRUE\nkeyUsage=critical,keyCertSign,cRLSign\n$without_ids"
   application app_without_ids "URI:$uri" | sed '/KeyIdentifier/d'
@@ -87,6 +93,8 @@ EOF
   application at_partial_point "URI:$uri" 'crlDistributionPoints=with_reasons'
   application at_others_point "URI:$uri" 'crlDistributionPoints=with_issuer'
   application address_blocks "URI:$uri" 'sbgp-ipAddrBlock=critical,IPv4:10.0.0.0/8'
+  application harmless_address_blocks "URI:$uri" 'sbgp-ipAddrBlock=IPv4:10.0.0.0/8'
+  application system_numbers "URI:$uri" 'sbgp-autonomousSysNum=critical,AS:64512'
   printf '[with_issuer]\nfullname=URI:http://plant/1\nCRLissuer=dirName:lister\n[lister]\nCN=lister\n'
   printf '[relative_to_issuer]\nrelativename=relative\n[relative]\nOU=lists\n'
   printf '[with_reasons]\nfullname=URI:http://plant/1\nreasons=keyCompromise\n'
@@ -145,11 +153,12 @@ issue middle_below_last middle_last stranger authority
 issue middle_no_ca_bit root intermediate no_ca_bit
 issue middle_no_sign_usage root intermediate no_sign_usage
 
-for extensions in address_blocks address_of_three_bytes uri_in_utf8 uri_in_latin1 of_60_kilobytes; do
+for extensions in address_blocks harmless_address_blocks system_numbers any_extended_usage proxy repudiable address_of_three_bytes uri_in_utf8 uri_in_latin1 of_60_kilobytes; do
   issue "self_$extensions" self server "$extensions"
 done
 issue middle_no_list_usage root intermediate no_list_usage
 issue middle_bounded root intermediate bounded
+issue middle_no_usage root intermediate no_usage_authority
 cn=root issue root_old self authority authority "" "$past_end" # the root's name and key, before it was renewed
 issue other_root self stranger authority
 cn=root issue root_cross other_root authority authority # the root's name and key, certified by another root
@@ -180,6 +189,10 @@ issue by_middle_bounded_elsewhere middle_bounded server other_host
 cn=elsewhere.example issue by_middle_bounded_common_name middle_bounded server app_without_ids
 cn=middle_last issue middle_last_new_key middle_last stranger authority
 issue by_middle_last_new_key middle_last_new_key server app
+cn=middle_bounded issue middle_bounded_new_key middle_bounded stranger elsewhere_authority
+issue by_middle_bounded_new_key middle_bounded_new_key server app
+cn=elsewhere.example issue by_middle_bounded_host_name middle_bounded server app
+issue by_middle_no_usage middle_no_usage server app
 issue by_root_edwards root edwards app
 issue middle_edwards root edwards authority
 issue by_middle_edwards middle_edwards server app "" "" default
@@ -199,6 +212,7 @@ revocation_list() {
 }
 for issuer in root root_expired root_future root_short root_too_long root_sha1 impostor middle middle_expired \
   middle_revoked middle_last middle_below_last middle_no_ca_bit middle_no_sign_usage middle_no_list_usage middle_bounded \
+  middle_no_usage middle_bounded_new_key \
   middle_last_new_key other_root first second; do
   revocation_list "$issuer" "$issuer"
 done
@@ -245,6 +259,10 @@ fullname=URI:http://plant/1
 fullname=URI:http://plant/2
 [relative_point]
 relativename=relative
+[other_relative_point]
+relativename=other_relative
+[other_relative]
+OU=other_lists
 EOF
 bad=by_root_revoked
 later=20260301000000Z
@@ -264,12 +282,14 @@ list root_6_revokes root "$bad" "$(number 6)"
 list root_6_revokes_over root "$bad" "$(number 6)" "" "$just_over"
 list root_7 root "" "$(number 7)"
 list root_7_revokes root "$bad" "$(number 7)"
+list root_7_over root "" "$(number 7)" "" "$just_over"
 list root_300_revokes root "$bad" '2.5.29.20=DER:0202012c'
 list root_removes root "$bad,removeFromCRL" ""
 list root_later_revokes root "$bad" "" "$later"
 list root_later_named root "" 'authorityKeyIdentifier=keyid' "$later"
 list impostor_later impostor "" "" "$later"
 list impostor_later_named impostor "" 'authorityKeyIdentifier=keyid' "$later"
+list middle_later middle "" "" "$later"
 list root_next_year root "" "" "$next_year"
 list root_next_year_revokes root "$bad" "" "$next_year"
 list root_delta_6 root "" "$(delta 5 6)" "$later"
@@ -285,10 +305,12 @@ list root_delta_8_removes root "$bad,removeFromCRL" "$(delta 7 8)" "$later"
 list root_delta_of_a_delta root "" "$(delta 6 8)" "$later"
 list root_delta_unnumbered root "" '2.5.29.27=critical,DER:020105' "$later"
 list root_users_delta_6 root "" "$(delta 5 6)$(scope users)" "$later"
-for kind in users authorities attributes contradictory some_reasons indirect point other_point relative_point; do
+for kind in users authorities attributes contradictory some_reasons indirect point other_point relative_point \
+  other_relative_point; do
   list "root_$kind" root "" "$(scope "$kind")"
   list "root_${kind}_revokes" root "$bad" "$(scope "$kind")"
 done
+list root_unknown_extension root "" '1.2.3.4.5=DER:0500'
 list root_critical root "" '1.2.3.4.5=critical,DER:0500'
 list root_critical_revokes root "$bad" '1.2.3.4.5=critical,DER:0500' "$later"
 list root_malformed_number root "" '2.5.29.20=DER:0500'
@@ -331,6 +353,12 @@ head -c 500 root_revoking.crl.pem >spoilt_cut_pem.crl
 cat root.crl root_revoking.crl.pem >spoilt_trailing.crl
 cat root.crl middle.crl >both.crl
 cat root.crl.pem middle.crl.pem >both_pem.crl
+for line in BEGIN END; do
+  { cat root.crl.pem; sed "s/-----$line/----$line/" root_revoking.crl.pem; } >"spoilt_${line,,}_pem.crl"
+  { sed "s/-----$line/----$line/" root_revoking.crl.pem; cat root.crl.pem; } >"spoilt_${line,,}_first_pem.crl"
+done
+{ cat root.crl.pem; sed 's/BEGIN/BEGIM/' root_revoking.crl.pem; } >spoilt_begim_pem.crl
+{ echo 'What the authority has published:'; cat root.crl.pem root.pem root.crl.pem; } >told_pem.crl
 cp root.der spoilt_certificate.crl
 head -c 500 self_good.der >truncated.der
 head -c 1048576 /dev/zero >megabyte.der

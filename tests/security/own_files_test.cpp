@@ -221,6 +221,49 @@ INSTANTIATE_TEST_SUITE_P(
         SpoiltFile{"UserKeyMegabyte", File::UserKey, megabyte, 25, userMessage}),
     [](const auto& row) { return row.param.name; });
 
+/// A company's certificate in another form, whose key is as good as before.
+TEST_F(OwnFiles, AClientCertificateInAnotherFormStaysWithItsKey) {
+    connectForTheFirstTime();
+    const std::string der = contentOf(clientCertificate());
+    const test_support::ProgramResult pem =
+        test_support::runProgram("openssl", {"x509", "-inform", "DER", "-in", clientCertificate().string()});
+    ASSERT_EQ(pem.end.exitCode, 0) << pem.standardError;
+    // The outer length in one byte more than needed: BER, but not DER.
+    ASSERT_EQ(der.substr(0, 2), "\x30\x82");
+    const std::string ber = "\x30\x83" + std::string(1, '\0') + der.substr(2);
+    for (const std::string& content : {pem.standardOutput, "subject=CN = panel\n" + pem.standardOutput, ber,
+                                       pem.standardOutput.substr(0, pem.standardOutput.size() / 2)}) {
+        put(clientCertificate(), content);
+        const auto before = files();
+        startTrace(1);
+        EXPECT_EQ(secureConnect(), 21);
+        EXPECT_EQ(errorText(), ownMessage);
+        EXPECT_THAT(trace(), HasSubstr(clientCertificate().string() + " holds a certificate"));
+        EXPECT_EQ(files(), before);
+    }
+    put(clientCertificate(), der);
+    EXPECT_EQ(secureConnect(), 0);
+}
+
+/// A key that somebody may have had certified is never lost.
+TEST_F(OwnFiles, AKeyThatIsReplacedIsKeptAside) {
+    connectForTheFirstTime();
+    const std::string first = contentOf(clientKey());
+    fs::remove(clientCertificate());
+    ASSERT_EQ(secureConnect(), 0);
+    const std::string second = contentOf(clientKey());
+    EXPECT_NE(second, first);
+    fs::remove(clientCertificate());
+    ASSERT_EQ(secureConnect(), 0);
+    EXPECT_EQ(contentOf(clientKey().string() + ".old"), first);
+    EXPECT_EQ(contentOf(clientKey().string() + ".old2"), second);
+    EXPECT_EQ(fs::status(clientKey().string() + ".old").permissions(), fs::perms(0600));
+    const std::string ofUser = contentOf(userKey());
+    fs::remove(userCertificate());
+    ASSERT_EQ(secureConnect(byCertificate), 0);
+    EXPECT_EQ(contentOf(userKey().string() + ".old"), ofUser);
+}
+
 /// What is no certificate at all is made anew, with its key: such a file serves nobody.
 TEST_F(OwnFiles, AClientCertificateThatIsNoneIsMadeAnew) {
     connectForTheFirstTime();

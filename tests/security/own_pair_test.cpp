@@ -10,7 +10,6 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdlib>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -30,6 +29,7 @@
 
 #include "from_environment.h"
 #include "security/configuration.h"
+#include "support/next_definition.h"
 #include "support/temporary_directory.h"
 #include "support/unprivileged.h"
 #include "uabase/trace.h"
@@ -53,11 +53,6 @@ struct System {
 
 System system_; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables)
 
-template <typename Function>
-Function* real(const char* name) {
-    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
-}
-
 } // namespace
 
 // In the place of the system's, for the whole program.
@@ -66,14 +61,14 @@ extern "C" __attribute__((visibility("default"))) int fsync(int descriptor) {
     if (slowness > 0) {
         std::this_thread::sleep_for(std::chrono::milliseconds(std::rand() % slowness)); // NOLINT
     }
-    return real<int(int)>("fsync")(descriptor);
+    return nextDefinition<int (*)(int)>("fsync")(descriptor);
 }
 extern "C" __attribute__((visibility("default"))) int rename(const char* from, const char* to) noexcept {
     if (system_.renamesUntilKill == 0) {
         ::raise(SIGKILL);
     }
     --system_.renamesUntilKill;
-    return real<int(const char*, const char*)>("rename")(from, to);
+    return nextDefinition<int (*)(const char*, const char*)>("rename")(from, to);
 }
 extern "C" __attribute__((visibility("default"))) int open(const char* path, int flags, ...) {
     va_list arguments;
@@ -84,7 +79,7 @@ extern "C" __attribute__((visibility("default"))) int open(const char* path, int
         errno = system_.error;
         return -1;
     }
-    return real<int(const char*, int, ...)>("open")(path, flags, mode);
+    return nextDefinition<int (*)(const char*, int, ...)>("open")(path, flags, mode);
 }
 
 namespace {

@@ -2,10 +2,11 @@
 
 #include <cerrno>
 
-#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
+
+#include "support/next_definition.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -23,7 +24,7 @@ bool noMoreThreads = false;
 extern "C" __attribute__((visibility("default"))) int
 pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*), void* argument) {
     using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
-    static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
+    static const auto next = nextDefinition<Create>("pthread_create");
     return noMoreThreads ? EAGAIN : next(thread, attributes, start, argument);
 }
 

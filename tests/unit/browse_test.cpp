@@ -481,6 +481,14 @@ TEST_F(BrowseWithoutEnd, WhatAReleaseBringsIsNotTaken) {
     expectChildren(0);
 }
 
+TEST_F(BrowseWithoutEnd, WhereTypesCannotBeReadTheRestIsReleased) {
+    answerPages({3, 3, 3});
+    script().onRead = [](const standin::ReadRequest&, UaDataValues&) { return UaStatus(badStatus); };
+    const auto requests = failingBrowse();
+    ASSERT_THAT(requests, SizeIs(1));
+    EXPECT_TRUE(requests[0].releaseContinuationPoint);
+}
+
 TEST_F(BrowseWithoutEnd, OnePageWithTooManyChildrenIsRefusedUnread) {
     answerPages({mostChildren + 1});
     EXPECT_THAT(failingBrowse(), IsEmpty()) << "there is no continuation point to release";
@@ -526,7 +534,9 @@ TEST_F(Browse, FailedReadStopsBeforeTheNextPage) {
     };
     script().onRead = [](const ReadRequest&, UaDataValues&) { return UaStatus(badStatus); };
     EXPECT_EQ(m_client->OpcUaBrowse(nullptr), 4);
-    EXPECT_THAT(script().operations(), ElementsAre("UaSession::browse", "UaSession::read"));
+    EXPECT_THAT(script().operations(),
+                ElementsAre("UaSession::browse", "UaSession::read", "UaSession::browseNext"));
+    EXPECT_TRUE(script().requests<BrowseNextRequest>().at(0).releaseContinuationPoint);
 }
 
 TEST_F(Browse, ChildWithoutReadableValueStays) {

@@ -5,7 +5,7 @@
 
 #include "client/opcua_client.h"
 #include "client_test.h"
-#include "next_definition.h"
+#include "support/next_definition.h"
 
 using standin::ReadRequest;
 using ::testing::Each;

@@ -1,3 +1,4 @@
+#include <chrono>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "client_test.h"
+#include "support/moved_clock.h"
 
 using ::testing::Each;
 using ::testing::ElementsAre;
@@ -162,6 +164,62 @@ TEST_F(Discovery, OneSetOfObjectsServesEveryCall) {
         EXPECT_EQ(query.discovery, queries[0].discovery);
         EXPECT_EQ(query.security, queries[0].security);
     }
+}
+
+/// Calls that take time, by a clock that is moved.
+class SlowDiscovery : public Discovery {
+protected:
+    ~SlowDiscovery() override { test_support::moveClock(CLOCK_MONOTONIC, std::chrono::seconds(0)); }
+
+    /// Every URL fails, or answers, after its ten seconds.
+    void answerSlowly(bool answers) {
+        script().onGetEndpoints = [this, answers](const Query&, UaEndpointDescriptions& endpoints) {
+            pass(std::chrono::seconds(10));
+            fillEndpoints(endpoints, {Endpoint()});
+            return answers ? UaStatus() : UaStatus(badStatus);
+        };
+    }
+    void pass(std::chrono::seconds time) {
+        m_passed += time;
+        test_support::moveClock(CLOCK_MONOTONIC, m_passed);
+    }
+
+private:
+    std::chrono::seconds m_passed{0};
+};
+
+TEST_F(SlowDiscovery, AsksNoFurtherUrlAfterFiftySeconds) {
+    answerServers({{"urn:a", "A", numberedUrls(15)}, {"urn:b", "B", {"opc.tcp://b:1"}}});
+    answerSlowly(false);
+    EXPECT_EQ(discover(), 19);
+    EXPECT_THAT(queriedUrls(), SizeIs(5));
+    EXPECT_EQ(result().serverCount, 2U);
+    EXPECT_EQ(result().servers[0].discoveryUrlCount, 15U);
+    EXPECT_STREQ(result().servers[0].discoveryUrls[14].discoveryUrl, "opc.tcp://plant:4854");
+    EXPECT_TRUE(isUntouched(result().servers[0].discoveryUrls[14].endpointCount));
+    EXPECT_STREQ(result().servers[1].applicationUri, "urn:b");
+    EXPECT_STREQ(result().servers[1].discoveryUrls[0].discoveryUrl, "opc.tcp://b:1");
+    EXPECT_TRUE(isUntouched(result().servers[1].discoveryUrls[0].endpointCount));
+}
+
+TEST_F(SlowDiscovery, KeepsWhatAnsweredInTime) {
+    answerServers({{"urn:a", "A", numberedUrls(15)}});
+    answerSlowly(true);
+    EXPECT_EQ(discover(), 0);
+    EXPECT_THAT(queriedUrls(), SizeIs(5));
+    EXPECT_EQ(result().servers[0].discoveryUrls[4].endpointCount, 1U);
+    EXPECT_TRUE(isUntouched(result().servers[0].discoveryUrls[5].endpointCount));
+}
+
+TEST_F(SlowDiscovery, CountsTheTimeOfTheServersQuery) {
+    script().onFindServers = [this](const Query&, UaApplicationDescriptions& target) {
+        pass(std::chrono::seconds(10));
+        fillServers(target, {{"urn:a", "A", numberedUrls(15)}});
+        return UaStatus();
+    };
+    answerSlowly(true);
+    EXPECT_EQ(discover(), 0);
+    EXPECT_THAT(queriedUrls(), SizeIs(4));
 }
 
 TEST_F(Discovery, TakesNoLockAndTouchesNoSession) {

@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <memory>
@@ -256,4 +258,74 @@ TEST_F(ApplicationPath, EndsAt4095Bytes) {
 TEST_F(ApplicationPath, OfAnUnknownExecutableIsNull) {
     platform_recorder::failExecutable();
     EXPECT_EQ(path(), "none");
+}
+
+namespace {
+
+class NamedDirectory : public ApplicationPath {
+protected:
+    NamedDirectory() { platform_recorder::setExecutable("/opt/plant/bin/hmi"); }
+
+    std::string pathFor(const std::string& named) {
+        platform_recorder::setNamedDirectory(named);
+        return path();
+    }
+};
+
+} // namespace
+
+TEST_F(NamedDirectory, StandsForTheExecutables) {
+    EXPECT_EQ(pathFor("/var/lib/panel"), "/var/lib/panel");
+}
+
+TEST_F(NamedDirectory, MayEndWithSlashes) {
+    EXPECT_EQ(pathFor("/var/lib/panel//"), "/var/lib/panel");
+    EXPECT_EQ(pathFor("/"), "");
+}
+
+TEST_F(NamedDirectory, IsIgnoredUnlessItIsAbsolute) {
+    for (const char* named : {"", "panel", "./panel", "~/panel", " /panel"}) {
+        EXPECT_EQ(pathFor(named), "/opt/plant/bin") << named;
+    }
+}
+
+TEST_F(NamedDirectory, IsIgnoredWhenNoPathCanBeSoLong) {
+    EXPECT_EQ(pathFor("/" + std::string(4094, 'd')), "/" + std::string(4094, 'd'));
+    EXPECT_EQ(pathFor("/" + std::string(4095, 'd')), "/opt/plant/bin");
+}
+
+TEST_F(NamedDirectory, NeedsNoExecutable) {
+    platform_recorder::failExecutable();
+    EXPECT_EQ(pathFor("/var/lib/panel"), "/var/lib/panel");
+}
+
+// A program that runs with more rights than its caller has no such variable for secure_getenv().
+TEST_F(NamedDirectory, OfASetUidProgramIsIgnored) {
+    ASSERT_EQ(setenv("OPCUACLIENT_DIRECTORY", "/home/caller", 1), 0);
+    EXPECT_EQ(path(), "/opt/plant/bin");
+    unsetenv("OPCUACLIENT_DIRECTORY");
+}
+
+TEST_F(NamedDirectory, HoldsForTheTrace) {
+    platform_recorder::setNamedDirectory("/var/lib/panel");
+    EXPECT_EQ(m_client.OpcUaInit(OpcUaTraceLevel_Errors), 0);
+    const auto& calls = script().calls();
+    const auto opened = std::find_if(calls.begin(), calls.end(), [](const standin::Call& call) {
+        return call.operation == "UaTrace::initTrace";
+    });
+    ASSERT_NE(opened, calls.end());
+    EXPECT_THAT(std::get<std::string>(opened->arguments),
+                ::testing::HasSubstr(" /var/lib/panel/OpcUaClient.log,"));
+}
+
+TEST_F(NamedDirectory, HoldsForTheConfiguration) {
+    platform_recorder::setNamedDirectory("/var/lib/panel");
+    _OpcUaClientConfig config = makeConfig();
+    EXPECT_EQ(m_client.OpcUaConnect(config), 0);
+    const auto& calls = script().calls();
+    const auto opened = std::find_if(calls.begin(), calls.end(), [](const standin::Call& call) {
+        return call.operation == "UaSettings::UaSettings";
+    });
+    ASSERT_NE(opened, calls.end());
+    EXPECT_EQ(std::get<std::string>(opened->arguments), "/var/lib/panel/OpcUaClientConfig.ini");
 }

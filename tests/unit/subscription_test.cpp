@@ -262,6 +262,15 @@ TEST_F(Subscription, TheDestructorWaitsForNoSilentServer) {
     EXPECT_EQ(script().requests<DeleteSubscriptionRequest>().at(0).settings.callTimeout, 300);
 }
 
+TEST_F(Subscription, TheDestructorWaitsForASilentServerButOnce) {
+    ASSERT_EQ(add("ns=2;s=A"), 0);
+    script().onDeleteItems = [](const auto&, UaStatusCodeArray&) { return UaStatus(OpcUa_BadTimeout); };
+    watchFromHere();
+    m_client.reset();
+    EXPECT_EQ(script().requests<standin::DeleteItemsRequest>().at(0).settings.callTimeout, 300);
+    EXPECT_EQ(script().requests<DeleteSubscriptionRequest>().at(0).settings.callTimeout, 1);
+}
+
 TEST_F(Subscription, TheDestructorFreesItemsOfALostConnection) {
     ASSERT_EQ(add("ns=2;s=A"), 0);
     script().onIsConnected = [] { return false; };

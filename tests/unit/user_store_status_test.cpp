@@ -2,8 +2,8 @@
 // program hides the two operations of the SDK's provider with its own, which say what the case wants.
 #include <optional>
 
-#include "next_definition.h"
 #include "secured_client_test.h"
+#include "support/next_definition.h"
 #include "uapki/provider.h"
 
 namespace {

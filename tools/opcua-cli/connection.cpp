@@ -1,14 +1,15 @@
 #include "connection.h"
 
+#include "interrupt.h"
+#include "result_text.h"
+#include "security/names.h"
+#include "security/user_certificate.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
-
-#include "interrupt.h"
-#include "nodes/node_info.h"
-#include "security/names.h"
 
 namespace opcua_cli {
 namespace {
@@ -85,28 +86,13 @@ void Connection::throwIfLost(int resultCode) {
 /// the server's state, which every server has, is refused as soon as the connection is gone.
 bool Connection::isAlive() {
     constexpr const char* serverStateId = "i=2259";
-    OpcUaNode record = recordFor(serverStateId, OpcUaDataType_Int32);
+    OpcUaNode record{};
+    setField(record.nodeId, serverStateId);
+    record.dataType = OpcUaDataType_Int32;
     std::int32_t state = 0;
     int size = sizeof state;
     return m_client.OpcUaGetValue(&record, &state, size) != connectionLost &&
            m_client.OpcUaGetConnectStatus() == connected;
-}
-
-ReadResult Connection::read(const std::string& nodeId, _OpcUaDataType type) {
-    ReadResult result = readGrowing(type, [&](ValueBuffer& buffer) {
-        OpcUaNode record = recordFor(nodeId, buffer.recordType());
-        return m_client.OpcUaGetValue(&record, buffer.data(), buffer.size());
-    });
-    throwIfLost(result.resultCode);
-    return result;
-}
-
-int Connection::write(const std::string& nodeId, const Value& value) {
-    ValueBuffer buffer(value);
-    OpcUaNode record = recordFor(nodeId, buffer.recordType());
-    const int code = m_client.OpcUaSetValue(&record, buffer.data(), buffer.size());
-    throwIfLost(code);
-    return code;
 }
 
 } // namespace opcua_cli

@@ -1,19 +1,21 @@
 #pragma once
 
 #include "OpcUaClientInterface.h"
-#include "callback.h"
 #include "failure.h"
-#include "nodes/value_buffer.h"
 #include "options.h"
-#include "result_text.h"
+#include "security/trust.h"
 
-#include <string>
+#include <functional>
+#include <utility>
 
 namespace opcua_cli {
 
 /// An open connection to one server; closed with the object.
 class Connection {
 public:
+    /// Called on a thread of the library, one change at a time.
+    using DataChangeHandler = std::function<void(const _OpcUaDataChangeMsg&)>;
+
     /// Throws Failure: Usage for security options that make no sense, before anything is sent; NoConnection.
     explicit Connection(const ConnectOptions& options, DataChangeHandler onDataChange = {});
     ~Connection();
@@ -34,14 +36,25 @@ public:
     /// Why the last operation failed that did.
     const Problem& lastProblem() const { return m_lastProblem; }
 
-    /// Reads a scalar as the given type; OpcUaDataType_Null gives the library's text form of any value, which
-    /// is empty when it has none. Throws as throwIfLost().
-    ReadResult read(const std::string& nodeId, _OpcUaDataType type);
-
-    /// Writes a scalar and gives the result code. Throws as throwIfLost().
-    int write(const std::string& nodeId, const Value& value);
-
 private:
+    /// What the library asks and tells the program.
+    class Callback final : public COpcUaClientInterface::OpcUaCallBack {
+    public:
+        Callback(TrustDecision& trust, DataChangeHandler onDataChange)
+            : m_trust(trust), m_onDataChange(std::move(onDataChange)) {}
+        void OpcUaDataChange(_OpcUaDataChangeMsg message) override {
+            if (m_onDataChange)
+                m_onDataChange(message);
+        }
+        int OpcUaTrustServerCertificate(_OpcUaCertificateMsg certificate) override {
+            return m_trust.answer(certificate);
+        }
+
+    private:
+        TrustDecision& m_trust;
+        DataChangeHandler m_onDataChange;
+    };
+
     void open();
     Problem connectProblem(int resultCode);
     bool isAlive();

@@ -1,12 +1,8 @@
 #pragma once
 
-#include "failure.h"
-#include "output/json.h"
 #include "security/options.h"
 
-#include <CLI/CLI.hpp>
 #include <cstddef>
-#include <functional>
 #include <string>
 
 namespace opcua_cli {
@@ -36,23 +32,5 @@ struct ConnectOptions : CommonOptions {
 
 /// Default bound of everything that walks through an address space.
 constexpr std::size_t defaultMaxNodes = 20000;
-
-/// All but the URL.
-void addReportOptions(CLI::App& command, CommonOptions& options);
-void addCommonOptions(CLI::App& command, CommonOptions& options);
-void addConnectOptions(CLI::App& command, ConnectOptions& options);
-void addMaxNodesOption(CLI::App& command, std::size_t& maxNodes, const std::string& description);
-
-/// The address that the user gave, completed: "host:4840" becomes "opc.tcp://host:4840". Throws
-/// CLI::ValidationError for one that the library cannot take.
-std::string completeUrl(const std::string& text);
-
-/// A chosen sub-command, ready to run.
-using Action = std::function<ExitCode()>;
-
-/// Runs a command from where the library finds its files; a Failure is reported to people on standard error,
-/// and with --json as {"error": ...} too, in the form of the command's other documents.
-ExitCode runReporting(const CommonOptions& options, const Action& command,
-                      std::string (*form)(const Json&) = document);
 
 } // namespace opcua_cli

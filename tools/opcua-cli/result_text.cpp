@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <string>
 
 namespace opcua_cli {
@@ -20,10 +19,8 @@ struct ResultText {
 constexpr std::array<ResultText, 23> resultTexts{{
     {1, true, "the server could not be connected",
      "check that the server runs and that host and port are right (opcua-cli discover URL shows its "
-     "endpoints); a "
-     "server behind a slow network may need a longer --timeout; --trace warnings writes the reason to the "
-     "trace "
-     "file that \"opcua-cli --help\" names"},
+     "endpoints); a server behind a slow network may need a longer --timeout; --trace warnings writes the "
+     "reason to the trace file that \"opcua-cli --help\" names"},
     {2, true, "the connection could not be closed in good order",
      "nothing: the server drops the session by itself after its time-out"},
     {3, true, "the connection to the server is lost", "the same command again, once the server answers"},
@@ -33,31 +30,26 @@ constexpr std::array<ResultText, 23> resultTexts{{
     {6, true, "the node is not in the tree that was browsed", "browse its parent first"},
     {7, true, "the value could not be read",
      "check the node id (opcua-cli browse URL shows them); an existing node may have no value, may not be "
-     "readable "
-     "for this user, or may have a value with a bad or uncertain status"},
+     "readable for this user, or may have a value with a bad or uncertain status"},
     {8, true, "the value could not be written",
      "check that the node exists, that this user may write it, and that its type is the one used (--type)"},
     {9, true, "the server refused the subscription",
      "--trace warnings writes the reason to the trace file that \"opcua-cli --help\" names; servers limit "
-     "the "
-     "number of subscriptions"},
+     "the number of subscriptions"},
     {11, true, "there is no subscription", "please report this: the command should have made one"},
     {12, true, "the server does not monitor this node",
      "check the node id (opcua-cli browse URL shows them) and that it has a value; --trace warnings writes "
-     "the "
-     "reason to the trace file that \"opcua-cli --help\" names"},
+     "the reason to the trace file that \"opcua-cli --help\" names"},
     {18, false, "no discovery service answers at that address",
      "check host and port and that the server runs; the port of OPC UA servers is often 4840"},
     {19, false, "the server answered, but none of its servers or discovery addresses did",
      "the server may announce a host name that this machine cannot resolve: ask it by IP address and look at "
-     "its "
-     "configured host name"},
+     "its configured host name"},
     {20, true, "the certificate store could not be used",
      "look at the folders that \"opcua-cli cert\" shows; --trace warnings writes the reason"},
     {21, true, "this client's own certificate and key could not be loaded",
      "\"opcua-cli cert\" shows where they are; when the key is lost, delete the certificate as well, and a "
-     "new "
-     "pair is made"},
+     "new pair is made"},
     {22, true, "the server's certificate could not be put into the trust list",
      "the folder that \"opcua-cli cert\" shows must be writable"},
     {23, true, "the server's certificate is not trusted", "--trust once or always"},
@@ -103,10 +95,10 @@ Problem problemOfConnect(int resultCode, COpcUaClientInterface& client, bool sec
         problem.explanation = "the server could not be asked for its endpoints";
         problem.advice = problemFor(connectFailed, client).advice;
     } else if (resultCode == connectFailed && secured) {
-        problem.advice = "check that the server offers this policy and mode (opcua-cli discover URL), that "
-                         "user name and password are right, and that the server trusts this client's "
-                         "certificate (opcua-cli cert tells how); --trace warnings writes the reason to the "
-                         "trace file that \"opcua-cli --help\" names";
+        problem.advice =
+            "check that the server offers this policy and mode (opcua-cli discover URL), that user name and "
+            "password are right, and that the server trusts this client's certificate (opcua-cli cert tells "
+            "how); --trace warnings writes the reason to the trace file that \"opcua-cli --help\" names";
     }
     return problem;
 }

@@ -1,4 +1,4 @@
-#include "plant.h"
+#include "plant/plant.h"
 
 namespace plant_server {
 

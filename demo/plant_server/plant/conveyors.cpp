@@ -1,6 +1,6 @@
 #include <string>
 
-#include "plant.h"
+#include "plant/plant.h"
 
 namespace plant_server {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../simulation.h"
+#include "plant/simulation.h"
 
 namespace plant_server {
 

@@ -2,7 +2,7 @@
 #include <string>
 #include <vector>
 
-#include "plant.h"
+#include "plant/plant.h"
 
 namespace plant_server {
 

@@ -1,4 +1,4 @@
-#include "test_rack.h"
+#include "test_rack/test_rack.h"
 
 #include <chrono>
 #include <cstddef>

@@ -1,6 +1,6 @@
 #include <cstddef>
 
-#include "test_rack.h"
+#include "test_rack/test_rack.h"
 
 namespace plant_server {
 namespace {

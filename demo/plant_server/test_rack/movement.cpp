@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <string>
 
-#include "test_rack.h"
+#include "test_rack/test_rack.h"
 
 namespace plant_server {
 namespace {

@@ -1,7 +1,7 @@
 #include <vector>
 
-#include "../plant/plant.h"
-#include "test_rack.h"
+#include "plant/plant.h"
+#include "test_rack/test_rack.h"
 
 namespace plant_server {
 namespace {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "../clients.h"
-#include "../connections.h"
-#include "../simulation.h"
-#include "../tags.h"
+#include "plant/simulation.h"
+#include "plant/tags.h"
+#include "server/clients.h"
+#include "server/connections.h"
 
 #include <chrono>
 #include <functional>

@@ -2,7 +2,7 @@
 #include <string>
 #include <vector>
 
-#include "test_rack.h"
+#include "test_rack/test_rack.h"
 
 namespace plant_server {
 namespace {

@@ -13,10 +13,9 @@ UaByteString::UaByteString(const UA_ByteString& bytes) {
 }
 
 void UaByteString::wipe() {
-    if (!m_bytes.empty()) {
+    if (!m_bytes.empty())
         explicit_bzero(m_bytes.data(), m_bytes.size());
-        m_bytes.clear();
-    }
+    m_bytes.clear();
 }
 
 OpcUa_ByteString UaByteString::view() const {

@@ -52,14 +52,14 @@ bool UaFile::open() {
     close();
     const std::string path = m_path.toUtf8().text();
     // Without waiting: the name may be that of a pipe.
-    m_descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    m_error = m_descriptor < 0 ? errno : 0;
+    m_file.reset(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    m_error = m_file.isOpen() ? 0 : errno;
     struct stat status = {};
-    if (m_descriptor >= 0 && (::fstat(m_descriptor, &status) != 0 || !S_ISREG(status.st_mode))) {
+    if (m_file.isOpen() && (::fstat(m_file.get(), &status) != 0 || !S_ISREG(status.st_mode))) {
         m_error = EISDIR;
         close();
     }
-    return m_descriptor >= 0;
+    return m_file.isOpen();
 }
 
 bool UaFile::isMissing() const {
@@ -68,10 +68,4 @@ bool UaFile::isMissing() const {
 
 UaString UaFile::problem() const {
     return m_error == EISDIR ? "it is no regular file" : std::generic_category().message(m_error);
-}
-
-void UaFile::close() {
-    if (m_descriptor >= 0)
-        ::close(m_descriptor);
-    m_descriptor = -1;
 }

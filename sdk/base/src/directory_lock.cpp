@@ -4,11 +4,9 @@
 #include <chrono>
 #include <system_error>
 #include <thread>
-#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <unistd.h>
 
 namespace {
 
@@ -32,9 +30,9 @@ int lockUntil(int descriptor, Clock::time_point end) {
 } // namespace
 
 UaDirectoryLock::UaDirectoryLock(const UaString& directory, std::chrono::milliseconds limit)
-    : m_descriptor(
+    : m_directory(
           ::open(directory.isEmpty() ? "." : directory.toUtf8(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    const int error = isHeld() ? lockUntil(m_descriptor, Clock::now() + limit) : errno;
+    const int error = isHeld() ? lockUntil(m_directory.get(), Clock::now() + limit) : errno;
     if (error != 0) {
         release();
         m_problem =
@@ -47,10 +45,8 @@ UaDirectoryLock::~UaDirectoryLock() {
 }
 
 void UaDirectoryLock::release() {
-    const int descriptor = std::exchange(m_descriptor, -1);
-    if (descriptor >= 0) {
-        // A child process that was forked meanwhile has the descriptor as well.
-        ::flock(descriptor, LOCK_UN);
-        ::close(descriptor);
-    }
+    if (isHeld())
+        ::flock(m_directory.get(),
+                LOCK_UN); // a child process that was forked meanwhile has the descriptor as well
+    m_directory.close();
 }

@@ -1,12 +1,10 @@
-#include "held_bytes.h"
+#include "uabase/held_bytes.h"
 
 #include <cstdint>
 
+#include <open62541/types.h>
+
 namespace {
-
-constexpr std::size_t blockOverhead = 16;
-
-std::size_t held(const void* value, const UA_DataType& type);
 
 template <typename Value>
 const Value& as(const void* value) {
@@ -17,18 +15,18 @@ std::size_t heldByArray(const void* elements, std::size_t count, const UA_DataTy
     if (elements == nullptr || count == 0) {
         return 0;
     }
-    std::size_t bytes = blockOverhead + count * type.memSize;
+    std::size_t bytes = heapBlock(count * type.memSize);
     if (!type.pointerFree) {
         const auto* element = static_cast<const std::uint8_t*>(elements);
         for (std::size_t i = 0; i < count; ++i, element += type.memSize) {
-            bytes += held(element, type);
+            bytes += heldBytes(element, type);
         }
     }
     return bytes;
 }
 
 std::size_t heldByText(const UA_String& text) {
-    return text.length == 0 ? 0 : blockOverhead + text.length;
+    return text.length == 0 ? 0 : heapBlock(text.length);
 }
 
 std::size_t heldByNodeId(const UA_NodeId& id) {
@@ -51,7 +49,7 @@ std::size_t heldByDiagnosticInfo(const UA_DiagnosticInfo& info) {
     const std::size_t bytes = heldByText(info.additionalInfo);
     return info.innerDiagnosticInfo == nullptr
                ? bytes
-               : bytes + blockOverhead + sizeof info + heldByDiagnosticInfo(*info.innerDiagnosticInfo);
+               : bytes + heapBlock(sizeof info) + heldByDiagnosticInfo(*info.innerDiagnosticInfo);
 }
 
 /// The member whose bytes begin at `place`.
@@ -61,7 +59,7 @@ std::size_t heldByMember(const std::uint8_t* place, const UA_DataTypeMember& mem
         const auto count = as<std::size_t>(place);
         return heldByArray(as<const void*>(place + sizeof count), count, type);
     }
-    return member.isOptional ? heldByArray(as<const void*>(place), 1, type) : held(place, type);
+    return member.isOptional ? heldByArray(as<const void*>(place), 1, type) : heldBytes(place, type);
 }
 
 std::size_t heldByStructure(const std::uint8_t* place, const UA_DataType& type) {
@@ -86,7 +84,19 @@ std::size_t heldByUnion(const std::uint8_t* place, const UA_DataType& type) {
     return heldByMember(place + member.padding, member);
 }
 
-std::size_t held(const void* value, const UA_DataType& type) {
+std::size_t heldByVariant(const UA_Variant& value) {
+    if (value.type == nullptr || value.data <= UA_EMPTY_ARRAY_SENTINEL) {
+        return 0;
+    }
+    const std::size_t count = UA_Variant_isScalar(&value) ? 1 : value.arrayLength;
+    const std::size_t dimensions =
+        value.arrayDimensionsSize == 0 ? 0 : heapBlock(value.arrayDimensionsSize * sizeof(UA_UInt32));
+    return heldByArray(value.data, count, *value.type) + dimensions;
+}
+
+} // namespace
+
+std::size_t heldBytes(const void* value, const UA_DataType& type) {
     if (type.pointerFree) {
         return 0;
     }
@@ -107,9 +117,9 @@ std::size_t held(const void* value, const UA_DataType& type) {
     case UA_DATATYPEKIND_EXTENSIONOBJECT:
         return heldByExtensionObject(as<UA_ExtensionObject>(value));
     case UA_DATATYPEKIND_DATAVALUE:
-        return heldBytes(as<UA_DataValue>(value).value);
+        return heldByVariant(as<UA_DataValue>(value).value);
     case UA_DATATYPEKIND_VARIANT:
-        return heldBytes(as<UA_Variant>(value));
+        return heldByVariant(as<UA_Variant>(value));
     case UA_DATATYPEKIND_DIAGNOSTICINFO:
         return heldByDiagnosticInfo(as<UA_DiagnosticInfo>(value));
     case UA_DATATYPEKIND_UNION:
@@ -117,16 +127,4 @@ std::size_t held(const void* value, const UA_DataType& type) {
     default:
         return heldByStructure(static_cast<const std::uint8_t*>(value), type);
     }
-}
-
-} // namespace
-
-std::size_t heldBytes(const UA_Variant& value) {
-    if (value.type == nullptr || value.data <= UA_EMPTY_ARRAY_SENTINEL) {
-        return 0;
-    }
-    const std::size_t count = UA_Variant_isScalar(&value) ? 1 : value.arrayLength;
-    const std::size_t dimensions =
-        value.arrayDimensionsSize == 0 ? 0 : blockOverhead + value.arrayDimensionsSize * sizeof(UA_UInt32);
-    return heldByArray(value.data, count, *value.type) + dimensions;
 }

@@ -7,7 +7,7 @@
 
 #include <open62541/types_generated_handling.h>
 
-#include "held_bytes.h"
+#include "uabase/held_bytes.h"
 
 namespace {
 
@@ -34,7 +34,7 @@ void UaMonitoredItemNotifications::append(OpcUa_UInt32 clientHandle, OpcUa_DataV
         item.valueIndex = m_values.size() - 1;
         Value& value = m_values.back();
         std::swap(value.variant, variant);
-        value.heldBytes = heldBytes(value.variant);
+        value.heldBytes = heldBytes(&value.variant, UA_TYPES[UA_TYPES_VARIANT]);
         m_heldBytes += value.heldBytes;
     }
 }

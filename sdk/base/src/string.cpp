@@ -90,7 +90,8 @@ OpcUa_String UaString::view() const {
 }
 
 void UaString::wipe() {
-    explicit_bzero(m_text.data(), m_text.size());
+    if (!m_text.empty())
+        explicit_bzero(m_text.data(), m_text.size());
     m_text.clear();
 }
 

@@ -11,6 +11,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "uabase/file_descriptor.h"
+
 namespace {
 
 constexpr int mostLinks = 40; // as many as the kernel follows
@@ -23,20 +25,14 @@ class Entry {
 public:
     explicit Entry(const std::string& path)
         : m_descriptor(::open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC)),
-          m_error(m_descriptor < 0 ? errno : 0) {}
-    ~Entry() {
-        if (m_descriptor >= 0)
-            ::close(m_descriptor);
-    }
-    Entry(const Entry&) = delete;
-    Entry& operator=(const Entry&) = delete;
+          m_error(m_descriptor.isOpen() ? 0 : errno) {}
 
     /// Why nothing can be said about it; 0 also when there is nothing.
     int error() const { return m_error == ENOENT || m_error == ENOTDIR ? 0 : m_error; }
 
     Kind kind() const {
         struct stat status = {};
-        if (m_descriptor < 0 || ::fstat(m_descriptor, &status) != 0 || !S_ISLNK(status.st_mode))
+        if (!m_descriptor.isOpen() || ::fstat(m_descriptor.get(), &status) != 0 || !S_ISLNK(status.st_mode))
             return Kind::Other;
         return status.st_uid == 0 || status.st_uid == ::geteuid() ? Kind::OwnLink : Kind::ForeignLink;
     }
@@ -44,14 +40,14 @@ public:
     /// Empty when it cannot be read.
     std::string target() const {
         std::array<char, PATH_MAX> text{};
-        const ssize_t length = ::readlinkat(m_descriptor, "", text.data(), text.size());
+        const ssize_t length = ::readlinkat(m_descriptor.get(), "", text.data(), text.size());
         return length > 0 && static_cast<std::size_t>(length) < text.size()
                    ? std::string(text.data(), static_cast<std::size_t>(length))
                    : std::string();
     }
 
 private:
-    int m_descriptor;
+    UaFileDescriptor m_descriptor;
     int m_error;
 };
 

@@ -19,11 +19,13 @@
 #include "platform_users.h"
 #include "trace_file.h"
 #include "trace_state.h"
+#include "trace_text.h"
 
 namespace {
 
 /// A text that a peer sent is cut here: nobody reads more, and it must not fill the disk.
 constexpr std::size_t textLimit = 8192;
+constexpr std::size_t nameLimit = 256; ///< of a severity, an area
 constexpr unsigned int everythingBit = 0x01;
 
 class TraceSink final : public spdlog::sinks::base_sink<spdlog::details::null_mutex> {
@@ -86,27 +88,14 @@ const char* levelName(UaTrace::TraceLevel level) {
     return names[level >= UaTrace::Off && level <= UaTrace::Everything ? level : UaTrace::Everything];
 }
 
-/// One entry is one line whatever the text holds; the C1 controls (U+0080 to U+009F) drive terminals too.
-void replaceControls(std::string& text) {
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        if (byte < 0x20 || byte == 0x7F) {
-            text[i] = ' ';
-        } else if (byte == 0xC2 && i + 1 < text.size() && (text[i + 1] & 0xE0) == 0x80) {
-            text[i] = ' ';
-            text[++i] = ' ';
-        }
-    }
-}
-
 void writeEntry(const char* severity, const char* area, std::string_view text) noexcept {
     try {
-        std::string entry = severity != nullptr ? severity : "";
-        entry.append(1, ' ')
-            .append(area != nullptr ? area : "")
-            .append(" | ")
-            .append(text.substr(0, textLimit));
-        replaceControls(entry);
+        std::string entry;
+        appendTraceText(severity != nullptr ? severity : "", nameLimit, entry);
+        entry += ' ';
+        appendTraceText(area != nullptr ? area : "", nameLimit, entry);
+        entry += " | ";
+        appendTraceText(text, textLimit, entry);
         TraceState& trace = state();
         const std::lock_guard<std::mutex> lock(trace.mutex);
         if (trace.sink)
@@ -161,7 +150,9 @@ bool UaTrace::enabled(TraceLevel level) {
 void UaTrace::write(TraceLevel level, const char* area, const char* format, ...) {
     if (!enabled(level))
         return;
-    char text[textLimit + 1]; // longer ones are cut by vsnprintf
+    // Longer ones are cut by vsnprintf, which may be within a character: that one lies beyond the limit.
+    constexpr std::size_t longestCharacter = 4;
+    char text[textLimit + longestCharacter + 1];
     va_list arguments;
     va_start(arguments, format);
     const int length = std::vsnprintf(text, sizeof(text), format, arguments);

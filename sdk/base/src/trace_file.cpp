@@ -38,10 +38,6 @@ TraceFile::TraceFile(std::string name, unsigned int maxEntries, unsigned int bac
         countEntries();
 }
 
-TraceFile::~TraceFile() {
-    close();
-}
-
 void TraceFile::append(std::string_view entry) {
     if (m_entries >= m_maxEntries)
         rotate();
@@ -49,9 +45,9 @@ void TraceFile::append(std::string_view entry) {
         open(0);
     if (!isOpen())
         return;
-    if (m_lineIsCut && writeOnce(m_descriptor, "\n") == 1)
+    if (m_lineIsCut && writeOnce(m_file.get(), "\n") == 1)
         m_lineIsCut = false;
-    const ssize_t written = writeOnce(m_descriptor, entry);
+    const ssize_t written = writeOnce(m_file.get(), entry);
     if (written <= 0)
         return;
     ++m_entries;
@@ -64,23 +60,18 @@ void TraceFile::open(int extraFlags) {
     if (!UaFollowOwnLinks(file))
         return;
     // Not to block on a pipe that someone put there; only a regular file is taken.
-    m_descriptor =
+    m_file.reset(
         ::open(file.c_str(),
                O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK | extraFlags,
-               S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH);
-    if (isOpen() && !isRegularFile(m_descriptor))
-        close();
-}
-
-void TraceFile::close() {
-    if (isOpen())
-        ::close(std::exchange(m_descriptor, -1));
+               S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH));
+    if (isOpen() && !isRegularFile(m_file.get()))
+        m_file.close();
 }
 
 void TraceFile::countEntries() {
     std::array<char, 65536> block;
     for (;;) {
-        const ssize_t size = ::read(m_descriptor, block.data(), block.size());
+        const ssize_t size = ::read(m_file.get(), block.data(), block.size());
         if (size <= 0)
             break;
         char* const end = block.data() + size;
@@ -90,7 +81,7 @@ void TraceFile::countEntries() {
 }
 
 void TraceFile::rotate() {
-    close();
+    m_file.close();
     if (m_backups > 0) {
         unsigned int last = 1;
         while (last < m_backups && ::access(backupName(last).c_str(), F_OK) == 0)

@@ -3,6 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "uabase/file_descriptor.h"
+
 /// The files of the trace: the current one and its numbered backups. Not thread-safe; throws nothing but
 /// std::bad_alloc. What cannot be written is dropped.
 ///
@@ -12,17 +14,13 @@
 class TraceFile {
 public:
     TraceFile(std::string name, unsigned int maxEntries, unsigned int backups);
-    ~TraceFile();
-    TraceFile(const TraceFile&) = delete;
-    TraceFile& operator=(const TraceFile&) = delete;
 
-    bool isOpen() const { return m_descriptor >= 0; }
+    bool isOpen() const { return m_file.isOpen(); }
     /// `entry` ends with its newline.
     void append(std::string_view entry);
 
 private:
     void open(int extraFlags);
-    void close();
     void countEntries();
     void rotate();
     std::string backupName(unsigned int number) const;
@@ -30,7 +28,7 @@ private:
     std::string m_name;
     unsigned int m_maxEntries;
     unsigned int m_backups;
-    int m_descriptor = -1;
+    UaFileDescriptor m_file;
     unsigned int m_entries = 0;
     bool m_lineIsCut = false;
 };

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -22,31 +23,6 @@ struct SequenceForm {
 };
 constexpr SequenceForm sequenceForms[] = {
     {0x80, 0x00, 0}, {0xE0, 0xC0, 0x80}, {0xF0, 0xE0, 0x800}, {0xF8, 0xF0, firstSupplementary}};
-
-/// Takes one character off the front of the text that is not empty.
-char32_t takeUtf8(std::string_view& text) {
-    const auto byteAt = [&text](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-    std::size_t length = 0;
-    for (const SequenceForm& form : sequenceForms) {
-        ++length;
-        if ((byteAt(0) & form.leadMask) != form.lead || text.size() < length)
-            continue;
-        char32_t character = byteAt(0) & static_cast<unsigned char>(~form.leadMask);
-        bool valid = true;
-        for (std::size_t i = 1; i < length; ++i) {
-            valid = valid && (byteAt(i) & 0xC0) == 0x80;
-            character = (character << 6) | (byteAt(i) & 0x3FU);
-        }
-        valid = valid && character >= form.smallest && character <= lastCharacter &&
-                (character < firstSurrogate || character >= afterSurrogates);
-        if (!valid)
-            break;
-        text.remove_prefix(length);
-        return character;
-    }
-    text.remove_prefix(1);
-    return replacement;
-}
 
 char32_t takeUtf16(std::u16string_view& text) {
     const char32_t first = text.front();
@@ -84,11 +60,35 @@ void appendUtf8(char32_t character, std::string& text) {
 
 } // namespace
 
+std::optional<char32_t> takeCharacter(std::string_view& utf8) {
+    const auto byteAt = [&utf8](std::size_t index) { return static_cast<unsigned char>(utf8[index]); };
+    std::size_t length = 0;
+    for (const SequenceForm& form : sequenceForms) {
+        ++length;
+        if ((byteAt(0) & form.leadMask) != form.lead || utf8.size() < length)
+            continue;
+        char32_t character = byteAt(0) & static_cast<unsigned char>(~form.leadMask);
+        bool valid = true;
+        for (std::size_t i = 1; i < length; ++i) {
+            valid = valid && (byteAt(i) & 0xC0) == 0x80;
+            character = (character << 6) | (byteAt(i) & 0x3FU);
+        }
+        valid = valid && character >= form.smallest && character <= lastCharacter &&
+                (character < firstSurrogate || character >= afterSurrogates);
+        if (!valid)
+            break;
+        utf8.remove_prefix(length);
+        return character;
+    }
+    utf8.remove_prefix(1);
+    return {};
+}
+
 std::u16string utf16FromUtf8(std::string_view utf8) {
     std::u16string utf16;
     utf16.reserve(utf8.size());
     while (!utf8.empty())
-        appendUtf16(takeUtf8(utf8), utf16);
+        appendUtf16(takeCharacter(utf8).value_or(replacement), utf16);
     return utf16;
 }
 
@@ -103,6 +103,6 @@ std::string utf8FromUtf16(std::u16string_view utf16) {
 std::size_t utf8Length(std::string_view utf8) {
     std::size_t length = 0;
     for (; !utf8.empty(); ++length)
-        takeUtf8(utf8);
+        takeCharacter(utf8);
     return length;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -10,3 +11,7 @@ std::string utf8FromUtf16(std::u16string_view utf16);
 
 /// Number of characters, counting each malformed byte as one.
 std::size_t utf8Length(std::string_view utf8);
+
+/// Takes the first character off a text that is not empty; where it is malformed one byte goes, and nothing
+/// is returned.
+std::optional<char32_t> takeCharacter(std::string_view& utf8);

@@ -42,8 +42,10 @@ UaStatus UaPkiCertificate::probeDERFile(const UaString& path) {
     if (status.isBad()) {
         return status;
     }
-    const bool isOne = !fromDER(UaByteString(static_cast<int>(content.size()), content.data())).isNull();
-    return isOne ? OpcUa_Good : OpcUa_BadCertificateInvalid;
+    if (!fromDER(UaByteString(static_cast<int>(content.size()), content.data())).isNull()) {
+        return OpcUa_Good;
+    }
+    return pki::looksLikeCertificate(content) ? OpcUa_BadNotSupported : OpcUa_BadCertificateInvalid;
 }
 
 UaPkiCertificate UaPkiCertificate::fromDER(const UaByteString& der) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <ctime>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -47,6 +48,26 @@ std::vector<Entry> readPemEntries(const Bytes& content) {
         entries.clear();
     }
     return entries;
+}
+
+std::size_t count(const Bytes& content, std::string_view mark) {
+    const std::string_view text(reinterpret_cast<const char*>(content.data()), content.size());
+    std::size_t number = 0;
+    for (std::size_t at = text.find(mark); at != std::string_view::npos; at = text.find(mark, at + 1)) {
+        ++number;
+    }
+    return number;
+}
+
+/// A list whose first or last line has come to harm is no entry any more, and may be the one that revokes:
+/// there must be as many entries as there are such lines. One dash is looked at, for others may be damaged.
+std::vector<X509CrlPtr> readPemLists(const Bytes& content) {
+    std::vector<X509CrlPtr> lists = readPemEntries<X509CrlPtr>(content);
+    const std::size_t entries = lists.size() + readPemEntries<X509Ptr>(content).size();
+    if (count(content, "-BEGIN") != entries || count(content, "-END") != entries) {
+        lists.clear();
+    }
+    return lists;
 }
 
 UaString addressText(const ASN1_OCTET_STRING* address) {
@@ -124,6 +145,13 @@ std::vector<X509Ptr> parseCertificateFile(const Bytes& content) {
     return certificates.empty() ? readPemEntries<X509Ptr>(content) : std::vector<X509Ptr>();
 }
 
+bool looksLikeCertificate(const Bytes& content) {
+    ErrorQueueGuard guard;
+    const unsigned char* position = content.data();
+    const X509Ptr lenient(d2i_X509(nullptr, &position, static_cast<long>(content.size())));
+    return lenient != nullptr || count(content, "-----BEGIN ") > 0;
+}
+
 std::vector<X509CrlPtr> parseRevocationListFile(const Bytes& content) {
     ErrorQueueGuard guard;
     const unsigned char* position = content.data();
@@ -132,7 +160,7 @@ std::vector<X509CrlPtr> parseRevocationListFile(const Bytes& content) {
     while (position != end) {
         X509CrlPtr list(d2i_X509_CRL(nullptr, &position, end - position));
         if (list == nullptr) {
-            return lists.empty() ? readPemEntries<X509CrlPtr>(content) : std::vector<X509CrlPtr>();
+            return lists.empty() ? readPemLists(content) : std::vector<X509CrlPtr>();
         }
         lists.push_back(std::move(list));
     }

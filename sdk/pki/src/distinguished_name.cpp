@@ -3,7 +3,6 @@
 #include <array>
 #include <cstddef>
 #include <string>
-#include <utility>
 
 namespace pki {
 namespace {
@@ -21,6 +20,7 @@ constexpr std::array<Attribute, 7> attributes{{{NID_organizationName, &UaPkiIden
                                                {NID_commonName, &UaPkiIdentity::commonName},
                                                {NID_domainComponent, &UaPkiIdentity::domainComponent}}};
 
+/// Valid UTF-8 whatever the bytes are.
 UaString withoutControlCharacters(const char* text, std::size_t length) {
     std::string result;
     result.reserve(length);
@@ -32,7 +32,7 @@ UaString withoutControlCharacters(const char* text, std::size_t length) {
             result += text[i];
         }
     }
-    return UaString(std::move(result));
+    return UaUniString(result.c_str()).toUtf8();
 }
 
 } // namespace

@@ -9,33 +9,15 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
-#include <utility>
 
 #include <openssl/rand.h>
 
+#include "uabase/file_descriptor.h"
 #include "uabase/symbolic_links.h"
 #include "uabase/trace.h"
 
 namespace pki {
 namespace {
-
-class Descriptor {
-public:
-    explicit Descriptor(int descriptor) : m_descriptor(descriptor) {}
-    ~Descriptor() { close(); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int get() const { return m_descriptor; }
-    bool isOpen() const { return m_descriptor >= 0; }
-    bool close() {
-        int descriptor = std::exchange(m_descriptor, -1);
-        return descriptor < 0 || ::close(descriptor) == 0;
-    }
-
-private:
-    int m_descriptor;
-};
 
 std::string errorText(int error) {
     return std::generic_category().message(error);
@@ -90,14 +72,14 @@ std::string temporaryName(const std::filesystem::path& path) {
 /// A rename is only durable once its directory is on the disk.
 bool syncDirectoryOf(const std::filesystem::path& path) {
     std::filesystem::path parent = path.parent_path().empty() ? "." : path.parent_path();
-    Descriptor directory(::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    UaFileDescriptor directory(::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     // A directory that may be written but not read, or a file system that cannot flush one: the file is there
     // all the same.
     return !directory.isOpen() || ::fsync(directory.get()) == 0 || errno == EINVAL;
 }
 
 bool writeAndFlush(const std::string& path, const void* data, std::size_t length, mode_t mode) {
-    Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+    UaFileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
     return file.isOpen() && writeAll(file.get(), data, length) && ::fsync(file.get()) == 0 && file.close();
 }
 
@@ -125,7 +107,7 @@ bool replace(const std::string& path, const void* data, std::size_t length, mode
 
 UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, std::string& problem) {
     // Without O_NONBLOCK a named pipe in a store's directory would hold up the connect for ever.
-    Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    UaFileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat properties{};
     if (!file.isOpen() || ::fstat(file.get(), &properties) != 0) {
         int error = errno;
@@ -146,6 +128,18 @@ UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, st
         return OpcUa_BadNotReadable;
     }
     return OpcUa_Good;
+}
+
+bool writeNewFile(const std::string& path, const void* data, std::size_t length, mode_t mode) {
+    if (writeAndFlush(path, data, length, mode)) {
+        return syncDirectoryOf(path);
+    }
+    const int error = errno;
+    if (error != EEXIST) {
+        ::unlink(path.c_str());
+    }
+    errno = error;
+    return false;
 }
 
 bool writeFileAtomically(const std::string& path, const void* data, std::size_t length, mode_t mode) {

@@ -13,6 +13,7 @@ using Bytes = std::vector<unsigned char>;
 
 constexpr std::size_t certificateFileLimit = std::size_t{256} * 1024;
 constexpr std::size_t revocationListFileLimit = std::size_t{32} * 1024 * 1024;
+constexpr mode_t keyFileMode = 0600;
 constexpr std::size_t keyFileLimit = std::size_t{64} * 1024;
 
 /// Reads a regular file into `content`, allocating once. BadNotFound when there is none, BadOutOfRange when
@@ -23,6 +24,10 @@ UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, st
 /// renamed. A symbolic link stays and its target is written, unless another user has made the link. False,
 /// with the reason in the trace, when it cannot be written; what was there before is then untouched.
 bool writeFileAtomically(const std::string& path, const void* data, std::size_t length, mode_t mode);
+
+/// Writes a file that was not there, flushed to the disk. False, with the reason in errno, when there is one,
+/// or it cannot be written; nothing is left then that was not there.
+bool writeNewFile(const std::string& path, const void* data, std::size_t length, mode_t mode);
 
 enum class Access { Read, Write };
 /// Who beside this user and root may read or write a file or directory, for messages; empty when nobody may,

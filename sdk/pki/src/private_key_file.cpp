@@ -1,5 +1,6 @@
 #include "private_key_file.h"
 
+#include <cerrno>
 #include <cstring>
 #include <string>
 
@@ -71,6 +72,17 @@ UaByteView plainRsaKey(const PemContent& content) {
     return name == PEM_STRING_PKCS8INF ? rsaKeyWithin(der) : UaByteView();
 }
 
+/// Encrypted or not, of whatever algorithm.
+bool isPrivateKey(const SecretBytes& content) {
+    ErrorQueueGuard guard;
+    PasswordQuestion question{nullptr};
+    const BioPtr input(BIO_new_mem_buf(content.bytes.data(), static_cast<int>(content.bytes.size())));
+    const KeyPtr key(input != nullptr
+                         ? PEM_read_bio_PrivateKey(input.get(), nullptr, answerPassword, &question)
+                         : nullptr);
+    return key != nullptr || question.asked;
+}
+
 BioPtr readerOf(const SecretBytes& content) {
     return BioPtr(BIO_new_mem_buf(content.bytes.data(), static_cast<int>(content.bytes.size())));
 }
@@ -113,6 +125,29 @@ UaStatus readKey(const UaString& file, const char* password, OpcUa_Key* key, std
 }
 
 } // namespace
+
+bool keepPrivateKey(const UaString& file) {
+    constexpr int mostKept = 100;
+    SecretBytes content;
+    std::string problem;
+    if (readFile(file.text(), keyFileLimit, content.bytes, problem).isBad() || !isPrivateKey(content)) {
+        return true;
+    }
+    for (int number = 1; number <= mostKept; ++number) {
+        const std::string kept = file.text() + ".old" + (number == 1 ? "" : std::to_string(number));
+        if (writeNewFile(kept, content.bytes.data(), content.bytes.size(), keyFileMode)) {
+            UaTrace::write(UaTrace::Warnings, "pki", "%s is replaced; the private key in it is now in %s",
+                           file.toUtf8(), kept.c_str());
+            return true;
+        }
+        if (errno != EEXIST) {
+            break;
+        }
+    }
+    UaTrace::write(UaTrace::Errors, "pki", "cannot write %s: the private key in it cannot be kept beside it",
+                   file.toUtf8());
+    return false;
+}
 
 UaStatus loadPrivateKeyFile(const UaString& file, const char* password, OpcUa_Key* key) {
     std::string problem;

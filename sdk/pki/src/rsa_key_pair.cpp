@@ -7,12 +7,12 @@
 
 #include "file_access.h"
 #include "openssl_handles.h"
+#include "private_key_file.h"
 
 namespace {
 
 constexpr int fewestBits = 1024;
 constexpr int mostBits = 8192;
-constexpr mode_t keyFileMode = 0600;
 
 } // namespace
 
@@ -39,7 +39,10 @@ int UaPkiRsaKeyPair::toPEMFile(const char* path, const char* password) const {
     }
     char* data = nullptr;
     long size = BIO_get_mem_data(text.get(), &data);
-    return pki::writeFileAtomically(path, data, static_cast<std::size_t>(size), keyFileMode) ? 0 : -1;
+    if (!pki::keepPrivateKey(path)) {
+        return -1;
+    }
+    return pki::writeFileAtomically(path, data, static_cast<std::size_t>(size), pki::keyFileMode) ? 0 : -1;
 }
 
 int UaPkiRsaKeyPair::toPEMFile(const UaString& path, const char* password) const {

@@ -1,10 +1,11 @@
 #include <OpcUaClientInterface.h>
+#include <OpcUaHelpers.h>
 
 #include <cstdio>
 
 int main() {
     COpcUaClientInterface client;
-    OpcUaNode node = {};
+    OpcUaNode node = OpcUaMakeNode("ns=2;s=Line1.Speed", OpcUaTypeOf<int>::value);
     int value = 0;
     int size = sizeof value;
     int code = client.OpcUaGetValue(&node, &value, size);

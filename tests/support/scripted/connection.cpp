@@ -1,5 +1,8 @@
 #include "support/scripted/connection.h"
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -47,6 +50,21 @@ void Connection::close() {
 
 void Connection::finish() {
     shutdown(m_socket, SHUT_WR);
+}
+
+/// Dissolving the association is what sends a reset at once, and drops what waits to be sent with more.
+void Connection::reset() {
+    const int yes = 1;
+    setsockopt(m_socket, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
+    sockaddr nobody{};
+    nobody.sa_family = AF_UNSPEC;
+    connect(m_socket, &nobody, sizeof nobody);
+    m_open = false;
+}
+
+std::size_t Connection::unread() const {
+    int count = 0;
+    return ioctl(m_socket, FIONREAD, &count) == 0 ? static_cast<std::size_t>(count) : 0;
 }
 
 void Connection::adopt(std::uint32_t channelId, std::uint32_t tokenId, const Bytes& clientNonce,
@@ -116,6 +134,11 @@ Bytes Connection::makeLocked(const Chunk& chunk) {
     }
     const std::uint32_t size = chunk.size.value_or(static_cast<std::uint32_t>(whole.size()));
     return whole.replace(4, 4, u32(size));
+}
+
+void Connection::goOnAfter(std::uint32_t sequenceNumber) {
+    const std::lock_guard<std::mutex> lock(m_sending);
+    m_sentSequenceNumber = sequenceNumber;
 }
 
 bool Connection::sendMessage(std::uint32_t requestId, const Bytes& body, const std::string& kind,

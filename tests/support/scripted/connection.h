@@ -56,13 +56,19 @@ public:
     /// Sends a whole message in as many chunks as the client's receive buffer asks for.
     bool sendMessage(std::uint32_t requestId, const Bytes& body, const std::string& kind = "MSG",
                      std::optional<std::uint32_t> tokenId = {});
+    /// The next sequence number is the one after this.
+    void goOnAfter(std::uint32_t sequenceNumber);
     /// A chunk's bytes, which take a sequence number.
     Bytes bytesOf(const Chunk& chunk);
     /// Hangs up. The client may still read what was sent, unless what it sends itself meets a reset.
     void close();
     /// Sends nothing any more, and goes on reading: all that was sent arrives, and then the end.
     void finish();
+    /// Breaks the connection off: what was sent arrives, and what the client sends now finds it gone.
+    void reset();
     bool isOpen() const { return m_open; }
+    /// Bytes that have arrived and are not read yet.
+    std::size_t unread() const;
 
     std::uint32_t channelId() const { return m_channelId; }
     /// The token that was issued last.

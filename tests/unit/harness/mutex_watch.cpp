@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "adopted_mutexes.h"
-#include "next_definition.h"
 #include "standin/standin.h"
+#include "support/next_definition.h"
 
 namespace {
 

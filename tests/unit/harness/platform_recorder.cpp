@@ -11,8 +11,8 @@
 #include <optional>
 #include <string>
 
-#include "next_definition.h"
 #include "standin/standin.h"
+#include "support/next_definition.h"
 #include "uabase/platform_layer.h"
 #include "uabase/settings.h"
 #include "uabase/trace.h"
@@ -24,6 +24,7 @@ namespace {
 int initTraceResult = 0;
 bool executableFails = false;
 std::optional<std::string> executable;
+std::optional<std::string> namedDirectory;
 std::mutex traceMutex;
 std::vector<std::string> traceTexts;
 
@@ -55,8 +56,13 @@ void failExecutable() {
     executableFails = true;
 }
 
+void setNamedDirectory(const std::string& value) {
+    namedDirectory = value;
+}
+
 void reset() {
     initTraceResult = 0;
+    namedDirectory.reset();
     executableFails = false;
     executable.reset();
     const std::lock_guard<std::mutex> lock(traceMutex);
@@ -151,4 +157,11 @@ extern "C" __attribute__((visibility("default"))) ssize_t readlink(const char* p
     if (!executable)
         return next(path, buffer, size);
     return static_cast<ssize_t>(executable->copy(buffer, size));
+}
+
+extern "C" __attribute__((visibility("default"))) char* secure_getenv(const char* name) noexcept {
+    static const auto next = nextDefinition<char* (*)(const char*)>("secure_getenv");
+    if (std::strcmp(name, "OPCUACLIENT_DIRECTORY") != 0)
+        return next(name);
+    return namedDirectory ? namedDirectory->data() : nullptr;
 }

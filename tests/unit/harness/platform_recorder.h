@@ -4,7 +4,8 @@
 #include <vector>
 
 /// Records the calls that the library makes into libuabasecpp's process-wide state, and to readlink(), in the
-/// stand-in's record: this program defines the same functions and passes the calls on.
+/// stand-in's record: this program defines the same functions and passes the calls on. It answers for the
+/// library's environment variable, too.
 ///
 /// The trace is not opened: it lies beside the executable, where tests that run at the same time would meet.
 /// Its calls are recorded and answered here.
@@ -20,6 +21,9 @@ std::vector<std::string> traceLines();
 void setExecutable(const std::string& path);
 /// Makes that readlink() fail.
 void failExecutable();
+/// What secure_getenv() gives for OPCUACLIENT_DIRECTORY; nothing unless it is set here, whatever the
+/// environment of the tests.
+void setNamedDirectory(const std::string& value);
 /// Back to defaults.
 void reset();
 

@@ -1,16 +1,13 @@
-#include "commands.h"
+#include "commands/commands.h"
 
-#include "../interrupt.h"
-#include "../nodes/node_json.h"
-#include "../nodes/node_reference.h"
-#include "../nodes/path_walk.h"
-#include "../nodes/tree_walk.h"
-#include "../output/progress.h"
-#include "../output/streams.h"
-#include "../output/table.h"
+#include "addressing/browse_tree.h"
+#include "interrupt.h"
+#include "output/streams.h"
+#include "output/table.h"
+#include "output/terminal.h"
+#include "values/value_buffer.h"
 
 #include <cstddef>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -32,10 +29,8 @@ struct BrowseOptions : ConnectOptions {
     std::size_t maxNodes = defaultMaxNodes;
 };
 
-const ReadResult notReadable{7, {}};
-
-/// Values by the index of their node.
-using Values = std::unordered_map<std::size_t, ReadResult>;
+/// Values by the index of their node; nothing for what cannot be read.
+using Values = std::unordered_map<std::size_t, std::optional<Value>>;
 
 struct Findings {
     Walk walk;
@@ -54,7 +49,7 @@ void readValues(Connection& connection, Findings& findings) {
             throwIfInterrupted();
             // An id that was cut names no node, or another one.
             findings.values[i] =
-                node.nodeIdComplete ? connection.read(node.nodeId, node.dataType) : notReadable;
+                node.nodeIdComplete ? readSingle(connection, node.nodeId, node.dataType) : std::nullopt;
             progress.show(i);
         }
     } catch (const Failure& failure) {
@@ -64,21 +59,17 @@ void readValues(Connection& connection, Findings& findings) {
 
 Findings explore(const BrowseOptions& options, const NodeReference& start) {
     Connection connection(options);
-    const auto* path = std::get_if<NodePath>(&start);
-    BrowseTree tree(connection, path != nullptr ? rootFolderId : std::get<std::string>(start));
-    OpcUaNode* record = tree.start();
+    BrowseTree tree(connection, start);
+    const std::vector<OpcUaNode*> way = tree.wayTo(start);
     Findings findings;
-    if (path != nullptr) {
+    if (std::holds_alternative<NodePath>(start)) {
         findings.startPath.emplace();
-        for (OpcUaNode* step : followPath(tree, *path)) {
+        for (const OpcUaNode* step : way)
             *findings.startPath += pathStepText(describe(*step).browseName);
-            record = step;
-        }
     }
     {
         Progress progress("browsing");
-        findings.walk = walk(tree, connection, record, options.depth, options.maxNodes,
-                             [&](std::size_t count) { progress.show(count); });
+        findings.walk = walk(tree, way.back(), options.depth, options.maxNodes, progress);
     }
     if (options.values && !findings.walk.end)
         readValues(connection, findings);
@@ -128,12 +119,11 @@ Cell valueCell(const Findings& findings, std::size_t index) {
     const auto value = findings.values.find(index);
     if (value == findings.values.end())
         return "";
-    if (value->second.resultCode != 0)
+    if (!value->second)
         return {"not readable", Tone::Faint};
     // What the library doesn't convert comes as its text form.
-    const auto* text = std::get_if<std::string>(&value->second.value);
-    return walked.node.dataType == OpcUaDataType_Null && text != nullptr ? *text
-                                                                         : toText(value->second.value);
+    const auto* text = std::get_if<std::string>(&*value->second);
+    return walked.node.dataType == OpcUaDataType_Null && text != nullptr ? *text : toText(*value->second);
 }
 
 std::string tableReport(const Findings& findings) {
@@ -163,11 +153,11 @@ Json nodeJson(const Findings& findings, std::size_t index, const std::string& pa
     json["depth"] = walked.depth;
     json["path"] = findings.startPath ? Json(path) : Json(nullptr);
     json["repeated"] = walked.repeated;
-    json["browseError"] = walked.browseProblem ? toJson(*walked.browseProblem) : Json(nullptr);
+    json["browseError"] = toJson(walked.browseProblem);
     const auto value = findings.values.find(index);
     if (value != findings.values.end()) {
-        json["value"] = toJson(value->second.value);
-        json["readable"] = value->second.resultCode == 0;
+        json["value"] = toJson(value->second.value_or(Value()));
+        json["readable"] = value->second.has_value();
     }
     return json;
 }
@@ -211,9 +201,8 @@ ExitCode conclude(const BrowseOptions& options, const Walk& walk) {
     return told.empty() ? ExitCode::Success : ExitCode::Failed;
 }
 
-ExitCode browse(const BrowseOptions& options) {
-    const NodeReference start = parseNodeReference(options.node);
-    const Findings findings = explore(options, start);
+ExitCode runBrowse(const BrowseOptions& options) {
+    const Findings findings = explore(options, parseNodeReference(options.node));
     writeOutput(options.json ? jsonReport(options, findings) : tableReport(findings));
     return conclude(options, findings.walk);
 }
@@ -228,21 +217,16 @@ constexpr const char* examples = R"(Examples:
 } // namespace
 
 void addBrowseCommand(CLI::App& app, Action& chosen) {
-    auto options = std::make_shared<BrowseOptions>();
-    CLI::App* command = app.add_subcommand("browse", "Show the nodes of a server as a tree");
-    addConnectOptions(*command, *options);
-    command
-        ->add_option("NODE", options->node, "Where to start: node id or path (default: the Objects folder)")
+    auto [command, options] = addCommand<BrowseOptions>(app, chosen, runBrowse, "browse",
+                                                        "Show the nodes of a server as a tree", examples);
+    addConnectOptions(command, options);
+    command.add_option("NODE", options.node, "Where to start: node id or path (default: the Objects folder)")
         ->type_name("");
-    command->add_option("--depth", options->depth, "Levels to show below it, 1 to 100 (default: 1)")
+    command.add_option("--depth", options.depth, "Levels to show below it, 1 to 100 (default: 1)")
         ->type_name("N")
         ->check(CLI::Range(1, greatestDepth).description(""));
-    command->add_flag("--values", options->values, "Read the values of the variables, too");
-    addMaxNodesOption(*command, options->maxNodes, "Stop after so many nodes");
-    command->footer(examples);
-    command->callback([options, &chosen] {
-        chosen = [options] { return runReporting(*options, [&] { return browse(*options); }); };
-    });
+    command.add_flag("--values", options.values, "Read the values of the variables, too");
+    addMaxNodesOption(command, options.maxNodes, "Stop after so many nodes");
 }
 
 } // namespace opcua_cli

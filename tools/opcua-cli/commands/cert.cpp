@@ -1,19 +1,18 @@
-#include "commands.h"
+#include "commands/commands.h"
 
-#include "../files/library_files.h"
-#include "../interrupt.h"
-#include "../output/json.h"
-#include "../output/streams.h"
-#include "../output/table.h"
-#include "../result_text.h"
-#include "../security/certificate.h"
-#include "../security/names.h"
 #include "OpcUaClientInterface.h"
+#include "files/library_files.h"
+#include "interrupt.h"
+#include "output/json.h"
+#include "output/streams.h"
+#include "output/table.h"
+#include "result_text.h"
+#include "security/certificate.h"
+#include "security/names.h"
 
 #include <algorithm>
 #include <exception>
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -127,9 +126,8 @@ std::string clientReport(const Store& store) {
     if (store.client.certificate)
         return text +
                "\nA server lets this client in when it trusts this certificate: copy the file to the "
-               "server's\n"
-               "trusted client certificates. Many servers put what they refused into a folder of rejected\n"
-               "certificates: then connect once, and move it from there to the trusted ones.\n";
+               "server's\ntrusted client certificates. Many servers put what they refused into a folder of "
+               "rejected\ncertificates: then connect once, and move it from there to the trusted ones.\n";
     if (fs::exists(store.client.file))
         return text + "\nThe file cannot be used: " + store.client.problem + ".\n";
     return text +
@@ -196,7 +194,7 @@ std::string jsonReport(const Store& store) {
                      {"issuers", toJson(store.issuers)}});
 }
 
-ExitCode cert(const CertOptions& options) {
+ExitCode runCert(const CertOptions& options) {
     if (options.make)
         makeClientCertificate(options);
     const Store store = readStore();
@@ -212,15 +210,10 @@ constexpr const char* examples = R"help(Examples:
 } // namespace
 
 void addCertCommand(CLI::App& app, Action& chosen) {
-    auto options = std::make_shared<CertOptions>();
-    CLI::App* command =
-        app.add_subcommand("cert", "Show this client's certificate and the servers it trusts");
-    addReportOptions(*command, *options);
-    command->add_flag("--make", options->make, "Make this client's certificate if there is none yet");
-    command->footer(examples);
-    command->callback([options, &chosen] {
-        chosen = [options] { return runReporting(*options, [&] { return cert(*options); }); };
-    });
+    auto [command, options] = addCommand<CertOptions>(
+        app, chosen, runCert, "cert", "Show this client's certificate and the servers it trusts", examples);
+    addReportOptions(command, options);
+    command.add_flag("--make", options.make, "Make this client's certificate if there is none yet");
 }
 
 } // namespace opcua_cli

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../options.h"
+#include "commands/arguments.h"
 
 namespace opcua_cli {
 

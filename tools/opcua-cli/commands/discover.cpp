@@ -1,12 +1,12 @@
-#include "commands.h"
+#include "commands/commands.h"
 
-#include "../nodes/node_info.h"
-#include "../output/json.h"
-#include "../output/streams.h"
-#include "../output/table.h"
-#include "../result_text.h"
-#include "../security/names.h"
 #include "OpcUaClientInterface.h"
+#include "addressing/node_info.h"
+#include "output/json.h"
+#include "output/streams.h"
+#include "output/table.h"
+#include "result_text.h"
+#include "security/names.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -116,7 +116,7 @@ std::string tableReport(const _OpcUa_ServerConfigMsg& result) {
     return text;
 }
 
-ExitCode discover(const CommonOptions& options) {
+ExitCode runDiscover(const CommonOptions& options) {
     const auto result = askServers(options);
     writeOutput(options.json ? jsonReport(options, *result) : tableReport(*result));
     return ExitCode::Success;
@@ -129,13 +129,9 @@ constexpr const char* examples = R"(Examples:
 } // namespace
 
 void addDiscoverCommand(CLI::App& app, Action& chosen) {
-    auto options = std::make_shared<CommonOptions>();
-    CLI::App* command = app.add_subcommand("discover", "Show the servers at an address and their endpoints");
-    addCommonOptions(*command, *options);
-    command->footer(examples);
-    command->callback([options, &chosen] {
-        chosen = [options] { return runReporting(*options, [&] { return discover(*options); }); };
-    });
+    auto [command, options] = addCommand<CommonOptions>(
+        app, chosen, runDiscover, "discover", "Show the servers at an address and their endpoints", examples);
+    addCommonOptions(command, options);
 }
 
 } // namespace opcua_cli

@@ -1,19 +1,19 @@
-#include "commands.h"
+#include "commands/commands.h"
 
-#include "../connection.h"
-#include "../files/library_files.h"
-#include "../interrupt.h"
-#include "../nodes/browse_tree.h"
-#include "../nodes/node_info.h"
-#include "../output/json.h"
-#include "../output/streams.h"
-#include "../output/table.h"
-#include "../security/names.h"
+#include "addressing/browse_tree.h"
+#include "addressing/node_info.h"
+#include "connection.h"
+#include "files/library_files.h"
+#include "interrupt.h"
+#include "output/json.h"
+#include "output/streams.h"
+#include "output/table.h"
+#include "security/names.h"
+#include "values/value_buffer.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <unistd.h>
@@ -90,9 +90,9 @@ ServerInfo ask(const ConnectOptions& options) {
     info.security = connection.security();
     for (const WellKnownNode& node : identity) {
         throwIfInterrupted();
-        ReadResult result = connection.read(node.nodeId, node.type);
-        const auto* text = std::get_if<std::string>(&result.value);
-        info.answers.push_back({&node, text != nullptr && text->empty() ? Value{} : std::move(result.value)});
+        Value value = readSingle(connection, node.nodeId, node.type).value_or(Value());
+        const auto* text = std::get_if<std::string>(&value);
+        info.answers.push_back({&node, text != nullptr && text->empty() ? Value{} : std::move(value)});
     }
     info.namespaceCount = countNamespaces(connection);
     info.connected = connection.client().OpcUaGetConnectStatus() == 1;
@@ -157,7 +157,7 @@ std::string jsonReport(const ConnectOptions& options, const ServerInfo& info) {
                        {"trustList", files.trustedCertificates.string()}}}});
 }
 
-ExitCode info(const ConnectOptions& options) {
+ExitCode runInfo(const ConnectOptions& options) {
     const ServerInfo found = ask(options);
     writeOutput(options.json ? jsonReport(options, found) : tableReport(options, found));
     return ExitCode::Success;
@@ -170,14 +170,10 @@ constexpr const char* examples = R"(Examples:
 } // namespace
 
 void addInfoCommand(CLI::App& app, Action& chosen) {
-    auto options = std::make_shared<ConnectOptions>();
-    CLI::App* command =
-        app.add_subcommand("info", "Show who the server is, and where the library keeps its files");
-    addConnectOptions(*command, *options);
-    command->footer(examples);
-    command->callback([options, &chosen] {
-        chosen = [options] { return runReporting(*options, [&] { return info(*options); }); };
-    });
+    auto [command, options] =
+        addCommand<ConnectOptions>(app, chosen, runInfo, "info",
+                                   "Show who the server is, and where the library keeps its files", examples);
+    addConnectOptions(command, options);
 }
 
 } // namespace opcua_cli

@@ -1,11 +1,11 @@
-#include "commands.h"
+#include "commands/commands.h"
 
-#include "../interrupt.h"
-#include "../monitor/change_inbox.h"
-#include "../monitor/link.h"
-#include "../monitor/output.h"
-#include "../monitor/watch_list.h"
-#include "../output/terminal.h"
+#include "interrupt.h"
+#include "monitor/change_inbox.h"
+#include "monitor/link.h"
+#include "monitor/output.h"
+#include "monitor/watched.h"
+#include "output/terminal.h"
 
 #include <algorithm>
 #include <array>
@@ -17,7 +17,6 @@
 #include <ratio>
 #include <string>
 #include <unistd.h>
-#include <utility>
 #include <vector>
 
 namespace opcua_cli {
@@ -37,7 +36,7 @@ struct MonitorOptions : ConnectOptions {
     std::size_t maxNodes = defaultMaxNodes;
 };
 
-std::unique_ptr<MonitorOutput> makeOutput(const MonitorOptions& options, const MonitoredNodes& monitored) {
+std::unique_ptr<MonitorOutput> makeOutput(const MonitorOptions& options, const Monitored& monitored) {
     if (options.json)
         return makeJsonLines(monitored);
     return terminalOn(STDOUT_FILENO).canRedraw ? makeLiveTable(monitored) : makeTextLines(monitored);
@@ -46,14 +45,14 @@ std::unique_ptr<MonitorOutput> makeOutput(const MonitorOptions& options, const M
 /// Follows the nodes until the time is over or somebody ends it.
 class Monitor {
 public:
-    Monitor(const MonitorOptions& options, const MonitoredNodes& monitored, ChangeInbox& inbox, Link& link,
+    Monitor(const MonitorOptions& options, Monitored& monitored, ChangeInbox& inbox, Link& link,
             MonitorOutput& output)
         : m_options(options), m_monitored(monitored), m_inbox(inbox), m_link(link), m_output(output),
           m_silent(monitored.nodes.size(), true) {}
 
     /// True when all nodes are monitored in the end.
     bool run() {
-        m_link.watch(m_monitored.nodes, m_monitored.index);
+        m_link.watch(m_monitored.nodes);
         takeRefusals();
         const Clock::time_point start = Clock::now();
         while (anyMonitored() && !isOver(start)) {
@@ -104,11 +103,11 @@ private:
 
     /// The library's message holds no whole array, no long text, and nothing that it does not convert.
     void complete(Change& change) {
-        const WatchedNode& watched = m_monitored.nodes[change.node];
-        if (watched.wholeArray(m_monitored.index)) {
+        const Job& watched = m_monitored.nodes[change.node];
+        if (isWatchedWhole(watched)) {
             change.value = {};
-        } else if (!m_monitored.index && (watched.readAsText() || change.cut)) {
-            const std::optional<std::string> text = m_link.readText(watched);
+        } else if (!watched.index && (isReadAsText(watched) || change.cut)) {
+            const std::optional<std::string> text = m_link.readText(watched.node.nodeId);
             change.readable = text.has_value();
             change.value = text ? Value(*text) : Value{};
         }
@@ -122,12 +121,12 @@ private:
 
     void takeRefusals() {
         m_refused = 0;
-        for (std::size_t i = 0; i < m_link.refusals().size(); ++i) {
-            const std::optional<Problem>& refusal = m_link.refusals()[i];
-            m_refused += refusal ? 1 : 0;
-            if (refusal)
-                m_output.refused(i, *refusal);
-            m_silent[i] = !refusal;
+        for (std::size_t i = 0; i < m_monitored.nodes.size(); ++i) {
+            const bool refused = m_monitored.nodes[i].problem.has_value();
+            m_refused += refused ? 1 : 0;
+            if (refused)
+                m_output.refused(i);
+            m_silent[i] = !refused;
         }
         m_silenceToldAt =
             Clock::now() + std::max<std::chrono::milliseconds>(
@@ -148,7 +147,7 @@ private:
     }
 
     const MonitorOptions& m_options;
-    const MonitoredNodes& m_monitored;
+    Monitored& m_monitored;
     ChangeInbox& m_inbox;
     Link& m_link;
     MonitorOutput& m_output;
@@ -157,49 +156,46 @@ private:
     Clock::time_point m_silenceToldAt = Clock::time_point::max();
 };
 
-WatchList findNodes(const MonitorOptions& options, const std::vector<NodeReference>& references,
-                    const std::optional<Index>& index, Connection& connection) {
-    WatchListMaker maker(connection, {options.depth, options.maxNodes}, index);
-    for (std::size_t i = 0; i < references.size(); ++i)
-        maker.add(options.nodes[i], references[i]);
-    WatchList list = maker.take();
-    makeNamesUnique(list.nodes);
-    return list;
-}
-
-std::vector<std::string> idsOf(const std::vector<WatchedNode>& nodes) {
-    std::vector<std::string> ids;
-    for (const WatchedNode& watched : nodes)
-        ids.push_back(watched.node.nodeId);
-    return ids;
-}
-
-ExitCode monitor(const MonitorOptions& options) {
-    std::vector<NodeReference> references;
+Jobs jobsOf(const MonitorOptions& options) {
+    Jobs jobs;
     for (const std::string& given : options.nodes)
-        references.push_back(parseNodeReference(given));
-    std::optional<Index> index;
-    if (!options.index.empty())
-        index.emplace(parseIndex(options.index));
+        jobs.push_back({{}, given, parseNodeReference(given)});
+    if (options.index.empty())
+        return jobs;
+    const Index index = parseIndex(options.index);
+    for (Job& job : jobs)
+        job.index = index;
+    return jobs;
+}
 
+ExitCode runMonitor(const MonitorOptions& options) {
+    Jobs jobs = jobsOf(options);
     ChangeInbox inbox;
-    Link link(options, options.interval, inbox);
-    WatchList list = findNodes(options, references, index, link.connection());
-    inbox.expect(idsOf(list.nodes));
-    const MonitoredNodes monitored{options.url, std::move(list.nodes), index};
+    Link link(options, options.interval,
+              [&inbox](const _OpcUaDataChangeMsg& message) { inbox.add(message); });
+    Monitored monitored{options.url,
+                        variablesToWatch(link.connection(), jobs, options.depth, options.maxNodes)};
+    makeNamesUnique(monitored.nodes);
+    std::vector<std::string> ids;
+    for (const Job& watched : monitored.nodes)
+        ids.push_back(watched.node.nodeId);
+    inbox.expect(ids);
     const std::unique_ptr<MonitorOutput> output = makeOutput(options, monitored);
-    for (const Problem& problem : list.problems)
-        output->leftOut(problem);
-    bool all = false;
+    bool all = true;
+    for (const Job& job : jobs) {
+        if (job.problem)
+            output->leftOut(namedProblem(job.given, *job.problem));
+        all = all && !job.problem;
+    }
     try {
-        all = Monitor(options, monitored, inbox, link, *output).run();
+        all = Monitor(options, monitored, inbox, link, *output).run() && all;
     } catch (const Failure& failure) {
         if (failure.exitCode() != ExitCode::OutputClosed && failure.exitCode() != ExitCode::OutputFailed)
             output->end();
         throw;
     }
     output->end();
-    return all && list.problems.empty() ? ExitCode::Success : ExitCode::Failed;
+    return all ? ExitCode::Success : ExitCode::Failed;
 }
 
 constexpr const char* examples = R"(Examples:
@@ -214,34 +210,28 @@ Time stamps are those of arrival. The library samples ten times a second and del
 } // namespace
 
 void addMonitorCommand(CLI::App& app, Action& chosen) {
-    auto options = std::make_shared<MonitorOptions>();
-    CLI::App* command = app.add_subcommand(
-        "monitor", "Follow values: a live table on a terminal, lines in a pipe; Ctrl-C ends it");
-    addConnectOptions(*command, *options);
+    auto [command, options] = addCommand<MonitorOptions>(
+        app, chosen, runMonitor, "monitor",
+        "Follow values: a live table on a terminal, lines in a pipe; Ctrl-C ends it", examples, documentLine);
+    addConnectOptions(command, options);
     command
-        ->add_option("NODE", options->nodes, "Node ids or paths; a folder stands for all variables below it")
+        .add_option("NODE", options.nodes, "Node ids or paths; a folder stands for all variables below it")
         ->required()
         ->type_name("");
-    command->add_option("--interval", options->interval, "Milliseconds between two deliveries (default: 500)")
+    command.add_option("--interval", options.interval, "Milliseconds between two deliveries (default: 500)")
         ->type_name("MS")
         ->check(CLI::Range(10, 3600000).description(""));
-    command->add_option("--duration", options->duration, "Seconds until it ends (default: until Ctrl-C)")
+    command.add_option("--duration", options.duration, "Seconds until it ends (default: until Ctrl-C)")
         ->type_name("S")
         ->check(CLI::Range(0.1, 1e9).description(""));
     command
-        ->add_option("--index", options->index,
-                     "One element of an array or matrix, counted from 0: 4, or 2,3 for row 2 and column 3")
+        .add_option("--index", options.index,
+                    "One element of an array or matrix, counted from 0: 4, or 2,3 for row 2 and column 3")
         ->type_name("I,...");
-    command->add_option("--depth", options->depth, "Levels below a folder, 1 to 100 (default: all)")
+    command.add_option("--depth", options.depth, "Levels below a folder, 1 to 100 (default: all)")
         ->type_name("N")
         ->check(CLI::Range(1, greatestDepth).description(""));
-    addMaxNodesOption(*command, options->maxNodes, "Look at so many nodes at most, in each search or folder");
-    command->footer(examples);
-    command->callback([options, &chosen] {
-        chosen = [options] {
-            return runReporting(*options, [&] { return monitor(*options); }, documentLine);
-        };
-    });
+    addMaxNodesOption(command, options.maxNodes, "Look at so many nodes at most, in each search or folder");
 }
 
 } // namespace opcua_cli

@@ -1,16 +1,15 @@
-#include "commands.h"
+#include "commands/commands.h"
 
-#include "../formats/snapshot_file.h"
-#include "../formats/text_file.h"
-#include "../nodes/folder.h"
-#include "../output/streams.h"
-#include "../output/table.h"
-#include "value_options.h"
+#include "formats/snapshot_file.h"
+#include "formats/text_file.h"
+#include "output/streams.h"
+#include "output/table.h"
+#include "text/time_text.h"
 
 #include <algorithm>
-#include <array>
-#include <ctime>
-#include <memory>
+#include <chrono>
+#include <cstddef>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <unistd.h>
@@ -28,102 +27,82 @@ struct SnapshotOptions : ConnectOptions {
     std::size_t maxElements = defaultMaxElements;
 };
 
-std::string now() {
-    const std::time_t time = std::time(nullptr);
-    std::tm utc{};
-    gmtime_r(&time, &utc);
-    std::array<char, 32> text{};
-    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &utc)};
-}
-
-/// Why a variable without a type has none: the library tells no difference between a value that it cannot
-/// read and one that it cannot convert.
-void explainUntyped(Connection& connection, const std::vector<NodeInfo>& untyped, Snapshot& snapshot) {
-    std::vector<ReadItem> items;
-    for (const NodeInfo& node : untyped)
-        items.push_back({node.nodeId, OpcUaDataType_Boolean});
-    const std::vector<ReadResult> results = readMany(connection, items);
-    for (std::size_t i = 0; i < untyped.size(); ++i) {
-        if (results[i].resultCode != 0)
-            snapshot.leftOut.push_back({untyped[i], connection.lastProblem().explanation, true});
-        else
-            snapshot.leftOut.push_back({untyped[i], "empty, or of none of the twelve types", false});
+/// A value that was read may be none that the library takes back.
+void checkTexts(const NodeValue& value) {
+    for (const Value& element : value.elements) {
+        if (const auto* text = std::get_if<std::string>(&element))
+            parseValue(OpcUaDataType_String, *text);
     }
 }
 
-/// Why a value that was read could not be written back, if so: a text may be none that the library takes.
-std::optional<std::string> obstacleTo(const NodeValue& value) {
-    try {
-        for (const Value& element : value.elements) {
-            if (const auto* text = std::get_if<std::string>(&element))
-                parseValue(OpcUaDataType_String, *text);
-        }
-    } catch (const Failure& failure) {
-        return failure.problem().explanation;
-    }
-    return std::nullopt;
+/// The library tells no difference between a value that it cannot read and one that it cannot convert.
+void explainUntyped(Connection& connection, Jobs& untyped) {
+    std::vector<std::string> ids;
+    for (const Job& job : untyped)
+        ids.push_back(job.node.nodeId);
+    const std::vector<std::optional<Problem>> problems = unreadable(connection, ids);
+    for (std::size_t i = 0; i < untyped.size(); ++i)
+        untyped[i].problem = problems[i];
 }
 
-void readVariables(Connection& connection, const SnapshotOptions& options, const Folder& folder,
+void readVariables(Connection& connection, const SnapshotOptions& options, Jobs& variables,
                    Snapshot& snapshot) {
-    std::vector<NodeToRead> nodes;
-    std::vector<NodeInfo> untyped;
-    for (const NodeInfo& node : folder.variables) {
-        if (!node.nodeIdComplete)
-            snapshot.leftOut.push_back({node, "its id is too long for this program", true});
-        else if (node.dataType == OpcUaDataType_Null)
-            untyped.push_back(node);
-        else
-            nodes.push_back({node, std::nullopt});
+    Jobs typed;
+    Jobs untyped;
+    for (Job& job : variables) {
+        if (!job.node.nodeIdComplete) {
+            job.problem = Problem{"its id is too long for this program"};
+            snapshot.leftOut.push_back(std::move(job));
+        } else {
+            (job.node.dataType == OpcUaDataType_Null ? untyped : typed).push_back(std::move(job));
+        }
     }
-    explainUntyped(connection, untyped, snapshot);
-    std::vector<NodeReading> readings = readNodes(connection, nodes, options.maxElements);
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
-        if (readings[i].problem)
-            snapshot.leftOut.push_back({nodes[i].node, readings[i].problem->explanation, true});
-        else if (const auto obstacle = obstacleTo(readings[i].value))
-            snapshot.leftOut.push_back({nodes[i].node, *obstacle, true});
-        else
-            snapshot.nodes.push_back({nodes[i].node, std::move(readings[i].value)});
+    explainUntyped(connection, untyped);
+    std::move(untyped.begin(), untyped.end(), std::back_inserter(snapshot.leftOut));
+    read(connection, typed, options.maxElements);
+    for (Job& job : typed) {
+        try {
+            checkTexts(job.value);
+        } catch (const Failure& failure) {
+            job.problem = failure.problem();
+        }
+        (job.problem ? snapshot.leftOut : snapshot.nodes).push_back(std::move(job));
     }
 }
 
-Snapshot take(const SnapshotOptions& options, const NodeReference& reference) {
+Snapshot takenFrom(const SnapshotOptions& options, const NodeReference& reference) {
     Connection connection(options);
-    const Folder folder = exploreFolder(connection, reference, options.maxNodes);
-    Snapshot snapshot{options.url, options.folder, folder.nodeId, now(), folder.complete};
-    for (const UnbrowsedNode& unbrowsed : folder.unbrowsed)
-        snapshot.leftOut.push_back({unbrowsed.node, unbrowsed.problem.explanation, true});
-    readVariables(connection, options, folder, snapshot);
+    Folder folder = exploreFolder(connection, reference, options.maxNodes);
+    Snapshot snapshot{options.url, options.folder, folder.nodeId,
+                      utcSecondsText(std::chrono::system_clock::now()), folder.complete};
+    snapshot.leftOut = std::move(folder.unbrowsed);
+    readVariables(connection, options, folder.variables, snapshot);
     return snapshot;
 }
 
 std::string tableReport(const SnapshotOptions& options, const Snapshot& snapshot) {
     const Terminal terminal = terminalOn(STDOUT_FILENO);
     Table table({{"Left out", false}, {"Name"}, {"Type"}, {"Why"}});
-    for (const LeftOutNode& node : snapshot.leftOut)
-        table.add({node.node.nodeId,
-                   node.node.displayName,
-                   typeText(node.node),
-                   {node.reason, node.failed ? Tone::Bad : Tone::Faint}});
+    for (const Job& job : snapshot.leftOut)
+        table.add({job.node.nodeId,
+                   job.node.displayName,
+                   typeText(job.node),
+                   {leftOutReason(job), job.problem ? Tone::Bad : Tone::Faint}});
     return (table.empty() ? "" : table.render(terminal)) +
            terminal.paint(std::to_string(snapshot.nodes.size()) + " values in " + options.file, Tone::Good) +
            "\n";
 }
 
 std::string jsonReport(const SnapshotOptions& options, const Snapshot& snapshot) {
-    Json leftOut = Json::array();
-    for (const LeftOutNode& node : snapshot.leftOut)
-        leftOut.push_back(toJson(node));
     return document({{"url", options.url},
                      {"folder", options.folder},
                      {"file", options.file},
                      {"values", snapshot.nodes.size()},
                      {"complete", snapshot.complete},
-                     {"leftOut", std::move(leftOut)}});
+                     {"leftOut", leftOutJson(snapshot.leftOut)}});
 }
 
-void store(const SnapshotOptions& options, const Snapshot& snapshot) {
+void deliver(const SnapshotOptions& options, const Snapshot& snapshot) {
     if (options.file.empty()) {
         writeOutput(snapshotText(snapshot));
         return;
@@ -132,19 +111,18 @@ void store(const SnapshotOptions& options, const Snapshot& snapshot) {
     writeOutput(options.json ? jsonReport(options, snapshot) : tableReport(options, snapshot));
 }
 
-ExitCode takeSnapshot(const SnapshotOptions& options) {
-    const Snapshot snapshot = take(options, parseNodeReference(options.folder));
-    store(options, snapshot);
+ExitCode runSnapshot(const SnapshotOptions& options) {
+    Snapshot snapshot = takenFrom(options, parseNodeReference(options.folder));
+    deliver(options, snapshot);
     if (!snapshot.complete)
         reportNote("stopped after " + std::to_string(options.maxNodes) +
                    " nodes; --max-nodes sets another bound");
-    std::vector<NodeProblem> problems;
-    for (const LeftOutNode& node : snapshot.leftOut) {
-        if (node.failed)
-            problems.push_back({node.node.nodeId, {"not in the snapshot: " + node.reason}});
+    for (Job& job : snapshot.leftOut) {
+        if (job.problem)
+            job.problem = Problem{"not in the snapshot: " + job.problem->explanation};
     }
-    reportNodeProblems(problems);
-    return problems.empty() && snapshot.complete ? ExitCode::Success : ExitCode::Failed;
+    const ExitCode code = reportProblems(snapshot.leftOut);
+    return snapshot.complete ? code : ExitCode::Failed;
 }
 
 constexpr const char* examples = R"(Examples:
@@ -158,20 +136,14 @@ tells which of them the server refuses.)";
 } // namespace
 
 void addSnapshotCommand(CLI::App& app, Action& chosen) {
-    auto options = std::make_shared<SnapshotOptions>();
-    CLI::App* command = app.add_subcommand("snapshot", "Save the values of a folder to a file");
-    addConnectOptions(*command, *options);
-    command->add_option("FOLDER", options->folder, "Node id or path of the folder")
-        ->required()
-        ->type_name("");
-    command->add_option("--output", options->file, "The file to write (default: standard output)")
+    auto [command, options] = addCommand<SnapshotOptions>(app, chosen, runSnapshot, "snapshot",
+                                                          "Save the values of a folder to a file", examples);
+    addConnectOptions(command, options);
+    command.add_option("FOLDER", options.folder, "Node id or path of the folder")->required()->type_name("");
+    command.add_option("--output", options.file, "The file to write (default: standard output)")
         ->type_name("FILE");
-    addMaxNodesOption(*command, options->maxNodes, "Look at so many nodes");
-    addMaxElementsOption(*command, options->maxElements);
-    command->footer(examples);
-    command->callback([options, &chosen] {
-        chosen = [options] { return runReporting(*options, [&] { return takeSnapshot(*options); }); };
-    });
+    addMaxNodesOption(command, options.maxNodes, "Look at so many nodes");
+    addMaxElementsOption(command, options.maxElements);
 }
 
 } // namespace opcua_cli

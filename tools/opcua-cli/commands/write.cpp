@@ -1,16 +1,14 @@
-#include "commands.h"
+#include "commands/commands.h"
 
-#include "../formats/in_place.h"
-#include "../interrupt.h"
-#include "../nodes/node_json.h"
-#include "../output/streams.h"
-#include "../output/table.h"
-#include "value_options.h"
+#include "formats/node_list.h"
+#include "formats/text_file.h"
+#include "interrupt.h"
+#include "output/streams.h"
+#include "output/table.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <memory>
-#include <optional>
 #include <string>
 #include <unistd.h>
 #include <utility>
@@ -27,14 +25,6 @@ struct WriteOptions : NodeListOptions {
     bool isSingle() const { return file.empty() && pairs.size() == 2; }
 };
 
-/// What became of one node.
-struct Outcome {
-    NodeRequest request;
-    ValueTarget target{};
-    NodeValue value{};
-    std::optional<Problem> problem{};
-};
-
 /// The value as the user gave it; "-" stands for standard input, whose last line end is none of the value.
 std::string givenValue(const std::string& value) {
     if (value != "-")
@@ -47,151 +37,112 @@ std::string givenValue(const std::string& value) {
     return text;
 }
 
-std::vector<NodeRequest> requestsOf(const std::vector<std::string>& pairs) {
+Jobs jobsOf(const std::vector<std::string>& pairs) {
     if (pairs.empty())
         throw usageFailure("NODE is required", "a node and its value, or --from with a file");
     if (pairs.size() % 2 != 0)
         throw usageFailure("VALUE is required for " + pairs.back(), "a value behind each node");
-    std::vector<NodeRequest> requests;
+    Jobs jobs;
     for (std::size_t i = 0; i < pairs.size(); i += 2)
-        requests.push_back({{}, pairs[i], parseNodeReference(pairs[i]), {}, {}, givenValue(pairs[i + 1])});
-    return requests;
+        jobs.push_back({{}, pairs[i], parseNodeReference(pairs[i]), {}, {}, givenValue(pairs[i + 1])});
+    return jobs;
 }
 
 /// What can be refused without the server is.
-void checkStatedType(const NodeRequest& request) {
-    const auto* text = std::get_if<std::string>(&*request.value);
-    const bool mayBeArray = !request.index && (text == nullptr || (!text->empty() && text->front() == '['));
-    if (request.statedType && !mayBeArray)
-        inPlace(request.place, [&] { return parseNodeValue(*request.statedType, {}, *request.value); });
+void checkStatedType(const Job& job) {
+    const auto* text = std::get_if<std::string>(&*job.givenValue);
+    const bool mayBeArray = !job.index && (text == nullptr || (!text->empty() && text->front() == '['));
+    if (job.type && !mayBeArray)
+        inPlace(job.place, [&] { return parseNodeValue(*job.type, {}, *job.givenValue); });
 }
 
-std::vector<NodeRequest> requestsOf(const WriteOptions& options) {
+Jobs jobsOf(const WriteOptions& options) {
     if (!options.file.empty() && !options.pairs.empty())
         throw usageFailure("NODE and --from exclude each other", "nodes as arguments, or a file with them");
-    std::vector<NodeRequest> requests =
-        options.file.empty() ? requestsOf(options.pairs) : readNodeList(options.file, true);
-    completeRequests(requests, options);
-    std::for_each(requests.begin(), requests.end(), checkStatedType);
-    return requests;
+    Jobs jobs = options.file.empty() ? jobsOf(options.pairs) : readNodeList(options.file, true);
+    completeJobs(jobs, options);
+    std::for_each(jobs.begin(), jobs.end(), checkStatedType);
+    return jobs;
 }
 
-std::optional<Problem> refusalOf(const NodeRequest& request, const ResolvedTarget& resolved) {
+/// Turns what the user gave into values for the nodes. Throws Failure (Usage) for one that its node cannot
+/// take.
+void prepare(Job& job) {
     constexpr int notReadable = 7;
-    if (resolved.problem) {
-        Problem problem = *resolved.problem;
-        if (problem.resultCode == notReadable)
-            problem.advice += "; --type states the type of a node that can be written but not read";
-        return problem;
-    }
-    if (!resolved.target.typeKnown)
-        return Problem{"the type of " + request.given + " was not found, nothing was written",
-                       "--type to state it, or the node's path"};
-    if (resolved.target.node.dataType == OpcUaDataType_Null)
-        return Problem{"the value of " + request.given + " is empty or of a type that cannot be written here",
-                       "--type states the type of an empty node"};
-    return std::nullopt;
-}
-
-/// Throws Failure (Usage) for a value that the node cannot take.
-Outcome prepare(NodeRequest request, const ResolvedTarget& resolved) {
-    Outcome outcome{std::move(request), resolved.target};
-    outcome.problem = refusalOf(outcome.request, resolved);
-    if (outcome.problem)
-        return outcome;
-    const NodeInfo& node = outcome.target.node;
-    outcome.value = inPlace(outcome.request.place, [&] {
-        return parseNodeValue(node.dataType, outcome.request.index ? Shape() : node.dimensions,
-                              *outcome.request.value);
+    if (job.problem && job.problem->resultCode == notReadable)
+        job.problem->advice += "; --type states the type of a node that can be written but not read";
+    attempt(job, [&] {
+        if (!job.node.typeKnown)
+            throw nodeFailure("the type of " + job.given + " was not found, nothing was written",
+                              "--type to state it, or the node's path");
+        if (job.node.dataType == OpcUaDataType_Null)
+            throw nodeFailure("the value of " + job.given +
+                                  " is empty or of a type that cannot be written here",
+                              "--type states the type of an empty node");
+        job.wanted = inPlace(job.place, [&] {
+            return parseNodeValue(job.node.dataType, job.index ? Shape() : job.node.dimensions,
+                                  *job.givenValue);
+        });
     });
-    return outcome;
 }
 
-/// Writes those that can be; values that do not fit are found before the first is written.
-std::vector<Outcome> writeAllOf(const WriteOptions& options, std::vector<NodeRequest> requests) {
-    Connection connection(options);
-    const auto targets = TargetResolver(connection, options.maxNodes).resolve(targetRequests(requests));
-    std::vector<Outcome> outcomes;
-    std::vector<NodeToWrite> nodes;
-    for (std::size_t i = 0; i < requests.size(); ++i) {
-        outcomes.push_back(prepare(std::move(requests[i]), targets[i]));
-        const Outcome& outcome = outcomes.back();
-        if (!outcome.problem)
-            nodes.push_back({outcome.target.node, outcome.request.index, outcome.value});
-    }
-    throwIfInterrupted();
-    std::vector<std::optional<Problem>> problems = writeNodes(connection, nodes, options.maxElements);
-    auto next = problems.begin();
-    for (Outcome& outcome : outcomes) {
-        if (!outcome.problem)
-            outcome.problem = std::move(*next++);
-    }
-    return outcomes;
-}
-
-std::string tableReport(const std::vector<Outcome>& outcomes) {
+std::string tableReport(const Jobs& jobs) {
     Table table({{"Node", false}, {"Name"}, {"Type"}, {"Index"}, {"Value"}, {"Result"}});
-    for (const Outcome& outcome : outcomes) {
-        const NodeInfo& node = outcome.target.node;
-        const bool known = outcome.target.typeKnown && !node.nodeId.empty();
-        const Cell result =
-            outcome.problem ? Cell(outcome.problem->explanation, Tone::Bad) : Cell("written", Tone::Good);
-        table.add({outcome.request.given, node.displayName,
-                   known ? std::string(typeName(node.dataType)) + indexText(node.dimensions) : std::string(),
-                   indexText(outcome.request.index.value_or(Index())), toText(outcome.value), result});
+    for (const Job& job : jobs) {
+        const NodeInfo& node = job.node;
+        table.add({job.given, node.displayName, node.isFound() ? typeAndShape(node) : "",
+                   indexText(job.index.value_or(Index())), toText(job.wanted),
+                   job.problem ? Cell(job.problem->explanation, Tone::Bad) : Cell("written", Tone::Good)});
     }
     return table.render(terminalOn(STDOUT_FILENO));
 }
 
-Json outcomeJson(const Outcome& outcome) {
-    const NodeInfo& node = outcome.target.node;
-    const bool known = outcome.target.typeKnown && !node.nodeId.empty();
-    return {{"node", outcome.request.given},
-            {"nodeId", node.nodeId.empty() ? Json() : Json(node.nodeId)},
-            {"type", known ? Json(typeName(node.dataType)) : Json()},
-            {"shape", known ? Json(node.dimensions) : Json()},
-            {"index", outcome.request.index ? Json(*outcome.request.index) : Json()},
-            {"value", toJson(outcome.value)},
-            {"ok", !outcome.problem},
-            {"error", outcome.problem ? toJson(*outcome.problem) : Json()}};
+Json writtenJson(const Job& job) {
+    Json json = jobJson(job, job.wanted);
+    for (const char* key : {"displayName", "browseName", "class"})
+        json.erase(key);
+    json["shape"] = job.node.isFound() ? Json(job.node.dimensions) : Json();
+    return json;
 }
 
-std::string jsonReport(const WriteOptions& options, const std::vector<Outcome>& outcomes) {
+std::string jsonReport(const WriteOptions& options, const Jobs& jobs) {
     Json json{{"url", options.url}};
     if (options.isSingle()) {
-        json.update(outcomeJson(outcomes.front()));
+        json.update(writtenJson(jobs.front()));
         return document(json);
     }
     Json nodes = Json::array();
-    for (const Outcome& outcome : outcomes)
-        nodes.push_back(outcomeJson(outcome));
+    for (const Job& job : jobs)
+        nodes.push_back(writtenJson(job));
     json["nodes"] = std::move(nodes);
     return document(json);
 }
 
-void throwIfFailed(const Outcome& outcome) {
+void throwIfFailed(const Job& job) {
     constexpr int refused = 8;
-    if (!outcome.problem)
+    if (!job.problem)
         return;
-    Problem problem = *outcome.problem;
+    Problem problem = *job.problem;
     if (problem.resultCode == refused)
-        problem.explanation += ": " + outcome.request.given + " = " + toText(outcome.value) + " (" +
-                               std::string(typeName(outcome.target.node.dataType)) + ")";
+        problem.explanation += ": " + job.given + " = " + toText(job.wanted) + " (" +
+                               std::string(typeName(job.node.dataType)) + ")";
     throw Failure(ExitCode::Failed, std::move(problem));
 }
 
-ExitCode write(const WriteOptions& options) {
-    const std::vector<Outcome> outcomes = writeAllOf(options, requestsOf(options));
-    if (options.isSingle())
-        throwIfFailed(outcomes.front());
-    writeOutput(options.json ? jsonReport(options, outcomes) : tableReport(outcomes));
-    std::vector<NodeProblem> problems;
-    for (const Outcome& outcome : outcomes) {
-        if (outcome.problem)
-            problems.push_back({outcome.request.given, *outcome.problem});
+ExitCode runWrite(const WriteOptions& options) {
+    Jobs jobs = jobsOf(options);
+    {
+        Connection connection(options);
+        resolve(connection, jobs, options.maxNodes);
+        // Values that do not fit are found before the first is written.
+        std::for_each(jobs.begin(), jobs.end(), prepare);
+        throwIfInterrupted();
+        write(connection, jobs, options.maxElements);
     }
-    reportNodeProblems(problems);
-    return problems.empty() ? ExitCode::Success : ExitCode::Failed;
+    if (options.isSingle())
+        throwIfFailed(jobs.front());
+    writeOutput(options.json ? jsonReport(options, jobs) : tableReport(jobs));
+    return reportProblems(jobs);
 }
 
 constexpr const char* examples = R"(Examples:
@@ -223,10 +174,9 @@ void addPairs(CLI::App& command, std::vector<std::string>& pairs) {
     command.formatter(std::make_shared<PairFormatter>());
     constexpr int most = 1 << 20;
     command
-        .add_option(
-            "NODE_VALUE", pairs,
-            "Node id or path, and what to write: a number (also 0x1F), true/false/on/off/1/0, text, or an "
-            "array as JSON; - takes standard input")
+        .add_option("NODE_VALUE", pairs,
+                    "Node id or path, and what to write: a number (also 0x1F), true/false/on/off/1/0, text, "
+                    "or an array as JSON; - takes standard input")
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->expected(most, CLI::detail::expected_max_vector_size)
         ->allow_extra_args(false)
@@ -236,15 +186,10 @@ void addPairs(CLI::App& command, std::vector<std::string>& pairs) {
 } // namespace
 
 void addWriteCommand(CLI::App& app, Action& chosen) {
-    auto options = std::make_shared<WriteOptions>();
-    CLI::App* command = app.add_subcommand("write", "Write the values of nodes");
-    addValueOptions(*command, *options, "Write as this type without looking for the node's own");
-    addNodeListOptions(*command, *options);
-    addPairs(*command, options->pairs);
-    command->footer(examples);
-    command->callback([options, &chosen] {
-        chosen = [options] { return runReporting(*options, [&] { return write(*options); }); };
-    });
+    auto [command, options] =
+        addCommand<WriteOptions>(app, chosen, runWrite, "write", "Write the values of nodes", examples);
+    addNodeListOptions(command, options, "Write as this type without looking for the node's own");
+    addPairs(command, options.pairs);
 }
 
 } // namespace opcua_cli

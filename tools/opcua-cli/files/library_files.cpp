@@ -1,19 +1,36 @@
-#include "library_files.h"
+#include "files/library_files.h"
 
-#include "place.h"
+#include "failure.h"
 
 #include <array>
+#include <cerrno>
 #include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <exception>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <map>
+#include <ios>
+#include <iterator>
+#include <stdexcept>
 #include <string>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+// The reader of char texts, compiled in here, as the library has it.
+#define SI_IMPLEMENTATION
+#define SI_NO_CONVERSION
+#include <SimpleIni.h>
 
 namespace opcua_cli {
 namespace {
 
 namespace fs = std::filesystem;
-using Settings = std::map<std::string, std::string>;
+
+constexpr const char* configurationName = "OpcUaClientConfig.ini";
+constexpr const char* directoryVariable = "OPCUACLIENT_DIRECTORY";
 
 struct Setting {
     const char* key;
@@ -21,7 +38,6 @@ struct Setting {
     fs::path LibraryFiles::* file;
 };
 
-constexpr const char* settingsGroup = "UaClientConfig";
 constexpr std::array<Setting, 6> settings{{
     {"CertificateTrustListLocation", "[ConfigPath]/pkiclient/trusted/certs/",
      &LibraryFiles::trustedCertificates},
@@ -33,34 +49,6 @@ constexpr std::array<Setting, 6> settings{{
     {"UserPrivateKey", "[ConfigPath]/pkiuser/own/private/user.pem", &LibraryFiles::userKey},
 }};
 
-std::string trimmed(const std::string& text) {
-    constexpr const char* blanks = " \t\r\n";
-    const std::size_t begin = text.find_first_not_of(blanks);
-    return begin == std::string::npos ? "" : text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
-}
-
-std::string withoutQuotes(const std::string& text) {
-    const bool quoted = text.size() >= 2 && text.front() == '"' && text.back() == '"';
-    return quoted ? text.substr(1, text.size() - 2) : text;
-}
-
-Settings readSettings(const fs::path& file) {
-    std::ifstream input(file);
-    Settings found;
-    bool inGroup = false;
-    for (std::string line; std::getline(input, line);) {
-        line = trimmed(line);
-        const std::size_t equals = line.find('=');
-        if (line.empty() || line[0] == ';' || line[0] == '#')
-            continue;
-        if (line[0] == '[')
-            inGroup = trimmed(line.substr(1, line.find(']') - 1)) == settingsGroup;
-        else if (inGroup && equals != std::string::npos)
-            found[trimmed(line.substr(0, equals))] = withoutQuotes(trimmed(line.substr(equals + 1)));
-    }
-    return found;
-}
-
 /// As the library does it: what stands before a token goes.
 std::string withDirectory(std::string text, const fs::path& directory) {
     for (const std::string token : {"[ApplicationPath]", "[ConfigPath]"}) {
@@ -71,22 +59,126 @@ std::string withDirectory(std::string text, const fs::path& directory) {
     return text;
 }
 
+std::string withoutQuotes(const std::string& text) {
+    const bool quoted = text.size() >= 2 && text.front() == '"' && text.back() == '"';
+    return quoted ? text.substr(1, text.size() - 2) : text;
+}
+
+/// As the library has it: a file that cannot be read says nothing.
+std::string settingsIn(const fs::path& configuration) {
+    try {
+        return readSmallFile(configuration);
+    } catch (const std::exception&) {
+        return {};
+    }
+}
+
+/// An absolute path from the environment; a relative one has no meaning there (XDG Base Directory).
+fs::path absolutePathIn(const char* variable) {
+    const char* text = secure_getenv(variable);
+    const fs::path path = text == nullptr ? "" : text;
+    return path.is_absolute() ? path : fs::path();
+}
+
+fs::path programsDirectory() {
+    return fs::read_symlink("/proc/self/exe").parent_path();
+}
+
+/// The system's own folder belongs to its packages: root may write to it, and should not.
+bool mayKeepFilesIn(const fs::path& directory) {
+    return directory != "/usr/bin" && faccessat(AT_FDCWD, directory.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
+}
+
+/// Empty when the environment names neither.
+fs::path stateDirectory() {
+    if (const fs::path state = absolutePathIn("XDG_STATE_HOME"); !state.empty())
+        return state / "opcua-cli";
+    const fs::path home = absolutePathIn("HOME");
+    return home.empty() ? home : home / ".local/state/opcua-cli";
+}
+
+fs::path placeOfFiles() {
+    if (const fs::path named = absolutePathIn(directoryVariable); !named.empty())
+        return named.has_filename() ? named : named.parent_path();
+    const fs::path directory = programsDirectory();
+    return mayKeepFilesIn(directory) ? directory : stateDirectory();
+}
+
+/// Who else can write there decides which servers are trusted.
+void throwUnlessOurs(const fs::path& directory) {
+    struct stat properties{};
+    if (stat(directory.c_str(), &properties) != 0)
+        throw fs::filesystem_error("cannot look at", directory,
+                                   std::error_code(errno, std::generic_category()));
+    if (properties.st_uid != geteuid() || (properties.st_mode & (S_IWGRP | S_IWOTH)) != 0)
+        throw std::runtime_error(directory.string() + " can be written by others");
+}
+
+/// What an administrator has set beside the installed program holds for its users, as long as they have no
+/// settings of their own.
+void linkConfiguration(const fs::path& installed, const fs::path& own) {
+    std::error_code alreadyThere;
+    if (fs::exists(installed))
+        fs::create_symlink(installed, own, alreadyThere);
+}
+
 } // namespace
 
 LibraryFiles libraryFilesIn(const fs::path& directory) {
     LibraryFiles files;
     files.trace = directory / "OpcUaClient.log";
-    files.configuration = directory / "OpcUaClientConfig.ini";
-    const Settings found = readSettings(files.configuration);
-    for (const Setting& setting : settings) {
-        const auto given = found.find(setting.key);
-        files.*setting.file = withDirectory(given == found.end() ? setting.usual : given->second, directory);
-    }
+    files.configuration = directory / configurationName;
+    CSimpleIniCaseA configuration(true);
+    configuration.LoadData(settingsIn(files.configuration));
+    for (const Setting& setting : settings)
+        files.*setting.file = withDirectory(
+            withoutQuotes(configuration.GetValue("UaClientConfig", setting.key, setting.usual)), directory);
     return files;
 }
 
 LibraryFiles libraryFiles() {
     return libraryFilesIn(placeOfFiles());
+}
+
+std::string readSmallFile(const std::filesystem::path& file) {
+    constexpr std::uintmax_t sizeLimit = 1 << 20;
+    if (!std::filesystem::is_regular_file(file))
+        throw std::runtime_error(std::filesystem::exists(file) ? "not a regular file"
+                                                               : "No such file or directory");
+    if (std::filesystem::file_size(file) > sizeLimit)
+        throw std::runtime_error("larger than a certificate can be");
+    std::ifstream input(file, std::ios::binary);
+    if (!input)
+        throw std::runtime_error(std::generic_category().message(errno));
+    return {std::istreambuf_iterator<char>(input), {}};
+}
+
+void makePrivateDirectories(const fs::path& directory) {
+    const mode_t before = umask(S_IRWXG | S_IRWXO);
+    std::error_code error;
+    fs::create_directories(directory, error);
+    umask(before);
+    if (error)
+        throw fs::filesystem_error("cannot make", directory, error);
+}
+
+void prepareLibraryFiles() {
+    const fs::path installed = programsDirectory();
+    const fs::path place = placeOfFiles();
+    if (place == installed || !absolutePathIn(directoryVariable).empty())
+        return;
+    try {
+        if (place.empty())
+            throw std::runtime_error("HOME is not set");
+        makePrivateDirectories(place);
+        throwUnlessOurs(place);
+        linkConfiguration(installed / configurationName, place / configurationName);
+    } catch (const std::exception& error) {
+        throw nodeFailure("there is no place for certificates and trace: " + installed.string() +
+                              " is not writable, and " + error.what(),
+                          "XDG_STATE_HOME set to a directory of your own");
+    }
+    setenv(directoryVariable, place.c_str(), 1);
 }
 
 } // namespace opcua_cli

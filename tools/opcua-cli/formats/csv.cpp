@@ -1,4 +1,6 @@
-#include "csv.h"
+#include "formats/csv.h"
+
+#include "formats/text_file.h"
 
 #include <cstddef>
 #include <string>
@@ -14,74 +16,66 @@ public:
 
     std::vector<CsvRow> parse() {
         std::vector<CsvRow> rows;
-        while (!atEnd()) {
-            if (atLineEnd())
-                takeLineEnd();
+        while (!m_text.empty()) {
+            if (skip("\n") || skip("\r\n"))
+                ++m_line;
             else
-                rows.push_back(takeRow());
+                rows.push_back(row());
         }
         return rows;
     }
 
 private:
-    bool atEnd() const { return m_next == m_text.size(); }
-    bool at(char character) const { return !atEnd() && m_text[m_next] == character; }
-    bool atLineEnd() const { return at('\n') || m_text.substr(m_next, 2) == "\r\n"; }
-
-    void takeLineEnd() {
-        m_next += at('\n') ? 1 : 2;
-        ++m_line;
+    bool begins(std::string_view with) const { return m_text.substr(0, with.size()) == with; }
+    bool skip(std::string_view text) {
+        const bool found = begins(text);
+        if (found)
+            m_text.remove_prefix(text.size());
+        return found;
     }
 
-    CsvRow takeRow() {
-        CsvRow row{m_line, {takeField()}};
-        while (at(',')) {
-            ++m_next;
-            row.fields.push_back(takeField());
-        }
-        if (!atEnd())
-            takeLineEnd();
+    CsvRow row() {
+        CsvRow row{m_line, {field()}};
+        while (skip(","))
+            row.fields.push_back(field());
+        if (skip("\n") || skip("\r\n"))
+            ++m_line;
         return row;
     }
 
-    std::string takeField() {
-        std::string field = at('"') ? takeQuoted() : takePlain();
-        if (!atEnd() && !at(',') && !atLineEnd())
-            throw CsvError(m_line, at('\r') ? "a carriage return without a line feed"
-                                            : "something follows the quote that ends a field");
+    std::string field() {
+        std::string field = skip("\"") ? quoted() : plain();
+        if (!m_text.empty() && !begins(",") && !begins("\n") && !begins("\r\n"))
+            throw FormatError(m_line, begins("\r") ? "a carriage return without a line feed"
+                                                   : "something follows the quote that ends a field");
         return field;
     }
 
-    std::string takePlain() {
-        const std::size_t first = m_next;
-        while (!atEnd() && !at(',') && !at('\n') && !at('\r')) {
-            if (at('"'))
-                throw CsvError(m_line, "a quote inside a field that does not begin with one; put the whole "
-                                       "field in quotes and double those in it");
-            ++m_next;
-        }
-        return std::string(m_text.substr(first, m_next - first));
+    std::string plain() {
+        const std::string field(m_text.substr(0, m_text.find_first_of(",\n\r")));
+        if (field.find('"') != std::string::npos)
+            throw FormatError(m_line,
+                              "a quote inside a field that does not begin with one; put the whole field "
+                              "in quotes and double those in it");
+        m_text.remove_prefix(field.size());
+        return field;
     }
 
-    std::string takeQuoted() {
+    /// The field behind its first quote.
+    std::string quoted() {
         const std::size_t begin = m_line;
         std::string field;
-        ++m_next;
-        for (; !atEnd(); ++m_next) {
-            if (at('"')) {
-                ++m_next;
-                if (!at('"'))
-                    return field;
-            } else if (at('\n')) {
-                ++m_line;
-            }
-            field += m_text[m_next];
+        while (!m_text.empty()) {
+            if (skip("\"") && !begins("\""))
+                return field;
+            m_line += begins("\n") ? 1 : 0;
+            field += m_text.front();
+            m_text.remove_prefix(1);
         }
-        throw CsvError(begin, "a quote is not closed");
+        throw FormatError(begin, "a quote is not closed");
     }
 
-    std::string_view m_text;
-    std::size_t m_next = 0;
+    std::string_view m_text; ///< what is not read yet
     std::size_t m_line = 1;
 };
 

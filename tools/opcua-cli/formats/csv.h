@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,13 +12,8 @@ struct CsvRow {
     std::vector<std::string> fields;
 };
 
-struct CsvError : std::runtime_error {
-    CsvError(std::size_t where, const std::string& reason) : std::runtime_error(reason), line(where) {}
-    std::size_t line;
-};
-
 /// The rows of a text in the form of RFC 4180; a line feed alone ends a line, too. Empty lines are left out.
-/// Throws CsvError.
+/// Throws FormatError.
 std::vector<CsvRow> parseCsv(std::string_view text);
 
 } // namespace opcua_cli

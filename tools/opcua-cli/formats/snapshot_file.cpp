@@ -1,14 +1,11 @@
-#include "snapshot_file.h"
+#include "formats/snapshot_file.h"
+
+#include "formats/json_list.h"
+#include "formats/text_file.h"
 
 #include <string>
 #include <utility>
 #include <variant>
-
-#include "../nodes/node_json.h"
-#include "../nodes/node_reference.h"
-#include "in_place.h"
-#include "json_fields.h"
-#include "located_json.h"
 
 namespace opcua_cli {
 namespace {
@@ -51,21 +48,21 @@ Shape shapeIn(const Json& json) {
     return shape;
 }
 
-SavedNode savedNode(const Json& entry) {
+Job savedNode(const Json& entry) {
     if (!entry.is_object())
         throw usageFailure("the entry is no object");
-    SavedNode saved;
-    saved.node.nodeId = nodeIdIn(entry, "nodeId");
-    saved.node.displayName = textField(entry, "displayName");
-    saved.node.nodeClass = 2;
+    Job job;
+    job.node.nodeId = job.given = nodeIdIn(entry, "nodeId");
+    job.node.displayName = textField(entry, "displayName");
+    job.node.nodeClass = 2;
     const std::string type = requiredText(entry, "type");
     if (!typeFromName(type))
         throw usageFailure(unknownTypeText(type));
-    saved.node.dataType = *typeFromName(type);
-    saved.node.dimensions = shapeIn(entry);
-    saved.node.isArray = !saved.node.dimensions.empty();
-    saved.value = parseNodeValue(saved.node.dataType, saved.node.dimensions, valueField(entry));
-    return saved;
+    job.node.dataType = *typeFromName(type);
+    job.node.dimensions = shapeIn(entry);
+    job.node.isArray = !job.node.dimensions.empty();
+    job.wanted = parseNodeValue(job.node.dataType, job.node.dimensions, valueField(entry));
+    return job;
 }
 
 Snapshot fromList(const TextFile& file, const JsonList& list) {
@@ -82,22 +79,26 @@ Snapshot fromList(const TextFile& file, const JsonList& list) {
 
 } // namespace
 
-Json toJson(const LeftOutNode& leftOut) {
-    Json json = nodeJson(leftOut.node);
-    json["reason"] = leftOut.reason;
-    json["failed"] = leftOut.failed;
-    return json;
+std::string leftOutReason(const Job& leftOut) {
+    return leftOut.problem ? leftOut.problem->explanation : "empty, or of none of the twelve types";
+}
+
+Json leftOutJson(const Jobs& leftOut) {
+    Json list = Json::array();
+    for (const Job& job : leftOut) {
+        list.push_back(nodeJson(job.node));
+        list.back()["reason"] = leftOutReason(job);
+        list.back()["failed"] = job.problem.has_value();
+    }
+    return list;
 }
 
 std::string snapshotText(const Snapshot& snapshot) {
     Json nodes = Json::array();
-    for (const SavedNode& saved : snapshot.nodes) {
-        nodes.push_back(nodeJson(saved.node));
-        nodes.back()["value"] = toJson(saved.value);
+    for (const Job& job : snapshot.nodes) {
+        nodes.push_back(nodeJson(job.node));
+        nodes.back()["value"] = toJson(job.value);
     }
-    Json leftOut = Json::array();
-    for (const LeftOutNode& node : snapshot.leftOut)
-        leftOut.push_back(toJson(node));
     return document({{"format", formatName},
                      {"url", snapshot.url},
                      {"folder", snapshot.folder},
@@ -105,16 +106,12 @@ std::string snapshotText(const Snapshot& snapshot) {
                      {"time", snapshot.time},
                      {"complete", snapshot.complete},
                      {"nodes", std::move(nodes)},
-                     {"leftOut", std::move(leftOut)}});
+                     {"leftOut", leftOutJson(snapshot.leftOut)}});
 }
 
 Snapshot readSnapshot(const std::string& path) {
     const TextFile file = readTextFile(path);
-    try {
-        return fromList(file, parseJsonList(file.text));
-    } catch (const JsonError& error) {
-        throw failureAt(placeIn(file, error.line), error.what());
-    }
+    return inFile(file, [&] { return fromList(file, parseJsonList(file.text)); });
 }
 
 } // namespace opcua_cli

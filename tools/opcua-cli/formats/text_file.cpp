@@ -1,10 +1,12 @@
-#include "text_file.h"
+#include "formats/text_file.h"
 
-#include "../output/streams.h"
-#include "../text/utf8.h"
+#include "files/descriptor.h"
+#include "output/streams.h"
+#include "text/utf8.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -19,27 +21,13 @@ namespace {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
-/// An open file; closed with the object.
-class Descriptor {
-public:
-    Descriptor(const std::string& path, int flags)
-        : m_number(open(path.c_str(), flags | O_CLOEXEC, 0666)) {} // what the user's umask leaves of it
-    ~Descriptor() {
-        if (m_number >= 0)
-            close(m_number);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int number() const { return m_number; }
-    bool isOpen() const { return m_number >= 0; }
-
-private:
-    int m_number;
-};
+int openFile(const std::string& path, int flags) {
+    constexpr mode_t whatTheUmaskLeaves = 0666;
+    return open(path.c_str(), flags | O_CLOEXEC, whatTheUmaskLeaves);
+}
 
 std::string contents(const std::string& path) {
-    const Descriptor file(path, O_RDONLY);
+    const Descriptor file(openFile(path, O_RDONLY));
     if (!file.isOpen())
         throw usageFailure("cannot read " + path + ": " + std::strerror(errno));
     return readAll(file.number(), path);
@@ -57,7 +45,7 @@ void throwUnlessUtf8(const TextFile& file) {
 }
 
 bool write(const std::string& path, int flags, const std::string& text) {
-    const Descriptor file(path, O_WRONLY | flags);
+    const Descriptor file(openFile(path, O_WRONLY | flags));
     return file.isOpen() && writeAll(file.number(), text);
 }
 

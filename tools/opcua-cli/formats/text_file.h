@@ -1,8 +1,9 @@
 #pragma once
 
-#include "../failure.h"
+#include "failure.h"
 
 #include <cstddef>
+#include <stdexcept>
 #include <string>
 
 namespace opcua_cli {
@@ -16,11 +17,39 @@ struct TextFile {
 /// Throws Failure (Usage) when it cannot be read or is not UTF-8.
 TextFile readTextFile(const std::string& path);
 
+/// What is wrong with a text, and where.
+struct FormatError : std::runtime_error {
+    FormatError(std::size_t where, const std::string& reason) : std::runtime_error(reason), line(where) {}
+    std::size_t line; ///< the first is 1
+};
+
 /// "plan.csv, line 3"
 std::string placeIn(const TextFile& file, std::size_t line);
 
 /// A failure that says where.
 Failure failureAt(const std::string& place, const std::string& explanation, const std::string& advice = {});
+
+/// Does something with what the user gave; what is wrong with it is told with the place in the file, if any.
+template <typename Work>
+auto inPlace(const std::string& place, const Work& work) {
+    try {
+        return work();
+    } catch (const Failure& failure) {
+        if (place.empty() || failure.exitCode() != ExitCode::Usage)
+            throw;
+        throw failureAt(place, failure.problem().explanation, failure.problem().advice);
+    }
+}
+
+/// Does something with the file's text; a FormatError becomes a failure that names the file.
+template <typename Work>
+auto inFile(const TextFile& file, const Work& work) {
+    try {
+        return work();
+    } catch (const FormatError& error) {
+        throw failureAt(placeIn(file, error.line), error.what());
+    }
+}
 
 /// Writes the file anew, or throws Failure (OutputFailed) and leaves an old one as it was.
 void writeTextFile(const std::string& path, const std::string& text);

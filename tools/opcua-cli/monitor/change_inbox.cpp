@@ -1,15 +1,15 @@
-#include "change_inbox.h"
+#include "monitor/change_inbox.h"
 
-#include "../nodes/value_buffer.h"
+#include "values/value_buffer.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstring>
 #include <deque>
 #include <mutex>
 #include <string>
 #include <string_view>
 #include <sys/eventfd.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -20,10 +20,8 @@ namespace {
 void takeValue(const _OpcUaDataChangeMsg& message, Change& change) {
     if (message.dataType <= OpcUaDataType_Null || message.dataType > OpcUaDataType_String)
         return;
-    constexpr std::size_t widest = 8;
-    const bool text = message.dataType == OpcUaDataType_String;
     ValueBuffer buffer(message.dataType, sizeof message.value);
-    std::memcpy(buffer.data(), message.value, text ? sizeof message.value : widest);
+    std::memcpy(buffer.data(), message.value, static_cast<std::size_t>(buffer.capacity()));
     buffer.size() = message.valueSize;
     change.value = buffer.value();
     change.cut = !buffer.holdsWhole();
@@ -34,10 +32,6 @@ void takeValue(const _OpcUaDataChangeMsg& message, Change& change) {
 ChangeInbox::ChangeInbox(std::size_t capacity)
     : m_capacity(capacity), m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
-ChangeInbox::~ChangeInbox() {
-    close(m_wakeUp);
-}
-
 void ChangeInbox::expect(const std::vector<std::string>& nodeIds) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_indices.clear();
@@ -45,7 +39,7 @@ void ChangeInbox::expect(const std::vector<std::string>& nodeIds) {
         m_indices.emplace(nodeIds[i], i);
 }
 
-void ChangeInbox::take(const _OpcUaDataChangeMsg& message) {
+void ChangeInbox::add(const _OpcUaDataChangeMsg& message) {
     Change change;
     change.time = std::chrono::system_clock::now();
     takeValue(message, change);
@@ -61,13 +55,13 @@ void ChangeInbox::take(const _OpcUaDataChangeMsg& message) {
         ++m_dropped;
     }
     m_changes.push_back(std::move(change));
-    eventfd_write(m_wakeUp, 1);
+    eventfd_write(m_wakeUp.number(), 1);
 }
 
 std::deque<Change> ChangeInbox::collect() {
     const std::lock_guard<std::mutex> lock(m_mutex);
     eventfd_t count = 0;
-    eventfd_read(m_wakeUp, &count);
+    eventfd_read(m_wakeUp.number(), &count);
     return std::exchange(m_changes, {});
 }
 

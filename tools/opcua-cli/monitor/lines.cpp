@@ -1,9 +1,10 @@
-#include "output.h"
+#include "monitor/output.h"
 
-#include "../output/json.h"
-#include "../output/streams.h"
-#include "../text/time_text.h"
-#include "../text/utf8.h"
+#include "monitor/watched.h"
+#include "output/json.h"
+#include "output/streams.h"
+#include "text/time_text.h"
+#include "text/utf8.h"
 
 #include <algorithm>
 #include <chrono>
@@ -16,58 +17,44 @@
 namespace opcua_cli {
 namespace {
 
-constexpr const char* goodStatus = "Good";
-constexpr const char* notReadableStatus = "NotReadable";
-
 const char* statusName(const Change& change) {
-    return change.readable ? goodStatus : notReadableStatus;
+    return change.readable ? "Good" : "NotReadable";
 }
 
 /// What came may have another type than what was there when the node was looked for.
-_OpcUaDataType typeOf(const WatchedNode& watched, const Change& change) {
+_OpcUaDataType typeOf(const Job& watched, const Change& change) {
     const auto type = static_cast<_OpcUaDataType>(change.value.index());
     return type == OpcUaDataType_Null ? watched.node.dataType : type;
 }
 
-std::string idOf(const MonitoredNodes& monitored, std::size_t node) {
-    return monitored.nodes[node].node.nodeId + indexText(monitored.index.value_or(Index{}));
-}
-
-Problem problemOf(const MonitoredNodes& monitored, std::size_t node, Problem problem) {
-    problem.explanation = idOf(monitored, node) + ": " + problem.explanation;
-    return problem;
-}
-
-std::string droppedText(std::size_t count) {
-    return std::to_string(count) + " changes were dropped: they come faster than the output is read";
-}
-
-std::string silentText(const MonitoredNodes& monitored, const std::vector<std::size_t>& nodes) {
-    constexpr std::size_t mostNames = 5;
-    std::string text = "no value yet (only values of good status are delivered): ";
-    for (std::size_t i = 0; i < std::min(nodes.size(), mostNames); ++i)
-        text += (i == 0 ? "" : ", ") + idOf(monitored, nodes[i]);
-    return nodes.size() > mostNames ? text + ", and " + std::to_string(nodes.size() - mostNames) + " more"
-                                    : text;
-}
-
 /// One change a line, the fields with tabs in between; everything else goes to standard error.
-class TextLines final : public MonitorOutput {
+class TextLines : public MonitorOutput {
 public:
-    explicit TextLines(const MonitoredNodes& monitored) : m_monitored(monitored) {}
+    explicit TextLines(const Monitored& monitored) : m_monitored(monitored) {}
 
     void change(const Change& change) override {
-        m_lines += utcText(change.time) + "\t" + printable(idOf(m_monitored, change.node)) + "\t" +
-                   printable(valueText(change)) + "\t" + statusName(change) + "\n";
+        const Job& watched = job(change.node);
+        const std::string value =
+            isWatchedWhole(watched) ? "(" + watchedType(watched) + ")" : watchedValue(watched, change.value);
+        put(utcText(change.time) + "\t" + printable(watchedId(watched)) + "\t" + printable(value) + "\t" +
+            statusName(change) + "\n");
     }
-    void refused(std::size_t node, const Problem& problem) override {
-        reportProblem(problemOf(m_monitored, node, problem));
+    void refused(std::size_t node) override {
+        reportProblem(namedProblem(watchedId(job(node)), *job(node).problem));
     }
     void leftOut(const Problem& problem) override { reportProblem(problem); }
     void silent(const std::vector<std::size_t>& nodes) override {
-        reportNote(silentText(m_monitored, nodes));
+        constexpr std::size_t mostNames = 5;
+        std::string text = "no value yet (only values of good status are delivered): ";
+        for (std::size_t i = 0; i < std::min(nodes.size(), mostNames); ++i)
+            text += (i == 0 ? "" : ", ") + watchedId(job(nodes[i]));
+        if (nodes.size() > mostNames)
+            text += ", and " + std::to_string(nodes.size() - mostNames) + " more";
+        reportNote(text);
     }
-    void dropped(std::size_t count) override { reportNote(droppedText(count)); }
+    void dropped(std::size_t count) override {
+        reportNote(std::to_string(count) + " changes were dropped: they come faster than the output is read");
+    }
     void event(const LinkEvent& event) override {
         flush();
         reportNote(event.text);
@@ -75,14 +62,12 @@ public:
     void flush() override { writeOutput(std::exchange(m_lines, {})); }
     void end() override { flush(); }
 
-private:
-    std::string valueText(const Change& change) const {
-        const WatchedNode& watched = m_monitored.nodes[change.node];
-        return watched.wholeArray(m_monitored.index) ? "(" + watched.typeText(m_monitored.index) + ")"
-                                                     : watched.valueText(change.value);
-    }
+protected:
+    const Job& job(std::size_t node) const { return m_monitored.nodes[node]; }
+    void put(const std::string& line) { m_lines += line; }
 
-    const MonitoredNodes& m_monitored;
+private:
+    const Monitored& m_monitored;
     std::string m_lines;
 };
 
@@ -101,76 +86,61 @@ const char* eventName(LinkEvent::Kind kind) {
 }
 
 /// Everything is a document; what people should know goes to standard error, too.
-class JsonLines final : public MonitorOutput {
+class JsonLines final : public TextLines {
 public:
-    explicit JsonLines(const MonitoredNodes& monitored) : m_monitored(monitored) {}
+    using TextLines::TextLines;
 
     void change(const Change& change) override {
-        const WatchedNode& watched = m_monitored.nodes[change.node];
-        Json json = start("value", change.time);
-        json.update({{"nodeId", watched.node.nodeId},
-                     {"index", m_monitored.index ? Json(*m_monitored.index) : Json()},
-                     {"name", watched.name},
-                     {"type", watched.readAsText() ? Json() : Json(typeName(typeOf(watched, change)))},
-                     {"value", toJson(change.value)},
-                     {"status", statusName(change)}});
-        put(json);
+        const Job& watched = job(change.node);
+        put("value",
+            {{"nodeId", watched.node.nodeId},
+             {"index", watched.index ? Json(*watched.index) : Json()},
+             {"name", watched.given},
+             {"type", isReadAsText(watched) ? Json() : Json(typeName(typeOf(watched, change)))},
+             {"value", toJson(change.value)},
+             {"status", statusName(change)}},
+            change.time);
     }
-    void refused(std::size_t node, const Problem& problem) override {
-        Json json = start("refused");
-        json.update({{"nodeId", m_monitored.nodes[node].node.nodeId}, {"error", toJson(problem)}});
-        put(json);
-        reportProblem(problemOf(m_monitored, node, problem));
+    void refused(std::size_t node) override {
+        put("refused", {{"nodeId", job(node).node.nodeId}, {"error", toJson(job(node).problem)}});
+        TextLines::refused(node);
     }
     void leftOut(const Problem& problem) override {
-        Json json = start("leftOut");
-        json["error"] = toJson(problem);
-        put(json);
-        reportProblem(problem);
+        put("leftOut", {{"error", toJson(problem)}});
+        TextLines::leftOut(problem);
     }
     void silent(const std::vector<std::size_t>& nodes) override {
         Json ids = Json::array();
         for (const std::size_t node : nodes)
-            ids.push_back(m_monitored.nodes[node].node.nodeId);
-        Json json = start("silent");
-        json["nodeIds"] = std::move(ids);
-        put(json);
-        reportNote(silentText(m_monitored, nodes));
+            ids.push_back(job(node).node.nodeId);
+        put("silent", {{"nodeIds", std::move(ids)}});
+        TextLines::silent(nodes);
     }
     void dropped(std::size_t count) override {
-        Json json = start("dropped");
-        json["count"] = count;
-        put(json);
-        reportNote(droppedText(count));
+        put("dropped", {{"count", count}});
+        TextLines::dropped(count);
     }
     void event(const LinkEvent& event) override {
-        Json json = start(eventName(event.kind));
-        json.update({{"message", event.text}, {"seconds", event.seconds}});
-        put(json);
-        flush();
-        reportNote(event.text);
+        put(eventName(event.kind), {{"message", event.text}, {"seconds", event.seconds}});
+        TextLines::event(event);
     }
-    void flush() override { writeOutput(std::exchange(m_lines, {})); }
-    void end() override { flush(); }
 
 private:
-    static Json start(const char* event,
-                      std::chrono::system_clock::time_point time = std::chrono::system_clock::now()) {
-        return {{"event", event}, {"time", utcText(time)}};
+    void put(const char* event, const Json& rest,
+             std::chrono::system_clock::time_point time = std::chrono::system_clock::now()) {
+        Json json{{"event", event}, {"time", utcText(time)}};
+        json.update(rest);
+        TextLines::put(documentLine(json));
     }
-    void put(const Json& json) { m_lines += documentLine(json); }
-
-    const MonitoredNodes& m_monitored;
-    std::string m_lines;
 };
 
 } // namespace
 
-std::unique_ptr<MonitorOutput> makeTextLines(const MonitoredNodes& monitored) {
+std::unique_ptr<MonitorOutput> makeTextLines(const Monitored& monitored) {
     return std::make_unique<TextLines>(monitored);
 }
 
-std::unique_ptr<MonitorOutput> makeJsonLines(const MonitoredNodes& monitored) {
+std::unique_ptr<MonitorOutput> makeJsonLines(const Monitored& monitored) {
     return std::make_unique<JsonLines>(monitored);
 }
 

@@ -1,8 +1,8 @@
-#include "link.h"
+#include "monitor/link.h"
 
-#include "../interrupt.h"
-#include "../nodes/call_size.h"
-#include "../text/time_text.h"
+#include "interrupt.h"
+#include "text/time_text.h"
+#include "values/value_buffer.h"
 
 #include <algorithm>
 #include <chrono>
@@ -31,13 +31,12 @@ std::string durationText(std::chrono::duration<double> duration) {
 
 } // namespace
 
-Link::Link(const ConnectOptions& options, int intervalMilliseconds, ChangeInbox& inbox)
-    : m_connection(options, [&inbox](const _OpcUaDataChangeMsg& message) { inbox.take(message); }),
-      m_interval(intervalMilliseconds) {}
+Link::Link(const ConnectOptions& options, int intervalMilliseconds,
+           Connection::DataChangeHandler onDataChange)
+    : m_connection(options, std::move(onDataChange)), m_interval(intervalMilliseconds) {}
 
-void Link::watch(const std::vector<WatchedNode>& nodes, const std::optional<Index>& index) {
-    m_nodes = &nodes;
-    m_index = index;
+void Link::watch(Jobs& watched) {
+    m_watched = &watched;
     subscribe();
 }
 
@@ -46,42 +45,47 @@ void Link::subscribe() {
     m_connection.throwIfLost(code);
     if (code != 0)
         throw Failure(ExitCode::Failed, m_connection.lastProblem());
-    m_refusals.assign(m_nodes->size(), std::nullopt);
-    if (m_index)
-        addElements();
-    else
-        addAll();
+    for (Job& watched : *m_watched) {
+        watched.problem.reset();
+        if (watched.index)
+            addElement(watched);
+    }
+    addAll();
 }
 
+/// Those that are followed as a whole.
 void Link::addAll() {
-    const std::size_t size = callSize(m_connection, Limited::MonitoredItems, m_nodes->size(), nodesPerCall);
-    for (std::size_t done = 0; done < m_nodes->size(); done += size) {
+    std::vector<Job*> whole;
+    for (Job& watched : *m_watched) {
+        if (!watched.index)
+            whole.push_back(&watched);
+    }
+    const std::size_t size = callSize(m_connection, Limited::MonitoredItems, whole.size(), nodesPerCall);
+    for (std::size_t done = 0; done < whole.size(); done += size) {
         throwIfInterrupted();
         std::vector<OpcUaNode> records;
-        for (std::size_t i = done; i < std::min(done + size, m_nodes->size()); ++i)
-            records.push_back(recordFor((*m_nodes)[i].node.nodeId));
+        for (std::size_t i = done; i < std::min(done + size, whole.size()); ++i)
+            records.push_back(recordFor(whole[i]->node.nodeId));
         m_connection.throwIfLost(
             m_connection.client().OpcUaAddMultiMonitNode(records.data(), static_cast<int>(records.size())));
         for (std::size_t i = 0; i < records.size(); ++i)
-            refuse(done + i, records[i].result);
+            note(*whole[done + i], records[i].result);
     }
 }
 
-void Link::addElements() {
-    Index index = *m_index;
-    for (std::size_t i = 0; i < m_nodes->size(); ++i) {
-        throwIfInterrupted();
-        OpcUaNode record = recordFor((*m_nodes)[i].node.nodeId);
-        refuse(i, m_connection.client().OpcUaAddMonitNode(&record, index.data(),
-                                                          static_cast<int>(index.size())));
-    }
+void Link::addElement(Job& watched) {
+    throwIfInterrupted();
+    Index index = *watched.index;
+    OpcUaNode record = recordFor(watched.node.nodeId);
+    note(watched,
+         m_connection.client().OpcUaAddMonitNode(&record, index.data(), static_cast<int>(index.size())));
 }
 
-void Link::refuse(std::size_t node, int resultCode) {
+void Link::note(Job& watched, int resultCode) {
     if (resultCode == 0)
         return;
     m_connection.throwIfLost(resultCode);
-    m_refusals[node] = m_connection.lastProblem();
+    watched.problem = m_connection.lastProblem();
 }
 
 std::optional<LinkEvent> Link::look() {
@@ -137,13 +141,12 @@ LinkEvent Link::waitForNextTry(LinkEvent::Kind kind, const std::string& reason) 
     return {kind, reason + "; trying again in " + durationText(m_pause), m_pause.count()};
 }
 
-std::optional<std::string> Link::readText(const WatchedNode& watched) {
+std::optional<std::string> Link::readText(const std::string& nodeId) {
     if (!m_up)
         return std::nullopt;
     try {
-        const ReadResult result = m_connection.read(watched.node.nodeId, OpcUaDataType_Null);
-        const auto* text = std::get_if<std::string>(&result.value);
-        return result.resultCode == 0 && text != nullptr ? std::optional<std::string>(*text) : std::nullopt;
+        const std::optional<Value> value = readSingle(m_connection, nodeId, OpcUaDataType_Null);
+        return value ? std::optional(std::get<std::string>(*value)) : std::nullopt;
     } catch (const Failure&) {
         // Whether the connection is gone is found out by look().
         return std::nullopt;

@@ -1,14 +1,11 @@
 #pragma once
 
-#include "../connection.h"
-#include "change_inbox.h"
-#include "watch_list.h"
+#include "connection.h"
+#include "values/job.h"
 
 #include <chrono>
-#include <cstddef>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace opcua_cli {
 
@@ -27,31 +24,29 @@ public:
     using Clock = std::chrono::steady_clock;
 
     /// Connects. Throws Failure as Connection.
-    Link(const ConnectOptions& options, int intervalMilliseconds, ChangeInbox& inbox);
+    Link(const ConnectOptions& options, int intervalMilliseconds, Connection::DataChangeHandler onDataChange);
 
     Connection& connection() { return m_connection; }
     bool isUp() const { return m_up; }
 
-    /// Subscribes to the changes of these nodes, which must live on. Throws Failure.
-    void watch(const std::vector<WatchedNode>& nodes, const std::optional<Index>& index);
-
-    /// Why the server does not monitor a node, for every node; as of the last connect.
-    const std::vector<std::optional<Problem>>& refusals() const { return m_refusals; }
+    /// Subscribes to the changes of these nodes, which must live on. With each connect those have a problem
+    /// that the server does not monitor. Throws Failure.
+    void watch(Jobs& watched);
 
     /// Looks after the connection; to be called often. Tries again when it is time to, which takes as long as
     /// a connect. Throws Failure (Interrupted, ...).
     std::optional<LinkEvent> look();
 
     /// The text form of a value, where the library delivers none; nothing when it can't be read now.
-    std::optional<std::string> readText(const WatchedNode& watched);
+    std::optional<std::string> readText(const std::string& nodeId);
 
 private:
     using Seconds = std::chrono::duration<double>;
 
     void subscribe();
     void addAll();
-    void addElements();
-    void refuse(std::size_t node, int resultCode);
+    void addElement(Job& watched);
+    void note(Job& watched, int resultCode);
     std::optional<LinkEvent> checkStatus();
     LinkEvent lose(const std::string& reason);
     std::optional<LinkEvent> tryAgain();
@@ -59,9 +54,7 @@ private:
 
     Connection m_connection;
     int m_interval;
-    const std::vector<WatchedNode>* m_nodes = nullptr;
-    std::optional<Index> m_index;
-    std::vector<std::optional<Problem>> m_refusals;
+    Jobs* m_watched = nullptr;
     bool m_up = true;
     bool m_shutdownTold = false;
     Clock::time_point m_lostAt{};

@@ -1,23 +1,21 @@
-#include "live_table.h"
+#include "monitor/live_table.h"
 
-#include "../output/live_screen.h"
-#include "../output/streams.h"
-#include "../output/table.h"
-#include "../text/time_text.h"
-#include "../text/utf8.h"
+#include "monitor/watched.h"
+#include "output/streams.h"
+#include "output/table.h"
+#include "text/time_text.h"
+#include "text/utf8.h"
 
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <cmath>
+#include <cstddef>
 #include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
 #include <unistd.h>
-#include <utility>
 #include <variant>
-#include <vector>
 
 namespace opcua_cli {
 namespace {
@@ -27,11 +25,11 @@ constexpr std::size_t widestSteadyValue = 24;
 constexpr std::chrono::milliseconds leastTimeBetweenDrawings{200};
 
 /// More digits than a person can follow would only make the column flicker.
-std::string shortText(const WatchedNode& watched, const Value& value) {
+std::string shortText(const Job& watched, const Value& value) {
     const bool real = std::holds_alternative<double>(value) || std::holds_alternative<float>(value);
     const std::optional<double> number = trendNumber(value);
     if (!real || !number)
-        return watched.valueText(value);
+        return watchedValue(watched, value);
     std::array<char, 32> text{};
     std::snprintf(text.data(), text.size(), "%.7g", *number);
     return text.data();
@@ -57,16 +55,13 @@ std::string firstLines(const std::string& text, std::size_t count) {
 
 } // namespace
 
-LiveTable::LiveTable(const MonitoredNodes& monitored)
-    : m_monitored(monitored), m_rows(monitored.nodes.size()) {}
+LiveTable::LiveTable(const Monitored& monitored) : m_monitored(monitored), m_rows(monitored.nodes.size()) {}
 
 void LiveTable::change(const Change& change) {
     Row& row = m_rows[change.node];
-    row.value = change.value;
-    row.readable = change.readable;
+    row.last = change;
     row.refused = false;
     row.changed = true;
-    row.time = change.time;
     row.trend.add(change.value);
     ++m_changes;
     m_valueWidth = std::max(
@@ -74,7 +69,18 @@ void LiveTable::change(const Change& change) {
 }
 
 void LiveTable::refused(std::size_t node) {
+    const Job& watched = m_monitored.nodes[node];
     m_rows[node].refused = true;
+    m_problems.push_back(namedProblem(watched.node.nodeId, *watched.problem));
+}
+
+void LiveTable::leftOut(const Problem& problem) {
+    remark(problem.explanation);
+    m_problems.push_back(problem);
+}
+
+void LiveTable::dropped(std::size_t count) {
+    remark(countText(count, "change") + " dropped: more than can be shown");
 }
 
 void LiveTable::event(const LinkEvent& event) {
@@ -87,6 +93,27 @@ void LiveTable::remark(const std::string& text) {
     m_remarks.push_back(printable(text));
     if (m_remarks.size() > mostRemarks)
         m_remarks.pop_front();
+}
+
+void LiveTable::flush() {
+    const auto now = std::chrono::steady_clock::now();
+    if (now - m_drawn < leastTimeBetweenDrawings)
+        return;
+    m_drawn = now;
+    if (!m_screen)
+        m_screen = std::make_unique<LiveScreen>();
+    m_screen->draw(frame());
+}
+
+void LiveTable::end() {
+    m_screen.reset();
+    writeOutput(frame());
+    for (const Problem& problem : m_problems)
+        reportProblem(problem);
+}
+
+std::string LiveTable::frame() {
+    return draw(terminalOn(STDOUT_FILENO), std::chrono::system_clock::now());
 }
 
 std::string LiveTable::draw(const Terminal& terminal, Time now) {
@@ -125,8 +152,8 @@ std::string LiveTable::rows(const Terminal& terminal, std::size_t count, Time no
         {{"Name"}, {"Value", true, false, m_valueWidth}, {"Type"}, {"Age", false, true}, {"Trend", false}});
     for (std::size_t i = 0; i < count; ++i) {
         const Row& row = m_rows[i];
-        const auto age = std::chrono::duration_cast<std::chrono::milliseconds>(now - row.time);
-        table.add({m_monitored.nodes[i].name, valueCell(i), typeOf(i), row.changed ? ageText(age) : "-",
+        const auto age = std::chrono::duration_cast<std::chrono::milliseconds>(now - row.last.time);
+        table.add({m_monitored.nodes[i].given, valueCell(i), typeOf(i), row.changed ? ageText(age) : "-",
                    row.trend.draw(trendWidth(terminal))});
     }
     return table.render(terminal);
@@ -138,75 +165,24 @@ Cell LiveTable::valueCell(std::size_t node) const {
         return {"cannot be monitored", Tone::Bad};
     if (!row.changed)
         return {"no good value yet", Tone::Faint};
-    if (!row.readable)
+    if (!row.last.readable)
         return {"not readable", Tone::Bad};
-    const WatchedNode& watched = m_monitored.nodes[node];
+    const Job& watched = m_monitored.nodes[node];
     const Tone tone = m_up ? Tone::Plain : Tone::Faint;
-    if (watched.wholeArray(m_monitored.index))
+    if (isWatchedWhole(watched))
         return {"changed", tone};
-    return {shortText(watched, row.value), tone};
+    return {shortText(watched, row.last.value), tone};
 }
 
 std::string LiveTable::typeOf(std::size_t node) const {
-    const auto type = static_cast<_OpcUaDataType>(m_rows[node].value.index());
-    const WatchedNode& watched = m_monitored.nodes[node];
-    return type == OpcUaDataType_Null || watched.readAsText() ? watched.typeText(m_monitored.index)
-                                                              : std::string(typeName(type));
+    const auto type = static_cast<_OpcUaDataType>(m_rows[node].last.value.index());
+    const Job& watched = m_monitored.nodes[node];
+    return type == OpcUaDataType_Null || isReadAsText(watched) ? watchedType(watched)
+                                                               : std::string(typeName(type));
 }
 
-namespace {
-
-/// What does not fit into the table is told once the terminal is as it was.
-class LiveOutput final : public MonitorOutput {
-public:
-    explicit LiveOutput(const MonitoredNodes& monitored) : m_monitored(monitored), m_table(monitored) {}
-
-    void change(const Change& change) override { m_table.change(change); }
-    void refused(std::size_t node, const Problem& problem) override {
-        m_table.refused(node);
-        Problem full = problem;
-        full.explanation = m_monitored.nodes[node].node.nodeId + ": " + problem.explanation;
-        m_problems.push_back(std::move(full));
-    }
-    void leftOut(const Problem& problem) override {
-        m_table.remark(problem.explanation);
-        m_problems.push_back(problem);
-    }
-    void silent(const std::vector<std::size_t>&) override {}
-    void dropped(std::size_t count) override {
-        m_table.remark(countText(count, "change") + " dropped: more than can be shown");
-    }
-    void event(const LinkEvent& event) override { m_table.event(event); }
-
-    void flush() override {
-        const auto now = std::chrono::steady_clock::now();
-        if (now - m_drawn < leastTimeBetweenDrawings)
-            return;
-        m_drawn = now;
-        m_screen->draw(frame());
-    }
-
-    void end() override {
-        m_screen.reset();
-        writeOutput(frame());
-        for (const Problem& problem : m_problems)
-            reportProblem(problem);
-    }
-
-private:
-    std::string frame() { return m_table.draw(terminalOn(STDOUT_FILENO), std::chrono::system_clock::now()); }
-
-    const MonitoredNodes& m_monitored;
-    LiveTable m_table;
-    std::vector<Problem> m_problems;
-    std::chrono::steady_clock::time_point m_drawn{};
-    std::unique_ptr<LiveScreen> m_screen = std::make_unique<LiveScreen>();
-};
-
-} // namespace
-
-std::unique_ptr<MonitorOutput> makeLiveTable(const MonitoredNodes& monitored) {
-    return std::make_unique<LiveOutput>(monitored);
+std::unique_ptr<MonitorOutput> makeLiveTable(const Monitored& monitored) {
+    return std::make_unique<LiveTable>(monitored);
 }
 
 } // namespace opcua_cli

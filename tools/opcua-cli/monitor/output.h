@@ -1,33 +1,31 @@
 #pragma once
 
-#include "change.h"
-#include "link.h"
-#include "watch_list.h"
+#include "monitor/change_inbox.h"
+#include "monitor/link.h"
+#include "values/job.h"
 
 #include <cstddef>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace opcua_cli {
 
 /// What is monitored.
-struct MonitoredNodes {
+struct Monitored {
     std::string url;
-    std::vector<WatchedNode> nodes;
-    std::optional<Index> index;
+    Jobs nodes;
 };
 
-/// Shows what comes. Nodes are named by their index in the watch list. Every operation throws as
+/// Shows what comes. Nodes are named by their index. Every operation throws as
 /// writeOutput().
 class MonitorOutput {
 public:
     virtual ~MonitorOutput() = default;
 
     virtual void change(const Change& change) = 0;
-    /// The server does not monitor this node.
-    virtual void refused(std::size_t node, const Problem& problem) = 0;
+    /// The server does not monitor this node, whose problem says why.
+    virtual void refused(std::size_t node) = 0;
     /// Something that the user named is left out.
     virtual void leftOut(const Problem& problem) = 0;
     /// No value has come yet of these nodes.
@@ -43,10 +41,10 @@ public:
 };
 
 /// Lines for pipes; `monitored` must live on.
-std::unique_ptr<MonitorOutput> makeTextLines(const MonitoredNodes& monitored);
+std::unique_ptr<MonitorOutput> makeTextLines(const Monitored& monitored);
 /// JSON documents, one a line.
-std::unique_ptr<MonitorOutput> makeJsonLines(const MonitoredNodes& monitored);
+std::unique_ptr<MonitorOutput> makeJsonLines(const Monitored& monitored);
 /// A table on the terminal that is redrawn in place.
-std::unique_ptr<MonitorOutput> makeLiveTable(const MonitoredNodes& monitored);
+std::unique_ptr<MonitorOutput> makeLiveTable(const Monitored& monitored);
 
 } // namespace opcua_cli

@@ -1,4 +1,4 @@
-#include "trend.h"
+#include "monitor/trend.h"
 
 #include <algorithm>
 #include <array>
@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <type_traits>
 #include <variant>
 
 namespace opcua_cli {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../nodes/value.h"
+#include "values/value.h"
 
 #include <cstddef>
 #include <deque>

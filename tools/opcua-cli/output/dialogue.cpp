@@ -1,9 +1,9 @@
-#include "dialogue.h"
+#include "output/dialogue.h"
 
-#include "../failure.h"
-#include "../interrupt.h"
-#include "../text/utf8.h"
+#include "interrupt.h"
+#include "text/utf8.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <optional>
 #include <poll.h>
@@ -14,24 +14,12 @@
 namespace opcua_cli {
 namespace {
 
-bool isInterrupted() {
-    try {
-        throwIfInterrupted();
-        return false;
-    } catch (const Failure&) {
-        return true;
-    }
-}
-
 /// False once Ctrl-C was pressed, which interrupts nothing here when another thread takes the signal.
 bool awaitKey() {
-    constexpr int lookAgainMilliseconds = 100;
-    pollfd input{STDIN_FILENO, POLLIN, 0};
-    while (!isInterrupted()) {
-        if (poll(&input, 1, lookAgainMilliseconds) > 0)
-            return true;
+    pollfd watched[] = {{STDIN_FILENO, POLLIN, 0}, {interruptDescriptor(), POLLIN, 0}};
+    while (poll(watched, 2, -1) < 0 && errno == EINTR) {
     }
-    return false;
+    return watched[1].revents == 0 && watched[0].revents != 0;
 }
 
 /// Byte by byte: what comes behind the line is the next reader's.

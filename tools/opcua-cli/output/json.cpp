@@ -1,4 +1,7 @@
-#include "json.h"
+#include "output/json.h"
+
+#include <optional>
+#include <string>
 
 namespace opcua_cli {
 
@@ -7,6 +10,10 @@ Json toJson(const Problem& problem) {
             {"message", problem.storedMessage.empty() ? Json(nullptr) : Json(problem.storedMessage)},
             {"explanation", problem.explanation},
             {"advice", problem.advice}};
+}
+
+Json toJson(const std::optional<Problem>& problem) {
+    return problem ? toJson(*problem) : Json(nullptr);
 }
 
 std::string document(const Json& json) {

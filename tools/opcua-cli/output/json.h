@@ -1,8 +1,9 @@
 #pragma once
 
-#include "../failure.h"
+#include "failure.h"
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 
 namespace opcua_cli {
@@ -12,6 +13,9 @@ using Json = nlohmann::ordered_json;
 
 /// {"code", "message", "explanation", "advice"}; code and message are null when the library didn't refuse.
 Json toJson(const Problem& problem);
+
+/// The same, or null.
+Json toJson(const std::optional<Problem>& problem);
 
 /// The document as text. Bytes that are no UTF-8 become U+FFFD.
 std::string document(const Json& json);

@@ -1,7 +1,7 @@
-#include "live_screen.h"
+#include "output/live_screen.h"
 
-#include "../interrupt.h"
-#include "streams.h"
+#include "interrupt.h"
+#include "output/streams.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,18 +1,17 @@
-#include "streams.h"
+#include "output/streams.h"
 
-#include "../text/utf8.h"
-#include "terminal.h"
+#include "output/terminal.h"
+#include "text/utf8.h"
 
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <set>
 #include <string>
 #include <unistd.h>
-#include <vector>
 
 namespace opcua_cli {
 namespace {
@@ -64,17 +63,6 @@ void reportProblem(const Problem& problem) {
     if (!problem.advice.empty())
         text += "  try: " + printable(problem.advice) + "\n";
     std::fputs(text.c_str(), stderr);
-}
-
-void reportNodeProblems(const std::vector<NodeProblem>& problems) {
-    std::set<std::string> told;
-    for (const NodeProblem& named : problems) {
-        if (!told.insert(named.problem.explanation).second)
-            continue;
-        Problem problem = named.problem;
-        problem.explanation = named.node + ": " + problem.explanation;
-        reportProblem(problem);
-    }
 }
 
 void reportNote(const std::string& text) {

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "../failure.h"
+#include "failure.h"
 
 #include <string>
-#include <vector>
 
 namespace opcua_cli {
 
@@ -16,15 +15,6 @@ void writeOutput(const std::string& text);
 
 /// A problem for a person, on standard error: what, the library's word on it, what to try.
 void reportProblem(const Problem& problem);
-
-/// The problem of one node among others.
-struct NodeProblem {
-    std::string node;
-    Problem problem;
-};
-
-/// Of problems that are alike the first alone.
-void reportNodeProblems(const std::vector<NodeProblem>& problems);
 
 /// A remark that is no error, on standard error.
 void reportNote(const std::string& text);

@@ -1,6 +1,6 @@
-#include "table.h"
+#include "output/table.h"
 
-#include "../text/utf8.h"
+#include "text/utf8.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "terminal.h"
+#include "output/terminal.h"
 
 #include <cstddef>
 #include <string>

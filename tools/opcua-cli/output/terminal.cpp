@@ -1,16 +1,23 @@
-#include "terminal.h"
+#include "output/terminal.h"
 
+#include "text/utf8.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace opcua_cli {
 namespace {
 
 constexpr std::size_t usualWidth = 80;
 constexpr std::size_t usualHeight = 24;
+constexpr std::chrono::milliseconds timeBetweenShows{100};
 
 bool isSet(const char* variable) {
     const char* value = std::getenv(variable);
@@ -59,6 +66,26 @@ Terminal terminalOn(int descriptor) {
     terminal.width = known && size.ws_col > 0 ? size.ws_col : usualWidth;
     terminal.height = known && size.ws_row > 0 ? size.ws_row : usualHeight;
     return terminal;
+}
+
+// What is done at once shows nothing.
+Progress::Progress(std::string label)
+    : m_label(std::move(label)), m_terminal(terminalOn(STDERR_FILENO)),
+      m_nextShow(Clock::now() + timeBetweenShows) {}
+
+Progress::~Progress() {
+    if (m_shown)
+        std::fputs("\r\x1b[K", stderr);
+}
+
+void Progress::show(std::size_t count) {
+    if (!m_terminal.interactive || Clock::now() < m_nextShow)
+        return;
+    m_nextShow = Clock::now() + timeBetweenShows;
+    m_shown = true;
+    const std::string line = m_label + ": " + std::to_string(count) + " nodes";
+    const std::size_t room = m_terminal.width.value_or(1) - 1;
+    std::fprintf(stderr, "\r\x1b[K%s", cutToWidth(line, room).c_str());
 }
 
 } // namespace opcua_cli

@@ -1,161 +1,127 @@
-#include "certificate.h"
+#include "security/certificate.h"
 
-#include "der.h"
-#include "hexadecimal.h"
-#include "sha1.h"
+#include "text/time_text.h"
 
-#include <algorithm>
-#include <cerrno>
+#include <array>
 #include <cstddef>
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
-#include <ios>
-#include <iterator>
+#include <ctime>
+#include <memory>
+#include <openssl/asn1.h>
+#include <openssl/bio.h>
+#include <openssl/crypto.h>
+#include <openssl/err.h>
+#include <openssl/pem.h>
+#include <openssl/sha.h>
+#include <openssl/x509.h>
+#include <openssl/x509v3.h>
 #include <stdexcept>
 #include <string>
-#include <string_view>
-#include <system_error>
+#include <vector>
 
 namespace opcua_cli {
 namespace {
 
-constexpr unsigned integerTag = 0x02;
-constexpr unsigned octetStringTag = 0x04;
-constexpr unsigned objectIdTag = 0x06;
-constexpr unsigned utcTimeTag = 0x17;
-constexpr unsigned sequenceTag = 0x30;
-constexpr unsigned setTag = 0x31;
-constexpr unsigned hostNameTag = 0x82;
-constexpr unsigned uriTag = 0x86;
-constexpr unsigned versionTag = 0xA0;
-constexpr unsigned extensionsTag = 0xA3;
+struct Release {
+    void operator()(X509* certificate) const { X509_free(certificate); }
+    void operator()(GENERAL_NAMES* names) const { GENERAL_NAMES_free(names); }
+    void operator()(BIO* bio) const { BIO_free(bio); }
+    void operator()(unsigned char* bytes) const { OPENSSL_free(bytes); }
+};
 
-constexpr std::string_view commonNameId{"\x55\x04\x03", 3};
-constexpr std::string_view organizationId{"\x55\x04\x0A", 3};
-constexpr std::string_view subjectAlternativeNameId{"\x55\x1D\x11", 3};
+/// What OpenSSL notes of a failure is nobody else's: the library uses it on the same thread.
+struct ForgottenErrors {
+    ~ForgottenErrors() { ERR_clear_error(); }
+};
+
+/// Nobody is asked for the password of an encrypted text.
+int noPassword(char*, int, int, void*) {
+    return -1;
+}
+
+template <typename Type>
+using Owned = std::unique_ptr<Type, Release>;
+
+std::string hexadecimal(const unsigned char* bytes, std::size_t size) {
+    std::vector<char> digits(2 * size + 1);
+    OPENSSL_buf2hexstr_ex(digits.data(), digits.size(), nullptr, bytes, static_cast<long>(size), '\0');
+    return digits.data();
+}
+
+std::string textOf(const ASN1_STRING* string) {
+    unsigned char* bytes = nullptr;
+    const int size = ASN1_STRING_to_UTF8(&bytes, string);
+    const Owned<unsigned char> owner(bytes);
+    return size < 0 ? std::string() : std::string(bytes, bytes + size);
+}
 
 /// The first attribute of that kind in a distinguished name.
-std::string attributeOf(const DerElement& name, std::string_view id) {
-    for (DerReader parts(name); !parts.atEnd();) {
-        for (DerReader part(parts.next(setTag)); !part.atEnd();) {
-            DerReader attribute(part.next(sequenceTag));
-            if (attribute.next(objectIdTag).content == id)
-                return std::string(attribute.next().content);
-        }
-    }
-    return {};
+std::string attributeOf(const X509_NAME* name, int kind) {
+    const int place = X509_NAME_get_index_by_NID(name, kind, -1);
+    return place < 0 ? std::string() : textOf(X509_NAME_ENTRY_get_data(X509_NAME_get_entry(name, place)));
 }
 
-/// "261120023202Z" or, with the whole year, "20261120023202Z".
-std::string timeText(const DerElement& time) {
-    std::string digits(time.content);
-    if (time.tag == utcTimeTag)
-        digits.insert(0, digits < "50" ? "20" : "19");
-    constexpr std::size_t usualLength = 15;
-    if (digits.size() != usualLength || digits.back() != 'Z')
+std::string timeText(const ASN1_TIME* time) {
+    std::tm parts{};
+    if (ASN1_TIME_to_tm(time, &parts) != 1)
         throw std::invalid_argument("a time in an unusual form");
-    return digits.substr(0, 4) + "-" + digits.substr(4, 2) + "-" + digits.substr(6, 2) + "T" +
-           digits.substr(8, 2) + ":" + digits.substr(10, 2) + ":" + digits.substr(12, 2) + "Z";
+    return isoText(parts) + "Z";
 }
 
-std::string serialText(std::string_view content) {
-    while (content.size() > 1 && content[0] == '\0')
-        content.remove_prefix(1);
-    return hexadecimal(content);
+std::string serialText(const ASN1_INTEGER* number) {
+    const unsigned char* bytes = ASN1_STRING_get0_data(number);
+    int size = ASN1_STRING_length(number);
+    for (; size > 1 && *bytes == 0; --size)
+        ++bytes;
+    return hexadecimal(bytes, static_cast<std::size_t>(size));
 }
 
-void takeAlternativeNames(const DerElement& value, Certificate& certificate) {
-    for (DerReader names(DerReader(value).next(sequenceTag)); !names.atEnd();) {
-        const DerElement name = names.next();
-        if (name.tag == uriTag && certificate.applicationUri.empty())
-            certificate.applicationUri = name.content;
-        else if (name.tag == hostNameTag)
-            certificate.hostNames.emplace_back(name.content);
+void addAlternativeNames(const X509* source, Certificate& certificate) {
+    const Owned<GENERAL_NAMES> names(
+        static_cast<GENERAL_NAMES*>(X509_get_ext_d2i(source, NID_subject_alt_name, nullptr, nullptr)));
+    for (int i = 0; i < sk_GENERAL_NAME_num(names.get()); ++i) {
+        const GENERAL_NAME* name = sk_GENERAL_NAME_value(names.get(), i);
+        if (name->type == GEN_URI && certificate.applicationUri.empty())
+            certificate.applicationUri = textOf(name->d.uniformResourceIdentifier);
+        else if (name->type == GEN_DNS)
+            certificate.hostNames.push_back(textOf(name->d.dNSName));
     }
-}
-
-void takeExtensions(const DerElement& wrapped, Certificate& certificate) {
-    for (DerReader extensions(DerReader(wrapped).next(sequenceTag)); !extensions.atEnd();) {
-        DerReader extension(extensions.next(sequenceTag));
-        if (extension.next(objectIdTag).content != subjectAlternativeNameId)
-            continue;
-        while (!extension.nextIs(octetStringTag))
-            extension.next(); // whether it is critical
-        takeAlternativeNames(extension.next(), certificate);
-    }
-}
-
-constexpr std::string_view pemBegin = "-----BEGIN CERTIFICATE-----";
-constexpr std::string_view pemEnd = "-----END CERTIFICATE-----";
-
-std::string fromBase64(std::string_view text) {
-    constexpr std::string_view alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string bytes;
-    unsigned bits = 0;
-    unsigned count = 0;
-    for (const char character : text) {
-        const std::size_t value = alphabet.find(character);
-        if (value == std::string_view::npos)
-            continue; // line ends and the filling at the end
-        bits = (bits << 6U | static_cast<unsigned>(value)) & 0xFFFFU;
-        count += 6;
-        if (count >= 8) {
-            count -= 8;
-            bytes += static_cast<char>(bits >> count & 0xFFU);
-        }
-    }
-    return bytes;
 }
 
 } // namespace
 
-Certificate certificateFromDer(std::string_view der) {
-    DerReader outside(der);
-    DerReader signedPart(DerReader(outside.next(sequenceTag)).next(sequenceTag));
+Certificate certificateFromDer(const std::string& der) {
+    const ForgottenErrors errors{};
+    const auto* const begin = reinterpret_cast<const unsigned char*>(der.data());
+    const unsigned char* end = begin;
+    const Owned<X509> source(d2i_X509(nullptr, &end, static_cast<long>(der.size())));
+    if (!source)
+        throw std::invalid_argument("no certificate");
     Certificate certificate;
-    if (signedPart.nextIs(versionTag))
-        signedPart.next();
-    certificate.serialNumber = serialText(signedPart.next(integerTag).content);
-    signedPart.next(sequenceTag); // signature algorithm
-    certificate.issuerCommonName = attributeOf(signedPart.next(sequenceTag), commonNameId);
-    DerReader validity(signedPart.next(sequenceTag));
-    certificate.validFrom = timeText(validity.next());
-    certificate.validTo = timeText(validity.next());
-    const DerElement subject = signedPart.next(sequenceTag);
-    certificate.commonName = attributeOf(subject, commonNameId);
-    certificate.organization = attributeOf(subject, organizationId);
-    while (!signedPart.atEnd()) {
-        const DerElement element = signedPart.next();
-        if (element.tag == extensionsTag)
-            takeExtensions(element, certificate);
-    }
-    certificate.thumbprint = sha1(der.substr(0, der.size() - outside.restSize()));
+    const X509_NAME* subject = X509_get_subject_name(source.get());
+    certificate.commonName = attributeOf(subject, NID_commonName);
+    certificate.organization = attributeOf(subject, NID_organizationName);
+    certificate.issuerCommonName = attributeOf(X509_get_issuer_name(source.get()), NID_commonName);
+    addAlternativeNames(source.get(), certificate);
+    certificate.validFrom = timeText(X509_get0_notBefore(source.get()));
+    certificate.validTo = timeText(X509_get0_notAfter(source.get()));
+    certificate.serialNumber = serialText(X509_get0_serialNumber(source.get()));
+    std::array<unsigned char, SHA_DIGEST_LENGTH> digest{};
+    SHA1(begin, static_cast<std::size_t>(end - begin), digest.data());
+    certificate.thumbprint = hexadecimal(digest.data(), digest.size());
     return certificate;
 }
 
 std::string derOf(const std::string& content) {
-    const std::size_t begin = content.find(pemBegin);
-    if (begin == std::string::npos)
+    if (content.find("-----BEGIN CERTIFICATE-----") == std::string::npos)
         return content;
-    const std::size_t end = content.find(pemEnd, begin);
-    if (end == std::string::npos)
-        throw std::invalid_argument("a PEM text without end");
-    const std::size_t start = begin + pemBegin.size();
-    return fromBase64(std::string_view(content).substr(start, end - start));
-}
-
-std::string readSmallFile(const std::filesystem::path& file) {
-    constexpr std::uintmax_t sizeLimit = 1 << 20;
-    if (!std::filesystem::is_regular_file(file))
-        throw std::runtime_error(std::filesystem::exists(file) ? "not a regular file"
-                                                               : "No such file or directory");
-    if (std::filesystem::file_size(file) > sizeLimit)
-        throw std::runtime_error("larger than a certificate can be");
-    std::ifstream input(file, std::ios::binary);
-    if (!input)
-        throw std::runtime_error(std::generic_category().message(errno));
-    return {std::istreambuf_iterator<char>(input), {}};
+    const ForgottenErrors errors{};
+    const Owned<BIO> text(BIO_new_mem_buf(content.data(), static_cast<int>(content.size())));
+    unsigned char* bytes = nullptr;
+    long size = 0;
+    if (PEM_bytes_read_bio(&bytes, &size, nullptr, PEM_STRING_X509, text.get(), noPassword, nullptr) != 1)
+        throw std::invalid_argument("a damaged PEM text");
+    const Owned<unsigned char> owner(bytes);
+    return {bytes, bytes + size};
 }
 
 } // namespace opcua_cli

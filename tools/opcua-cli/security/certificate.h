@@ -1,8 +1,6 @@
 #pragma once
 
-#include <filesystem>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace opcua_cli {
@@ -21,12 +19,9 @@ struct Certificate {
 };
 
 /// Throws std::invalid_argument for what is no certificate.
-Certificate certificateFromDer(std::string_view der);
+Certificate certificateFromDer(const std::string& der);
 
 /// The DER encoding of a certificate, or of the first one in a PEM text. Throws std::invalid_argument.
 std::string derOf(const std::string& content);
-
-/// Throws std::runtime_error when the file cannot be read.
-std::string readSmallFile(const std::filesystem::path& file);
 
 } // namespace opcua_cli

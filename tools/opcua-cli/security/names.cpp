@@ -1,34 +1,35 @@
-#include "names.h"
+#include "security/names.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace opcua_cli {
 namespace {
 
-constexpr std::array<const char*, 6> policies{
-    "None", "Basic128Rsa15", "Basic256", "Basic256Sha256", "Aes128_Sha256_RsaOaep", "Aes256_Sha256_RsaPss"};
-constexpr std::array<const char*, 3> modes{"None", "Sign", "SignAndEncrypt"};
-constexpr std::array<const char*, 3> identities{"Anonymous", "UserName", "Certificate"};
+/// Names by the library's numbers.
+using Names = std::vector<std::string>;
+
+const Names policies{"None",           "Basic128Rsa15",         "Basic256",
+                     "Basic256Sha256", "Aes128_Sha256_RsaOaep", "Aes256_Sha256_RsaPss"};
+const Names modes{"None", "Sign", "SignAndEncrypt"};
+const Names identities{"Anonymous", "UserName", "Certificate"};
 
 constexpr std::string_view policyPrefix = "http://opcfoundation.org/UA/SecurityPolicy#";
 
-template <std::size_t Size>
-std::string nameOf(const std::array<const char*, Size>& names, int number) {
-    return number >= 0 && number < static_cast<int>(Size) ? names[static_cast<std::size_t>(number)]
-                                                          : "unknown";
+std::string nameOf(const Names& names, int number) {
+    const auto index = static_cast<std::size_t>(number);
+    return index < names.size() ? names[index] : "unknown";
 }
 
-template <std::size_t Size>
-std::string listOf(const std::array<const char*, Size>& names) {
+std::string listOf(const Names& names) {
     std::string list;
-    for (const char* name : names)
-        list.append(list.empty() ? "" : ", ").append(name);
+    for (const std::string& name : names)
+        list += (list.empty() ? "" : ", ") + name;
     return list;
 }
 
@@ -42,13 +43,10 @@ std::string plain(std::string_view name) {
     return text;
 }
 
-template <std::size_t Size>
-std::optional<int> numberOf(const std::array<const char*, Size>& names, const std::string& wanted) {
+std::optional<int> numberOf(const Names& names, const std::string& wanted) {
     const auto found = std::find_if(names.begin(), names.end(),
-                                    [&](const char* name) { return plain(name) == plain(wanted); });
-    if (found == names.end())
-        return std::nullopt;
-    return static_cast<int>(found - names.begin());
+                                    [&](const std::string& name) { return plain(name) == plain(wanted); });
+    return found == names.end() ? std::nullopt : std::optional(static_cast<int>(found - names.begin()));
 }
 
 } // namespace

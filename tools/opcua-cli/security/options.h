@@ -1,13 +1,10 @@
 #pragma once
 
-#include "trust_rule.h"
-#include "user_certificate.h"
+#include "security/trust.h"
+#include "security/user_certificate.h"
 
-#include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
-
-struct _OpcUaClientConfig;
 
 namespace opcua_cli {
 
@@ -37,7 +34,8 @@ struct Security {
     std::string text() const;
 };
 
-void addSecurityOptions(CLI::App& command, SecurityOptions& options);
+/// Where a password is looked for that is no option.
+constexpr const char* passwordVariable = "OPCUA_CLI_PASSWORD";
 
 /// A user without a word on the rest gets Basic256Sha256 and SignAndEncrypt, a policy SignAndEncrypt, a mode
 /// Basic256Sha256. Throws a usage failure for what does not go together.

@@ -1,12 +1,11 @@
-#include "trust.h"
+#include "security/trust.h"
 
-#include "../files/library_files.h"
-#include "../output/dialogue.h"
-#include "../output/streams.h"
-#include "../output/table.h"
+#include "files/library_files.h"
+#include "output/dialogue.h"
+#include "output/streams.h"
+#include "output/table.h"
+#include "text/utf8.h"
 
-#include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -51,10 +50,9 @@ bool isInTrustList(const _OpcUaCertificateMsg& certificate) {
                                    error);
 }
 
-bool isWord(std::string text, const std::string& word) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char character) { return static_cast<char>(std::tolower(character)); });
-    return text == word || (text.size() == 1 && text[0] == word[0]);
+/// A word may be its first letter alone.
+bool isWord(const std::string& text, const std::string& word) {
+    return sameWord(text, word) || sameWord(text, word.substr(0, 1));
 }
 
 } // namespace
@@ -100,10 +98,9 @@ TrustDecision::Answer TrustDecision::answerByRule(const _OpcUaCertificateMsg& ce
     }
     introduce(certificate);
     if (m_rule == TrustRule::Always)
-        return refuse(
-            std::string("the server's certificate is ") + defect,
-            "--trace warnings writes what is wrong to the trace file that \"opcua-cli --help\" names; "
-            "--trust once connects all the same");
+        return refuse(std::string("the server's certificate is ") + defect,
+                      "--trace warnings writes what is wrong to the trace file that \"opcua-cli --help\" "
+                      "names; --trust once connects all the same");
     if (m_rule == TrustRule::Never)
         return refuse("the server's certificate is not trusted (--trust never)",
                       "--trust always, once the thumbprint is known to be the server's");

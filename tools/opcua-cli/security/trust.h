@@ -1,14 +1,21 @@
 #pragma once
 
-#include "../failure.h"
 #include "OpcUaTypes.h"
-#include "trust_rule.h"
+#include "failure.h"
 
 #include <optional>
 #include <string>
 #include <utility>
 
 namespace opcua_cli {
+
+/// What to do with a server certificate that is not trusted yet.
+enum class TrustRule {
+    Ask,    ///< ask the person at the terminal; without one, refuse
+    Once,   ///< accept it for this run of the program
+    Always, ///< put it into the trust list
+    Never   ///< refuse
+};
 
 /// Decides on server certificates that the library does not trust: by rule, or by asking the person at the
 /// terminal.

@@ -1,9 +1,8 @@
-#include "user_certificate.h"
+#include "security/user_certificate.h"
 
-#include "../failure.h"
-#include "../files/library_files.h"
-#include "../files/place.h"
-#include "certificate.h"
+#include "failure.h"
+#include "files/library_files.h"
+#include "security/certificate.h"
 
 #include <cerrno>
 #include <exception>
@@ -13,7 +12,6 @@
 #include <string>
 #include <sys/file.h>
 #include <system_error>
-#include <unistd.h>
 
 namespace opcua_cli {
 namespace {
@@ -59,7 +57,7 @@ PlacedUserCertificate::PlacedUserCertificate(const UserCertificate& files) {
     const LibraryFiles places = libraryFiles();
     // The library locks the certificate's own directory while it makes one.
     makePrivateDirectories(places.userCertificate.parent_path());
-    m_lock = lockDirectory(places.userCertificate.parent_path().parent_path());
+    m_lock.emplace(lockDirectory(places.userCertificate.parent_path().parent_path()));
     m_certificateLink = places.userCertificate;
     m_keyLink = places.userKey;
     remove(); // links of a run that was killed
@@ -70,14 +68,12 @@ PlacedUserCertificate::PlacedUserCertificate(const UserCertificate& files) {
         place(files.key, m_keyLink);
     } catch (...) {
         remove();
-        close(m_lock);
         throw;
     }
 }
 
 PlacedUserCertificate::~PlacedUserCertificate() {
     remove();
-    close(m_lock);
 }
 
 void PlacedUserCertificate::place(const fs::path& file, const fs::path& link) {

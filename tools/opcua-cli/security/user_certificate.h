@@ -1,6 +1,9 @@
 #pragma once
 
+#include "files/descriptor.h"
+
 #include <filesystem>
+#include <optional>
 
 namespace opcua_cli {
 
@@ -27,7 +30,7 @@ private:
     void place(const std::filesystem::path& file, const std::filesystem::path& link);
     void remove();
 
-    int m_lock = -1;
+    std::optional<Descriptor> m_lock;
     std::filesystem::path m_certificateLink;
     std::filesystem::path m_keyLink;
 };

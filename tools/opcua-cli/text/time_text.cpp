@@ -1,9 +1,8 @@
-#include "time_text.h"
+#include "text/time_text.h"
 
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <cstdio>
 #include <ctime>
 #include <string>
 
@@ -11,17 +10,30 @@ namespace opcua_cli {
 
 using std::chrono::milliseconds;
 
+namespace {
+
+std::string secondsText(std::chrono::system_clock::time_point time) {
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(time.time_since_epoch());
+    const std::time_t wholeSeconds = seconds.count();
+    std::tm parts{};
+    return isoText(*gmtime_r(&wholeSeconds, &parts));
+}
+
+} // namespace
+
+std::string isoText(const std::tm& parts) {
+    std::array<char, 32> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts)};
+}
+
 std::string utcText(std::chrono::system_clock::time_point time) {
     const auto sinceEpoch = std::chrono::floor<milliseconds>(time.time_since_epoch());
-    const auto wholeSeconds = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
-    const std::time_t seconds = wholeSeconds.count();
-    std::tm parts{};
-    gmtime_r(&seconds, &parts);
-    std::array<char, 32> text{};
-    const std::size_t size = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts);
-    std::snprintf(text.data() + size, text.size() - size, ".%03dZ",
-                  static_cast<int>((sinceEpoch - wholeSeconds).count()));
-    return text.data();
+    const auto rest = sinceEpoch - std::chrono::floor<std::chrono::seconds>(sinceEpoch);
+    return secondsText(time) + "." + std::to_string(1000 + rest.count()).substr(1) + "Z";
+}
+
+std::string utcSecondsText(std::chrono::system_clock::time_point time) {
+    return secondsText(time) + "Z";
 }
 
 std::string ageText(milliseconds age) {

@@ -1,8 +1,9 @@
-#include "utf8.h"
+#include "text/utf8.h"
 
 #include <algorithm>
 #include <array>
 #include <clocale>
+#include <cstddef>
 #include <cstdio>
 #include <cwchar>
 #include <string>
@@ -65,24 +66,17 @@ bool isDirectionOrLineMark(char32_t value) {
            (value >= 0x2066 && value <= 0x2069);
 }
 
-template <typename... Arguments>
-std::string formatted(const char* format, Arguments... arguments) {
-    std::array<char, 16> buffer{};
-    std::snprintf(buffer.data(), buffer.size(), format, arguments...);
-    return buffer.data();
-}
-
 std::string visibleForm(char32_t value) {
-    switch (value) {
-    case '\n':
+    if (value == '\n')
         return "\\n";
-    case '\r':
+    if (value == '\r')
         return "\\r";
-    case '\t':
+    if (value == '\t')
         return "\\t";
-    default:
-        return formatted(isControl(value) ? "\\x%02x" : "\\u{%x}", static_cast<unsigned>(value));
-    }
+    std::array<char, 16> text{};
+    std::snprintf(text.data(), text.size(), isControl(value) ? "\\x%02x" : "\\u{%x}",
+                  static_cast<unsigned>(value));
+    return text.data();
 }
 
 std::size_t characterWidth(const Character& character) {
@@ -95,6 +89,12 @@ std::size_t characterWidth(const Character& character) {
 }
 
 } // namespace
+
+bool sameWord(std::string_view one, std::string_view other) {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    return std::equal(one.begin(), one.end(), other.begin(), other.end(),
+                      [&](char a, char b) { return lower(a) == lower(b); });
+}
 
 bool isValidUtf8(std::string_view text) {
     while (!text.empty()) {

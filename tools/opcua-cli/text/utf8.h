@@ -9,6 +9,9 @@ namespace opcua_cli {
 /// Strict: no overlong forms, surrogates or values above U+10FFFF.
 bool isValidUtf8(std::string_view text);
 
+/// True for the same letters, upper or lower case (ASCII).
+bool sameWord(std::string_view one, std::string_view other);
+
 /// The text without the beginning of a character that was cut off at its end.
 std::string_view withoutCutCharacter(std::string_view text);
 

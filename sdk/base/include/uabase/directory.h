@@ -1,5 +1,6 @@
 #pragma once
 
+#include "uabase/file_descriptor.h"
 #include "uabase/string.h"
 #include "uastack/export.h"
 
@@ -23,9 +24,6 @@ private:
 class UASDK_EXPORT UaFile {
 public:
     explicit UaFile(const UaUniString& path) : m_path(path) {}
-    ~UaFile() { close(); }
-    UaFile(const UaFile&) = delete;
-    UaFile& operator=(const UaFile&) = delete;
 
     /// Opens for reading. False when there is no such file, when it may not be read, or when it is a
     /// directory.
@@ -35,10 +33,10 @@ public:
     bool isMissing() const;
     /// Why open() has failed.
     UaString problem() const;
-    void close();
+    void close() { m_file.close(); }
 
 private:
     UaUniString m_path;
-    int m_descriptor = -1;
+    UaFileDescriptor m_file;
     int m_error = 0;
 };

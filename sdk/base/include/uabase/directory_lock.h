@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "uabase/file_descriptor.h"
 #include "uabase/string.h"
 #include "uastack/export.h"
 
@@ -16,13 +17,13 @@ public:
     UaDirectoryLock(const UaDirectoryLock&) = delete;
     UaDirectoryLock& operator=(const UaDirectoryLock&) = delete;
 
-    bool isHeld() const { return m_descriptor >= 0; }
+    bool isHeld() const { return m_directory.isOpen(); }
     /// Why it is not held; empty when it is.
     const UaString& problem() const { return m_problem; }
 
 private:
     void release();
 
-    int m_descriptor;
+    UaFileDescriptor m_directory;
     UaString m_problem;
 };

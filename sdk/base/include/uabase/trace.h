@@ -4,7 +4,10 @@
 #include "uastack/export.h"
 
 /// The process-wide trace file. Thread-safe. One line an entry:
-/// "2026-03-01T12:30:00.123Z [thread] LEVEL area | text"; control characters in the text are replaced.
+/// "2026-03-01T12:30:00.123Z [thread] LEVEL area | text". The text is valid UTF-8 and cut at 8192 bytes;
+/// control characters, marks that turn the direction of writing and bytes that are no UTF-8 are written out:
+/// \x9B,
+/// \u202E.
 ///
 /// A full file is renamed to "<name>.1", that one to "<name>.2" and so on. Entries of an existing file count.
 /// A file that cannot be written disables the trace and is no failure.

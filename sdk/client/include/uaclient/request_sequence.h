@@ -12,7 +12,7 @@ namespace UaClientSdk {
 /// The session sends them in order, one after the other, while up to SessionConnectInfo::requestsAhead of
 /// them have no answer yet, and gives out the answers in that order, too, on the calling thread. It sends
 /// none twice. How many are on their way at a time is for it to find out: two at first, more while the server
-/// answers quickly, fewer when it answers slowly, at length, or has too much to do.
+/// answers quickly, fewer when it answers slowly, at length, not at all, or with a refusal.
 ///
 /// Neither function may use the session.
 template <typename Questions, typename Answers>

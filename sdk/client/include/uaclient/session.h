@@ -44,7 +44,8 @@ public:
 
     /// Opens channel and session. On success the callback has been told Connected before this returns. On
     /// failure nothing is left open, here or on the server. `callback` may be null and must outlive the
-    /// session.
+    /// session. Frees what belonged to the connection before: not while a call of another thread, begun on
+    /// that one, has not returned.
     UaStatus connect(const UaString& url, SessionConnectInfo& connectInfo, SessionSecurityInfo& securityInfo,
                      UaSessionCallback* callback);
     /// Closes session and channel; the callback has been told Disconnected before this returns. Good also
@@ -52,8 +53,9 @@ public:
     /// Waits for a callback that is running, except when called by it.
     UaStatus disconnect(ServiceSettings& settings, bool deleteSubscriptions);
     bool isConnected() const;
-    /// Whether the latest connection was lost while several requests of a sequence were on their way. It may
-    /// be that the server can't do with that: SessionConnectInfo::requestsAhead.
+    /// Whether on the latest connection something was lost while several requests of a sequence were on their
+    /// way: the connection itself, or the answer to one of two. It may be that the server can't do with that:
+    /// SessionConnectInfo::requestsAhead.
     bool wasLostAhead() const;
 
     /// OPC UA Part 4, 5.11.2. On success `values` has as many elements as `nodesToRead`.
@@ -79,7 +81,8 @@ public:
                                 unsigned char publishingEnabled, UaSubscription** subscription);
     /// OPC UA Part 4, 5.14.8. Frees the subscription and sets `*subscription` to null whatever the server
     /// answers. Does not wait for a callback that is running, so it may be called while that one waits for a
-    /// lock of the caller. `wait` is not used: nothing here has to settle.
+    /// lock of the caller; but not while another thread calls a function of the subscription. `wait` is not
+    /// used: nothing here has to settle.
     UaStatus deleteSubscription(ServiceSettings& settings, UaSubscription** subscription, unsigned int wait);
 
     class Impl;

@@ -2,17 +2,22 @@
 
 #include <algorithm>
 
-#include "calls/call_series.h"
 #include "uabase/trace.h"
 
 namespace UaClientSdk {
 
-void Pipe::Call::answer(const IncomingMessage& message) {
+void Call::noteAnswer(const IncomingMessage& message, Clock::time_point at) {
+    answeredAt = at;
+    if (kept != nullptr) {
+        kept->largest = std::max(kept->largest, message.body.size);
+    }
+}
+
+void Call::answer(const IncomingMessage& message, Clock::time_point at) {
+    noteAnswer(message, at);
     const std::size_t size = message.body.size;
     if (kept != nullptr) {
-        answeredAt = Clock::now();
-        kept->largest = std::max(kept->largest, size);
-        if (size > Series::mostKept - kept->bytes) {
+        if (size > KeptAnswers::most - kept->bytes) {
             UaTrace::write(UaTrace::Errors, "channel",
                            "an answer of %zu bytes before its turn is dropped: %zu bytes of others wait",
                            size, kept->bytes);
@@ -26,7 +31,7 @@ void Pipe::Call::answer(const IncomingMessage& message) {
     answered = true;
 }
 
-void Pipe::Call::end(UaStatus reason) {
+void Call::end(UaStatus reason) {
     status = reason;
     answered = true;
 }

@@ -1,5 +1,6 @@
 #include "calls/call_series.h"
 
+#include <algorithm>
 #include <mutex>
 
 namespace UaClientSdk {
@@ -11,8 +12,9 @@ constexpr std::size_t bytesAhead = 4U << 20U;
 } // namespace
 
 Pipe::Series::~Series() {
+    const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
     for (const Sent& sent : m_sent) {
-        m_pipe.take(sent.call.requestId);
+        m_pipe.m_pending.abandon(sent.call.requestId);
     }
 }
 
@@ -21,12 +23,16 @@ bool Pipe::Series::hasRoom() const {
         return true;
     }
     const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
-    return m_sent.size() < m_window.size() && m_kept.largest * (m_sent.size() + 1) <= bytesAhead;
+    return !m_pipe.m_sending && m_sent.size() < m_window.size() &&
+           m_kept.largest * (m_sent.size() + 1) <= bytesAhead;
 }
 
 void Pipe::Series::send(void* request, const UA_DataType& type, const Deadline& deadline,
                         std::size_t expectedResults) {
     m_sent.emplace_back(deadline, &m_kept, m_window.size(), expectedResults);
+    for (Sent& sent : m_sent) {
+        sent.together = std::max(sent.together, m_sent.size());
+    }
     const UaStatus status = m_pipe.sendCall(m_sent.back().call, request, type, m_turn);
     if (status.isBad()) {
         end(m_sent.back().call, status);
@@ -46,14 +52,19 @@ void Pipe::Series::end(Call& call, UaStatus reason) {
 UaStatus Pipe::Series::await(AnswerReceiver& receiver) {
     Call& call = m_sent.front().call;
     const UaStatus status = m_pipe.awaitAnswer(call, m_turn, receiver);
-    const bool wasKept = call.answeredAt != Clock::time_point();
-    m_lastFlight = {m_sent.front().windowSize, (wasKept ? call.answeredAt : Clock::now()) - call.sentAt};
+    m_lastFlight = flightOf(m_sent.front());
     {
         const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
         m_kept.bytes -= call.body.size();
     }
     m_sent.pop_front();
     return status;
+}
+
+Window::Flight Pipe::Series::flightOf(const Sent& sent) const {
+    const bool came = sent.call.answeredAt != Clock::time_point();
+    const Clock::time_point end = came ? sent.call.answeredAt : Clock::now();
+    return {sent.windowSize, end - sent.call.sentAt, sent.together, m_pipe.lastHeard() > sent.call.sentAt};
 }
 
 } // namespace UaClientSdk

@@ -11,13 +11,10 @@
 namespace UaClientSdk {
 
 /// Calls of one thread that are on their way at the same time. Their answers are given out in the order of
-/// the requests: one that comes before its turn is kept.
+/// the requests: one that comes before its turn is kept, as long as that is not too much. See hasRoom(): no
+/// server that is meant well comes close.
 class Pipe::Series {
 public:
-    /// Bytes of answers that came before their turn. One that is too much is dropped, and its call fails with
-    /// BadEncodingLimitsExceeded: see hasRoom(), no server that is meant well comes close.
-    static constexpr std::size_t mostKept = 2 * SecureChannel::largestMessage;
-
     Series(Pipe& pipe, const Window& window) : m_pipe(pipe), m_window(window), m_turn(pipe) {}
     /// Forgets what is still on its way.
     ~Series();
@@ -26,7 +23,7 @@ public:
 
     bool isEmpty() const { return m_sent.empty(); }
     /// Whether one more request may go out before the next answer is taken: as many as the window is wide,
-    /// and fewer when the answers are long.
+    /// fewer when the answers are long, and none while somebody else is sending.
     bool hasRoom() const;
     /// Sends as Pipe::call() does, within the request's own time. One that cannot be sent has its answer.
     /// @param expectedResults  for expectedResults(), when its answer is the next
@@ -42,19 +39,21 @@ public:
     const Window::Flight& lastFlight() const { return m_lastFlight; }
 
 private:
-    void end(Call& call, UaStatus reason);
-
     struct Sent {
-        Sent(const Deadline& deadline, Kept* kept, std::size_t window, std::size_t results)
+        Sent(const Deadline& deadline, KeptAnswers* kept, std::size_t window, std::size_t results)
             : call(deadline, kept), windowSize(window), expectedResults(results) {}
         Call call;
         std::size_t windowSize;
+        std::size_t together = 1; ///< as in Window::Flight
         std::size_t expectedResults;
     };
 
+    void end(Call& call, UaStatus reason);
+    Window::Flight flightOf(const Sent& sent) const;
+
     Pipe& m_pipe;
     const Window& m_window;
-    Kept m_kept;
+    KeptAnswers m_kept;
     std::deque<Sent> m_sent; ///< the oldest first
     Window::Flight m_lastFlight;
     ReadingTurn m_turn; ///< held to the end of the series, once it is had

@@ -3,7 +3,6 @@
 #include <pthread.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <new>
 
@@ -26,20 +25,16 @@ epoll_event eventOf(Source source, std::uint32_t events) {
 
 NetworkThread::~NetworkThread() {
     stop();
-    for (const int descriptor : {m_epoll, m_event}) {
-        if (descriptor >= 0) {
-            close(descriptor);
-        }
-    }
 }
 
 UaStatus NetworkThread::start() {
-    m_epoll = epoll_create1(EPOLL_CLOEXEC);
-    m_event = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    m_epoll.reset(epoll_create1(EPOLL_CLOEXEC));
+    m_event.reset(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     epoll_event event = eventOf(Event, EPOLLIN);
     epoll_event socket = eventOf(Socket, EPOLLONESHOT);
-    if (m_epoll < 0 || m_event < 0 || epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_event, &event) != 0 ||
-        epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_pipe.channel().socket().descriptor(), &socket) != 0) {
+    if (!m_epoll.isOpen() || !m_event.isOpen() ||
+        epoll_ctl(m_epoll.get(), EPOLL_CTL_ADD, m_event.get(), &event) != 0 ||
+        epoll_ctl(m_epoll.get(), EPOLL_CTL_ADD, m_pipe.channel().socket().descriptor(), &socket) != 0) {
         UaTrace::write(UaTrace::Errors, "session", "the system has no descriptor left for the session");
         return UA_STATUSCODE_BADRESOURCEUNAVAILABLE;
     }
@@ -64,7 +59,7 @@ void NetworkThread::stop() {
 
 void NetworkThread::wake() {
     if (m_self.load() != std::this_thread::get_id()) {
-        eventfd_write(m_event, 1);
+        eventfd_write(m_event.get(), 1);
     }
 }
 
@@ -72,14 +67,14 @@ void NetworkThread::leaveSocket() {
     if (m_watching.exchange(false)) {
         // Its end is told all the same; but once.
         epoll_event nothing = eventOf(Socket, EPOLLONESHOT);
-        epoll_ctl(m_epoll, EPOLL_CTL_MOD, m_pipe.channel().socket().descriptor(), &nothing);
+        epoll_ctl(m_epoll.get(), EPOLL_CTL_MOD, m_pipe.channel().socket().descriptor(), &nothing);
     }
 }
 
 void NetworkThread::watchSocket() {
     if (!m_watching.exchange(true)) {
         epoll_event once = eventOf(Socket, EPOLLIN | EPOLLONESHOT);
-        epoll_ctl(m_epoll, EPOLL_CTL_MOD, m_pipe.channel().socket().descriptor(), &once);
+        epoll_ctl(m_epoll.get(), EPOLL_CTL_MOD, m_pipe.channel().socket().descriptor(), &once);
     }
 }
 
@@ -97,11 +92,11 @@ void NetworkThread::run() {
 
 void NetworkThread::waitFor(Clock::time_point end) {
     epoll_event events[2];
-    const int count = epoll_wait(m_epoll, events, 2, Deadline(end).remaining());
+    const int count = epoll_wait(m_epoll.get(), events, 2, Deadline(end).remaining());
     for (int i = 0; i < count; ++i) {
         if (events[i].data.u32 == Event) {
             eventfd_t value = 0;
-            eventfd_read(m_event, &value);
+            eventfd_read(m_event.get(), &value);
         } else {
             // The kernel has told once and will not again until it is asked to.
             m_watching = false;

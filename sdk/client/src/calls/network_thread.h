@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "calls/pipe.h"
+#include "uabase/file_descriptor.h"
 
 namespace UaClientSdk {
 
@@ -33,6 +34,7 @@ public:
 
     void leaveSocket() override;
     void watchSocket() override;
+    void sendingIsFree() override { wake(); }
 
 private:
     void run();
@@ -44,8 +46,8 @@ private:
     std::atomic<std::thread::id> m_self{}; ///< of the thread, once it runs
     std::atomic<bool> m_stop{false};
     std::atomic<bool> m_watching{false};
-    int m_epoll = -1;
-    int m_event = -1;
+    UaFileDescriptor m_epoll;
+    UaFileDescriptor m_event;
 };
 
 } // namespace UaClientSdk

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <vector>
 
+#include "calls/pending_requests.h"
 #include "channel/secure_channel.h"
 #include "socket/deadline.h"
 #include "uabase/byte_view.h"
@@ -41,6 +41,8 @@ public:
     virtual ~IdleReader() = default;
     virtual void leaveSocket() = 0;
     virtual void watchSocket() = 0;
+    /// What was refused because somebody else was sending may go out now.
+    virtual void sendingIsFree() = 0;
 };
 
 /// Requests out, answers in, each answer to whom it belongs.
@@ -68,13 +70,15 @@ public:
     /// Several calls on this thread, sent before the answers to the ones before are there.
     class Series;
 
-    /// Whether an answer has to come soon. That one is missing which may take its time means nothing.
-    enum class Answered { Soon, SomeTime };
+    /// What post() and renew() need at the most to get a small request onto the wire.
+    static constexpr int postLimit = 1000; // ms
+    using Answered = PendingRequest::Answered;
     /// Sends a request whose answer `receiver` is given on the thread that reads it. Bad when it could not be
-    /// sent within `deadline`: `receiver` is not called then.
+    /// sent within `deadline`: `receiver` is not called then. BadWouldBlock while somebody else is sending,
+    /// which may take as long as a call: the idle reader is told when it no longer is.
     UaStatus post(void* request, const UA_DataType& type, const Deadline& deadline, Answered answered,
                   std::shared_ptr<AnswerReceiver> receiver);
-    /// Asks for a new token of the channel.
+    /// Asks for a new token of the channel, in the way of post().
     UaStatus renew(const Deadline& deadline);
 
     /// For the idle reader: deals with what has arrived, for a moment at the most, unless a call is reading.
@@ -96,36 +100,32 @@ public:
     void fail(UaStatus reason);
 
 private:
-    struct Kept;
-    struct Call;
-    struct Pending {
-        std::uint32_t requestId = 0;
-        Clock::time_point sentAt;
-        Answered answered = Answered::Soon;
-        Call* call = nullptr;                     ///< whose thread waits...
-        std::shared_ptr<AnswerReceiver> receiver; ///< ...or who is told
-    };
     class ReadingTurn;
     class Room;
 
+    // Sending.
     template <typename Send>
-    UaStatus send(const Deadline& deadline, Pending* pending, ReadingTurn& turn, Send&& sendRequest);
-    UaStatus takeSendingTurn(const Deadline& deadline, Pending* pending);
+    UaStatus send(PendingRequest& request, const Deadline& deadline, ReadingTurn& turn, Send&& sendRequest);
+    UaStatus takeSendingTurn(PendingRequest& request, const Deadline& deadline, ReadingTurn& turn);
     void releaseSendingTurn();
-    void takeLeftovers(ReadingTurn& turn);
-
     UaStatus sendCall(Call& call, void* request, const UA_DataType& type, ReadingTurn& turn);
+    void notSent(const PendingRequest& request, UaStatus reason, ReadingTurn& turn);
+
+    // Reading.
     UaStatus awaitAnswer(Call& call, ReadingTurn& turn, AnswerReceiver& receiver);
     UaStatus readFor(Call& call, AnswerReceiver& receiver);
+    void takeOwnAnswer(Call& call, const IncomingMessage& message);
     UaStatus dispatchUntil(std::uint32_t requestId, IncomingMessage& message, bool& found);
     UaStatus dispatchAll();
     void dispatch(const IncomingMessage& message);
-    Call* waitingCall() const;
+    void readLeftovers(ReadingTurn& turn);
     UaStatus receiveSome();
     template <typename Condition>
     UaStatus readWhile(Condition condition);
     void heard(std::size_t count);
-    Pending take(std::uint32_t requestId);
+
+    /// Waits for its answer no longer.
+    void forget(std::uint32_t requestId);
     void end(UaStatus reason, bool byThisSide);
     UaStatus endReason() const;
 
@@ -139,9 +139,10 @@ private:
     mutable std::mutex m_mutex; ///< guards what follows
     std::condition_variable m_sendingFree;
     bool m_sending = false;
+    bool m_sendingIsWanted = false; ///< by somebody who did not wait
     bool m_reading = false;
     std::uint32_t m_lastRequestId = 1; ///< the channel was opened with that
-    std::vector<Pending> m_pending;
+    PendingRequests m_pending;
     UaStatus m_endReason;
 };
 

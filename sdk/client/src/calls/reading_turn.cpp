@@ -25,7 +25,7 @@ void Pipe::ReadingTurn::release() {
 
 bool Pipe::ReadingTurn::passOn() {
     const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
-    if (Call* const call = m_pipe.waitingCall()) {
+    if (Call* const call = m_pipe.m_pending.waitingCall()) {
         call->mayRead = true;
         call->waits = false;
         call->wakeUp.notify_one();

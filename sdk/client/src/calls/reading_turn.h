@@ -18,7 +18,7 @@ public:
     /// Whether a call waits for it.
     bool isWanted() const {
         const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
-        return m_pipe.waitingCall() != nullptr;
+        return m_pipe.m_pending.waitingCall() != nullptr;
     }
     /// Takes it if nobody has it. The pipe is locked.
     void tryTakeLocked() {

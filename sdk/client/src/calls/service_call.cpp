@@ -7,9 +7,6 @@
 namespace UaClientSdk {
 namespace {
 
-/// OPC UA Part 6, A.2; the engine has no name for it.
-constexpr OpcUa_StatusCode badServerTooBusy = 0x80EE0000;
-
 UaStatus decodeFault(UaByteView body) {
     UA_ServiceFault fault{};
     const UaStatus decoded = decodeAnswer(body, UA_TYPES[UA_TYPES_SERVICEFAULT], anyNumber, &fault);
@@ -32,17 +29,27 @@ bool isSessionGone(UaStatus status) {
            status.statusCode() == UA_STATUSCODE_BADSESSIONCLOSED;
 }
 
-bool isOverload(UaStatus status) {
+bool isAboutRequest(UaStatus status) {
     switch (status.statusCode()) {
-    case UA_STATUSCODE_BADTOOMANYOPERATIONS:
-    case UA_STATUSCODE_BADTCPSERVERTOOBUSY:
-    case badServerTooBusy:
-    case UA_STATUSCODE_BADRESOURCEUNAVAILABLE:
-    case UA_STATUSCODE_BADTCPNOTENOUGHRESOURCES:
-    case UA_STATUSCODE_BADOUTOFMEMORY:
+    case UA_STATUSCODE_BADNOTHINGTODO:
+    case UA_STATUSCODE_BADREQUESTTOOLARGE:
+    case UA_STATUSCODE_BADRESPONSETOOLARGE:
+    case UA_STATUSCODE_BADENCODINGERROR:
+    case UA_STATUSCODE_BADDECODINGERROR:
+    case UA_STATUSCODE_BADENCODINGLIMITSEXCEEDED:
+    case UA_STATUSCODE_BADREQUESTHEADERINVALID:
+    case UA_STATUSCODE_BADREQUESTTYPEINVALID:
+    case UA_STATUSCODE_BADSERVICEUNSUPPORTED:
+    case UA_STATUSCODE_BADNOTSUPPORTED:
+    case UA_STATUSCODE_BADNOTIMPLEMENTED:
+    case UA_STATUSCODE_BADUSERACCESSDENIED:
+    case UA_STATUSCODE_BADMAXAGEINVALID:
+    case UA_STATUSCODE_BADTIMESTAMPSTORETURNINVALID:
+    case UA_STATUSCODE_BADSUBSCRIPTIONIDINVALID:
+    case UA_STATUSCODE_BADTOOMANYMONITOREDITEMS:
         return true;
     default:
-        return false;
+        return isSessionGone(status);
     }
 }
 

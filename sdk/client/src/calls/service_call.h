@@ -106,8 +106,8 @@ UaStatus decodeResponse(UaByteView body, const UA_DataType& type, std::size_t ex
 
 /// Whether the server says that it does not know the session any more.
 bool isSessionGone(UaStatus status);
-/// Whether the server says that it was asked for too much at once, by one request or by several.
-bool isOverload(UaStatus status);
+/// Whether the server says no to what a request asks for, whatever else it has to do.
+bool isAboutRequest(UaStatus status);
 
 /// Who is to know of that.
 class SessionLossListener {

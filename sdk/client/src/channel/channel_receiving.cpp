@@ -4,17 +4,11 @@
 #include "channel/connection_trace.h"
 #include "channel/refusal.h"
 #include "channel/secure_channel.h"
+#include "channel/sequence_number.h"
 #include "encoding/wire.h"
 #include "uabase/trace.h"
 
 namespace UaClientSdk {
-namespace {
-
-/// OPC UA Part 6, 6.7.2.4: a sequence number that starts anew is below this.
-constexpr std::uint32_t firstSequenceNumbers = 1024;
-
-} // namespace
-
 UaStatus SecureChannel::receive(std::size_t& count) {
     std::size_t room = 0;
     OpcUa_Byte* const target = m_reader.room(room);
@@ -123,9 +117,7 @@ UaStatus SecureChannel::openUnderOldToken(const Chunk& chunk, Token& token, UaBy
 }
 
 UaStatus SecureChannel::takeSequenceNumber(std::uint32_t number) {
-    const bool follows = number == m_receivedSequenceNumber + 1;
-    const bool wraps = m_receivedSequenceNumber >= lastSequenceNumber && number < firstSequenceNumbers;
-    if (m_hasReceived && !follows && !wraps) {
+    if (m_hasReceived && !maySequenceNumberFollow(m_receivedSequenceNumber, number)) {
         return giveUp(UA_STATUSCODE_BADSEQUENCENUMBERINVALID, "messages were left out or repeated");
     }
     m_hasReceived = true;

@@ -3,6 +3,7 @@
 #include "channel/connection_trace.h"
 #include "channel/refusal.h"
 #include "channel/secure_channel.h"
+#include "channel/sequence_number.h"
 #include "encoding/type_id.h"
 #include "encoding/wire.h"
 #include "uabase/date_time.h"
@@ -38,10 +39,6 @@ UaStatus SecureChannel::transmit(UaByteView bytes, RoomToSend& room) {
     }
     m_halfSent = m_halfSent && status.isBad();
     return status;
-}
-
-std::uint32_t SecureChannel::nextSequenceNumber() const {
-    return m_sentSequenceNumber >= lastSequenceNumber ? 1 : m_sentSequenceNumber + 1;
 }
 
 UaStatus SecureChannel::checkRequestSize(std::size_t bodySize) const {
@@ -100,7 +97,7 @@ UaStatus SecureChannel::sendChunk(const char* kind, std::uint32_t requestId, std
     OpcUa_Byte* target = writeBytes(m_sendBuffer.get(), kind, 4) + 4; // sealing enters the size
     target = writeUInt32(target, m_channelId);
     target = writeUInt32(target, m_sendToken.id);
-    target = writeUInt32(target, nextSequenceNumber());
+    target = writeUInt32(target, nextSequenceNumber(m_sentSequenceNumber));
     writeUInt32(target, requestId);
     const std::size_t size = m_protection.seal(m_sendBuffer.get(), bodySize, m_sendToken.keys);
     if (size == 0) {
@@ -108,7 +105,7 @@ UaStatus SecureChannel::sendChunk(const char* kind, std::uint32_t requestId, std
     }
     const UaStatus status = transmit({m_sendBuffer.get(), size}, room);
     if (!status.isBad() || m_halfSent) {
-        m_sentSequenceNumber = nextSequenceNumber();
+        m_sentSequenceNumber = nextSequenceNumber(m_sentSequenceNumber);
     }
     return status;
 }

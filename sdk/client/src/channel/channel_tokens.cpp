@@ -6,6 +6,7 @@
 #include "channel/connection_trace.h"
 #include "channel/refusal.h"
 #include "channel/secure_channel.h"
+#include "channel/sequence_number.h"
 #include "encoding/answer_decoding.h"
 #include "encoding/type_id.h"
 #include "encoding/wire.h"
@@ -65,8 +66,8 @@ UaStatus SecureChannel::sendOpen(std::uint32_t requestId, UA_SecurityTokenReques
     if (encoded.isBad()) {
         return encoded;
     }
-    const std::vector<OpcUa_Byte> chunk =
-        m_openProtection.seal(m_channelId, nextSequenceNumber(), requestId, {body.data(), body.size()});
+    const std::vector<OpcUa_Byte> chunk = m_openProtection.seal(
+        m_channelId, nextSequenceNumber(m_sentSequenceNumber), requestId, {body.data(), body.size()});
     UaPkiWipe(body.data(), body.size());
     if (chunk.empty()) {
         return giveUp(UA_STATUSCODE_BADSECURITYCHECKSFAILED, "the request for a channel cannot be protected");
@@ -85,7 +86,7 @@ UaStatus SecureChannel::sendOpen(std::uint32_t requestId, UA_SecurityTokenReques
     UaPkiWipe(nonce.data(), nonce.size());
     const UaStatus status = transmit({chunk.data(), chunk.size()}, room);
     if (!status.isBad() || m_halfSent) {
-        m_sentSequenceNumber = nextSequenceNumber();
+        m_sentSequenceNumber = nextSequenceNumber(m_sentSequenceNumber);
         const std::lock_guard<std::mutex> lock(m_renewalMutex);
         if (m_openRequest == requestId) {
             m_tokenExpiry = std::max(m_tokenExpiry, Clock::now() + answerLimit);
@@ -109,7 +110,7 @@ Clock::time_point SecureChannel::renewalDue() const {
 
 Clock::time_point SecureChannel::tokenExpiry() const {
     const std::lock_guard<std::mutex> lock(m_renewalMutex);
-    return m_tokenExpiry;
+    return m_openRequest != 0 ? m_tokenExpiry : Clock::time_point::max();
 }
 
 /// What is sent uses the new token as soon as there is one.

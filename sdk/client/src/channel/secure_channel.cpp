@@ -62,11 +62,30 @@ UaStatus SecureChannel::greet(const UaString& url, const Deadline& deadline) {
     writeBytes(target, urlBytes.data, urlBytes.size);
     WaitForSocket room(m_socket, deadline);
     UaStatus status = transmit({hello.data(), hello.size()}, room);
-    Chunk chunk;
-    if (!status.isBad()) {
-        status = waitForChunk(chunk, deadline);
+    if (status.isBad()) {
+        return notTaken(status);
     }
+    Chunk chunk;
+    status = waitForChunk(chunk, deadline);
     return status.isBad() ? status : takeAcknowledge(chunk);
+}
+
+/// Who hangs up while he is spoken to may have said why.
+UaStatus SecureChannel::notTaken(UaStatus status) {
+    if (status.statusCode() != UA_STATUSCODE_BADCONNECTIONCLOSED) {
+        return status;
+    }
+    m_endedByServer = true;
+    Chunk chunk;
+    bool found = false;
+    std::size_t count = 0;
+    do {
+        count = 0;
+        if (m_reader.next(chunk, found).isBad()) {
+            return status;
+        }
+    } while (!found && !receive(count).isBad() && count > 0);
+    return found && chunk.kind == ChunkKind::Error ? takeError(chunk) : status;
 }
 
 UaStatus SecureChannel::takeAcknowledge(const Chunk& chunk) {
@@ -116,10 +135,11 @@ UaStatus SecureChannel::openToken(const Deadline& deadline) {
     WaitForSocket room(m_socket, deadline);
     constexpr std::uint32_t firstRequest = 1;
     UaStatus status = sendOpen(firstRequest, UA_SECURITYTOKENREQUESTTYPE_ISSUE, room);
-    Chunk chunk;
-    if (!status.isBad()) {
-        status = waitForChunk(chunk, deadline);
+    if (status.isBad()) {
+        return notTaken(status);
     }
+    Chunk chunk;
+    status = waitForChunk(chunk, deadline);
     if (status.isBad()) {
         return status;
     }

@@ -43,8 +43,6 @@ public:
     /// What is received in one message at the most.
     static constexpr std::size_t largestMessage = 16U << 20U;
     static constexpr std::size_t mostChunks = 256;
-    /// OPC UA Part 6, 6.7.2.4: above this a sequence number starts anew.
-    static constexpr std::uint32_t lastSequenceNumber = UINT32_MAX - 1024;
 
     SecureChannel(ChannelSecurity security, std::uint32_t requestedLifetime);
     ~SecureChannel();
@@ -78,7 +76,8 @@ public:
     UaStatus sendRenewal(std::uint32_t requestId, RoomToSend& room);
     /// When that is to be done; the end of time while an answer is being waited for.
     Clock::time_point renewalDue() const;
-    /// When the newest token has been valid for as long as it may be, and the server had time to renew it.
+    /// When the newest token has been valid for as long as it may be, and the server had time to renew it;
+    /// the end of time while it was not asked to.
     Clock::time_point tokenExpiry() const;
     /// Tells the server that the channel is given up, as far as the system takes it at once.
     void sendClose(std::uint32_t requestId);
@@ -109,6 +108,7 @@ private:
     UaStatus takeAcknowledge(const Chunk& chunk);
     UaStatus waitForChunk(Chunk& chunk, const Deadline& deadline);
     UaStatus openToken(const Deadline& deadline);
+    UaStatus notTaken(UaStatus status);
     UaStatus arrived(UaStatus status, std::size_t count);
 
     UaStatus sendOpen(std::uint32_t requestId, UA_SecurityTokenRequestType kind, RoomToSend& room);
@@ -116,7 +116,6 @@ private:
     UaStatus sendChunk(const char* kind, std::uint32_t requestId, std::size_t bodySize, RoomToSend& room);
     UaStatus sendInPieces(std::uint32_t requestId, UaByteView body, RoomToSend& room);
     UaStatus checkRequestSize(std::size_t bodySize) const;
-    std::uint32_t nextSequenceNumber() const;
     void adoptSendToken(std::uint32_t requestId);
 
     UaStatus takeOpenAnswer(const Chunk& chunk);

@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "encoding/empty_matrices.h"
+#include "encoding/heap_use.h"
+#include "encoding/walked_bytes.h"
 #include "uabase/byte_view.h"
 #include "uastack/protocol_types.h"
 #include "uastack/status_code.h"
@@ -20,7 +22,7 @@ namespace UaClientSdk {
 class EncodingWalk {
 public:
     /// @param memoryBound  what decoding may take, in bytes of the heap
-    EncodingWalk(UaByteView bytes, std::size_t memoryBound) : m_bytes(bytes), m_memoryBound(memoryBound) {}
+    EncodingWalk(UaByteView bytes, std::size_t memoryBound) : m_bytes(bytes), m_heap(memoryBound) {}
 
     /// Walks over a value or an array of the type. False when it can't be decoded or would take too much:
     /// then the walk is over.
@@ -31,13 +33,15 @@ public:
     std::optional<std::size_t> nextLength() const;
 
     /// Why the walk ended: BadDecodingError or BadEncodingLimitsExceeded.
-    OpcUa_StatusCode failure() const { return m_failure; }
+    OpcUa_StatusCode failure() const {
+        return m_isTooDeep || m_heap.isTooMuch() ? OpcUa_BadEncodingLimitsExceeded : OpcUa_BadDecodingError;
+    }
 
     /// Bytes walked over.
-    std::size_t position() const { return m_position; }
+    std::size_t position() const { return m_bytes.position(); }
 
     /// What decoding all that was walked over takes of the heap, with the heap's own overhead.
-    std::size_t memory() const { return m_memory; }
+    std::size_t memory() const { return m_heap.taken(); }
 
     const std::vector<EmptyMatrix>& emptyMatrices() const { return m_emptyMatrices; }
 
@@ -47,13 +51,6 @@ private:
         OpcUa_UInt16 namespaceIndex = 0;
         OpcUa_UInt32 number = 0;
     };
-
-    std::size_t left() const { return m_bytes.size - m_position; }
-    bool skip(std::size_t count);
-    template <typename Number>
-    bool read(Number& number);
-    bool takeMemory(std::size_t bytes);
-    bool takeBlock(std::size_t bytes);
 
     bool string();
     bool nodeId(TypeId& id);
@@ -71,13 +68,11 @@ private:
     bool dimensions(std::size_t arrayLength, std::size_t variantPosition);
     bool noteEmptyMatrix(std::size_t variantPosition);
 
-    UaByteView m_bytes;
-    std::size_t m_position = 0;
-    std::size_t m_memory = 0;
-    std::size_t m_memoryBound;
+    WalkedBytes m_bytes;
+    HeapUse m_heap;
     std::size_t m_variants = 0;
     unsigned m_depth = 0;
-    OpcUa_StatusCode m_failure = OpcUa_BadDecodingError;
+    bool m_isTooDeep = false;
     std::vector<EmptyMatrix> m_emptyMatrices;
 };
 

@@ -1,7 +1,5 @@
 #include "session/calls_ahead.h"
 
-#include <algorithm>
-
 #include "uabase/trace.h"
 
 namespace UaClientSdk {
@@ -17,23 +15,34 @@ void UaSession::Impl::sendAhead(Pipe::Series& series, const ServiceSettings& set
     series.send(&request, type, Deadline(timeoutOf(settings)), expectedResults);
 }
 
-/// A request of several operations may have had too many by itself, which the next one need not have.
 void UaSession::Impl::learnFrom(const Pipe::Series& series, std::size_t expectedResults, UaStatus status,
                                 bool isRefusal, Window& window) {
-    if (isRefusal && isOverload(status)) {
-        window.refused(series.lastFlight());
-        const bool byItself =
-            status.statusCode() == UA_STATUSCODE_BADTOOMANYOPERATIONS && expectedResults > 1;
-        if (!byItself) {
-            m_requestsAhead = std::min<std::size_t>(m_requestsAhead, window.ceiling());
+    const Window::Flight& flight = series.lastFlight();
+    // A request of several operations may have had too many by itself, which the next one need not have.
+    const bool byItself = status.statusCode() == UA_STATUSCODE_BADTOOMANYOPERATIONS && expectedResults > 1;
+    if (!status.isBad()) {
+        window.answered(flight);
+    } else if (isRefusal && !byItself) {
+        if (!isAboutRequest(status) && window.refused(flight)) {
             UaTrace::write(UaTrace::Warnings, "session",
-                           "the server has too much to do (%s): %zu requests at a time from now on",
-                           status.name(), m_requestsAhead.load());
+                           "the server said no (%s) to one of %zu requests on their way: %zu from now on",
+                           status.name(), flight.together, window.ceiling());
         }
-    } else if (isRefusal || !status.isBad()) {
-        window.answered(series.lastFlight());
+    } else if (status.statusCode() == UA_STATUSCODE_BADTIMEOUT) {
+        if (window.unanswered(flight)) {
+            UaTrace::write(UaTrace::Warnings, "session",
+                           "the server left out one of %zu requests on their way: %zu from now on",
+                           flight.together, window.ceiling());
+        }
     } else {
-        window.late(series.lastFlight());
+        window.late(flight);
+    }
+}
+
+void UaSession::Impl::learnFrom(const Window& window) {
+    m_requestsAhead.learnFrom(window);
+    if (window.wasUnanswered() && window.ceiling() == 1) {
+        m_lostAhead = true;
     }
 }
 

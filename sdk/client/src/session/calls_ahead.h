@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 
 #include "session/session_impl.h"
@@ -24,7 +25,7 @@ void UaSession::Impl::callAhead(const ServiceSettings& settings, Next&& next, An
         refuseAll<Request>(next, answered);
         return;
     }
-    Window window(m_requestsAhead);
+    Window window(m_requestsAhead.current(), std::chrono::milliseconds(timeoutOf(settings)));
     Pipe::Series series(*m_pipe, window);
     bool goesOn = true;
     for (bool more = true; goesOn && (more || !series.isEmpty());) {
@@ -47,6 +48,7 @@ void UaSession::Impl::callAhead(const ServiceSettings& settings, Next&& next, An
             goesOn = answered(status, answer, results);
         }
     }
+    learnFrom(window);
 }
 
 } // namespace UaClientSdk

@@ -123,6 +123,12 @@ UaStatus SessionSecurityInfo::verifyServerCertificate(void*) {
 
 UaStatus SessionSecurityInfo::saveServerCertificate(UaString& name) {
     const UaPkiCertificate certificate = UaPkiCertificate::fromDER(serverCertificate);
+    if (certificate.isNull()) {
+        UaTrace::write(
+            UaTrace::Errors, "security",
+            "refused by this client: the server has no certificate that could be trusted from now on");
+        return UA_STATUSCODE_BADCERTIFICATEINVALID;
+    }
     const UaStatus status = UaPkiStore(m_material->store).saveTrusted(certificate, name);
     UaTrace::write(status.isBad() ? UaTrace::Errors : UaTrace::LifeCycle, "security",
                    "saving the server's %s as %s.der into the trust list %s: %s",

@@ -10,13 +10,12 @@
 namespace UaClientSdk {
 namespace {
 
-/// To get a small request onto the wire.
-constexpr int sendLimit = 1000; // ms
 /// How long a server is given to close a session in order; a silent one is told without waiting.
 constexpr int closeLimit = 500; // ms
 /// Later than that, and this process has stood still.
 constexpr std::chrono::seconds stoodStill(1);
-/// While a renewal is under way: whoever reads its answer does not wake the network thread for it.
+/// While a renewal is under way, or waits to be sent: whoever reads its answer does not wake the network
+/// thread for it.
 constexpr std::chrono::milliseconds renewalLook(100);
 
 /// A session that the server lets go early is asked after more often.
@@ -66,7 +65,7 @@ UaStatus UaSession::Impl::open(const UaString& url, const SessionConnectInfo& in
         sessionSecurity.explainFailure(failure, status);
         return status;
     }
-    m_requestsAhead = info.requestsAhead;
+    m_requestsAhead.begin(info.requestsAhead);
     m_lostAhead = false;
     m_authenticationToken = opened.authenticationToken;
     m_pipe = std::move(opened.pipe);
@@ -183,13 +182,15 @@ Clock::time_point UaSession::Impl::keepHouse() {
     m_nextHousekeeping = keepChannel();
     m_nextHousekeeping = std::min(m_nextHousekeeping, m_watchdog->keepHouse(*m_pipe));
     m_nextHousekeeping = std::min(m_nextHousekeeping, m_publisher->keepHouse(*m_pipe, m_state.isSilent()));
+    // What all this took is no time in which the process stood still.
+    m_nextHousekeeping = std::max(m_nextHousekeeping, Clock::now());
     return m_nextHousekeeping;
 }
 
 Clock::time_point UaSession::Impl::keepChannel() {
     // First asked, then judged: who stood still may have missed both.
     if (Clock::now() >= m_pipe->channel().renewalDue()) {
-        m_pipe->renew(Deadline(sendLimit));
+        m_pipe->renew(Deadline(Pipe::postLimit));
     }
     if (Clock::now() >= m_pipe->channel().tokenExpiry()) {
         UaTrace::write(UaTrace::Errors, "channel", "the server has not renewed the channel's token in time");
@@ -197,7 +198,8 @@ Clock::time_point UaSession::Impl::keepChannel() {
         return Clock::time_point::max();
     }
     const Clock::time_point due = m_pipe->channel().renewalDue();
-    return due == Clock::time_point::max() ? Clock::now() + renewalLook : due;
+    const bool isUnderWay = due == Clock::time_point::max() || due <= Clock::now();
+    return isUnderWay ? Clock::now() + renewalLook : due;
 }
 
 // ---- Subscriptions ----

@@ -8,6 +8,7 @@
 #include "calls/call_series.h"
 #include "calls/network_thread.h"
 #include "calls/pipe.h"
+#include "calls/requests_ahead.h"
 #include "calls/service_call.h"
 #include "session/connection_state.h"
 #include "session/watchdog.h"
@@ -66,6 +67,7 @@ private:
                    const UA_DataType& type, std::size_t expectedResults);
     void learnFrom(const Pipe::Series& series, std::size_t expectedResults, UaStatus status, bool isRefusal,
                    Window& window);
+    void learnFrom(const Window& window);
 
     UaStatus open(const UaString& url, const SessionConnectInfo& info, SessionSecurityInfo& security,
                   UaSessionCallback* callback);
@@ -91,7 +93,7 @@ private:
 
     ConnectionState m_state;
     std::atomic<bool> m_open{false}; ///< connected, or lost and not yet disconnected
-    std::atomic<std::size_t> m_requestsAhead{SessionConnectInfo::defaultRequestsAhead};
+    RequestsAhead m_requestsAhead{SessionConnectInfo::defaultRequestsAhead};
     std::atomic<bool> m_lostAhead{false};
     UaNodeId m_authenticationToken;
     std::shared_ptr<Publisher> m_publisher;

@@ -84,8 +84,7 @@ UaStatus SessionSecurity::checkEndpoints(const EndpointOffers& ofSession) const 
     if (!areSameOffers(ofSession, offers(), wanted(), *m_choice.endpoint, compared)) {
         return refuse(UA_STATUSCODE_BADSECURITYCHECKSFAILED,
                       "the server's endpoints are not the same with the session as in the query before it: "
-                      "one of the two "
-                      "lists was changed on the way");
+                      "one of the two lists was changed on the way");
     }
     return OpcUa_Good;
 }

@@ -8,8 +8,6 @@
 namespace UaClientSdk {
 namespace {
 
-/// To get a small request onto the wire.
-constexpr int sendLimit = 1000; // ms
 /// There are servers that lose a question: another is asked then, or a silence would never end.
 constexpr std::chrono::seconds answerLimit(10);
 /// Until somebody has read what has arrived.
@@ -37,12 +35,16 @@ Clock::time_point Watchdog::keepHouse(Pipe& pipe) {
     if (now >= m_nextProbe) {
         pipe.giveUpPosted(now - answerLimit);
         m_nextProbe = now + m_times.interval;
+        m_probeIsDue = true;
+    }
+    if (m_probeIsDue) {
         probe(pipe);
     }
     return std::min(m_nextProbe, judge(pipe, now));
 }
 
 void Watchdog::probe(Pipe& pipe) {
+    m_probeIsDue = false;
     if (m_asked) {
         return;
     }
@@ -55,10 +57,11 @@ void Watchdog::probe(Pipe& pipe) {
     request.nodesToReadSize = 1;
     m_asked = true;
     const UaStatus status =
-        pipe.post(&request, Service<UA_ReadRequest>::requestType(), Deadline(sendLimit), Pipe::Answered::Soon,
-                  std::make_shared<ProbeAnswer>(shared_from_this()));
+        pipe.post(&request, Service<UA_ReadRequest>::requestType(), Deadline(Pipe::postLimit),
+                  Pipe::Answered::Soon, std::make_shared<ProbeAnswer>(shared_from_this()));
     if (status.isBad()) {
         m_asked = false;
+        m_probeIsDue = status.statusCode() == UA_STATUSCODE_BADWOULDBLOCK;
     }
 }
 

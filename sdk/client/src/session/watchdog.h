@@ -37,6 +37,7 @@ private:
     const UaNodeId m_authenticationToken;
     const Times m_times;
     Clock::time_point m_nextProbe;
+    bool m_probeIsDue = false; ///< and could not be sent while somebody else was sending
     Clock::time_point m_notBefore{};
     std::atomic<bool> m_asked{false};
 };

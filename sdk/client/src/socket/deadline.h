@@ -3,10 +3,24 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <ctime>
 
 namespace UaClientSdk {
 
-using Clock = std::chrono::steady_clock;
+/// Goes on while the machine is suspended, as the server's clock does: a token is over then, too.
+struct Clock {
+    using duration = std::chrono::nanoseconds;
+    using rep = duration::rep;
+    using period = duration::period;
+    using time_point = std::chrono::time_point<Clock>;
+    static constexpr bool is_steady = true;
+
+    static time_point now() {
+        timespec time{};
+        clock_gettime(CLOCK_BOOTTIME, &time);
+        return time_point(std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec));
+    }
+};
 
 /// A point in time that a whole operation must keep.
 class Deadline {

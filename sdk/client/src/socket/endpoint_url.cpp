@@ -2,6 +2,7 @@
 
 #include <strings.h>
 
+#include <algorithm>
 #include <charconv>
 #include <string_view>
 
@@ -18,13 +19,19 @@ bool parsePort(std::string_view text, std::uint16_t& port) {
     return error == std::errc() && behind == end && port != 0;
 }
 
+/// A zero would end a host's name before its end.
+bool isControlCharacter(char character) {
+    return static_cast<unsigned char>(character) < ' ' || character == '\x7F';
+}
+
 } // namespace
 
 UaStatus EndpointUrl::parse(const UaString& url, EndpointUrl& result) {
     const UaStatus invalid = UA_STATUSCODE_BADTCPENDPOINTURLINVALID;
     std::string_view rest = url.text();
     if (rest.size() > longestUrl || rest.size() < scheme.size() ||
-        strncasecmp(rest.data(), scheme.data(), scheme.size()) != 0) {
+        strncasecmp(rest.data(), scheme.data(), scheme.size()) != 0 ||
+        std::any_of(rest.begin(), rest.end(), isControlCharacter)) {
         return invalid;
     }
     rest.remove_prefix(scheme.size());

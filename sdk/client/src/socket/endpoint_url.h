@@ -14,7 +14,7 @@ struct EndpointUrl {
     std::string host;
     std::uint16_t port = 4840;
 
-    /// BadTcpEndpointUrlInvalid for anything else.
+    /// BadTcpEndpointUrlInvalid for anything else, and for any control character.
     static UaStatus parse(const UaString& url, EndpointUrl& result);
 };
 

@@ -7,7 +7,6 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <memory>
@@ -49,12 +48,6 @@ void set(int descriptor, int level, int option, unsigned int value) {
 
 } // namespace
 
-TcpSocket::~TcpSocket() {
-    if (m_descriptor >= 0) {
-        close(m_descriptor);
-    }
-}
-
 UaStatus TcpSocket::connect(const std::string& address, std::uint16_t port, const Deadline& deadline) {
     const UaStatus status = start(address, port);
     return status.isBad() ? status : finish(deadline);
@@ -69,15 +62,15 @@ UaStatus TcpSocket::start(const std::string& address, std::uint16_t port) {
         return UA_STATUSCODE_BADNOTFOUND;
     }
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> owner(found, &freeaddrinfo);
-    m_descriptor = socket(found->ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (m_descriptor < 0) {
+    m_socket.reset(socket(found->ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    if (!m_socket.isOpen()) {
         return statusOf(errno);
     }
-    set(m_descriptor, IPPROTO_TCP, TCP_NODELAY, 1);
-    set(m_descriptor, IPPROTO_TCP, TCP_USER_TIMEOUT, unacknowledgedLimit);
+    set(descriptor(), IPPROTO_TCP, TCP_NODELAY, 1);
+    set(descriptor(), IPPROTO_TCP, TCP_USER_TIMEOUT, unacknowledgedLimit);
     // After an outage the pauses between the kernel's attempts have not grown beyond what the outage was.
-    set(m_descriptor, IPPROTO_TCP, TCP_THIN_LINEAR_TIMEOUTS, 1);
-    if (::connect(m_descriptor, found->ai_addr, found->ai_addrlen) != 0 && errno != EINPROGRESS) {
+    set(descriptor(), IPPROTO_TCP, TCP_THIN_LINEAR_TIMEOUTS, 1);
+    if (::connect(descriptor(), found->ai_addr, found->ai_addrlen) != 0 && errno != EINPROGRESS) {
         return statusOf(errno);
     }
     return UaStatus();
@@ -89,18 +82,18 @@ UaStatus TcpSocket::finish(const Deadline& deadline) {
     }
     int error = 0;
     socklen_t size = sizeof error;
-    getsockopt(m_descriptor, SOL_SOCKET, SO_ERROR, &error, &size);
+    getsockopt(descriptor(), SOL_SOCKET, SO_ERROR, &error, &size);
     if (error != 0) {
         return statusOf(error);
     }
     // From here on each call says whether it waits.
-    fcntl(m_descriptor, F_SETFL, fcntl(m_descriptor, F_GETFL) & ~O_NONBLOCK);
-    setsockopt(m_descriptor, SOL_SOCKET, SO_RCVTIMEO, &moment, sizeof moment);
+    fcntl(descriptor(), F_SETFL, fcntl(descriptor(), F_GETFL) & ~O_NONBLOCK);
+    setsockopt(descriptor(), SOL_SOCKET, SO_RCVTIMEO, &moment, sizeof moment);
     return UaStatus();
 }
 
 UaStatus TcpSocket::sendSome(UaByteView& bytes) {
-    const ssize_t sent = send(m_descriptor, bytes.data, bytes.size, MSG_NOSIGNAL | MSG_DONTWAIT);
+    const ssize_t sent = send(descriptor(), bytes.data, bytes.size, MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent >= 0) {
         bytes = bytes.from(static_cast<std::size_t>(sent));
         return UaStatus();
@@ -123,7 +116,7 @@ UaStatus TcpSocket::awaitSome(OpcUa_Byte* buffer, std::size_t room, const Deadli
 
 UaStatus TcpSocket::receive(OpcUa_Byte* buffer, std::size_t room, int flags, std::size_t& count) {
     count = 0;
-    const ssize_t received = recv(m_descriptor, buffer, room, flags);
+    const ssize_t received = recv(descriptor(), buffer, room, flags);
     if (received > 0) {
         count = static_cast<std::size_t>(received);
         return UaStatus();
@@ -133,7 +126,7 @@ UaStatus TcpSocket::receive(OpcUa_Byte* buffer, std::size_t room, int flags, std
 
 TcpSocket::Readiness TcpSocket::wait(Interest interest, const Deadline& deadline) const {
     pollfd entry{};
-    entry.fd = m_descriptor;
+    entry.fd = descriptor();
     entry.events = interest == Interest::Receive ? POLLIN
                    : interest == Interest::Send  ? POLLOUT
                                                  : POLLIN | POLLOUT;
@@ -149,16 +142,16 @@ TcpSocket::Readiness TcpSocket::wait(Interest interest, const Deadline& deadline
 }
 
 void TcpSocket::shutDown() {
-    if (m_descriptor >= 0) {
-        shutdown(m_descriptor, SHUT_RDWR);
+    if (m_socket.isOpen()) {
+        shutdown(descriptor(), SHUT_RDWR);
     }
 }
 
 void TcpSocket::abort() {
-    if (m_descriptor >= 0) {
+    if (m_socket.isOpen()) {
         sockaddr nobody{};
         nobody.sa_family = AF_UNSPEC;
-        if (::connect(m_descriptor, &nobody, sizeof nobody) != 0) {
+        if (::connect(descriptor(), &nobody, sizeof nobody) != 0) {
             shutDown(); // there are kernels that refuse while a thread waits to receive
         }
     }

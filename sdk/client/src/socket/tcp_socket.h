@@ -6,6 +6,7 @@
 
 #include "socket/deadline.h"
 #include "uabase/byte_view.h"
+#include "uabase/file_descriptor.h"
 #include "uabase/status.h"
 
 namespace UaClientSdk {
@@ -16,11 +17,6 @@ namespace UaClientSdk {
 /// One thread may send while another receives.
 class TcpSocket {
 public:
-    TcpSocket() = default;
-    ~TcpSocket();
-    TcpSocket(const TcpSocket&) = delete;
-    TcpSocket& operator=(const TcpSocket&) = delete;
-
     /// `address` is numeric. BadConnectionRejected when nobody listens, BadTimeout when nobody answered.
     UaStatus connect(const std::string& address, std::uint16_t port, const Deadline& deadline);
 
@@ -43,7 +39,7 @@ public:
     Readiness wait(Interest interest, const Deadline& deadline) const;
     bool isReadable() const { return wait(Interest::Receive, Deadline(Clock::now())).readable; }
 
-    int descriptor() const { return m_descriptor; }
+    int descriptor() const { return m_socket.get(); }
     /// Both ends see the end of the connection; the descriptor stays until this object goes. What was sent
     /// still goes out.
     void shutDown();
@@ -55,7 +51,7 @@ private:
     UaStatus start(const std::string& address, std::uint16_t port);
     UaStatus finish(const Deadline& deadline);
 
-    int m_descriptor = -1;
+    UaFileDescriptor m_socket;
 };
 
 } // namespace UaClientSdk

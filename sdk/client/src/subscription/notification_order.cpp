@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "uabase/held_bytes.h"
 #include "uabase/trace.h"
 
 #include <open62541/types_generated_handling.h>
@@ -11,8 +12,8 @@ namespace {
 
 /// A server keeps but a few messages to send again; a greater leap is no gap that can be filled.
 constexpr std::uint32_t longestGap = 64;
-/// As they are encoded.
-constexpr std::size_t mostHeldBytes = 16U << 20U;
+/// With all that is in them, as it lies on the heap. Ten messages with ten thousand numbers each fit in.
+constexpr std::size_t mostHeldBytes = 12U << 20U;
 
 const UA_DataType& messageType = UA_TYPES[UA_TYPES_NOTIFICATIONMESSAGE];
 
@@ -25,7 +26,7 @@ bool isBefore(std::uint32_t a, std::uint32_t b) {
 
 NotificationOrder::~NotificationOrder() {
     for (auto& held : m_held) {
-        UA_NotificationMessage_clear(&held.second);
+        UA_NotificationMessage_clear(&held.second.message);
     }
 }
 
@@ -56,10 +57,10 @@ void NotificationOrder::arrived(UA_NotificationMessage& message, const Deliver& 
 }
 
 void NotificationOrder::hold(UA_NotificationMessage& message) {
-    const auto [held, isNew] = m_held.emplace(message.sequenceNumber, UA_NotificationMessage{});
-    if (isNew || held->second.notificationDataSize == 0) {
-        m_heldBytes += UA_calcSizeBinary(&message, &messageType);
-        held->second = message;
+    const auto [held, isNew] = m_held.emplace(message.sequenceNumber, Held{});
+    if (isNew || held->second.message.notificationDataSize == 0) {
+        held->second = {message, heldBytes(&message, messageType)};
+        m_heldBytes += held->second.bytes;
         UA_NotificationMessage_init(&message);
     }
 }
@@ -113,16 +114,16 @@ void NotificationOrder::cameAgain(UA_NotificationMessage& message, const Deliver
 
 void NotificationOrder::givenUp(std::uint32_t number, const Deliver& deliver) {
     if (isMissing(number)) {
-        m_held.emplace(number, UA_NotificationMessage{});
+        m_held.emplace(number, Held{});
         deliverHeld(deliver);
     }
 }
 
 void NotificationOrder::deliverHeld(const Deliver& deliver) {
     for (auto held = m_held.find(m_expected); held != m_held.end(); held = m_held.find(m_expected)) {
-        m_heldBytes -= std::min(m_heldBytes, UA_calcSizeBinary(&held->second, &messageType));
-        deliver(held->second);
-        UA_NotificationMessage_clear(&held->second);
+        m_heldBytes -= held->second.bytes;
+        deliver(held->second.message);
+        UA_NotificationMessage_clear(&held->second.message);
         m_held.erase(held);
         goOn();
     }

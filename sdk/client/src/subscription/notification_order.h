@@ -39,6 +39,10 @@ private:
     bool isOld(std::uint32_t number) const;
     bool isMissing(std::uint32_t number) const;
     void expectUpTo(std::uint32_t number, const Deliver& deliver);
+    struct Held {
+        UA_NotificationMessage message;
+        std::size_t bytes;
+    };
     void hold(UA_NotificationMessage& message);
     void goOn();
     void goOnWithHeld(const Deliver& deliver);
@@ -49,8 +53,8 @@ private:
     std::uint32_t m_missingUpTo = 1; ///< numbers below were told
     std::vector<std::uint32_t> m_missing;
     /// An empty message stands for one that will not come.
-    std::map<std::uint32_t, UA_NotificationMessage> m_held;
-    std::size_t m_heldBytes = 0;
+    std::map<std::uint32_t, Held> m_held;
+    std::size_t m_heldBytes = 0; ///< by all of them
 };
 
 } // namespace UaClientSdk

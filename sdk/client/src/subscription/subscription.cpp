@@ -59,7 +59,7 @@ UaStatus UaSubscription::Impl::remove(const ServiceSettings& settings) {
     return status.isBad() ? status : UaStatus(answer.results[0]);
 }
 
-Publisher::Subscription UaSubscription::Impl::published(CallbackThread& deliveryThread) const {
+PublishedSubscription::Target UaSubscription::Impl::published(CallbackThread& deliveryThread) const {
     return {m_queue, &deliveryThread, m_longestSilence};
 }
 

@@ -25,7 +25,7 @@ public:
     void abandon() { m_queue->close(); }
     OpcUa_UInt32 id() const { return m_id; }
     /// For the publisher.
-    Publisher::Subscription published(CallbackThread& deliveryThread) const;
+    PublishedSubscription::Target published(CallbackThread& deliveryThread) const;
 
     UaStatus createMonitoredItems(const ServiceSettings& settings, OpcUa_TimestampsToReturn timestamps,
                                   const UaMonitoredItemCreateRequests& items,

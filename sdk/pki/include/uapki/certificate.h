@@ -38,9 +38,10 @@ public:
 
     /// Empty when the file is missing, unreadable, larger than 256 KiB, or not DER.
     static UaPkiCertificate fromDERFile(const UaString& path);
-    /// What a file holds that shall not be replaced by mistake: Good for a certificate (DER), BadNotFound
-    /// when there surely is no such file, BadCertificateInvalid when it surely holds no certificate (it is
-    /// larger than 256 KiB, or not DER), and BadNotReadable when nobody can tell.
+    /// What a file holds that shall not be replaced by mistake: Good for a certificate (DER), BadNotSupported
+    /// for one in another form (PEM, or not quite DER), BadNotFound when there surely is no such file,
+    /// BadCertificateInvalid when it surely holds no certificate (it is larger than 256 KiB, or neither), and
+    /// BadNotReadable when nobody can tell.
     static UaStatus probeDERFile(const UaString& path);
     /// The first certificate of the bytes; a server may send its issuers behind it. Empty when there is none.
     static UaPkiCertificate fromDER(const UaByteString& der);

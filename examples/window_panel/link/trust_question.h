@@ -1,0 +1,31 @@
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+
+#include "library/library_words.h"
+
+namespace window_panel {
+
+/// Where the thread that connects waits for what a person decides on a certificate.
+class TrustQuestion {
+public:
+    /// Before the person is told of the question.
+    void open();
+    /// Waits for as long as the person takes. TrustNever once nobody can be asked any more.
+    TrustAnswer await();
+    /// Answers the question that is open; without one it is forgotten.
+    void answer(TrustAnswer answer);
+    /// Nobody can be asked any more.
+    void close();
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_answered;
+    std::optional<TrustAnswer> m_answer;
+    bool m_open = false;
+    bool m_closed = false;
+};
+
+} // namespace window_panel

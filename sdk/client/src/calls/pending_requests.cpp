@@ -1,0 +1,75 @@
+#include "calls/pending_requests.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace UaClientSdk {
+const PendingRequest* PendingRequests::find(std::uint32_t id) const {
+    const auto found = std::find_if(m_requests.begin(), m_requests.end(),
+                                    [id](const PendingRequest& request) { return request.id == id; });
+    return found == m_requests.end() ? nullptr : &*found;
+}
+
+PendingRequest PendingRequests::take(std::uint32_t id) {
+    const PendingRequest* const found = find(id);
+    if (found == nullptr) {
+        return PendingRequest();
+    }
+    const auto entry = m_requests.begin() + (found - m_requests.data());
+    PendingRequest taken = std::move(*entry);
+    m_requests.erase(entry);
+    return taken;
+}
+
+void PendingRequests::abandon(std::uint32_t id) {
+    if (find(id) != nullptr) {
+        take(id);
+        m_abandoned[m_nextAbandoned] = id;
+        m_nextAbandoned = (m_nextAbandoned + 1) % m_abandoned.size();
+    }
+}
+
+bool PendingRequests::takeAbandoned(std::uint32_t id) {
+    const auto found = std::find(m_abandoned.begin(), m_abandoned.end(), id);
+    if (id == 0 || found == m_abandoned.end()) {
+        return false;
+    }
+    *found = 0;
+    return true;
+}
+
+std::vector<PendingRequest> PendingRequests::takeAll() {
+    return std::exchange(m_requests, {});
+}
+
+std::vector<PendingRequest> PendingRequests::takePostedBefore(Clock::time_point limit) {
+    const auto stays = [limit](const PendingRequest& request) {
+        return request.call != nullptr || request.answered != PendingRequest::Answered::Soon ||
+               request.sentAt >= limit;
+    };
+    const auto end = std::stable_partition(m_requests.begin(), m_requests.end(), stays);
+    std::vector<PendingRequest> taken(std::make_move_iterator(end),
+                                      std::make_move_iterator(m_requests.end()));
+    m_requests.erase(end, m_requests.end());
+    return taken;
+}
+
+Clock::time_point PendingRequests::oldestUnanswered() const {
+    Clock::time_point oldest = Clock::time_point::max();
+    for (const PendingRequest& request : m_requests) {
+        if (request.answered == PendingRequest::Answered::Soon) {
+            oldest = std::min(oldest, request.sentAt);
+        }
+    }
+    return oldest;
+}
+
+Call* PendingRequests::waitingCall() const {
+    const auto found = std::find_if(m_requests.begin(), m_requests.end(), [](const PendingRequest& request) {
+        return request.call != nullptr && request.call->waits;
+    });
+    return found == m_requests.end() ? nullptr : found->call;
+}
+
+} // namespace UaClientSdk

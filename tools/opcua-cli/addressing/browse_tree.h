@@ -1,0 +1,78 @@
+#pragma once
+
+#include "addressing/node_info.h"
+#include "addressing/node_reference.h"
+#include "connection.h"
+#include "output/terminal.h"
+
+#include <cstddef>
+#include <optional>
+#include <unordered_set>
+#include <vector>
+
+namespace opcua_cli {
+
+constexpr const char* rootFolderId = "i=84";
+constexpr const char* objectsFolderId = "i=85";
+
+/// The part of a server's address space that was browsed, as the library's own records. A record is browsed
+/// once, so that all of them stay valid as long as the tree: browsing one again would free what lies below.
+///
+/// One tree a connection: the library keeps one.
+class BrowseTree {
+public:
+    struct Level {
+        std::vector<OpcUaNode*> children;
+        std::optional<Problem> problem{}; ///< the browse was refused: the children are those that came before
+    };
+
+    /// Browses the node in which the tree starts: the Root folder for a path, for an id the node itself.
+    /// Throws Failure (Failed) when that is refused.
+    BrowseTree(Connection& connection, const NodeReference& reference);
+
+    OpcUaNode* start() const { return m_start; }
+
+    /// The children of a record of this tree, asked for when they are not there yet. Throws Failure when the
+    /// connection is lost (the records are gone then) or Ctrl-C was pressed.
+    Level expand(OpcUaNode* record);
+
+    /// The records on the way to the node, its own last. A path needs a tree that starts at the Root folder
+    /// and may leave out the Objects folder; for an id this is the start. Throws Failure (Failed) that names
+    /// the step that leads nowhere.
+    std::vector<OpcUaNode*> wayTo(const NodeReference& reference);
+
+    /// Number of browses so far.
+    std::size_t browses() const { return m_browsed.size(); }
+
+private:
+    std::vector<OpcUaNode*> follow(const NodePath& path);
+
+    Connection& m_connection;
+    OpcUaNode* m_start = nullptr;
+    std::unordered_set<const OpcUaNode*> m_browsed;
+};
+
+/// One node that a walk met.
+struct WalkedNode {
+    NodeInfo node;
+    std::size_t parent = 0; ///< index in Walk::nodes
+    int depth = 0;          ///< 0 is the start node
+    bool repeated = false;  ///< was met before: what is below it is shown there
+    std::optional<Problem> browseProblem{};
+    std::vector<std::size_t> children{};
+};
+
+/// What a walk found. Node 0 is the start.
+struct Walk {
+    std::vector<WalkedNode> nodes;
+    bool complete = true; ///< false when the bound on the number of nodes ended it
+    std::optional<Failure>
+        end; ///< the connection was lost or Ctrl-C pressed: the nodes are those found before
+};
+
+/// Walks from a record of the tree down to `depth` levels below it, level by level, so that a node that can
+/// be reached in several ways shows what lies below it where it is closest to the start. Every node is
+/// browsed once: an address space may run in circles.
+Walk walk(BrowseTree& tree, OpcUaNode* start, int depth, std::size_t maxNodes, Progress& progress);
+
+} // namespace opcua_cli

@@ -1,0 +1,142 @@
+#include "addressing/node_finder.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <queue>
+#include <set>
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace opcua_cli {
+namespace {
+
+struct IdParts {
+    std::string_view namespacePart; ///< "ns=2;" or empty
+    char kind;
+    std::string_view identifier;
+};
+
+IdParts split(std::string_view nodeId) {
+    const std::size_t kind = nodeId.substr(0, 3) == "ns=" ? nodeId.find(';') + 1 : 0;
+    if (kind + 2 > nodeId.size())
+        return {nodeId, '\0', {}};
+    return {nodeId.substr(0, kind), nodeId[kind], nodeId.substr(kind + 2)};
+}
+
+std::int64_t number(std::string_view digits) {
+    std::int64_t value = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    return value;
+}
+
+/// 0 to 255: how much the ids look like neighbours.
+int likeness(const IdParts& target, const IdParts& candidate) {
+    if (target.namespacePart != candidate.namespacePart)
+        return 0;
+    if (target.kind != candidate.kind)
+        return 1;
+    if (target.kind == 'i') {
+        int distanceBits = 0;
+        for (std::int64_t distance = std::abs(number(target.identifier) - number(candidate.identifier));
+             distance != 0; distance >>= 1)
+            ++distanceBits;
+        return 2 + 32 - std::min(distanceBits, 32);
+    }
+    const auto [end, ignored] = std::mismatch(target.identifier.begin(), target.identifier.end(),
+                                              candidate.identifier.begin(), candidate.identifier.end());
+    return 2 + static_cast<int>(std::min<std::ptrdiff_t>(end - target.identifier.begin(), 253));
+}
+
+/// Instances rarely lie below types, and servers carry thousands of types.
+bool leadsToTypes(const NodeInfo& node) {
+    constexpr const char* typesFolder = "i=86";
+    constexpr const char* viewsFolder = "i=87";
+    return (node.nodeClass != 1 && node.nodeClass != 2) || node.nodeId == typesFolder ||
+           node.nodeId == viewsFolder;
+}
+
+bool probableParent(const IdParts& target, const IdParts& candidate) {
+    constexpr int nearNumber = 2 + 32 - 5; // fewer than 32 apart
+    if (target.namespacePart != candidate.namespacePart || target.kind != candidate.kind)
+        return false;
+    if (target.kind == 'i')
+        return likeness(target, candidate) >= nearNumber;
+    return candidate.identifier.size() < target.identifier.size() &&
+           target.identifier.substr(0, candidate.identifier.size()) == candidate.identifier;
+}
+
+} // namespace
+
+int searchRank(const std::string& targetId, const NodeInfo& candidate) {
+    constexpr int classWeight = 1000;
+    const IdParts target = split(targetId);
+    const IdParts id = split(candidate.nodeId);
+    const int likely = likeness(target, id);
+    if (leadsToTypes(candidate))
+        return likely;
+    const bool first = candidate.nodeClass == 1 || probableParent(target, id);
+    return likely + (first ? 2 : 1) * classWeight;
+}
+
+NodeFinder::NodeFinder(Connection& connection, std::size_t maxNodes, Progress& progress)
+    : m_tree(connection, rootFolderId), m_maxNodes(maxNodes), m_progress(progress) {
+    m_seen.emplace(rootFolderId, m_tree.start());
+    look(m_tree.start());
+}
+
+std::size_t NodeFinder::cost() const {
+    return m_seen.size() + m_tree.browses();
+}
+
+/// Takes the children of a record into account. A branch that the server refuses to show is left out.
+void NodeFinder::look(OpcUaNode* record) {
+    for (OpcUaNode* child : m_tree.expand(record).children) {
+        const NodeInfo node = describe(*child);
+        if (node.nodeIdComplete && m_seen.emplace(node.nodeId, child).second)
+            m_frontier.push_back(child);
+    }
+    m_progress.show(m_seen.size());
+}
+
+OpcUaNode* NodeFinder::find(const NodeReference& reference) {
+    const auto* id = std::get_if<std::string>(&reference);
+    return id != nullptr ? search(*id) : m_tree.wayTo(reference).back();
+}
+
+OpcUaNode* NodeFinder::search(const std::string& nodeId) {
+    struct Candidate {
+        int rank;
+        std::size_t order; // earlier ones first: closer to the root
+        OpcUaNode* record;
+        bool operator<(const Candidate& other) const {
+            return rank != other.rank ? rank < other.rank : order > other.order;
+        }
+    };
+    std::priority_queue<Candidate> candidates;
+    std::size_t taken = 0;
+    const auto takeNew = [&] {
+        for (; taken < m_frontier.size(); ++taken)
+            candidates.push({searchRank(nodeId, describe(*m_frontier[taken])), taken, m_frontier[taken]});
+    };
+    std::set<const OpcUaNode*> looked;
+    auto found = m_seen.find(nodeId);
+    takeNew();
+    while (found == m_seen.end() && !candidates.empty() && cost() < m_maxNodes) {
+        OpcUaNode* const record = candidates.top().record;
+        candidates.pop();
+        look(record);
+        looked.insert(record);
+        takeNew();
+        found = m_seen.find(nodeId);
+    }
+    m_frontier.erase(std::remove_if(m_frontier.begin(), m_frontier.end(),
+                                    [&](const OpcUaNode* record) { return looked.count(record) != 0; }),
+                     m_frontier.end());
+    return found == m_seen.end() ? nullptr : found->second;
+}
+
+} // namespace opcua_cli

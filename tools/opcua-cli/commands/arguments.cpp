@@ -1,0 +1,158 @@
+#include "commands/arguments.h"
+
+#include "OpcUaTypes.h"
+#include "files/library_files.h"
+#include "output/streams.h"
+
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace opcua_cli {
+namespace {
+
+constexpr std::string_view scheme = "opc.tcp://";
+constexpr std::size_t longestUrl = sizeof _OpcUaClientConfig::endpointUrl - 1;
+
+const std::map<std::string, int>& traceLevels() {
+    static const std::map<std::string, int> levels{{"none", 0},
+                                                   {"errors", OpcUaTraceLevel_Errors},
+                                                   {"warnings", OpcUaTraceLevel_Warnings},
+                                                   {"lifecycle", OpcUaTraceLevel_LifeCycle},
+                                                   {"information", OpcUaTraceLevel_Information},
+                                                   {"debugging", OpcUaTraceLevel_Debugging},
+                                                   {"details", OpcUaTraceLevel_Details},
+                                                   {"everything", OpcUaTraceLevel_Everything}};
+    return levels;
+}
+
+std::string traceLevelNames() {
+    std::string names;
+    for (int level = 0; level <= OpcUaTraceLevel_Everything; ++level) {
+        for (const auto& [name, number] : traceLevels()) {
+            if (number == level)
+                names += (names.empty() ? "" : ", ") + name;
+        }
+    }
+    return names;
+}
+
+/// The address that the user gave, completed: "host:4840" becomes "opc.tcp://host:4840".
+std::string completeUrl(const std::string& text) {
+    std::string url = text.find("://") == std::string::npos ? std::string(scheme) + text : text;
+    if (url.compare(0, scheme.size(), scheme) != 0)
+        throw CLI::ValidationError("URL", "only opc.tcp:// addresses can be connected, not " + text);
+    const std::string_view address = std::string_view(url).substr(scheme.size());
+    if (address.empty() || address[0] == '/' || address[0] == ':')
+        throw CLI::ValidationError("URL", "there is no host in \"" + text + "\"; try opc.tcp://host:4840");
+    if (url.size() > longestUrl)
+        throw CLI::ValidationError("URL",
+                                   "the address is longer than " + std::to_string(longestUrl) + " bytes");
+    return url;
+}
+
+std::string completeUrlInPlace(std::string& text) {
+    try {
+        text = completeUrl(text);
+        return {};
+    } catch (const CLI::ValidationError& error) {
+        return error.what();
+    }
+}
+
+std::string checkTypeName(std::string& text) {
+    return typeFromName(text) ? std::string() : unknownTypeText(text);
+}
+
+} // namespace
+
+void addCommonOptions(CLI::App& command, CommonOptions& options) {
+    command.add_option("URL", options.url, "Address of the server: opc.tcp://host:port[/path] or host:port")
+        ->required()
+        ->type_name("")
+        ->transform(CLI::Validator(completeUrlInPlace, ""));
+    addReportOptions(command, options);
+}
+
+void addReportOptions(CLI::App& command, CommonOptions& options) {
+    command.add_flag("--json", options.json, "One JSON document instead of tables");
+    command
+        .add_option("--trace", options.traceLevel,
+                    "Level of the trace file: " + traceLevelNames() + ", or 0 to 7 (default: none)")
+        ->type_name("LEVEL")
+        ->transform(CLI::CheckedTransformer(traceLevels(), CLI::ignore_case).description(""));
+}
+
+void addConnectOptions(CLI::App& command, ConnectOptions& options) {
+    addCommonOptions(command, options);
+    command
+        .add_option("--timeout", options.timeoutMilliseconds,
+                    "Milliseconds that connecting may take (default: 5000)")
+        ->type_name("MS")
+        ->check(CLI::Range(1, 3600000).description(""));
+    addSecurityOptions(command, options.security);
+}
+
+void addMaxNodesOption(CLI::App& command, std::size_t& maxNodes, const std::string& description) {
+    command
+        .add_option("--max-nodes", maxNodes,
+                    description + " (default: " + std::to_string(defaultMaxNodes) + ")")
+        ->type_name("N")
+        ->check(CLI::Range(1, 10000000).description(""));
+}
+
+ExitCode runReporting(const CommonOptions& options, const Action& command, Form form) {
+    try {
+        if (options.needsFiles())
+            prepareLibraryFiles();
+        return command();
+    } catch (const Failure& failure) {
+        if (failure.exitCode() == ExitCode::OutputClosed)
+            return failure.exitCode();
+        reportProblem(failure.problem());
+        if (options.json && failure.exitCode() != ExitCode::OutputFailed)
+            writeOutput(form({{"error", toJson(failure.problem())}}));
+        return failure.exitCode();
+    }
+}
+
+void addMaxElementsOption(CLI::App& command, std::size_t& maxElements) {
+    command
+        .add_option("--max-elements", maxElements,
+                    "Leave alone whole arrays with more elements (default: " +
+                        std::to_string(defaultMaxElements) + ")")
+        ->type_name("N")
+        ->check(CLI::Range(1, 10000000).description(""));
+}
+
+void addNodeListOptions(CLI::App& command, NodeListOptions& options, const std::string& typeDescription) {
+    addConnectOptions(command, options);
+    command.add_option("--type", options.typeName, typeDescription)
+        ->type_name("TYPE")
+        ->check(CLI::Validator(checkTypeName, ""));
+    addMaxNodesOption(command, options.maxNodes, "Look at so many nodes to find the type of a node id");
+    command
+        .add_option("--index", options.index,
+                    "One element of an array or matrix, counted from 0: 4, or 2,3 for row 2, column 3")
+        ->type_name("INDEX");
+    command
+        .add_option("--from", options.file, "Take the nodes from a CSV or JSON file; - for standard input")
+        ->type_name("FILE");
+    addMaxElementsOption(command, options.maxElements);
+}
+
+void completeJobs(Jobs& jobs, const NodeListOptions& options) {
+    std::optional<Index> index;
+    if (!options.index.empty())
+        index = parseIndex(options.index);
+    for (Job& job : jobs) {
+        if (!job.type)
+            job.type = typeFromName(options.typeName);
+        if (!job.index)
+            job.index = index;
+    }
+}
+
+} // namespace opcua_cli

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "failure.h"
+#include "options.h"
+#include "output/json.h"
+#include "values/job.h"
+
+#include <CLI/CLI.hpp>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace opcua_cli {
+
+/// What the commands take that handle many nodes.
+struct NodeListOptions : ConnectOptions {
+    std::string typeName;
+    std::string index;
+    std::string file; ///< to take the nodes from; empty when they are arguments
+    std::size_t maxNodes = defaultMaxNodes;
+    std::size_t maxElements = defaultMaxElements;
+};
+
+/// All but the URL.
+void addReportOptions(CLI::App& command, CommonOptions& options);
+void addCommonOptions(CLI::App& command, CommonOptions& options);
+void addConnectOptions(CLI::App& command, ConnectOptions& options);
+void addSecurityOptions(CLI::App& command, SecurityOptions& options);
+void addNodeListOptions(CLI::App& command, NodeListOptions& options, const std::string& typeDescription);
+void addMaxNodesOption(CLI::App& command, std::size_t& maxNodes, const std::string& description);
+void addMaxElementsOption(CLI::App& command, std::size_t& maxElements);
+
+/// Adds type and index of the command line where a job has none. Throws Failure (Usage).
+void completeJobs(Jobs& jobs, const NodeListOptions& options);
+
+/// A chosen sub-command, ready to run.
+using Action = std::function<ExitCode()>;
+
+/// Form of a command's documents.
+using Form = std::string (*)(const Json&);
+
+/// Runs a command from where the library finds its files; a Failure is reported to people on standard error,
+/// and with --json as {"error": ...} too.
+ExitCode runReporting(const CommonOptions& options, const Action& command, Form form);
+
+template <typename Options>
+struct Command {
+    CLI::App& app;
+    Options& options;
+};
+
+/// Adds a sub-command, without its options; when it is chosen, `chosen` becomes what is to be run.
+template <typename Options>
+Command<Options> addCommand(CLI::App& app, Action& chosen, ExitCode (*run)(const Options&), const char* name,
+                            const char* description, const char* examples, Form form = document) {
+    auto options = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand(name, description);
+    command->footer(examples);
+    command->callback([=, &chosen] {
+        chosen = [=] { return runReporting(*options, [=] { return run(*options); }, form); };
+    });
+    return {*command, *options};
+}
+
+} // namespace opcua_cli

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "output/json.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace opcua_cli {
+
+struct JsonEntry {
+    std::size_t line; ///< where it begins; the first is 1
+    Json value;
+};
+
+/// A document that is an array of entries, or an object that has such an array under "nodes".
+// NOLINTNEXTLINE(bugprone-exception-escape): moving a Json asserts, and throws nothing
+struct JsonList {
+    Json document;
+    std::vector<JsonEntry> entries;
+};
+
+/// Throws FormatError.
+JsonList parseJsonList(const std::string& text);
+
+/// A text that an object may have, else empty; null is as good as none. Throws Failure (Usage).
+std::string textField(const Json& object, const char* key);
+
+/// The "value" that an object must have. Throws Failure (Usage).
+const Json& valueField(const Json& object);
+
+} // namespace opcua_cli

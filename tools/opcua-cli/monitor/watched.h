@@ -1,0 +1,36 @@
+#pragma once
+
+#include "values/job.h"
+
+#include <cstddef>
+#include <string>
+
+namespace opcua_cli {
+
+/// The variables that the jobs name, each once: one by one, or all those of a folder, down to `depth` levels
+/// below it. Looks at `maxNodes` nodes at most, for each search or folder.
+///
+/// An id is looked for in the address space, for its type and because it may be a folder. One that does not
+/// show up is taken as it is; whether it can be monitored is for the server to say.
+Jobs variablesToWatch(Connection& connection, Jobs& jobs, int depth, std::size_t maxNodes);
+
+/// Two nodes with one name get their ids behind it.
+void makeNamesUnique(Jobs& watched);
+
+/// "ns=2;s=Line1.Zones[3]"
+std::string watchedId(const Job& watched);
+std::string watchedType(const Job& watched);
+/// The text form of a value comes without the quotes of a String.
+std::string watchedValue(const Job& watched, const Value& value);
+
+/// An array or matrix without an index: the library tells that it changed, not to what.
+inline bool isWatchedWhole(const Job& watched) {
+    return watched.node.isArray && !watched.index;
+}
+
+/// The library delivers no value for a type that it does not convert, but reads its text form.
+inline bool isReadAsText(const Job& watched) {
+    return watched.node.dataType == OpcUaDataType_Null;
+}
+
+} // namespace opcua_cli
