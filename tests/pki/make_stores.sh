@@ -66,6 +66,7 @@ EOF
   application two_uris_other_first "URI:urn:plant:other,URI:$uri"
   application other_host "URI:$uri,DNS:elsewhere.example"
   application unknown_critical "URI:$uri" "1.2.3.4.5=critical,DER:0500"
+  application malformed_usage "URI:$uri" "keyUsage=DER:0500"
   application client_only "URI:$uri" "extendedKeyUsage=clientAuth"
   application any_extended_usage "URI:$uri" "extendedKeyUsage=anyExtendedKeyUsage"
   printf '[no_usage]\nsubjectAltName=URI:%s\n' "$uri"
@@ -128,8 +129,8 @@ future_start=20480101000000Z
 issue self_good self server app
 issue self_expired self server app "" "$past_end"
 issue self_future self server app "$future_start"
-for extensions in other_uri longer_uri no_uri two_uris two_uris_other_first other_host unknown_critical client_only \
-  no_usage partial_usage ca_app; do
+for extensions in other_uri longer_uri no_uri two_uris two_uris_other_first other_host unknown_critical malformed_usage \
+  client_only no_usage partial_usage ca_app; do
   issue "self_$extensions" self server "$extensions"
 done
 issue self_sha1 self server app "" "" sha1

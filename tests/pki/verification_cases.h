@@ -64,6 +64,7 @@ const Case cases[] = {
     {"SelfSignedWrongSignature",    "self_forged",     "", "", "", "self_forged",     invalid,     invalid},
     {"OnlyTheSignatureDiffers",     "self_good",       "", "", "", "self_forged",     invalid,     invalid},
     {"UnknownCriticalExtension",    "self_unknown_critical", "", "", "", "self_unknown_critical", invalid, invalid},
+    {"MalformedExtension",          "self_malformed_usage", "", "", "", "self_malformed_usage", invalid, invalid},
     // ---- application URI and host name
     {"OtherUri",                    "self_other_uri",  "", "", "", "self_other_uri",  uriInvalid,  uriInvalid},
     {"UriContainsTheRightOne",      "self_longer_uri", "", "", "", "self_longer_uri", uriInvalid,  uriInvalid},

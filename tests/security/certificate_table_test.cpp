@@ -39,10 +39,16 @@ std::string bytesOf(const UaByteString& bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), static_cast<std::size_t>(bytes.length())};
 }
 
-const char* const unserved[]{
-    "trailing",         "self_unknown_critical", "self_address_of_three_bytes", "self_address_blocks",
-    "self_proxy",       "self_system_numbers",   "self_unusable_key",           "by_root_edwards",
-    "by_middle_edwards"};
+const char* const unserved[]{"trailing",
+                             "self_unknown_critical",
+                             "self_malformed_usage",
+                             "self_address_of_three_bytes",
+                             "self_address_blocks",
+                             "self_proxy",
+                             "self_system_numbers",
+                             "self_unusable_key",
+                             "by_root_edwards",
+                             "by_middle_edwards"};
 
 /// What the plant server can start with. A chain (of which its stack shows the first certificate alone), what
 /// is no certificate, and what its stack cannot parse, are announced by a stand-in that nobody can open a
