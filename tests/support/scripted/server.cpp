@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -68,6 +69,8 @@ void Server::acceptLoop() {
 }
 
 void Server::start(int socket) {
+    const int on = 1;
+    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     const auto connection = std::make_shared<Connection>(*this, socket);
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_connections.push_back(connection);

@@ -109,7 +109,8 @@ private:
     UaStatus takeSendingTurn(PendingRequest& request, const Deadline& deadline, ReadingTurn& turn);
     void releaseSendingTurn();
     UaStatus sendCall(Call& call, void* request, const UA_DataType& type, ReadingTurn& turn);
-    void notSent(const PendingRequest& request, UaStatus reason, ReadingTurn& turn);
+    UaStatus notSent(const PendingRequest& request, UaStatus reason);
+    void stopSending();
 
     // Reading.
     UaStatus awaitAnswer(Call& call, ReadingTurn& turn, AnswerReceiver& receiver);
@@ -118,10 +119,7 @@ private:
     UaStatus dispatchUntil(std::uint32_t requestId, IncomingMessage& message, bool& found);
     UaStatus dispatchAll();
     void dispatch(const IncomingMessage& message);
-    void readLeftovers(ReadingTurn& turn);
     UaStatus receiveSome();
-    template <typename Condition>
-    UaStatus readWhile(Condition condition);
     void heard(std::size_t count);
 
     /// Waits for its answer no longer.
@@ -140,6 +138,7 @@ private:
     std::condition_variable m_sendingFree;
     bool m_sending = false;
     bool m_sendingIsWanted = false; ///< by somebody who did not wait
+    bool m_broken = false;          ///< the socket takes nothing any more
     bool m_reading = false;
     std::uint32_t m_lastRequestId = 1; ///< the channel was opened with that
     PendingRequests m_pending;

@@ -158,37 +158,23 @@ void Pipe::heard(std::size_t count) {
     }
 }
 
-template <typename Condition>
-UaStatus Pipe::readWhile(Condition condition) {
-    const Clock::time_point end = Clock::now() + longestTurn;
-    UaStatus status;
-    while (!m_ended && !status.isBad() && lastHeard() < end && condition() &&
-           m_channel->socket().isReadable()) {
-        status = receiveSome();
-        if (!status.isBad()) {
-            status = dispatchAll();
-        }
-    }
-    return status;
-}
-
 void Pipe::readArrived() {
     ReadingTurn turn(*this);
     turn.tryTake();
     if (!turn.isHeld()) {
         return;
     }
-    const UaStatus status = readWhile([&turn] { return !turn.isWanted(); });
+    const Clock::time_point end = Clock::now() + longestTurn;
+    UaStatus status;
+    while (!m_ended && !status.isBad() && lastHeard() < end && !turn.isWanted() &&
+           m_channel->socket().isReadable()) {
+        status = receiveSome();
+        if (!status.isBad()) {
+            status = dispatchAll();
+        }
+    }
     if (status.isBad()) {
         fail(status);
-    }
-}
-
-/// A server that hung up may have answered before.
-void Pipe::readLeftovers(ReadingTurn& turn) {
-    turn.tryTake();
-    if (turn.isHeld() && !dispatchAll().isBad()) {
-        readWhile([] { return true; });
     }
 }
 

@@ -53,6 +53,9 @@ public:
             if (!status.isBad()) {
                 status = m_pipe.dispatchAll();
             }
+            if (status.isBad()) {
+                m_pipe.fail(status);
+            }
         }
         return status;
     }
@@ -81,6 +84,9 @@ UaStatus Pipe::takeSendingTurn(PendingRequest& request, const Deadline& deadline
     }
     if (m_ended) {
         return m_endReason;
+    }
+    if (m_broken) {
+        return UA_STATUSCODE_BADCONNECTIONCLOSED;
     }
     m_lastRequestId = std::max(m_lastRequestId + 1, 1U);
     request.id = m_lastRequestId;
@@ -134,25 +140,32 @@ UaStatus Pipe::send(PendingRequest& request, const Deadline& deadline, ReadingTu
         }
         throw;
     }
-    if (status.isBad()) {
-        notSent(request, status, turn);
-    }
-    return status;
+    return status.isBad() ? notSent(request, status) : status;
 }
 
 /// A call is on its way with the others until the connection has ended; whoever posted is told by the result.
-void Pipe::notSent(const PendingRequest& request, UaStatus reason, ReadingTurn& turn) {
+UaStatus Pipe::notSent(const PendingRequest& request, UaStatus reason) {
     if (request.call == nullptr) {
         forget(request.id);
     }
-    const bool broken = !leavesConnection(reason);
-    if (broken) {
-        readLeftovers(turn);
+    if (reason.statusCode() == UA_STATUSCODE_BADCONNECTIONCLOSED && !m_ended) {
+        stopSending();
+        return request.call == nullptr ? reason : UaStatus();
     }
-    if (broken || m_channel->isHalfSent()) {
+    if (!leavesConnection(reason) || m_channel->isHalfSent()) {
         fail(reason);
     }
     forget(request.id);
+    return reason;
+}
+
+/// A server that hung up may have answered before: whoever reads finds the end behind that.
+void Pipe::stopSending() {
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_broken = true;
+    }
+    m_channel->socket().shutDown();
 }
 
 UaStatus Pipe::sendCall(Call& call, void* request, const UA_DataType& type, ReadingTurn& turn) {
