@@ -1,7 +1,6 @@
 #include "calls/pending_requests.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 namespace UaClientSdk {
@@ -44,14 +43,16 @@ std::vector<PendingRequest> PendingRequests::takeAll() {
 }
 
 std::vector<PendingRequest> PendingRequests::takePostedBefore(Clock::time_point limit) {
-    const auto stays = [limit](const PendingRequest& request) {
-        return request.call != nullptr || request.answered != PendingRequest::Answered::Soon ||
-               request.sentAt >= limit;
-    };
-    const auto end = std::stable_partition(m_requests.begin(), m_requests.end(), stays);
-    std::vector<PendingRequest> taken(std::make_move_iterator(end),
-                                      std::make_move_iterator(m_requests.end()));
-    m_requests.erase(end, m_requests.end());
+    std::vector<PendingRequest> taken;
+    std::vector<PendingRequest> stays;
+    taken.reserve(m_requests.size()); // nothing may fail half-way
+    stays.reserve(m_requests.size());
+    for (PendingRequest& request : m_requests) {
+        const bool isTaken = request.call == nullptr && request.answered == PendingRequest::Answered::Soon &&
+                             request.sentAt < limit;
+        (isTaken ? taken : stays).push_back(std::move(request));
+    }
+    m_requests = std::move(stays);
     return taken;
 }
 
