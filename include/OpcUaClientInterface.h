@@ -338,7 +338,8 @@ public:
     ///   width, and `size` is set to it; fewer are filled up with zeros; a negative `size` counts as 0. A
     ///   Boolean is true when its byte is not 0.
     /// - String: `buffer` is zero-terminated UTF-8; `size` is neither read nor changed.
-    /// - Null and other numbers: an empty value is sent, which servers refuse.
+    /// - Null and other numbers: an empty value is sent. Most servers refuse it; some take it, and the result
+    ///   is 0 although nothing was written.
     ///
     /// @return 0. 29: `node` or `buffer` is null. 3: not connected. 8: the service failed, or the server
     ///         refused.
@@ -446,6 +447,7 @@ public:
     char* GetErrorMsg(char* buffer, int size);
 
     /// Installs the application's callback; a second call replaces the first. Call it before connecting.
+    /// Replaced while changes are delivered, the old one still gets those that came in the same message.
     ///
     /// @return 0; 29 when `callback` is null: a callback can be replaced, not removed; 17, without a
     ///         message, on an incomplete client
