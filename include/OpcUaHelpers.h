@@ -116,7 +116,7 @@ inline const char* OpcUaResultText(int code) {
     case 22:
         return "the server's certificate could not be saved";
     case 23:
-        return "the server's certificate was rejected";
+        return "the server's certificate is not trusted";
     case 24:
         return "the user certificate's file holds none";
     case 25:

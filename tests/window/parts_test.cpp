@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "library/library_words.h"
+#include "OpcUaHelpers.h"
 #include "link/backoff.h"
 #include "link/trust_question.h"
 #include "plant/latest_values.h"
@@ -131,20 +131,20 @@ TEST(Backoff, DoublesUpToALimitAndBeginsAnew) {
 
 TEST(TrustQuestion, HandsTheAnswerToWhoWaits) {
     TrustQuestion question;
-    question.answer(TrustAlways); // nobody has asked
+    question.answer(OpcUaTrust_Always); // nobody has asked
     question.open();
-    TrustAnswer answer = TrustNever;
+    OpcUaTrust answer = OpcUaTrust_Reject;
     std::thread waiting([&] { answer = question.await(); });
-    question.answer(TrustOnce);
+    question.answer(OpcUaTrust_Once);
     waiting.join();
-    EXPECT_EQ(answer, TrustOnce);
+    EXPECT_EQ(answer, OpcUaTrust_Once);
 }
 
 TEST(TrustQuestion, IsANoWhenNobodyCanBeAsked) {
     TrustQuestion question;
     question.open();
     question.close();
-    EXPECT_EQ(question.await(), TrustNever);
+    EXPECT_EQ(question.await(), OpcUaTrust_Reject);
 }
 
 TEST(Values, AreReadFromADataChange) {

@@ -4,6 +4,9 @@
 
 namespace window_panel {
 
+/// What the panel tells apart among the library's result codes.
+enum ResultCode : int { ResultDone = 0, ResultRefused = 1, ResultNotConnected = 3, ResultNotRead = 7 };
+
 /// How the panel stands with its plant.
 struct LinkState {
     enum class Kind {

@@ -5,6 +5,10 @@
 #include <utility>
 #include <vector>
 
+#include "OpcUaHelpers.h"
+#include "link/link_state.h"
+#include "plant/value.h"
+
 namespace window_panel {
 namespace {
 
@@ -19,7 +23,7 @@ PlantClient::PlantClient(LatestValues& values, AskTrust askTrust)
     : m_values(values), m_askTrust(std::move(askTrust)) {
     for (const Tag tag : allTags()) {
         const TagFacts& facts = factsOf(tag);
-        m_nodes.push_back(nodeOf(facts.nodeId, facts.type));
+        m_nodes.push_back(OpcUaMakeNode(facts.nodeId, facts.type));
         m_tags.emplace(facts.nodeId, tag);
     }
     m_client.OpcUaInit(OpcUaTraceLevel_Warnings);
@@ -28,13 +32,13 @@ PlantClient::PlantClient(LatestValues& values, AskTrust askTrust)
 
 int PlantClient::connect(const Access& access) {
     _OpcUaClientConfig config{};
-    setField(config.endpointUrl, access.url);
-    setField(config.sessionName, "window_panel");
-    config.securityPolicy = access.secured ? PolicyBasic256Sha256 : PolicyNone;
-    config.securityMode = access.secured ? ModeSignAndEncrypt : ModeNone;
-    config.userIdentity = access.user.empty() ? IdentityAnonymous : IdentityUserName;
-    setField(config.userName, access.user);
-    setField(config.password, access.password);
+    OpcUaSetField(config.endpointUrl, access.url);
+    OpcUaSetField(config.sessionName, "window_panel");
+    config.securityPolicy = access.secured ? OpcUaSecurityPolicy_Basic256Sha256 : OpcUaSecurityPolicy_None;
+    config.securityMode = access.secured ? OpcUaSecurityMode_SignAndEncrypt : OpcUaSecurityMode_None;
+    config.userIdentity = access.user.empty() ? OpcUaUserIdentity_Anonymous : OpcUaUserIdentity_UserName;
+    OpcUaSetField(config.userName, access.user);
+    OpcUaSetField(config.password, access.password);
     const int code = m_client.OpcUaConnect(config);
     return code == ResultDone ? watch() : code;
 }
@@ -72,7 +76,7 @@ void PlantClient::disconnect() {
 }
 
 void PlantClient::OpcUaDataChange(_OpcUaDataChangeMsg change) {
-    const auto found = m_tags.find(fieldText(change.nodeId));
+    const auto found = m_tags.find(OpcUaFieldText(change.nodeId));
     if (found != m_tags.end() && change.dataType != OpcUaDataType_Null)
         m_values.put(found->second, valueOf(change));
 }

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "OpcUaClientInterface.h"
-#include "library/library_words.h"
 #include "link/access.h"
 #include "plant/latest_values.h"
 
@@ -17,7 +16,7 @@ namespace window_panel {
 /// connect 15, and as long as a person takes to decide on a certificate).
 class PlantClient final : private COpcUaClientInterface::OpcUaCallBack {
 public:
-    using AskTrust = std::function<TrustAnswer(const _OpcUaCertificateMsg&)>;
+    using AskTrust = std::function<OpcUaTrust(const _OpcUaCertificateMsg&)>;
 
     /// `askTrust` is called by connect(), on its thread.
     PlantClient(LatestValues& values, AskTrust askTrust);

@@ -56,12 +56,12 @@ LinkState::Kind PlantLink::kindOf(Phase phase, int status) {
         break;
     }
     switch (status) {
-    case StatusConnected:
+    case OpcUaConnectStatus_Connected:
         return Kind::Connected;
-    case StatusShuttingDown:
+    case OpcUaConnectStatus_ShuttingDown:
         return Kind::ShuttingDown;
-    case StatusSilent:
-    case StatusSubscriptionLost:
+    case OpcUaConnectStatus_Silent:
+    case OpcUaConnectStatus_NotPublishing:
         return Kind::Silent;
     default:
         return Kind::Lost;
@@ -130,11 +130,11 @@ void PlantLink::keepConnected() {
         return;
     }
     const int status = m_client.status();
-    if (status == StatusConnected || status == StatusShuttingDown)
+    if (status == OpcUaConnectStatus_Connected || status == OpcUaConnectStatus_ShuttingDown)
         lookAround();
-    else if (status == StatusSubscriptionLost)
+    else if (status == OpcUaConnectStatus_NotPublishing)
         watchAgain();
-    else if (status != StatusSilent)
+    else if (status != OpcUaConnectStatus_Silent)
         enter(Phase::Lost);
 }
 
@@ -205,14 +205,14 @@ PlantLink::Phase PlantLink::phase() {
     return m_phase;
 }
 
-TrustAnswer PlantLink::askTrust(const _OpcUaCertificateMsg& certificate) {
+OpcUaTrust PlantLink::askTrust(const _OpcUaCertificateMsg& certificate) {
     if (!certificate.thumbprint.empty() && certificate.thumbprint == m_trustedForNow)
-        return TrustOnce;
+        return OpcUaTrust_Once;
     m_asked = true;
     m_question.open();
     emit trustAsked(certificate);
-    const TrustAnswer answer = m_question.await();
-    if (answer == TrustOnce)
+    const OpcUaTrust answer = m_question.await();
+    if (answer == OpcUaTrust_Once)
         m_trustedForNow = certificate.thumbprint;
     return answer;
 }

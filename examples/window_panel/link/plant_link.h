@@ -46,7 +46,7 @@ public:
     /// Writes now or never: an order that could not be carried out at once is not carried out later.
     void write(Tag tag, double value);
     /// Answers trustAsked().
-    void answerTrust(TrustAnswer answer) { m_question.answer(answer); }
+    void answerTrust(OpcUaTrust answer) { m_question.answer(answer); }
 
 signals:
     void trustAsked(const _OpcUaCertificateMsg& certificate);
@@ -72,7 +72,7 @@ private:
     static LinkState::Kind kindOf(Phase phase, int status);
     void enter(Phase phase, int result = 0);
     Phase phase();
-    TrustAnswer askTrust(const _OpcUaCertificateMsg& certificate);
+    OpcUaTrust askTrust(const _OpcUaCertificateMsg& certificate);
 
     Access m_access;
     TrustQuestion m_question;

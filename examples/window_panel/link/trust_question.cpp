@@ -10,14 +10,14 @@ void TrustQuestion::open() {
     m_answer.reset();
 }
 
-TrustAnswer TrustQuestion::await() {
+OpcUaTrust TrustQuestion::await() {
     std::unique_lock<std::mutex> lock(m_mutex);
     m_answered.wait(lock, [this] { return m_answer || m_closed; });
     m_open = false;
-    return m_answer.value_or(TrustNever);
+    return m_answer.value_or(OpcUaTrust_Reject);
 }
 
-void TrustQuestion::answer(TrustAnswer answer) {
+void TrustQuestion::answer(OpcUaTrust answer) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_open)
         m_answer = answer;

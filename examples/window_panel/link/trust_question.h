@@ -4,7 +4,7 @@
 #include <mutex>
 #include <optional>
 
-#include "library/library_words.h"
+#include "OpcUaHelpers.h"
 
 namespace window_panel {
 
@@ -13,17 +13,17 @@ class TrustQuestion {
 public:
     /// Before the person is told of the question.
     void open();
-    /// Waits for as long as the person takes. TrustNever once nobody can be asked any more.
-    TrustAnswer await();
+    /// Waits for as long as the person takes. OpcUaTrust_Reject once nobody can be asked any more.
+    OpcUaTrust await();
     /// Answers the question that is open; without one it is forgotten.
-    void answer(TrustAnswer answer);
+    void answer(OpcUaTrust answer);
     /// Nobody can be asked any more.
     void close();
 
 private:
     std::mutex m_mutex;
     std::condition_variable m_answered;
-    std::optional<TrustAnswer> m_answer;
+    std::optional<OpcUaTrust> m_answer;
     bool m_open = false;
     bool m_closed = false;
 };

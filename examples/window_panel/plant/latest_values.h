@@ -5,8 +5,8 @@
 #include <optional>
 #include <vector>
 
-#include "library/library_words.h"
 #include "plant/tags.h"
+#include "plant/value.h"
 
 namespace window_panel {
 

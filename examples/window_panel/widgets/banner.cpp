@@ -4,9 +4,9 @@
 #include <QLabel>
 #include <QPushButton>
 
+#include "OpcUaHelpers.h"
 #include "drawing/colours.h"
 #include "drawing/texts.h"
-#include "library/library_words.h"
 
 namespace window_panel {
 namespace {
@@ -20,7 +20,7 @@ QString timeText(const PlantPicture& picture) {
 QString textOf(const LinkState& state, const PlantPicture& picture) {
     const QString time = timeText(picture);
     const QString values = time.isEmpty() ? QString() : QStringLiteral(" Values are those of %1.").arg(time);
-    const QString reason = QString::fromStdString(resultText(state.result));
+    const QString reason = QString::fromUtf8(OpcUaResultText(state.result));
     switch (state.kind) {
     case Kind::Connecting:
         return QStringLiteral("Connecting.") + values;

@@ -7,9 +7,10 @@
 #include <QVBoxLayout>
 #include <cstddef>
 
+#include "OpcUaHelpers.h"
 #include "drawing/colours.h"
-#include "library/library_words.h"
 #include "link/access.h"
+#include "link/link_state.h"
 
 namespace window_panel {
 namespace {
@@ -74,7 +75,7 @@ void LoginSheet::fail(int result) {
     const QString reason =
         result == ResultRefused
             ? QStringLiteral("the server refused this user or password, or it did not answer")
-            : QString::fromStdString(resultText(result));
+            : QString::fromUtf8(OpcUaResultText(result));
     m_remark->setStyleSheet(QStringLiteral("color: %1;").arg(colours::alarm.name()));
     m_remark->setText(QStringLiteral("Not logged in: %1.").arg(reason));
     m_password->clear();

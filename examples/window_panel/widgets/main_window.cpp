@@ -4,7 +4,7 @@
 #include <QTimer>
 #include <chrono>
 
-#include "library/library_words.h"
+#include "OpcUaHelpers.h"
 #include "plant/shown_text.h"
 #include "widgets/banner.h"
 #include "widgets/login_sheet.h"
@@ -37,7 +37,7 @@ QString eventOf(LinkState::Kind kind) {
 }
 
 QString reasonOf(int result) {
-    return QString::fromStdString(resultText(result));
+    return QString::fromUtf8(OpcUaResultText(result));
 }
 
 } // namespace

@@ -103,15 +103,15 @@ TrustSheet::TrustSheet(const _OpcUaCertificateMsg& certificate, const QString& u
     body()->addLayout(grid);
 
     QPushButton* const never = addButton(QStringLiteral("Do not trust it"), "trustNever");
-    connect(never, &QPushButton::clicked, this, [this] { answer(TrustNever); });
+    connect(never, &QPushButton::clicked, this, [this] { answer(OpcUaTrust_Reject); });
     connect(addButton(QStringLiteral("Trust it this time"), "trustOnce"), &QPushButton::clicked, this,
-            [this] { answer(TrustOnce); });
+            [this] { answer(OpcUaTrust_Once); });
     connect(addButton(QStringLiteral("Trust it always"), "trustAlways"), &QPushButton::clicked, this,
-            [this] { answer(TrustAlways); });
+            [this] { answer(OpcUaTrust_Always); });
     open(never);
 }
 
-void TrustSheet::answer(TrustAnswer answer) {
+void TrustSheet::answer(OpcUaTrust answer) {
     emit answered(answer);
     close();
 }

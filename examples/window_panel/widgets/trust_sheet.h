@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/library_words.h"
+#include "OpcUaHelpers.h"
 #include "widgets/sheet.h"
 
 class QGridLayout;
@@ -15,11 +15,11 @@ public:
     TrustSheet(const _OpcUaCertificateMsg& certificate, const QString& url, QWidget* window);
 
 signals:
-    void answered(TrustAnswer answer);
+    void answered(OpcUaTrust answer);
 
 private:
-    void refuse() override { answer(TrustNever); }
-    void answer(TrustAnswer answer);
+    void refuse() override { answer(OpcUaTrust_Reject); }
+    void answer(OpcUaTrust answer);
 };
 
 } // namespace window_panel
