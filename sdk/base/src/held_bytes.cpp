@@ -1,5 +1,6 @@
 #include "uabase/held_bytes.h"
 
+#include <cstddef>
 #include <cstdint>
 
 #include <open62541/types.h>

@@ -1,9 +1,11 @@
 #include "uabase/notifications.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <unordered_set>
 #include <utility>
+#include <vector>
 
 #include <open62541/types_generated_handling.h>
 

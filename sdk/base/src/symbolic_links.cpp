@@ -58,7 +58,7 @@ std::string besides(const std::string& link, const std::string& target) {
 
 } // namespace
 
-bool UaFollowOwnLinks(std::string& path) {
+bool UaBase_FollowOwnLinks(std::string& path) {
     for (int followed = 0; followed <= mostLinks; ++followed) {
         const Entry entry(path);
         if (entry.error() != 0) {

@@ -57,7 +57,7 @@ void TraceFile::append(std::string_view entry) {
 void TraceFile::open(int extraFlags) {
     // Through a link of another user the trace would go into whatever file that one likes.
     std::string file = m_name;
-    if (!UaFollowOwnLinks(file))
+    if (!UaBase_FollowOwnLinks(file))
         return;
     // Not to block on a pipe that someone put there; only a regular file is taken.
     m_file.reset(

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <iterator>
 #include <optional>
+#include <string>
+#include <string_view>
 
 #include "unicode.h"
 

@@ -1,5 +1,7 @@
 #include <array>
 #include <climits>
+#include <cstddef>
+#include <vector>
 
 #include <openssl/crypto.h>
 #include <openssl/rand.h>

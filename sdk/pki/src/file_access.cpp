@@ -144,7 +144,7 @@ bool writeNewFile(const std::string& path, const void* data, std::size_t length,
 
 bool writeFileAtomically(const std::string& path, const void* data, std::size_t length, mode_t mode) {
     std::string file = path;
-    const bool found = !path.empty() && UaFollowOwnLinks(file);
+    const bool found = !path.empty() && UaBase_FollowOwnLinks(file);
     if (!found || !replace(file, data, length, mode)) {
         const int error = errno;
         UaTrace::write(UaTrace::Errors, "pki", "cannot write %s%s: %s", path.c_str(),

@@ -1,6 +1,7 @@
 #include "key_derivation.h"
 
 #include <array>
+#include <memory>
 
 #include <openssl/core_names.h>
 #include <openssl/kdf.h>

@@ -1,6 +1,7 @@
 #include "keyed_hash.h"
 
 #include <array>
+#include <cstddef>
 
 #include <openssl/core_names.h>
 #include <openssl/crypto.h>

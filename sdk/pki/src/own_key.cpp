@@ -1,4 +1,9 @@
 #include "key_record.h"
+
+#include <cstddef>
+#include <utility>
+#include <vector>
+
 #include "rsa.h"
 #include "uapki/asymmetric_keys.h"
 

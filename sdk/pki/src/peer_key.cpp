@@ -1,4 +1,7 @@
 #include <algorithm>
+#include <cstddef>
+#include <utility>
+#include <vector>
 
 #include "certificate_parser.h"
 #include "rsa.h"
