@@ -65,7 +65,7 @@ ExitCode run(int count, char** arguments) {
     addInfoCommand(app, chosen);
     addCertCommand(app, chosen);
     try {
-        app.parse(count, arguments);
+        app.parse(reversedArguments(count, arguments));
     } catch (const CLI::ParseError& error) {
         return explainParse(app, error);
     }

@@ -20,6 +20,8 @@ struct CommonOptions {
 
     /// True when the library will look for its files, or write them.
     virtual bool needsFiles() const { return traceLevel != 0; }
+    /// Null where there are none.
+    virtual SecurityOptions* securityOptions() { return nullptr; }
 };
 
 /// What every sub-command takes that opens a connection.
@@ -28,6 +30,7 @@ struct ConnectOptions : CommonOptions {
     SecurityOptions security;
 
     bool needsFiles() const override { return CommonOptions::needsFiles() || security.isWanted(); }
+    SecurityOptions* securityOptions() override { return &security; }
 };
 
 /// Default bound of everything that walks through an address space.
