@@ -62,6 +62,8 @@ ExitCode run(int count, char** arguments) {
     addSnapshotCommand(app, chosen);
     addRestoreCommand(app, chosen);
     addMonitorCommand(app, chosen);
+    addRecordCommand(app, chosen);
+    addExportCommand(app, chosen);
     addInfoCommand(app, chosen);
     addCertCommand(app, chosen);
     try {
