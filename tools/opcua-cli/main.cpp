@@ -64,6 +64,7 @@ ExitCode run(int count, char** arguments) {
     addMonitorCommand(app, chosen);
     addRecordCommand(app, chosen);
     addExportCommand(app, chosen);
+    addShellCommand(app, chosen);
     addInfoCommand(app, chosen);
     addCertCommand(app, chosen);
     try {

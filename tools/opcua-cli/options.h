@@ -3,15 +3,19 @@
 #include "security/options.h"
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 namespace opcua_cli {
+
+class Connection;
 
 /// What every sub-command takes.
 struct CommonOptions {
     std::string url;
     bool json = false;
     int traceLevel = 0;
+    std::shared_ptr<Connection> session{}; ///< a shell's, that its commands share
 
     CommonOptions() = default;
     virtual ~CommonOptions() = default;

@@ -112,7 +112,7 @@ void addMaxNodesOption(CLI::App& command, std::size_t& maxNodes, const std::stri
         ->check(CLI::Range(1, 10000000).description(""));
 }
 
-ExitCode runReporting(CommonOptions& options, const Action& command, Form form) {
+ExitCode runReporting(CommonOptions& options, const std::function<ExitCode()>& command, Form form) {
     try {
         useProfile(options);
         if (options.needsFiles())

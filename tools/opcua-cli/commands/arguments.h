@@ -36,7 +36,12 @@ void addMaxElementsOption(CLI::App& command, std::size_t& maxElements);
 void completeJobs(Jobs& jobs, const NodeListOptions& options);
 
 /// A chosen sub-command, ready to run.
-using Action = std::function<ExitCode()>;
+struct Action {
+    std::function<ExitCode()> run{};
+    CommonOptions* options = nullptr; ///< the command's own
+
+    ExitCode operator()() const { return run(); }
+};
 
 /// Form of a command's documents.
 using Form = std::string (*)(const Json&);
@@ -58,7 +63,7 @@ std::vector<std::string> reversedArguments(int count, const char* const* argumen
 
 /// Runs a command from where the library finds its files; a Failure is reported to people on standard error,
 /// and with --json as {"error": ...} too.
-ExitCode runReporting(CommonOptions& options, const Action& command, Form form);
+ExitCode runReporting(CommonOptions& options, const std::function<ExitCode()>& command, Form form);
 
 template <typename Options>
 struct Command {
@@ -74,7 +79,7 @@ Command<Options> addCommand(CLI::App& app, Action& chosen, ExitCode (*run)(const
     CLI::App* command = app.add_subcommand(name, description);
     command->footer(examples);
     command->callback([=, &chosen] {
-        chosen = [=] { return runReporting(*options, [=] { return run(*options); }, form); };
+        chosen = {[=] { return runReporting(*options, [=] { return run(*options); }, form); }, options.get()};
     });
     return {*command, *options};
 }

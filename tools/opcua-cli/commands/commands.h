@@ -12,6 +12,7 @@ void addWriteCommand(CLI::App& app, Action& chosen);
 void addMonitorCommand(CLI::App& app, Action& chosen);
 void addRecordCommand(CLI::App& app, Action& chosen);
 void addExportCommand(CLI::App& app, Action& chosen);
+void addShellCommand(CLI::App& app, Action& chosen);
 void addInfoCommand(CLI::App& app, Action& chosen);
 void addSnapshotCommand(CLI::App& app, Action& chosen);
 void addRestoreCommand(CLI::App& app, Action& chosen);
