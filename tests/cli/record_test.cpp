@@ -184,7 +184,8 @@ TEST_F(Record, WhatWasCommittedSurvivesAKill) {
 }
 
 TEST_F(Record, NotesWhatIsLeftOutAndRefused) {
-    const CliResult result = recordFor("1", {"ns=2;s=Nowhere", counter, "/Plant/Nowhere"});
+    const CliResult result =
+        recordFor("1", {"ns=2;s=Nowhere", counter, "/Plant/Nowhere", "--max-nodes", "50"});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_THAT(result.error, AllOf(HasSubstr("ns=2;s=Nowhere: "), HasSubstr("no \"Nowhere\" below Plant")));
     EXPECT_THAT(events(), ElementsAre("started", "leftOut", "refused", "ended"));
@@ -213,6 +214,7 @@ TEST_F(Record, RefusesWhatIsNoRecording) {
     EXPECT_EQ(other.exitCode, 2);
     EXPECT_THAT(other.error, HasSubstr("is no recording of this program"));
     EXPECT_THAT(query("SELECT count(*) FROM sqlite_master"), ElementsAre("1"));
+    EXPECT_EQ(cli("record", {"", counter}).exitCode, 2);
     EXPECT_EQ(cli("record", {(m_directory.path() / "none/week.sqlite").string(), counter}).exitCode, 4);
 }
 

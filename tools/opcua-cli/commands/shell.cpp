@@ -55,6 +55,11 @@ constexpr std::array<OwnCommand, 4> ownCommands{
      {"quit", "End; so does Ctrl-D"},
      {"status", "Show the connection and the position"}}};
 
+bool isOwn(const std::string& name) {
+    return std::any_of(ownCommands.begin(), ownCommands.end(),
+                       [&](const OwnCommand& command) { return name == command.name; });
+}
+
 std::vector<std::string> commandNames() {
     std::vector<std::string> names;
     for (const SharedCommand& command : sharedCommands)
@@ -172,7 +177,7 @@ private:
 
     ExitCode runCommand(const std::vector<std::string>& words) {
         const std::string argument = words.size() > 1 ? words[1] : "";
-        if (words[0] != "cd" && words[0] != "help" && words[0] != "quit" && words[0] != "status")
+        if (!isOwn(words[0]))
             return runShared(words);
         if (words.size() > (words[0] == "cd" || words[0] == "help" ? 2u : 1u))
             throw usageFailure(words[0] + " takes fewer arguments", "help");
@@ -265,7 +270,7 @@ private:
     static std::string helpOn(const std::string& name) {
         CLI::App app;
         Action unused;
-        if (!name.empty() && std::string("cd help quit status").find(name) == std::string::npos)
+        if (!name.empty() && !isOwn(name))
             return add(app, unused, sharedCommand(name)).help();
         Table table({{"Command"}, {"", false}});
         for (const SharedCommand& shared : sharedCommands)

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <limits>
 #include <optional>
@@ -123,9 +124,13 @@ void Recording::Close::operator()(sqlite3* database) const {
 }
 
 Recording::Recording(const std::string& path, bool writable) : m_path(path) {
+    if (path.empty())
+        throw usageFailure("the name of the recording is empty");
+    // Some names mean something else to SQLite, such as :memory:.
+    const std::string file = std::filesystem::absolute(path).string();
     sqlite3* database = nullptr;
     const int flags = writable ? SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE : SQLITE_OPEN_READONLY;
-    const int result = sqlite3_open_v2(path.c_str(), &database, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    const int result = sqlite3_open_v2(file.c_str(), &database, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     m_database.reset(database);
     std::string reason = result != SQLITE_OK ? sqlite3_errmsg(database) : "";
     if (reason.empty() && writable && sqlite3_db_readonly(database, "main") == 1)
