@@ -19,7 +19,7 @@ group=${1:-all}
 
 build_packages=(
   cmake g++ make ninja-build pkg-config
-  libssl-dev libsimpleini-dev libspdlog-dev libcli11-dev nlohmann-json3-dev
+  libssl-dev libsimpleini-dev libspdlog-dev libcli11-dev nlohmann-json3-dev libsqlite3-dev libedit-dev
 )
 test_packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
@@ -82,7 +82,7 @@ without() {
 }
 # The names of the shared libraries carry versions; the development packages know which.
 runtime_packages() {
-  apt-cache depends libssl-dev libspdlog-dev libfmt-dev 2>/dev/null |
+  apt-cache depends libssl-dev libspdlog-dev libfmt-dev libsqlite3-dev libedit-dev 2>/dev/null |
     awk '$1 == "Depends:" && $2 ~ /^lib/ && $2 !~ /-dev$/ { print $2 }' | sort -u
 }
 

@@ -18,6 +18,12 @@ _opcua_cli_values() {
     esac
 }
 
+# The names of the profiles.
+_opcua_cli_profiles() {
+    sed -nE 's/^[[:space:]]*\[[[:space:]]*([^][:space:]]+)[[:space:]]*\][[:space:]]*$/\1/p' \
+        "${XDG_CONFIG_HOME:-$HOME/.config}/opcua-cli/profiles.ini" 2>/dev/null
+}
+
 _opcua_cli() {
     local program=$1 word=$2 previous=$3 command= help options i
     COMPREPLY=()
@@ -30,6 +36,14 @@ _opcua_cli() {
     help=$("$program" $command --help 2>/dev/null) || return
     if [[ -z $command && $word != -* ]]; then
         COMPREPLY=($(compgen -W "$(_opcua_cli_names Subcommands <<<"$help")" -- "$word"))
+        return
+    fi
+    # Mostly a word ends for bash at an @, but that is for its user to say.
+    if [[ $word == @* ]]; then
+        COMPREPLY=($(compgen -P @ -W "$(_opcua_cli_profiles)" -- "${word#@}"))
+        return
+    elif [[ $previous == @ || ${COMP_WORDS[COMP_CWORD]} == @ ]]; then
+        COMPREPLY=($(compgen -W "$(_opcua_cli_profiles)" -- "$word"))
         return
     fi
     options=$(_opcua_cli_names Options <<<"$help")

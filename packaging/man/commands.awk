@@ -25,7 +25,7 @@ function paragraph(text, words, count, i, line, result) {
 
 function item_head(names, head, count, parts, i, words) {
   if (names !~ /^-/) {
-    sub(/ REQUIRED$/, "", names)
+    sub(/ REQUIRED( \(Env:.*)?$/, "", names)
     return ".It Ar \"" plain(names) "\""
   }
   words = ""

@@ -47,8 +47,8 @@ private:
 
 const std::string nowhere = "opc.tcp://127.0.0.1:4840";
 
-const std::vector<std::string> commands{"discover", "browse",  "read",    "write",
-                                        "snapshot", "restore", "monitor", "info"};
+const std::vector<std::string> commands{"discover", "browse",  "read", "write",  "snapshot",
+                                        "restore",  "monitor", "info", "record", "shell"};
 
 } // namespace
 

@@ -36,6 +36,18 @@ complete_words restore plant:4840 ''
 expect " -o default" "$asked_for"
 complete_words read plant:4840 --max-nodes ''
 expect "" "${COMPREPLY[*]}$asked_for"
+
+export XDG_CONFIG_HOME
+XDG_CONFIG_HOME=$(mktemp -d)
+trap 'rm -r "$XDG_CONFIG_HOME"' EXIT
+mkdir "$XDG_CONFIG_HOME/opcua-cli"
+printf '[boiler]\nurl = h\n[ line1 ]\nurl = h\n' >"$XDG_CONFIG_HOME/opcua-cli/profiles.ini"
+complete_words read @bo
+expect @boiler "${COMPREPLY[*]}"
+complete_words read @ li # as bash parts it
+expect line1 "${COMPREPLY[*]}"
+complete_words read @
+expect "@boiler @line1" "${COMPREPLY[*]}"
 complete_words nonsense ''
 expect "" "${COMPREPLY[*]}$asked_for"
 

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -93,6 +94,10 @@ bool Connection::isAlive() {
     int size = sizeof state;
     return m_client.OpcUaGetValue(&record, &state, size) != connectionLost &&
            m_client.OpcUaGetConnectStatus() == connected;
+}
+
+std::shared_ptr<Connection> connectionFor(const ConnectOptions& options) {
+    return options.session ? options.session : std::make_shared<Connection>(options);
 }
 
 } // namespace opcua_cli

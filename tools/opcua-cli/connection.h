@@ -6,6 +6,7 @@
 #include "security/trust.h"
 
 #include <functional>
+#include <memory>
 #include <utility>
 
 namespace opcua_cli {
@@ -67,5 +68,8 @@ private:
     COpcUaClientInterface m_client;
     Problem m_lastProblem;
 };
+
+/// The shell's connection, or one of the command's own. Throws Failure as Connection.
+std::shared_ptr<Connection> connectionFor(const ConnectOptions& options);
 
 } // namespace opcua_cli

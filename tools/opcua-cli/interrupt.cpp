@@ -77,6 +77,14 @@ void throwIfInterrupted() {
     }
 }
 
+void forgetInterrupt() {
+    int interrupted = SIGINT;
+    std::uint64_t count = 0;
+    if (received.compare_exchange_strong(interrupted, 0)) {
+        [[maybe_unused]] const ssize_t taken = read(wakeUp, &count, sizeof count);
+    }
+}
+
 int interruptDescriptor() {
     return wakeUp;
 }

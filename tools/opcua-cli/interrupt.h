@@ -10,7 +10,10 @@ void watchForInterrupt();
 /// services.
 void throwIfInterrupted();
 
-/// Becomes readable with the first signal, and stays so: for who waits in poll().
+/// The Ctrl-C that came is dealt with: the next one counts as a first one.
+void forgetInterrupt();
+
+/// Becomes readable with the first signal, and stays so until forgetInterrupt(): for who waits in poll().
 int interruptDescriptor();
 
 /// What a second signal writes to standard output before it ends the program, to leave a terminal as it was;

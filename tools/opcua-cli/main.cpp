@@ -62,10 +62,13 @@ ExitCode run(int count, char** arguments) {
     addSnapshotCommand(app, chosen);
     addRestoreCommand(app, chosen);
     addMonitorCommand(app, chosen);
+    addRecordCommand(app, chosen);
+    addExportCommand(app, chosen);
+    addShellCommand(app, chosen);
     addInfoCommand(app, chosen);
     addCertCommand(app, chosen);
     try {
-        app.parse(count, arguments);
+        app.parse(reversedArguments(count, arguments));
     } catch (const CLI::ParseError& error) {
         return explainParse(app, error);
     }

@@ -3,15 +3,19 @@
 #include "security/options.h"
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 namespace opcua_cli {
+
+class Connection;
 
 /// What every sub-command takes.
 struct CommonOptions {
     std::string url;
     bool json = false;
     int traceLevel = 0;
+    std::shared_ptr<Connection> session{}; ///< a shell's, that its commands share
 
     CommonOptions() = default;
     virtual ~CommonOptions() = default;
@@ -20,6 +24,8 @@ struct CommonOptions {
 
     /// True when the library will look for its files, or write them.
     virtual bool needsFiles() const { return traceLevel != 0; }
+    /// Null where there are none.
+    virtual SecurityOptions* securityOptions() { return nullptr; }
 };
 
 /// What every sub-command takes that opens a connection.
@@ -28,6 +34,7 @@ struct ConnectOptions : CommonOptions {
     SecurityOptions security;
 
     bool needsFiles() const override { return CommonOptions::needsFiles() || security.isWanted(); }
+    SecurityOptions* securityOptions() override { return &security; }
 };
 
 /// Default bound of everything that walks through an address space.

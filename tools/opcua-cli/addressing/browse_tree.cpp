@@ -1,5 +1,6 @@
 #include "addressing/browse_tree.h"
 
+#include "addressing/node_finder.h"
 #include "addressing/node_info.h"
 #include "interrupt.h"
 
@@ -57,11 +58,13 @@ std::string names(const Children& children) {
 
 } // namespace
 
-BrowseTree::BrowseTree(Connection& connection, const NodeReference& reference) : m_connection(connection) {
+BrowseTree::BrowseTree(Connection& connection, const NodeReference& reference)
+    : m_connection(connection), m_first(connection.client().OpcUaReadRootNode() == nullptr) {
     const auto* id = std::get_if<std::string>(&reference);
     const std::string startId = id != nullptr ? *id : rootFolderId;
     OpcUaNode record = recordFor(startId);
-    const int code = connection.client().OpcUaBrowse(&record);
+    // Without a record the tree that was begins anew, in the Root folder.
+    const int code = connection.client().OpcUaBrowse(m_first ? &record : nullptr);
     connection.throwIfLost(code);
     if (code != 0) {
         Problem problem = connection.lastProblem();
@@ -89,7 +92,17 @@ BrowseTree::Level BrowseTree::expand(OpcUaNode* record) {
 
 std::vector<OpcUaNode*> BrowseTree::wayTo(const NodeReference& reference) {
     const auto* path = std::get_if<NodePath>(&reference);
-    return path != nullptr ? follow(*path) : std::vector<OpcUaNode*>{m_start};
+    if (path != nullptr)
+        return follow(*path);
+    return {m_first ? m_start : search(std::get<std::string>(reference))};
+}
+
+OpcUaNode* BrowseTree::search(const std::string& nodeId) {
+    Progress progress("looking for the node");
+    OpcUaNode* const record = NodeFinder(*this, defaultMaxNodes, progress).find(nodeId);
+    if (record == nullptr)
+        throw nodeFailure(nodeId + " was not found in the address space", "its path");
+    return record;
 }
 
 std::vector<OpcUaNode*> BrowseTree::follow(const NodePath& path) {

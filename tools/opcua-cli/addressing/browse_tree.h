@@ -18,7 +18,7 @@ constexpr const char* objectsFolderId = "i=85";
 /// The part of a server's address space that was browsed, as the library's own records. A record is browsed
 /// once, so that all of them stay valid as long as the tree: browsing one again would free what lies below.
 ///
-/// One tree a connection: the library keeps one.
+/// The library keeps one tree a connection: the next one takes its place.
 class BrowseTree {
 public:
     struct Level {
@@ -26,8 +26,9 @@ public:
         std::optional<Problem> problem{}; ///< the browse was refused: the children are those that came before
     };
 
-    /// Browses the node in which the tree starts: the Root folder for a path, for an id the node itself.
-    /// Throws Failure (Failed) when that is refused.
+    /// Browses the node in which the tree starts: the Root folder for a path, for an id the node itself in
+    /// the first tree of a connection, and in later ones the Root folder. Throws Failure (Failed) when that
+    /// is refused.
     BrowseTree(Connection& connection, const NodeReference& reference);
 
     OpcUaNode* start() const { return m_start; }
@@ -37,8 +38,8 @@ public:
     Level expand(OpcUaNode* record);
 
     /// The records on the way to the node, its own last. A path needs a tree that starts at the Root folder
-    /// and may leave out the Objects folder; for an id this is the start. Throws Failure (Failed) that names
-    /// the step that leads nowhere.
+    /// and may leave out the Objects folder; for an id this is its record alone, the start or one that is
+    /// looked for. Throws Failure (Failed) that names the step that leads nowhere.
     std::vector<OpcUaNode*> wayTo(const NodeReference& reference);
 
     /// Number of browses so far.
@@ -46,8 +47,10 @@ public:
 
 private:
     std::vector<OpcUaNode*> follow(const NodePath& path);
+    OpcUaNode* search(const std::string& nodeId);
 
     Connection& m_connection;
+    bool m_first; ///< of its connection
     OpcUaNode* m_start = nullptr;
     std::unordered_set<const OpcUaNode*> m_browsed;
 };

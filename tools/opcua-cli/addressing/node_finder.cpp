@@ -83,7 +83,17 @@ int searchRank(const std::string& targetId, const NodeInfo& candidate) {
 }
 
 NodeFinder::NodeFinder(Connection& connection, std::size_t maxNodes, Progress& progress)
-    : m_tree(connection, rootFolderId), m_maxNodes(maxNodes), m_progress(progress) {
+    : m_own(std::in_place, connection, rootFolderId), m_tree(*m_own), m_maxNodes(maxNodes),
+      m_progress(progress) {
+    begin();
+}
+
+NodeFinder::NodeFinder(BrowseTree& tree, std::size_t maxNodes, Progress& progress)
+    : m_tree(tree), m_maxNodes(maxNodes), m_progress(progress) {
+    begin();
+}
+
+void NodeFinder::begin() {
     m_seen.emplace(rootFolderId, m_tree.start());
     look(m_tree.start());
 }

@@ -5,6 +5,7 @@
 #include "output/terminal.h"
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -22,6 +23,8 @@ class NodeFinder {
 public:
     /// Looks at `maxNodes` nodes at most, all searches together. The progress must live on.
     NodeFinder(Connection& connection, std::size_t maxNodes, Progress& progress);
+    /// Walks on in a tree that starts at the Root folder and must live on.
+    NodeFinder(BrowseTree& tree, std::size_t maxNodes, Progress& progress);
 
     /// The record, which for an id may be the tree's start; null when an id did not show up. Throws as
     /// BrowseTree.
@@ -31,11 +34,13 @@ public:
     BrowseTree& tree() { return m_tree; }
 
 private:
+    void begin();
     OpcUaNode* search(const std::string& nodeId);
     void look(OpcUaNode* record);
     std::size_t cost() const;
 
-    BrowseTree m_tree;
+    std::optional<BrowseTree> m_own;
+    BrowseTree& m_tree;
     std::size_t m_maxNodes;
     Progress& m_progress;
     std::unordered_map<std::string, OpcUaNode*> m_seen;

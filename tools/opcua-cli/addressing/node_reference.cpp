@@ -155,6 +155,12 @@ NodeReference parseNodeReference(const std::string& text) {
     return canonicalNodeId(text);
 }
 
+bool looksLikeNode(std::string_view text) {
+    constexpr std::string_view kinds = "isgb";
+    return text.substr(0, 1) == "/" || text.substr(0, 3) == "ns=" ||
+           (text.size() > 1 && text[1] == '=' && kinds.find(text[0]) != std::string_view::npos);
+}
+
 bool matches(const PathStep& step, const std::string& browseName) {
     const SplitName split = splitBrowseName(browseName);
     const bool namespaceFits =

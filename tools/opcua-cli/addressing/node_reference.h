@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -23,6 +24,9 @@ using NodeReference = std::variant<NodePath, std::string>;
 /// character takes away its meaning in a path ("/Line&/1"), as in the standard's relative paths (OPC UA Part
 /// 4, A.2). Throws Failure (Usage).
 NodeReference parseNodeReference(const std::string& text);
+
+/// True for a text that begins as a path or a node id does, and thus is neither a URL nor an option.
+bool looksLikeNode(std::string_view text);
 
 /// True when the browse name of a record ("2:Speed", "Objects" or "0:Objects") is the one of the step.
 bool matches(const PathStep& step, const std::string& browseName);

@@ -39,7 +39,8 @@ std::string traceLevelNames() {
     return names;
 }
 
-/// The address that the user gave, completed: "host:4840" becomes "opc.tcp://host:4840".
+} // namespace
+
 std::string completeUrl(const std::string& text) {
     std::string url = text.find("://") == std::string::npos ? std::string(scheme) + text : text;
     if (url.compare(0, scheme.size(), scheme) != 0)
@@ -53,7 +54,12 @@ std::string completeUrl(const std::string& text) {
     return url;
 }
 
+namespace {
+
 std::string completeUrlInPlace(std::string& text) {
+    // A profile is looked up when the command runs.
+    if (!text.empty() && text[0] == '@')
+        return {};
     try {
         text = completeUrl(text);
         return {};
@@ -69,8 +75,11 @@ std::string checkTypeName(std::string& text) {
 } // namespace
 
 void addCommonOptions(CLI::App& command, CommonOptions& options) {
-    command.add_option("URL", options.url, "Address of the server: opc.tcp://host:port[/path] or host:port")
+    command
+        .add_option("URL", options.url,
+                    "Address of the server: opc.tcp://host:port[/path], host:port, or @NAME for a profile")
         ->required()
+        ->envname(urlVariable)
         ->type_name("")
         ->transform(CLI::Validator(completeUrlInPlace, ""));
     addReportOptions(command, options);
@@ -103,8 +112,9 @@ void addMaxNodesOption(CLI::App& command, std::size_t& maxNodes, const std::stri
         ->check(CLI::Range(1, 10000000).description(""));
 }
 
-ExitCode runReporting(const CommonOptions& options, const Action& command, Form form) {
+ExitCode runReporting(CommonOptions& options, const std::function<ExitCode()>& command, Form form) {
     try {
+        useProfile(options);
         if (options.needsFiles())
             prepareLibraryFiles();
         return command();

@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace opcua_cli {
 
@@ -35,14 +36,34 @@ void addMaxElementsOption(CLI::App& command, std::size_t& maxElements);
 void completeJobs(Jobs& jobs, const NodeListOptions& options);
 
 /// A chosen sub-command, ready to run.
-using Action = std::function<ExitCode()>;
+struct Action {
+    std::function<ExitCode()> run{};
+    CommonOptions* options = nullptr; ///< the command's own
+
+    ExitCode operator()() const { return run(); }
+};
 
 /// Form of a command's documents.
 using Form = std::string (*)(const Json&);
 
+/// The address that the user gave, completed: "host:4840" becomes "opc.tcp://host:4840". Throws
+/// CLI::ValidationError.
+std::string completeUrl(const std::string& text);
+
+/// The URL, or the @profile, that is meant where none is given, and by @ alone.
+constexpr const char* urlVariable = "OPCUA_CLI_URL";
+
+/// Where the URL is an @profile: its own, and what it says of security where the options say nothing. Throws
+/// Failure (Usage).
+void useProfile(CommonOptions& options);
+
+/// The words behind the program's name, last one first, as CLI11 wants them. Where a node stands in the place
+/// of the URL, the one of the environment is meant.
+std::vector<std::string> reversedArguments(int count, const char* const* arguments);
+
 /// Runs a command from where the library finds its files; a Failure is reported to people on standard error,
 /// and with --json as {"error": ...} too.
-ExitCode runReporting(const CommonOptions& options, const Action& command, Form form);
+ExitCode runReporting(CommonOptions& options, const std::function<ExitCode()>& command, Form form);
 
 template <typename Options>
 struct Command {
@@ -58,7 +79,7 @@ Command<Options> addCommand(CLI::App& app, Action& chosen, ExitCode (*run)(const
     CLI::App* command = app.add_subcommand(name, description);
     command->footer(examples);
     command->callback([=, &chosen] {
-        chosen = [=] { return runReporting(*options, [=] { return run(*options); }, form); };
+        chosen = {[=] { return runReporting(*options, [=] { return run(*options); }, form); }, options.get()};
     });
     return {*command, *options};
 }

@@ -58,7 +58,8 @@ void readValues(Connection& connection, Findings& findings) {
 }
 
 Findings explore(const BrowseOptions& options, const NodeReference& start) {
-    Connection connection(options);
+    const auto held = connectionFor(options);
+    Connection& connection = *held;
     BrowseTree tree(connection, start);
     const std::vector<OpcUaNode*> way = tree.wayTo(start);
     Findings findings;

@@ -72,7 +72,7 @@ struct ServerInfo {
 std::optional<unsigned long> countNamespaces(Connection& connection) {
     try {
         BrowseTree tree(connection, serverObjectId);
-        for (OpcUaNode* record : tree.expand(tree.start()).children) {
+        for (OpcUaNode* record : tree.expand(tree.wayTo(serverObjectId).back()).children) {
             const NodeInfo node = describe(*record);
             if (node.nodeId == namespaceArrayId && node.dimensions.size() == 1)
                 return node.dimensions[0];
@@ -85,7 +85,8 @@ std::optional<unsigned long> countNamespaces(Connection& connection) {
 }
 
 ServerInfo ask(const ConnectOptions& options) {
-    Connection connection(options);
+    const auto held = connectionFor(options);
+    Connection& connection = *held;
     ServerInfo info;
     info.security = connection.security();
     for (const WellKnownNode& node : identity) {

@@ -1,9 +1,9 @@
-#include "commands/commands.h"
+#include "commands/monitor.h"
 
+#include "commands/commands.h"
 #include "interrupt.h"
 #include "monitor/change_inbox.h"
 #include "monitor/link.h"
-#include "monitor/output.h"
 #include "monitor/watched.h"
 #include "output/terminal.h"
 
@@ -24,19 +24,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int greatestDepth = 100;
 constexpr std::chrono::milliseconds lookAtConnection{100};
 
-struct MonitorOptions : ConnectOptions {
-    std::vector<std::string> nodes;
-    int interval = 500;
-    std::optional<double> duration;
-    std::string index;
-    int depth = greatestDepth;
-    std::size_t maxNodes = defaultMaxNodes;
-};
-
-std::unique_ptr<MonitorOutput> makeOutput(const MonitorOptions& options, const Monitored& monitored) {
+std::unique_ptr<MonitorOutput> makeOutput(const FollowOptions& options, const Monitored& monitored) {
     if (options.json)
         return makeJsonLines(monitored);
     return terminalOn(STDOUT_FILENO).canRedraw ? makeLiveTable(monitored) : makeTextLines(monitored);
@@ -45,7 +35,7 @@ std::unique_ptr<MonitorOutput> makeOutput(const MonitorOptions& options, const M
 /// Follows the nodes until the time is over or somebody ends it.
 class Monitor {
 public:
-    Monitor(const MonitorOptions& options, Monitored& monitored, ChangeInbox& inbox, Link& link,
+    Monitor(const FollowOptions& options, Monitored& monitored, ChangeInbox& inbox, Link& link,
             MonitorOutput& output)
         : m_options(options), m_monitored(monitored), m_inbox(inbox), m_link(link), m_output(output),
           m_silent(monitored.nodes.size(), true) {}
@@ -69,6 +59,15 @@ public:
         return m_refused == 0;
     }
 
+    /// What has come until now is still shown, but nothing is asked of the server any more.
+    void end() {
+        for (const Change& change : m_inbox.collect()) {
+            if (!isReadWhenChanged(change))
+                m_output.change(change);
+        }
+        m_output.end();
+    }
+
 private:
     bool anyMonitored() const { return m_refused < m_monitored.nodes.size(); }
 
@@ -82,9 +81,10 @@ private:
         if (m_options.duration)
             limit = std::min<decltype(limit)>(
                 limit, start + std::chrono::duration<double>(*m_options.duration) - Clock::now());
-        // Nothing is asked about standard output: poll() tells when its reader is gone.
-        std::array<pollfd, 3> watched{
-            {{m_inbox.descriptor(), POLLIN, 0}, {interruptDescriptor(), POLLIN, 0}, {STDOUT_FILENO, 0, 0}}};
+        // Nothing is asked about the output: poll() tells when its reader is gone.
+        std::array<pollfd, 3> watched{{{m_inbox.descriptor(), POLLIN, 0},
+                                       {interruptDescriptor(), POLLIN, 0},
+                                       {m_output.descriptor(), 0, 0}}};
         poll(watched.data(), watched.size(), std::max(static_cast<int>(limit.count()) + 1, 0));
         throwIfInterrupted();
         if ((watched[2].revents & POLLERR) != 0)
@@ -101,12 +101,17 @@ private:
             m_output.dropped(count);
     }
 
+    bool isReadWhenChanged(const Change& change) const {
+        const Job& watched = m_monitored.nodes[change.node];
+        return !isWatchedWhole(watched) && !watched.index && (isReadAsText(watched) || change.cut);
+    }
+
     /// The library's message holds no whole array, no long text, and nothing that it does not convert.
     void complete(Change& change) {
         const Job& watched = m_monitored.nodes[change.node];
         if (isWatchedWhole(watched)) {
             change.value = {};
-        } else if (!watched.index && (isReadAsText(watched) || change.cut)) {
+        } else if (isReadWhenChanged(change)) {
             const std::optional<std::string> text = m_link.readText(watched.node.nodeId);
             change.readable = text.has_value();
             change.value = text ? Value(*text) : Value{};
@@ -146,7 +151,7 @@ private:
             m_output.silent(nodes);
     }
 
-    const MonitorOptions& m_options;
+    const FollowOptions& m_options;
     Monitored& m_monitored;
     ChangeInbox& m_inbox;
     Link& m_link;
@@ -156,7 +161,7 @@ private:
     Clock::time_point m_silenceToldAt = Clock::time_point::max();
 };
 
-Jobs jobsOf(const MonitorOptions& options) {
+Jobs jobsOf(const FollowOptions& options) {
     Jobs jobs;
     for (const std::string& given : options.nodes)
         jobs.push_back({{}, given, parseNodeReference(given)});
@@ -168,7 +173,9 @@ Jobs jobsOf(const MonitorOptions& options) {
     return jobs;
 }
 
-ExitCode runMonitor(const MonitorOptions& options) {
+} // namespace
+
+ExitCode follow(const FollowOptions& options, const MakeOutput& makeOutput) {
     Jobs jobs = jobsOf(options);
     ChangeInbox inbox;
     Link link(options, options.interval,
@@ -180,22 +187,29 @@ ExitCode runMonitor(const MonitorOptions& options) {
     for (const Job& watched : monitored.nodes)
         ids.push_back(watched.node.nodeId);
     inbox.expect(ids);
-    const std::unique_ptr<MonitorOutput> output = makeOutput(options, monitored);
+    const std::unique_ptr<MonitorOutput> output = makeOutput(monitored);
     bool all = true;
     for (const Job& job : jobs) {
         if (job.problem)
             output->leftOut(namedProblem(job.given, *job.problem));
         all = all && !job.problem;
     }
+    Monitor monitor(options, monitored, inbox, link, *output);
     try {
-        all = Monitor(options, monitored, inbox, link, *output).run() && all;
+        all = monitor.run() && all;
     } catch (const Failure& failure) {
         if (failure.exitCode() != ExitCode::OutputClosed && failure.exitCode() != ExitCode::OutputFailed)
-            output->end();
+            monitor.end();
         throw;
     }
-    output->end();
+    monitor.end();
     return all ? ExitCode::Success : ExitCode::Failed;
+}
+
+namespace {
+
+ExitCode runMonitor(const FollowOptions& options) {
+    return follow(options, [&](const Monitored& monitored) { return makeOutput(options, monitored); });
 }
 
 constexpr const char* examples = R"(Examples:
@@ -209,16 +223,14 @@ Time stamps are those of arrival. The library samples ten times a second and del
 
 } // namespace
 
-void addMonitorCommand(CLI::App& app, Action& chosen) {
-    auto [command, options] = addCommand<MonitorOptions>(
-        app, chosen, runMonitor, "monitor",
-        "Follow values: a live table on a terminal, lines in a pipe; Ctrl-C ends it", examples, documentLine);
-    addConnectOptions(command, options);
+void addFollowOptions(CLI::App& command, FollowOptions& options) {
     command
         .add_option("NODE", options.nodes, "Node ids or paths; a folder stands for all variables below it")
         ->required()
         ->type_name("");
-    command.add_option("--interval", options.interval, "Milliseconds between two deliveries (default: 500)")
+    command
+        .add_option("--interval", options.interval,
+                    "Milliseconds between two deliveries (default: " + std::to_string(options.interval) + ")")
         ->type_name("MS")
         ->check(CLI::Range(10, 3600000).description(""));
     command.add_option("--duration", options.duration, "Seconds until it ends (default: until Ctrl-C)")
@@ -230,8 +242,16 @@ void addMonitorCommand(CLI::App& app, Action& chosen) {
         ->type_name("I,...");
     command.add_option("--depth", options.depth, "Levels below a folder, 1 to 100 (default: all)")
         ->type_name("N")
-        ->check(CLI::Range(1, greatestDepth).description(""));
+        ->check(CLI::Range(1, greatestFollowDepth).description(""));
     addMaxNodesOption(command, options.maxNodes, "Look at so many nodes at most, in each search or folder");
+}
+
+void addMonitorCommand(CLI::App& app, Action& chosen) {
+    auto [command, options] = addCommand<FollowOptions>(
+        app, chosen, runMonitor, "monitor",
+        "Follow values: a live table on a terminal, lines in a pipe; Ctrl-C ends it", examples, documentLine);
+    addConnectOptions(command, options);
+    addFollowOptions(command, options);
 }
 
 } // namespace opcua_cli

@@ -76,7 +76,8 @@ std::string jsonReport(const ReadOptions& options, const Jobs& jobs) {
 ExitCode runRead(const ReadOptions& options) {
     Jobs jobs = jobsOf(options);
     {
-        Connection connection(options);
+        const auto held = connectionFor(options);
+        Connection& connection = *held;
         resolve(connection, jobs, options.maxNodes);
         read(connection, jobs, options.maxElements);
     }

@@ -75,7 +75,8 @@ void compareNodes(const Folder& folder, Jobs& jobs) {
 }
 
 Restoration restoreValues(const RestoreOptions& options, Snapshot snapshot) {
-    Connection connection(options);
+    const auto held = connectionFor(options);
+    Connection& connection = *held;
     Jobs& jobs = snapshot.nodes;
     compareNodes(exploreFolder(connection, snapshot.folderId, options.maxNodes), jobs);
     read(connection, jobs, options.maxElements);

@@ -71,7 +71,8 @@ void readVariables(Connection& connection, const SnapshotOptions& options, Jobs&
 }
 
 Snapshot takenFrom(const SnapshotOptions& options, const NodeReference& reference) {
-    Connection connection(options);
+    const auto held = connectionFor(options);
+    Connection& connection = *held;
     Folder folder = exploreFolder(connection, reference, options.maxNodes);
     Snapshot snapshot{options.url, options.folder, folder.nodeId,
                       utcSecondsText(std::chrono::system_clock::now()), folder.complete};

@@ -132,7 +132,8 @@ void throwIfFailed(const Job& job) {
 ExitCode runWrite(const WriteOptions& options) {
     Jobs jobs = jobsOf(options);
     {
-        Connection connection(options);
+        const auto held = connectionFor(options);
+        Connection& connection = *held;
         resolve(connection, jobs, options.maxNodes);
         // Values that do not fit are found before the first is written.
         std::for_each(jobs.begin(), jobs.end(), prepare);

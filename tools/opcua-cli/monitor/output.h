@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace opcua_cli {
@@ -33,6 +34,9 @@ public:
     /// Changes were lost because they could not be shown fast enough.
     virtual void dropped(std::size_t count) = 0;
     virtual void event(const LinkEvent& event) = 0;
+
+    /// What poll() tells of when nobody reads any more; negative for what has no reader.
+    virtual int descriptor() const { return STDOUT_FILENO; }
 
     /// After a round of the above.
     virtual void flush() = 0;

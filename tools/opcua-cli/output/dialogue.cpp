@@ -22,18 +22,6 @@ bool awaitKey() {
     return watched[1].revents == 0 && watched[0].revents != 0;
 }
 
-/// Byte by byte: what comes behind the line is the next reader's.
-std::optional<std::string> readLine() {
-    std::string line;
-    for (char character = 0;;) {
-        if (!awaitKey() || read(STDIN_FILENO, &character, 1) != 1)
-            return std::nullopt;
-        if (character == '\n')
-            return line;
-        line += character;
-    }
-}
-
 class SilentTerminal {
 public:
     SilentTerminal() : m_changed(tcgetattr(STDIN_FILENO, &m_before) == 0) {
@@ -62,6 +50,20 @@ void show(const std::string& question) {
 
 bool canAsk() {
     return isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
+}
+
+/// Byte by byte: what comes behind the line is the next reader's.
+std::optional<std::string> readLine() {
+    std::string line;
+    for (char character = 0;;) {
+        if (!awaitKey())
+            return std::nullopt;
+        if (read(STDIN_FILENO, &character, 1) != 1)
+            return line.empty() ? std::nullopt : std::optional(line);
+        if (character == '\n')
+            return line;
+        line += character;
+    }
 }
 
 std::optional<std::string> ask(const std::string& question) {

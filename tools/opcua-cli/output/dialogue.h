@@ -8,6 +8,9 @@ namespace opcua_cli {
 /// True when there is a person to ask: standard input and standard error are terminals.
 bool canAsk();
 
+/// The next line of standard input, without its end. Nothing when the input ends or Ctrl-C is pressed.
+std::optional<std::string> readLine();
+
 /// Shows the question on standard error and returns the line that was typed, without its end. Nothing when
 /// the input ends or Ctrl-C is pressed.
 std::optional<std::string> ask(const std::string& question);

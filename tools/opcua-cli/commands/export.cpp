@@ -1,0 +1,138 @@
+#include "commands/commands.h"
+#include "files/descriptor.h"
+#include "interrupt.h"
+#include "output/streams.h"
+#include "record/recording.h"
+
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <optional>
+#include <regex>
+#include <string>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace opcua_cli {
+namespace {
+
+struct ExportOptions : CommonOptions {
+    std::string file;
+    std::string output; ///< empty for standard output
+    RowFilter filter;
+};
+
+/// As in RFC 4180.
+std::string csvField(const std::string& text) {
+    if (text.find_first_of(",\"\r\n") == std::string::npos)
+        return text;
+    std::string field = "\"";
+    for (const char character : text)
+        field += character == '"' ? "\"\"" : std::string(1, character);
+    return field + "\"";
+}
+
+std::string csvLine(const std::vector<std::string>& fields) {
+    std::string line;
+    for (const std::string& field : fields)
+        line += csvField(field) + ",";
+    line.back() = '\n';
+    return line;
+}
+
+/// Standard output or a file, written in pieces: a recording may be longer than memory.
+class Output {
+public:
+    explicit Output(const std::string& path)
+        : m_path(path),
+          m_file(path.empty() ? dup(STDOUT_FILENO)
+                              : open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
+        if (!m_file.isOpen())
+            fail();
+    }
+
+    void put(const std::string& text) {
+        constexpr std::size_t piece = 65536;
+        m_pending += text;
+        if (m_pending.size() >= piece)
+            flush();
+    }
+
+    void flush() {
+        const std::string text = std::exchange(m_pending, {});
+        if (m_path.empty())
+            writeOutput(text);
+        else if (!writeAll(m_file.number(), text))
+            fail();
+    }
+
+private:
+    [[noreturn]] void fail() const {
+        throw Failure(ExitCode::OutputFailed, {"cannot write " + m_path + ": " + std::strerror(errno), {}});
+    }
+
+    std::string m_path;
+    Descriptor m_file;
+    std::string m_pending;
+};
+
+ExitCode runExport(const ExportOptions& options) {
+    Recording recording = Recording::toRead(options.file);
+    std::error_code different;
+    if (std::filesystem::equivalent(options.file, options.output, different))
+        throw usageFailure(options.output + " is the recording itself");
+    Output output(options.output);
+    output.put(csvLine({"time", "event", "url", "node", "name", "type", "value"}));
+    recording.rows(options.filter, [&](const RecordedRow& row) {
+        throwIfInterrupted();
+        output.put(csvLine({row.time, row.event, row.url, row.node, row.name, row.type, row.text}));
+    });
+    output.flush();
+    return ExitCode::Success;
+}
+
+/// Times are compared as texts, of which the beginning of one is the earliest that begins so.
+std::string checkTime(std::string& text) {
+    static const std::regex form(R"((\d{4}-(0[1-9]|1[0-2])-(0[1-9]|[12]\d|3[01])))"
+                                 R"(([T ]([01]\d|2[0-3]):[0-5]\d(:[0-5]\d(\.\d{1,3})?)?)?Z?)");
+    if (!std::regex_match(text, form))
+        return "\"" + text + "\" is no time; try 2024-05-01 or 2024-05-01T08:00:00Z (UTC)";
+    if (text.back() == 'Z')
+        text.pop_back();
+    if (text.size() > 10)
+        text[10] = 'T';
+    return {};
+}
+
+constexpr const char* examples = R"(Examples:
+  opcua-cli export week.sqlite > week.csv
+  opcua-cli export week.sqlite --node 'ns=2;s=Line1.Speed' --output speed.csv
+  opcua-cli export week.sqlite --from 2024-05-01T08:00 --to 2024-05-01T16:00
+
+Rows that tell of the connection (started, lost, connected, ended, ...) are always among them.)";
+
+} // namespace
+
+void addExportCommand(CLI::App& app, Action& chosen) {
+    auto [command, options] = addCommand<ExportOptions>(
+        app, chosen, runExport, "export", "Write a recording, or a part of it, as CSV", examples);
+    command.add_option("FILE", options.file, "The recording")->required()->type_name("");
+    command
+        .add_option("--node", options.filter.node,
+                    "Only this node, by its id, with the index of an element: ns=2;s=Zones[3]")
+        ->type_name("ID");
+    command.add_option("--from", options.filter.from, "Rows of this time (UTC) and later ones")
+        ->type_name("TIME")
+        ->transform(CLI::Validator(checkTime, ""));
+    command.add_option("--to", options.filter.to, "Rows before this time (UTC)")
+        ->type_name("TIME")
+        ->transform(CLI::Validator(checkTime, ""));
+    command.add_option("--output", options.output, "Write to this file instead of standard output")
+        ->type_name("FILE");
+}
+
+} // namespace opcua_cli

@@ -1,0 +1,70 @@
+#include "commands/arguments.h"
+
+#include "addressing/node_reference.h"
+#include "files/profiles.h"
+#include "security/names.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace opcua_cli {
+namespace {
+
+std::string urlOfEnvironment() {
+    const char* url = std::getenv(urlVariable);
+    return url != nullptr ? url : "";
+}
+
+bool agree(std::optional<int> policy, std::optional<int> mode) {
+    return !policy || !mode || (*policy == PolicyNone) == (*mode == ModeNone);
+}
+
+/// What the command line says stays, and of the profile what does not contradict it.
+void complete(SecurityOptions& security, const Profile& profile) {
+    const std::optional<int> policy = security.policy;
+    if (!policy && agree(profile.policy, security.mode))
+        security.policy = profile.policy;
+    if (!security.mode && agree(policy, profile.mode))
+        security.mode = profile.mode;
+    if (!security.user && !security.userCertificate)
+        security.user = profile.user;
+}
+
+std::string urlOf(const Profile& profile) {
+    try {
+        return completeUrl(profile.url);
+    } catch (const CLI::ValidationError& error) {
+        throw failureAt(profile.place, error.what());
+    }
+}
+
+} // namespace
+
+void useProfile(CommonOptions& options) {
+    if (options.url == "@") {
+        std::string url = urlOfEnvironment();
+        if (url.empty() || url == "@")
+            throw usageFailure(std::string("@ alone stands for ") + urlVariable + ", which is not set",
+                               "@NAME for a profile");
+        options.url = url[0] == '@' ? url : urlOf({url, {}, {}, {}, urlVariable});
+    }
+    if (options.url.empty() || options.url[0] != '@')
+        return;
+    const Profile profile = findProfile(options.url.substr(1));
+    options.url = urlOf(profile);
+    if (SecurityOptions* security = options.securityOptions())
+        complete(*security, profile);
+}
+
+std::vector<std::string> reversedArguments(int count, const char* const* arguments) {
+    std::vector<std::string> words(arguments + std::min(count, 1), arguments + count);
+    if (words.size() >= 2 && looksLikeNode(words[1]) && !urlOfEnvironment().empty())
+        words.insert(words.begin() + 1, "@");
+    std::reverse(words.begin(), words.end());
+    return words;
+}
+
+} // namespace opcua_cli

@@ -1,0 +1,73 @@
+#include "record/recorder.h"
+
+#include "monitor/watched.h"
+#include "output/streams.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <variant>
+
+namespace opcua_cli {
+
+Recorder::Recorder(const Monitored& monitored, Recording& recording, std::size_t& changes)
+    : m_monitored(monitored), m_recording(recording), m_server(recording.node(monitored.url, "", "")),
+      m_changes(changes) {
+    for (const Job& watched : monitored.nodes)
+        m_nodes.push_back(recording.node(monitored.url, watchedId(watched), watched.given));
+    note("started", m_server, "");
+}
+
+void Recorder::change(const Change& change) {
+    const Job& watched = m_monitored.nodes[change.node];
+    const auto type = static_cast<_OpcUaDataType>(change.value.index());
+    const auto* text = std::get_if<std::string>(&change.value);
+    const bool whole = isWatchedWhole(watched);
+    m_recording.add(change.time, change.readable ? "value" : "notReadable", m_nodes[change.node],
+                    whole || isReadAsText(watched) ? watchedType(watched) : std::string(typeName(type)),
+                    change.value, text != nullptr ? *text : toText(change.value));
+    ++m_changes;
+}
+
+void Recorder::refused(std::size_t node) {
+    const Problem& problem = *m_monitored.nodes[node].problem;
+    note("refused", m_nodes[node], problem.explanation);
+    reportProblem(namedProblem(watchedId(m_monitored.nodes[node]), problem));
+}
+
+void Recorder::leftOut(const Problem& problem) {
+    note("leftOut", m_server, problem.explanation);
+    reportProblem(problem);
+}
+
+void Recorder::dropped(std::size_t count) {
+    const std::string text = std::to_string(count) + " changes came faster than they could be written";
+    note("dropped", m_server, text);
+    reportNote(text);
+}
+
+void Recorder::event(const LinkEvent& event) {
+    reportNote(event.text);
+    switch (event.kind) {
+    case LinkEvent::Kind::Lost:
+        return note("lost", m_server, event.text);
+    case LinkEvent::Kind::Connected:
+        return note("connected", m_server, event.text);
+    case LinkEvent::Kind::ShuttingDown:
+        return note("shuttingDown", m_server, event.text);
+    case LinkEvent::Kind::NoAnswer: // the gap goes on
+        return;
+    }
+}
+
+void Recorder::end() {
+    note("ended", m_server, "");
+}
+
+void Recorder::note(const char* event, std::int64_t node, const std::string& text) {
+    m_recording.add(std::chrono::system_clock::now(), event, node, "", {}, text);
+    m_recording.commit();
+}
+
+} // namespace opcua_cli

@@ -1,0 +1,147 @@
+#include "shell/line_editor.h"
+
+#include "interrupt.h"
+#include "text/utf8.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <cwchar>
+#include <histedit.h>
+#include <locale.h>
+#include <memory>
+#include <optional>
+#include <poll.h>
+#include <string>
+#include <unistd.h>
+#include <utility>
+
+namespace opcua_cli {
+namespace {
+
+constexpr int keptLines = 500;
+
+struct Free {
+    void operator()(EditLine* editor) const { el_end(editor); }
+    void operator()(History* history) const { history_end(history); }
+};
+
+/// What is typed is UTF-8 as everything else, whatever the locale.
+class Utf8Locale {
+public:
+    Utf8Locale() : m_locale(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)) {
+        if (m_locale != nullptr)
+            m_before = uselocale(m_locale);
+    }
+    ~Utf8Locale() {
+        if (m_locale == nullptr)
+            return;
+        uselocale(m_before);
+        freelocale(m_locale);
+    }
+    Utf8Locale(const Utf8Locale&) = delete;
+    Utf8Locale& operator=(const Utf8Locale&) = delete;
+
+private:
+    locale_t m_locale;
+    locale_t m_before = nullptr;
+};
+
+bool awaitByte(char& byte) {
+    pollfd watched[] = {{STDIN_FILENO, POLLIN, 0}, {interruptDescriptor(), POLLIN, 0}};
+    while (poll(watched, 2, -1) < 0 && errno == EINTR) {
+    }
+    return watched[1].revents == 0 && ::read(STDIN_FILENO, &byte, 1) == 1;
+}
+
+/// 1 for a character, 0 at the end, as the library wants it.
+int readCharacter(EditLine*, wchar_t* character) {
+    std::mbstate_t state{};
+    for (char byte = 0; awaitByte(byte);) {
+        const std::size_t result = std::mbrtowc(character, &byte, 1, &state);
+        if (result == static_cast<std::size_t>(-1))
+            state = {};
+        else if (result != static_cast<std::size_t>(-2))
+            return 1;
+    }
+    return 0;
+}
+
+void showCandidates(const std::vector<std::string>& names) {
+    constexpr std::size_t most = 100;
+    std::string text = "\n";
+    for (std::size_t i = 0; i < std::min(names.size(), most); ++i)
+        text += names[i] + (i + 1 < names.size() ? "  " : "");
+    if (names.size() > most)
+        text += "and " + std::to_string(names.size() - most) + " more";
+    std::fputs((text + "\n").c_str(), stdout);
+}
+
+} // namespace
+
+struct LineEditor::State {
+    explicit State(Complete function) : complete(std::move(function)) {}
+
+    Complete complete;
+    std::string prompt{};
+    std::unique_ptr<History, Free> history{history_init()};
+    std::unique_ptr<EditLine, Free> editor{el_init("opcua-cli", stdin, stdout, stderr)};
+
+    static State& of(EditLine* editor) {
+        void* state = nullptr;
+        el_get(editor, EL_CLIENTDATA, &state);
+        return *static_cast<State*>(state);
+    }
+    static char* promptOf(EditLine* editor) { return of(editor).prompt.data(); }
+
+    static unsigned char completeLine(EditLine* editor, int) {
+        const LineInfo* line = el_line(editor);
+        const Completion found = of(editor).complete({line->buffer, line->cursor});
+        if (!found.rest.empty())
+            return el_insertstr(editor, found.rest.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
+        if (found.candidates.size() < 2)
+            return CC_ERROR;
+        showCandidates(found.candidates);
+        return CC_REDISPLAY;
+    }
+};
+
+LineEditor::LineEditor(Complete complete) : m_state(std::make_unique<State>(std::move(complete))) {
+    const Utf8Locale utf8;
+    EditLine* const editor = m_state->editor.get();
+    HistEvent event{};
+    history(m_state->history.get(), &event, H_SETSIZE, keptLines);
+    history(m_state->history.get(), &event, H_SETUNIQUE, 1);
+    el_set(editor, EL_CLIENTDATA, m_state.get());
+    el_set(editor, EL_EDITOR, "emacs");
+    el_set(editor, EL_HIST, history, m_state->history.get());
+    el_set(editor, EL_PROMPT, &State::promptOf);
+    el_set(editor, EL_GETCFN, &readCharacter);
+    el_set(editor, EL_ADDFN, "opcua-complete", "completes commands and nodes", &State::completeLine);
+    el_set(editor, EL_BIND, "^I", "opcua-complete", nullptr);
+}
+
+LineEditor::~LineEditor() = default;
+
+std::optional<std::string> LineEditor::read(const std::string& prompt) {
+    const Utf8Locale utf8;
+    m_state->prompt = printable(prompt);
+    el_resize(m_state->editor.get());
+    int count = 0;
+    const char* const text = el_gets(m_state->editor.get(), &count);
+    if (text == nullptr || count <= 0) {
+        std::fputs("\n", stdout);
+        std::fflush(stdout);
+        return std::nullopt;
+    }
+    std::string line(text);
+    if (!line.empty() && line.back() == '\n')
+        line.pop_back();
+    HistEvent event{};
+    if (line.find_first_not_of(' ') != std::string::npos)
+        history(m_state->history.get(), &event, H_ENTER, line.c_str());
+    return line;
+}
+
+} // namespace opcua_cli

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace opcua_cli {
+
+/// The node that a word of a shell's user means: a node id, or a path from the position on, unless it begins
+/// with a slash; ".." leads up. The position is a path, or empty for the Objects folder; so is the result.
+std::string nodeFrom(const std::string& position, const std::string& word);
+
+/// A browse name as a step of a path, without the namespace index where it can be left out.
+std::string shortStep(const std::string& browseName);
+
+} // namespace opcua_cli
