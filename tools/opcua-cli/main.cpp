@@ -57,6 +57,7 @@ ExitCode run(int count, char** arguments) {
     describeProgram(app);
     addDiscoverCommand(app, chosen);
     addBrowseCommand(app, chosen);
+    addFindCommand(app, chosen);
     addReadCommand(app, chosen);
     addWriteCommand(app, chosen);
     addSnapshotCommand(app, chosen);

@@ -53,6 +53,12 @@ std::string completeUrl(const std::string& text) {
     return url;
 }
 
+std::string checkTypeName(std::string& text) {
+    return typeFromName(text) ? std::string() : unknownTypeText(text);
+}
+
+} // namespace
+
 std::string completeUrlInPlace(std::string& text) {
     try {
         text = completeUrl(text);
@@ -61,12 +67,6 @@ std::string completeUrlInPlace(std::string& text) {
         return error.what();
     }
 }
-
-std::string checkTypeName(std::string& text) {
-    return typeFromName(text) ? std::string() : unknownTypeText(text);
-}
-
-} // namespace
 
 void addCommonOptions(CLI::App& command, CommonOptions& options) {
     command.add_option("URL", options.url, "Address of the server: opc.tcp://host:port[/path] or host:port")
@@ -87,6 +87,10 @@ void addReportOptions(CLI::App& command, CommonOptions& options) {
 
 void addConnectOptions(CLI::App& command, ConnectOptions& options) {
     addCommonOptions(command, options);
+    addSessionOptions(command, options);
+}
+
+void addSessionOptions(CLI::App& command, ConnectOptions& options) {
     command
         .add_option("--timeout", options.timeoutMilliseconds,
                     "Milliseconds that connecting may take (default: 5000)")
@@ -96,9 +100,7 @@ void addConnectOptions(CLI::App& command, ConnectOptions& options) {
 }
 
 void addMaxNodesOption(CLI::App& command, std::size_t& maxNodes, const std::string& description) {
-    command
-        .add_option("--max-nodes", maxNodes,
-                    description + " (default: " + std::to_string(defaultMaxNodes) + ")")
+    command.add_option("--max-nodes", maxNodes, description + " (default: " + std::to_string(maxNodes) + ")")
         ->type_name("N")
         ->check(CLI::Range(1, 10000000).description(""));
 }
@@ -116,6 +118,11 @@ ExitCode runReporting(const CommonOptions& options, const Action& command, Form 
             writeOutput(form({{"error", toJson(failure.problem())}}));
         return failure.exitCode();
     }
+}
+
+void addCsvOption(CLI::App& command, bool& csv) {
+    command.add_flag("--csv", csv, "CSV with a line of headings instead of tables")
+        ->excludes(command.get_option("--json"));
 }
 
 void addMaxElementsOption(CLI::App& command, std::size_t& maxElements) {

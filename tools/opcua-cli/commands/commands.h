@@ -13,6 +13,7 @@ void addMonitorCommand(CLI::App& app, Action& chosen);
 void addInfoCommand(CLI::App& app, Action& chosen);
 void addSnapshotCommand(CLI::App& app, Action& chosen);
 void addRestoreCommand(CLI::App& app, Action& chosen);
+void addFindCommand(CLI::App& app, Action& chosen);
 void addCertCommand(CLI::App& app, Action& chosen);
 
 } // namespace opcua_cli

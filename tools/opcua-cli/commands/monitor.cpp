@@ -34,11 +34,14 @@ struct MonitorOptions : ConnectOptions {
     std::string index;
     int depth = greatestDepth;
     std::size_t maxNodes = defaultMaxNodes;
+    bool csv = false;
 };
 
 std::unique_ptr<MonitorOutput> makeOutput(const MonitorOptions& options, const Monitored& monitored) {
     if (options.json)
         return makeJsonLines(monitored);
+    if (options.csv)
+        return makeCsvLines(monitored);
     return terminalOn(STDOUT_FILENO).canRedraw ? makeLiveTable(monitored) : makeTextLines(monitored);
 }
 
@@ -202,7 +205,7 @@ constexpr const char* examples = R"(Examples:
   opcua-cli monitor plant:4840 /Plant/Line1                  a whole folder, with all below it
   opcua-cli monitor plant:4840 'ns=2;s=Line1.Speed' /Plant/Line2/Speed --interval 200
   opcua-cli monitor plant:4840 /Plant/Line1/ZoneTemperatures --index 3
-  opcua-cli monitor plant:4840 /Plant/Line1 --duration 60 > minute.txt
+  opcua-cli monitor plant:4840 /Plant/Line1 --duration 60 --csv > minute.csv
   opcua-cli monitor plant:4840 /Plant --json | jq -r 'select(.event == "value") | .value'
 
 Time stamps are those of arrival. The library samples ten times a second and delivers good values only.)";
@@ -214,6 +217,7 @@ void addMonitorCommand(CLI::App& app, Action& chosen) {
         app, chosen, runMonitor, "monitor",
         "Follow values: a live table on a terminal, lines in a pipe; Ctrl-C ends it", examples, documentLine);
     addConnectOptions(command, options);
+    addCsvOption(command, options.csv);
     command
         .add_option("NODE", options.nodes, "Node ids or paths; a folder stands for all variables below it")
         ->required()
