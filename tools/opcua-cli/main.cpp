@@ -62,6 +62,7 @@ ExitCode run(int count, char** arguments) {
     addWriteCommand(app, chosen);
     addSnapshotCommand(app, chosen);
     addRestoreCommand(app, chosen);
+    addCompareCommand(app, chosen);
     addMonitorCommand(app, chosen);
     addInfoCommand(app, chosen);
     addCertCommand(app, chosen);
