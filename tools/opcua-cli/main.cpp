@@ -64,6 +64,7 @@ ExitCode run(int count, char** arguments) {
     addRestoreCommand(app, chosen);
     addCompareCommand(app, chosen);
     addMonitorCommand(app, chosen);
+    addPingCommand(app, chosen);
     addInfoCommand(app, chosen);
     addCertCommand(app, chosen);
     try {

@@ -15,6 +15,7 @@ void addSnapshotCommand(CLI::App& app, Action& chosen);
 void addRestoreCommand(CLI::App& app, Action& chosen);
 void addFindCommand(CLI::App& app, Action& chosen);
 void addCompareCommand(CLI::App& app, Action& chosen);
+void addPingCommand(CLI::App& app, Action& chosen);
 void addCertCommand(CLI::App& app, Action& chosen);
 
 } // namespace opcua_cli
