@@ -57,7 +57,7 @@ _opcua_cli() {
     fi
     if [[ $word == -* ]]; then
         COMPREPLY=($(compgen -W "$(sed 's/ .*//; s/,/ /g' <<<"$options")" -- "$word"))
-    elif grep -q '^Usage:.* FILE' <<<"$help"; then
+    elif grep -q '^Usage:.* \(FILE\|OLD\)' <<<"$help"; then
         compopt -o default
     fi
 }

@@ -67,3 +67,21 @@ TEST(Csv, BrokenFormsAreRefusedWithTheirLine) {
     isRefused("a\nb\rc", 2, "carriage return");
     isRefused("\"a\"\rc", 1, "carriage return");
 }
+
+TEST(Csv, SemicolonsSeparateWhereTheFirstLineSaysSo) {
+    EXPECT_THAT(fields("a;b\n1,5;\"x;y\"\n"), ElementsAre(ElementsAre("a", "b"), ElementsAre("1,5", "x;y")));
+    EXPECT_THAT(fields("\r\n\"a,b,c\";d\r\n1;2"),
+                ElementsAre(ElementsAre("a,b,c", "d"), ElementsAre("1", "2")));
+    EXPECT_THAT(fields("\"a\nb,c,d\";e"), ElementsAre(ElementsAre("a\nb,c,d", "e")));
+    EXPECT_THAT(fields("\"a;b;c\",d\n1;2,3"),
+                ElementsAre(ElementsAre("a;b;c", "d"), ElementsAre("1;2", "3")));
+    EXPECT_THAT(fields("node\nns=2;s=A\n"), ElementsAre(ElementsAre("node"), ElementsAre("ns=2;s=A")));
+}
+
+TEST(Csv, LinesAreReadBackAsTheyWere) {
+    const std::vector<std::string> line{"", "a,b", "say \"hi\"", "two\r\nlines", " x ", "1;2", ""};
+    EXPECT_EQ(csvLine(line), ",\"a,b\",\"say \"\"hi\"\"\",\"two\r\nlines\", x ,1;2,\n");
+    EXPECT_THAT(fields(csvLine({"first", "of", "the", "seven", "names", "that", "separate"}) + csvLine(line)),
+                testing::Contains(line));
+    EXPECT_EQ(csvLine({"\xFF"}), "\uFFFD\n");
+}

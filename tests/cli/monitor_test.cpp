@@ -130,6 +130,23 @@ TEST_F(Monitor, WritesALineForEveryChange) {
     EXPECT_EQ(endBy(SIGINT), 130);
 }
 
+TEST_F(Monitor, CsvHasAHeadingAndALineForEveryChange) {
+    start({counter, "/TestRack/Moving/Array", "--index", "3", "--csv", "--interval", "100"});
+    EXPECT_EQ(m_program->waitForLine(limit), "time,node,index,name,type,value,status");
+    EXPECT_THAT(m_program->waitForLine(limit),
+                testing::MatchesRegex("[-0-9]+T[0-9:.]+Z," + rack +
+                                      R"(Moving\.Array,\[3\],Array,Int32,[0-9]+,Good)"));
+    EXPECT_EQ(endBy(SIGINT), 130);
+    start({"/TestRack/Text/NonAscii", "/TestRack/Array/Int32", "i=2258", "--csv", "--interval", "100"});
+    std::string lines;
+    for (int i = 0; i < 4; ++i)
+        lines += m_program->waitForLine(limit) + "\n";
+    EXPECT_THAT(lines, AllOf(HasSubstr(rack + "Text.NonAscii,,NonAscii,String,Füllstand 锅炉 °C €,Good\n"),
+                             HasSubstr(rack + "Array.Int32,,Int32,Int32[10],,Good\n"),
+                             HasSubstr(",i=2258,,CurrentTime,other,20")));
+    EXPECT_EQ(endBy(SIGINT), 130);
+}
+
 TEST_F(Monitor, JsonHasTheValuesOfAllTypes) {
     startJson({"/TestRack/Scalar"});
     const auto values = awaitNodes(12);

@@ -71,6 +71,31 @@ TEST_F(NodeList, ByteOrderMarkAndCarriageReturnsAreNoPartOfIt) {
     EXPECT_EQ(readText("\xEF\xBB\xBF[\"i=1\"]", false).size(), 1u);
 }
 
+TEST_F(NodeList, SemicolonsComeWithDecimalCommas) {
+    const auto jobs = readText("node;value\r\n\"ns=2;s=A\";1,5\r\n", true);
+    ASSERT_EQ(jobs.size(), 1u);
+    EXPECT_EQ(jobs[0].given, "ns=2;s=A");
+    EXPECT_TRUE(jobs[0].decimalComma);
+    EXPECT_EQ(std::get<double>(parseGivenValue(jobs[0], OpcUaDataType_Double, {}).elements[0]), 1.5);
+    EXPECT_EQ(std::get<std::string>(parseGivenValue(jobs[0], OpcUaDataType_String, {}).elements[0]), "1,5");
+    EXPECT_FALSE(readText("node,value\ni=1,7\n", true)[0].decimalComma);
+}
+
+TEST_F(NodeList, TypesThatStateTooLittleAreLookedFor) {
+    const auto jobs = readText("node,type\ni=1,Double\ni=2,Double[3]\ni=3,other\n", false);
+    ASSERT_EQ(jobs.size(), 3u);
+    EXPECT_EQ(jobs[0].type, OpcUaDataType_Double);
+    EXPECT_EQ(jobs[1].type, std::nullopt);
+    EXPECT_EQ(jobs[2].type, std::nullopt);
+    EXPECT_THAT(refusalOf("node,type\ni=1,Decimal[3]\n", false), HasSubstr("no type is called Decimal;"));
+}
+
+TEST_F(NodeList, AnErrorIsNoValue) {
+    const std::string text = "node,value,error\ni=1,7,\ni=2,,no such node\n";
+    EXPECT_EQ(readText(text, false).size(), 2u);
+    EXPECT_THAT(refusalOf(text, true), AllOf(HasSubstr("line 3"), HasSubstr("no value: no such node")));
+}
+
 TEST_F(NodeList, ReadingNeedsNoValues) {
     const auto jobs = readText("node,value\ni=1,7\n", false);
     ASSERT_EQ(jobs.size(), 1u);

@@ -47,8 +47,8 @@ private:
 
 const std::string nowhere = "opc.tcp://127.0.0.1:4840";
 
-const std::vector<std::string> commands{"discover", "browse",  "read", "write",  "snapshot",
-                                        "restore",  "monitor", "info", "record", "shell"};
+const std::vector<std::string> commands{"discover", "browse",  "find",   "read", "write", "snapshot",
+                                        "restore",  "monitor", "record", "ping", "info",  "shell"};
 
 } // namespace
 
@@ -85,6 +85,9 @@ TEST(Usage, WrongArgumentsAreExitCode2) {
         {{"read"}, "URL is required"},
         {{"read", nowhere}, "NODE is required"},
         {{"write", nowhere, "i=1"}, "VALUE is required"},
+        {{"find", nowhere}, "NAME is required"},
+        {{"find", nowhere, "*", "--limit", "0"}, "--limit"},
+        {{"compare"}, "OLD is required"},
         {{"browse", nowhere, "--depth", "0"}, "--depth"},
         {{"browse", nowhere, "--depth", "deep"}, "--depth"},
         {{"browse", nowhere, "--max-nodes", "0"}, "--max-nodes"},

@@ -34,6 +34,10 @@ complete_words read plant:4840 --from ''
 expect " -o default" "$asked_for"
 complete_words restore plant:4840 ''
 expect " -o default" "$asked_for"
+complete_words compare ''
+expect " -o default" "$asked_for"
+complete_words find plant:4840 '*' --from ''
+expect "" "${COMPREPLY[*]}$asked_for"
 complete_words read plant:4840 --max-nodes ''
 expect "" "${COMPREPLY[*]}$asked_for"
 

@@ -57,14 +57,17 @@ ExitCode run(int count, char** arguments) {
     describeProgram(app);
     addDiscoverCommand(app, chosen);
     addBrowseCommand(app, chosen);
+    addFindCommand(app, chosen);
     addReadCommand(app, chosen);
     addWriteCommand(app, chosen);
     addSnapshotCommand(app, chosen);
     addRestoreCommand(app, chosen);
+    addCompareCommand(app, chosen);
     addMonitorCommand(app, chosen);
     addRecordCommand(app, chosen);
     addExportCommand(app, chosen);
     addShellCommand(app, chosen);
+    addPingCommand(app, chosen);
     addInfoCommand(app, chosen);
     addCertCommand(app, chosen);
     try {

@@ -6,6 +6,7 @@
 #include "output/terminal.h"
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <unordered_set>
 #include <vector>
@@ -73,9 +74,14 @@ struct Walk {
         end; ///< the connection was lost or Ctrl-C pressed: the nodes are those found before
 };
 
+/// Looks at the nodes met so far before the node at that index is browsed; false ends the walk, which is not
+/// complete then.
+using WalkWatcher = std::function<bool(const Walk&, std::size_t)>;
+
 /// Walks from a record of the tree down to `depth` levels below it, level by level, so that a node that can
 /// be reached in several ways shows what lies below it where it is closest to the start. Every node is
 /// browsed once: an address space may run in circles.
+Walk walk(BrowseTree& tree, OpcUaNode* start, int depth, std::size_t maxNodes, const WalkWatcher& watcher);
 Walk walk(BrowseTree& tree, OpcUaNode* start, int depth, std::size_t maxNodes, Progress& progress);
 
 } // namespace opcua_cli

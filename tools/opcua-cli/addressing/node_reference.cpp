@@ -168,6 +168,10 @@ bool matches(const PathStep& step, const std::string& browseName) {
     return namespaceFits && split.name == step.name;
 }
 
+std::string plainName(const std::string& browseName) {
+    return std::string(splitBrowseName(browseName).name);
+}
+
 std::string pathStepText(const std::string& browseName) {
     const SplitName split = splitBrowseName(browseName);
     const unsigned index = split.namespaceIndex.value_or(0);

@@ -31,6 +31,9 @@ bool looksLikeNode(std::string_view text);
 /// True when the browse name of a record ("2:Speed", "Objects" or "0:Objects") is the one of the step.
 bool matches(const PathStep& step, const std::string& browseName);
 
+/// The browse name of a record without its namespace index: "Speed".
+std::string plainName(const std::string& browseName);
+
 /// The browse name of a record as a step that parseNodeReference() takes, with its slash: "/2:Speed",
 /// "/Objects".
 std::string pathStepText(const std::string& browseName);

@@ -14,12 +14,14 @@ public:
     Walker(BrowseTree& tree, int depth, std::size_t maxNodes)
         : m_tree(tree), m_depth(depth), m_maxNodes(maxNodes) {}
 
-    Walk run(OpcUaNode* start, Progress& progress) {
+    Walk run(OpcUaNode* start, const WalkWatcher& watcher) {
         meet(start, 0, 0);
         try {
             for (; !m_pending.empty() && m_walk.complete; m_pending.pop_front()) {
-                browse(m_pending.front());
-                progress.show(m_walk.nodes.size());
+                if (watcher(m_walk, m_pending.front().index))
+                    browse(m_pending.front());
+                else
+                    m_walk.complete = false;
             }
         } catch (const Failure& failure) {
             m_walk.end = failure;
@@ -67,8 +69,15 @@ private:
 
 } // namespace
 
+Walk walk(BrowseTree& tree, OpcUaNode* start, int depth, std::size_t maxNodes, const WalkWatcher& watcher) {
+    return Walker(tree, depth, maxNodes).run(start, watcher);
+}
+
 Walk walk(BrowseTree& tree, OpcUaNode* start, int depth, std::size_t maxNodes, Progress& progress) {
-    return Walker(tree, depth, maxNodes).run(start, progress);
+    return walk(tree, start, depth, maxNodes, [&](const Walk& sofar, std::size_t) {
+        progress.show(sofar.nodes.size());
+        return true;
+    });
 }
 
 } // namespace opcua_cli

@@ -56,6 +56,13 @@ std::string completeUrl(const std::string& text) {
 
 namespace {
 
+std::string checkTypeName(std::string& text) {
+    return typeFromName(text) ? std::string() : unknownTypeText(text);
+}
+
+} // namespace
+
+
 std::string completeUrlInPlace(std::string& text) {
     // A profile is looked up when the command runs.
     if (!text.empty() && text[0] == '@')
@@ -67,12 +74,6 @@ std::string completeUrlInPlace(std::string& text) {
         return error.what();
     }
 }
-
-std::string checkTypeName(std::string& text) {
-    return typeFromName(text) ? std::string() : unknownTypeText(text);
-}
-
-} // namespace
 
 void addCommonOptions(CLI::App& command, CommonOptions& options) {
     command
@@ -96,6 +97,10 @@ void addReportOptions(CLI::App& command, CommonOptions& options) {
 
 void addConnectOptions(CLI::App& command, ConnectOptions& options) {
     addCommonOptions(command, options);
+    addSessionOptions(command, options);
+}
+
+void addSessionOptions(CLI::App& command, ConnectOptions& options) {
     command
         .add_option("--timeout", options.timeoutMilliseconds,
                     "Milliseconds that connecting may take (default: 5000)")
@@ -105,9 +110,7 @@ void addConnectOptions(CLI::App& command, ConnectOptions& options) {
 }
 
 void addMaxNodesOption(CLI::App& command, std::size_t& maxNodes, const std::string& description) {
-    command
-        .add_option("--max-nodes", maxNodes,
-                    description + " (default: " + std::to_string(defaultMaxNodes) + ")")
+    command.add_option("--max-nodes", maxNodes, description + " (default: " + std::to_string(maxNodes) + ")")
         ->type_name("N")
         ->check(CLI::Range(1, 10000000).description(""));
 }
@@ -126,6 +129,11 @@ ExitCode runReporting(CommonOptions& options, const std::function<ExitCode()>& c
             writeOutput(form({{"error", toJson(failure.problem())}}));
         return failure.exitCode();
     }
+}
+
+void addCsvOption(CLI::App& command, bool& csv) {
+    command.add_flag("--csv", csv, "CSV with a line of headings instead of tables")
+        ->excludes(command.get_option("--json"));
 }
 
 void addMaxElementsOption(CLI::App& command, std::size_t& maxElements) {

@@ -27,9 +27,14 @@ struct NodeListOptions : ConnectOptions {
 void addReportOptions(CLI::App& command, CommonOptions& options);
 void addCommonOptions(CLI::App& command, CommonOptions& options);
 void addConnectOptions(CLI::App& command, ConnectOptions& options);
+/// All that connecting takes but the URL.
+void addSessionOptions(CLI::App& command, ConnectOptions& options);
 void addSecurityOptions(CLI::App& command, SecurityOptions& options);
+/// Makes "host:4840" an address that can be connected; what is wrong with it, or nothing.
+std::string completeUrlInPlace(std::string& text);
 void addNodeListOptions(CLI::App& command, NodeListOptions& options, const std::string& typeDescription);
 void addMaxNodesOption(CLI::App& command, std::size_t& maxNodes, const std::string& description);
+void addCsvOption(CLI::App& command, bool& csv);
 void addMaxElementsOption(CLI::App& command, std::size_t& maxElements);
 
 /// Adds type and index of the command line where a job has none. Throws Failure (Usage).

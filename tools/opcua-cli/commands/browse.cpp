@@ -1,6 +1,7 @@
 #include "commands/commands.h"
 
 #include "addressing/browse_tree.h"
+#include "commands/walk_report.h"
 #include "interrupt.h"
 #include "output/streams.h"
 #include "output/table.h"
@@ -9,7 +10,6 @@
 
 #include <cstddef>
 #include <optional>
-#include <set>
 #include <string>
 #include <unistd.h>
 #include <unordered_map>
@@ -63,11 +63,7 @@ Findings explore(const BrowseOptions& options, const NodeReference& start) {
     BrowseTree tree(connection, start);
     const std::vector<OpcUaNode*> way = tree.wayTo(start);
     Findings findings;
-    if (std::holds_alternative<NodePath>(start)) {
-        findings.startPath.emplace();
-        for (const OpcUaNode* step : way)
-            *findings.startPath += pathStepText(describe(*step).browseName);
-    }
+    findings.startPath = pathOf(start, way);
     {
         Progress progress("browsing");
         findings.walk = walk(tree, way.back(), options.depth, options.maxNodes, progress);
@@ -181,31 +177,12 @@ std::string jsonReport(const BrowseOptions& options, const Findings& findings) {
     return document(json);
 }
 
-/// Tells people what the report leaves open, and gives the exit code that says so.
-ExitCode conclude(const BrowseOptions& options, const Walk& walk) {
-    if (walk.end) {
-        reportProblem(walk.end->problem());
-        return walk.end->exitCode();
-    }
-    if (!walk.complete)
-        reportNote("stopped after " + std::to_string(options.maxNodes) +
-                   " nodes; --max-nodes sets another bound, a NODE further down or a smaller --depth a "
-                   "smaller tree");
-    std::set<std::string> told;
-    for (const WalkedNode& walked : walk.nodes) {
-        if (!walked.browseProblem || !told.insert(walked.browseProblem->explanation).second)
-            continue;
-        Problem problem = *walked.browseProblem;
-        problem.explanation += ": " + walked.node.nodeId;
-        reportProblem(problem);
-    }
-    return told.empty() ? ExitCode::Success : ExitCode::Failed;
-}
-
 ExitCode runBrowse(const BrowseOptions& options) {
     const Findings findings = explore(options, parseNodeReference(options.node));
     writeOutput(options.json ? jsonReport(options, findings) : tableReport(findings));
-    return conclude(options, findings.walk);
+    return reportWalk(findings.walk, "stopped after " + std::to_string(options.maxNodes) +
+                                         " nodes; --max-nodes sets another bound, a NODE further down or a "
+                                         "smaller --depth a smaller tree");
 }
 
 constexpr const char* examples = R"(Examples:

@@ -16,6 +16,9 @@ void addShellCommand(CLI::App& app, Action& chosen);
 void addInfoCommand(CLI::App& app, Action& chosen);
 void addSnapshotCommand(CLI::App& app, Action& chosen);
 void addRestoreCommand(CLI::App& app, Action& chosen);
+void addFindCommand(CLI::App& app, Action& chosen);
+void addCompareCommand(CLI::App& app, Action& chosen);
+void addPingCommand(CLI::App& app, Action& chosen);
 void addCertCommand(CLI::App& app, Action& chosen);
 
 } // namespace opcua_cli

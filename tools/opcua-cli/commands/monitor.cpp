@@ -26,9 +26,15 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds lookAtConnection{100};
 
-std::unique_ptr<MonitorOutput> makeOutput(const FollowOptions& options, const Monitored& monitored) {
+struct MonitorOptions : FollowOptions {
+    bool csv = false;
+};
+
+std::unique_ptr<MonitorOutput> makeOutput(const MonitorOptions& options, const Monitored& monitored) {
     if (options.json)
         return makeJsonLines(monitored);
+    if (options.csv)
+        return makeCsvLines(monitored);
     return terminalOn(STDOUT_FILENO).canRedraw ? makeLiveTable(monitored) : makeTextLines(monitored);
 }
 
@@ -208,7 +214,7 @@ ExitCode follow(const FollowOptions& options, const MakeOutput& makeOutput) {
 
 namespace {
 
-ExitCode runMonitor(const FollowOptions& options) {
+ExitCode runMonitor(const MonitorOptions& options) {
     return follow(options, [&](const Monitored& monitored) { return makeOutput(options, monitored); });
 }
 
@@ -216,7 +222,7 @@ constexpr const char* examples = R"(Examples:
   opcua-cli monitor plant:4840 /Plant/Line1                  a whole folder, with all below it
   opcua-cli monitor plant:4840 'ns=2;s=Line1.Speed' /Plant/Line2/Speed --interval 200
   opcua-cli monitor plant:4840 /Plant/Line1/ZoneTemperatures --index 3
-  opcua-cli monitor plant:4840 /Plant/Line1 --duration 60 > minute.txt
+  opcua-cli monitor plant:4840 /Plant/Line1 --duration 60 --csv > minute.csv
   opcua-cli monitor plant:4840 /Plant --json | jq -r 'select(.event == "value") | .value'
 
 Time stamps are those of arrival. The library samples ten times a second and delivers good values only.)";
@@ -247,10 +253,11 @@ void addFollowOptions(CLI::App& command, FollowOptions& options) {
 }
 
 void addMonitorCommand(CLI::App& app, Action& chosen) {
-    auto [command, options] = addCommand<FollowOptions>(
+    auto [command, options] = addCommand<MonitorOptions>(
         app, chosen, runMonitor, "monitor",
         "Follow values: a live table on a terminal, lines in a pipe; Ctrl-C ends it", examples, documentLine);
     addConnectOptions(command, options);
+    addCsvOption(command, options.csv);
     addFollowOptions(command, options);
 }
 

@@ -1,5 +1,7 @@
 #include "commands/commands.h"
 
+#include "formats/csv.h"
+#include "formats/job_csv.h"
 #include "formats/node_list.h"
 #include "output/streams.h"
 #include "output/table.h"
@@ -17,6 +19,7 @@ namespace {
 
 struct ReadOptions : NodeListOptions {
     std::vector<std::string> nodes;
+    bool csv = false;
 };
 
 Jobs jobsOf(const ReadOptions& options) {
@@ -81,7 +84,10 @@ ExitCode runRead(const ReadOptions& options) {
         resolve(connection, jobs, options.maxNodes);
         read(connection, jobs, options.maxElements);
     }
-    writeOutput(options.json ? jsonReport(options, jobs) : tableReport(jobs));
+    if (options.csv)
+        writeOutput(forStandardOutput(jobsCsv(jobs)));
+    else
+        writeOutput(options.json ? jsonReport(options, jobs) : tableReport(jobs));
     for (const Job& job : jobs) {
         if (!job.node.typeKnown)
             reportNote(job.given + ": its type was not found; the value is shown as text (--type states the "
@@ -96,7 +102,7 @@ constexpr const char* examples = R"(Examples:
   opcua-cli read plant:4840 'ns=2;s=Line1.Speed' --type Double
   opcua-cli read plant:4840 'ns=2;s=Line1.Speed' --json | jq '.nodes[0].value'
   opcua-cli read plant:4840 /Plant/Line1/ZoneTemperatures --index 4
-  opcua-cli read plant:4840 --from nodes.csv                 with the columns node, type and index
+  opcua-cli read plant:4840 --from nodes.csv --csv           with the columns node, type and index
 
 A node id is looked for in the address space to learn its type; a path or --type spares that.)";
 
@@ -108,6 +114,7 @@ void addReadCommand(CLI::App& app, Action& chosen) {
     addNodeListOptions(
         command, options,
         "Read as this type without looking for it; what does not convert to it reads as 0 or empty");
+    addCsvOption(command, options.csv);
     command.add_option("NODE", options.nodes, "Node ids or paths")->type_name("");
 }
 

@@ -1,5 +1,6 @@
 #include "commands/commands.h"
 
+#include "commands/difference_rows.h"
 #include "formats/snapshot_file.h"
 #include "output/streams.h"
 #include "output/table.h"
@@ -91,35 +92,13 @@ Cell resultCell(const Job& job, State state) {
     return {textsOf(state).title, state == State::Written ? Tone::Good : Tone::Plain};
 }
 
-/// A row for a single value, one for each element that differs in an array.
-void addRows(Table& table, const Job& job, State state) {
-    constexpr std::size_t mostElements = 10;
-    const NodeInfo& node = job.node;
-    const std::vector<Value>& present = job.value.elements;
-    std::size_t differing = 0;
-    for (std::size_t i = 0; i < present.size(); ++i) {
-        const Value& saved = job.wanted.elements[i];
-        if (!isSame(present[i], saved) && ++differing <= mostElements)
-            table.add({node.nodeId, node.displayName, typeAndShape(node),
-                       indexText(indexAt(i, node.dimensions)), toText(present[i]), toText(saved),
-                       resultCell(job, state)});
-    }
-    if (differing > mostElements)
-        table.add({node.nodeId,
-                   node.displayName,
-                   typeAndShape(node),
-                   {"and " + std::to_string(differing - mostElements) + " more", Tone::Faint}});
-    if (differing == 0)
-        table.add({node.nodeId, node.displayName, typeAndShape(node), "", "", "", resultCell(job, state)});
-}
-
 std::string tableReport(const Restoration& restored) {
     const Terminal terminal = terminalOn(STDOUT_FILENO);
     Table table({{"Node", false}, {"Name"}, {"Type"}, {"Index"}, {"Old"}, {"New"}, {"Result"}});
     for (const Job& job : restored.jobs) {
         const State state = restored.stateOf(job);
         if (state != State::Unchanged)
-            addRows(table, job, state);
+            addDifferences(table, job.node, job.value, job.wanted, resultCell(job, state));
     }
     std::string summary = std::to_string(restored.jobs.size()) + " values";
     std::string separator = ": ";

@@ -53,7 +53,7 @@ void checkStatedType(const Job& job) {
     const auto* text = std::get_if<std::string>(&*job.givenValue);
     const bool mayBeArray = !job.index && (text == nullptr || (!text->empty() && text->front() == '['));
     if (job.type && !mayBeArray)
-        inPlace(job.place, [&] { return parseNodeValue(*job.type, {}, *job.givenValue); });
+        inPlace(job.place, [&] { return parseGivenValue(job, *job.type, {}); });
 }
 
 Jobs jobsOf(const WriteOptions& options) {
@@ -80,8 +80,7 @@ void prepare(Job& job) {
                                   " is empty or of a type that cannot be written here",
                               "--type states the type of an empty node");
         job.wanted = inPlace(job.place, [&] {
-            return parseNodeValue(job.node.dataType, job.index ? Shape() : job.node.dimensions,
-                                  *job.givenValue);
+            return parseGivenValue(job, job.node.dataType, job.index ? Shape() : job.node.dimensions);
         });
     });
 }

@@ -1,10 +1,14 @@
 #include "formats/csv.h"
 
 #include "formats/text_file.h"
+#include "text/utf8.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <sstream>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 #include <vector>
 
 namespace opcua_cli {
@@ -12,7 +16,7 @@ namespace {
 
 class CsvParser {
 public:
-    explicit CsvParser(std::string_view text) : m_text(text) {}
+    explicit CsvParser(std::string_view text) : m_text(text), m_separator(1, csvSeparator(text)) {}
 
     std::vector<CsvRow> parse() {
         std::vector<CsvRow> rows;
@@ -36,7 +40,7 @@ private:
 
     CsvRow row() {
         CsvRow row{m_line, {field()}};
-        while (skip(","))
+        while (skip(m_separator))
             row.fields.push_back(field());
         if (skip("\n") || skip("\r\n"))
             ++m_line;
@@ -45,14 +49,14 @@ private:
 
     std::string field() {
         std::string field = skip("\"") ? quoted() : plain();
-        if (!m_text.empty() && !begins(",") && !begins("\n") && !begins("\r\n"))
+        if (!m_text.empty() && !begins(m_separator) && !begins("\n") && !begins("\r\n"))
             throw FormatError(m_line, begins("\r") ? "a carriage return without a line feed"
                                                    : "something follows the quote that ends a field");
         return field;
     }
 
     std::string plain() {
-        const std::string field(m_text.substr(0, m_text.find_first_of(",\n\r")));
+        const std::string field(m_text.substr(0, m_text.find_first_of(m_separator + "\n\r")));
         if (field.find('"') != std::string::npos)
             throw FormatError(m_line,
                               "a quote inside a field that does not begin with one; put the whole field "
@@ -76,10 +80,53 @@ private:
     }
 
     std::string_view m_text; ///< what is not read yet
+    std::string m_separator;
     std::size_t m_line = 1;
 };
 
+std::string csvField(const std::string& text) {
+    if (text.find_first_of("\",\n\r") == std::string::npos)
+        return text;
+    std::string quoted = "\"";
+    for (const char character : text)
+        quoted.append(character == '"' ? 2 : 1, character);
+    return quoted + "\"";
+}
+
 } // namespace
+
+char csvSeparator(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of("\r\n"), text.size()));
+    std::ptrdiff_t semicolons = 0; // more than commas
+    bool inQuotes = false;
+    for (const char character : text) {
+        if (character == '"')
+            inQuotes = !inQuotes;
+        else if (!inQuotes && (character == '\n' || character == '\r'))
+            break;
+        else if (!inQuotes)
+            semicolons += character == ';' ? 1 : character == ',' ? -1 : 0;
+    }
+    return semicolons > 0 ? ';' : ',';
+}
+
+std::string csvLine(const std::vector<std::string>& fields) {
+    std::string line;
+    for (const std::string& field : fields)
+        line += csvField(isValidUtf8(field) ? field : printable(field)) + ",";
+    line.back() = '\n';
+    return line;
+}
+
+std::string forStandardOutput(const std::string& lines) {
+    if (isatty(STDOUT_FILENO) == 0)
+        return lines;
+    std::string harmless;
+    std::istringstream stream(lines);
+    for (std::string line; std::getline(stream, line);)
+        harmless += printable(line) + "\n";
+    return harmless;
+}
 
 std::vector<CsvRow> parseCsv(std::string_view text) {
     return CsvParser(text).parse();

@@ -16,4 +16,14 @@ struct CsvRow {
 /// Throws FormatError.
 std::vector<CsvRow> parseCsv(std::string_view text);
 
+/// What separates the fields: a semicolon where the first line has more of these than commas, outside of
+/// quotes, else a comma.
+char csvSeparator(std::string_view text);
+
+/// The fields as a line, with commas and a line feed; broken UTF-8 is made printable.
+std::string csvLine(const std::vector<std::string>& fields);
+
+/// Lines as they may go to standard output: where that is a terminal, what would steer it is made visible.
+std::string forStandardOutput(const std::string& lines);
+
 } // namespace opcua_cli

@@ -37,7 +37,7 @@ Job makeJob(const std::string& node, const std::string& type, const std::string&
 class Columns {
 public:
     Columns(const CsvRow& heading, bool withValues) : m_count(heading.fields.size()) {
-        for (const std::string_view name : {"node", "type", "index", "value"}) {
+        for (const std::string_view name : {"node", "type", "index", "value", "error"}) {
             for (std::size_t i = 0; i < m_count; ++i) {
                 if (sameWord(heading.fields[i], name) && !m_places.emplace(name, i).second)
                     throw usageFailure("several columns are called \"" + std::string(name) + "\"");
@@ -60,20 +60,35 @@ private:
     std::map<std::string_view, std::size_t> m_places;
 };
 
+/// What the program itself writes is also "Double[3]" and "other", which state too little: empty then, so
+/// that the node is looked for. Throws Failure (Usage).
+std::string statedType(const std::string& text) {
+    const std::string name = text.substr(0, text.find('['));
+    const bool isOther = text == typeName(OpcUaDataType_Null);
+    if (!isOther && !name.empty() && !typeFromName(name))
+        throw usageFailure(unknownTypeText(name));
+    return isOther || name != text ? std::string() : text;
+}
+
 Job fromRow(const Columns& columns, const CsvRow& row, bool withValues) {
     if (row.fields.size() != columns.count())
         throw usageFailure("there are " + std::to_string(row.fields.size()) +
                                " fields, but the first line has " + std::to_string(columns.count()),
-                           "quotes around a field that holds a comma");
+                           "quotes around a field that holds a comma or semicolon");
     std::optional<GivenValue> value;
-    if (withValues)
+    if (withValues) {
+        // Written by `read --csv`: the empty value would be taken for an empty text.
+        if (const std::string error = columns.field(row, "error"); !error.empty())
+            throw usageFailure("there is no value: " + error);
         value = columns.field(row, "value");
-    return makeJob(columns.field(row, "node"), columns.field(row, "type"), columns.field(row, "index"),
-                   std::move(value));
+    }
+    return makeJob(columns.field(row, "node"), statedType(columns.field(row, "type")),
+                   columns.field(row, "index"), std::move(value));
 }
 
 Jobs fromCsv(const TextFile& file, bool withValues) {
     const std::vector<CsvRow> rows = parseCsv(file.text);
+    const bool decimalComma = csvSeparator(file.text) == ';';
     if (rows.empty())
         throw usageFailure(file.name + " is empty", headingAdvice);
     const Columns columns =
@@ -83,6 +98,7 @@ Jobs fromCsv(const TextFile& file, bool withValues) {
         const std::string place = placeIn(file, row->line);
         jobs.push_back(inPlace(place, [&] { return fromRow(columns, *row, withValues); }));
         jobs.back().place = place;
+        jobs.back().decimalComma = decimalComma;
     }
     return jobs;
 }

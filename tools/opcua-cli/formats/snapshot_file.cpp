@@ -65,12 +65,27 @@ Job savedNode(const Json& entry) {
     return job;
 }
 
+/// An id that was too long is kept as it was written: it names nothing.
+Job leftOutNode(const Json& entry) {
+    Job job;
+    job.node.nodeId = job.given = textField(entry, "nodeId");
+    job.node.displayName = textField(entry, "displayName");
+    if (entry.value("failed", Json()) == true)
+        job.problem = Problem{textField(entry, "reason")};
+    return job;
+}
+
 Snapshot fromList(const TextFile& file, const JsonList& list) {
     Snapshot snapshot;
     inPlace(placeIn(file, 1), [&] {
         if (!list.document.is_object() || list.document.value("format", Json()) != formatName)
             throw usageFailure("this is no snapshot", "a file that opcua-cli snapshot wrote");
         snapshot.folderId = nodeIdIn(list.document, "folderId");
+        snapshot.complete = list.document.value("complete", Json()) != false;
+        for (const Json& entry : list.document.value("leftOut", Json::array())) {
+            if (entry.is_object())
+                snapshot.leftOut.push_back(leftOutNode(entry));
+        }
     });
     for (const JsonEntry& entry : list.entries)
         snapshot.nodes.push_back(inPlace(placeIn(file, entry.line), [&] { return savedNode(entry.value); }));

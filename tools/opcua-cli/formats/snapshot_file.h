@@ -24,8 +24,8 @@ Json leftOutJson(const Jobs& leftOut);
 
 std::string snapshotText(const Snapshot& snapshot);
 
-/// What restoring needs of a snapshot: the folder's id and the nodes, with the values that are wanted. Throws
-/// Failure (Usage) that says which line of the file is wrong.
+/// What restoring and comparing need of a snapshot: the folder's id, the nodes with the values that are
+/// wanted, and what was left out. Throws Failure (Usage) that says which line of the file is wrong.
 Snapshot readSnapshot(const std::string& path);
 
 } // namespace opcua_cli

@@ -1,5 +1,7 @@
 #include "monitor/output.h"
 
+#include "formats/csv.h"
+#include "formats/job_csv.h"
 #include "monitor/watched.h"
 #include "output/json.h"
 #include "output/streams.h"
@@ -134,10 +136,31 @@ private:
     }
 };
 
+class CsvLines final : public TextLines {
+public:
+    explicit CsvLines(const Monitored& monitored) : TextLines(monitored) {
+        put(csvLine({"time", "node", "index", "name", "type", "value", "status"}));
+    }
+
+    void change(const Change& change) override {
+        const Job& watched = job(change.node);
+        const std::string type = isReadAsText(watched) || isWatchedWhole(watched)
+                                     ? typeAndShape(watched.node)
+                                     : std::string(typeName(typeOf(watched, change)));
+        put(forStandardOutput(
+            csvLine({utcText(change.time), watched.node.nodeId, indexText(watched.index.value_or(Index())),
+                     watched.given, type, valueField(NodeValue(change.value)), statusName(change)})));
+    }
+};
+
 } // namespace
 
 std::unique_ptr<MonitorOutput> makeTextLines(const Monitored& monitored) {
     return std::make_unique<TextLines>(monitored);
+}
+
+std::unique_ptr<MonitorOutput> makeCsvLines(const Monitored& monitored) {
+    return std::make_unique<CsvLines>(monitored);
 }
 
 std::unique_ptr<MonitorOutput> makeJsonLines(const Monitored& monitored) {

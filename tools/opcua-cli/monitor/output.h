@@ -48,6 +48,8 @@ public:
 std::unique_ptr<MonitorOutput> makeTextLines(const Monitored& monitored);
 /// JSON documents, one a line.
 std::unique_ptr<MonitorOutput> makeJsonLines(const Monitored& monitored);
+/// A heading and a line for each change; everything else goes to standard error.
+std::unique_ptr<MonitorOutput> makeCsvLines(const Monitored& monitored);
 /// A table on the terminal that is redrawn in place.
 std::unique_ptr<MonitorOutput> makeLiveTable(const Monitored& monitored);
 

@@ -20,8 +20,12 @@ std::string document(const Json& json) {
     return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
+std::string compactJson(const Json& json) {
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
 std::string documentLine(const Json& json) {
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+    return compactJson(json) + "\n";
 }
 
 } // namespace opcua_cli

@@ -20,6 +20,9 @@ Json toJson(const std::optional<Problem>& problem);
 /// The document as text. Bytes that are no UTF-8 become U+FFFD.
 std::string document(const Json& json);
 
+/// The same without any blanks or line ends.
+std::string compactJson(const Json& json);
+
 /// The same on one line, for streams of documents.
 std::string documentLine(const Json& json);
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <sys/ioctl.h>
@@ -74,18 +75,25 @@ Progress::Progress(std::string label)
       m_nextShow(Clock::now() + timeBetweenShows) {}
 
 Progress::~Progress() {
-    if (m_shown)
+    clear();
+}
+
+void Progress::clear() {
+    if (std::exchange(m_shown, false))
         std::fputs("\r\x1b[K", stderr);
 }
 
 void Progress::show(std::size_t count) {
+    show([&] { return m_label + ": " + std::to_string(count) + " nodes"; });
+}
+
+void Progress::show(const std::function<std::string()>& words) {
     if (!m_terminal.interactive || Clock::now() < m_nextShow)
         return;
     m_nextShow = Clock::now() + timeBetweenShows;
     m_shown = true;
-    const std::string line = m_label + ": " + std::to_string(count) + " nodes";
     const std::size_t room = m_terminal.width.value_or(1) - 1;
-    std::fprintf(stderr, "\r\x1b[K%s", cutToWidth(line, room).c_str());
+    std::fprintf(stderr, "\r\x1b[K%s", cutToWidth(printable(words()), room).c_str());
 }
 
 } // namespace opcua_cli

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -33,6 +34,10 @@ public:
     Progress& operator=(const Progress&) = delete;
 
     void show(std::size_t count);
+    /// The same in the caller's words, which are asked for only when it is time to show them.
+    void show(const std::function<std::string()>& words);
+    /// Takes the line away until it is shown again.
+    void clear();
 
 private:
     using Clock = std::chrono::steady_clock;

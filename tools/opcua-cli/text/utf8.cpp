@@ -96,6 +96,17 @@ bool sameWord(std::string_view one, std::string_view other) {
                       [&](char a, char b) { return lower(a) == lower(b); });
 }
 
+std::u32string charactersOf(std::string_view text) {
+    constexpr char32_t replacement = 0xFFFD;
+    std::u32string characters;
+    while (!text.empty()) {
+        const Character character = firstCharacter(text);
+        characters += character.valid ? character.value : replacement;
+        text.remove_prefix(character.size);
+    }
+    return characters;
+}
+
 bool isValidUtf8(std::string_view text) {
     while (!text.empty()) {
         const Character character = firstCharacter(text);

@@ -9,6 +9,9 @@ namespace opcua_cli {
 /// Strict: no overlong forms, surrogates or values above U+10FFFF.
 bool isValidUtf8(std::string_view text);
 
+/// The characters one by one; a broken byte becomes U+FFFD.
+std::u32string charactersOf(std::string_view text);
+
 /// True for the same letters, upper or lower case (ASCII).
 bool sameWord(std::string_view one, std::string_view other);
 

@@ -2,8 +2,10 @@
 
 #include "output/streams.h"
 
+#include <cstddef>
 #include <set>
 #include <string>
+#include <variant>
 
 namespace opcua_cli {
 
@@ -12,6 +14,19 @@ Job jobFor(const NodeInfo& node) {
     job.given = node.nodeId;
     job.node = node;
     return job;
+}
+
+NodeValue parseGivenValue(const Job& job, _OpcUaDataType type, const Shape& shape) {
+    const auto* text = std::get_if<std::string>(&*job.givenValue);
+    const bool isReal = type == OpcUaDataType_Float || type == OpcUaDataType_Double;
+    if (!job.decimalComma || !isReal || !shape.empty() || text == nullptr)
+        return parseNodeValue(type, shape, *job.givenValue);
+    std::string pointed = *text;
+    // Beside a point a comma separates thousands, or nobody knows what.
+    if (const std::size_t comma = pointed.find(',');
+        comma != std::string::npos && pointed.find('.') == pointed.npos)
+        pointed[comma] = '.';
+    return parseNodeValue(type, shape, pointed);
 }
 
 ExitCode reportProblems(const Jobs& jobs) {

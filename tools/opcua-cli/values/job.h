@@ -30,6 +30,7 @@ struct Job {
     NodeValue value{};  ///< read
     NodeValue wanted{}; ///< to be written
     std::optional<Problem> problem{};
+    bool decimalComma = false; ///< the given value may be "12,5", as in a file that separates by semicolons
 };
 
 using Jobs = std::vector<Job>;
@@ -85,6 +86,9 @@ enum class Limited { Reads, Writes, MonitoredItems };
 /// one request when that is fewer than the 20 that the library puts into one. It would refuse them all. Asks
 /// the server for its limit.
 std::size_t callSize(Connection& connection, Limited limited, std::size_t count, std::size_t usual);
+
+/// The given value for a node of that type and shape. Throws Failure (Usage).
+NodeValue parseGivenValue(const Job& job, _OpcUaDataType type, const Shape& shape);
 
 /// A job for a node that was met.
 Job jobFor(const NodeInfo& node);

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "addressing/browse_tree.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace opcua_cli {
+
+/// The path of the node where a way ends; known only when the user named the node by one.
+std::optional<std::string> pathOf(const NodeReference& reference, const std::vector<OpcUaNode*>& way);
+
+/// The path of a node of the walk, behind that of the start.
+std::string pathOf(const Walk& walk, std::size_t index, const std::string& startPath);
+
+/// Tells people what a walk left open, with what to do about a bound, and gives the exit code that says so.
+ExitCode reportWalk(const Walk& walk, const std::string& boundNote);
+
+} // namespace opcua_cli
