@@ -7,11 +7,15 @@
 
 namespace opcua_cli {
 
+constexpr const char* endlessly = "endlessly";
+
 /// What every sub-command takes.
 struct CommonOptions {
     std::string url;
     bool json = false;
     int traceLevel = 0;
+    bool verbose = false;
+    std::string wait; ///< seconds to wait for a server that isn't there yet, or `endlessly`; empty for none
 
     CommonOptions() = default;
     virtual ~CommonOptions() = default;

@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <set>
 #include <string>
-#include <utility>
 #include <variant>
 #include <vector>
 
@@ -63,11 +62,8 @@ BrowseTree::BrowseTree(Connection& connection, const NodeReference& reference) :
     OpcUaNode record = recordFor(startId);
     const int code = connection.client().OpcUaBrowse(&record);
     connection.throwIfLost(code);
-    if (code != 0) {
-        Problem problem = connection.lastProblem();
-        problem.explanation += ": " + startId;
-        throw Failure(ExitCode::Failed, std::move(problem));
-    }
+    if (code != 0)
+        throw Failure(ExitCode::Failed, connection.problemOfBrowse(startId));
     // The first browse of a connection hangs what it finds under a record of the library's own.
     m_start = connection.client().OpcUaReadRootNode();
     m_browsed.insert(m_start);
