@@ -8,6 +8,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -113,6 +114,14 @@ TEST(ConnectReason, LeavesNothingBehind) {
                                                 {"info", "no-such-host.invalid"});
     EXPECT_THAT(result.error, HasSubstr("does not resolve"));
     EXPECT_TRUE(std::filesystem::is_empty(temporary.path()));
+    EXPECT_FALSE(std::filesystem::exists(program.directory() / "OpcUaClient.log"));
+}
+
+TEST(ConnectReason, NeedsNoAbsolutePathForTemporaryFiles) {
+    const OwnProgram program;
+    const CliResult result =
+        program.runInShell("cd / && TMPDIR=tmp exec \"$0\" \"$@\"", {"info", "no-such-host.invalid"});
+    EXPECT_THAT(result.error, HasSubstr("does not resolve"));
     EXPECT_FALSE(std::filesystem::exists(program.directory() / "OpcUaClient.log"));
 }
 

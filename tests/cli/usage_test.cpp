@@ -1,4 +1,5 @@
 #include "cli_program.h"
+#include "loopback_port.h"
 
 #include "support/child_process.h"
 #include "support/temporary_directory.h"
@@ -8,11 +9,8 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <sstream>
 #include <string>
-#include <sys/socket.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -22,31 +20,6 @@ using testing::HasSubstr;
 using testing::Not;
 
 namespace {
-
-/// A loopback port on which connections are taken up, but nobody ever answers; or, once closed, a port that
-/// refuses them.
-class SilentPort {
-public:
-    SilentPort() : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        EXPECT_EQ(bind(m_socket, reinterpret_cast<sockaddr*>(&address), size), 0);
-        EXPECT_EQ(getsockname(m_socket, reinterpret_cast<sockaddr*>(&address), &size), 0);
-        m_port = ntohs(address.sin_port);
-    }
-    ~SilentPort() { close(m_socket); }
-    SilentPort(const SilentPort&) = delete;
-    SilentPort& operator=(const SilentPort&) = delete;
-
-    void takeConnections() { EXPECT_EQ(listen(m_socket, 5), 0); }
-    std::string url() const { return "opc.tcp://127.0.0.1:" + std::to_string(m_port); }
-
-private:
-    int m_socket;
-    unsigned m_port = 0;
-};
 
 const std::string nowhere = "opc.tcp://127.0.0.1:4840";
 
@@ -172,7 +145,7 @@ TEST(Usage, WhatIsWrongWithAValueIsInTheJsonDocumentToo) {
 }
 
 TEST(NoServer, ARefusedPortIsExitCode3) {
-    const SilentPort port;
+    const LoopbackPort port;
     for (const char* command : {"info", "browse"}) {
         const CliResult result = run({command, port.url(), "--json"});
         EXPECT_EQ(result.exitCode, 3);
@@ -186,7 +159,7 @@ TEST(NoServer, ARefusedPortIsExitCode3) {
 }
 
 TEST(NoServer, ASilentServerIsExitCode3AfterTheTimeOut) {
-    SilentPort port;
+    const LoopbackPort port;
     port.takeConnections();
     const CliResult result = run({"read", port.url(), "i=2261", "--timeout", "200"});
     EXPECT_EQ(result.exitCode, 3);
@@ -195,7 +168,7 @@ TEST(NoServer, ASilentServerIsExitCode3AfterTheTimeOut) {
 }
 
 TEST(NoServer, DiscoveryWithoutServerIsExitCode3) {
-    const SilentPort port;
+    const LoopbackPort port;
     const CliResult result = run({"discover", port.url(), "--json"});
     EXPECT_EQ(result.exitCode, 3);
     const auto error = result.json()["error"];
@@ -212,7 +185,7 @@ TEST(NoServer, ANameThatDoesNotResolveIsExitCode3) {
 }
 
 TEST(Trace, IsWrittenBesideTheProgramWhenAskedFor) {
-    const SilentPort port;
+    const LoopbackPort port;
     const test_support::TemporaryDirectory directory;
     const std::filesystem::path copy = directory.path() / "opcua-cli";
     const std::filesystem::path log = directory.path() / "OpcUaClient.log";

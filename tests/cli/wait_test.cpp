@@ -1,6 +1,6 @@
 // A server that isn't there yet, and one that does not answer.
 #include "cli_program.h"
-#include "plant_fixture.h"
+#include "loopback_port.h"
 
 #include "support/child_process.h"
 #include "support/server_process.h"
@@ -10,63 +10,19 @@
 #include <csignal>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <memory>
-#include <netinet/in.h>
-#include <poll.h>
 #include <stdexcept>
 #include <string>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <vector>
 
 using namespace cli_test;
 using test_support::ChildProcess;
 using test_support::PlantServer;
-using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
 namespace {
 
 constexpr std::chrono::minutes safetyNet{1};
-
-/// A loopback port that is taken, so that nothing else listens there.
-class Port {
-public:
-    Port() : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        const int again = 1;
-        setsockopt(m_socket, SOL_SOCKET, SO_REUSEADDR, &again, sizeof again);
-        if (bind(m_socket, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-            getsockname(m_socket, reinterpret_cast<sockaddr*>(&address), &size) != 0)
-            throw std::runtime_error("no port");
-        m_number = std::to_string(ntohs(address.sin_port));
-    }
-    ~Port() { release(); }
-    Port(const Port&) = delete;
-    Port& operator=(const Port&) = delete;
-
-    const std::string& number() const { return m_number; }
-    std::string url() const { return "opc.tcp://127.0.0.1:" + m_number; }
-
-    void release() {
-        if (m_socket >= 0)
-            close(m_socket);
-        m_socket = -1;
-    }
-    /// Takes connections up, as a frozen server's system does, and never answers.
-    void listenOnly() const { ASSERT_EQ(listen(m_socket, 5), 0); }
-    void awaitConnection() const {
-        pollfd watched{m_socket, POLLIN, 0};
-        ASSERT_EQ(poll(&watched, 1, std::chrono::milliseconds(safetyNet).count()), 1);
-    }
-
-private:
-    int m_socket;
-    std::string m_number;
-};
 
 void awaitError(ChildProcess& child, const std::string& text) {
     const auto end = std::chrono::steady_clock::now() + safetyNet;
@@ -85,7 +41,7 @@ int exitCodeOf(ChildProcess& child) {
 
 TEST(Wait, ConnectsOnceTheServerIsThere) {
     for (const std::string command : {"info", "discover"}) {
-        Port port;
+        LoopbackPort port;
         ChildProcess client(program(), {command, port.url(), "--wait", "--json"});
         awaitError(client, "waiting for the server: nothing listens on port " + port.number());
         port.release();
@@ -96,7 +52,7 @@ TEST(Wait, ConnectsOnceTheServerIsThere) {
 }
 
 TEST(Wait, SaysEachReasonOnce) {
-    const Port port;
+    const LoopbackPort port;
     const CliResult result = run({"read", port.url(), "i=2261", "--wait=2"});
     EXPECT_EQ(result.exitCode, 3);
     const std::string note = "waiting for the server: ";
@@ -107,8 +63,8 @@ TEST(Wait, SaysEachReasonOnce) {
 }
 
 TEST(Wait, IsForWhatCanPass) {
-    Port silent;
-    silent.listenOnly();
+    const LoopbackPort silent;
+    silent.takeConnections();
     for (const std::string& url : {silent.url(), std::string("opc.tcp://no-such-host.invalid:4840")}) {
         const CliResult result = run({"info", url, "--wait=1", "--timeout", "300"});
         EXPECT_EQ(result.exitCode, 3);
@@ -130,7 +86,7 @@ TEST(Wait, IsNotForARefusal) {
 }
 
 TEST(Wait, EndsWithCtrlC) {
-    const Port port;
+    const LoopbackPort port;
     ChildProcess client(program(), {"monitor", port.url(), "/Plant", "--wait", "--json"});
     awaitError(client, "waiting for the server");
     client.signal(SIGINT);
@@ -140,7 +96,7 @@ TEST(Wait, EndsWithCtrlC) {
 }
 
 TEST(Wait, TakesNoWordForItsSeconds) {
-    const Port port;
+    const LoopbackPort port;
     const CliResult result = run({"read", "--wait=1", port.url(), "i=2261"});
     EXPECT_EQ(result.exitCode, 3) << result.error;
     for (const std::string wrong : {"soon", "-1", "0", "1e9", "99999999999999999999"}) {
@@ -164,8 +120,8 @@ TEST(FrozenServer, CtrlCEndsEveryCommandThatConnects) {
                                           {"snapshot", "/Plant"}, {"restore", snapshot},
                                           {"monitor", "/Plant"},  {"info"}};
     for (const Arguments& command : commands) {
-        Port frozen;
-        frozen.listenOnly();
+        const LoopbackPort frozen;
+        frozen.takeConnections();
         Arguments arguments{command.front(), frozen.url()};
         arguments.insert(arguments.end(), command.begin() + 1, command.end());
         arguments.insert(arguments.end(), {"--json"});
@@ -199,7 +155,7 @@ TEST(FrozenServer, CtrlCEndsACommandThatIsAtWork) {
         server.freeze();
         client.signal(SIGTERM);
         EXPECT_EQ(exitCodeOf(client), 143) << client.standardError();
-        EXPECT_THAT(client.standardError(), HasSubstr("asked to end; the server does not answer"));
+        EXPECT_THAT(client.standardError(), HasSubstr("asked to end; the server has not answered in time"));
         server.resume();
     }
 }

@@ -44,10 +44,10 @@ void wrapLine(std::string line, std::size_t width, std::string& result) {
             std::max(text, line.compare(0, indent.size(), indent) == 0 ? indent.size() : 0);
         if (end == std::string::npos || end < begin)
             break;
-        result += line.substr(0, line.find_last_not_of(' ', end) + 1) + "\n";
+        result.append(line, 0, line.find_last_not_of(' ', end) + 1).append("\n");
         line = indent + line.substr(std::min(line.find_first_not_of(' ', end), line.size()));
     }
-    result += line + "\n";
+    result.append(line).append("\n");
 }
 
 /// Letters to change, add or leave out to make one word of the other.

@@ -75,10 +75,11 @@ void endLate() {
     for (const WatchedSignal& watched : watchedSignals) {
         if (received == watched.number) {
             writeNow(STDOUT_FILENO, lastWords);
-            writeNow(STDERR_FILENO,
-                     (std::string("opcua-cli: ") + watched.explanation +
-                      "; the server does not answer, and keeps a session until that one's time-out\n")
-                         .c_str());
+            writeNow(
+                STDERR_FILENO,
+                (std::string("opcua-cli: ") + watched.explanation +
+                 "; the server has not answered in time, and keeps a session until that one's time-out\n")
+                    .c_str());
             _exit(static_cast<int>(watched.exitCode));
         }
     }

@@ -173,7 +173,10 @@ void Trace::renew(COpcUaClientInterface& client) {
 /// The library asks for the place of its trace as it starts it, and for that of everything else later.
 void Trace::startUnseen(COpcUaClientInterface& client) {
     std::error_code error;
-    std::string directory = (fs::temp_directory_path(error) / "opcua-cli.XXXXXX").string();
+    fs::path temporary = fs::temp_directory_path(error);
+    if (!error)
+        temporary = fs::absolute(temporary, error); // the library takes no other
+    std::string directory = (temporary / "opcua-cli.XXXXXX").string();
     if (error || mkdtemp(directory.data()) == nullptr) {
         client.OpcUaInit(_OpcUaClientTraceLevel{});
         return;
