@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdexcept>

@@ -45,7 +45,7 @@ void wrapLine(std::string line, std::size_t width, std::string& result) {
         if (end == std::string::npos || end < begin)
             break;
         result.append(line, 0, line.find_last_not_of(' ', end) + 1).append("\n");
-        line = indent + line.substr(std::min(line.find_first_not_of(' ', end), line.size()));
+        line.replace(0, std::min(line.find_first_not_of(' ', end), line.size()), indent);
     }
     result.append(line).append("\n");
 }
