@@ -19,8 +19,8 @@
 namespace opcua_cli {
 namespace {
 
-/// A server that answers has closed the session by then.
-constexpr std::chrono::seconds timeToEnd{1};
+/// A server that answers has closed the session by then, also behind a browse of a thousand nodes.
+constexpr std::chrono::seconds timeToEnd{2};
 
 // What the handler touches: it may run on any thread of the library.
 std::atomic<int> received{0};

@@ -7,8 +7,9 @@
 namespace opcua_cli {
 
 /// From now on the first Ctrl-C (SIGINT), SIGTERM or hang-up asks the running command to end in good order,
-/// so that no session stays on the server. A command that has not ended after a second, because it waits for
-/// a server that does not answer, is ended with the program, which says so; a second signal ends it at once.
+/// so that no session stays on the server. A command that has not ended after two seconds, because it waits
+/// for a server that does not answer, is ended with the program, which says so; a second signal ends it at
+/// once.
 void watchForInterrupt();
 
 /// Throws Failure (Interrupted, Terminated or HungUp) once such a signal came. Long jobs call it between two
