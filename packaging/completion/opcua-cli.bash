@@ -28,7 +28,7 @@ _opcua_cli() {
     local program=$1 word=$2 previous=$3 command= help options i
     COMPREPLY=()
     for ((i = 1; i < COMP_CWORD; i++)); do
-        if [[ ${COMP_WORDS[i]} != -* ]]; then
+        if [[ ${COMP_WORDS[i]} != -* && ! ($i -eq 1 && ${COMP_WORDS[i]} == help) ]]; then
             command=${COMP_WORDS[i]}
             break
         fi

@@ -120,7 +120,7 @@ TEST_F(Installed, TheStateDirectoryMayBeNamed) {
 
 TEST_F(Installed, NoPartOfItIsCopied) {
     ASSERT_EQ(run({"cert", "--make"}).exitCode, 0);
-    EXPECT_THAT(namesIn(state()), ElementsAre("OpcUaClient.log", "pkiclient"));
+    EXPECT_THAT(namesIn(state()), ElementsAre("pkiclient"));
 }
 
 TEST_F(Installed, TheLibrarysVariableNamesThePlaceForBoth) {

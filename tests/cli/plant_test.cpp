@@ -2,6 +2,7 @@
 
 #include "support/child_process.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstddef>
@@ -441,6 +442,42 @@ TEST_F(Plant, TablesFitTheTerminal) {
     const std::string text = terminal.text();
     EXPECT_THAT(text, AllOf(HasSubstr(rack + "Text.Bytes300"), HasSubstr("…\r\n")));
     EXPECT_LE(text.find("\r\n", text.find(rack)) - text.find(rack), 72u); // the ellipsis has three bytes
+}
+
+TEST_F(Plant, NarrowTerminalsAreReadable) {
+    const auto onFortyColumns = [&](const std::string& command, const Arguments& rest) {
+        PseudoTerminal terminal(40);
+        const CliResult result =
+            runInShell(R"(TERM=dumb "$0" "$@" >)" + terminal.path(), call(command, rest));
+        EXPECT_EQ(result.exitCode, 0) << result.error;
+        return terminal.text();
+    };
+    EXPECT_THAT(
+        onFortyColumns("browse", {"/Plant/Line1", "--values"}),
+        AllOf(HasSubstr("├─ SpeedSetpoint\r\n    ns=2;s=Line1.SpeedSetpoint  Variable\r\n    Double  "),
+              HasSubstr(" nodes below")));
+    EXPECT_THAT(onFortyColumns("discover", {}), HasSubstr(m_server.url() + "\r\n    None  None\r\n"));
+    EXPECT_THAT(onFortyColumns("read", {"/Plant/Line1/SpeedSetpoint"}),
+                HasSubstr("/Plant/Line1/SpeedSetpoint\r\n    Speed"));
+}
+
+TEST_F(Plant, DrawsInAsciiWhereTheLocaleHasNothingElse) {
+    PseudoTerminal terminal(100);
+    const Arguments arguments = call("browse", {"/Plant/Line1", "--values"});
+    const auto drawnIn = [&](const std::string& locale) {
+        runInShell("env -u LC_ALL -u LC_CTYPE -u LANG " + locale + R"( TERM=dumb "$0" "$@" >)" +
+                       terminal.path(),
+                   arguments);
+        return terminal.text();
+    };
+    for (const char* locale :
+         {"", "LANG=C", "LC_ALL=de_DE LANG=de_DE.UTF-8", "LC_CTYPE=POSIX LANG=C.UTF-8"}) {
+        const std::string drawn = drawnIn(locale);
+        EXPECT_THAT(drawn, AllOf(HasSubstr("|- "), HasSubstr("`- ")));
+        EXPECT_TRUE(std::all_of(drawn.begin(), drawn.end(), [](char c) { return c > 0; })) << drawn;
+    }
+    for (const char* locale : {"LANG=C.UTF-8", "LC_ALL=en_US.utf8 LANG=C", "LC_CTYPE=de_DE.UTF-8"})
+        EXPECT_THAT(drawnIn(locale), AllOf(HasSubstr("├─ "), HasSubstr("└─ ")));
 }
 
 TEST_F(LatePlant, ALongBrowseShowsProgressOnATerminal) {

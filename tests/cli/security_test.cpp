@@ -149,7 +149,7 @@ TEST_F(LegacyPlant, EveryPolicyAndModeIsTheOneThatIsUsed) {
 TEST_F(SecurePlant, WhatTheServerDoesNotOfferFails) {
     const CliResult result = cli("info", {"--policy", "Basic256", "--trust", "once"});
     EXPECT_EQ(result.exitCode, 3);
-    EXPECT_THAT(result.error, AllOf(HasSubstr("offers this policy"), HasSubstr("opcua-cli cert")));
+    EXPECT_THAT(result.error, HasSubstr("offers no endpoint with Basic256"));
 }
 
 TEST_F(SecurePlant, AUserLogsInSecurelyWithoutAskingForIt) {
@@ -287,6 +287,6 @@ TEST(DefectiveCertificate, IsNotMendedByTrustingIt) {
     const CliResult again = connect("always");
     EXPECT_EQ(again.exitCode, 3);
     EXPECT_THAT(again.error, AllOf(HasSubstr("not in order"), HasSubstr("urn:somebody:else"),
-                                   HasSubstr("--trace warnings")));
+                                   HasSubstr("for another application); ")));
     EXPECT_EQ(connect("once").exitCode, 0);
 }

@@ -3,6 +3,7 @@
 
 #include "output/table.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace opcua_cli;
@@ -97,4 +98,27 @@ TEST(Table, ALongNodeIdMovesItsOwnRowOnly) {
     const std::string pad(60 - 7, ' ');
     EXPECT_EQ(table.render(pipe()), "Node id" + pad + "  Class\n" + "i=85   " + pad + "  Object\n" +
                                         std::string(200, 'x') + "  Variable\n");
+}
+
+TEST(Table, FoldsItsRowsWhereTheTerminalIsTooNarrow) {
+    Table table({{"Name"}, {"Node id", false}, {"Class"}, {"Type"}});
+    table.add({"├─ SpeedSetpoint", "ns=2;s=Line1.SpeedSetpoint", "Variable", {"Double", Tone::Good}});
+    table.add({"└─ a name that is longer than all that", "i=1", "Object"});
+    EXPECT_EQ(table.renderFolded(screen(40, true)), "\x1b[1mName\x1b[0m\n"
+                                                    "    \x1b[1mNode id\x1b[0m  \x1b[1mClass\x1b[0m  "
+                                                    "\x1b[1mType\x1b[0m\n"
+                                                    "├─ SpeedSetpoint\n"
+                                                    "    ns=2;s=Line1.SpeedSetpoint  Variable\n"
+                                                    "    \x1b[32mDouble\x1b[0m\n"
+                                                    "└─ a name that is longer than all that\n"
+                                                    "    i=1  Object\n");
+    EXPECT_THAT(table.renderFolded(screen(30)), testing::HasSubstr("└─ a name that is longer than…\n"));
+}
+
+TEST(Table, FoldsNothingThatFits) {
+    Table table({{"Name"}, {"Node id", false}});
+    table.add({"Speed", "ns=2;s=Line1.Speed"});
+    EXPECT_EQ(table.renderFolded(screen(40)), table.render(screen(40)));
+    EXPECT_EQ(table.renderFolded(pipe()), table.render(pipe()));
+    EXPECT_NE(table.renderFolded(screen(20)), table.render(screen(20)));
 }

@@ -1,15 +1,16 @@
 #include "cli_program.h"
+#include "loopback_port.h"
 
 #include "support/child_process.h"
 #include "support/temporary_directory.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
+#include <sstream>
 #include <string>
-#include <sys/socket.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -19,31 +20,6 @@ using testing::HasSubstr;
 using testing::Not;
 
 namespace {
-
-/// A loopback port on which connections are taken up, but nobody ever answers; or, once closed, a port that
-/// refuses them.
-class SilentPort {
-public:
-    SilentPort() : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        EXPECT_EQ(bind(m_socket, reinterpret_cast<sockaddr*>(&address), size), 0);
-        EXPECT_EQ(getsockname(m_socket, reinterpret_cast<sockaddr*>(&address), &size), 0);
-        m_port = ntohs(address.sin_port);
-    }
-    ~SilentPort() { close(m_socket); }
-    SilentPort(const SilentPort&) = delete;
-    SilentPort& operator=(const SilentPort&) = delete;
-
-    void takeConnections() { EXPECT_EQ(listen(m_socket, 5), 0); }
-    std::string url() const { return "opc.tcp://127.0.0.1:" + std::to_string(m_port); }
-
-private:
-    int m_socket;
-    unsigned m_port = 0;
-};
 
 const std::string nowhere = "opc.tcp://127.0.0.1:4840";
 
@@ -72,6 +48,31 @@ TEST(Usage, EveryCommandHasHelpWithExamples) {
     }
 }
 
+TEST(Usage, HelpIsACommand) {
+    EXPECT_EQ(run({"help"}).output, run({"--help"}).output);
+    const CliResult result = run({"help", "read"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.output, run({"read", "--help"}).output);
+    EXPECT_EQ(result.error, "");
+}
+
+TEST(Usage, HelpFitsTheTerminal) {
+    for (const int columns : {40, 72}) {
+        for (const char* command : {"", "browse", "monitor", "cert"}) {
+            PseudoTerminal terminal(static_cast<unsigned short>(columns));
+            runInShell(R"("$0" help $1 >)" + terminal.path(), {command});
+            std::istringstream lines(terminal.text());
+            std::size_t longest = 0;
+            for (std::string line; std::getline(lines, line);) {
+                const bool hasBlank = line.find(' ', line.find_first_not_of(' ')) != std::string::npos;
+                longest = std::max(longest, hasBlank ? line.size() - 1 : 0); // a carriage return
+            }
+            EXPECT_LE(longest, static_cast<std::size_t>(columns)) << command;
+            EXPECT_GT(longest, static_cast<std::size_t>(columns / 2)) << command;
+        }
+    }
+}
+
 TEST(Usage, TellsItsVersion) {
     const CliResult result = run({"--version"});
     EXPECT_EQ(result.exitCode, 0);
@@ -81,7 +82,9 @@ TEST(Usage, TellsItsVersion) {
 TEST(Usage, WrongArgumentsAreExitCode2) {
     const std::vector<std::pair<Arguments, std::string>> cases{
         {{}, "subcommand is required"},
-        {{"frobnicate"}, "subcommand is required"},
+        {{"frobnicate"}, "no command \"frobnicate\""},
+        {{"browes", nowhere}, "did you mean 'browse'?"},
+        {{"help", "browes"}, "did you mean 'browse'?"},
         {{"read"}, "URL is required"},
         {{"read", nowhere}, "NODE is required"},
         {{"write", nowhere, "i=1"}, "VALUE is required"},
@@ -99,6 +102,10 @@ TEST(Usage, WrongArgumentsAreExitCode2) {
         {{"info", "opc.tcp://"}, "no host"},
         {{"info", "http://localhost:4840"}, "only opc.tcp://"},
         {{"info", std::string(200, 'h') + ":4840"}, "longer than 127 bytes"},
+        {{"info", "opc.tcp://127.0.0.1:65536"}, "\"65536\" is no port"},
+        {{"discover", "[::1]:4840000000000000"}, "is no port"},
+        {{"info", "plant:opc"}, "\"opc\" is no port"},
+        {{"info", "plant:-1/path"}, "\"-1\" is no port"},
         {{"read", nowhere, "Line1.Speed"}, "is no node"},
         {{"read", nowhere, "i=1", "/a//b"}, "is empty"},
         {{"read", nowhere, "i=1", "--type", "Decimal"}, "no type is called Decimal"},
@@ -141,12 +148,13 @@ TEST(Usage, WhatIsWrongWithAValueIsInTheJsonDocumentToo) {
 }
 
 TEST(NoServer, ARefusedPortIsExitCode3) {
-    const SilentPort port;
+    const LoopbackPort port;
     for (const char* command : {"info", "browse"}) {
         const CliResult result = run({command, port.url(), "--json"});
         EXPECT_EQ(result.exitCode, 3);
         EXPECT_THAT(result.error,
-                    AllOf(HasSubstr(port.url()), HasSubstr("连接服务器失败"), HasSubstr("try: ")));
+                    AllOf(HasSubstr(port.url()), HasSubstr("连接服务器失败"), HasSubstr("try: "),
+                          HasSubstr("opcua-cli: nothing listens on port ")));
         const auto error = result.json()["error"];
         EXPECT_EQ(error["code"], 1);
         EXPECT_EQ(error["message"], "连接服务器失败");
@@ -154,31 +162,33 @@ TEST(NoServer, ARefusedPortIsExitCode3) {
 }
 
 TEST(NoServer, ASilentServerIsExitCode3AfterTheTimeOut) {
-    SilentPort port;
+    const LoopbackPort port;
     port.takeConnections();
     const CliResult result = run({"read", port.url(), "i=2261", "--timeout", "200"});
     EXPECT_EQ(result.exitCode, 3);
     EXPECT_EQ(result.output, "");
-    EXPECT_THAT(result.error, HasSubstr("--timeout"));
+    EXPECT_THAT(result.error, AllOf(HasSubstr("127.0.0.1 did not answer in time"), HasSubstr("--timeout")));
 }
 
 TEST(NoServer, DiscoveryWithoutServerIsExitCode3) {
-    const SilentPort port;
+    const LoopbackPort port;
     const CliResult result = run({"discover", port.url(), "--json"});
     EXPECT_EQ(result.exitCode, 3);
     const auto error = result.json()["error"];
     EXPECT_EQ(error["code"], 18);
+    EXPECT_THAT(error["explanation"].get<std::string>(), HasSubstr("nothing listens on port "));
     EXPECT_TRUE(error["message"].is_null()) << "the library stores none for this code";
 }
 
 TEST(NoServer, ANameThatDoesNotResolveIsExitCode3) {
     const CliResult result = run({"info", "no-such-host.invalid:4840", "--timeout", "2000"});
     EXPECT_EQ(result.exitCode, 3);
-    EXPECT_THAT(result.error, HasSubstr("opc.tcp://no-such-host.invalid:4840"));
+    EXPECT_THAT(result.error, AllOf(HasSubstr("opc.tcp://no-such-host.invalid:4840"),
+                                    HasSubstr("the name no-such-host.invalid does not resolve")));
 }
 
 TEST(Trace, IsWrittenBesideTheProgramWhenAskedFor) {
-    const SilentPort port;
+    const LoopbackPort port;
     const test_support::TemporaryDirectory directory;
     const std::filesystem::path copy = directory.path() / "opcua-cli";
     const std::filesystem::path log = directory.path() / "OpcUaClient.log";

@@ -26,6 +26,12 @@ complete_words --vers
 expect --version "${COMPREPLY[*]}"
 complete_words read plant:4840 --fr
 expect --from "${COMPREPLY[*]}"
+complete_words help disc
+expect discover "${COMPREPLY[*]}"
+complete_words info plant:4840 --ve
+expect --verbose "${COMPREPLY[*]}"
+complete_words info plant:4840 --wa
+expect --wait "${COMPREPLY[*]}"
 complete_words cert --tru
 expect "" "${COMPREPLY[*]}"
 complete_words info plant:4840 --trust ''

@@ -2,12 +2,15 @@
 
 #include "OpcUaClientInterface.h"
 #include "failure.h"
+#include "files/trace.h"
 #include "options.h"
 #include "security/trust.h"
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace opcua_cli {
 
@@ -17,7 +20,8 @@ public:
     /// Called on a thread of the library, one change at a time.
     using DataChangeHandler = std::function<void(const _OpcUaDataChangeMsg&)>;
 
-    /// Throws Failure: Usage for security options that make no sense, before anything is sent; NoConnection.
+    /// Throws Failure: Usage for security options that make no sense, before anything is sent; NoConnection,
+    /// with --wait only when that is over or of no use.
     explicit Connection(const ConnectOptions& options, DataChangeHandler onDataChange = {});
     ~Connection();
     Connection(const Connection&) = delete;
@@ -28,14 +32,18 @@ public:
 
     /// Connects anew, with what the constructor was given; a certificate that was accepted once is accepted
     /// again. Throws Failure (NoConnection).
-    void reconnect() { open(); }
+    void reconnect();
 
     /// Takes the result code of the operation just made. Throws Failure (NoConnection) when it failed because
     /// the connection is gone.
     void throwIfLost(int resultCode);
 
     /// Why the last operation failed that did.
-    const Problem& lastProblem() const { return m_lastProblem; }
+    Problem lastProblem() const { return problemOf({}); }
+    /// The same for one of its nodes.
+    Problem problemOf(const std::string& nodeId) const;
+    /// Why the browse of a node just failed: asks the server whether there is one.
+    Problem problemOfBrowse(const std::string& nodeId);
 
 private:
     /// What the library asks and tells the program.
@@ -58,6 +66,7 @@ private:
 
     void open();
     Problem connectProblem(int resultCode);
+    int readNumber(const std::string& nodeId);
     bool isAlive();
 
     Security m_security;
@@ -65,8 +74,10 @@ private:
     // Outlive the client, which calls them.
     TrustDecision m_trust;
     Callback m_callback;
+    Trace m_trace;
     COpcUaClientInterface m_client;
     Problem m_lastProblem;
+    std::vector<std::string> m_lastTexts; ///< what the trace told with it
 };
 
 /// The shell's connection, or one of the command's own. Throws Failure as Connection.

@@ -26,6 +26,7 @@ struct Problem {
     std::string advice{};        ///< what to try next; empty when there is nothing to say
     int resultCode = 0;          ///< the library's; 0 when it was not the library that refused
     std::string storedMessage{}; ///< the library's own text; empty when it stores none for the code
+    bool canPass = false;        ///< the same may work a little later
 };
 
 /// A problem that says of which node it is.

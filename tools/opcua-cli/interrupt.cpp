@@ -5,14 +5,22 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstring>
+#include <functional>
+#include <poll.h>
+#include <string>
 #include <sys/eventfd.h>
+#include <thread>
 #include <unistd.h>
 
 namespace opcua_cli {
 namespace {
+
+/// A server that answers has closed the session by then, also behind a browse of a thousand nodes.
+constexpr std::chrono::seconds timeToEnd{2};
 
 // What the handler touches: it may run on any thread of the library.
 std::atomic<int> received{0};
@@ -20,10 +28,16 @@ std::atomic<int> wakeUp{-1};
 std::atomic<const char*> lastWords{nullptr};
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<const char*>::is_always_lock_free);
 
-void endAtOnce(int number) {
-    if (const char* words = lastWords) {
-        [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, words, std::strlen(words));
+/// Nobody may hold the end up: what is full or stopped gets no words.
+void writeNow(int descriptor, const char* words) {
+    pollfd target{descriptor, POLLOUT, 0};
+    if (words != nullptr && poll(&target, 1, 0) == 1 && (target.revents & POLLOUT) != 0) {
+        [[maybe_unused]] const ssize_t written = write(descriptor, words, std::strlen(words));
     }
+}
+
+void endAtOnce(int number) {
+    writeNow(STDOUT_FILENO, lastWords);
     std::signal(number, SIG_DFL);
     raise(number);
 }
@@ -52,6 +66,29 @@ constexpr std::array<WatchedSignal, 3> watchedSignals{
      {SIGTERM, ExitCode::Terminated, "asked to end"},
      {SIGHUP, ExitCode::HungUp, "the terminal was closed"}}};
 
+[[noreturn]] void endNow(const WatchedSignal& watched) {
+    writeNow(STDOUT_FILENO, lastWords);
+    writeNow(STDERR_FILENO,
+             (std::string("opcua-cli: ") + watched.explanation +
+              "; the server has not answered in time, and keeps a session until that one's time-out\n")
+                 .c_str());
+    _exit(static_cast<int>(watched.exitCode));
+}
+
+/// Ends what does not end by itself. A shell forgets a signal that ended one of its commands.
+void endLate() {
+    for (;;) {
+        pollfd interrupt{wakeUp, POLLIN, 0};
+        while (poll(&interrupt, 1, -1) < 1) {
+        }
+        std::this_thread::sleep_for(timeToEnd);
+        for (const WatchedSignal& watched : watchedSignals) {
+            if (received == watched.number)
+                endNow(watched);
+        }
+    }
+}
+
 /// Who starts a program with nohup wants it to outlive its terminal.
 bool isIgnored(int number) {
     struct sigaction present{};
@@ -68,6 +105,7 @@ void watchForInterrupt() {
         if (watched.number != SIGHUP || !isIgnored(SIGHUP))
             sigaction(watched.number, &action, nullptr);
     }
+    startThreadWithoutSignals(endLate).detach();
 }
 
 void throwIfInterrupted() {
@@ -82,6 +120,27 @@ void forgetInterrupt() {
     std::uint64_t count = 0;
     if (received.compare_exchange_strong(interrupted, 0)) {
         [[maybe_unused]] const ssize_t taken = read(wakeUp, &count, sizeof count);
+    }
+}
+
+void pauseFor(std::chrono::milliseconds time) {
+    pollfd interrupt{wakeUp, POLLIN, 0};
+    poll(&interrupt, 1, static_cast<int>(time.count()));
+    throwIfInterrupted();
+}
+
+std::thread startThreadWithoutSignals(const std::function<void()>& work) {
+    sigset_t all{};
+    sigset_t before{};
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    try {
+        std::thread thread(work);
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+        return thread;
+    } catch (...) {
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+        throw;
     }
 }
 

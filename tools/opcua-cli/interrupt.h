@@ -1,9 +1,15 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
+#include <thread>
+
 namespace opcua_cli {
 
 /// From now on the first Ctrl-C (SIGINT), SIGTERM or hang-up asks the running command to end in good order,
-/// so that no session stays on the server; a second one ends the program at once.
+/// so that no session stays on the server. A command that has not ended after two seconds, because it waits
+/// for a server that does not answer, is ended with the program, which says so; a second signal ends it at
+/// once.
 void watchForInterrupt();
 
 /// Throws Failure (Interrupted, Terminated or HungUp) once such a signal came. Long jobs call it between two
@@ -16,8 +22,23 @@ void forgetInterrupt();
 /// Becomes readable with the first signal, and stays so until forgetInterrupt(): for who waits in poll().
 int interruptDescriptor();
 
-/// What a second signal writes to standard output before it ends the program, to leave a terminal as it was;
-/// null for nothing. The text must live on.
+/// Waits so long, or until such a signal comes, and throws then.
+void pauseFor(std::chrono::milliseconds time);
+
+/// A thread that no signal of the program interrupts.
+std::thread startThreadWithoutSignals(const std::function<void()>& work);
+
+/// What is written to standard output before the program ends in the middle of a command, to leave a terminal
+/// as it was or a document complete; null for nothing. The text must live on.
 void setLastWords(const char* text);
+
+/// Sets them until it goes.
+class LastWords {
+public:
+    explicit LastWords(const char* text) { setLastWords(text); }
+    ~LastWords() { setLastWords(nullptr); }
+    LastWords(const LastWords&) = delete;
+    LastWords& operator=(const LastWords&) = delete;
+};
 
 } // namespace opcua_cli

@@ -1,22 +1,33 @@
 #include "commands/commands.h"
 #include "files/library_files.h"
+#include "help.h"
 #include "interrupt.h"
 #include "output/streams.h"
+#include "output/terminal.h"
 #include "text/utf8.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <exception>
+#include <optional>
 #include <sstream>
 #include <string>
+#include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace {
 
 using namespace opcua_cli;
 
 constexpr const char* exitCodes = R"(Exit codes:
-  0  done                                3  no connection, or it was lost
-  1  refused or failed, even for one node   4  the result could not be written
-  2  wrong arguments, nothing was sent   130, 143  Ctrl-C, SIGTERM; the session was closed first
-                                         141  nobody reads the output any more
+  0         done
+  1         refused or failed, even for one node
+  2         wrong arguments, nothing was sent
+  3         no connection, or it was lost
+  4         the result could not be written
+  130, 143  Ctrl-C, SIGTERM; a server that answers has closed the session
+  141       nobody reads the output any more
 
 Nodes are named by id ('ns=2;s=Line1.Speed', i=2261) or by path (/Plant/Line1/Speed).
 "opcua-cli COMMAND --help" has examples.)";
@@ -43,7 +54,8 @@ ExitCode explainParse(const CLI::App& app, const CLI::ParseError& error) {
     std::ostringstream problem;
     const bool wanted = app.exit(error, output, problem) == static_cast<int>(CLI::ExitCodes::Success);
     if (wanted) {
-        writeOutput(output.str());
+        const std::optional<std::size_t> width = terminalOn(STDOUT_FILENO).width;
+        writeOutput(width ? wrapped(output.str(), *width) : output.str());
         return ExitCode::Success;
     }
     reportProblem({error.what(), "opcua-cli --help, or opcua-cli COMMAND --help"});
@@ -70,8 +82,9 @@ ExitCode run(int count, char** arguments) {
     addPingCommand(app, chosen);
     addInfoCommand(app, chosen);
     addCertCommand(app, chosen);
+    fitHelp(app);
     try {
-        app.parse(reversedArguments(count, arguments));
+        app.parse(reversedArguments(commandLine(app, count, arguments)));
     } catch (const CLI::ParseError& error) {
         return explainParse(app, error);
     }

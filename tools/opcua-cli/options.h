@@ -10,12 +10,16 @@ namespace opcua_cli {
 
 class Connection;
 
+constexpr const char* endlessly = "endlessly";
+
 /// What every sub-command takes.
 struct CommonOptions {
     std::string url;
     bool json = false;
     int traceLevel = 0;
     std::shared_ptr<Connection> session{}; ///< a shell's, that its commands share
+    bool verbose = false;
+    std::string wait; ///< seconds to wait for a server that isn't there yet, or `endlessly`; empty for none
 
     CommonOptions() = default;
     virtual ~CommonOptions() = default;

@@ -16,11 +16,11 @@ struct ResultText {
     const char* advice;
 };
 
+constexpr const char* placeOfCertificates =
+    "look at the folders that \"opcua-cli cert\" shows; -v shows more";
+
 constexpr std::array<ResultText, 23> resultTexts{{
-    {1, true, "the server could not be connected",
-     "check that the server runs and that host and port are right (opcua-cli discover URL shows its "
-     "endpoints); a server behind a slow network may need a longer --timeout; --trace warnings writes the "
-     "reason to the trace file that \"opcua-cli --help\" names"},
+    {1, true, "the server could not be connected", "-v, which shows the library's trace"},
     {2, true, "the connection could not be closed in good order",
      "nothing: the server drops the session by itself after its time-out"},
     {3, true, "the connection to the server is lost", "the same command again, once the server answers"},
@@ -28,25 +28,16 @@ constexpr std::array<ResultText, 23> resultTexts{{
      "check that the node exists (browse its parent first) and that this user may browse it"},
     {5, true, "the node id could not be used", "a node id such as ns=2;s=Line1.Speed or i=2261"},
     {6, true, "the node is not in the tree that was browsed", "browse its parent first"},
-    {7, true, "the value could not be read",
-     "check the node id (opcua-cli browse URL shows them); an existing node may have no value, may not be "
-     "readable for this user, or may have a value with a bad or uncertain status"},
-    {8, true, "the value could not be written",
-     "check that the node exists, that this user may write it, and that its type is the one used (--type)"},
-    {9, true, "the server refused the subscription",
-     "--trace warnings writes the reason to the trace file that \"opcua-cli --help\" names; servers limit "
-     "the number of subscriptions"},
+    {7, true, "the value could not be read", ""},
+    {8, true, "the value could not be written", ""},
+    {9, true, "the server refused the subscription", "close another client: servers limit subscriptions"},
     {11, true, "there is no subscription", "please report this: the command should have made one"},
-    {12, true, "the server does not monitor this node",
-     "check the node id (opcua-cli browse URL shows them) and that it has a value; --trace warnings writes "
-     "the reason to the trace file that \"opcua-cli --help\" names"},
-    {18, false, "no discovery service answers at that address",
-     "check host and port and that the server runs; the port of OPC UA servers is often 4840"},
+    {12, true, "the server does not monitor this node", ""},
+    {18, false, "no discovery service answers at that address", "-v, which shows the library's trace"},
     {19, false, "the server answered, but none of its servers or discovery addresses did",
      "the server may announce a host name that this machine cannot resolve: ask it by IP address and look at "
      "its configured host name"},
-    {20, true, "the certificate store could not be used",
-     "look at the folders that \"opcua-cli cert\" shows; --trace warnings writes the reason"},
+    {20, true, "the certificate store could not be used", placeOfCertificates},
     {21, true, "this client's own certificate and key could not be loaded",
      "\"opcua-cli cert\" shows where they are; when the key is lost, delete the certificate as well, and a "
      "new pair is made"},
@@ -56,8 +47,7 @@ constexpr std::array<ResultText, 23> resultTexts{{
     {24, true, "the user certificate could not be used", "a DER file with a certificate that is valid now"},
     {25, true, "the user's private key could not be read", "a PEM file that is not encrypted"},
     {26, true, "the user's private key is no RSA key", "an RSA key in PEM form"},
-    {27, true, "the user's certificate store could not be opened",
-     "look at the folders that \"opcua-cli cert\" shows"},
+    {27, true, "the user's certificate store could not be opened", placeOfCertificates},
     {28, true, "a user certificate could not be made",
      "the folders that \"opcua-cli cert\" shows must be writable"},
     {29, true, "an argument was refused", "please report this: the command should have noticed it"},
@@ -84,22 +74,6 @@ Problem problemFor(int resultCode, COpcUaClientInterface& client) {
     problem.advice = text->advice;
     if (text->hasMessage)
         problem.storedMessage = messageStoredIn(client);
-    return problem;
-}
-
-Problem problemOfConnect(int resultCode, COpcUaClientInterface& client, bool secured) {
-    constexpr int connectFailed = 1;
-    constexpr int noEndpoints = 19;
-    Problem problem = problemFor(resultCode, client);
-    if (resultCode == noEndpoints) {
-        problem.explanation = "the server could not be asked for its endpoints";
-        problem.advice = problemFor(connectFailed, client).advice;
-    } else if (resultCode == connectFailed && secured) {
-        problem.advice =
-            "check that the server offers this policy and mode (opcua-cli discover URL), that user name and "
-            "password are right, and that the server trusts this client's certificate (opcua-cli cert tells "
-            "how); --trace warnings writes the reason to the trace file that \"opcua-cli --help\" names";
-    }
     return problem;
 }
 

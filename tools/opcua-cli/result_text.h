@@ -9,7 +9,4 @@ namespace opcua_cli {
 /// What a result code of the library means and what to try next, with the library's own message.
 Problem problemFor(int resultCode, COpcUaClientInterface& client);
 
-/// The same for a connect that failed.
-Problem problemOfConnect(int resultCode, COpcUaClientInterface& client, bool secured);
-
 } // namespace opcua_cli

@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <set>
 #include <string>
-#include <utility>
 #include <variant>
 #include <vector>
 
@@ -66,11 +65,8 @@ BrowseTree::BrowseTree(Connection& connection, const NodeReference& reference)
     // Without a record the tree that was begins anew, in the Root folder.
     const int code = connection.client().OpcUaBrowse(m_first ? &record : nullptr);
     connection.throwIfLost(code);
-    if (code != 0) {
-        Problem problem = connection.lastProblem();
-        problem.explanation += ": " + startId;
-        throw Failure(ExitCode::Failed, std::move(problem));
-    }
+    if (code != 0)
+        throw Failure(ExitCode::Failed, connection.problemOfBrowse(startId));
     // The first browse of a connection hangs what it finds under a record of the library's own.
     m_start = connection.client().OpcUaReadRootNode();
     m_browsed.insert(m_start);

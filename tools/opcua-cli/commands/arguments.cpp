@@ -1,7 +1,9 @@
 #include "commands/arguments.h"
 
 #include "OpcUaTypes.h"
+#include "address.h"
 #include "files/library_files.h"
+#include "interrupt.h"
 #include "output/streams.h"
 
 #include <cstddef>
@@ -13,7 +15,6 @@
 namespace opcua_cli {
 namespace {
 
-constexpr std::string_view scheme = "opc.tcp://";
 constexpr std::size_t longestUrl = sizeof _OpcUaClientConfig::endpointUrl - 1;
 
 const std::map<std::string, int>& traceLevels() {
@@ -42,12 +43,17 @@ std::string traceLevelNames() {
 } // namespace
 
 std::string completeUrl(const std::string& text) {
-    std::string url = text.find("://") == std::string::npos ? std::string(scheme) + text : text;
-    if (url.compare(0, scheme.size(), scheme) != 0)
+    std::string url = text.find("://") == std::string::npos ? std::string(urlScheme) + text : text;
+    if (url.compare(0, urlScheme.size(), urlScheme) != 0)
         throw CLI::ValidationError("URL", "only opc.tcp:// addresses can be connected, not " + text);
-    const std::string_view address = std::string_view(url).substr(scheme.size());
+    const std::string_view address = std::string_view(url).substr(urlScheme.size());
     if (address.empty() || address[0] == '/' || address[0] == ':')
         throw CLI::ValidationError("URL", "there is no host in \"" + text + "\"; try opc.tcp://host:4840");
+    const std::string port = addressIn(url).port;
+    if (port.size() > 5 || port.find_first_not_of("0123456789") != std::string::npos ||
+        std::stoi(port) > 65535)
+        throw CLI::ValidationError("URL", "\"" + port +
+                                              "\" is no port: a number up to 65535; try opc.tcp://host:4840");
     if (url.size() > longestUrl)
         throw CLI::ValidationError("URL",
                                    "the address is longer than " + std::to_string(longestUrl) + " bytes");
@@ -60,8 +66,16 @@ std::string checkTypeName(std::string& text) {
     return typeFromName(text) ? std::string() : unknownTypeText(text);
 }
 
-} // namespace
+/// Seconds, as they are written.
+std::string checkPatience(const std::string& text) {
+    const bool isNumber =
+        !text.empty() && text.size() <= 9 && text.find_first_not_of("0123456789") == std::string::npos;
+    return text == endlessly || (isNumber && std::stoi(text) > 0)
+               ? ""
+               : "\"" + text + "\" is no number of seconds, at least 1";
+}
 
+} // namespace
 
 std::string completeUrlInPlace(std::string& text) {
     // A profile is looked up when the command runs.
@@ -84,10 +98,17 @@ void addCommonOptions(CLI::App& command, CommonOptions& options) {
         ->type_name("")
         ->transform(CLI::Validator(completeUrlInPlace, ""));
     addReportOptions(command, options);
+    // A flag: what follows it is the next argument, not its number.
+    command
+        .add_flag("--wait{" + std::string(endlessly) + "}", options.wait,
+                  "Wait for a server that isn't there yet; --wait=SECONDS for so long at most")
+        ->check(checkPatience);
 }
 
 void addReportOptions(CLI::App& command, CommonOptions& options) {
     command.add_flag("--json", options.json, "One JSON document instead of tables");
+    command.add_flag("-v,--verbose", options.verbose,
+                     "Show the lines of the trace on standard error as they come");
     command
         .add_option("--trace", options.traceLevel,
                     "Level of the trace file: " + traceLevelNames() + ", or 0 to 7 (default: none)")
@@ -116,6 +137,8 @@ void addMaxNodesOption(CLI::App& command, std::size_t& maxNodes, const std::stri
 }
 
 ExitCode runReporting(CommonOptions& options, const std::function<ExitCode()>& command, Form form) {
+    const std::string early = form({{"error", toJson(Problem{"ended before the server answered"})}});
+    const LastWords lastWords(options.json ? early.c_str() : nullptr);
     try {
         useProfile(options);
         if (options.needsFiles())

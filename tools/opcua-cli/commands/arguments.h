@@ -64,7 +64,7 @@ void useProfile(CommonOptions& options);
 
 /// The words behind the program's name, last one first, as CLI11 wants them. Where a node stands in the place
 /// of the URL, the one of the environment is meant.
-std::vector<std::string> reversedArguments(int count, const char* const* arguments);
+std::vector<std::string> reversedArguments(std::vector<std::string> words);
 
 /// Runs a command from where the library finds its files; a Failure is reported to people on standard error,
 /// and with --json as {"error": ...} too.

@@ -6,6 +6,7 @@
 #include "output/streams.h"
 #include "output/table.h"
 #include "output/terminal.h"
+#include "text/drawing.h"
 #include "values/value_buffer.h"
 
 #include <cstddef>
@@ -100,9 +101,9 @@ std::string branches(const Walk& walk, std::size_t index) {
     for (std::size_t at = index; at != 0; at = walk.nodes[at].parent) {
         const bool last = walk.nodes[walk.nodes[at].parent].children.back() == at;
         if (at == index)
-            text = last ? "└─ " : "├─ ";
+            text = last ? drawing().lastBranch : drawing().branch;
         else
-            text.insert(0, last ? "   " : "│  ");
+            text.insert(0, last ? "   " : drawing().line);
     }
     return text;
 }
@@ -140,7 +141,7 @@ std::string tableReport(const Findings& findings) {
     const Terminal terminal = terminalOn(STDOUT_FILENO);
     const std::size_t count = walk.nodes.size() - 1;
     const std::string summary = std::to_string(count) + (count == 1 ? " node" : " nodes") + " below";
-    return table.render(terminal) + terminal.paint(summary, Tone::Faint) + "\n";
+    return table.renderFolded(terminal) + terminal.paint(summary, Tone::Faint) + "\n";
 }
 
 Json nodeJson(const Findings& findings, std::size_t index, const std::string& path) {

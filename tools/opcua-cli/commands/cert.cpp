@@ -2,6 +2,7 @@
 
 #include "OpcUaClientInterface.h"
 #include "files/library_files.h"
+#include "files/trace.h"
 #include "interrupt.h"
 #include "output/json.h"
 #include "output/streams.h"
@@ -73,8 +74,9 @@ std::vector<StoredCertificate> loadAll(const fs::path& directory) {
 
 /// The library makes its certificate at the beginning of a secured connect, whatever comes of it.
 void makeClientCertificate(const CertOptions& options) {
+    Trace trace;
     COpcUaClientInterface client;
-    client.OpcUaInit(static_cast<_OpcUaClientTraceLevel>(options.traceLevel));
+    trace.start(client, options);
     _OpcUaClientConfig nowhere{};
     nowhere.securityPolicy = PolicyBasic256Sha256;
     nowhere.securityMode = ModeSignAndEncrypt;

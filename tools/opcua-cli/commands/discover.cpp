@@ -2,11 +2,15 @@
 
 #include "OpcUaClientInterface.h"
 #include "addressing/node_info.h"
+#include "files/trace.h"
+#include "interrupt.h"
 #include "output/json.h"
 #include "output/streams.h"
 #include "output/table.h"
+#include "reasons.h"
 #include "result_text.h"
 #include "security/names.h"
+#include "wait.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -30,8 +34,9 @@ std::size_t bounded(const Entry (&)[Size], unsigned int count) {
 
 /// The servers that the discovery server knows; throws Failure.
 std::unique_ptr<_OpcUa_ServerConfigMsg> askServers(const CommonOptions& options) {
+    Trace trace;
     COpcUaClientInterface client;
-    client.OpcUaInit(static_cast<_OpcUaClientTraceLevel>(options.traceLevel));
+    trace.start(client, options);
     auto result = std::make_unique<_OpcUa_ServerConfigMsg>();
     for (_OpcUa_ServerMsg& server : result->servers) {
         for (_OpcUa_DiscoveryUrlMsg& url : server.discoveryUrls)
@@ -39,9 +44,12 @@ std::unique_ptr<_OpcUa_ServerConfigMsg> askServers(const CommonOptions& options)
     }
     std::string url = options.url;
     const int code = client.OpcUaDiscover(url.data(), *result);
+    throwIfInterrupted();
     if (code != 0) {
         constexpr int unreachable = 18;
         Problem problem = problemFor(code, client);
+        if (code == unreachable)
+            explainConnect(problem, trace.newTexts(), options.url);
         problem.explanation += ": " + options.url;
         throw Failure(code == unreachable ? ExitCode::NoConnection : ExitCode::Failed, std::move(problem));
     }
@@ -109,15 +117,16 @@ std::string tableReport(const _OpcUa_ServerConfigMsg& result) {
         Table endpoints({{"Endpoint", false}, {"Security mode"}, {"Security policy"}});
         for (std::size_t j = 0; j < bounded(server.discoveryUrls, server.discoveryUrlCount); ++j)
             addRows(endpoints, server.discoveryUrls[j]);
-        text += (i == 0 ? "" : "\n") + heading.render(terminal);
+        text += (i == 0 ? "" : "\n") + heading.renderFolded(terminal);
         if (!endpoints.empty())
-            text += "\n" + endpoints.render(terminal);
+            text += "\n" + endpoints.renderFolded(terminal);
     }
     return text;
 }
 
 ExitCode runDiscover(const CommonOptions& options) {
-    const auto result = askServers(options);
+    std::unique_ptr<_OpcUa_ServerConfigMsg> result;
+    attemptUntilThere(options.wait, [&] { result = askServers(options); });
     writeOutput(options.json ? jsonReport(options, *result) : tableReport(*result));
     return ExitCode::Success;
 }

@@ -1,5 +1,6 @@
 #include "commands/commands.h"
 #include "files/descriptor.h"
+#include "formats/csv.h"
 #include "interrupt.h"
 #include "output/streams.h"
 #include "record/recording.h"
@@ -25,24 +26,6 @@ struct ExportOptions : CommonOptions {
     std::string output; ///< empty for standard output
     RowFilter filter;
 };
-
-/// As in RFC 4180.
-std::string csvField(const std::string& text) {
-    if (text.find_first_of(",\"\r\n") == std::string::npos)
-        return text;
-    std::string field = "\"";
-    for (const char character : text)
-        field += character == '"' ? "\"\"" : std::string(1, character);
-    return field + "\"";
-}
-
-std::string csvLine(const std::vector<std::string>& fields) {
-    std::string line;
-    for (const std::string& field : fields)
-        line += csvField(field) + ",";
-    line.back() = '\n';
-    return line;
-}
 
 /// Standard output or a file, written in pieces: a recording may be longer than memory.
 class Output {

@@ -59,8 +59,7 @@ void useProfile(CommonOptions& options) {
         complete(*security, profile);
 }
 
-std::vector<std::string> reversedArguments(int count, const char* const* arguments) {
-    std::vector<std::string> words(arguments + std::min(count, 1), arguments + count);
+std::vector<std::string> reversedArguments(std::vector<std::string> words) {
     if (words.size() >= 2 && looksLikeNode(words[1]) && !urlOfEnvironment().empty())
         words.insert(words.begin() + 1, "@");
     std::reverse(words.begin(), words.end());

@@ -66,7 +66,7 @@ std::string tableReport(const Jobs& jobs) {
             arrays += "\n" + terminal.paint(printable(job.given + "  " + type), Tone::Heading) + "\n" +
                       arrayTable(job.value, terminal);
     }
-    return table.render(terminal) + arrays;
+    return table.renderFolded(terminal) + arrays;
 }
 
 std::string jsonReport(const ReadOptions& options, const Jobs& jobs) {

@@ -69,8 +69,9 @@ Jobs jobsOf(const WriteOptions& options) {
 /// take.
 void prepare(Job& job) {
     constexpr int notReadable = 7;
-    if (job.problem && job.problem->resultCode == notReadable)
-        job.problem->advice += "; --type states the type of a node that can be written but not read";
+    if (job.problem && job.problem->resultCode == notReadable &&
+        job.problem->explanation.find("BadNodeId") == std::string::npos)
+        job.problem->advice = "--type, which states the type of a node that can be written but not read";
     attempt(job, [&] {
         if (!job.node.typeKnown)
             throw nodeFailure("the type of " + job.given + " was not found, nothing was written",

@@ -30,7 +30,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* configurationName = "OpcUaClientConfig.ini";
-constexpr const char* directoryVariable = "OPCUACLIENT_DIRECTORY";
 
 struct Setting {
     const char* key;

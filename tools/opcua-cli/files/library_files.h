@@ -5,6 +5,9 @@
 
 namespace opcua_cli {
 
+/// Names to the library the directory of its files.
+constexpr const char* directoryVariable = "OPCUACLIENT_DIRECTORY";
+
 /// Where the library keeps its files, as its configuration file says.
 struct LibraryFiles {
     std::filesystem::path trace;

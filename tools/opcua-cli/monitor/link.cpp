@@ -85,7 +85,7 @@ void Link::note(Job& watched, int resultCode) {
     if (resultCode == 0)
         return;
     m_connection.throwIfLost(resultCode);
-    watched.problem = m_connection.lastProblem();
+    watched.problem = m_connection.problemOf(watched.node.nodeId);
 }
 
 std::optional<LinkEvent> Link::look() {

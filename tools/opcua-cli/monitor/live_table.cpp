@@ -3,6 +3,7 @@
 #include "monitor/watched.h"
 #include "output/streams.h"
 #include "output/table.h"
+#include "text/drawing.h"
 #include "text/time_text.h"
 #include "text/utf8.h"
 
@@ -126,11 +127,12 @@ std::string LiveTable::draw(const Terminal& terminal, Time now) {
 
     std::string text = heading(terminal) + rows(terminal, shown, now);
     if (!all)
-        text += terminal.paint(cutToWidth("… " + countText(m_rows.size() - shown, "more node") +
-                                              ": a higher window shows them, or --json",
-                                          width),
-                               Tone::Faint) +
-                "\n";
+        text +=
+            terminal.paint(cutToWidth(drawing().dots + (" " + countText(m_rows.size() - shown, "more node")) +
+                                          ": a higher window shows them, or --json",
+                                      width),
+                           Tone::Faint) +
+            "\n";
     for (const std::string& remark : m_remarks)
         text += terminal.paint(cutToWidth(remark, width), Tone::Bad) + "\n";
     return firstLines(text, height);

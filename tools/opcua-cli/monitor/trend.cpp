@@ -1,7 +1,8 @@
 #include "monitor/trend.h"
 
+#include "text/drawing.h"
+
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstddef>
 #include <optional>
@@ -11,10 +12,9 @@
 namespace opcua_cli {
 namespace {
 
-constexpr std::array<const char*, 8> bars{"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
-
 /// `share` from 0 to 1.
 const char* barFor(double share) {
+    const auto& bars = drawing().bars;
     const auto height = static_cast<std::size_t>(share * static_cast<double>(bars.size()));
     return bars[std::min(height, bars.size() - 1)];
 }
@@ -59,7 +59,7 @@ std::string Trend::draw(std::size_t width) const {
         if (!value)
             text += " ";
         else
-            text += *most > *least ? barFor((*value / 2 - *least) / (*most - *least)) : bars[3];
+            text += *most > *least ? barFor((*value / 2 - *least) / (*most - *least)) : drawing().bars[3];
     });
     return text;
 }

@@ -1,5 +1,6 @@
 #include "output/live_screen.h"
 
+#include "files/trace.h"
 #include "interrupt.h"
 #include "output/streams.h"
 
@@ -41,6 +42,7 @@ void setSuspendHandler(void (*handler)(int)) {
 } // namespace
 
 LiveScreen::LiveScreen() {
+    holdTrace(true);
     writeOutput(std::string(enter));
     setLastWords(leave);
     setSuspendHandler(onSuspend);
@@ -50,6 +52,7 @@ LiveScreen::~LiveScreen() {
     setSuspendHandler(SIG_DFL);
     setLastWords(nullptr);
     send(leave);
+    holdTrace(false);
 }
 
 void LiveScreen::draw(const std::string& lines) {

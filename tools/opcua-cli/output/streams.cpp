@@ -1,5 +1,6 @@
 #include "output/streams.h"
 
+#include "interrupt.h"
 #include "output/terminal.h"
 #include "text/utf8.h"
 
@@ -82,7 +83,9 @@ std::string readAll(int descriptor, const std::string& name) {
             text.append(block.data(), static_cast<std::size_t>(count));
         else if (count == 0)
             return text;
-        else if (errno != EINTR)
+        else if (errno == EINTR)
+            throwIfInterrupted();
+        else
             throw usageFailure("cannot read " + name + ": " + systemMessage());
     }
 }

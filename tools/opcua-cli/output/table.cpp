@@ -41,6 +41,43 @@ void shrinkToFit(Widths& widths, const std::vector<Column>& columns, std::size_t
     }
 }
 
+/// Whether cutting would leave enough of every cell.
+bool isReadable(Widths widths, const std::vector<Column>& columns, std::size_t limit) {
+    constexpr std::size_t narrowTerminal = 60;
+    constexpr std::size_t readable = 16;
+    const Widths natural = widths;
+    shrinkToFit(widths, columns, limit);
+    if (lineWidth(widths) > limit)
+        return false;
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+        if (limit < narrowTerminal && widths[i] < std::min(natural[i], readable))
+            return false;
+    }
+    return true;
+}
+
+/// The first cell on a line of its own, the others on as many as they need.
+std::string folded(const std::vector<Cell>& cells, const Widths& widths, const std::vector<Column>& columns,
+                   const Terminal& terminal) {
+    const std::size_t limit = terminal.width.value_or(0);
+    std::string result;
+    std::size_t used = 0;
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        if (widths[i] == 0 || cells[i].text.empty())
+            continue;
+        const std::string indent(result.empty() ? 0 : std::min<std::size_t>(4, limit), ' ');
+        const std::string text =
+            columns[i].mayBeCut ? cutToWidth(cells[i].text, limit - indent.size()) : cells[i].text;
+        const std::size_t width = displayWidth(text);
+        const bool fits = i > 0 && used + gap.size() + width <= limit;
+        used = i == 0 ? limit : (fits ? used + gap.size() : indent.size()) + width;
+        if (!result.empty())
+            result += fits ? std::string(gap) : "\n" + indent;
+        result.append(terminal.paint(text, cells[i].tone));
+    }
+    return result + "\n";
+}
+
 class LineWriter {
 public:
     LineWriter(const Widths& widths, const std::vector<Column>& columns, const Terminal& terminal)
@@ -95,6 +132,13 @@ Widths Table::naturalWidths() const {
     return widths;
 }
 
+std::vector<Cell> Table::titles() const {
+    std::vector<Cell> cells;
+    for (const Column& column : m_columns)
+        cells.emplace_back(column.title, Tone::Heading);
+    return cells;
+}
+
 std::string Table::render(const Terminal& terminal) const {
     Widths widths = naturalWidths();
     if (terminal.width)
@@ -102,13 +146,20 @@ std::string Table::render(const Terminal& terminal) const {
     const LineWriter writer(widths, m_columns, terminal);
 
     std::string result;
-    std::vector<Cell> titles;
-    for (const Column& column : m_columns)
-        titles.emplace_back(column.title, Tone::Heading);
     if (std::any_of(m_columns.begin(), m_columns.end(), [](const Column& c) { return !c.title.empty(); }))
-        result += writer.line(titles);
+        result += writer.line(titles());
     for (const std::vector<Cell>& row : m_rows)
         result += writer.line(row);
+    return result;
+}
+
+std::string Table::renderFolded(const Terminal& terminal) const {
+    const Widths widths = naturalWidths();
+    if (!terminal.width || isReadable(widths, m_columns, *terminal.width))
+        return render(terminal);
+    std::string result = folded(titles(), widths, m_columns, terminal);
+    for (const std::vector<Cell>& row : m_rows)
+        result += folded(row, widths, m_columns, terminal);
     return result;
 }
 

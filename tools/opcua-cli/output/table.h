@@ -39,7 +39,12 @@ public:
     /// so are the headings when none has a title.
     std::string render(const Terminal& terminal) const;
 
+    /// The same but where a narrow terminal would leave nothing to read: there each row takes lines of its
+    /// own, the first cell, and below it, indented, the others.
+    std::string renderFolded(const Terminal& terminal) const;
+
 private:
+    std::vector<Cell> titles() const;
     std::vector<std::size_t> naturalWidths() const;
 
     std::vector<Column> m_columns;

@@ -17,7 +17,7 @@
 namespace opcua_cli {
 namespace {
 
-constexpr const char* defect =
+constexpr const char* notInOrder =
     "in the trust list, but not in order (expired, revoked, or for another application)";
 
 void addRow(Table& table, const char* title, const std::string& text) {
@@ -65,9 +65,16 @@ int TrustDecision::answer(const _OpcUaCertificateMsg& certificate) {
     return m_rule == TrustRule::Ask && canAsk() ? ask(certificate) : answerByRule(certificate);
 }
 
+std::optional<Problem> TrustDecision::refusal(const std::string& defect) const {
+    std::optional<Problem> problem = m_refusal;
+    if (problem && m_isInTrustList && !defect.empty())
+        problem->explanation += "; " + defect;
+    return problem;
+}
+
 void TrustDecision::introduce(const _OpcUaCertificateMsg& certificate) const {
     reportNote("the certificate that " + m_url + " shows is " +
-               (m_isInTrustList ? defect + std::string(":") : "not trusted:"));
+               (m_isInTrustList ? notInOrder + std::string(":") : "not trusted:"));
     show(certificate);
 }
 
@@ -98,9 +105,9 @@ TrustDecision::Answer TrustDecision::answerByRule(const _OpcUaCertificateMsg& ce
     }
     introduce(certificate);
     if (m_rule == TrustRule::Always)
-        return refuse(std::string("the server's certificate is ") + defect,
-                      "--trace warnings writes what is wrong to the trace file that \"opcua-cli --help\" "
-                      "names; --trust once connects all the same");
+        return refuse(
+            std::string("the server's certificate is ") + notInOrder,
+            "a certificate in order, from the server's operator; --trust once connects all the same");
     if (m_rule == TrustRule::Never)
         return refuse("the server's certificate is not trusted (--trust never)",
                       "--trust always, once the thumbprint is known to be the server's");

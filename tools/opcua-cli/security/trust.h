@@ -26,8 +26,8 @@ public:
     /// The library's number for the answer.
     int answer(const _OpcUaCertificateMsg& certificate);
 
-    /// Why the last certificate was refused; nothing when none was.
-    const std::optional<Problem>& refusal() const { return m_refusal; }
+    /// Why the last certificate was refused, given what is wrong with it; nothing when none was.
+    std::optional<Problem> refusal(const std::string& defect) const;
 
 private:
     enum Answer : int { AcceptOnce = 0, TrustPermanently = 1, Reject = 2 };

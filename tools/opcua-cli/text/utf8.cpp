@@ -1,5 +1,7 @@
 #include "text/utf8.h"
 
+#include "text/drawing.h"
+
 #include <algorithm>
 #include <array>
 #include <clocale>
@@ -13,7 +15,6 @@ namespace opcua_cli {
 namespace {
 
 constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
-constexpr std::string_view ellipsis = "\xE2\x80\xA6";
 
 struct Character {
     char32_t value;
@@ -153,16 +154,19 @@ std::size_t displayWidth(std::string_view text) {
 }
 
 std::string cutToWidth(std::string_view text, std::size_t width) {
+    const std::string dots = drawing().dots;
+    const std::size_t dotsWidth = displayWidth(dots);
     std::size_t used = 0;
     std::size_t end = 0;           // end of the text that has been measured
-    std::size_t endBeforeDots = 0; // end of what still fits with the ellipsis behind it
+    std::size_t endBeforeDots = 0; // end of what still fits with the dots behind it
     while (end < text.size()) {
         const Character character = firstCharacter(text.substr(end));
         used += characterWidth(character);
         if (used > width)
-            return width == 0 ? std::string{} : std::string(text.substr(0, endBeforeDots)).append(ellipsis);
+            return std::string(text.substr(0, endBeforeDots)) +
+                   (width < dotsWidth ? dots.substr(0, width) : dots);
         end += character.size;
-        if (used < width)
+        if (used + dotsWidth <= width)
             endBeforeDots = end;
     }
     return std::string(text);

@@ -25,7 +25,7 @@ std::string printable(std::string_view text);
 /// Terminal columns of a printable text: 2 for a wide character, 0 for a combining one.
 std::size_t displayWidth(std::string_view text);
 
-/// The text itself, or as much of its beginning as fits with "…" behind it.
+/// The text itself, or as much of its beginning as fits with dots behind it ("…").
 std::string cutToWidth(std::string_view text, std::size_t width);
 
 } // namespace opcua_cli

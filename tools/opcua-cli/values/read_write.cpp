@@ -67,7 +67,7 @@ void call(Connection& connection, Operation<Request> operation, const std::vecto
     for (std::size_t i = 0; i < jobs.size(); ++i) {
         buffers[i].size() = requests[i].size;
         if (records[i].result != 0)
-            jobs[i]->problem = connection.lastProblem();
+            jobs[i]->problem = connection.problemOf(jobs[i]->node.nodeId);
     }
 }
 

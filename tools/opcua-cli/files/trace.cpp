@@ -1,0 +1,213 @@
+#include "files/trace.h"
+
+#include "OpcUaClientInterface.h"
+#include "files/library_files.h"
+#include "interrupt.h"
+#include "text/utf8.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <sys/stat.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace opcua_cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr off_t mostBytes = 1 << 20;
+constexpr std::chrono::milliseconds timeBetweenLooks{50};
+
+std::atomic<bool> held{false};
+
+/// "2026-03-01T12:30:00.123Z [thread] LEVEL area | text"
+std::optional<std::string> textOfProblem(const std::string& line) {
+    const std::size_t level = line.find("] ");
+    const std::size_t text = line.find(" | ");
+    if (level == std::string::npos || text == std::string::npos)
+        return std::nullopt;
+    const bool isProblem =
+        line.compare(level + 2, 6, "ERROR ") == 0 || line.compare(level + 2, 8, "WARNING ") == 0;
+    return isProblem ? std::optional(line.substr(text + 3)) : std::nullopt;
+}
+
+/// Another value of a variable, until the object goes.
+class ChangedVariable {
+public:
+    ChangedVariable(const char* name, const std::string& value) : m_name(name) {
+        if (const char* before = std::getenv(name))
+            m_before = before;
+        setenv(name, value.c_str(), 1);
+    }
+    ~ChangedVariable() {
+        if (m_before)
+            setenv(m_name, m_before->c_str(), 1);
+        else
+            unsetenv(m_name);
+    }
+    ChangedVariable(const ChangedVariable&) = delete;
+    ChangedVariable& operator=(const ChangedVariable&) = delete;
+
+private:
+    const char* m_name;
+    std::optional<std::string> m_before;
+};
+
+} // namespace
+
+GrowingFile::~GrowingFile() {
+    if (m_descriptor >= 0)
+        close(m_descriptor);
+}
+
+void GrowingFile::open(const fs::path& path, bool fromEnd) {
+    if (m_descriptor >= 0)
+        close(m_descriptor);
+    m_path = path;
+    m_descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    m_done = fromEnd ? size() : 0;
+}
+
+off_t GrowingFile::size() const {
+    struct stat properties{};
+    return fstat(m_descriptor, &properties) == 0 ? properties.st_size : 0;
+}
+
+/// A full file gets another name, and goes on under its own.
+void GrowingFile::reopenWhenReplaced() {
+    struct stat named{};
+    struct stat opened{};
+    if (stat(m_path.c_str(), &named) == 0 && fstat(m_descriptor, &opened) == 0 &&
+        named.st_ino != opened.st_ino)
+        open(m_path, false);
+}
+
+std::string GrowingFile::newLines() {
+    const off_t end = size();
+    m_done = std::max(m_done, end - mostBytes);
+    std::string text(static_cast<std::size_t>(std::max<off_t>(end - m_done, 0)), '\0');
+    const ssize_t count = text.empty() ? 0 : pread(m_descriptor, text.data(), text.size(), m_done);
+    text.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    text.resize(text.rfind('\n') + 1);
+    m_done += static_cast<off_t>(text.size());
+    if (text.empty())
+        reopenWhenReplaced();
+    return text;
+}
+
+/// Shows the lines on standard error as they come.
+class Trace::Printer {
+public:
+    Printer(const fs::path& file, bool fromEnd) {
+        m_file.open(file, fromEnd);
+        m_thread = startThreadWithoutSignals([this] { run(); });
+    }
+    ~Printer() {
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_ended = true;
+        }
+        m_end.notify_one();
+        m_thread.join();
+    }
+    Printer(const Printer&) = delete;
+    Printer& operator=(const Printer&) = delete;
+
+private:
+    void run() {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        while (!m_end.wait_for(lock, timeBetweenLooks, [this] { return m_ended; }))
+            print();
+        print();
+    }
+
+    void print() {
+        if (held)
+            return;
+        std::istringstream lines(m_file.newLines());
+        for (std::string line; std::getline(lines, line);)
+            std::fprintf(stderr, "%s%s\n", m_isTerminal ? "\r\x1b[K" : "", printable(line).c_str());
+    }
+
+    GrowingFile m_file;
+    const bool m_isTerminal = isatty(STDERR_FILENO) == 1;
+    std::mutex m_mutex;
+    std::condition_variable m_end;
+    bool m_ended = false;
+    std::thread m_thread;
+};
+
+Trace::Trace() = default;
+Trace::~Trace() = default;
+
+void Trace::start(COpcUaClientInterface& client, const CommonOptions& options) {
+    m_isKept = options.traceLevel != 0;
+    m_isShown = options.verbose;
+    if (!m_isKept)
+        return startUnseen(client);
+    client.OpcUaInit(static_cast<_OpcUaClientTraceLevel>(options.traceLevel));
+    follow(libraryFiles().trace, true);
+}
+
+void Trace::renew(COpcUaClientInterface& client) {
+    if (!m_isKept && m_file.size() > mostBytes)
+        startUnseen(client);
+}
+
+/// The library asks for the place of its trace as it starts it, and for that of everything else later.
+void Trace::startUnseen(COpcUaClientInterface& client) {
+    std::error_code error;
+    fs::path temporary = fs::temp_directory_path(error);
+    if (!error)
+        temporary = fs::absolute(temporary, error); // the library takes no other
+    std::string directory = (temporary / "opcua-cli.XXXXXX").string();
+    if (error || mkdtemp(directory.data()) == nullptr) {
+        client.OpcUaInit(_OpcUaClientTraceLevel{});
+        return;
+    }
+    {
+        const ChangedVariable place(directoryVariable, directory);
+        client.OpcUaInit(m_isShown ? OpcUaTraceLevel_LifeCycle : OpcUaTraceLevel_Warnings);
+    }
+    follow(libraryFilesIn(directory).trace, false);
+    fs::remove_all(directory, error);
+}
+
+void Trace::follow(const fs::path& file, bool fromEnd) {
+    m_printer.reset();
+    m_file.open(file, fromEnd);
+    if (m_isShown)
+        m_printer = std::make_unique<Printer>(file, fromEnd);
+}
+
+std::vector<std::string> Trace::newTexts() {
+    std::vector<std::string> texts;
+    std::istringstream lines(m_file.newLines());
+    for (std::string line; std::getline(lines, line);) {
+        if (std::optional<std::string> text = textOfProblem(line))
+            texts.push_back(std::move(*text));
+    }
+    return texts;
+}
+
+void holdTrace(bool hold) {
+    held = hold;
+}
+
+} // namespace opcua_cli
