@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
-#include <cstring>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -17,13 +16,12 @@ namespace {
 // What the handler touches: it may run on any thread of the library.
 std::atomic<int> received{0};
 std::atomic<int> wakeUp{-1};
-std::atomic<const char*> lastWords{nullptr};
-static_assert(std::atomic<int>::is_always_lock_free && std::atomic<const char*>::is_always_lock_free);
+std::atomic<void (*)()> lastAct{nullptr};
+static_assert(std::atomic<int>::is_always_lock_free && std::atomic<void (*)()>::is_always_lock_free);
 
 void endAtOnce(int number) {
-    if (const char* words = lastWords) {
-        [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, words, std::strlen(words));
-    }
+    if (void (*const act)() = lastAct)
+        act();
     std::signal(number, SIG_DFL);
     raise(number);
 }
@@ -81,8 +79,8 @@ int interruptDescriptor() {
     return wakeUp;
 }
 
-void setLastWords(const char* text) {
-    lastWords = text;
+void setLastAct(void (*act)()) {
+    lastAct = act;
 }
 
 } // namespace opcua_cli

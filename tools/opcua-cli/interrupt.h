@@ -13,8 +13,8 @@ void throwIfInterrupted();
 /// Becomes readable with the first signal, and stays so: for who waits in poll().
 int interruptDescriptor();
 
-/// What a second signal writes to standard output before it ends the program, to leave a terminal as it was;
-/// null for nothing. The text must live on.
-void setLastWords(const char* text);
+/// What a second signal does before it ends the program, to leave a terminal as it was; null for nothing. It
+/// runs in a signal handler.
+void setLastAct(void (*act)());
 
 } // namespace opcua_cli

@@ -1,6 +1,7 @@
 #include "output/dialogue.h"
 
 #include "interrupt.h"
+#include "output/live_screen.h"
 #include "text/utf8.h"
 
 #include <cerrno>
@@ -61,7 +62,7 @@ void show(const std::string& question) {
 } // namespace
 
 bool canAsk() {
-    return isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
+    return !LiveScreen::isOn() && isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
 }
 
 std::optional<std::string> ask(const std::string& question) {

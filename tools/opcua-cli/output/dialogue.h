@@ -5,7 +5,8 @@
 
 namespace opcua_cli {
 
-/// True when there is a person to ask: standard input and standard error are terminals.
+/// True when there is a person to ask: standard input and standard error are terminals, and no LiveScreen has
+/// them.
 bool canAsk();
 
 /// Shows the question on standard error and returns the line that was typed, without its end. Nothing when
