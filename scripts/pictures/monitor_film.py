@@ -42,7 +42,7 @@ def start_monitor(program, port):
     arguments = ["monitor", f"localhost:{port}", *NODES]
     child, terminal = pty.fork()
     if child == 0:
-        os.environ["TERM"] = "xterm"
+        os.environ.update(TERM="xterm", LC_ALL="C.UTF-8")
         os.environ.pop("NO_COLOR", None)
         fcntl.ioctl(0, termios.TIOCSWINSZ, struct.pack("HHHH", ROWS, COLUMNS, 0, 0))
         os.execv(program, ["opcua-cli", *arguments])

@@ -233,7 +233,8 @@ Time stamps are those of arrival. The library samples ten times a second and del
 void addMonitorCommand(CLI::App& app, Action& chosen) {
     auto [command, options] = addCommand<MonitorOptions>(
         app, chosen, runMonitor, "monitor",
-        "Follow values: a live table on a terminal, lines in a pipe; Ctrl-C ends it", examples, documentLine);
+        "Follow values: a live table on a terminal (? shows its keys), lines in a pipe; Ctrl-C ends it",
+        examples, documentLine);
     addConnectOptions(command, options);
     command
         .add_option("NODE", options.nodes, "Node ids or paths; a folder stands for all variables below it")
