@@ -1,3 +1,4 @@
+#include "own_program.h"
 #include "plant_fixture.h"
 
 #include "support/child_process.h"
@@ -13,6 +14,7 @@
 #include <stdexcept>
 #include <string>
 #include <sys/wait.h>
+#include <utility>
 #include <vector>
 
 using namespace cli_test;
@@ -361,4 +363,26 @@ TEST_F(MonitorKeys, WorkWithoutAConnection) {
     press("w1\ry", "not written: there is no connection");
     EXPECT_EQ(quit(), 0);
     EXPECT_TRUE(m_terminal.echoes());
+}
+
+TEST(MonitorWithCertificates, NobodyIsAskedWhileTheTableHasTheKeys) {
+    test_support::PlantServer server({"--security"});
+    const OwnProgram own;
+    PseudoTerminal terminal(100);
+    const std::string everywhere = " <" + terminal.path() + " >" + terminal.path() + " 2>" + terminal.path();
+    ChildProcess program("sh", {"-c", R"(TERM=xterm exec "$0" "$@")" + everywhere, own.path(), "monitor",
+                                server.url(), "/Plant/Line1", "--policy", "Basic256Sha256"});
+    terminal.awaitText("Trust it?");
+    terminal.type("y\n");
+    terminal.awaitText("? keys");
+    const std::string port = std::to_string(server.port());
+    server.kill(SIGKILL);
+    const test_support::ServerProcess another(test_support::PlantServer::program(),
+                                              {"--port", port, "--security", "--die-with-parent"});
+    terminal.awaitText("is not trusted, and there is no terminal to ask on");
+    terminal.type("q");
+    const auto ended = program.wait(limit);
+    ASSERT_TRUE(ended);
+    EXPECT_EQ(ended->exitCode, 0);
+    EXPECT_TRUE(terminal.echoes());
 }

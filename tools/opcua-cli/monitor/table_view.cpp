@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
