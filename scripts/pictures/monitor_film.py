@@ -18,7 +18,7 @@ import time
 from animated_svg import animated_svg
 from terminal_screen import Screen
 
-COLUMNS, ROWS = 88, 7
+COLUMNS, ROWS = 88, 8
 NODES = ["/Plant/Boiler/Drum", "/Plant/Line1/Speed", "/Plant/Line1/PartCount"]
 # Seconds of the film.
 KILLED, RESTARTED, END = 6.0, 9.0, 18.0
