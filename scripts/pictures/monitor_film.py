@@ -18,7 +18,7 @@ import time
 from animated_svg import animated_svg
 from terminal_screen import Screen
 
-COLUMNS, ROWS = 88, 7
+COLUMNS, ROWS = 88, 8
 NODES = ["/Plant/Boiler/Drum", "/Plant/Line1/Speed", "/Plant/Line1/PartCount"]
 # Seconds of the film.
 KILLED, RESTARTED, END = 6.0, 9.0, 18.0
@@ -42,8 +42,7 @@ def start_monitor(program, port):
     arguments = ["monitor", f"localhost:{port}", *NODES]
     child, terminal = pty.fork()
     if child == 0:
-        os.environ["TERM"] = "xterm"
-        os.environ["LC_ALL"] = "C.UTF-8"
+        os.environ.update(TERM="xterm", LC_ALL="C.UTF-8")
         os.environ.pop("NO_COLOR", None)
         fcntl.ioctl(0, termios.TIOCSWINSZ, struct.pack("HHHH", ROWS, COLUMNS, 0, 0))
         os.execv(program, ["opcua-cli", *arguments])

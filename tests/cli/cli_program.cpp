@@ -54,14 +54,20 @@ PseudoTerminal::PseudoTerminal(unsigned short columns) {
     m_path = name.data();
     // Kept open: what a program wrote would be lost with the last descriptor on that side.
     m_slave = open(m_path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    const winsize size{24, columns, 0, 0};
-    if (m_slave < 0 || ioctl(m_slave, TIOCSWINSZ, &size) != 0)
+    if (m_slave < 0)
         fail("cannot set up a pseudo-terminal");
+    resize(columns, 24);
 }
 
 PseudoTerminal::~PseudoTerminal() {
     close(m_slave);
     close(m_master);
+}
+
+void PseudoTerminal::resize(unsigned short columns, unsigned short rows) {
+    const winsize size{rows, columns, 0, 0};
+    if (ioctl(m_slave, TIOCSWINSZ, &size) != 0)
+        fail("cannot resize a pseudo-terminal");
 }
 
 std::string PseudoTerminal::awaitText(const std::string& wanted) {

@@ -41,6 +41,7 @@ public:
     std::string text();
     /// Waits until the text was written, and gives all that was; throws when it does not come.
     std::string awaitText(const std::string& wanted);
+    void resize(unsigned short columns, unsigned short rows);
     /// Types on its keyboard.
     void type(const std::string& keys);
     /// True when what is typed shows.

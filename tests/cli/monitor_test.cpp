@@ -369,7 +369,7 @@ TEST_F(Monitor, WithoutAServerItIsExitCode3) {
 }
 
 TEST_F(MonitorOnTerminal, DrawsALiveTable) {
-    startOnTerminal("TERM=xterm NO_COLOR=", {counter, "/Plant/Line1", "--interval", "100"});
+    startOnTerminal("TERM=xterm NO_COLOR= LC_ALL=C.UTF-8", {counter, "/Plant/Line1", "--interval", "100"});
     const std::string live = m_terminal.awaitText("▁▂");
     EXPECT_THAT(live, AllOf(StartsWith(enterScreen), HasSubstr("\x1b[1mTrend\x1b[0m"), HasSubstr("Counter"),
                             HasSubstr("SpeedSetpoint"), HasSubstr("Double"), HasSubstr("connected"),

@@ -26,7 +26,9 @@ constexpr std::chrono::seconds timeToEnd{2};
 std::atomic<int> received{0};
 std::atomic<int> wakeUp{-1};
 std::atomic<const char*> lastWords{nullptr};
-static_assert(std::atomic<int>::is_always_lock_free && std::atomic<const char*>::is_always_lock_free);
+std::atomic<void (*)()> lastAct{nullptr};
+static_assert(std::atomic<int>::is_always_lock_free && std::atomic<const char*>::is_always_lock_free &&
+              std::atomic<void (*)()>::is_always_lock_free);
 
 /// Nobody may hold the end up: what is full or stopped gets no words.
 void writeNow(int descriptor, const char* words) {
@@ -36,8 +38,14 @@ void writeNow(int descriptor, const char* words) {
     }
 }
 
-void endAtOnce(int number) {
+void takeLeave() {
+    if (void (*const act)() = lastAct)
+        act();
     writeNow(STDOUT_FILENO, lastWords);
+}
+
+void endAtOnce(int number) {
+    takeLeave();
     std::signal(number, SIG_DFL);
     raise(number);
 }
@@ -67,7 +75,7 @@ constexpr std::array<WatchedSignal, 3> watchedSignals{
      {SIGHUP, ExitCode::HungUp, "the terminal was closed"}}};
 
 [[noreturn]] void endNow(const WatchedSignal& watched) {
-    writeNow(STDOUT_FILENO, lastWords);
+    takeLeave();
     writeNow(STDERR_FILENO,
              (std::string("opcua-cli: ") + watched.explanation +
               "; the server has not answered in time, and keeps a session until that one's time-out\n")
@@ -146,6 +154,10 @@ std::thread startThreadWithoutSignals(const std::function<void()>& work) {
 
 int interruptDescriptor() {
     return wakeUp;
+}
+
+void setLastAct(void (*act)()) {
+    lastAct = act;
 }
 
 void setLastWords(const char* text) {

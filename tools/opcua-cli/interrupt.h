@@ -28,8 +28,11 @@ void pauseFor(std::chrono::milliseconds time);
 /// A thread that no signal of the program interrupts.
 std::thread startThreadWithoutSignals(const std::function<void()>& work);
 
-/// What is written to standard output before the program ends in the middle of a command, to leave a terminal
-/// as it was or a document complete; null for nothing. The text must live on.
+/// What is done before the program ends in the middle of a command, to leave a terminal as it was; null for
+/// nothing. It may run in a signal handler.
+void setLastAct(void (*act)());
+/// What is written to standard output then, to leave a document complete; null for nothing. The text must live
+/// on.
 void setLastWords(const char* text);
 
 /// Sets them until it goes.

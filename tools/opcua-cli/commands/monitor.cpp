@@ -2,6 +2,7 @@
 
 #include "commands/commands.h"
 #include "interrupt.h"
+#include "monitor/array_reader.h"
 #include "monitor/change_inbox.h"
 #include "monitor/link.h"
 #include "monitor/watched.h"
@@ -44,22 +45,23 @@ public:
     Monitor(const FollowOptions& options, Monitored& monitored, ChangeInbox& inbox, Link& link,
             MonitorOutput& output)
         : m_options(options), m_monitored(monitored), m_inbox(inbox), m_link(link), m_output(output),
-          m_silent(monitored.nodes.size(), true) {}
+          m_arrays(link), m_silent(monitored.nodes.size(), true) {}
 
     /// True when all nodes are monitored in the end.
     bool run() {
         m_link.watch(m_monitored.nodes);
         takeRefusals();
         const Clock::time_point start = Clock::now();
-        while (anyMonitored() && !isOver(start)) {
-            wait(start);
+        for (bool isBusy = false; anyMonitored() && !isOver(start);) {
+            wait(start, isBusy);
             takeChanges();
             if (const std::optional<LinkEvent> event = m_link.look())
                 takeEvent(*event);
             lookForSilence();
+            isBusy = serveScreen();
             m_output.flush();
         }
-        if (!m_link.isUp())
+        if (!m_link.isUp() && !m_output.isEnded())
             throw Failure(ExitCode::NoConnection,
                           {"there was no connection to the server any more", "a longer --duration"});
         return m_refused == 0;
@@ -78,11 +80,12 @@ private:
     bool anyMonitored() const { return m_refused < m_monitored.nodes.size(); }
 
     bool isOver(Clock::time_point start) const {
-        return m_options.duration &&
-               Clock::now() - start >= std::chrono::duration<double>(*m_options.duration);
+        return m_output.isEnded() ||
+               (m_options.duration &&
+                Clock::now() - start >= std::chrono::duration<double>(*m_options.duration));
     }
 
-    void wait(Clock::time_point start) const {
+    void wait(Clock::time_point start, bool isBusy) const {
         std::chrono::duration<double, std::milli> limit = lookAtConnection;
         if (m_options.duration)
             limit = std::min<decltype(limit)>(
@@ -91,7 +94,7 @@ private:
         std::array<pollfd, 3> watched{{{m_inbox.descriptor(), POLLIN, 0},
                                        {interruptDescriptor(), POLLIN, 0},
                                        {m_output.descriptor(), 0, 0}}};
-        poll(watched.data(), watched.size(), std::max(static_cast<int>(limit.count()) + 1, 0));
+        poll(watched.data(), watched.size(), isBusy ? 0 : std::max(static_cast<int>(limit.count()) + 1, 0));
         throwIfInterrupted();
         if ((watched[2].revents & POLLERR) != 0)
             throw Failure(ExitCode::OutputClosed, {});
@@ -122,6 +125,23 @@ private:
             change.readable = text.has_value();
             change.value = text ? Value(*text) : Value{};
         }
+    }
+
+    /// Does one thing of those that the screen wants; false when there was none.
+    bool serveScreen() {
+        if (const std::optional<Job> job = m_output.valueToWrite()) {
+            m_output.written(m_link.write(*job));
+            return true;
+        }
+        if (!m_arrays.isReading()) {
+            const std::optional<std::size_t> node = m_output.arrayToRead(Clock::now());
+            if (!node)
+                return false;
+            m_arrays.begin(*node, m_monitored.nodes[*node]);
+        }
+        if (m_arrays.readOn())
+            m_output.arrayRead(m_arrays.node(), m_arrays.text());
+        return true;
     }
 
     void takeEvent(const LinkEvent& event) {
@@ -162,6 +182,7 @@ private:
     ChangeInbox& m_inbox;
     Link& m_link;
     MonitorOutput& m_output;
+    ArrayReader m_arrays;
     std::vector<bool> m_silent; ///< no value came since the node was monitored
     std::size_t m_refused = 0;
     Clock::time_point m_silenceToldAt = Clock::time_point::max();
@@ -255,7 +276,8 @@ void addFollowOptions(CLI::App& command, FollowOptions& options) {
 void addMonitorCommand(CLI::App& app, Action& chosen) {
     auto [command, options] = addCommand<MonitorOptions>(
         app, chosen, runMonitor, "monitor",
-        "Follow values: a live table on a terminal, lines in a pipe; Ctrl-C ends it", examples, documentLine);
+        "Follow values: a live table on a terminal (? shows its keys), lines in a pipe; Ctrl-C ends it",
+        examples, documentLine);
     addConnectOptions(command, options);
     addCsvOption(command, options.csv);
     addFollowOptions(command, options);

@@ -23,12 +23,6 @@ const char* statusName(const Change& change) {
     return change.readable ? "Good" : "NotReadable";
 }
 
-/// What came may have another type than what was there when the node was looked for.
-_OpcUaDataType typeOf(const Job& watched, const Change& change) {
-    const auto type = static_cast<_OpcUaDataType>(change.value.index());
-    return type == OpcUaDataType_Null ? watched.node.dataType : type;
-}
-
 /// One change a line, the fields with tabs in between; everything else goes to standard error.
 class TextLines : public MonitorOutput {
 public:
@@ -98,7 +92,7 @@ public:
             {{"nodeId", watched.node.nodeId},
              {"index", watched.index ? Json(*watched.index) : Json()},
              {"name", watched.given},
-             {"type", isReadAsText(watched) ? Json() : Json(typeName(typeOf(watched, change)))},
+             {"type", isReadAsText(watched) ? Json() : Json(typeName(deliveredType(watched, change.value)))},
              {"value", toJson(change.value)},
              {"status", statusName(change)}},
             change.time);

@@ -153,4 +153,30 @@ std::optional<std::string> Link::readText(const std::string& nodeId) {
     }
 }
 
+std::optional<Value> Link::readElement(const Job& watched, const Index& index) {
+    Jobs jobs{watched};
+    jobs.front().index = index;
+    jobs.front().problem.reset();
+    try {
+        if (m_up)
+            read(m_connection, jobs, 1);
+    } catch (const Failure&) {
+        // As in readText().
+    }
+    const std::vector<Value>& elements = jobs.front().value.elements;
+    return elements.empty() ? std::nullopt : std::optional(elements.front());
+}
+
+std::optional<Problem> Link::write(const Job& job) {
+    if (!m_up)
+        return Problem{"there is no connection to the server"};
+    Jobs jobs{job};
+    try {
+        opcua_cli::write(m_connection, jobs, defaultMaxElements);
+    } catch (const Failure& failure) {
+        return failure.problem();
+    }
+    return jobs.front().problem;
+}
+
 } // namespace opcua_cli

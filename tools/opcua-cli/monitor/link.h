@@ -39,6 +39,10 @@ public:
 
     /// The text form of a value, where the library delivers none; nothing when it can't be read now.
     std::optional<std::string> readText(const std::string& nodeId);
+    /// One element of an array; nothing when it can't be read now.
+    std::optional<Value> readElement(const Job& watched, const Index& index);
+    /// Writes what is wanted; gives what went wrong.
+    std::optional<Problem> write(const Job& job);
 
 private:
     using Seconds = std::chrono::duration<double>;

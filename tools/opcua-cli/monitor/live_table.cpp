@@ -2,89 +2,59 @@
 
 #include "monitor/watched.h"
 #include "output/streams.h"
-#include "output/table.h"
-#include "text/drawing.h"
-#include "text/time_text.h"
 #include "text/utf8.h"
 
-#include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstddef>
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
 #include <unistd.h>
-#include <variant>
+#include <utility>
 
 namespace opcua_cli {
 namespace {
 
 constexpr std::size_t mostRemarks = 3;
-constexpr std::size_t widestSteadyValue = 24;
-constexpr std::chrono::milliseconds leastTimeBetweenDrawings{200};
-
-/// More digits than a person can follow would only make the column flicker.
-std::string shortText(const Job& watched, const Value& value) {
-    const bool real = std::holds_alternative<double>(value) || std::holds_alternative<float>(value);
-    const std::optional<double> number = trendNumber(value);
-    if (!real || !number)
-        return watchedValue(watched, value);
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.7g", *number);
-    return text.data();
-}
-
-/// What is left of the line beside names and values.
-std::size_t trendWidth(const Terminal& terminal) {
-    constexpr std::size_t narrowest = 50;
-    const std::size_t width = terminal.width.value_or(0);
-    return width < narrowest ? 0 : std::min((width - narrowest) / 3 + 8, Trend::mostValues);
-}
-
-std::string countText(std::size_t count, const std::string& noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
-
-std::string firstLines(const std::string& text, std::size_t count) {
-    std::size_t end = 0;
-    for (std::size_t i = 0; i < count && end < text.size(); ++i)
-        end = text.find('\n', end) + 1;
-    return text.substr(0, end);
-}
+constexpr std::chrono::seconds betweenReadings{1};
 
 } // namespace
 
-LiveTable::LiveTable(const Monitored& monitored) : m_monitored(monitored), m_rows(monitored.nodes.size()) {}
+LiveTable::LiveTable(const Monitored& monitored, bool withKeys)
+    : m_monitored(monitored), m_withKeys(withKeys), m_rows(monitored.nodes.size()), m_view(monitored) {}
 
 void LiveTable::change(const Change& change) {
+    const Lock lock(m_mutex);
     Row& row = m_rows[change.node];
     row.last = change;
     row.refused = false;
     row.changed = true;
+    row.unread = isWatchedWhole(m_monitored.nodes[change.node]);
     row.trend.add(change.value);
     ++m_changes;
-    m_valueWidth = std::max(
-        m_valueWidth, std::min(displayWidth(printable(valueCell(change.node).text)), widestSteadyValue));
+    widenFor(change.node);
 }
 
 void LiveTable::refused(std::size_t node) {
+    const Lock lock(m_mutex);
     const Job& watched = m_monitored.nodes[node];
     m_rows[node].refused = true;
     m_problems.push_back(namedProblem(watched.node.nodeId, *watched.problem));
 }
 
 void LiveTable::leftOut(const Problem& problem) {
+    const Lock lock(m_mutex);
     remark(problem.explanation);
     m_problems.push_back(problem);
 }
 
 void LiveTable::dropped(std::size_t count) {
-    remark(countText(count, "change") + " dropped: more than can be shown");
+    const Lock lock(m_mutex);
+    remark("changes dropped, more than can be shown: " + std::to_string(count));
 }
 
 void LiveTable::event(const LinkEvent& event) {
+    const Lock lock(m_mutex);
     m_up = event.kind == LinkEvent::Kind::Connected || event.kind == LinkEvent::Kind::ShuttingDown;
     m_state = event.text;
     m_stateTone = event.kind == LinkEvent::Kind::Connected ? Tone::Good : Tone::Bad;
@@ -97,94 +67,69 @@ void LiveTable::remark(const std::string& text) {
 }
 
 void LiveTable::flush() {
-    const auto now = std::chrono::steady_clock::now();
-    if (now - m_drawn < leastTimeBetweenDrawings)
-        return;
-    m_drawn = now;
     if (!m_screen)
-        m_screen = std::make_unique<LiveScreen>();
-    m_screen->draw(frame());
+        m_screen = std::make_unique<ScreenThread>([this] { return frame(); },
+                                                  m_withKeys ? [this](int key) { press(key); }
+                                                             : ScreenThread::KeyHandler());
+    m_screen->throwIfFailed();
 }
 
 void LiveTable::end() {
     m_screen.reset();
+    m_withKeys = false;
+    m_still.reset();
     writeOutput(frame());
     for (const Problem& problem : m_problems)
         reportProblem(problem);
+}
+
+bool LiveTable::isEnded() {
+    const Lock lock(m_mutex);
+    return m_isEnded;
+}
+
+std::optional<std::size_t> LiveTable::arrayToRead(Clock::time_point now) {
+    const Lock lock(m_mutex);
+    std::optional<std::size_t> longestUnread;
+    for (const std::size_t node : m_onScreen) {
+        const Row& row = m_rows[node];
+        const bool isDue = row.unread && now - row.readAt >= betweenReadings &&
+                           !m_monitored.nodes[node].node.dimensions.empty();
+        if (isDue && (!longestUnread || row.readAt < m_rows[*longestUnread].readAt))
+            longestUnread = node;
+    }
+    if (longestUnread) {
+        m_rows[*longestUnread].unread = false;
+        m_rows[*longestUnread].readAt = now;
+    }
+    return longestUnread;
+}
+
+void LiveTable::arrayRead(std::size_t node, const std::optional<std::string>& elements) {
+    const Lock lock(m_mutex);
+    m_rows[node].last.readable = elements.has_value();
+    m_rows[node].elements = elements.value_or("");
+    widenFor(node);
+}
+
+std::optional<Job> LiveTable::valueToWrite() {
+    const Lock lock(m_mutex);
+    return std::exchange(m_toWrite, std::nullopt);
+}
+
+void LiveTable::written(const std::optional<Problem>& problem) {
+    const Lock lock(m_mutex);
+    const std::string what = std::exchange(m_writing, {});
+    m_message = problem ? Cell("not written: " + problem->explanation + ": " + what, Tone::Bad)
+                        : Cell("written: " + what, Tone::Good);
 }
 
 std::string LiveTable::frame() {
     return draw(terminalOn(STDOUT_FILENO), std::chrono::system_clock::now());
 }
 
-std::string LiveTable::draw(const Terminal& terminal, Time now) {
-    const std::size_t width = terminal.width.value_or(0);
-    const std::size_t height = terminal.height.value_or(0);
-    const std::size_t frame = 2 + m_remarks.size(); // state, headings, remarks
-    const std::size_t room = height > frame + 1 ? height - frame : 1;
-    const bool all = m_rows.size() <= room;
-    const std::size_t shown = all ? m_rows.size() : room - 1;
-
-    std::string text = heading(terminal) + rows(terminal, shown, now);
-    if (!all)
-        text +=
-            terminal.paint(cutToWidth(drawing().dots + (" " + countText(m_rows.size() - shown, "more node")) +
-                                          ": a higher window shows them, or --json",
-                                      width),
-                           Tone::Faint) +
-            "\n";
-    for (const std::string& remark : m_remarks)
-        text += terminal.paint(cutToWidth(remark, width), Tone::Bad) + "\n";
-    return firstLines(text, height);
-}
-
-std::string LiveTable::heading(const Terminal& terminal) const {
-    const std::size_t width = terminal.width.value_or(0);
-    const std::string state = cutToWidth(printable(m_state), width);
-    const std::size_t left = width - std::min(width, displayWidth(state));
-    const std::string rest =
-        cutToWidth("  " + printable(m_monitored.url) + "  " + countText(m_rows.size(), "node") + ", " +
-                       countText(m_changes, "change") + "  Ctrl-C ends",
-                   left);
-    return terminal.paint(state, m_stateTone) + terminal.paint(rest, Tone::Faint) + "\n";
-}
-
-std::string LiveTable::rows(const Terminal& terminal, std::size_t count, Time now) {
-    Table table(
-        {{"Name"}, {"Value", true, false, m_valueWidth}, {"Type"}, {"Age", false, true}, {"Trend", false}});
-    for (std::size_t i = 0; i < count; ++i) {
-        const Row& row = m_rows[i];
-        const auto age = std::chrono::duration_cast<std::chrono::milliseconds>(now - row.last.time);
-        table.add({m_monitored.nodes[i].given, valueCell(i), typeOf(i), row.changed ? ageText(age) : "-",
-                   row.trend.draw(trendWidth(terminal))});
-    }
-    return table.render(terminal);
-}
-
-Cell LiveTable::valueCell(std::size_t node) const {
-    const Row& row = m_rows[node];
-    if (row.refused)
-        return {"cannot be monitored", Tone::Bad};
-    if (!row.changed)
-        return {"no good value yet", Tone::Faint};
-    if (!row.last.readable)
-        return {"not readable", Tone::Bad};
-    const Job& watched = m_monitored.nodes[node];
-    const Tone tone = m_up ? Tone::Plain : Tone::Faint;
-    if (isWatchedWhole(watched))
-        return {"changed", tone};
-    return {shortText(watched, row.last.value), tone};
-}
-
-std::string LiveTable::typeOf(std::size_t node) const {
-    const auto type = static_cast<_OpcUaDataType>(m_rows[node].last.value.index());
-    const Job& watched = m_monitored.nodes[node];
-    return type == OpcUaDataType_Null || isReadAsText(watched) ? watchedType(watched)
-                                                               : std::string(typeName(type));
-}
-
 std::unique_ptr<MonitorOutput> makeLiveTable(const Monitored& monitored) {
-    return std::make_unique<LiveTable>(monitored);
+    return std::make_unique<LiveTable>(monitored, isatty(STDIN_FILENO) == 1);
 }
 
 } // namespace opcua_cli

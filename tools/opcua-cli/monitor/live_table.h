@@ -1,8 +1,11 @@
 #pragma once
 
 #include "monitor/output.h"
-#include "monitor/trend.h"
-#include "output/live_screen.h"
+#include "monitor/row.h"
+#include "monitor/screen_thread.h"
+#include "monitor/table_view.h"
+#include "monitor/write_dialogue.h"
+#include "output/keys.h"
 #include "output/table.h"
 #include "output/terminal.h"
 
@@ -10,18 +13,22 @@
 #include <cstddef>
 #include <deque>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace opcua_cli {
 
 /// The table that a person looks at: one row a node, with its last value, how old that is and where it went.
-/// What does not fit into it is told at the end, once the terminal is as it was.
+/// With keys it is scrolled, filtered, sorted and stopped, and values are written from it. What does not fit
+/// into it is told at the end, once the terminal is as it was.
 class LiveTable final : public MonitorOutput {
 public:
     using Time = std::chrono::system_clock::time_point;
+    using Clock = std::chrono::steady_clock;
 
-    explicit LiveTable(const Monitored& monitored);
+    explicit LiveTable(const Monitored& monitored, bool withKeys = false);
 
     void change(const Change& change) override;
     void refused(std::size_t node) override;
@@ -32,27 +39,55 @@ public:
     void flush() override;
     void end() override;
 
+    bool isEnded() override;
+    std::optional<std::size_t> arrayToRead(Clock::time_point now) override;
+    void arrayRead(std::size_t node, const std::optional<std::string>& elements) override;
+    std::optional<Job> valueToWrite() override;
+    void written(const std::optional<Problem>& problem) override;
+
     /// As many lines as the terminal has rows, at most.
     std::string draw(const Terminal& terminal, Time now);
+    void press(int key);
 
 private:
-    struct Row {
-        Change last{};
-        bool refused = false;
-        bool changed = false; ///< since it is monitored
-        Trend trend{};
+    using Lock = std::lock_guard<std::mutex>;
+
+    /// What the screen shows while it stands still.
+    struct Still {
+        Rows rows;
+        std::size_t changes;
+        Time time;
     };
+
+    // Drawing
+    std::string frame();
+    std::string withoutKeys(const Terminal& terminal, Time now);
+    std::string withKeys(const Terminal& terminal, Time now);
+    std::string table(const Terminal& terminal, const std::vector<std::size_t>& nodes, Time now);
+    std::string heading(const Terminal& terminal, const std::string& rest) const;
+    std::string countsText() const;
+    std::string remarks(const Terminal& terminal) const;
+    std::string bottom(const Terminal& terminal);
+    std::string status() const;
+    Cell valueCell(const Row& row, const Job& watched) const;
+    std::string presentText(std::size_t node) const;
+    const Rows& shownRows() const { return m_still ? m_still->rows : m_rows; }
 
     /// A message below the table; the last few are kept.
     void remark(const std::string& text);
-    std::string frame();
-    std::string heading(const Terminal& terminal) const;
-    std::string rows(const Terminal& terminal, std::size_t count, Time now);
-    Cell valueCell(std::size_t node) const;
-    std::string typeOf(std::size_t node) const;
+    void widenFor(std::size_t node);
+
+    // Keys
+    void pressInFilter(int key);
+    void pressInDialogue(int key);
+    void pressInTable(int key);
+    void pause();
+    void beginToWrite();
 
     const Monitored& m_monitored;
-    std::vector<Row> m_rows;
+    std::mutex m_mutex; ///< all that follows but the screen: it is drawn, and keys come, on another thread
+    bool m_withKeys;
+    Rows m_rows;
     std::size_t m_changes = 0;
     std::string m_state = "connected";
     Tone m_stateTone = Tone::Good;
@@ -60,8 +95,19 @@ private:
     std::deque<std::string> m_remarks;
     std::size_t m_valueWidth = 0; ///< only grows, so that the columns stand still
     std::vector<Problem> m_problems;
-    std::chrono::steady_clock::time_point m_drawn{};
-    std::unique_ptr<LiveScreen> m_screen; ///< from the first drawing to the end
+
+    TableView m_view;
+    std::vector<std::size_t> m_onScreen;
+    std::optional<Still> m_still; ///< while it is paused
+    bool m_showsHelp = false;
+    std::optional<LineInput> m_filterInput;
+    std::optional<WriteDialogue> m_dialogue;
+    std::optional<Job> m_toWrite;
+    std::string m_writing; ///< "Speed = 17.5", until it is known what came of it
+    Cell m_message{""};    ///< on the bottom line until the table's next key
+    bool m_isEnded = false;
+
+    std::unique_ptr<ScreenThread> m_screen; ///< from the first flush() to the end
 };
 
 } // namespace opcua_cli

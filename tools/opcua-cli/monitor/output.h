@@ -4,8 +4,10 @@
 #include "monitor/link.h"
 #include "values/job.h"
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -42,6 +44,16 @@ public:
     virtual void flush() = 0;
     /// After the last round.
     virtual void end() {}
+
+    // What a person at the screen wants meanwhile.
+    virtual bool isEnded() { return false; }
+    /// An array whose elements are to be read now; arrayRead() takes what came of it, nothing when they can't
+    /// be read.
+    virtual std::optional<std::size_t> arrayToRead(std::chrono::steady_clock::time_point) { return {}; }
+    virtual void arrayRead(std::size_t, const std::optional<std::string>&) {}
+    /// A value to be written, told once; written() takes what went wrong.
+    virtual std::optional<Job> valueToWrite() { return {}; }
+    virtual void written(const std::optional<Problem>&) {}
 };
 
 /// Lines for pipes; `monitored` must live on.

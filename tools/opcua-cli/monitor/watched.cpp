@@ -150,4 +150,9 @@ std::string watchedValue(const Job& watched, const Value& value) {
     return isReadAsText(watched) && text != nullptr ? *text : toText(value);
 }
 
+_OpcUaDataType deliveredType(const Job& watched, const Value& value) {
+    const auto type = static_cast<_OpcUaDataType>(value.index());
+    return type == OpcUaDataType_Null || isReadAsText(watched) ? watched.node.dataType : type;
+}
+
 } // namespace opcua_cli

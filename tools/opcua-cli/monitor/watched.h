@@ -23,6 +23,10 @@ std::string watchedType(const Job& watched);
 /// The text form of a value comes without the quotes of a String.
 std::string watchedValue(const Job& watched, const Value& value);
 
+/// The type of what came, which may be another one than there was when the node was looked for; Null when it
+/// is no type of the library's.
+_OpcUaDataType deliveredType(const Job& watched, const Value& value);
+
 /// An array or matrix without an index: the library tells that it changed, not to what.
 inline bool isWatchedWhole(const Job& watched) {
     return watched.node.isArray && !watched.index;

@@ -1,6 +1,7 @@
 #include "output/dialogue.h"
 
 #include "interrupt.h"
+#include "output/live_screen.h"
 #include "text/utf8.h"
 
 #include <cerrno>
@@ -49,7 +50,7 @@ void show(const std::string& question) {
 } // namespace
 
 bool canAsk() {
-    return isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
+    return !LiveScreen::isOn() && isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
 }
 
 /// Byte by byte: what comes behind the line is the next reader's.

@@ -5,7 +5,8 @@
 
 namespace opcua_cli {
 
-/// True when there is a person to ask: standard input and standard error are terminals.
+/// True when there is a person to ask: standard input and standard error are terminals, and no LiveScreen has
+/// them.
 bool canAsk();
 
 /// The next line of standard input, without its end. Nothing when the input ends or Ctrl-C is pressed.

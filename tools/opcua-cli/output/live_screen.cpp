@@ -4,11 +4,15 @@
 #include "interrupt.h"
 #include "output/streams.h"
 
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <sys/eventfd.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace opcua_cli {
@@ -16,43 +20,103 @@ namespace {
 
 // Alternate screen, no cursor, no line wrap; and back.
 constexpr std::string_view enter = "\x1b[?1049h\x1b[?25l\x1b[?7l\x1b[2J";
-constexpr const char* leave = "\x1b[?7h\x1b[?25h\x1b[?1049l";
+constexpr std::string_view leave = "\x1b[?7h\x1b[?25h\x1b[?1049l";
+
+constexpr std::array<int, 3> followedSignals{SIGTSTP, SIGCONT, SIGWINCH};
+
+// What signal handlers touch.
+std::atomic<bool> on{false};
+std::atomic<bool> isToSuspend{false};
+std::atomic<bool> isResumed{false};
+std::atomic<bool> hasKeys{false};
+int wakeUp = -1;         // made once, before there is a handler
+termios usualSettings{}; // not written while hasKeys
 
 /// Nothing more can be done about a terminal that takes no text.
 void send(std::string_view sequence) {
     [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, sequence.data(), sequence.size());
 }
 
-/// Ctrl-Z: the shell that takes over needs the screen as it was.
-void onSuspend(int) {
-    const int savedError = errno;
+void takeKeys() {
+    if (!hasKeys)
+        return;
+    termios settings = usualSettings;
+    settings.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    settings.c_iflag &= ~static_cast<tcflag_t>(IXON);
+    settings.c_cc[VQUIT] = _POSIX_VDISABLE; // would leave the terminal as it is now
+    settings.c_cc[VMIN] = 1;
+    settings.c_cc[VTIME] = 0;
+    tcsetattr(STDIN_FILENO, TCSANOW, &settings);
+}
+
+void giveTerminalBack() {
     send(leave);
-    raise(SIGSTOP);
-    send(enter);
+    if (hasKeys)
+        tcsetattr(STDIN_FILENO, TCSANOW, &usualSettings);
+}
+
+void onSignal(int number) {
+    const int savedError = errno;
+    if (number == SIGTSTP)
+        isToSuspend = true;
+    if (number == SIGCONT)
+        isResumed = true;
+    eventfd_write(wakeUp, 1);
     errno = savedError;
 }
 
-void setSuspendHandler(void (*handler)(int)) {
+void setHandlers(void (*handler)(int)) {
     struct sigaction action{};
     action.sa_handler = handler;
     action.sa_flags = static_cast<int>(SA_RESTART);
-    sigaction(SIGTSTP, &action, nullptr);
+    for (const int number : followedSignals)
+        sigaction(number, &action, nullptr);
 }
 
 } // namespace
 
-LiveScreen::LiveScreen() {
+LiveScreen::LiveScreen(bool withKeys) {
+    if (wakeUp < 0)
+        wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     holdTrace(true);
     writeOutput(std::string(enter));
-    setLastWords(leave);
-    setSuspendHandler(onSuspend);
+    on = true;
+    hasKeys = withKeys && tcgetattr(STDIN_FILENO, &usualSettings) == 0;
+    setLastAct(giveTerminalBack);
+    setHandlers(onSignal);
+    takeKeys();
 }
 
 LiveScreen::~LiveScreen() {
-    setSuspendHandler(SIG_DFL);
-    setLastWords(nullptr);
-    send(leave);
+    setHandlers(SIG_DFL);
+    setLastAct(nullptr);
+    giveTerminalBack();
+    hasKeys = false;
+    on = false;
     holdTrace(false);
+}
+
+bool LiveScreen::isOn() {
+    return on;
+}
+
+int LiveScreen::descriptor() const {
+    return wakeUp;
+}
+
+void LiveScreen::follow() {
+    eventfd_t count = 0;
+    eventfd_read(wakeUp, &count);
+    if (isToSuspend.exchange(false)) {
+        giveTerminalBack();
+        raise(SIGSTOP);
+        isResumed = true;
+    }
+    if (!isResumed.exchange(false))
+        return;
+    // Keys first: a program in the background is stopped there, before it draws on somebody else's screen.
+    takeKeys();
+    send(enter);
 }
 
 void LiveScreen::draw(const std::string& lines) {

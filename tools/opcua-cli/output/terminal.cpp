@@ -1,5 +1,6 @@
 #include "output/terminal.h"
 
+#include "text/ascii.h"
 #include "text/utf8.h"
 
 #include <chrono>
@@ -61,6 +62,7 @@ Terminal terminalOn(int descriptor) {
     if (!terminal.interactive)
         return terminal;
     terminal.canRedraw = !isDumb();
+    terminal.utf8 = localeHasUtf8();
     terminal.colours = !isSet("NO_COLOR") && !isDumb();
     winsize size{};
     const bool known = ioctl(descriptor, TIOCGWINSZ, &size) == 0;

@@ -16,6 +16,7 @@ struct Terminal {
     bool interactive = false;          ///< a person looks at it
     bool colours = false;              ///< never with NO_COLOR set, or when it is no terminal
     bool canRedraw = false;            ///< the cursor can be moved
+    bool utf8 = true;                  ///< false for a terminal that shows ASCII alone
     std::optional<std::size_t> width;  ///< columns; nothing when it is no terminal
     std::optional<std::size_t> height; ///< rows, likewise
 

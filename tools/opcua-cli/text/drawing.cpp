@@ -1,7 +1,6 @@
 #include "text/drawing.h"
 
-#include <cstdlib>
-#include <cstring>
+#include "text/ascii.h"
 
 namespace opcua_cli {
 namespace {
@@ -9,20 +8,10 @@ namespace {
 constexpr Drawing unicode{"├─ ", "└─ ", "│  ", "…", {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"}};
 constexpr Drawing ascii{"|- ", "`- ", "|  ", "...", {"_", ".", "-", "~", "=", "+", "*", "#"}};
 
-/// The first variable that is set counts (POSIX). By its name alone: the locale need not be installed here.
-bool isUtf8Locale() {
-    for (const char* variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
-        const char* locale = std::getenv(variable);
-        if (locale != nullptr && *locale != '\0')
-            return strcasestr(locale, "utf-8") != nullptr || strcasestr(locale, "utf8") != nullptr;
-    }
-    return false;
-}
-
 } // namespace
 
 const Drawing& drawing() {
-    static const bool isUtf8 = isUtf8Locale();
+    static const bool isUtf8 = localeHasUtf8();
     return isUtf8 ? unicode : ascii;
 }
 

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "monitor/change_inbox.h"
+#include "monitor/trend.h"
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace opcua_cli {
+
+/// What a live table knows of one node.
+struct Row {
+    Change last{};
+    bool refused = false;
+    bool changed = false; ///< since it is monitored
+    Trend trend{};
+
+    // Of an array that is followed as a whole.
+    std::string elements{}; ///< as they were read; empty before they were
+    bool unread = false;    ///< changed since then
+    std::chrono::steady_clock::time_point readAt{};
+};
+
+using Rows = std::vector<Row>;
+
+} // namespace opcua_cli

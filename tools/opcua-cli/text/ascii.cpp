@@ -1,0 +1,70 @@
+#include "text/ascii.h"
+
+#include "text/utf8.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace opcua_cli {
+namespace {
+
+constexpr std::array<std::pair<std::string_view, char>, 9> likenesses{{{"▁", '_'},
+                                                                       {"▂", '.'},
+                                                                       {"▃", ','},
+                                                                       {"▄", '-'},
+                                                                       {"▅", '~'},
+                                                                       {"▆", '+'},
+                                                                       {"▇", '*'},
+                                                                       {"█", '#'},
+                                                                       {"…", '~'}}};
+
+bool isContinuation(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
+std::string likeness(std::string_view character) {
+    const auto found = std::find_if(likenesses.begin(), likenesses.end(),
+                                    [&](const auto& likeness) { return likeness.first == character; });
+    return found == likenesses.end() ? std::string(displayWidth(character), '?')
+                                     : std::string(1, found->second);
+}
+
+} // namespace
+
+bool localeHasUtf8() {
+    // By name: the locale that a remote login hands on need not be installed here.
+    for (const char* variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        const char* value = std::getenv(variable);
+        if (value == nullptr || *value == '\0')
+            continue;
+        const std::string_view name(value);
+        const std::size_t dot = name.find('.');
+        const std::string_view codeset = dot == std::string_view::npos ? "" : name.substr(dot + 1);
+        const std::string_view plain = codeset.substr(0, codeset.find('@'));
+        return sameWord(plain, "UTF-8") || sameWord(plain, "utf8");
+    }
+    return false;
+}
+
+std::string asciiText(std::string_view text) {
+    std::string result;
+    for (std::size_t begin = 0; begin < text.size();) {
+        std::size_t end = begin + 1;
+        while (end < text.size() && isContinuation(text[end]))
+            ++end;
+        const std::string_view character = text.substr(begin, end - begin);
+        if (character.size() == 1 && static_cast<unsigned char>(character[0]) < 0x80)
+            result += character;
+        else
+            result += likeness(character);
+        begin = end;
+    }
+    return result;
+}
+
+} // namespace opcua_cli
