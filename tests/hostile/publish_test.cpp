@@ -57,7 +57,7 @@ protected:
     void expectStillPublishing() {
         server.publisher().publish(1234);
         EXPECT_TRUE(waitForValue(1234));
-        EXPECT_EQ(status(), connected);
+        EXPECT_TRUE(waitForStatus(connected)); // told on a thread of its own
         expectUnharmed();
     }
 

@@ -23,7 +23,7 @@ bool Pipe::Series::hasRoom() const {
         return true;
     }
     const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
-    return !m_pipe.m_sending && !m_pipe.m_broken && m_sent.size() < m_window.size() &&
+    return !m_pipe.m_sendingIsStuck && !m_pipe.m_broken && m_sent.size() < m_window.size() &&
            m_kept.largest * (m_sent.size() + 1) <= bytesAhead;
 }
 

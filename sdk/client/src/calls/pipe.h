@@ -137,6 +137,7 @@ private:
     mutable std::mutex m_mutex; ///< guards what follows
     std::condition_variable m_sendingFree;
     bool m_sending = false;
+    bool m_sendingIsStuck = false;  ///< the socket is full
     bool m_sendingIsWanted = false; ///< by somebody who did not wait
     bool m_broken = false;          ///< the socket takes nothing any more
     bool m_reading = false;

@@ -38,6 +38,7 @@ public:
         : m_pipe(pipe), m_deadline(deadline), m_turn(turn) {}
 
     UaStatus wait() override {
+        noteStuck();
         if (m_pipe.m_ended) {
             return m_pipe.endReason();
         }
@@ -61,6 +62,11 @@ public:
     }
 
 private:
+    void noteStuck() {
+        const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
+        m_pipe.m_sendingIsStuck = true;
+    }
+
     Pipe& m_pipe;
     const Deadline& m_deadline;
     ReadingTurn& m_turn;
@@ -106,7 +112,7 @@ void Pipe::releaseSendingTurn() {
     bool isWanted = false;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_sending = false;
+        m_sending = m_sendingIsStuck = false;
         isWanted = std::exchange(m_sendingIsWanted, false);
         m_sendingFree.notify_one();
     }
