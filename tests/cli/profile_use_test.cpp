@@ -47,6 +47,10 @@ TEST_F(Profile, StandsForItsServer) {
     EXPECT_EQ(run({"read", "@plant", "i=2261", "--json"}).json()["url"], m_server.url());
     const CliResult found = run({"discover", "@plant", "--json"});
     EXPECT_EQ(found.exitCode, 0) << found.error;
+    const std::string snapshot = (m_directory.path() / "line.json").string();
+    EXPECT_EQ(run({"snapshot", "@plant", "/TestRack/Scalar", "--output", snapshot}).exitCode, 0);
+    const CliResult compared = run({"compare", "@plant", snapshot});
+    EXPECT_EQ(compared.exitCode, 0) << compared.error;
 }
 
 TEST_F(Profile, TheVariableStandsWhereTheUrlIsLeftOut) {

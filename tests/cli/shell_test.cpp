@@ -119,6 +119,18 @@ TEST_F(Shell, NamesStartAtThePosition) {
     EXPECT_EQ(found[8]["nodes"][0]["value"], "Boolean") << "a value is no node";
 }
 
+TEST_F(Shell, FindsBelowThePosition) {
+    const auto found =
+        documents("cd TestRack/Scalar\nfind Int32\nfind Int32 --from ../Array\ncd\nfind 'Int3?'\n");
+    ASSERT_EQ(found.size(), 3u);
+    ASSERT_EQ(found[0]["nodes"].size(), 1u);
+    EXPECT_EQ(found[0]["nodes"][0]["nodeId"], rack + "Scalar.Int32");
+    ASSERT_EQ(found[1]["nodes"].size(), 1u);
+    EXPECT_EQ(found[1]["nodes"][0]["nodeId"], rack + "Array.Int32");
+    EXPECT_GT(found[2]["nodes"].size(), 2u);
+    EXPECT_EQ(found[2]["from"], "i=85");
+}
+
 TEST_F(Shell, FoldersMayBeNamedByTheirIdsAgainAndAgain) {
     const auto found = documents("browse ns=2\\;s=Line1\nbrowse 'ns=2;s=Boiler'\nsnapshot 'ns=2;s=Line1'\n"
                                  "browse i=84\nbrowse /Plant/Line1\n");

@@ -31,8 +31,8 @@ std::thread startThreadWithoutSignals(const std::function<void()>& work);
 /// What is done before the program ends in the middle of a command, to leave a terminal as it was; null for
 /// nothing. It may run in a signal handler.
 void setLastAct(void (*act)());
-/// What is written to standard output then, to leave a document complete; null for nothing. The text must live
-/// on.
+/// What is written to standard output then, to leave a document complete; null for nothing. The text must
+/// live on.
 void setLastWords(const char* text);
 
 /// Sets them until it goes.

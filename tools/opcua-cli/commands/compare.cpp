@@ -109,7 +109,8 @@ std::string jsonReport(const CompareOptions& options, const Comparison& comparis
 /// A file that is there is meant, whatever its name.
 bool isAddress(const std::string& given) {
     std::error_code unknown;
-    return given.find(':') != std::string::npos && !std::filesystem::exists(given, unknown);
+    const bool isOne = given.find(':') != std::string::npos || given.find('@') == 0;
+    return isOne && !std::filesystem::exists(given, unknown);
 }
 
 Snapshot savedSnapshot(const std::string& file) {

@@ -37,7 +37,8 @@ struct SharedCommand {
     const char* nodes;
 };
 
-constexpr std::array<SharedCommand, 6> sharedCommands{{{"browse", addBrowseCommand, "NODE"},
+constexpr std::array<SharedCommand, 7> sharedCommands{{{"browse", addBrowseCommand, "NODE"},
+                                                       {"find", addFindCommand, "--from"},
                                                        {"info", addInfoCommand, nullptr},
                                                        {"read", addReadCommand, "NODE"},
                                                        {"restore", addRestoreCommand, nullptr},

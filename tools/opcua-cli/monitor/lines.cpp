@@ -140,7 +140,7 @@ public:
         const Job& watched = job(change.node);
         const std::string type = isReadAsText(watched) || isWatchedWhole(watched)
                                      ? typeAndShape(watched.node)
-                                     : std::string(typeName(typeOf(watched, change)));
+                                     : std::string(typeName(deliveredType(watched, change.value)));
         put(forStandardOutput(
             csvLine({utcText(change.time), watched.node.nodeId, indexText(watched.index.value_or(Index())),
                      watched.given, type, valueField(NodeValue(change.value)), statusName(change)})));
