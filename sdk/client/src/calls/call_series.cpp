@@ -22,9 +22,15 @@ bool Pipe::Series::hasRoom() const {
     if (m_sent.empty()) {
         return true;
     }
-    const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
-    return !m_pipe.m_sendingIsStuck && !m_pipe.m_broken && m_sent.size() < m_window.size() &&
-           m_kept.largest * (m_sent.size() + 1) <= bytesAhead;
+    std::unique_lock<std::mutex> lock(m_pipe.m_mutex);
+    if (m_pipe.m_broken || m_sent.size() >= m_window.size() ||
+        m_kept.largest * (m_sent.size() + 1) > bytesAhead) {
+        return false;
+    }
+    // Another thread's sending is over in a moment, or it waits itself.
+    m_pipe.m_sendingFree.wait(
+        lock, [this] { return !m_pipe.m_sending || m_pipe.m_sendingIsStuck || m_pipe.m_ended; });
+    return !m_pipe.m_sendingIsStuck;
 }
 
 void Pipe::Series::send(void* request, const UA_DataType& type, const Deadline& deadline,

@@ -23,7 +23,7 @@ public:
 
     bool isEmpty() const { return m_sent.empty(); }
     /// Whether one more request may go out before the next answer is taken: as many as the window is wide,
-    /// fewer when the answers are long, and none while somebody else is sending.
+    /// fewer when the answers are long, and none while another thread waits for room to send.
     bool hasRoom() const;
     /// Sends as Pipe::call() does, within the request's own time. One that cannot be sent has its answer.
     /// @param expectedResults  for expectedResults(), when its answer is the next

@@ -65,6 +65,7 @@ private:
     void noteStuck() {
         const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
         m_pipe.m_sendingIsStuck = true;
+        m_pipe.m_sendingFree.notify_all(); // for who has something better to do than to wait
     }
 
     Pipe& m_pipe;
@@ -114,7 +115,7 @@ void Pipe::releaseSendingTurn() {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_sending = m_sendingIsStuck = false;
         isWanted = std::exchange(m_sendingIsWanted, false);
-        m_sendingFree.notify_one();
+        m_sendingFree.notify_all();
     }
     IdleReader* const idle = m_idleReader;
     if (isWanted && idle != nullptr) {
