@@ -221,7 +221,7 @@ TEST_F(MonitorKeys, WriteTheSelectedValue) {
 TEST_F(MonitorKeys, TellWhyAValueWasNotWritten) {
     start({rack + "Access.ReadOnly", rack + "Special.LocalizedText"});
     await(allAreRead);
-    press("w1\ry", "not written: the value could not be written");
+    press("w1\ry", "not written: the value is read-only");
     select(down, "LocalizedText");
     press("w", "cannot be written here");
     EXPECT_EQ(quit(), 0);

@@ -15,7 +15,7 @@ Terminal pipe() {
 }
 
 Terminal screen(std::size_t width, bool colours = false) {
-    return {true, colours, true, width, std::nullopt};
+    return {true, colours, true, true, width, std::nullopt};
 }
 
 } // namespace

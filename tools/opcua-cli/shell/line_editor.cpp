@@ -128,6 +128,8 @@ std::optional<std::string> LineEditor::read(const std::string& prompt) {
     const Utf8Locale utf8;
     m_state->prompt = printable(prompt);
     el_resize(m_state->editor.get());
+    // As soon as the prompt is there, its keys mean what they do in a line.
+    el_set(m_state->editor.get(), EL_PREP_TERM, 1);
     int count = 0;
     const char* const text = el_gets(m_state->editor.get(), &count);
     if (text == nullptr || count <= 0) {
