@@ -43,8 +43,7 @@ constexpr Transport transports[] = {
 };
 
 bool isProfile(std::string_view profileUri, std::string_view name) {
-    return profileUri.size() == transportPrefix.size() + name.size() &&
-           profileUri.substr(0, transportPrefix.size()) == transportPrefix &&
+    return profileUri.substr(0, transportPrefix.size()) == transportPrefix &&
            profileUri.substr(transportPrefix.size()) == name;
 }
 

@@ -18,12 +18,13 @@ complete_usage=critical,digitalSignature,nonRepudiation,keyEncipherment,dataEnci
 for key in server authority intermediate stranger; do
   openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:2048 -out "$key.key" &
 done
+openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:768 -out tiny.key &
 openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:1024 -out short.key &
 openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:4096 -out long.key &
 openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:4104 -out too_long.key &
 openssl genpkey -quiet -algorithm ED25519 -out edwards.key &
 wait
-for key in server authority intermediate stranger short long too_long edwards; do
+for key in server authority intermediate stranger tiny short long too_long edwards; do
   openssl req -new -batch -key "$key.key" -subj /CN=replaced -out "$key.csr"
 done
 
@@ -135,6 +136,7 @@ for extensions in other_uri longer_uri no_uri two_uris two_uris_other_first othe
 done
 issue self_sha1 self server app "" "" sha1
 issue self_md5 self server app "" "" md5
+issue self_tiny self tiny app
 issue self_short self short app
 issue self_long self long app
 issue self_too_long self too_long app

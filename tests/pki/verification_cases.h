@@ -156,6 +156,8 @@ const Case cases[] = {
     {"Rsa4104UnknownPolicy",        "self_too_long", "", "", "", "self_too_long", policyFailed, policyFailed, unknownPolicy},
     {"Rsa4104Root",                 "root_too_long", "root_too_long", "", "", "by_root_too_long", good, good},
     {"Rsa1024None",                 "self_short", "", "", "", "self_short", good,         good,         policyNone},
+    {"Rsa768None",                  "self_tiny",  "", "", "", "self_tiny",  policyFailed, policyFailed, policyNone},
+    {"Rsa4104None",                 "self_too_long", "", "", "", "self_too_long", good,   good,         policyNone},
     {"GoodUnderBasic256",           "self_good",  "", "", "", "self_good",  good,         good,         basic256},
     {"GoodUnderAes256",             "self_good",  "", "", "", "self_good",  good,         good,         aes256},
     // ---- several that could be the issuer

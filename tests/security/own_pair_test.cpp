@@ -46,10 +46,12 @@ namespace {
 struct System {
     std::atomic<int> slowness{0}; ///< milliseconds that a flush takes at most
     std::atomic<int> renamesUntilKill{-1};
-    std::atomic<int> error{0};    ///< of opening the file that is named so
-    std::atomic<int> failures{0}; ///< how often
+    std::atomic<int> error{0};         ///< of opening the file that is named so
+    std::atomic<unsigned> failures{0}; ///< a bit for each time that it is opened, the first one lowest
     std::string failingName;
 };
+
+constexpr unsigned always = ~0U;
 
 System system_; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables)
 
@@ -75,9 +77,13 @@ extern "C" __attribute__((visibility("default"))) int open(const char* path, int
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    if (system_.error != 0 && fs::path(path).filename() == system_.failingName && system_.failures-- > 0) {
-        errno = system_.error;
-        return -1;
+    if (system_.error != 0 && fs::path(path).filename() == system_.failingName) {
+        const unsigned failures = system_.failures;
+        system_.failures = failures == always ? always : failures >> 1U;
+        if ((failures & 1U) != 0) {
+            errno = system_.error;
+            return -1;
+        }
     }
     return nextDefinition<int (*)(const char*, int, ...)>("open")(path, flags, mode);
 }
@@ -356,7 +362,7 @@ TEST_F(OwnPair, StaysWhenOneOfItsFilesCannotBeOpened) {
     for (const int error : {EMFILE, ENFILE, EACCES, EIO, ENOMEM, ELOOP, ENAMETOOLONG}) {
         for (const char* name : {"HMIClient.der", "HMIClient.pem", "user.der", "user.pem"}) {
             // Passing at any moment, and for good.
-            for (const int failures : {1, 2, 3, 100}) {
+            for (const unsigned failures : {1U, 2U, 3U, 4U, 5U, 6U, 7U, always}) {
                 system_.failingName = name;
                 system_.failures = failures;
                 system_.error = error;
@@ -364,10 +370,9 @@ TEST_F(OwnPair, StaysWhenOneOfItsFilesCannotBeOpened) {
                 system_.failures = failures;
                 const int user = prepareUser();
                 resetSystem();
-                EXPECT_EQ(filesOfStore(), before)
-                    << name << ", error " << error << ", " << failures << " times";
+                EXPECT_EQ(filesOfStore(), before) << name << ", error " << error << ", times " << failures;
                 const bool isClients = std::string(name).rfind("HMI", 0) == 0;
-                if (failures == 100) {
+                if (failures == always) {
                     EXPECT_EQ(client, isClients ? 21 : 0);
                     EXPECT_EQ(user, isClients ? 0 : 28);
                     const std::string problem = std::generic_category().message(error);
@@ -385,11 +390,33 @@ TEST_F(OwnPair, IsNotMadeBesideAFileThatCannotBeOpened) {
     fs::remove(store("certs/HMIClient.der"));
     const std::set<std::string> before = filesOfStore();
     system_.failingName = "HMIClient.pem";
-    system_.failures = 100;
+    system_.failures = always;
     system_.error = EIO;
     EXPECT_EQ(prepareClient(), 21);
     EXPECT_EQ(filesOfStore(), before);
     EXPECT_TRUE(tellsOf("HMIClient.pem", "cannot be read: Input/output error"));
+}
+
+TEST_F(OwnPair, IsNotMadeInADirectoryThatCannotBeLocked) {
+    for (const char* folder : {"certs", "private", "user", "userkey"}) {
+        fs::create_directories(store(folder));
+    }
+    giveToUnprivileged(m_directory.path());
+    const int made = runUnprivileged([this] {
+        for (const char* folder : {"certs", "user"}) {
+            fs::permissions(store(folder), fs::perms::owner_write | fs::perms::owner_exec);
+        }
+        return prepareClient() == 21 && prepareUser() == 28 ? 0 : 1;
+    });
+    EXPECT_EQ(made, 0);
+    for (const char* folder : {"certs", "user"}) {
+        fs::permissions(store(folder), fs::perms::owner_all);
+    }
+    for (const char* folder : {"certs", "private", "user", "userkey"}) {
+        EXPECT_TRUE(fs::is_empty(store(folder))) << folder;
+    }
+    EXPECT_TRUE(tellsOf("HMIClient.der", "its directory: Permission denied"));
+    EXPECT_TRUE(tellsOf("user.der", "its directory: Permission denied"));
 }
 
 } // namespace

@@ -1,4 +1,6 @@
 // What a server answers to the creation of a session, before any secret goes out to it.
+#include <utility>
+
 #include "session_security_fixture.h"
 
 #include "uapki/certificate.h"
@@ -246,6 +248,17 @@ TEST_F(SessionAnswer, APasswordStaysWhereTheQueryWasChanged) {
     expectChanged({attractive, genuine}, {genuine});
     ask("None", none);
     expectChanged({endpoint({clearName})}, {endpoint({{byPassword, "name", "Basic256Sha256"}, clearName})});
+}
+
+TEST_F(SessionAnswer, AReadablePasswordStaysWhereTheQueryHidAnotherEndpoint) {
+    askAs(byPassword);
+    const Endpoint hidden{"Aes256_Sha256_RsaPss", signAndEncrypt, {name}};
+    for (const auto& [policy, mode] : {std::pair("None", none), std::pair("Basic256Sha256", signOnly)}) {
+        ask(policy, mode);
+        expectChanged({endpoint({clearName})}, {endpoint({clearName}), hidden});
+        expectSame({endpoint({{byPassword, "name", "Basic256"}})},
+                   {endpoint({{byPassword, "name", "Basic256"}}), hidden});
+    }
 }
 
 TEST_F(SessionAnswer, WithoutEndpointsInTheSessionOnlyAReadablePasswordStays) {

@@ -306,6 +306,7 @@ TEST_F(DataChange, OneIndexFitsOnlyAnArray) {
     EXPECT_FALSE(isDelivered(handle, int32Matrix({3, 4})));
     EXPECT_FALSE(isDelivered(handle, UaVariant()));
     EXPECT_TRUE(isDelivered(handle, int32Array(1)));
+    EXPECT_FALSE(isDelivered(monitor({5}), int32Matrix({3, 4})));
 }
 
 TEST_F(DataChange, SeveralIndicesFitAMatrixOfAsManyDimensions) {
