@@ -4,7 +4,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
