@@ -35,6 +35,7 @@ crypto='openssl/'
 
 forbid "include src examples" "$engine|$crypto" "only sdk/ knows the engine and the cryptography"
 forbid "tools" "$engine" "only sdk/ knows the engine"
+forbid "tests/cli" 'CLI/' "only tools/opcua-cli/command_line/ knows CLI11"
 forbid "demo bench" "$crypto" "only sdk/ knows the cryptography"
 forbid "sdk/stack sdk/base sdk/client" "$crypto" "cryptography belongs to sdk/pki"
 forbid "sdk/stack" 'uabase/|uapki/|uaclient/' "sdk/stack is the lowest layer"
@@ -49,16 +50,16 @@ found=$(includes_below include | grep -vE ' (<[a-z_0-9]+>|"OpcUa(ClientInterface
 # What an application can't do through include/, the tools and examples can't either. The tool shows certificates that
 # are no connection's, and the places of the library's files: it reads both with what the library reads them with.
 found=$(includes_below tools examples |
-  grep -vE ' <([a-z_0-9]+|(sys|netinet|arpa)/[a-z_0-9]+\.h|(unistd|signal|poll|fcntl|dlfcn|pthread|termios|locale|strings)\.h|CLI/.*|nlohmann/.*)>$' |
+  grep -vE ' <([a-z_0-9]+|(sys|netinet|arpa)/[a-z_0-9]+\.h|(unistd|signal|poll|fcntl|dlfcn|pthread|termios|locale|strings)\.h|nlohmann/.*)>$' |
   grep -vE '^examples/window_panel/[^ ]+ <Q[A-Za-z]+>$' |
-  grep -vE '^tools/opcua-cli/(security/certificate\.cpp:[0-9]+ <openssl/[a-z0-9_]+\.h>|files/library_files\.cpp:[0-9]+ <SimpleIni\.h>|record/recording\.cpp:[0-9]+ <sqlite3\.h>|shell/line_editor\.cpp:[0-9]+ <histedit\.h>)$' |
+  grep -vE '^tools/opcua-cli/(command_line/command_line\.cpp:[0-9]+ <CLI/CLI\.hpp>|security/certificate\.cpp:[0-9]+ <openssl/[a-z0-9_]+\.h>|files/library_files\.cpp:[0-9]+ <SimpleIni\.h>|record/recording\.cpp:[0-9]+ <sqlite3\.h>|shell/line_editor\.cpp:[0-9]+ <histedit\.h>)$' |
   while read -r place header; do
     header=${header//\"/}
     program=$(cut -d/ -f1,2 <<<"$place") # tools/opcua-cli, examples/first_program
     [ -e "include/$header" ] || [ -e "$program/$header" ] || [ -e "$(dirname "${place%%:*}")/$header" ] ||
       echo "$place $header"
   done)
-[ -z "$found" ] || report "tools/ and examples/ use include/, the standard library, CLI11 and nlohmann/json alone (certificate.cpp OpenSSL, library_files.cpp SimpleIni, recording.cpp SQLite, line_editor.cpp libedit, the window panel Qt):"$'\n'"$found"
+[ -z "$found" ] || report "tools/ and examples/ use include/, the standard library and nlohmann/json alone (command_line.cpp CLI11, certificate.cpp OpenSSL, library_files.cpp SimpleIni, recording.cpp SQLite, line_editor.cpp libedit, the window panel Qt):"$'\n'"$found"
 
 found=$(grep -rnwE --include='*.h' --include='*.cpp' 'UA_[A-Za-z_]+' include src tools examples || true)
 [ -z "$found" ] || report "a name of the engine outside sdk/:"$'\n'"$found"

@@ -1,5 +1,6 @@
 #include "help.h"
 
+#include "command_line/command_line.h"
 #include "failure.h"
 
 #include <gmock/gmock.h>
@@ -15,14 +16,14 @@ using testing::Not;
 namespace {
 
 std::vector<std::string> lineOf(std::vector<std::string> words) {
-    CLI::App app;
+    Program program;
     for (const char* command : {"browse", "discover", "read", "restore"})
-        app.add_subcommand(command);
+        program.commands.push_back({command, "", "", {}});
     words.insert(words.begin(), "opcua-cli");
     std::vector<char*> arguments;
     for (std::string& word : words)
         arguments.push_back(word.data());
-    return commandLine(app, static_cast<int>(arguments.size()), arguments.data());
+    return commandLine(program, static_cast<int>(arguments.size()), arguments.data());
 }
 
 std::string refusalOf(const std::string& word) {

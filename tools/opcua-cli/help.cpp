@@ -6,8 +6,8 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <memory>
 #include <numeric>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -15,17 +15,6 @@
 
 namespace opcua_cli {
 namespace {
-
-constexpr std::size_t usualColumn = 30;
-
-/// Names of options without the number that a flag stands for.
-class HelpFormatter : public CLI::Formatter {
-public:
-    std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
-        const std::string name = CLI::Formatter::make_option_name(option, isPositional);
-        return name.substr(0, name.find('{'));
-    }
-};
 
 /// Where the text of the last column begins.
 std::size_t lastColumn(const std::string& line) {
@@ -65,10 +54,10 @@ std::size_t distance(const std::string& one, const std::string& other) {
     return row.back();
 }
 
-std::vector<std::string> commandNames(const CLI::App& app) {
+std::vector<std::string> commandNames(const Program& program) {
     std::vector<std::string> names;
-    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
-        names.push_back(command->get_name());
+    for (const Command& command : program.commands)
+        names.push_back(command.name);
     return names;
 }
 
@@ -88,8 +77,8 @@ std::string nameLike(const std::vector<std::string>& names, const std::string& w
     return likely;
 }
 
-void throwUnlessCommand(const CLI::App& app, const std::string& word) {
-    const std::vector<std::string> names = commandNames(app);
+void throwUnlessCommand(const Program& program, const std::string& word) {
+    const std::vector<std::string> names = commandNames(program);
     if (std::find(names.begin(), names.end(), word) != names.end())
         return;
     const std::string likely = nameLike(names, word);
@@ -100,13 +89,12 @@ void throwUnlessCommand(const CLI::App& app, const std::string& word) {
 
 } // namespace
 
-void fitHelp(CLI::App& app) {
-    const std::size_t width = terminalOn(STDOUT_FILENO).width.value_or(0);
-    auto formatter = std::make_shared<HelpFormatter>();
-    formatter->column_width(width == 0 ? usualColumn : std::min(usualColumn, width / 3));
-    app.formatter(formatter);
-    for (CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
-        command->formatter(formatter);
+void fitHelp(Program& program) {
+    HelpForm& form = program.helpForm;
+    const std::optional<std::size_t> width = terminalOn(STDOUT_FILENO).width;
+    if (width && *width != 0)
+        form.column = std::min(form.column, *width / 3);
+    form.blanksForUnderscores = false;
 }
 
 std::string wrapped(const std::string& text, std::size_t width) {
@@ -117,14 +105,14 @@ std::string wrapped(const std::string& text, std::size_t width) {
     return result;
 }
 
-std::vector<std::string> commandLine(const CLI::App& app, int count, char** arguments) {
+std::vector<std::string> commandLine(const Program& program, int count, char** arguments) {
     std::vector<std::string> words(arguments + std::min(count, 1), arguments + count);
     if (!words.empty() && words.front() == "help") {
         words.erase(words.begin());
         words.insert(words.begin() + (words.empty() ? 0 : 1), "--help");
     }
     if (!words.empty() && words.front().substr(0, 1) != "-")
-        throwUnlessCommand(app, words.front());
+        throwUnlessCommand(program, words.front());
     return words;
 }
 

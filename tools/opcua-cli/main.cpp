@@ -1,3 +1,4 @@
+#include "command_line/command_line.h"
 #include "commands/commands.h"
 #include "files/library_files.h"
 #include "help.h"
@@ -6,15 +7,11 @@
 #include "output/terminal.h"
 #include "text/utf8.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <exception>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <unistd.h>
-#include <utility>
-#include <vector>
 
 namespace {
 
@@ -32,12 +29,12 @@ constexpr const char* exitCodes = R"(Exit codes:
 Nodes are named by id ('ns=2;s=Line1.Speed', i=2261) or by path (/Plant/Line1/Speed).
 "opcua-cli COMMAND --help" has examples.)";
 
-void describeProgram(CLI::App& app) {
-    app.name("opcua-cli");
-    app.description("Looks into OPC UA servers: find, browse, read, write, monitor");
-    app.set_version_flag("--version", "opcua-cli " OPCUA_CLI_VERSION);
-    app.require_subcommand(1);
-    app.footer(std::string(exitCodes) + "\nTrace file (--trace): " + libraryFiles().trace.string());
+void describeProgram(Program& program) {
+    program.name = "opcua-cli";
+    program.description = "Looks into OPC UA servers: find, browse, read, write, monitor";
+    program.version = "opcua-cli " OPCUA_CLI_VERSION;
+    program.isSingleCommand = true;
+    program.footer = std::string(exitCodes) + "\nTrace file (--trace): " + libraryFiles().trace.string();
 }
 
 /// Everything later takes arguments for text.
@@ -49,44 +46,37 @@ void refuseBrokenArguments(int count, char** arguments) {
     }
 }
 
-ExitCode explainParse(const CLI::App& app, const CLI::ParseError& error) {
-    std::ostringstream output;
-    std::ostringstream problem;
-    const bool wanted = app.exit(error, output, problem) == static_cast<int>(CLI::ExitCodes::Success);
-    if (wanted) {
-        const std::optional<std::size_t> width = terminalOn(STDOUT_FILENO).width;
-        writeOutput(width ? wrapped(output.str(), *width) : output.str());
-        return ExitCode::Success;
-    }
-    reportProblem({error.what(), "opcua-cli --help, or opcua-cli COMMAND --help"});
-    return ExitCode::Usage;
+void show(const std::string& help) {
+    const std::optional<std::size_t> width = terminalOn(STDOUT_FILENO).width;
+    writeOutput(width ? wrapped(help, *width) : help);
 }
 
 ExitCode run(int count, char** arguments) {
     refuseBrokenArguments(count, arguments);
-    CLI::App app;
+    Program program;
     Action chosen;
-    describeProgram(app);
-    addDiscoverCommand(app, chosen);
-    addBrowseCommand(app, chosen);
-    addFindCommand(app, chosen);
-    addReadCommand(app, chosen);
-    addWriteCommand(app, chosen);
-    addSnapshotCommand(app, chosen);
-    addRestoreCommand(app, chosen);
-    addCompareCommand(app, chosen);
-    addMonitorCommand(app, chosen);
-    addRecordCommand(app, chosen);
-    addExportCommand(app, chosen);
-    addShellCommand(app, chosen);
-    addPingCommand(app, chosen);
-    addInfoCommand(app, chosen);
-    addCertCommand(app, chosen);
-    fitHelp(app);
-    try {
-        app.parse(reversedArguments(commandLine(app, count, arguments)));
-    } catch (const CLI::ParseError& error) {
-        return explainParse(app, error);
+    describeProgram(program);
+    addDiscoverCommand(program, chosen);
+    addBrowseCommand(program, chosen);
+    addFindCommand(program, chosen);
+    addReadCommand(program, chosen);
+    addWriteCommand(program, chosen);
+    addSnapshotCommand(program, chosen);
+    addRestoreCommand(program, chosen);
+    addCompareCommand(program, chosen);
+    addMonitorCommand(program, chosen);
+    addRecordCommand(program, chosen);
+    addExportCommand(program, chosen);
+    addShellCommand(program, chosen);
+    addPingCommand(program, chosen);
+    addInfoCommand(program, chosen);
+    addCertCommand(program, chosen);
+    fitHelp(program);
+    const auto help = takeWords(program, withUrl(commandLine(program, count, arguments)),
+                                "opcua-cli --help, or opcua-cli COMMAND --help");
+    if (help) {
+        show(*help);
+        return ExitCode::Success;
     }
     return chosen();
 }

@@ -42,22 +42,21 @@ std::string traceLevelNames() {
 
 } // namespace
 
-std::string completeUrl(const std::string& text) {
-    std::string url = text.find("://") == std::string::npos ? std::string(urlScheme) + text : text;
+std::string completeUrl(std::string& text) {
+    const std::string url = text.find("://") == std::string::npos ? std::string(urlScheme) + text : text;
     if (url.compare(0, urlScheme.size(), urlScheme) != 0)
-        throw CLI::ValidationError("URL", "only opc.tcp:// addresses can be connected, not " + text);
+        return "URL: only opc.tcp:// addresses can be connected, not " + text;
     const std::string_view address = std::string_view(url).substr(urlScheme.size());
     if (address.empty() || address[0] == '/' || address[0] == ':')
-        throw CLI::ValidationError("URL", "there is no host in \"" + text + "\"; try opc.tcp://host:4840");
+        return "URL: there is no host in \"" + text + "\"; try opc.tcp://host:4840";
     const std::string port = addressIn(url).port;
     if (port.size() > 5 || port.find_first_not_of("0123456789") != std::string::npos ||
         std::stoi(port) > 65535)
-        throw CLI::ValidationError("URL", "\"" + port +
-                                              "\" is no port: a number up to 65535; try opc.tcp://host:4840");
+        return "URL: \"" + port + "\" is no port: a number up to 65535; try opc.tcp://host:4840";
     if (url.size() > longestUrl)
-        throw CLI::ValidationError("URL",
-                                   "the address is longer than " + std::to_string(longestUrl) + " bytes");
-    return url;
+        return "URL: the address is longer than " + std::to_string(longestUrl) + " bytes";
+    text = url;
+    return {};
 }
 
 namespace {
@@ -77,63 +76,48 @@ std::string checkPatience(const std::string& text) {
 
 } // namespace
 
-std::string completeUrlInPlace(std::string& text) {
+std::string completeUrlOrProfile(std::string& text) {
     // A profile is looked up when the command runs.
-    if (!text.empty() && text[0] == '@')
-        return {};
-    try {
-        text = completeUrl(text);
-        return {};
-    } catch (const CLI::ValidationError& error) {
-        return error.what();
-    }
+    return !text.empty() && text[0] == '@' ? std::string() : completeUrl(text);
 }
 
-void addCommonOptions(CLI::App& command, CommonOptions& options) {
-    command
-        .add_option("URL", options.url,
-                    "Address of the server: opc.tcp://host:port[/path], host:port, or @NAME for a profile")
-        ->required()
-        ->envname(urlVariable)
-        ->type_name("")
-        ->transform(CLI::Validator(completeUrlInPlace, ""));
+void addCommonOptions(Command& command, CommonOptions& options) {
+    Option& url = command.addPositional(
+        "URL", &options.url,
+        "Address of the server: opc.tcp://host:port[/path], host:port, or @NAME for a profile",
+        completeUrlOrProfile);
+    url.required = true;
+    url.environment = urlVariable;
     addReportOptions(command, options);
     // A flag: what follows it is the next argument, not its number.
-    command
-        .add_flag("--wait{" + std::string(endlessly) + "}", options.wait,
-                  "Wait for a server that isn't there yet; --wait=SECONDS for so long at most")
-        ->check(checkPatience);
+    command.addFlag("--wait{" + std::string(endlessly) + "}", &options.wait,
+                    "Wait for a server that isn't there yet; --wait=SECONDS for so long at most",
+                    checkPatience);
 }
 
-void addReportOptions(CLI::App& command, CommonOptions& options) {
-    command.add_flag("--json", options.json, "One JSON document instead of tables");
-    command.add_flag("-v,--verbose", options.verbose,
-                     "Show the lines of the trace on standard error as they come");
-    command
-        .add_option("--trace", options.traceLevel,
-                    "Level of the trace file: " + traceLevelNames() + ", or 0 to 7 (default: none)")
-        ->type_name("LEVEL")
-        ->transform(CLI::CheckedTransformer(traceLevels(), CLI::ignore_case).description(""));
+void addReportOptions(Command& command, CommonOptions& options) {
+    command.addFlag("--json", &options.json, "One JSON document instead of tables");
+    command.addFlag("-v,--verbose", &options.verbose,
+                    "Show the lines of the trace on standard error as they come");
+    command.addOption("--trace", "LEVEL", &options.traceLevel,
+                      "Level of the trace file: " + traceLevelNames() + ", or 0 to 7 (default: none)",
+                      numberOf(traceLevels()));
 }
 
-void addConnectOptions(CLI::App& command, ConnectOptions& options) {
+void addConnectOptions(Command& command, ConnectOptions& options) {
     addCommonOptions(command, options);
     addSessionOptions(command, options);
 }
 
-void addSessionOptions(CLI::App& command, ConnectOptions& options) {
-    command
-        .add_option("--timeout", options.timeoutMilliseconds,
-                    "Milliseconds that connecting may take (default: 5000)")
-        ->type_name("MS")
-        ->check(CLI::Range(1, 3600000).description(""));
+void addSessionOptions(Command& command, ConnectOptions& options) {
+    command.addOption("--timeout", "MS", &options.timeoutMilliseconds,
+                      "Milliseconds that connecting may take (default: 5000)", inRange(1, 3600000));
     addSecurityOptions(command, options.security);
 }
 
-void addMaxNodesOption(CLI::App& command, std::size_t& maxNodes, const std::string& description) {
-    command.add_option("--max-nodes", maxNodes, description + " (default: " + std::to_string(maxNodes) + ")")
-        ->type_name("N")
-        ->check(CLI::Range(1, 10000000).description(""));
+void addMaxNodesOption(Command& command, std::size_t& maxNodes, const std::string& description) {
+    command.addOption("--max-nodes", "N", &maxNodes,
+                      description + " (default: " + std::to_string(maxNodes) + ")", inRange(1, 10000000));
 }
 
 ExitCode runReporting(CommonOptions& options, const std::function<ExitCode()>& command, Form form) {
@@ -154,33 +138,25 @@ ExitCode runReporting(CommonOptions& options, const std::function<ExitCode()>& c
     }
 }
 
-void addCsvOption(CLI::App& command, bool& csv) {
-    command.add_flag("--csv", csv, "CSV with a line of headings instead of tables")
-        ->excludes(command.get_option("--json"));
+void addCsvOption(Command& command, bool& csv) {
+    command.addFlag("--csv", &csv, "CSV with a line of headings instead of tables").excludes = "--json";
 }
 
-void addMaxElementsOption(CLI::App& command, std::size_t& maxElements) {
-    command
-        .add_option("--max-elements", maxElements,
-                    "Leave alone whole arrays with more elements (default: " +
-                        std::to_string(defaultMaxElements) + ")")
-        ->type_name("N")
-        ->check(CLI::Range(1, 10000000).description(""));
+void addMaxElementsOption(Command& command, std::size_t& maxElements) {
+    command.addOption(
+        "--max-elements", "N", &maxElements,
+        "Leave alone whole arrays with more elements (default: " + std::to_string(defaultMaxElements) + ")",
+        inRange(1, 10000000));
 }
 
-void addNodeListOptions(CLI::App& command, NodeListOptions& options, const std::string& typeDescription) {
+void addNodeListOptions(Command& command, NodeListOptions& options, const std::string& typeDescription) {
     addConnectOptions(command, options);
-    command.add_option("--type", options.typeName, typeDescription)
-        ->type_name("TYPE")
-        ->check(CLI::Validator(checkTypeName, ""));
+    command.addOption("--type", "TYPE", &options.typeName, typeDescription, checkTypeName);
     addMaxNodesOption(command, options.maxNodes, "Look at so many nodes to find the type of a node id");
-    command
-        .add_option("--index", options.index,
-                    "One element of an array or matrix, counted from 0: 4, or 2,3 for row 2, column 3")
-        ->type_name("INDEX");
-    command
-        .add_option("--from", options.file, "Take the nodes from a CSV or JSON file; - for standard input")
-        ->type_name("FILE");
+    command.addOption("--index", "INDEX", &options.index,
+                      "One element of an array or matrix, counted from 0: 4, or 2,3 for row 2, column 3");
+    command.addOption("--from", "FILE", &options.file,
+                      "Take the nodes from a CSV or JSON file; - for standard input");
     addMaxElementsOption(command, options.maxElements);
 }
 

@@ -195,16 +195,15 @@ constexpr const char* examples = R"(Examples:
 
 } // namespace
 
-void addBrowseCommand(CLI::App& app, Action& chosen) {
-    auto [command, options] = addCommand<BrowseOptions>(app, chosen, runBrowse, "browse",
+void addBrowseCommand(Program& program, Action& chosen) {
+    auto [command, options] = addCommand<BrowseOptions>(program, chosen, runBrowse, "browse",
                                                         "Show the nodes of a server as a tree", examples);
     addConnectOptions(command, options);
-    command.add_option("NODE", options.node, "Where to start: node id or path (default: the Objects folder)")
-        ->type_name("");
-    command.add_option("--depth", options.depth, "Levels to show below it, 1 to 100 (default: 1)")
-        ->type_name("N")
-        ->check(CLI::Range(1, greatestDepth).description(""));
-    command.add_flag("--values", options.values, "Read the values of the variables, too");
+    command.addPositional("NODE", &options.node,
+                          "Where to start: node id or path (default: the Objects folder)");
+    command.addOption("--depth", "N", &options.depth, "Levels to show below it, 1 to 100 (default: 1)",
+                      inRange(1, greatestDepth));
+    command.addFlag("--values", &options.values, "Read the values of the variables, too");
     addMaxNodesOption(command, options.maxNodes, "Stop after so many nodes");
 }
 

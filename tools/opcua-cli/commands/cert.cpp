@@ -211,11 +211,12 @@ constexpr const char* examples = R"help(Examples:
 
 } // namespace
 
-void addCertCommand(CLI::App& app, Action& chosen) {
-    auto [command, options] = addCommand<CertOptions>(
-        app, chosen, runCert, "cert", "Show this client's certificate and the servers it trusts", examples);
+void addCertCommand(Program& program, Action& chosen) {
+    auto [command, options] =
+        addCommand<CertOptions>(program, chosen, runCert, "cert",
+                                "Show this client's certificate and the servers it trusts", examples);
     addReportOptions(command, options);
-    command.add_flag("--make", options.make, "Make this client's certificate if there is none yet");
+    command.addFlag("--make", &options.make, "Make this client's certificate if there is none yet");
 }
 
 } // namespace opcua_cli

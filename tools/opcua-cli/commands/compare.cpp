@@ -156,35 +156,27 @@ Exit code 0 says that all values are the same, 1 that something differs or could
 
 } // namespace
 
-void addCompareCommand(CLI::App& app, Action& chosen) {
-    auto [command, options] = addCommand<CompareOptions>(
-        app, chosen, runCompare, "compare", "Compare two snapshots, or a snapshot with a server", examples);
-    const CLI::Validator side(
-        [&url = options.url](std::string& given) {
-            if (!isAddress(given))
-                return std::string();
-            url = given;
-            return completeUrlInPlace(url);
-        },
-        "");
+void addCompareCommand(Program& program, Action& chosen) {
+    auto [command, options] =
+        addCommand<CompareOptions>(program, chosen, runCompare, "compare",
+                                   "Compare two snapshots, or a snapshot with a server", examples);
+    const Check side = [&url = options.url](const std::string& given) {
+        if (!isAddress(given))
+            return std::string();
+        url = given;
+        return completeUrlOrProfile(url);
+    };
     command
-        .add_option(
-            "OLD", options.before,
-            "A file that opcua-cli snapshot wrote, or a server: host:port or opc.tcp://host:port[/path]")
-        ->required()
-        ->type_name("")
-        ->check(side);
-    command.add_option("NEW", options.after, "Likewise; one of the two is a file")
-        ->required()
-        ->type_name("")
-        ->check(side);
+        .addPositional(
+            "OLD", &options.before,
+            "A file that opcua-cli snapshot wrote, or a server: host:port or opc.tcp://host:port[/path]",
+            side)
+        .required = true;
+    command.addPositional("NEW", &options.after, "Likewise; one of the two is a file", side).required = true;
     addReportOptions(command, options);
     addSessionOptions(command, options);
-    command
-        .add_option("--tolerance", options.tolerance,
-                    "Float and Double that differ by no more are the same (default: 0)")
-        ->type_name("X")
-        ->check(CLI::NonNegativeNumber.description(""));
+    command.addOption("--tolerance", "X", &options.tolerance,
+                      "Float and Double that differ by no more are the same (default: 0)", notNegative());
     addMaxNodesOption(command, options.maxNodes, "Look at so many nodes");
     addMaxElementsOption(command, options.maxElements);
 }

@@ -137,9 +137,10 @@ constexpr const char* examples = R"(Examples:
 
 } // namespace
 
-void addDiscoverCommand(CLI::App& app, Action& chosen) {
-    auto [command, options] = addCommand<CommonOptions>(
-        app, chosen, runDiscover, "discover", "Show the servers at an address and their endpoints", examples);
+void addDiscoverCommand(Program& program, Action& chosen) {
+    auto [command, options] =
+        addCommand<CommonOptions>(program, chosen, runDiscover, "discover",
+                                  "Show the servers at an address and their endpoints", examples);
     addCommonOptions(command, options);
 }
 

@@ -100,22 +100,16 @@ Rows that tell of the connection (started, lost, connected, ended, ...) are alwa
 
 } // namespace
 
-void addExportCommand(CLI::App& app, Action& chosen) {
+void addExportCommand(Program& program, Action& chosen) {
     auto [command, options] = addCommand<ExportOptions>(
-        app, chosen, runExport, "export", "Write a recording, or a part of it, as CSV", examples);
-    command.add_option("FILE", options.file, "The recording")->required()->type_name("");
-    command
-        .add_option("--node", options.filter.node,
-                    "Only this node, by its id, with the index of an element: ns=2;s=Zones[3]")
-        ->type_name("ID");
-    command.add_option("--from", options.filter.from, "Rows of this time (UTC) and later ones")
-        ->type_name("TIME")
-        ->transform(CLI::Validator(checkTime, ""));
-    command.add_option("--to", options.filter.to, "Rows before this time (UTC)")
-        ->type_name("TIME")
-        ->transform(CLI::Validator(checkTime, ""));
-    command.add_option("--output", options.output, "Write to this file instead of standard output")
-        ->type_name("FILE");
+        program, chosen, runExport, "export", "Write a recording, or a part of it, as CSV", examples);
+    command.addPositional("FILE", &options.file, "The recording").required = true;
+    command.addOption("--node", "ID", &options.filter.node,
+                      "Only this node, by its id, with the index of an element: ns=2;s=Zones[3]");
+    command.addOption("--from", "TIME", &options.filter.from, "Rows of this time (UTC) and later ones",
+                      checkTime);
+    command.addOption("--to", "TIME", &options.filter.to, "Rows before this time (UTC)", checkTime);
+    command.addOption("--output", "FILE", &options.output, "Write to this file instead of standard output");
 }
 
 } // namespace opcua_cli

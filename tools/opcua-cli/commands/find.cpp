@@ -180,22 +180,18 @@ constexpr const char* examples = R"(Examples:
 
 } // namespace
 
-void addFindCommand(CLI::App& app, Action& chosen) {
+void addFindCommand(Program& program, Action& chosen) {
     auto [command, options] =
-        addCommand<FindOptions>(app, chosen, runFind, "find",
+        addCommand<FindOptions>(program, chosen, runFind, "find",
                                 "Find nodes by their names, anywhere below the Objects folder", examples);
     addConnectOptions(command, options);
     addCsvOption(command, options.csv);
-    command.add_option("NAME", options.name, "The name, with the wildcards * and ?")
-        ->required()
-        ->type_name("");
-    command
-        .add_option("--from", options.from, "Where to start: node id or path (default: the Objects folder)")
-        ->type_name("NODE");
-    command.add_flag("--case", options.caseSensitive, "Tell upper case from lower case");
-    command.add_option("--limit", options.limit, "Stop after so many finds (default: find all)")
-        ->type_name("N")
-        ->check(CLI::Range(1, 10000000).description(""));
+    command.addPositional("NAME", &options.name, "The name, with the wildcards * and ?").required = true;
+    command.addOption("--from", "NODE", &options.from,
+                      "Where to start: node id or path (default: the Objects folder)");
+    command.addFlag("--case", &options.caseSensitive, "Tell upper case from lower case");
+    command.addOption("--limit", "N", &options.limit, "Stop after so many finds (default: find all)",
+                      inRange(1, 10000000));
     addMaxNodesOption(command, options.maxNodes, "Look at so many nodes");
 }
 

@@ -170,9 +170,9 @@ constexpr const char* examples = R"(Examples:
 
 } // namespace
 
-void addInfoCommand(CLI::App& app, Action& chosen) {
+void addInfoCommand(Program& program, Action& chosen) {
     auto [command, options] =
-        addCommand<ConnectOptions>(app, chosen, runInfo, "info",
+        addCommand<ConnectOptions>(program, chosen, runInfo, "info",
                                    "Show who the server is, and where the library keeps its files", examples);
     addConnectOptions(command, options);
 }

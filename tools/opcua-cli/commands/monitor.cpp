@@ -250,32 +250,27 @@ Time stamps are those of arrival. The library samples ten times a second and del
 
 } // namespace
 
-void addFollowOptions(CLI::App& command, FollowOptions& options) {
+void addFollowOptions(Command& command, FollowOptions& options) {
     command
-        .add_option("NODE", options.nodes, "Node ids or paths; a folder stands for all variables below it")
-        ->required()
-        ->type_name("");
-    command
-        .add_option("--interval", options.interval,
-                    "Milliseconds between two deliveries (default: " + std::to_string(options.interval) + ")")
-        ->type_name("MS")
-        ->check(CLI::Range(10, 3600000).description(""));
-    command.add_option("--duration", options.duration, "Seconds until it ends (default: until Ctrl-C)")
-        ->type_name("S")
-        ->check(CLI::Range(0.1, 1e9).description(""));
-    command
-        .add_option("--index", options.index,
-                    "One element of an array or matrix, counted from 0: 4, or 2,3 for row 2 and column 3")
-        ->type_name("I,...");
-    command.add_option("--depth", options.depth, "Levels below a folder, 1 to 100 (default: all)")
-        ->type_name("N")
-        ->check(CLI::Range(1, greatestFollowDepth).description(""));
+        .addPositional("NODE", &options.nodes,
+                       "Node ids or paths; a folder stands for all variables below it")
+        .required = true;
+    command.addOption("--interval", "MS", &options.interval,
+                      "Milliseconds between two deliveries (default: " + std::to_string(options.interval) +
+                          ")",
+                      inRange(10, 3600000));
+    command.addOption("--duration", "S", &options.duration, "Seconds until it ends (default: until Ctrl-C)",
+                      inRange(0.1, 1e9));
+    command.addOption("--index", "I,...", &options.index,
+                      "One element of an array or matrix, counted from 0: 4, or 2,3 for row 2 and column 3");
+    command.addOption("--depth", "N", &options.depth, "Levels below a folder, 1 to 100 (default: all)",
+                      inRange(1, greatestFollowDepth));
     addMaxNodesOption(command, options.maxNodes, "Look at so many nodes at most, in each search or folder");
 }
 
-void addMonitorCommand(CLI::App& app, Action& chosen) {
+void addMonitorCommand(Program& program, Action& chosen) {
     auto [command, options] = addCommand<MonitorOptions>(
-        app, chosen, runMonitor, "monitor",
+        program, chosen, runMonitor, "monitor",
         "Follow values: a live table on a terminal (? shows its keys), lines in a pipe; Ctrl-C ends it",
         examples, documentLine);
     addConnectOptions(command, options);

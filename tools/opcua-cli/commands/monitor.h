@@ -25,7 +25,7 @@ struct FollowOptions : ConnectOptions {
 };
 
 /// All but those of the connection.
-void addFollowOptions(CLI::App& command, FollowOptions& options);
+void addFollowOptions(Command& command, FollowOptions& options);
 
 using MakeOutput = std::function<std::unique_ptr<MonitorOutput>(const Monitored&)>;
 

@@ -201,18 +201,15 @@ connection is taken up again. Exit code 0 says that an answer came at all.)";
 
 } // namespace
 
-void addPingCommand(CLI::App& app, Action& chosen) {
+void addPingCommand(Program& program, Action& chosen) {
     auto [command, options] =
-        addCommand<PingOptions>(app, chosen, runPing, "ping",
+        addCommand<PingOptions>(program, chosen, runPing, "ping",
                                 "Measure how fast a server answers; Ctrl-C ends it", examples, documentLine);
     addConnectOptions(command, options);
-    command.add_option("-n,--count", options.count, "Requests until it ends (default: until Ctrl-C)")
-        ->type_name("N")
-        ->check(CLI::Range(1, 1000000000).description(""));
-    command
-        .add_option("-i,--interval", options.interval, "Seconds from one request to the next (default: 1)")
-        ->type_name("S")
-        ->check(CLI::Range(0.01, 3600.0).description(""));
+    command.addOption("-n,--count", "N", &options.count, "Requests until it ends (default: until Ctrl-C)",
+                      inRange(1, 1000000000));
+    command.addOption("-i,--interval", "S", &options.interval,
+                      "Seconds from one request to the next (default: 1)", inRange(0.01, 3600.0));
 }
 
 } // namespace opcua_cli

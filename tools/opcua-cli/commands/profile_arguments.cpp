@@ -4,7 +4,6 @@
 #include "files/profiles.h"
 #include "security/names.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <optional>
 #include <string>
@@ -34,11 +33,11 @@ void complete(SecurityOptions& security, const Profile& profile) {
 }
 
 std::string urlOf(const Profile& profile) {
-    try {
-        return completeUrl(profile.url);
-    } catch (const CLI::ValidationError& error) {
-        throw failureAt(profile.place, error.what());
-    }
+    std::string url = profile.url;
+    const std::string problem = completeUrl(url);
+    if (!problem.empty())
+        throw failureAt(profile.place, problem);
+    return url;
 }
 
 } // namespace
@@ -59,10 +58,9 @@ void useProfile(CommonOptions& options) {
         complete(*security, profile);
 }
 
-std::vector<std::string> reversedArguments(std::vector<std::string> words) {
+std::vector<std::string> withUrl(std::vector<std::string> words) {
     if (words.size() >= 2 && looksLikeNode(words[1]) && !urlOfEnvironment().empty())
         words.insert(words.begin() + 1, "@");
-    std::reverse(words.begin(), words.end());
     return words;
 }
 

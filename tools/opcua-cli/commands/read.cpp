@@ -108,14 +108,14 @@ A node id is looked for in the address space to learn its type; a path or --type
 
 } // namespace
 
-void addReadCommand(CLI::App& app, Action& chosen) {
+void addReadCommand(Program& program, Action& chosen) {
     auto [command, options] =
-        addCommand<ReadOptions>(app, chosen, runRead, "read", "Read the values of nodes", examples);
+        addCommand<ReadOptions>(program, chosen, runRead, "read", "Read the values of nodes", examples);
     addNodeListOptions(
         command, options,
         "Read as this type without looking for it; what does not convert to it reads as 0 or empty");
     addCsvOption(command, options.csv);
-    command.add_option("NODE", options.nodes, "Node ids or paths")->type_name("");
+    command.addPositional("NODE", &options.nodes, "Node ids or paths");
 }
 
 } // namespace opcua_cli

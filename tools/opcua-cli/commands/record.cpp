@@ -39,14 +39,12 @@ the connection was lost, and is back, are rows of their own.)";
 
 } // namespace
 
-void addRecordCommand(CLI::App& app, Action& chosen) {
+void addRecordCommand(Program& program, Action& chosen) {
     auto [command, options] =
-        addCommand<RecordOptions>(app, chosen, runRecord, "record",
+        addCommand<RecordOptions>(program, chosen, runRecord, "record",
                                   "Record the changes of values in a SQLite file, until Ctrl-C", examples);
     addConnectOptions(command, options);
-    command.add_option("FILE", options.file, "SQLite file; it is made, or continued")
-        ->required()
-        ->type_name("");
+    command.addPositional("FILE", &options.file, "SQLite file; it is made, or continued").required = true;
     addFollowOptions(command, options);
 }
 

@@ -147,14 +147,13 @@ is another one now is left alone.)";
 
 } // namespace
 
-void addRestoreCommand(CLI::App& app, Action& chosen) {
-    auto [command, options] = addCommand<RestoreOptions>(app, chosen, runRestore, "restore",
+void addRestoreCommand(Program& program, Action& chosen) {
+    auto [command, options] = addCommand<RestoreOptions>(program, chosen, runRestore, "restore",
                                                          "Write the values of a snapshot back", examples);
     addConnectOptions(command, options);
-    command.add_option("FILE", options.file, "What opcua-cli snapshot wrote; - takes standard input")
-        ->required()
-        ->type_name("");
-    command.add_flag("--dry-run", options.dryRun, "Compare only: show what would be written");
+    command.addPositional("FILE", &options.file, "What opcua-cli snapshot wrote; - takes standard input")
+        .required = true;
+    command.addFlag("--dry-run", &options.dryRun, "Compare only: show what would be written");
     addMaxNodesOption(command, options.maxNodes, "Look at so many nodes");
     addMaxElementsOption(command, options.maxElements);
 }

@@ -18,7 +18,7 @@
 #include <optional>
 #include <string>
 #include <unistd.h>
-#include <utility>
+#include <variant>
 #include <vector>
 
 namespace opcua_cli {
@@ -33,7 +33,7 @@ constexpr const char* objectsPath = "/0:Objects";
 /// A command that works on the shell's connection, and the option that takes its nodes.
 struct SharedCommand {
     const char* name;
-    void (*add)(CLI::App& app, Action& chosen);
+    void (*add)(Program& program, Action& chosen);
     const char* nodes;
 };
 
@@ -71,14 +71,13 @@ std::vector<std::string> commandNames() {
 }
 
 /// What the shell's own options have decided.
-void removeConnectOptions(CLI::App& command) {
-    CLI::App connect;
+void removeConnectOptions(Command& command) {
+    Command connect;
     ConnectOptions unused;
     addConnectOptions(connect, unused);
-    for (const CLI::Option* option : std::as_const(connect).get_options()) {
-        CLI::Option* const same = command.get_option_no_throw(option->get_name());
-        if (same != nullptr && same->get_name() != "--json" && same->get_name() != "--help")
-            command.remove_option(same);
+    for (const Option& option : connect.options) {
+        if (option.names != "--json")
+            command.remove(option.names);
     }
 }
 
@@ -91,11 +90,11 @@ const SharedCommand& sharedCommand(const std::string& name) {
     return *found;
 }
 
-CLI::App& add(CLI::App& app, Action& chosen, const SharedCommand& shared) {
-    shared.add(app, chosen);
-    CLI::App& command = *app.get_subcommand(shared.name);
+Command& add(Program& program, Action& chosen, const SharedCommand& shared) {
+    shared.add(program, chosen);
+    Command& command = program.commands.back();
     removeConnectOptions(command);
-    command.footer("");
+    command.footer.clear();
     return command;
 }
 
@@ -194,18 +193,14 @@ private:
 
     ExitCode runShared(const std::vector<std::string>& words) {
         const SharedCommand& shared = sharedCommand(words[0]);
-        CLI::App app;
+        Program program;
         Action chosen;
-        CLI::App& command = add(app, chosen, shared);
+        Command& command = add(program, chosen, shared);
         if (shared.nodes != nullptr)
-            moveNodes(*command.get_option(shared.nodes), shared);
-        try {
-            app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
-        } catch (const CLI::CallForHelp&) {
-            writeOutput(command.help());
+            moveNodes(*command.find(shared.nodes), shared);
+        if (const auto help = takeWords(program, words, std::string("help ") + shared.name)) {
+            writeOutput(*help);
             return ExitCode::Success;
-        } catch (const CLI::ParseError& error) {
-            throw usageFailure(error.what(), std::string("help ") + shared.name);
         }
         assureConnection();
         chosen.options->url = m_options.url;
@@ -215,21 +210,19 @@ private:
     }
 
     /// Lets the nodes of a command begin at the position.
-    void moveNodes(CLI::Option& nodes, const SharedCommand& shared) const {
+    void moveNodes(Option& nodes, const SharedCommand& shared) const {
         const auto path = [position = m_position](const std::string& word) {
             const std::string node = nodeFrom(position, word);
             return node.empty() ? objectsPath : node;
         };
-        if (!nodes.get_required() && nodes.get_items_expected_max() == 1)
-            nodes.default_val(path(""));
+        if (!nodes.required && std::holds_alternative<std::string*>(nodes.target))
+            nodes.standard = path("");
         const bool pairs = std::string(shared.name) == "write";
-        nodes.transform(CLI::Validator(
-            [path, pairs, count = 0](std::string& word) mutable {
-                if (!pairs || count++ % 2 == 0)
-                    word = path(word);
-                return std::string();
-            },
-            ""));
+        nodes.check = [path, pairs, count = 0](std::string& word) mutable {
+            if (!pairs || count++ % 2 == 0)
+                word = path(word);
+            return std::string();
+        };
     }
 
     /// Connects anew where that is needed, and says so. Throws Failure (NoConnection).
@@ -269,13 +262,13 @@ private:
     }
 
     static std::string helpOn(const std::string& name) {
-        CLI::App app;
+        Program program;
         Action unused;
         if (!name.empty() && !isOwn(name))
-            return add(app, unused, sharedCommand(name)).help();
+            return helpOf(program, add(program, unused, sharedCommand(name)));
         Table table({{"Command"}, {"", false}});
         for (const SharedCommand& shared : sharedCommands)
-            table.add({shared.name, add(app, unused, shared).get_description()});
+            table.add({shared.name, add(program, unused, shared).description});
         for (const OwnCommand& own : ownCommands)
             table.add({own.name, own.description});
         return table.render(terminalOn(STDOUT_FILENO));
@@ -321,11 +314,11 @@ Commands are those of opcua-cli, without URL and connection. Tab completes comma
 
 } // namespace
 
-void addShellCommand(CLI::App& app, Action& chosen) {
+void addShellCommand(Program& program, Action& chosen) {
     auto [command, options] = addCommand<ShellOptions>(
-        app, chosen, runShell, "shell", "Run commands, typed or from a pipe, in one session", examples);
+        program, chosen, runShell, "shell", "Run commands, typed or from a pipe, in one session", examples);
     addConnectOptions(command, options);
-    command.add_flag("--strict", options.strict, "From a pipe: end at the first command that fails");
+    command.addFlag("--strict", &options.strict, "From a pipe: end at the first command that fails");
 }
 
 } // namespace opcua_cli

@@ -77,14 +77,13 @@ tells which of them the server refuses.)";
 
 } // namespace
 
-void addSnapshotCommand(CLI::App& app, Action& chosen) {
-    auto [command, options] = addCommand<SnapshotOptions>(app, chosen, runSnapshot, "snapshot",
+void addSnapshotCommand(Program& program, Action& chosen) {
+    auto [command, options] = addCommand<SnapshotOptions>(program, chosen, runSnapshot, "snapshot",
                                                           "Save the values of a folder to a file", examples);
     addConnectOptions(command, options);
     addCsvOption(command, options.csv);
-    command.add_option("FOLDER", options.folder, "Node id or path of the folder")->required()->type_name("");
-    command.add_option("--output", options.file, "The file to write (default: standard output)")
-        ->type_name("FILE");
+    command.addPositional("FOLDER", &options.folder, "Node id or path of the folder").required = true;
+    command.addOption("--output", "FILE", &options.file, "The file to write (default: standard output)");
     addMaxNodesOption(command, options.maxNodes, "Look at so many nodes");
     addMaxElementsOption(command, options.maxElements);
 }

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <memory>
 #include <string>
 #include <unistd.h>
 #include <utility>
@@ -159,38 +158,18 @@ constexpr const char* examples = R"(Examples:
 
 Values that do not fit are found before anything is written.)";
 
-/// A name can't hold a blank everywhere.
-class PairFormatter : public CLI::Formatter {
-public:
-    std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
-        std::string name = CLI::Formatter::make_option_name(option, isPositional);
-        std::replace(name.begin(), name.end(), '_', ' ');
-        return name;
-    }
-};
-
-/// CLI11 takes "[1,2]" apart where it takes any number of arguments. So it gets no more of them than it is
-/// told to wait for, which are more than anybody has.
-void addPairs(CLI::App& command, std::vector<std::string>& pairs) {
-    command.formatter(std::make_shared<PairFormatter>());
-    constexpr int most = 1 << 20;
-    command
-        .add_option("NODE_VALUE", pairs,
-                    "Node id or path, and what to write: a number (also 0x1F), true/false/on/off/1/0, text, "
-                    "or an array as JSON; - takes standard input")
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-        ->expected(most, CLI::detail::expected_max_vector_size)
-        ->allow_extra_args(false)
-        ->type_name("");
-}
-
 } // namespace
 
-void addWriteCommand(CLI::App& app, Action& chosen) {
+void addWriteCommand(Program& program, Action& chosen) {
     auto [command, options] =
-        addCommand<WriteOptions>(app, chosen, runWrite, "write", "Write the values of nodes", examples);
+        addCommand<WriteOptions>(program, chosen, runWrite, "write", "Write the values of nodes", examples);
     addNodeListOptions(command, options, "Write as this type without looking for the node's own");
-    addPairs(command, options.pairs);
+    command
+        .addPositional(
+            "NODE_VALUE", &options.pairs,
+            "Node id or path, and what to write: a number (also 0x1F), true/false/on/off/1/0, text, "
+            "or an array as JSON; - takes standard input")
+        .wordByWord = true;
 }
 
 } // namespace opcua_cli
