@@ -118,7 +118,8 @@ LineEditor::LineEditor(Complete complete) : m_state(std::make_unique<State>(std:
     el_set(editor, EL_HIST, history, m_state->history.get());
     el_set(editor, EL_PROMPT, &State::promptOf);
     el_set(editor, EL_GETCFN, &readCharacter);
-    el_set(editor, EL_ADDFN, "opcua-complete", "completes commands and nodes", &State::completeLine);
+    // Kept by the editor as they are; of narrow ones it would make copies that nobody frees.
+    el_wset(editor, EL_ADDFN, L"opcua-complete", L"completes commands and nodes", &State::completeLine);
     el_set(editor, EL_BIND, "^I", "opcua-complete", nullptr);
 }
 
