@@ -37,8 +37,9 @@ bool EncodingWalk::extensionObject(std::size_t memSize) {
     TypeId id;
     OpcUa_Byte body = NoBody;
     const std::size_t before = m_heap.taken();
-    // The engine has the id twice for a moment.
-    if (!nodeId(id) || !m_heap.take(m_heap.taken() - before) || !m_bytes.read(body)) {
+    // The engine has the id twice for a moment, after it has looked at that of a single value beforehand.
+    const std::size_t copies = memSize == 0 ? 1 : 2;
+    if (!nodeId(id) || !m_heap.take(copies * (m_heap.taken() - before)) || !m_bytes.read(body)) {
         return false;
     }
     if (body == BinaryBody) {
