@@ -15,7 +15,6 @@
 #include <future>
 #include <limits>
 #include <optional>
-#include <poll.h>
 #include <string>
 
 namespace opcua_cli {
@@ -131,10 +130,8 @@ private:
     }
 
     void pauseUntil(Clock::time_point time) const {
-        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(time - Clock::now()).count();
-        pollfd watched{interruptDescriptor(), POLLIN, 0};
-        poll(&watched, 1, static_cast<int>(std::max<decltype(rest)>(rest, 0)));
-        throwIfInterrupted();
+        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(time - Clock::now());
+        pauseFor(std::max(rest, std::chrono::milliseconds(0)));
     }
 
     void awaitAnswer() const {

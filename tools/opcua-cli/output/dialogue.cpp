@@ -15,14 +15,6 @@
 namespace opcua_cli {
 namespace {
 
-/// False once Ctrl-C was pressed, which interrupts nothing here when another thread takes the signal.
-bool awaitKey() {
-    pollfd watched[] = {{STDIN_FILENO, POLLIN, 0}, {interruptDescriptor(), POLLIN, 0}};
-    while (poll(watched, 2, -1) < 0 && errno == EINTR) {
-    }
-    return watched[1].revents == 0 && watched[0].revents != 0;
-}
-
 class SilentTerminal {
 public:
     SilentTerminal() : m_changed(tcgetattr(STDIN_FILENO, &m_before) == 0) {
@@ -53,11 +45,19 @@ bool canAsk() {
     return !LiveScreen::isOn() && isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
 }
 
+/// The signal interrupts nothing here when another thread takes it.
+bool awaitInput() {
+    pollfd watched[] = {{STDIN_FILENO, POLLIN, 0}, {interruptDescriptor(), POLLIN, 0}};
+    while (poll(watched, 2, -1) < 0 && errno == EINTR) {
+    }
+    return watched[1].revents == 0 && watched[0].revents != 0;
+}
+
 /// Byte by byte: what comes behind the line is the next reader's.
 std::optional<std::string> readLine() {
     std::string line;
     for (char character = 0;;) {
-        if (!awaitKey())
+        if (!awaitInput())
             return std::nullopt;
         if (read(STDIN_FILENO, &character, 1) != 1)
             return line.empty() ? std::nullopt : std::optional(line);

@@ -9,6 +9,9 @@ namespace opcua_cli {
 /// them.
 bool canAsk();
 
+/// Waits for standard input: true when there is some, or its end; false once Ctrl-C was pressed.
+bool awaitInput();
+
 /// The next line of standard input, without its end. Nothing when the input ends or Ctrl-C is pressed.
 std::optional<std::string> readLine();
 

@@ -1,10 +1,9 @@
 #include "shell/line_editor.h"
 
-#include "interrupt.h"
+#include "output/dialogue.h"
 #include "text/utf8.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <cwchar>
@@ -12,7 +11,6 @@
 #include <locale.h>
 #include <memory>
 #include <optional>
-#include <poll.h>
 #include <string>
 #include <unistd.h>
 #include <utility>
@@ -48,17 +46,10 @@ private:
     locale_t m_before = nullptr;
 };
 
-bool awaitByte(char& byte) {
-    pollfd watched[] = {{STDIN_FILENO, POLLIN, 0}, {interruptDescriptor(), POLLIN, 0}};
-    while (poll(watched, 2, -1) < 0 && errno == EINTR) {
-    }
-    return watched[1].revents == 0 && ::read(STDIN_FILENO, &byte, 1) == 1;
-}
-
 /// 1 for a character, 0 at the end, as the library wants it.
 int readCharacter(EditLine*, wchar_t* character) {
     std::mbstate_t state{};
-    for (char byte = 0; awaitByte(byte);) {
+    for (char byte = 0; awaitInput() && ::read(STDIN_FILENO, &byte, 1) == 1;) {
         const std::size_t result = std::mbrtowc(character, &byte, 1, &state);
         if (result == static_cast<std::size_t>(-1))
             state = {};
