@@ -74,6 +74,13 @@ std::string checkPatience(const std::string& text) {
                : "\"" + text + "\" is no number of seconds, at least 1";
 }
 
+void addMaxElementsOption(Command& command, std::size_t& maxElements) {
+    command.addOption(
+        "--max-elements", "N", &maxElements,
+        "Leave alone whole arrays with more elements (default: " + std::to_string(defaultMaxElements) + ")",
+        inRange(1, 10000000));
+}
+
 } // namespace
 
 std::string completeUrlOrProfile(std::string& text) {
@@ -120,6 +127,11 @@ void addMaxNodesOption(Command& command, std::size_t& maxNodes, const std::strin
                       description + " (default: " + std::to_string(maxNodes) + ")", inRange(1, 10000000));
 }
 
+void addFolderOptions(Command& command, FolderOptions& options) {
+    addMaxNodesOption(command, options.maxNodes, "Look at so many nodes");
+    addMaxElementsOption(command, options.maxElements);
+}
+
 ExitCode runReporting(CommonOptions& options, const std::function<ExitCode()>& command, Form form) {
     const std::string early = form({{"error", toJson(Problem{"ended before the server answered"})}});
     const LastWords lastWords(options.json ? early.c_str() : nullptr);
@@ -140,13 +152,6 @@ ExitCode runReporting(CommonOptions& options, const std::function<ExitCode()>& c
 
 void addCsvOption(Command& command, bool& csv) {
     command.addFlag("--csv", &csv, "CSV with a line of headings instead of tables").excludes = "--json";
-}
-
-void addMaxElementsOption(Command& command, std::size_t& maxElements) {
-    command.addOption(
-        "--max-elements", "N", &maxElements,
-        "Leave alone whole arrays with more elements (default: " + std::to_string(defaultMaxElements) + ")",
-        inRange(1, 10000000));
 }
 
 void addNodeListOptions(Command& command, NodeListOptions& options, const std::string& typeDescription) {

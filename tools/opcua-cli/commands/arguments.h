@@ -24,6 +24,12 @@ struct NodeListOptions : ConnectOptions {
     std::size_t maxElements = defaultMaxElements;
 };
 
+/// What the commands take that read all values of a folder.
+struct FolderOptions : ConnectOptions {
+    std::size_t maxNodes = defaultMaxNodes;
+    std::size_t maxElements = defaultMaxElements;
+};
+
 /// All but the URL.
 void addReportOptions(Command& command, CommonOptions& options);
 void addCommonOptions(Command& command, CommonOptions& options);
@@ -38,7 +44,8 @@ std::string completeUrlOrProfile(std::string& text);
 void addNodeListOptions(Command& command, NodeListOptions& options, const std::string& typeDescription);
 void addMaxNodesOption(Command& command, std::size_t& maxNodes, const std::string& description);
 void addCsvOption(Command& command, bool& csv);
-void addMaxElementsOption(Command& command, std::size_t& maxElements);
+/// All but those of the connection.
+void addFolderOptions(Command& command, FolderOptions& options);
 
 /// Adds type and index of the command line where a job has none. Throws Failure (Usage).
 void completeJobs(Jobs& jobs, const NodeListOptions& options);

@@ -177,8 +177,7 @@ void addCompareCommand(Program& program, Action& chosen) {
     addSessionOptions(command, options);
     command.addOption("--tolerance", "X", &options.tolerance,
                       "Float and Double that differ by no more are the same (default: 0)", notNegative());
-    addMaxNodesOption(command, options.maxNodes, "Look at so many nodes");
-    addMaxElementsOption(command, options.maxElements);
+    addFolderOptions(command, options);
 }
 
 } // namespace opcua_cli

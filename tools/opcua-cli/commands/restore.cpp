@@ -17,11 +17,9 @@
 namespace opcua_cli {
 namespace {
 
-struct RestoreOptions : ConnectOptions {
+struct RestoreOptions : FolderOptions {
     std::string file;
     bool dryRun = false;
-    std::size_t maxNodes = defaultMaxNodes;
-    std::size_t maxElements = defaultMaxElements;
 };
 
 enum class State { Unchanged, Differs, Written, Failed };
@@ -154,8 +152,7 @@ void addRestoreCommand(Program& program, Action& chosen) {
     command.addPositional("FILE", &options.file, "What opcua-cli snapshot wrote; - takes standard input")
         .required = true;
     command.addFlag("--dry-run", &options.dryRun, "Compare only: show what would be written");
-    addMaxNodesOption(command, options.maxNodes, "Look at so many nodes");
-    addMaxElementsOption(command, options.maxElements);
+    addFolderOptions(command, options);
 }
 
 } // namespace opcua_cli

@@ -84,8 +84,7 @@ void addSnapshotCommand(Program& program, Action& chosen) {
     addCsvOption(command, options.csv);
     command.addPositional("FOLDER", &options.folder, "Node id or path of the folder").required = true;
     command.addOption("--output", "FILE", &options.file, "The file to write (default: standard output)");
-    addMaxNodesOption(command, options.maxNodes, "Look at so many nodes");
-    addMaxElementsOption(command, options.maxElements);
+    addFolderOptions(command, options);
 }
 
 } // namespace opcua_cli
