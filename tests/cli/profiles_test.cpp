@@ -1,3 +1,4 @@
+#include "OpcUaHelpers.h"
 #include "files/profiles.h"
 
 #include "failure.h"
@@ -27,7 +28,7 @@ TEST(Profiles, HoldWhereAndHow) {
     EXPECT_EQ(boiler.url, "opc.tcp://plant:4840");
     EXPECT_EQ(boiler.place, "p.ini, line 4");
     EXPECT_EQ(boiler.policy, policyFromName("Aes256_Sha256_RsaPss"));
-    EXPECT_EQ(boiler.mode, ModeSign);
+    EXPECT_EQ(boiler.mode, OpcUaSecurityMode_Sign);
     EXPECT_EQ(boiler.user, "Ann Other");
     const Profile& line = profiles.at("line 1");
     EXPECT_EQ(line.url, "line:4840/?a=b");

@@ -2,6 +2,7 @@
 #include <string>
 #include <vector>
 
+#include "OpcUaHelpers.h"
 #include "failure.h"
 #include "security/names.h"
 #include "security/options.h"
@@ -42,7 +43,8 @@ TEST(Names, OfPoliciesAreThoseOfTheLibrarysTable) {
     int number = 0;
     std::string names;
     for (; const UaPkiSecurityPolicy* policy = UaPkiSecurityPolicy::numbered(number); ++number) {
-        EXPECT_EQ(policyName(number, policy->isNone() ? ModeNone : ModeSign), policy->name);
+        EXPECT_EQ(policyName(number, policy->isNone() ? OpcUaSecurityMode_None : OpcUaSecurityMode_Sign),
+                  policy->name);
         EXPECT_EQ(policyFromName(policy->uri), number);
         names += (number > 0 ? ", " : "") + std::string(policy->name);
     }
@@ -53,9 +55,9 @@ TEST(Names, OfPoliciesAreThoseOfTheLibrarysTable) {
 } // namespace
 
 TEST(SecurityNames, PoliciesAreTakenAsUsersWriteThem) {
-    EXPECT_EQ(policyFromName("None"), PolicyNone);
+    EXPECT_EQ(policyFromName("None"), OpcUaSecurityPolicy_None);
     EXPECT_EQ(policyFromName("basic256"), basic256);
-    EXPECT_EQ(policyFromName("BASIC256SHA256"), PolicyBasic256Sha256);
+    EXPECT_EQ(policyFromName("BASIC256SHA256"), OpcUaSecurityPolicy_Basic256Sha256);
     EXPECT_EQ(policyFromName("aes128"), aes128);
     EXPECT_EQ(policyFromName("Aes128-Sha256-RsaOaep"), aes128);
     EXPECT_EQ(policyFromName("Aes256Sha256RsaPss"), aes256);
@@ -65,33 +67,36 @@ TEST(SecurityNames, PoliciesAreTakenAsUsersWriteThem) {
 }
 
 TEST(SecurityNames, ModesAreTakenAsUsersWriteThem) {
-    EXPECT_EQ(modeFromName("none"), ModeNone);
-    EXPECT_EQ(modeFromName("SIGN"), ModeSign);
-    EXPECT_EQ(modeFromName("sign-and-encrypt"), ModeSignAndEncrypt);
+    EXPECT_EQ(modeFromName("none"), OpcUaSecurityMode_None);
+    EXPECT_EQ(modeFromName("SIGN"), OpcUaSecurityMode_Sign);
+    EXPECT_EQ(modeFromName("sign-and-encrypt"), OpcUaSecurityMode_SignAndEncrypt);
     for (const char* name : {"", "encrypt", "sign and encrypt"})
         EXPECT_EQ(modeFromName(name), std::nullopt) << name;
 }
 
 TEST(SecurityNames, EveryNumberHasTheNameThatIsTaken) {
     for (int policy = 0; policy <= aes256; ++policy)
-        EXPECT_EQ(policyFromName(policyName(policy, policy == 0 ? ModeNone : ModeSign)), policy);
-    for (int mode = 0; mode <= ModeSignAndEncrypt; ++mode)
+        EXPECT_EQ(
+            policyFromName(policyName(policy, policy == 0 ? OpcUaSecurityMode_None : OpcUaSecurityMode_Sign)),
+            policy);
+    for (int mode = 0; mode <= OpcUaSecurityMode_SignAndEncrypt; ++mode)
         EXPECT_EQ(modeFromName(modeName(mode)), mode);
-    EXPECT_EQ(policyName(6, ModeSign), "unknown");
-    EXPECT_EQ(policyName(PolicyNone, ModeSign), "unknown");
+    EXPECT_EQ(policyName(6, OpcUaSecurityMode_Sign), "unknown");
+    EXPECT_EQ(policyName(OpcUaSecurityPolicy_None, OpcUaSecurityMode_Sign), "unknown");
     EXPECT_EQ(modeName(-1), "unknown");
 }
 
 TEST(SecurityOptions, WhatIsLeftOpenIsChosenSafely) {
     const std::vector<Row> rows{
-        {{}, {}, false, PolicyNone, ModeNone},
-        {{}, {}, true, PolicyBasic256Sha256, ModeSignAndEncrypt},
-        {aes128, {}, false, aes128, ModeSignAndEncrypt},
-        {{}, ModeSign, false, PolicyBasic256Sha256, ModeSign},
-        {aes256, ModeSign, true, aes256, ModeSign},
-        {PolicyNone, {}, true, PolicyNone, ModeNone},
-        {{}, ModeNone, true, PolicyNone, ModeNone},
-        {PolicyNone, ModeNone, false, PolicyNone, ModeNone},
+        {{}, {}, false, OpcUaSecurityPolicy_None, OpcUaSecurityMode_None},
+        {{}, {}, true, OpcUaSecurityPolicy_Basic256Sha256, OpcUaSecurityMode_SignAndEncrypt},
+        {aes128, {}, false, aes128, OpcUaSecurityMode_SignAndEncrypt},
+        {{}, OpcUaSecurityMode_Sign, false, OpcUaSecurityPolicy_Basic256Sha256, OpcUaSecurityMode_Sign},
+        {aes256, OpcUaSecurityMode_Sign, true, aes256, OpcUaSecurityMode_Sign},
+        {OpcUaSecurityPolicy_None, {}, true, OpcUaSecurityPolicy_None, OpcUaSecurityMode_None},
+        {{}, OpcUaSecurityMode_None, true, OpcUaSecurityPolicy_None, OpcUaSecurityMode_None},
+        {OpcUaSecurityPolicy_None, OpcUaSecurityMode_None, false, OpcUaSecurityPolicy_None,
+         OpcUaSecurityMode_None},
     };
     for (const Row& row : rows) {
         SecurityOptions options;
@@ -102,7 +107,7 @@ TEST(SecurityOptions, WhatIsLeftOpenIsChosenSafely) {
         const Security security = securityFor(options);
         EXPECT_EQ(security.policy, row.usedPolicy) << security.text();
         EXPECT_EQ(security.mode, row.usedMode) << security.text();
-        EXPECT_EQ(security.identity, row.user ? IdentityUserName : IdentityAnonymous);
+        EXPECT_EQ(security.identity, row.user ? OpcUaUserIdentity_UserName : OpcUaUserIdentity_Anonymous);
         EXPECT_EQ(security.user, row.user ? "operator" : "");
     }
 }
@@ -112,19 +117,19 @@ TEST(SecurityOptions, TheCertificateOfTheLibraryMayHaveAUsersName) {
     options.userCertificate = "default";
     options.user = "operator";
     const Security security = securityFor(options);
-    EXPECT_EQ(security.identity, IdentityCertificate);
+    EXPECT_EQ(security.identity, OpcUaUserIdentity_Certificate);
     EXPECT_EQ(security.user, "operator");
     EXPECT_EQ(security.userCertificate.certificate, "");
-    EXPECT_EQ(security.mode, ModeSignAndEncrypt);
+    EXPECT_EQ(security.mode, OpcUaSecurityMode_SignAndEncrypt);
 }
 
 TEST(SecurityOptions, WhatDoesNotGoTogetherIsRefused) {
     SecurityOptions options;
-    options.mode = ModeSign;
-    options.policy = PolicyNone;
+    options.mode = OpcUaSecurityMode_Sign;
+    options.policy = OpcUaSecurityPolicy_None;
     expectRefusal(options, "policy None");
     options.policy = basic256;
-    options.mode = ModeNone;
+    options.mode = OpcUaSecurityMode_None;
     expectRefusal(options, "Basic256 needs a mode");
     options = {};
     options.password = "plant";

@@ -1,9 +1,9 @@
 #include "connection.h"
 
+#include "OpcUaHelpers.h"
 #include "interrupt.h"
 #include "reasons.h"
 #include "result_text.h"
-#include "security/names.h"
 #include "security/user_certificate.h"
 #include "wait.h"
 
@@ -18,7 +18,6 @@
 namespace opcua_cli {
 namespace {
 
-constexpr int connected = 1;
 constexpr int connectionLost = 3;
 
 template <std::size_t Size>
@@ -34,7 +33,7 @@ _OpcUaClientConfig configFor(const ConnectOptions& options, const Security& secu
     config.userIdentity = security.identity;
     setField(config.endpointUrl, options.url);
     setField(config.userName, security.user);
-    if (security.identity == IdentityUserName)
+    if (security.identity == OpcUaUserIdentity_UserName)
         setField(config.password, passwordFor(options.security));
     return config;
 }
@@ -60,7 +59,7 @@ void Connection::reconnect() {
 
 void Connection::open() {
     std::optional<PlacedUserCertificate> userCertificate;
-    if (m_security.identity == IdentityCertificate)
+    if (m_security.identity == OpcUaUserIdentity_Certificate)
         userCertificate.emplace(m_security.userCertificate);
     m_trace.newTexts();
     const int code = m_client.OpcUaConnect(m_config);
@@ -134,7 +133,8 @@ int Connection::readNumber(const std::string& nodeId) {
 /// the server's state, which every server has, is refused as soon as the connection is gone.
 bool Connection::isAlive() {
     constexpr const char* serverStateId = "i=2259";
-    return readNumber(serverStateId) != connectionLost && m_client.OpcUaGetConnectStatus() == connected;
+    return readNumber(serverStateId) != connectionLost &&
+           m_client.OpcUaGetConnectStatus() == OpcUaConnectStatus_Connected;
 }
 
 std::shared_ptr<Connection> connectionFor(const ConnectOptions& options) {

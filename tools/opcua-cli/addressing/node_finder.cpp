@@ -1,5 +1,7 @@
 #include "addressing/node_finder.h"
 
+#include "OpcUaHelpers.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
@@ -55,8 +57,8 @@ int likeness(const IdParts& target, const IdParts& candidate) {
 bool leadsToTypes(const NodeInfo& node) {
     constexpr const char* typesFolder = "i=86";
     constexpr const char* viewsFolder = "i=87";
-    return (node.nodeClass != 1 && node.nodeClass != 2) || node.nodeId == typesFolder ||
-           node.nodeId == viewsFolder;
+    return (node.nodeClass != OpcUaNodeClass_Object && node.nodeClass != OpcUaNodeClass_Variable) ||
+           node.nodeId == typesFolder || node.nodeId == viewsFolder;
 }
 
 bool probableParent(const IdParts& target, const IdParts& candidate) {
@@ -78,7 +80,7 @@ int searchRank(const std::string& targetId, const NodeInfo& candidate) {
     const int likely = likeness(target, id);
     if (leadsToTypes(candidate))
         return likely;
-    const bool first = candidate.nodeClass == 1 || probableParent(target, id);
+    const bool first = candidate.nodeClass == OpcUaNodeClass_Object || probableParent(target, id);
     return likely + (first ? 2 : 1) * classWeight;
 }
 

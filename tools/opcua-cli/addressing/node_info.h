@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OpcUaHelpers.h"
 #include "OpcUaTypes.h"
 #include "output/json.h"
 
@@ -43,9 +44,9 @@ struct NodeInfo {
     std::vector<unsigned long> dimensions; ///< empty for a scalar
 
     bool isFound() const { return typeKnown && !nodeId.empty(); }
-    bool isVariable() const { return nodeClass == 2; }
+    bool isVariable() const { return nodeClass == OpcUaNodeClass_Variable; }
     /// A Variable or VariableType.
-    bool hasValue() const { return isVariable() || nodeClass == 16; }
+    bool hasValue() const { return isVariable() || nodeClass == OpcUaNodeClass_VariableType; }
     /// The display name or what else there is.
     const std::string& name() const;
 };

@@ -1,5 +1,6 @@
 #include "commands/commands.h"
 
+#include "OpcUaHelpers.h"
 #include "addressing/browse_tree.h"
 #include "commands/walk_report.h"
 #include "interrupt.h"
@@ -112,7 +113,7 @@ Cell valueCell(const Findings& findings, std::size_t index) {
     const WalkedNode& walked = findings.walk.nodes[index];
     if (walked.browseProblem)
         return {"cannot be browsed", Tone::Bad};
-    if (walked.repeated && walked.node.nodeClass == 1)
+    if (walked.repeated && walked.node.nodeClass == OpcUaNodeClass_Object)
         return {"see above", Tone::Faint};
     const auto value = findings.values.find(index);
     if (value == findings.values.end())

@@ -1,6 +1,7 @@
 #include "commands/commands.h"
 
 #include "OpcUaClientInterface.h"
+#include "OpcUaHelpers.h"
 #include "files/library_files.h"
 #include "files/trace.h"
 #include "interrupt.h"
@@ -9,7 +10,6 @@
 #include "output/table.h"
 #include "result_text.h"
 #include "security/certificate.h"
-#include "security/names.h"
 
 #include <algorithm>
 #include <exception>
@@ -78,8 +78,8 @@ void makeClientCertificate(const CertOptions& options) {
     COpcUaClientInterface client;
     trace.start(client, options);
     _OpcUaClientConfig nowhere{};
-    nowhere.securityPolicy = PolicyBasic256Sha256;
-    nowhere.securityMode = ModeSignAndEncrypt;
+    nowhere.securityPolicy = OpcUaSecurityPolicy_Basic256Sha256;
+    nowhere.securityMode = OpcUaSecurityMode_SignAndEncrypt;
     constexpr int noEndpoints = 19;
     const int code = client.OpcUaConnect(nowhere);
     if (code != noEndpoints)

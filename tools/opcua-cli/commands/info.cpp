@@ -1,5 +1,6 @@
 #include "commands/commands.h"
 
+#include "OpcUaHelpers.h"
 #include "addressing/browse_tree.h"
 #include "addressing/node_info.h"
 #include "connection.h"
@@ -96,7 +97,7 @@ ServerInfo ask(const ConnectOptions& options) {
         info.answers.push_back({&node, text != nullptr && text->empty() ? Value{} : std::move(value)});
     }
     info.namespaceCount = countNamespaces(connection);
-    info.connected = connection.client().OpcUaGetConnectStatus() == 1;
+    info.connected = connection.client().OpcUaGetConnectStatus() == OpcUaConnectStatus_Connected;
     return info;
 }
 

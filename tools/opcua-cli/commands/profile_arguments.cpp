@@ -1,8 +1,8 @@
 #include "commands/arguments.h"
 
+#include "OpcUaHelpers.h"
 #include "addressing/node_reference.h"
 #include "files/profiles.h"
-#include "security/names.h"
 
 #include <cstdlib>
 #include <optional>
@@ -18,7 +18,7 @@ std::string urlOfEnvironment() {
 }
 
 bool agree(std::optional<int> policy, std::optional<int> mode) {
-    return !policy || !mode || (*policy == PolicyNone) == (*mode == ModeNone);
+    return !policy || !mode || (*policy == OpcUaSecurityPolicy_None) == (*mode == OpcUaSecurityMode_None);
 }
 
 /// What the command line says stays, and of the profile what does not contradict it.

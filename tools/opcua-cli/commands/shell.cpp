@@ -1,3 +1,4 @@
+#include "OpcUaHelpers.h"
 #include "addressing/browse_tree.h"
 #include "commands/commands.h"
 #include "connection.h"
@@ -227,9 +228,8 @@ private:
 
     /// Connects anew where that is needed, and says so. Throws Failure (NoConnection).
     void assureConnection() {
-        enum ConnectStatus : int { Connected = 1, ServerShutDown = 4 };
         const int status = m_connection->client().OpcUaGetConnectStatus();
-        if (status == Connected || status == ServerShutDown)
+        if (status == OpcUaConnectStatus_Connected || status == OpcUaConnectStatus_ShuttingDown)
             return;
         reportNote("the connection to the server was lost; connecting again");
         m_connection->client().OpcUaDisConnect();
@@ -248,7 +248,7 @@ private:
     }
 
     std::string status() const {
-        const bool connected = m_connection->client().OpcUaGetConnectStatus() == 1;
+        const bool connected = m_connection->client().OpcUaGetConnectStatus() == OpcUaConnectStatus_Connected;
         const std::string position = m_position.empty() ? objectsPath : m_position;
         if (m_options.json)
             return document({{"url", m_options.url}, {"connected", connected}, {"position", position}});
@@ -282,9 +282,9 @@ private:
             const NodeReference reference = parseNodeReference(path.empty() ? objectsPath : path);
             BrowseTree tree(*m_connection, reference);
             for (const OpcUaNode* child : tree.expand(tree.wayTo(reference).back()).children) {
-                constexpr int objectClass = 1;
                 const NodeInfo node = describe(*child);
-                names.push_back(shortStep(node.browseName) + (node.nodeClass == objectClass ? "/" : ""));
+                names.push_back(shortStep(node.browseName) +
+                                (node.nodeClass == OpcUaNodeClass_Object ? "/" : ""));
             }
         } catch (const Failure&) {
         }

@@ -1,5 +1,6 @@
 #include "formats/snapshot_file.h"
 
+#include "OpcUaHelpers.h"
 #include "formats/json_list.h"
 #include "formats/text_file.h"
 
@@ -54,7 +55,7 @@ Job savedNode(const Json& entry) {
     Job job;
     job.node.nodeId = job.given = nodeIdIn(entry, "nodeId");
     job.node.displayName = textField(entry, "displayName");
-    job.node.nodeClass = 2;
+    job.node.nodeClass = OpcUaNodeClass_Variable;
     const std::string type = requiredText(entry, "type");
     if (!typeFromName(type))
         throw usageFailure(unknownTypeText(type));

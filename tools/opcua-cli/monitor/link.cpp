@@ -1,5 +1,6 @@
 #include "monitor/link.h"
 
+#include "OpcUaHelpers.h"
 #include "interrupt.h"
 #include "text/time_text.h"
 #include "values/value_buffer.h"
@@ -15,9 +16,6 @@
 
 namespace opcua_cli {
 namespace {
-
-/// OpcUaGetConnectStatus()
-enum ConnectStatus : int { Connected = 1, ServerShutDown = 4, SubscriptionEnded = 5 };
 
 constexpr std::chrono::duration<double> firstPause{0.5};
 constexpr std::chrono::duration<double> longestPause{30};
@@ -97,14 +95,14 @@ std::optional<LinkEvent> Link::look() {
 
 std::optional<LinkEvent> Link::checkStatus() {
     switch (m_connection.client().OpcUaGetConnectStatus()) {
-    case Connected:
+    case OpcUaConnectStatus_Connected:
         return std::nullopt;
-    case ServerShutDown:
+    case OpcUaConnectStatus_ShuttingDown:
         // The connection goes on until the server closes it.
         if (std::exchange(m_shutdownTold, true))
             return std::nullopt;
         return LinkEvent{LinkEvent::Kind::ShuttingDown, "the server is shutting down"};
-    case SubscriptionEnded:
+    case OpcUaConnectStatus_NotPublishing:
         return lose("the server sends nothing any more");
     default:
         return lose("the connection to the server is lost");

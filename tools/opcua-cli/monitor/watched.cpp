@@ -1,5 +1,6 @@
 #include "monitor/watched.h"
 
+#include "OpcUaHelpers.h"
 #include "addressing/browse_tree.h"
 #include "addressing/node_finder.h"
 #include "output/terminal.h"
@@ -15,7 +16,6 @@
 namespace opcua_cli {
 namespace {
 
-constexpr int methodClass = 4;
 /// What the library keeps apart; further items would push the first ones out.
 constexpr std::size_t mostItems = 20000;
 
@@ -31,7 +31,7 @@ std::string nameBelowStart(const Walk& walk, std::size_t index) {
 bool isToBeWatched(const Walk& walk, std::size_t index) {
     const WalkedNode& walked = walk.nodes[index];
     return walked.node.isVariable() && !walked.repeated && walked.node.nodeIdComplete &&
-           walk.nodes[walked.parent].node.nodeClass != methodClass;
+           walk.nodes[walked.parent].node.nodeClass != OpcUaNodeClass_Method;
 }
 
 bool hasElement(const NodeInfo& node, const std::optional<Index>& index) {

@@ -1,5 +1,7 @@
 #include "security/names.h"
 
+#include "OpcUaHelpers.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cstddef>
@@ -56,7 +58,8 @@ std::string modeName(int mode) {
 }
 
 std::string policyName(int policy, int mode) {
-    return policy == PolicyNone && mode != ModeNone ? "unknown" : nameOf(policies, policy);
+    return policy == OpcUaSecurityPolicy_None && mode != OpcUaSecurityMode_None ? "unknown"
+                                                                                : nameOf(policies, policy);
 }
 
 std::string identityName(int identity) {

@@ -5,11 +5,6 @@
 
 namespace opcua_cli {
 
-/// The library's numbers, as in _OpcUaClientConfig.
-enum SecurityPolicy : int { PolicyNone = 0, PolicyBasic256Sha256 = 3 };
-enum SecurityMode : int { ModeNone = 0, ModeSign = 1, ModeSignAndEncrypt = 2 };
-enum UserIdentity : int { IdentityAnonymous = 0, IdentityUserName = 1, IdentityCertificate = 2 };
-
 /// Name of the library's number for a message security mode.
 std::string modeName(int mode);
 

@@ -1,5 +1,6 @@
 #include "security/options.h"
 
+#include "OpcUaHelpers.h"
 #include "OpcUaTypes.h"
 #include "failure.h"
 #include "interrupt.h"
@@ -45,9 +46,9 @@ void throwIfUserMakesNoSense(const SecurityOptions& options) {
 }
 
 void throwIfChannelMakesNoSense(const Security& security) {
-    if ((security.policy == PolicyNone) == (security.mode == ModeNone))
+    if ((security.policy == OpcUaSecurityPolicy_None) == (security.mode == OpcUaSecurityMode_None))
         return;
-    if (security.policy == PolicyNone)
+    if (security.policy == OpcUaSecurityPolicy_None)
         throw usageFailure("with the policy None nothing can be signed or encrypted",
                            "another --policy, or --mode None");
     throw usageFailure("the policy " + policyName(security.policy, security.mode) +
@@ -58,11 +59,12 @@ void throwIfChannelMakesNoSense(const Security& security) {
 } // namespace
 
 std::string Security::text() const {
-    std::string result =
-        policy == PolicyNone ? "without security" : policyName(policy, mode) + ", " + modeName(mode);
-    if (identity == IdentityUserName)
+    std::string result = policy == OpcUaSecurityPolicy_None
+                             ? "without security"
+                             : policyName(policy, mode) + ", " + modeName(mode);
+    if (identity == OpcUaUserIdentity_UserName)
         return result + ", user " + user;
-    return result + (identity == IdentityCertificate ? ", user certificate" : ", anonymous");
+    return result + (identity == OpcUaUserIdentity_Certificate ? ", user certificate" : ", anonymous");
 }
 
 Security securityFor(const SecurityOptions& options) {
@@ -70,18 +72,21 @@ Security securityFor(const SecurityOptions& options) {
     Security security;
     security.user = options.user.value_or("");
     if (options.userCertificate)
-        security.identity = IdentityCertificate;
+        security.identity = OpcUaUserIdentity_Certificate;
     else if (options.user)
-        security.identity = IdentityUserName;
+        security.identity = OpcUaUserIdentity_UserName;
     if (options.userKey)
         security.userCertificate = {*options.userCertificate, *options.userKey};
     checkUserCertificate(security.userCertificate);
     // A password must not travel unprotected because somebody forgot an option.
-    const bool wantsProtection = security.identity != IdentityAnonymous;
-    const bool secured = options.policy ? *options.policy != PolicyNone
-                                        : options.mode.value_or(wantsProtection ? 1 : 0) != ModeNone;
-    security.policy = options.policy.value_or(secured ? PolicyBasic256Sha256 : PolicyNone);
-    security.mode = options.mode.value_or(secured ? ModeSignAndEncrypt : ModeNone);
+    const bool wantsProtection = security.identity != OpcUaUserIdentity_Anonymous;
+    const bool secured = options.policy
+                             ? *options.policy != OpcUaSecurityPolicy_None
+                             : options.mode.value_or(wantsProtection ? 1 : 0) != OpcUaSecurityMode_None;
+    security.policy =
+        options.policy.value_or(secured ? OpcUaSecurityPolicy_Basic256Sha256 : OpcUaSecurityPolicy_None);
+    security.mode =
+        options.mode.value_or(secured ? OpcUaSecurityMode_SignAndEncrypt : OpcUaSecurityMode_None);
     throwIfChannelMakesNoSense(security);
     return security;
 }

@@ -1,5 +1,6 @@
 #include "security/trust.h"
 
+#include "OpcUaHelpers.h"
 #include "files/library_files.h"
 #include "output/dialogue.h"
 #include "output/streams.h"
@@ -60,7 +61,7 @@ bool isWord(const std::string& text, const std::string& word) {
 int TrustDecision::answer(const _OpcUaCertificateMsg& certificate) {
     m_refusal.reset();
     if (!certificate.thumbprint.empty() && certificate.thumbprint == m_acceptedThumbprint)
-        return AcceptOnce;
+        return OpcUaTrust_Once;
     m_isInTrustList = isInTrustList(certificate);
     return m_rule == TrustRule::Ask && canAsk() ? ask(certificate) : answerByRule(certificate);
 }
@@ -78,7 +79,7 @@ void TrustDecision::introduce(const _OpcUaCertificateMsg& certificate) const {
     show(certificate);
 }
 
-TrustDecision::Answer TrustDecision::ask(const _OpcUaCertificateMsg& certificate) {
+OpcUaTrust TrustDecision::ask(const _OpcUaCertificateMsg& certificate) {
     introduce(certificate);
     reportNote("compare the thumbprint with the one that the server's operator tells you");
     for (;;) {
@@ -90,18 +91,18 @@ TrustDecision::Answer TrustDecision::ask(const _OpcUaCertificateMsg& certificate
         if (!line || line->empty() || isWord(*line, "no"))
             return refuse("the server's certificate was refused", {});
         if (isWord(*line, "yes"))
-            return accept(AcceptOnce, certificate);
+            return accept(OpcUaTrust_Once, certificate);
         if (isWord(*line, "always") && !m_isInTrustList)
-            return accept(TrustPermanently, certificate);
+            return accept(OpcUaTrust_Always, certificate);
     }
 }
 
-TrustDecision::Answer TrustDecision::answerByRule(const _OpcUaCertificateMsg& certificate) {
+OpcUaTrust TrustDecision::answerByRule(const _OpcUaCertificateMsg& certificate) {
     if (m_rule == TrustRule::Once || (m_rule == TrustRule::Always && !m_isInTrustList)) {
         const bool once = m_rule == TrustRule::Once;
         reportNote("the certificate " + certificate.thumbprint + " that " + m_url + " shows is " +
                    (once ? "accepted for this time" : "trusted from now on"));
-        return accept(once ? AcceptOnce : TrustPermanently, certificate);
+        return accept(once ? OpcUaTrust_Once : OpcUaTrust_Always, certificate);
     }
     introduce(certificate);
     if (m_rule == TrustRule::Always)
@@ -116,14 +117,14 @@ TrustDecision::Answer TrustDecision::answerByRule(const _OpcUaCertificateMsg& ce
                   "--trust always");
 }
 
-TrustDecision::Answer TrustDecision::accept(Answer answer, const _OpcUaCertificateMsg& certificate) {
-    m_acceptedThumbprint = answer == AcceptOnce ? certificate.thumbprint : "";
+OpcUaTrust TrustDecision::accept(OpcUaTrust answer, const _OpcUaCertificateMsg& certificate) {
+    m_acceptedThumbprint = answer == OpcUaTrust_Once ? certificate.thumbprint : "";
     return answer;
 }
 
-TrustDecision::Answer TrustDecision::refuse(std::string explanation, std::string advice) {
+OpcUaTrust TrustDecision::refuse(std::string explanation, std::string advice) {
     m_refusal = Problem{std::move(explanation), std::move(advice)};
-    return Reject;
+    return OpcUaTrust_Reject;
 }
 
 } // namespace opcua_cli

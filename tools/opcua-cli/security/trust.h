@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OpcUaHelpers.h"
 #include "OpcUaTypes.h"
 #include "failure.h"
 
@@ -30,13 +31,11 @@ public:
     std::optional<Problem> refusal(const std::string& defect) const;
 
 private:
-    enum Answer : int { AcceptOnce = 0, TrustPermanently = 1, Reject = 2 };
-
     void introduce(const _OpcUaCertificateMsg& certificate) const;
-    Answer ask(const _OpcUaCertificateMsg& certificate);
-    Answer answerByRule(const _OpcUaCertificateMsg& certificate);
-    Answer accept(Answer answer, const _OpcUaCertificateMsg& certificate);
-    Answer refuse(std::string explanation, std::string advice);
+    OpcUaTrust ask(const _OpcUaCertificateMsg& certificate);
+    OpcUaTrust answerByRule(const _OpcUaCertificateMsg& certificate);
+    OpcUaTrust accept(OpcUaTrust answer, const _OpcUaCertificateMsg& certificate);
+    OpcUaTrust refuse(std::string explanation, std::string advice);
 
     TrustRule m_rule;
     std::string m_url;
