@@ -107,7 +107,6 @@ std::string inputLine(const std::string& label, const std::string& text, std::si
     const std::size_t room = width - std::min(width, displayWidth(label) + 1);
     std::string end = printable(text);
     end.erase(0, end.size() - std::min(end.size(), (room + 1) * mostBytes));
-    const auto isContinuation = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; };
     while (!end.empty() && (isContinuation(end.front()) || displayWidth(end) > room))
         end.erase(0, 1);
     return cutToWidth(label + end + "_", width);

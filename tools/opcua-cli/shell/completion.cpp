@@ -1,5 +1,6 @@
 #include "shell/completion.h"
 
+#include "shell/position.h"
 #include "shell/words.h"
 #include "text/utf8.h"
 
@@ -33,18 +34,6 @@ std::string commonBeginning(const std::vector<std::string>& names) {
     return std::string(withoutCutCharacter(common));
 }
 
-/// Where the last name of a path begins.
-std::size_t lastName(const std::string& path) {
-    std::size_t begin = 0;
-    for (std::size_t i = 0; i < path.size(); ++i) {
-        if (path[i] == '&')
-            ++i;
-        else if (path[i] == '/')
-            begin = i + 1;
-    }
-    return begin;
-}
-
 } // namespace
 
 Completion complete(const std::string& before, const Vocabulary& vocabulary) {
@@ -53,7 +42,7 @@ Completion complete(const std::string& before, const Vocabulary& vocabulary) {
         split.words.emplace_back();
     const std::string& word = split.words.back();
     const bool isCommand = split.words.size() == 1 || (split.words.size() == 2 && split.words[0] == "help");
-    const std::size_t begin = isCommand ? 0 : lastName(word);
+    const std::size_t begin = isCommand ? 0 : word.size() - stepsOf(word).back().size();
     const std::string prefix = word.substr(begin);
     Completion completion;
     for (const std::string& name :

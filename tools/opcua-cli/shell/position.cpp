@@ -7,9 +7,7 @@
 #include <vector>
 
 namespace opcua_cli {
-namespace {
 
-/// What is between the slashes, as it is written.
 std::vector<std::string> stepsOf(const std::string& path) {
     std::vector<std::string> steps{""};
     for (std::size_t i = 0; i < path.size(); ++i) {
@@ -23,8 +21,6 @@ std::vector<std::string> stepsOf(const std::string& path) {
     }
     return steps;
 }
-
-} // namespace
 
 std::string nodeFrom(const std::string& position, const std::string& word) {
     const bool absolute = !word.empty() && word[0] == '/';

@@ -1,8 +1,12 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace opcua_cli {
+
+/// What is between the slashes of a path, as it is written: an escaped slash parts nothing. One at least.
+std::vector<std::string> stepsOf(const std::string& path);
 
 /// The node that a word of a shell's user means: a node id, or a path from the position on, unless it begins
 /// with a slash; ".." leads up. The position is a path, or empty for the Objects folder; so is the result.

@@ -23,10 +23,6 @@ constexpr std::array<std::pair<std::string_view, char>, 9> likenesses{{{"▁", '
                                                                        {"█", '#'},
                                                                        {"…", '~'}}};
 
-bool isContinuation(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
-}
-
 std::string likeness(std::string_view character) {
     const auto found = std::find_if(likenesses.begin(), likenesses.end(),
                                     [&](const auto& likeness) { return likeness.first == character; });

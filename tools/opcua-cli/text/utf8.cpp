@@ -48,7 +48,7 @@ Character firstCharacter(std::string_view text) {
         return broken;
     char32_t value = byteAt(text, 0) & leadMask[length];
     for (std::size_t i = 1; i < length; ++i) {
-        if ((byteAt(text, i) & 0xC0) != 0x80)
+        if (!isContinuation(text[i]))
             return broken;
         value = (value << 6) | (byteAt(text, i) & 0x3F);
     }
@@ -120,10 +120,11 @@ bool isValidUtf8(std::string_view text) {
 
 std::string_view withoutCutCharacter(std::string_view text) {
     for (std::size_t tail = 1; tail <= std::min<std::size_t>(3, text.size()); ++tail) {
-        const unsigned char byte = byteAt(text, text.size() - tail);
-        if ((byte & 0xC0) == 0x80)
+        const char byte = text[text.size() - tail];
+        if (isContinuation(byte))
             continue;
-        return sequenceLength(byte) > tail ? text.substr(0, text.size() - tail) : text;
+        return sequenceLength(static_cast<unsigned char>(byte)) > tail ? text.substr(0, text.size() - tail)
+                                                                       : text;
     }
     return text;
 }

@@ -9,6 +9,11 @@ namespace opcua_cli {
 /// Strict: no overlong forms, surrogates or values above U+10FFFF.
 bool isValidUtf8(std::string_view text);
 
+/// True for a byte within a character, which is not its first.
+constexpr bool isContinuation(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
 /// The characters one by one; a broken byte becomes U+FFFD.
 std::u32string charactersOf(std::string_view text);
 
