@@ -1,3 +1,5 @@
+#include "live_table_pieces.h"
+
 #include "monitor/array_reader.h"
 #include "monitor/live_table.h"
 #include "monitor/table_view.h"
@@ -14,11 +16,11 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
+using namespace cli_test;
 using namespace opcua_cli;
 using std::chrono::milliseconds;
 using testing::AllOf;
@@ -33,7 +35,6 @@ namespace {
 
 using Nodes = std::vector<std::size_t>;
 
-const LiveTable::Time start{std::chrono::hours(500000)};
 const LiveTable::Clock::time_point now{std::chrono::hours(1)};
 
 Job watched(const std::string& name, _OpcUaDataType type = OpcUaDataType_Double, Shape shape = {}) {
@@ -61,42 +62,18 @@ Monitored many(std::size_t count) {
     return named(names);
 }
 
-Change changed(std::size_t node, Value value, milliseconds later = milliseconds(0)) {
-    Change change;
-    change.node = node;
-    change.value = std::move(value);
-    change.time = start + later;
-    return change;
-}
-
 Row rowWith(Value value, milliseconds later = milliseconds(0)) {
     Row row;
-    row.last = changed(0, std::move(value), later);
+    row.last = changed(0, std::move(value), start + later);
     row.changed = true;
     return row;
-}
-
-Terminal terminal(std::size_t width = 100, std::size_t height = 24) {
-    Terminal result;
-    result.interactive = true;
-    result.width = width;
-    result.height = height;
-    return result;
-}
-
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> result;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        result.push_back(line);
-    return result;
 }
 
 /// A table with keys.
 class Keys : public testing::Test {
 protected:
     std::vector<std::string> draw(std::size_t width = 100, std::size_t height = 24) {
-        return lines(m_table.draw(terminal(width, height), start));
+        return linesOf(m_table.draw(terminal(width, height), start));
     }
     void type(const std::string& text) {
         for (const char key : text)
@@ -417,9 +394,9 @@ TEST(LiveArrays, AreReadOnceASecondAtMost) {
     table.change(changed(1, Value{}));
     EXPECT_EQ(table.arrayToRead(now + milliseconds(999)), std::nullopt);
     EXPECT_EQ(table.arrayToRead(now + milliseconds(1000)), 1u);
-    EXPECT_THAT(lines(table.draw(terminal(), start))[3], HasSubstr("[1, 2]")) << "until it is read anew";
+    EXPECT_THAT(linesOf(table.draw(terminal(), start))[3], HasSubstr("[1, 2]")) << "until it is read anew";
     table.arrayRead(1, std::nullopt);
-    EXPECT_THAT(lines(table.draw(terminal(), start))[3], HasSubstr("not readable"));
+    EXPECT_THAT(linesOf(table.draw(terminal(), start))[3], HasSubstr("not readable"));
 }
 
 TEST(LiveArrays, AreReadInTurnAndOnTheScreenOnly) {

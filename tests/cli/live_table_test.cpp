@@ -1,3 +1,5 @@
+#include "live_table_pieces.h"
+
 #include "monitor/live_table.h"
 
 #include "monitor/change_inbox.h"
@@ -14,11 +16,11 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <poll.h>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
+using namespace cli_test;
 using namespace opcua_cli;
 using std::chrono::milliseconds;
 using testing::AllOf;
@@ -26,8 +28,6 @@ using testing::HasSubstr;
 using testing::Not;
 
 namespace {
-
-const LiveTable::Time start{std::chrono::hours(500000)};
 
 std::string drawn(const std::vector<Value>& values, std::size_t width = 40) {
     Trend trend;
@@ -50,30 +50,6 @@ Monitored nodes(std::size_t count) {
     for (std::size_t i = 0; i < count; ++i)
         monitored.nodes.push_back(watched("Node" + std::to_string(i)));
     return monitored;
-}
-
-Terminal terminal(std::size_t width, std::size_t height) {
-    Terminal result;
-    result.interactive = true;
-    result.width = width;
-    result.height = height;
-    return result;
-}
-
-Change changed(std::size_t node, Value value, LiveTable::Time time = start) {
-    Change change;
-    change.node = node;
-    change.value = std::move(value);
-    change.time = time;
-    return change;
-}
-
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> result;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        result.push_back(line);
-    return result;
 }
 
 _OpcUaDataChangeMsg message(const std::string& nodeId, std::int32_t value) {
@@ -153,7 +129,7 @@ TEST(LiveTable, ShowsValuesTypesAgesAndTrends) {
     table.change(changed(0, 1.0));
     table.change(changed(0, 2.123456789, start + milliseconds(1000)));
     table.change(changed(1, std::string("B-1\n")));
-    const auto text = lines(table.draw(terminal(100, 24), start + milliseconds(1500)));
+    const auto text = linesOf(table.draw(terminal(100, 24), start + milliseconds(1500)));
     ASSERT_EQ(text.size(), 4u);
     EXPECT_EQ(text[0], "connected  opc.tcp://plant:4840  2 nodes, 3 changes  Ctrl-C ends");
     EXPECT_EQ(text[1], "Name   Value     Type      Age  Trend");
@@ -169,7 +145,7 @@ TEST(LiveTable, SaysWhyThereIsNoValue) {
     LiveTable table(monitored);
     table.refused(0);
     table.change(changed(2, Value{}));
-    const auto text = lines(table.draw(terminal(100, 24), start));
+    const auto text = linesOf(table.draw(terminal(100, 24), start));
     EXPECT_THAT(text[2], HasSubstr("cannot be monitored"));
     EXPECT_THAT(text[3], AllOf(HasSubstr("no good value yet"), HasSubstr("-")));
     EXPECT_THAT(text[4], AllOf(HasSubstr("changed"), HasSubstr("Double[8]")));
@@ -184,7 +160,7 @@ TEST(LiveTable, FitsTheTerminal) {
     table.leftOut({std::string(300, 'r')});
     for (const std::size_t height : {1u, 3u, 5u, 10u, 24u, 60u}) {
         for (const std::size_t width : {30u, 60u, 80u, 200u}) {
-            const auto text = lines(table.draw(terminal(width, height), start));
+            const auto text = linesOf(table.draw(terminal(width, height), start));
             EXPECT_LE(text.size(), height);
             for (const std::string& line : text)
                 EXPECT_LE(displayWidth(line), std::max<std::size_t>(width, 38)) << width << ": " << line;
@@ -198,9 +174,9 @@ TEST(LiveTable, ColumnsStandStill) {
     const Monitored monitored = nodes(1);
     LiveTable table(monitored);
     table.change(changed(0, 1.234567));
-    const std::size_t wide = lines(table.draw(terminal(80, 24), start))[1].find("Type");
+    const std::size_t wide = linesOf(table.draw(terminal(80, 24), start))[1].find("Type");
     table.change(changed(0, 1.0));
-    EXPECT_EQ(lines(table.draw(terminal(80, 24), start))[1].find("Type"), wide);
+    EXPECT_EQ(linesOf(table.draw(terminal(80, 24), start))[1].find("Type"), wide);
 }
 
 TEST(LiveTable, SaysHowTheConnectionIs) {

@@ -1,3 +1,4 @@
+#include "lines.h"
 #include "plant_fixture.h"
 
 #include "support/child_process.h"
@@ -15,7 +16,6 @@
 #include <optional>
 #include <set>
 #include <sqlite3.h>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -36,14 +36,6 @@ namespace {
 constexpr std::chrono::seconds limit{60};
 
 const std::string counter = rack + "Moving.Counter";
-
-std::vector<std::string> linesOf(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
 
 class Record : public Plant {
 protected:
