@@ -1,15 +1,14 @@
+#include <algorithm>
+#include <cstring>
+#include <exception>
+#include <iostream>
+#include <malloc.h>
+
 #include "changes/idle_clients.h"
 #include "measuring/setting.h"
 #include "measuring/table.h"
 #include "operations/operation.h"
 #include "operations/operations.h"
-
-#include <malloc.h>
-
-#include <algorithm>
-#include <cstring>
-#include <exception>
-#include <iostream>
 
 namespace {
 
@@ -134,16 +133,13 @@ int runOperations(int argc, char** argv) {
     const bool smoke = takeOption(argc, argv, "--smoke");
     const bool withLong = takeOption(argc, argv, "--long");
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
-    }
     keepFreedMemory();
     bench::Setting setting(smoke);
-    for (const Operation& operation : operations) {
-        if (!operation.isLong || withLong) {
+    for (const Operation& operation : operations)
+        if (!operation.isLong || withLong)
             registerOperation(operation, setting, setting.either(operation.rounds, 1));
-        }
-    }
     bench::Table table(operations);
     benchmark::RunSpecifiedBenchmarks(&table);
     benchmark::Shutdown();
@@ -154,9 +150,8 @@ int runOperations(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     try {
-        if (argc > 1 && std::strcmp(argv[1], bench::idleClientsOption) == 0) {
+        if (argc > 1 && std::strcmp(argv[1], bench::idleClientsOption) == 0)
             return bench::runIdleClients({argv + 2, argv + argc});
-        }
         return runOperations(argc, argv);
     } catch (const std::exception& error) {
         std::cerr << "opcua-bench: " << error.what() << "\n";

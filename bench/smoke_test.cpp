@@ -1,11 +1,11 @@
-#include "support/child_process.h"
-
-#include <gtest/gtest.h>
-
 #include <chrono>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/child_process.h"
 
 namespace {
 
@@ -17,9 +17,8 @@ std::vector<std::string> operationNames() {
     const ProgramResult listed = runProgram(BENCH_PROGRAM, {"--benchmark_list_tests=true"});
     std::vector<std::string> names;
     std::istringstream lines(listed.standardOutput);
-    for (std::string line; std::getline(lines, line);) {
+    for (std::string line; std::getline(lines, line);)
         names.push_back(line.substr(0, line.find("/iterations:")));
-    }
     return names;
 }
 

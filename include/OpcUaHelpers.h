@@ -170,9 +170,8 @@ std::string OpcUaFieldText(const char (&field)[Size]) {
 template <std::size_t Size>
 bool OpcUaSetField(char (&field)[Size], const std::string& text) {
     std::memset(field, '\0', Size);
-    if (text.size() > Size || text.find('\0') != std::string::npos) {
+    if (text.size() > Size || text.find('\0') != std::string::npos)
         return false;
-    }
     std::memcpy(field, text.data(), text.size());
     return true;
 }
@@ -185,9 +184,8 @@ bool OpcUaSetField(char (&field)[Size], const std::string& text) {
 inline OpcUaNode OpcUaMakeNode(const std::string& nodeId, _OpcUaDataType dataType) {
     OpcUaNode node = OpcUaNode();
     node.dataType = dataType;
-    if (!OpcUaSetField(node.nodeId, nodeId)) {
+    if (!OpcUaSetField(node.nodeId, nodeId))
         node.nodeId[0] = '?'; // an empty id would be the beginning of every other
-    }
     return node;
 }
 
@@ -198,13 +196,13 @@ inline OpcUaNode OpcUaMakeNode(const std::string& nodeId, _OpcUaDataType dataTyp
 /// @return null when there is none, among them a record that has not been browsed
 inline OpcUaNode* OpcUaChildByName(const OpcUaNode* parent, const std::string& name) {
     OpcUaNode* inAnyNamespace = nullptr;
-    for (OpcUaNode* child = parent ? parent->child : nullptr; child; child = child->next) {
+    for (OpcUaNode* child = parent != nullptr ? parent->child : nullptr; child != nullptr;
+         child = child->next) {
         const std::string browseName = OpcUaFieldText(child->browseName);
-        if (browseName == name) {
+        if (browseName == name)
             return child;
-        }
         const std::size_t colon = browseName.find(':');
-        if (!inAnyNamespace && colon != std::string::npos &&
+        if (inAnyNamespace == nullptr && colon != std::string::npos &&
             browseName.compare(colon + 1, name.npos, name) == 0) {
             inAnyNamespace = child;
         }
@@ -255,17 +253,15 @@ struct OpcUaTypeOf<std::string> : std::integral_constant<_OpcUaDataType, OpcUaDa
 /// @return false, and `value` is unchanged, when the change has another type
 template <typename Value>
 bool OpcUaChangeValue(const _OpcUaDataChangeMsg& change, Value& value) {
-    if (change.dataType != OpcUaTypeOf<Value>::value) {
+    if (change.dataType != OpcUaTypeOf<Value>::value)
         return false;
-    }
     std::memcpy(&value, change.value, sizeof value); // the bytes need not be aligned
     return true;
 }
 template <>
 inline bool OpcUaChangeValue(const _OpcUaDataChangeMsg& change, bool& value) {
-    if (change.dataType != OpcUaDataType_Boolean) {
+    if (change.dataType != OpcUaDataType_Boolean)
         return false;
-    }
     value = change.value[0] != 0;
     return true;
 }
@@ -273,13 +269,11 @@ inline bool OpcUaChangeValue(const _OpcUaDataChangeMsg& change, bool& value) {
 template <>
 inline bool OpcUaChangeValue(const _OpcUaDataChangeMsg& change, std::string& value) {
     const std::size_t last = sizeof change.value - 1;
-    if (change.dataType != OpcUaDataType_String) {
+    if (change.dataType != OpcUaDataType_String)
         return false;
-    }
     std::size_t length = change.valueSize > 0 ? static_cast<std::size_t>(change.valueSize) : 0;
-    if (length >= last) {
+    if (length >= last)
         length = change.value[last] != '\0' ? last + 1 : last;
-    }
     value.assign(change.value, length);
     return true;
 }
@@ -290,9 +284,8 @@ namespace OpcUaHelperDetails {
 template <typename Number>
 bool changeAs(const _OpcUaDataChangeMsg& change, double& value) {
     Number number = Number();
-    if (!OpcUaChangeValue(change, number)) {
+    if (!OpcUaChangeValue(change, number))
         return false;
-    }
     value = static_cast<double>(number);
     return true;
 }
@@ -320,9 +313,8 @@ std::string floatingText(const _OpcUaDataChangeMsg& change) {
         std::istringstream in(text);
         in.imbue(std::locale::classic());
         Number back = Number();
-        if (in >> back && !(back < number) && !(number < back)) {
+        if (in >> back && !(back < number) && !(number < back))
             break;
-        }
     }
     return text;
 }

@@ -1,10 +1,5 @@
 #include "changes/change_latency.h"
 
-#include "facade/facade_items.h"
-#include "raw/raw_driver.h"
-#include "raw/raw_items.h"
-#include "surroundings/plant_nodes.h"
-
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
@@ -15,6 +10,11 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "facade/facade_items.h"
+#include "raw/raw_driver.h"
+#include "raw/raw_items.h"
+#include "surroundings/plant_nodes.h"
 
 namespace bench {
 namespace {
@@ -37,9 +37,8 @@ public:
 
     Clock::time_point arrivalOf(double value) {
         std::unique_lock<std::mutex> lock(m_mutex);
-        if (!m_arrived.wait_for(lock, patience, [&] { return m_value == value; })) {
+        if (!m_arrived.wait_for(lock, patience, [&] { return m_value == value; }))
             throw std::runtime_error("a change was not delivered");
-        }
         return m_arrival;
     }
 

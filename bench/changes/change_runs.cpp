@@ -1,12 +1,5 @@
 #include "changes/change_runs.h"
 
-#include "facade/facade_items.h"
-#include "measuring/process_figures.h"
-#include "raw/raw_driver.h"
-#include "raw/raw_items.h"
-#include "raw/raw_service.h"
-#include "surroundings/plant_nodes.h"
-
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -14,6 +7,13 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "facade/facade_items.h"
+#include "measuring/process_figures.h"
+#include "raw/raw_driver.h"
+#include "raw/raw_items.h"
+#include "raw/raw_service.h"
+#include "surroundings/plant_nodes.h"
 
 namespace bench {
 namespace {
@@ -26,9 +26,8 @@ constexpr double publishingInterval = 100;
 
 bool waitUntil(Clock::time_point deadline, const std::function<bool()>& condition) {
     while (!condition()) {
-        if (Clock::now() > deadline) {
+        if (Clock::now() > deadline)
             return false;
-        }
         std::this_thread::sleep_for(step);
     }
     return true;
@@ -47,9 +46,8 @@ public:
         UA_ReadResponse response;
         m_client.readValue(m_node, response);
         const UA_Variant& value = response.results[0].value;
-        if (!UA_Variant_hasScalarType(&value, &UA_TYPES[UA_TYPES_UINT64])) {
+        if (!UA_Variant_hasScalarType(&value, &UA_TYPES[UA_TYPES_UINT64]))
             throw std::runtime_error("raw read: no count");
-        }
         const std::uint64_t count = *static_cast<const UA_UInt64*>(value.data);
         UA_ReadResponse_clear(&response);
         return count;
@@ -65,13 +63,11 @@ ChangeRun measure(const std::string& url, const CountingSink& sink, int items, i
                   std::chrono::milliseconds interval) {
     ServerCount server(url);
     const auto first = static_cast<std::uint64_t>(items);
-    if (!waitUntil(Clock::now() + patience, [&] { return sink.count() >= first; })) {
+    if (!waitUntil(Clock::now() + patience, [&] { return sink.count() >= first; }))
         throw std::runtime_error("first values are missing");
-    }
     const std::uint64_t before = server.read();
-    if (!waitUntil(Clock::now() + patience, [&] { return server.read() != before; })) {
+    if (!waitUntil(Clock::now() + patience, [&] { return server.read() != before; }))
         throw std::runtime_error("nothing changes on the server");
-    }
     std::this_thread::sleep_for(interval / 2);
     const std::uint64_t madeBefore = server.read();
     const std::uint64_t deliveredBefore = sink.count();

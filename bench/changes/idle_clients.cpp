@@ -1,11 +1,5 @@
 #include "changes/idle_clients.h"
 
-#include "facade/facade_client.h"
-#include "measuring/process_figures.h"
-#include "raw/raw_client.h"
-#include "raw/raw_driver.h"
-#include "support/child_process.h"
-
 #include <chrono>
 #include <cstddef>
 #include <iomanip>
@@ -16,6 +10,12 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "facade/facade_client.h"
+#include "measuring/process_figures.h"
+#include "raw/raw_client.h"
+#include "raw/raw_driver.h"
+#include "support/child_process.h"
 
 namespace bench {
 namespace {
@@ -39,9 +39,8 @@ IdleCost costOf(const std::string& url, int count, std::chrono::milliseconds dur
     const double bytesBefore = residentBytes();
     std::vector<std::unique_ptr<Client>> clients;
     clients.reserve(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < count; ++i)
         clients.push_back(std::make_unique<Client>(url));
-    }
     const double cpuBefore = cpuSeconds();
     std::this_thread::sleep_for(duration);
     const double minutes = std::chrono::duration<double>(duration).count() / 60;
@@ -58,9 +57,8 @@ public:
     IdleCost cost(std::chrono::milliseconds limit) {
         std::istringstream line(m_process.waitForLine(limit));
         IdleCost cost;
-        if (!(line >> cost.bytes >> cost.cpuSecondsPerMinute)) {
+        if (!(line >> cost.bytes >> cost.cpuSecondsPerMinute))
             throw std::runtime_error(m_process.describe("wrote no cost"));
-        }
         return cost;
     }
 

@@ -1,10 +1,10 @@
 #include "facade/facade_client.h"
 
-#include "surroundings/plant_nodes.h"
-
 #include <array>
 #include <stdexcept>
 #include <string>
+
+#include "surroundings/plant_nodes.h"
 
 namespace bench {
 
@@ -53,11 +53,10 @@ void FacadeClient::writeScalar(double value) {
 int FacadeClient::browseChildren() {
     // The first browse puts a root of its own above the children; from then on that one is browsed.
     OpcUaNode* const root = m_client.OpcUaReadRootNode();
-    require(m_client.OpcUaBrowse(root ? root : &m_folder), "browse");
+    require(m_client.OpcUaBrowse(root != nullptr ? root : &m_folder), "browse");
     int children = 0;
-    for (const OpcUaNode* node = m_client.OpcUaReadRootNode()->child; node; node = node->next) {
+    for (const OpcUaNode* node = m_client.OpcUaReadRootNode()->child; node != nullptr; node = node->next)
         ++children;
-    }
     return children;
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "OpcUaClientInterface.h"
-
 #include <cstddef>
 #include <string>
+
+#include "OpcUaClientInterface.h"
 
 namespace bench {
 

@@ -20,9 +20,8 @@ void FacadeItems::add(std::vector<OpcUaNode>& nodes) {
     m_client.require(
         m_client.interface().OpcUaAddMultiMonitNode(nodes.data(), static_cast<int>(nodes.size())),
         "monitored items");
-    for (const OpcUaNode& node : nodes) {
+    for (const OpcUaNode& node : nodes)
         m_client.require(node.result, "monitored item");
-    }
 }
 
 void FacadeItems::OpcUaDataChange(_OpcUaDataChangeMsg message) {

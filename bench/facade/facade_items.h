@@ -1,11 +1,11 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "changes/change_sink.h"
 #include "facade/facade_client.h"
 #include "surroundings/tags.h"
-
-#include <string>
-#include <vector>
 
 namespace bench {
 

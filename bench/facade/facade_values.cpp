@@ -1,11 +1,11 @@
 #include "facade/facade_values.h"
 
-#include "facade/facade_items.h"
-
 #include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "facade/facade_items.h"
 
 namespace bench {
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <vector>
+
 #include "facade/facade_client.h"
 #include "raw/raw_values.h"
 #include "surroundings/tags.h"
-
-#include <vector>
 
 namespace bench {
 

@@ -1,12 +1,12 @@
 #include "facade/session_client.h"
 
-#include "surroundings/plant_nodes.h"
-#include "uabase/variant.h"
+#include <stdexcept>
+#include <string>
 
 #include <benchmark/benchmark.h>
 
-#include <stdexcept>
-#include <string>
+#include "surroundings/plant_nodes.h"
+#include "uabase/variant.h"
 
 using namespace UaClientSdk;
 
@@ -14,9 +14,8 @@ namespace bench {
 namespace {
 
 void require(const UaStatus& status, const char* operation) {
-    if (status.isNotGood()) {
+    if (status.isNotGood())
         throw std::runtime_error(std::string("session ") + operation + ": " + status.name());
-    }
 }
 
 template <typename Element>

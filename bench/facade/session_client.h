@@ -1,8 +1,8 @@
 #pragma once
 
-#include "uaclient/session.h"
-
 #include <string>
+
+#include "uaclient/session.h"
 
 namespace bench {
 

@@ -1,13 +1,13 @@
 #include "measuring/comparison.h"
 
-#include "measuring/figures.h"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <utility>
 #include <vector>
+
+#include "measuring/figures.h"
 
 namespace bench {
 namespace {
@@ -32,9 +32,8 @@ template <typename Value>
 std::vector<double> collect(const std::vector<Round>& rounds, Value value) {
     std::vector<double> values;
     values.reserve(rounds.size());
-    for (const Round& round : rounds) {
+    for (const Round& round : rounds)
         values.push_back(value(round));
-    }
     return values;
 }
 
@@ -69,9 +68,8 @@ void compare(benchmark::State& state, const Sides& sides) {
         state.SetIterationTime(rounds.back()[librarySide]);
     }
     state.counters[figures::library] = median(costsOf(rounds, librarySide));
-    if (!sides.baseline) {
+    if (!sides.baseline)
         return;
-    }
     state.counters[figures::baseline] = median(costsOf(rounds, baselineSide));
     const std::vector<double> ratios = ratiosOf(rounds, librarySide);
     state.counters[figures::ratio] = median(ratios);
@@ -84,9 +82,8 @@ void compare(benchmark::State& state, const Sides& sides) {
 }
 
 void publish(benchmark::State& state, double library) {
-    for ([[maybe_unused]] auto _ : state) {
+    for ([[maybe_unused]] auto _ : state)
         state.SetIterationTime(library);
-    }
     state.counters[figures::library] = library;
 }
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <benchmark/benchmark.h>
-
 #include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
+
+#include <benchmark/benchmark.h>
 
 namespace bench {
 
@@ -40,9 +40,8 @@ double secondsOf(Call&& call) {
 template <typename Call>
 double secondsPerCall(int count, Call&& call) {
     return secondsOf([count, &call] {
-               for (int i = 0; i < count; ++i) {
+               for (int i = 0; i < count; ++i)
                    call();
-               }
            }) /
            count;
 }

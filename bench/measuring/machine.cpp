@@ -1,17 +1,17 @@
 #include "measuring/machine.h"
 
-#include "measuring/placement.h"
-
-#include <gnu/libc-version.h>
-#include <open62541/config.h>
-#include <sys/utsname.h>
-
 #include <cstdlib>
 #include <fstream>
 #include <iomanip>
 #include <ios>
 #include <sstream>
 #include <string>
+#include <sys/utsname.h>
+
+#include <gnu/libc-version.h>
+#include <open62541/config.h>
+
+#include "measuring/placement.h"
 
 namespace bench {
 namespace {

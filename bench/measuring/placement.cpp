@@ -1,18 +1,17 @@
 #include "measuring/placement.h"
 
-#include <pthread.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
 #include <exception>
 #include <filesystem>
+#include <pthread.h>
 #include <stdexcept>
 #include <string>
+#include <sys/prctl.h>
+#include <sys/wait.h>
 #include <system_error>
+#include <unistd.h>
 #include <vector>
 
 namespace bench {
@@ -27,23 +26,20 @@ cpu_set_t only(int cpu) {
 
 cpu_set_t affinityOf(pid_t thread) {
     cpu_set_t set;
-    if (sched_getaffinity(thread, sizeof set, &set) != 0) {
+    if (sched_getaffinity(thread, sizeof set, &set) != 0)
         throw std::system_error(errno, std::generic_category(), "sched_getaffinity");
-    }
     return set;
 }
 
 void pin(pid_t thread, const cpu_set_t& cpus) {
-    if (sched_setaffinity(thread, sizeof cpus, &cpus) != 0) {
+    if (sched_setaffinity(thread, sizeof cpus, &cpus) != 0)
         throw std::system_error(errno, std::generic_category(), "sched_setaffinity");
-    }
 }
 
 void pinProcess(pid_t process, const cpu_set_t& cpus) {
     const std::filesystem::path tasks = "/proc/" + std::to_string(process) + "/task";
-    for (const auto& task : std::filesystem::directory_iterator(tasks)) {
+    for (const auto& task : std::filesystem::directory_iterator(tasks))
         pin(std::stoi(task.path().filename().string()), cpus);
-    }
 }
 
 } // namespace
@@ -51,30 +47,25 @@ void pinProcess(pid_t process, const cpu_set_t& cpus) {
 std::vector<int> usableCpus() {
     const cpu_set_t set = affinityOf(0);
     std::vector<int> cpus;
-    for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu) {
-        if (CPU_ISSET(static_cast<std::size_t>(cpu), &set)) {
+    for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu)
+        if (CPU_ISSET(static_cast<std::size_t>(cpu), &set))
             cpus.push_back(cpu);
-        }
-    }
     return cpus;
 }
 
 Placed::Placed(Placement placement, pid_t server) : m_server(server), m_before(affinityOf(0)) {
-    if (placement == Placement::Free) {
+    if (placement == Placement::Free)
         return;
-    }
     const std::vector<int> cpus = usableCpus();
     const int clientCpu = cpus.back();
     const int serverCpu = placement == Placement::OneCpu ? clientCpu : cpus.front();
-    if (placement == Placement::TwoCpus && serverCpu == clientCpu) {
+    if (placement == Placement::TwoCpus && serverCpu == clientCpu)
         throw std::runtime_error("needs two CPUs");
-    }
     pinProcess(m_server, only(serverCpu));
     pin(0, only(clientCpu));
     keepAwake(clientCpu);
-    if (serverCpu != clientCpu) {
+    if (serverCpu != clientCpu)
         keepAwake(serverCpu);
-    }
 }
 
 Placed::~Placed() {
@@ -95,9 +86,8 @@ Placed::~Placed() {
 void Placed::keepAwake(int cpu) {
     const pid_t parent = getpid();
     const pid_t spinner = fork();
-    if (spinner < 0) {
+    if (spinner < 0)
         throw std::system_error(errno, std::generic_category(), "fork");
-    }
     if (spinner > 0) {
         m_spinners.push_back(spinner);
         return;
@@ -109,7 +99,7 @@ void Placed::keepAwake(int cpu) {
         sched_setaffinity(0, sizeof cpus, &cpus) != 0 || sched_setscheduler(0, SCHED_IDLE, &idle) != 0) {
         _exit(1);
     }
-    for (volatile bool spin = true; spin;) {
+    for (const volatile bool spin = true; spin;) {
     }
     _exit(0);
 }

@@ -2,7 +2,6 @@
 
 #include <sched.h>
 #include <sys/types.h>
-
 #include <vector>
 
 namespace bench {

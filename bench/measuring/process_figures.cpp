@@ -1,10 +1,9 @@
 #include "measuring/process_figures.h"
 
+#include <fstream>
 #include <malloc.h>
 #include <sys/resource.h>
 #include <unistd.h>
-
-#include <fstream>
 
 namespace bench {
 

@@ -9,9 +9,8 @@ namespace bench {
 Setting::Setting(bool smoke) : m_smoke(smoke), m_server({"--page-size", "500"}) {}
 
 const test_support::PlantServer& Setting::securedServer() {
-    if (!m_securedServer) {
+    if (!m_securedServer)
         m_securedServer.emplace(std::vector<std::string>{"--security"});
-    }
     return *m_securedServer;
 }
 
@@ -42,9 +41,8 @@ const IdleClients& Setting::idleClients() {
 }
 
 const ChangeLatencies& Setting::changeLatencies() {
-    if (!m_changeLatencies) {
+    if (!m_changeLatencies)
         m_changeLatencies = measureChangeLatencies(url(), either(120, 2));
-    }
     return *m_changeLatencies;
 }
 

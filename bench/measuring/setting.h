@@ -1,13 +1,13 @@
 #pragma once
 
-#include "changes/change_latency.h"
-#include "changes/idle_clients.h"
-#include "support/server_process.h"
-
 #include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
+
+#include "changes/change_latency.h"
+#include "changes/idle_clients.h"
+#include "support/server_process.h"
 
 namespace bench {
 

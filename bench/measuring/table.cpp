@@ -1,14 +1,14 @@
 #include "measuring/table.h"
 
-#include "measuring/figures.h"
-#include "measuring/machine.h"
-
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <iostream>
 #include <string>
 #include <vector>
+
+#include "measuring/figures.h"
+#include "measuring/machine.h"
 
 namespace bench {
 namespace {
@@ -60,12 +60,12 @@ const double* figure(const benchmark::UserCounters& figures, const char* name) {
 
 std::string amount(const benchmark::UserCounters& figures, const char* name, Unit unit) {
     const double* value = figure(figures, name);
-    return value ? withUnit(*value, unit) : "";
+    return value != nullptr ? withUnit(*value, unit) : "";
 }
 
 std::string ratio(const benchmark::UserCounters& figures, const char* name) {
     const double* value = figure(figures, name);
-    return value ? formatted("%.2f", *value) : "";
+    return value != nullptr ? formatted("%.2f", *value) : "";
 }
 
 std::string boundText(const Operation& operation) {
@@ -90,13 +90,13 @@ bool isKept(const Bound& bound, const benchmark::UserCounters& found) {
     const double* const ratio = figure(found, figures::ratio);
     switch (bound.kind) {
     case Bound::Kind::Ratio:
-        return ratio && *ratio <= bound.limit;
+        return ratio != nullptr && *ratio <= bound.limit;
     case Bound::Kind::Value:
-        return library && *library <= bound.limit;
+        return library != nullptr && *library <= bound.limit;
     case Bound::Kind::Above:
-        return library && baseline && *library - *baseline <= bound.limit;
+        return library != nullptr && baseline != nullptr && *library - *baseline <= bound.limit;
     case Bound::Kind::Same:
-        return library && baseline && *library == *baseline;
+        return library != nullptr && baseline != nullptr && *library == *baseline;
     case Bound::Kind::None:
         break;
     }
@@ -129,9 +129,8 @@ bool Table::ReportContext(const Context&) {
 }
 
 void Table::ReportRuns(const std::vector<Run>& runs) {
-    for (const Run& run : runs) {
+    for (const Run& run : runs)
         printRow(run);
-    }
 }
 
 void Table::printRow(const Run& run) {
@@ -155,12 +154,10 @@ void Table::printRow(const Run& run) {
 }
 
 std::string Table::verdict(const Operation& operation, const benchmark::UserCounters& figures) {
-    if (operation.bound.kind == Bound::Kind::None) {
+    if (operation.bound.kind == Bound::Kind::None)
         return "information";
-    }
-    if (isKept(operation.bound, figures)) {
+    if (isKept(operation.bound, figures))
         return "kept";
-    }
     ++m_missed;
     return "MISSED";
 }

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "operations/operation.h"
-
 #include <cstddef>
 #include <string>
 #include <vector>
+
+#include "operations/operation.h"
 
 namespace bench {
 

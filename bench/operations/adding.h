@@ -1,13 +1,13 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "changes/change_sink.h"
 #include "facade/facade_items.h"
 #include "measuring/comparison.h"
 #include "raw/raw_items.h"
 #include "surroundings/tags.h"
-
-#include <string>
-#include <vector>
 
 namespace bench {
 

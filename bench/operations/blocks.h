@@ -1,11 +1,11 @@
 #pragma once
 
+#include <stdexcept>
+#include <string>
+
 #include "measuring/comparison.h"
 #include "measuring/setting.h"
 #include "surroundings/plant_nodes.h"
-
-#include <stdexcept>
-#include <string>
 
 namespace bench {
 
@@ -25,9 +25,8 @@ Block browses(Client& client) {
     return [&client] {
         int children = 0;
         const double seconds = secondsOf([&client, &children] { children = client.browseChildren(); });
-        if (children != plant_nodes::childCount) {
+        if (children != plant_nodes::childCount)
             throw std::runtime_error("browsed " + std::to_string(children) + " children");
-        }
         return seconds;
     };
 }

@@ -1,3 +1,10 @@
+#include <chrono>
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
 #include "changes/change_runs.h"
 #include "facade/facade_items.h"
 #include "measuring/comparison.h"
@@ -7,13 +14,6 @@
 #include "operations/blocks.h"
 #include "operations/operations.h"
 #include "raw/raw_items.h"
-
-#include <chrono>
-#include <cstddef>
-#include <stdexcept>
-#include <string>
-#include <thread>
-#include <vector>
 
 namespace bench {
 namespace {
@@ -25,9 +25,8 @@ template <typename Wait>
 void awaitFirstValues(const CountingSink& sink, std::size_t items, Wait wait) {
     const auto deadline = std::chrono::steady_clock::now() + patience;
     while (sink.count() < items) {
-        if (std::chrono::steady_clock::now() > deadline) {
+        if (std::chrono::steady_clock::now() > deadline)
             throw std::runtime_error("first values are missing");
-        }
         wait();
     }
 }

@@ -1,3 +1,5 @@
+#include <chrono>
+
 #include "facade/facade_client.h"
 #include "measuring/comparison.h"
 #include "operations/adding.h"
@@ -6,8 +8,6 @@
 #include "operations/operations.h"
 #include "raw/raw_client.h"
 #include "surroundings/delay_proxy.h"
-
-#include <chrono>
 
 // What goes over a plant network: the round trips count, not who sits on which CPU.
 namespace bench {

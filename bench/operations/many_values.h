@@ -1,15 +1,15 @@
 #pragma once
 
+#include <stdexcept>
+#include <string>
+#include <vector>
+
 #include "facade/facade_client.h"
 #include "facade/facade_values.h"
 #include "measuring/setting.h"
 #include "raw/raw_client.h"
 #include "raw/raw_values.h"
 #include "surroundings/tags.h"
-
-#include <stdexcept>
-#include <string>
-#include <vector>
 
 namespace bench {
 
@@ -20,9 +20,8 @@ struct ManyValues {
           raw(rawClient, nodes), facade(facadeClient, nodes) {
         raw.read();
         facade.read();
-        if (raw.cells() != facade.cells()) {
+        if (raw.cells() != facade.cells())
             throw std::runtime_error("the sides read different values");
-        }
     }
 
     std::vector<Tag> nodes;

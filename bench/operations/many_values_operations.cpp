@@ -1,3 +1,8 @@
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
 #include "facade/facade_client.h"
 #include "facade/facade_values.h"
 #include "measuring/comparison.h"
@@ -9,11 +14,6 @@
 #include "raw/raw_service.h"
 #include "raw/raw_values.h"
 #include "surroundings/plant_nodes.h"
-
-#include <algorithm>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
 namespace bench {
 namespace {
@@ -49,9 +49,8 @@ public:
         setField(m_node.nodeId, plant_nodes::changingShape);
         m_node.dataType = OpcUaDataType_Double;
         writeByLibrary(42.5);
-        if (readRaw() != 42.5 || readByLibrary() != 42.5) {
+        if (readRaw() != 42.5 || readByLibrary() != 42.5)
             throw std::runtime_error("the sides read different elements");
-        }
     }
     ~LongArray() { UA_NodeId_clear(&m_id); }
     LongArray(const LongArray&) = delete;
@@ -85,10 +84,9 @@ public:
 private:
     double* elementOf(UA_ReadResponse& response) {
         m_raw.readValue(m_id, response);
-        UA_Variant& value = response.results[0].value;
-        if (!UA_Variant_hasArrayType(&value, &UA_TYPES[UA_TYPES_DOUBLE]) || m_index >= value.arrayLength) {
+        const UA_Variant& value = response.results[0].value;
+        if (!UA_Variant_hasArrayType(&value, &UA_TYPES[UA_TYPES_DOUBLE]) || m_index >= value.arrayLength)
             throw std::runtime_error("raw read: no such element");
-        }
         return static_cast<double*>(value.data) + m_index;
     }
 

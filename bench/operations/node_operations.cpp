@@ -1,3 +1,10 @@
+#include <cstdio>
+#include <functional>
+#include <pthread.h>
+#include <string>
+#include <system_error>
+#include <vector>
+
 #include "facade/facade_client.h"
 #include "facade/session_client.h"
 #include "measuring/comparison.h"
@@ -5,14 +12,6 @@
 #include "operations/blocks.h"
 #include "operations/operations.h"
 #include "raw/raw_client.h"
-
-#include <pthread.h>
-
-#include <cstdio>
-#include <functional>
-#include <string>
-#include <system_error>
-#include <vector>
 
 namespace bench {
 namespace {
@@ -35,9 +34,8 @@ Block lookUps(const std::vector<std::string>& texts) {
     return [&texts] {
         COpcUaClientInterface client;
         return secondsOf([&client, &texts] {
-            for (const std::string& text : texts) {
+            for (const std::string& text : texts)
                 benchmark::DoNotOptimize(client.OpcUaGetUaNode(text.c_str(), OpcUaDataType_Double));
-            }
         });
     };
 }
@@ -54,7 +52,7 @@ OpcUaNode* makeSiblings(int count) {
 }
 
 void deleteOneByOne(OpcUaNode* node) {
-    while (node) {
+    while (node != nullptr) {
         OpcUaNode* const next = node->next;
         delete node;
         node = next;
@@ -74,9 +72,8 @@ void runOnSmallStack(std::function<void()> work) {
         },
         &work);
     pthread_attr_destroy(&attributes);
-    if (error != 0) {
+    if (error != 0)
         throw std::system_error(error, std::generic_category(), "pthread_create");
-    }
     pthread_join(thread, nullptr);
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <benchmark/benchmark.h>
-
 #include <string>
 #include <vector>
+
+#include <benchmark/benchmark.h>
 
 namespace bench {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "measuring/setting.h"
-
 #include <benchmark/benchmark.h>
+
+#include "measuring/setting.h"
 
 // What the rows of the table measure; main.cpp tells which question each of them answers.
 namespace bench {

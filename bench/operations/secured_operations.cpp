@@ -1,3 +1,6 @@
+#include <optional>
+#include <string>
+
 #include "facade/facade_client.h"
 #include "measuring/comparison.h"
 #include "measuring/placement.h"
@@ -5,9 +8,6 @@
 #include "operations/operations.h"
 #include "raw/raw_client.h"
 #include "surroundings/own_certificates.h"
-
-#include <optional>
-#include <string>
 
 namespace bench {
 namespace {

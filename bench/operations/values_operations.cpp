@@ -1,3 +1,8 @@
+#include <chrono>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
 #include "facade/facade_client.h"
 #include "facade/session_client.h"
 #include "measuring/comparison.h"
@@ -5,11 +10,6 @@
 #include "operations/blocks.h"
 #include "operations/operations.h"
 #include "raw/raw_client.h"
-
-#include <chrono>
-#include <stdexcept>
-#include <thread>
-#include <vector>
 
 namespace bench {
 namespace {
@@ -24,10 +24,8 @@ struct Clients {
         const double written = 42.5;
         raw.writeScalar(0);
         facade.writeScalar(written);
-        if (raw.readScalar() != written || session.readScalar() != written ||
-            facade.readScalar() != written) {
+        if (raw.readScalar() != written || session.readScalar() != written || facade.readScalar() != written)
             throw std::runtime_error("the sides read different values");
-        }
     }
 
     RawClient raw;

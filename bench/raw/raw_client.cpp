@@ -1,14 +1,14 @@
 #include "raw/raw_client.h"
 
-#include "raw/raw_security.h"
-#include "raw/raw_service.h"
-#include "surroundings/plant_nodes.h"
-
-#include <benchmark/benchmark.h>
-
 #include <cstddef>
 #include <stdexcept>
 #include <string>
+
+#include <benchmark/benchmark.h>
+
+#include "raw/raw_security.h"
+#include "raw/raw_service.h"
+#include "surroundings/plant_nodes.h"
 
 namespace bench {
 
@@ -53,9 +53,8 @@ void RawClient::readValue(const UA_NodeId& node, UA_ReadResponse& response) {
     request.nodesToRead = &item;
     request.nodesToReadSize = 1;
     call(handle(), request, UA_TYPES_READREQUEST, response, UA_TYPES_READRESPONSE, "read");
-    if (response.resultsSize != 1) {
+    if (response.resultsSize != 1)
         throw std::runtime_error("raw read: no result");
-    }
     require(response.results[0].status, "read");
 }
 
@@ -63,9 +62,8 @@ double RawClient::readScalar() {
     UA_ReadResponse response;
     readValue(m_scalar, response);
     const UA_DataValue& result = response.results[0];
-    if (!UA_Variant_hasScalarType(&result.value, &UA_TYPES[UA_TYPES_DOUBLE])) {
+    if (!UA_Variant_hasScalarType(&result.value, &UA_TYPES[UA_TYPES_DOUBLE]))
         throw std::runtime_error("raw read: no Double");
-    }
     const double value = *static_cast<const UA_Double*>(result.value.data);
     UA_ReadResponse_clear(&response);
     return value;
@@ -91,9 +89,8 @@ void RawClient::writeValue(const UA_NodeId& node, const UA_Variant& value) {
     request.nodesToWriteSize = 1;
     UA_WriteResponse response;
     call(handle(), request, UA_TYPES_WRITEREQUEST, response, UA_TYPES_WRITERESPONSE, "write");
-    if (response.resultsSize != 1) {
+    if (response.resultsSize != 1)
         throw std::runtime_error("raw write: no result");
-    }
     require(response.results[0], "write");
     UA_WriteResponse_clear(&response);
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "raw/raw_connection.h"
-
 #include <string>
+
+#include "raw/raw_connection.h"
 
 namespace bench {
 

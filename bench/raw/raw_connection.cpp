@@ -1,13 +1,13 @@
 #include "raw/raw_connection.h"
 
-#include "raw/raw_service.h"
+#include <new>
+#include <string>
 
 #include <open62541/client_config_default.h>
 #include <open62541/plugin/log_stdout.h>
 #include <open62541/plugin/pki_default.h>
 
-#include <new>
-#include <string>
+#include "raw/raw_service.h"
 
 namespace bench {
 namespace {
@@ -19,9 +19,8 @@ UA_SecureChannelState channelState(UA_Client* client) {
 }
 
 void setTrustList(UA_CertificateVerification& verification, const std::string& trustedServer) {
-    if (trustedServer.empty()) {
+    if (trustedServer.empty())
         return;
-    }
     const UA_ByteString trusted = raw::view(trustedServer);
     raw::require(UA_CertificateVerification_Trustlist(&verification, &trusted, 1, nullptr, 0, nullptr, 0),
                  "trust list");
@@ -44,9 +43,8 @@ RawConnection::RawConnection(UA_ClientConfig& config, const std::string& url, Pu
     : m_purpose(purpose) {
     raw::require(UA_ClientConfig_setDefault(&config), "configuration");
     m_client = UA_Client_newWithConfig(&config);
-    if (m_client == nullptr) {
+    if (m_client == nullptr)
         throw std::bad_alloc();
-    }
     try {
         // Up to 1.4.11 the engine keeps a pointer to this: it is set where it stays.
         setTrustList(UA_Client_getConfig(m_client)->certificateVerification, trustedServer);
@@ -63,14 +61,12 @@ RawConnection::~RawConnection() {
 }
 
 void RawConnection::open(const std::string& url) {
-    if (m_purpose == Purpose::Session) {
+    if (m_purpose == Purpose::Session)
         raw::require(UA_Client_connectAsync(m_client, url.c_str()), "connect");
-    } else {
+    else
         raw::require(UA_Client_connectSecureChannelAsync(m_client, url.c_str()), "connect");
-    }
-    while (!isOpen()) {
+    while (!isOpen())
         raw::require(UA_Client_run_iterate(m_client, raw::timeoutMilliseconds), "connect");
-    }
 }
 
 bool RawConnection::isOpen() const {
@@ -94,19 +90,16 @@ void RawConnection::close() {
         UA_CloseSessionResponse_clear(&response);
     }
     UA_Client_disconnectSecureChannelAsync(m_client);
-    while (channelState(m_client) != UA_SECURECHANNELSTATE_CLOSED) {
+    while (channelState(m_client) != UA_SECURECHANNELSTATE_CLOSED)
         UA_Client_run_iterate(m_client, 0);
-    }
 }
 
 void RawConnection::release() {
     UA_EventLoop* const loop = UA_Client_getConfig(m_client)->eventLoop;
-    if (loop->state == UA_EVENTLOOPSTATE_STARTED) {
+    if (loop->state == UA_EVENTLOOPSTATE_STARTED)
         loop->stop(loop);
-    }
-    while (loop->state == UA_EVENTLOOPSTATE_STOPPING) {
+    while (loop->state == UA_EVENTLOOPSTATE_STOPPING)
         loop->run(loop, 0);
-    }
     UA_Client_delete(m_client);
 }
 

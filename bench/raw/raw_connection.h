@@ -1,8 +1,8 @@
 #pragma once
 
-#include <open62541/client.h>
-
 #include <string>
+
+#include <open62541/client.h>
 
 namespace bench {
 

@@ -4,9 +4,8 @@ namespace bench {
 
 RawDriver::RawDriver(RawClient& client)
     : m_thread([this, &client] {
-          while (!m_stop) {
+          while (!m_stop)
               client.iterate(1000);
-          }
       }) {}
 
 RawDriver::~RawDriver() {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "raw/raw_client.h"
-
 #include <atomic>
 #include <thread>
+
+#include "raw/raw_client.h"
 
 namespace bench {
 

@@ -1,14 +1,14 @@
 #include "raw/raw_items.h"
 
-#include "raw/raw_service.h"
-
-#include <open62541/client_subscriptions.h>
-
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <string>
 #include <vector>
+
+#include <open62541/client_subscriptions.h>
+
+#include "raw/raw_service.h"
 
 namespace bench {
 namespace {
@@ -16,9 +16,8 @@ namespace {
 constexpr std::size_t batchSize = 20;
 
 void takeChange(UA_Client*, UA_UInt32, void* sink, UA_UInt32, void*, UA_DataValue* change) {
-    if (change->hasValue && change->status == UA_STATUSCODE_GOOD && UA_Variant_isScalar(&change->value)) {
+    if (change->hasValue && change->status == UA_STATUSCODE_GOOD && UA_Variant_isScalar(&change->value))
         static_cast<ChangeSink*>(sink)->changed(change->value.data, change->value.type->memSize);
-    }
 }
 
 } // namespace
@@ -43,9 +42,8 @@ RawItems::~RawItems() {
 }
 
 void RawItems::add(const std::vector<UA_NodeId>& nodes) {
-    for (std::size_t done = 0; done < nodes.size(); done += batchSize) {
+    for (std::size_t done = 0; done < nodes.size(); done += batchSize)
         addBatch(nodes.data() + done, std::min(batchSize, nodes.size() - done));
-    }
 }
 
 void RawItems::addBatch(const UA_NodeId* nodes, std::size_t count) {
@@ -72,22 +70,19 @@ void RawItems::addBatch(const UA_NodeId* nodes, std::size_t count) {
     UA_CreateMonitoredItemsResponse response = UA_Client_MonitoredItems_createDataChanges(
         m_client.handle(), request, contexts.data(), callbacks.data(), deleteCallbacks.data());
     raw::require(response.responseHeader.serviceResult, "create monitored items");
-    for (std::size_t i = 0; i < response.resultsSize; ++i) {
+    for (std::size_t i = 0; i < response.resultsSize; ++i)
         raw::require(response.results[i].statusCode, "create monitored item");
-    }
     UA_CreateMonitoredItemsResponse_clear(&response);
 }
 
 RawNodeIds::RawNodeIds(const std::vector<Tag>& nodes) {
-    for (const Tag& node : nodes) {
+    for (const Tag& node : nodes)
         m_ids.push_back(raw::parsed(node.nodeId));
-    }
 }
 
 RawNodeIds::~RawNodeIds() {
-    for (UA_NodeId& id : m_ids) {
+    for (UA_NodeId& id : m_ids)
         UA_NodeId_clear(&id);
-    }
 }
 
 } // namespace bench

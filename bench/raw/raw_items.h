@@ -1,12 +1,12 @@
 #pragma once
 
-#include "changes/change_sink.h"
-#include "raw/raw_client.h"
-#include "surroundings/tags.h"
-
 #include <cstddef>
 #include <string>
 #include <vector>
+
+#include "changes/change_sink.h"
+#include "raw/raw_client.h"
+#include "surroundings/tags.h"
 
 namespace bench {
 

@@ -1,10 +1,5 @@
 #include "raw/raw_security.h"
 
-#include "raw/raw_connection.h"
-#include "raw/raw_service.h"
-
-#include <open62541/plugin/securitypolicy_default.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
@@ -13,6 +8,11 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
+
+#include <open62541/plugin/securitypolicy_default.h>
+
+#include "raw/raw_connection.h"
+#include "raw/raw_service.h"
 
 namespace bench {
 namespace {
@@ -56,9 +56,8 @@ void setEndpoint(UA_ClientConfig& config, const std::string& url) {
     UA_GetEndpointsResponse offers = queryEndpoints(url);
     UA_EndpointDescription* const end = offers.endpoints + offers.endpointsSize;
     const UA_EndpointDescription* const found = std::find_if(offers.endpoints, end, isWanted);
-    if (found == end) {
+    if (found == end)
         throw std::runtime_error("raw get endpoints: no Basic256Sha256 with SignAndEncrypt");
-    }
     stayAt(config, *found);
     UA_GetEndpointsResponse_clear(&offers);
 }
@@ -98,9 +97,8 @@ UA_ClientConfig securedConfiguration(const std::string& url, const RawIdentity& 
 std::string contentOf(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
     std::string content{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    if (content.empty()) {
+    if (content.empty())
         throw std::runtime_error("nothing in " + file.string());
-    }
     return content;
 }
 

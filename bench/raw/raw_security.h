@@ -1,9 +1,9 @@
 #pragma once
 
-#include <open62541/client.h>
-
 #include <filesystem>
 #include <string>
+
+#include <open62541/client.h>
 
 namespace bench {
 

@@ -1,18 +1,17 @@
 #pragma once
 
-#include <open62541/client.h>
-
 #include <stdexcept>
 #include <string>
+
+#include <open62541/client.h>
 
 namespace bench::raw {
 
 constexpr UA_UInt32 timeoutMilliseconds = 10000;
 
 inline void require(UA_StatusCode status, const char* operation) {
-    if (status != UA_STATUSCODE_GOOD) {
+    if (status != UA_STATUSCODE_GOOD)
         throw std::runtime_error(std::string("raw ") + operation + ": " + UA_StatusCode_name(status));
-    }
 }
 
 /// The engine's views take no const; nothing is written through them.

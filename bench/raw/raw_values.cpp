@@ -1,12 +1,12 @@
 #include "raw/raw_values.h"
 
-#include "raw/raw_service.h"
-
 #include <algorithm>
 #include <array>
 #include <cstring>
 #include <stdexcept>
 #include <vector>
+
+#include "raw/raw_service.h"
 
 namespace bench {
 namespace {
@@ -15,15 +15,13 @@ constexpr std::size_t batchSize = 20;
 
 template <typename Node, typename Value, typename Serve>
 void inBatches(const std::vector<Node>& nodes, Value* values, Serve serve) {
-    for (std::size_t done = 0; done < nodes.size(); done += batchSize) {
+    for (std::size_t done = 0; done < nodes.size(); done += batchSize)
         serve(nodes.data() + done, std::min(batchSize, nodes.size() - done), values + done);
-    }
 }
 
 void requireResults(std::size_t asked, std::size_t answered) {
-    if (asked != answered) {
+    if (asked != answered)
         throw std::runtime_error("raw call: results are missing");
-    }
 }
 
 } // namespace
@@ -37,9 +35,8 @@ RawValues::RawValues(RawClient& client, const std::vector<Tag>& nodes)
 }
 
 RawValues::~RawValues() {
-    for (Node& node : m_nodes) {
+    for (Node& node : m_nodes)
         UA_NodeId_clear(&node.id);
-    }
 }
 
 void RawValues::read() {
@@ -70,9 +67,8 @@ void RawValues::readBatch(const Node* nodes, std::size_t count, Cell* values) {
     for (std::size_t i = 0; i < count; ++i) {
         const UA_DataValue& result = response.results[i];
         raw::require(result.status, "read");
-        if (!UA_Variant_hasScalarType(&result.value, nodes[i].type)) {
+        if (!UA_Variant_hasScalarType(&result.value, nodes[i].type))
             throw std::runtime_error("raw read: another type");
-        }
         std::memcpy(&values[i], result.value.data, nodes[i].type->memSize);
     }
     UA_ReadResponse_clear(&response);
@@ -93,9 +89,8 @@ void RawValues::writeBatch(const Node* nodes, std::size_t count, const Cell* val
     UA_WriteResponse response;
     raw::call(m_client, request, UA_TYPES_WRITEREQUEST, response, UA_TYPES_WRITERESPONSE, "write");
     requireResults(count, response.resultsSize);
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i)
         raw::require(response.results[i], "write");
-    }
     UA_WriteResponse_clear(&response);
 }
 

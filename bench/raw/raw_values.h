@@ -1,11 +1,11 @@
 #pragma once
 
-#include "raw/raw_client.h"
-#include "surroundings/tags.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <vector>
+
+#include "raw/raw_client.h"
+#include "surroundings/tags.h"
 
 namespace bench {
 

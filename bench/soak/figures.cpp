@@ -1,11 +1,15 @@
 #include "soak/figures.h"
 
-#include "measuring/process_figures.h"
-
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <iomanip>
+#include <ios>
+#include <iterator>
 #include <ostream>
+#include <vector>
+
+#include "measuring/process_figures.h"
 
 namespace soak {
 namespace {
@@ -21,9 +25,8 @@ template <typename Figure>
 double median(const std::vector<Figures>& samples, std::size_t first, std::size_t end,
               Figure Figures::* which) {
     std::vector<double> values;
-    for (std::size_t i = first; i < end; ++i) {
+    for (std::size_t i = first; i < end; ++i)
         values.push_back(static_cast<double>(samples[i].*which));
-    }
     std::sort(values.begin(), values.end());
     return values[values.size() / 2];
 }

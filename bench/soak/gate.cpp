@@ -1,5 +1,7 @@
 #include "soak/gate.h"
 
+#include <mutex>
+
 namespace soak {
 
 bool Gate::pass() {

@@ -1,17 +1,21 @@
-#include "soak/figures.h"
-#include "soak/network.h"
-#include "soak/workers.h"
-#include "support/server_process.h"
-
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <iomanip>
 #include <iostream>
 #include <memory>
 #include <random>
+#include <ratio>
+#include <thread>
 #include <vector>
+
+#include "soak/figures.h"
+#include "soak/network.h"
+#include "soak/workers.h"
+#include "support/server_process.h"
 
 namespace {
 
@@ -58,16 +62,14 @@ Soak::Soak(unsigned seed) : m_random(seed), m_gate(std::make_unique<soak::Gate>(
         std::make_unique<soak::VisitingWorker>(*m_gate, m_work, m_network.url(), m_server.port()));
     std::cout << "minute  resident MB  heap MB  descriptors  threads  operations  refused    changes  outages"
                  "  connections lost\n";
-    for (const auto& worker : m_workers) {
+    for (const auto& worker : m_workers)
         worker->start();
-    }
 }
 
 Soak::~Soak() {
     m_gate->end();
-    for (const auto& worker : m_workers) {
+    for (const auto& worker : m_workers)
         worker->join();
-    }
 }
 
 bool Soak::succeeded() const {
@@ -77,9 +79,8 @@ bool Soak::succeeded() const {
             return false;
         }
     }
-    if (m_work.lost > 0) {
+    if (m_work.lost > 0)
         std::cerr << "opcua-soak: " << m_work.lost << " connections did not survive an outage\n";
-    }
     return m_work.lost == 0;
 }
 
@@ -94,9 +95,8 @@ void Soak::workUntil(Clock::time_point end) {
     while (Clock::now() < end) {
         const auto next = Clock::now() + randomTime(2000, 20000);
         m_gate->waitForLeaver(std::min(next, end));
-        if (next < end) {
+        if (next < end)
             haveOutage(randomTime(200, 12000));
-        }
     }
 }
 
@@ -117,7 +117,8 @@ void Soak::takeSample() {
               << figures.residentMegabytes << std::setw(9) << figures.heapMegabytes << std::setw(13)
               << figures.descriptors << std::setw(9) << figures.threads << std::setw(12) << m_work.operations
               << std::setw(9) << m_work.refused << std::setw(11) << m_work.changes << std::setw(9)
-              << m_outages << std::setw(18) << m_work.lost << std::endl;
+              << m_outages << std::setw(18) << m_work.lost << '\n'
+              << std::flush;
     m_gate->open();
 }
 
@@ -137,9 +138,8 @@ int soakFor(double minutes, unsigned seed, bool judged) {
     Soak soak(seed);
     soak.run(std::chrono::duration_cast<Clock::duration>(Minutes(minutes)),
              std::max(static_cast<int>(minutes), leastSamples));
-    if (!soak.succeeded()) {
+    if (!soak.succeeded())
         return 1;
-    }
     return soak::stayedFlat(soak.samples(), std::cout) || !judged ? 0 : 1;
 }
 
@@ -147,12 +147,10 @@ int soakFor(double minutes, unsigned seed, bool judged) {
 
 int main(int argc, char** argv) {
     try {
-        if (argc == 3 && std::strcmp(argv[1], soak::networkOption) == 0) {
+        if (argc == 3 && std::strcmp(argv[1], soak::networkOption) == 0)
             return soak::runNetwork(static_cast<std::uint16_t>(std::strtoul(argv[2], nullptr, 10)));
-        }
-        if (argc == 2 && std::strcmp(argv[1], "--smoke") == 0) {
+        if (argc == 2 && std::strcmp(argv[1], "--smoke") == 0)
             return soakFor(0.1, 1, false);
-        }
         const double minutes = argc == 2 || argc == 3 ? std::strtod(argv[1], nullptr) : 0;
         const unsigned long seed = argc == 3 ? std::strtoul(argv[2], nullptr, 10) : 1;
         return minutes > 0 ? soakFor(minutes, static_cast<unsigned>(seed), true) : usage();

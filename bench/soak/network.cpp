@@ -1,8 +1,10 @@
 #include "soak/network.h"
 
 #include <csignal>
+#include <cstdint>
 #include <filesystem>
 #include <iostream>
+#include <string>
 
 namespace soak {
 namespace {
@@ -31,12 +33,11 @@ void Network::speak() const {
 int runNetwork(std::uint16_t targetPort) {
     sigset_t signals;
     sigemptyset(&signals);
-    for (const int one : {holdEverything, loseEverything, speakAgain, SIGTERM}) {
+    for (const int one : {holdEverything, loseEverything, speakAgain, SIGTERM})
         sigaddset(&signals, one);
-    }
     pthread_sigmask(SIG_BLOCK, &signals, nullptr); // for the proxy's thread as well
     OutageProxy proxy(targetPort);
-    std::cout << "network: ready at " << proxy.url() << std::endl;
+    std::cout << "network: ready at " << proxy.url() << '\n' << std::flush;
     for (int received = 0; sigwait(&signals, &received) == 0 && received != SIGTERM;) {
         if (received == speakAgain) {
             proxy.speak();

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <cstdint>
+#include <string>
+
 #include "support/outage_proxy.h"
 #include "support/server_process.h"
-
-#include <string>
 
 namespace soak {
 

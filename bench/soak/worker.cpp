@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <exception>
+#include <thread>
 
 namespace soak {
 
@@ -15,9 +16,8 @@ void Worker::join() {
 
 void Worker::run() {
     try {
-        while (m_gate.pass()) {
+        while (m_gate.pass())
             round();
-        }
     } catch (const std::exception& error) {
         m_failure = error.what();
         m_gate.leave();

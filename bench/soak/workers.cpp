@@ -1,11 +1,15 @@
 #include "soak/workers.h"
 
-#include "surroundings/tags.h"
-
+#include <array>
 #include <chrono>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "surroundings/tags.h"
 
 namespace soak {
 namespace {
@@ -16,9 +20,8 @@ const std::string rack = "ns=3;s=TestRack.";
 
 PanelWorker::PanelWorker(Gate& gate, Work& work, const std::string& url)
     : Worker(gate, work), m_client(url, work), m_values(tagCount) {
-    for (const bench::Tag& tag : bench::tags(0, tagCount)) {
+    for (const bench::Tag& tag : bench::tags(0, tagCount))
         m_tags.push_back(recordOf(tag.nodeId, tag.dataType));
-    }
 }
 
 void PanelWorker::round() {
@@ -106,9 +109,8 @@ void BrowsingWorker::round() {
     }
     count(m_client->OpcUaBrowse(nullptr));
     if (OpcUaNode* const root = m_client->OpcUaReadRootNode()) {
-        for (OpcUaNode* child = root->child; child; child = child->next) {
+        for (OpcUaNode* child = root->child; child != nullptr; child = child->next)
             count(m_client->OpcUaBrowse(child));
-        }
         // A record of the application's own that the tree knows, since a key may be the beginning of one.
         OpcUaNode folder = recordOf("i=85");
         count(m_client->OpcUaBrowse(&folder));
@@ -149,9 +151,8 @@ void VisitingWorker::round() {
     _OpcUaClientConfig config = nextConfig();
     if (count(client.OpcUaConnect(config))) {
         look(client);
-        if (m_visits % 3 != 0) { // else the destructor does it
+        if (m_visits % 3 != 0) // else the destructor does it
             count(client.OpcUaDisConnect());
-        }
     }
     // More visits would only crowd out the other workers.
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
@@ -163,9 +164,8 @@ void VisitingWorker::look(COpcUaClientInterface& client) {
     count(client.OpcUaAddMonitNode(&record, nullptr, 0));
     unsigned int value = 0;
     int size = sizeof value;
-    for (int i = 0; i < 10; ++i) {
+    for (int i = 0; i < 10; ++i)
         count(client.OpcUaGetValue(&record, &value, size));
-    }
 }
 
 } // namespace soak

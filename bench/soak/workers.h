@@ -1,9 +1,11 @@
 #pragma once
 
-#include "soak/steady_client.h"
-
 #include <array>
+#include <cstddef>
+#include <string>
 #include <vector>
+
+#include "soak/steady_client.h"
 
 namespace soak {
 

@@ -1,20 +1,25 @@
 #include "surroundings/delay_proxy.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
+#include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
+#include <ctime>
+#include <deque>
+#include <list>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <string>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cerrno>
-#include <deque>
-#include <list>
 #include <system_error>
+#include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace bench {
@@ -31,9 +36,8 @@ sockaddr_in loopback(std::uint16_t port) {
 }
 
 int checked(int result, const char* what) {
-    if (result < 0) {
+    if (result < 0)
         throw std::system_error(errno, std::generic_category(), what);
-    }
     return result;
 }
 
@@ -94,9 +98,8 @@ class Link {
 public:
     Link(int client, int server) : m_client(client), m_server(server) {
         const int on = 1;
-        for (const int end : {client, server}) {
+        for (const int end : {client, server})
             setsockopt(end, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-        }
     }
     ~Link() {
         close(m_client);
@@ -123,16 +126,15 @@ public:
     [[noreturn]] void run() {
         for (;;) {
             wait();
-            if ((m_ready.front().revents & POLLIN) != 0) {
+            if ((m_ready.front().revents & POLLIN) != 0)
                 accept();
-            }
             const Clock::time_point now = Clock::now();
             std::size_t entry = 1;
             for (Link& link : m_links) {
                 for (Lane& lane : link.lanes) {
-                    if (entry < m_ready.size() && m_ready[entry++].revents != 0) {
+                    if (entry < m_ready.size() && m_ready[entry].revents != 0)
                         lane.take(now + m_delay);
-                    }
+                    ++entry;
                     lane.give(now);
                 }
             }
@@ -160,7 +162,7 @@ private:
         const int client = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
         const int server = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
         const sockaddr_in address = loopback(m_port);
-        connect(server, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+        static_cast<void>(connect(server, reinterpret_cast<const sockaddr*>(&address), sizeof address));
         m_links.emplace_back(client, server);
     }
 

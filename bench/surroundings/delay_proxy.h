@@ -1,10 +1,9 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <chrono>
 #include <cstdint>
 #include <string>
+#include <sys/types.h>
 
 namespace bench {
 

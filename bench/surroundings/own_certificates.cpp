@@ -22,9 +22,8 @@ void OwnCertificates::remove() const {
 
 RawIdentity OwnCertificates::identity() const {
     const fs::directory_iterator trusted(store() / "trusted" / "certs");
-    if (trusted == fs::directory_iterator()) {
+    if (trusted == fs::directory_iterator())
         throw std::runtime_error("the library trusts no server");
-    }
     return {contentOf(store() / "own" / "certs" / "HMIClient.der"),
             contentOf(store() / "own" / "private" / "HMIClient.pem"), "urn:HMI:Kestrova::RK4400",
             contentOf(trusted->path())};

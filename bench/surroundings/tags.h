@@ -1,9 +1,9 @@
 #pragma once
 
-#include "OpcUaTypes.h"
-
 #include <string>
 #include <vector>
+
+#include "OpcUaTypes.h"
 
 namespace bench {
 

@@ -1,12 +1,12 @@
-#include "options.h"
-#include "server/server.h"
-
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
 #include <sys/prctl.h>
 #include <unistd.h>
+
+#include "options.h"
+#include "server/server.h"
 
 namespace {
 

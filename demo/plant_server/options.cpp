@@ -1,11 +1,12 @@
 #include "options.h"
 
-#include <CLI/CLI.hpp>
 #include <arpa/inet.h>
 #include <cstddef>
 #include <fstream>
 #include <string>
 #include <vector>
+
+#include <CLI/CLI.hpp>
 
 namespace plant_server {
 namespace {

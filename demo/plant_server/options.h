@@ -1,11 +1,11 @@
 #pragma once
 
+#include <optional>
+#include <string>
+
 #include "plant/tags.h"
 #include "server/clients.h"
 #include "server/security.h"
-
-#include <optional>
-#include <string>
 
 namespace plant_server {
 

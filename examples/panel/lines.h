@@ -43,9 +43,8 @@ public:
 
 private:
     bool take(std::string& line) {
-        if (m_closed || m_lines.empty()) {
+        if (m_closed || m_lines.empty())
             return false;
-        }
         line = m_lines.front();
         m_lines.pop_front();
         return true;

@@ -40,8 +40,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     Panel panel(server, argv[2], argv[3]);
-    for (std::string line; std::getline(std::cin, line);) {
+    for (std::string line; std::getline(std::cin, line);)
         panel.enter(line);
-    }
     return 0;
 }

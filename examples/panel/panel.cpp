@@ -46,9 +46,8 @@ void Panel::work() {
         watching = watching ? lookAfter() : connect() && findVariables() && subscribe();
         pause = watching ? shortest : std::min(2 * pause, longest);
         std::string line;
-        if (m_lines.next(line, pause)) {
+        if (m_lines.next(line, pause))
             write(line);
-        }
     }
     m_client.OpcUaDisConnect(); // no callback comes any more
 }
@@ -78,9 +77,8 @@ int Panel::OpcUaTrustServerCertificate(_OpcUaCertificateMsg certificate) {
     show("trust it? once, always, or anything else for no");
     std::string answer;
     m_lines.next(answer);
-    if (answer == "always") {
+    if (answer == "always")
         return OpcUaTrust_Always;
-    }
     return answer == "once" ? OpcUaTrust_Once : OpcUaTrust_Reject;
 }
 
@@ -93,14 +91,12 @@ bool Panel::findVariables() {
         for (const OpcUaNode* node = m_client.OpcUaReadRootNode()->child; node != nullptr;
              node = node->next) {
             const bool scalar = node->arrayInfo.kind == 0 && node->dataType != OpcUaDataType_Null;
-            if (node->nodeClass == OpcUaNodeClass_Variable && scalar) {
+            if (node->nodeClass == OpcUaNodeClass_Variable && scalar)
                 m_variables.push_back(*node);
-            }
         }
     }
-    if (m_variables.empty()) {
+    if (m_variables.empty())
         show(std::string("nothing to watch: ") + OpcUaResultText(code));
-    }
     return !m_variables.empty();
 }
 
@@ -108,18 +104,15 @@ bool Panel::subscribe() {
     m_failed.clear();
     m_client.OpcUaDeleteSubScription(); // there may be one that has ended
     int code = m_client.OpcUaCreateSubScription(250);
-    if (code == 0) {
+    if (code == 0)
         code = m_client.OpcUaAddMultiMonitNode(m_variables.data(), static_cast<int>(m_variables.size()));
-    }
     if (code != 0) {
         show(std::string("not watching: ") + OpcUaResultText(code));
         return false;
     }
-    for (const OpcUaNode& node : m_variables) {
-        if (node.result != 0) {
+    for (const OpcUaNode& node : m_variables)
+        if (node.result != 0)
             show(OpcUaFieldText(node.nodeId) + " is not watched");
-        }
-    }
     return true;
 }
 
@@ -149,26 +142,22 @@ bool Panel::lookAfter() {
 
 void Panel::checkSensors() {
     const auto now = std::chrono::steady_clock::now();
-    if (now < m_nextCheck) {
+    if (now < m_nextCheck)
         return;
-    }
     m_nextCheck = now + std::chrono::seconds(1);
     char value[256]; // what is in it does not matter here, only whether there is something
     std::vector<OpcUa_ReadNode> requests;
-    for (OpcUaNode& node : m_variables) {
+    for (OpcUaNode& node : m_variables)
         requests.push_back({&node, value, sizeof value});
-    }
     const int code = m_client.OpcUaGetMultiValue(requests.data(), static_cast<int>(requests.size()));
-    if (code != 0 || m_client.OpcUaGetConnectStatus() != OpcUaConnectStatus_Connected) {
+    if (code != 0 || m_client.OpcUaGetConnectStatus() != OpcUaConnectStatus_Connected)
         return; // the connection is to blame, no sensor
-    }
     for (const OpcUaNode& node : m_variables) {
         const std::string id = OpcUaFieldText(node.nodeId);
-        if (node.result != 0 && m_failed.insert(id).second) {
+        if (node.result != 0 && m_failed.insert(id).second)
             show(id + " has failed");
-        } else if (node.result == 0 && m_failed.erase(id) != 0) {
+        else if (node.result == 0 && m_failed.erase(id) != 0)
             show(id + " is good again");
-        }
     }
 }
 

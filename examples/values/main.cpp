@@ -19,9 +19,8 @@ OpcUaNode nodeOf(const std::string& name, _OpcUaDataType type) {
 
 void show(const char* what, int code, const void* bytes, int count, int size) {
     std::printf("%-24s result %d, size %2d, bytes", what, code, size);
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < count; ++i)
         std::printf(" %02x", static_cast<const unsigned char*>(bytes)[i]);
-    }
     std::printf("\n");
 }
 

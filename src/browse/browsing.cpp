@@ -32,11 +32,9 @@ OpcUaNode* makeRoot(std::string_view name, const UaNodeId& id, int nodeClass) {
 /// The highest of the eight node classes whose bit is set (OPC UA Part 3, 5.2.3); 0 when none is.
 int nodeClassOf(const OpcUa_ReferenceDescription& reference) {
     int nodeClass = 0;
-    for (int bit = 1; bit <= 128; bit *= 2) {
-        if ((wireNumber(reference.nodeClass) & bit) != 0) {
+    for (int bit = 1; bit <= 128; bit *= 2)
+        if ((wireNumber(reference.nodeClass) & bit) != 0)
             nodeClass = bit;
-        }
-    }
     return nodeClass;
 }
 
@@ -55,11 +53,11 @@ BrowseContext childrenContext() {
 class ChildAppender {
 public:
     explicit ChildAppender(OpcUaNode* parent)
-        : m_parent(parent), m_last(parent->child ? lastSibling(parent->child) : nullptr) {}
+        : m_parent(parent), m_last(parent->child != nullptr ? lastSibling(parent->child) : nullptr) {}
 
     void append(OpcUaNode* child) {
         child->parent = m_parent;
-        (m_last ? m_last->next : m_parent->child) = child;
+        (m_last != nullptr ? m_last->next : m_parent->child) = child;
         m_last = child;
     }
 
@@ -75,9 +73,8 @@ public:
     const char* excess(std::size_t children, bool morePages) {
         m_children += children;
         m_emptyPages = children == 0 ? m_emptyPages + 1 : 0;
-        if (m_children > maximumChildren) {
+        if (m_children > maximumChildren)
             return "more than 250000 children";
-        }
         return morePages && m_emptyPages >= maximumEmptyPages ? "ten empty pages in a row" : nullptr;
     }
 
@@ -105,9 +102,8 @@ bool readTypes(UaSession& session, const UaReferenceDescriptions& references, Li
     OpcUa_UInt32 linked = 0;
     ReadSequence reads;
     reads.next = [&](UaReadValueIds& nodes) {
-        if (asked == references.length()) {
+        if (asked == references.length())
             return false;
-        }
         nodes.create(1);
         addressValue(nodes[0], UaNodeId(references[asked].nodeId.nodeId));
         ++asked;
@@ -141,30 +137,26 @@ OpcUaNode* makeChild(const OpcUa_ReferenceDescription& reference, const UaString
 int COpcUaClient::OpcUaBrowse(OpcUaNode* node) {
     const MutexLock lock(m_session.mutex);
     const bool hasSession = m_session.get() != nullptr;
-    if (!node || !hasSession) {
+    if (node == nullptr || !hasSession)
         m_nodes.deleteMemory(&m_nodes.root);
-    }
-    if (!hasSession) {
+    if (!hasSession)
         return m_error.fail(result::notConnected);
-    }
     UaNodeId id(OpcUaId_RootFolder);
-    if (node && !SetNodeID(node, &id)) {
+    if (node != nullptr && !SetNodeID(node, &id))
         return m_error.fail(result::nodeIdInvalid);
-    }
     OpcUaNode* parent = node;
     OpcUaNode* found = nullptr;
-    if (m_nodes.root) {
+    if (node != nullptr && m_nodes.root != nullptr) {
         m_nodes.findNode(node, m_nodes.root, &found);
-        if (!found) {
+        if (found == nullptr)
             return m_error.fail(result::nodeNotBrowsed);
-        }
         if (node != found) {
             // It may be a looked-up record.
             m_lookup.invalidate();
         }
         m_nodes.deleteMemory(&node->child);
     } else {
-        m_nodes.root = node ? makeRoot("Self_Root", id, 0) : makeRoot("Root", id, objectClass);
+        m_nodes.root = node != nullptr ? makeRoot("Self_Root", id, 0) : makeRoot("Root", id, objectClass);
         parent = m_nodes.root;
         found = parent;
     }
@@ -177,9 +169,8 @@ OpcUaNode* COpcUaClient::OpcUaReadRootNode() {
 
 bool COpcUaClient::browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcUaNode*) {
     const auto session = m_session.get();
-    if (!session) {
+    if (!session)
         return false;
-    }
     ServiceSettings settings;
     UaByteString continuationPoint;
     UaReferenceDescriptions references;
@@ -188,9 +179,8 @@ bool COpcUaClient::browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcU
                           UaDataValues& values) {
         _OpcUaDataType dataType = OpcUaDataType_Null;
         _ArrayType shape{};
-        if (!decodeDataType(status, values, dataType, shape, m_error)) {
+        if (!decodeDataType(status, values, dataType, shape, m_error))
             return false;
-        }
         const UaNodeId id(reference.nodeId.nodeId);
         children.append(makeChild(reference, id.toXmlString(), dataType, shape));
         return true;
@@ -209,9 +199,8 @@ bool COpcUaClient::browseInternal(const UaNodeId& start, OpcUaNode* parent, OpcU
             abandonRest(*session, settings, continuationPoint);
             return false;
         }
-        if (!morePages) {
+        if (!morePages)
             return true;
-        }
         status = session->browseNext(settings, false, continuationPoint, references);
     }
     return false;

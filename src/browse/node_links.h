@@ -4,8 +4,7 @@
 
 /// The last of `node` and the siblings behind it.
 inline OpcUaNode* lastSibling(OpcUaNode* node) {
-    while (node->next) {
+    while (node->next != nullptr)
         node = node->next;
-    }
     return node;
 }

@@ -1,5 +1,4 @@
 #include "OpcUaClientInterface.h"
-
 #include "client/opcua_client.h"
 #include "client/result_codes.h"
 
@@ -81,9 +80,8 @@ char* COpcUaClientInterface::GetErrorMsg(char* buffer, int size) {
 }
 
 int COpcUaClientInterface::installOpcUaCallBack(OpcUaCallBack* callback) {
-    if (!m_client) {
+    if (m_client == nullptr)
         return result::callbackSinkMissing.code;
-    }
     return m_client->installOpcUaCallBack(callback);
 }
 

@@ -1,6 +1,9 @@
 #include "client/client_session.h"
 
 #include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
 #include <utility>
 
 #include "subscription/callback.h"
@@ -25,9 +28,8 @@ void ClientSession::begin(std::shared_ptr<UaSession> session, std::string url) {
 
 unsigned int ClientSession::requestsAhead(const std::string& url) const {
     const std::lock_guard<std::mutex> lock(m_changes);
-    if (m_carefulUrls.count(url) == 0) {
+    if (m_carefulUrls.count(url) == 0)
         return SessionConnectInfo::defaultRequestsAhead;
-    }
     UaTrace::write(UaTrace::Warnings, "connect",
                    "%s gets one request at a time: something was lost with several on their way",
                    url.c_str());
@@ -42,8 +44,7 @@ SessionEnd::SessionEnd(ClientSession& session, CCallback& sink)
 
 void SessionEnd::release() {
     const auto ended = std::atomic_exchange(&m_session.m_session, std::shared_ptr<UaSession>());
-    if (ended && ended->wasLostAhead()) {
+    if (ended && ended->wasLostAhead())
         m_session.m_carefulUrls.insert(m_session.m_url);
-    }
     m_sink.items.forgetSubscription();
 }

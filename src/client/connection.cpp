@@ -20,9 +20,8 @@ SessionConnectInfo connectInfoFor(const _OpcUaClientConfig& config) {
     info.applicationName = application::name;
     info.productUri = application::productUri;
     info.sessionName = toUaString(fieldText(config.sessionName));
-    if (info.sessionName.isEmpty()) {
+    if (info.sessionName.isEmpty())
         info.sessionName = defaultSessionName;
-    }
     info.connectTimeout = config.timeout;
     info.automaticReconnect = false;
     return info;
@@ -39,9 +38,8 @@ void load(Configuration& configuration, const char* directory) {
 
 int COpcUaClient::OpcUaConnect(_OpcUaClientConfig& config) {
     const MutexLock lock(m_session.mutex);
-    if (m_session.get()) {
+    if (m_session.get())
         this->OpcUaDisConnect();
-    }
     // A disconnect that failed has left its session behind.
     SessionEnd(m_session, *m_callback).release();
     // Until it is open the session is nobody else's.
@@ -59,9 +57,8 @@ int COpcUaClient::OpcUaConnect(_OpcUaClientConfig& config) {
             return code;
         }
     }
-    if (const int code = setUserIdentity(config, m_configuration, securityInfo, m_error)) {
+    if (const int code = setUserIdentity(config, m_configuration, securityInfo, m_error))
         return code;
-    }
     if (session->connect(url, connectInfo, securityInfo, m_callback.get()).isBad()) {
         traceUserCertificate(config, m_configuration);
         return m_error.fail(result::connectFailed);
@@ -73,13 +70,11 @@ int COpcUaClient::OpcUaConnect(_OpcUaClientConfig& config) {
 int COpcUaClient::OpcUaDisConnect() {
     SessionEnd end(m_session, *m_callback);
     const auto session = m_session.get();
-    if (!session) {
+    if (!session)
         return m_error.fail(result::notConnected);
-    }
     ServiceSettings settings;
-    if (session->disconnect(settings, true).isBad()) {
+    if (session->disconnect(settings, true).isBad())
         return m_error.fail(result::disconnectFailed);
-    }
     end.release();
     return result::success;
 }

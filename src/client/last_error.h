@@ -13,9 +13,8 @@ class LastError {
 public:
     /// Keeps the message of a failure and returns its code.
     int fail(const Failure& failure) {
-        if (failure.text) {
+        if (failure.text != nullptr)
             m_text = failure.text;
-        }
         return failure.code;
     }
     /// Empty before the first failure.

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <mutex>
-
 #include <pthread.h>
 
 /// A POSIX mutex with default attributes.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <memory>
 
 #include "subscription/callback.h"
 
@@ -15,15 +16,13 @@ COpcUaClient::~COpcUaClient() {
     m_removalSettings.callTimeout = shortly;
     m_callback->deliveries.close();
     // A callback holds the lock of the items. Disconnecting deletes its subscription as well.
-    if (m_callback->items.subscription && !m_callback->deliveries.isInside()) {
-        if (COpcUaClient::OpcUaClearMonitNode() != result::success) {
+    if (m_callback->items.subscription != nullptr && !m_callback->deliveries.isInside()) {
+        if (COpcUaClient::OpcUaClearMonitNode() != result::success)
             m_removalSettings.callTimeout = hardly;
-        }
         COpcUaClient::OpcUaDeleteSubScription();
     }
-    if (m_session.connected()) {
+    if (m_session.connected())
         COpcUaClient::OpcUaDisConnect();
-    }
     // A session that could not be disconnected must not call a sink that is gone.
     SessionEnd(m_session, *m_callback).release();
 
@@ -37,26 +36,23 @@ void COpcUaClient::installClient(void* client) {
 }
 
 int COpcUaClient::installOpcUaCallBack(void* callback) {
-    if (!callback) {
+    if (callback == nullptr)
         return m_error.fail(result::invalidArgument);
-    }
-    if (!m_callback) {
+    if (!m_callback)
         return m_error.fail(result::callbackSinkMissing);
-    }
     m_callback->installOpcUaCallBack(callback);
     return result::success;
 }
 
 int COpcUaClient::OpcUaGetConnectStatus() {
-    if (!m_callback) {
+    if (!m_callback)
         return 0;
-    }
     const MutexLock lock(m_callback->statusMutex);
     return m_callback->connectionStatus;
 }
 
 char* COpcUaClient::GetErrorMsg(char* buffer, int size) {
-    if (buffer && size > 0) {
+    if (buffer != nullptr && size > 0) {
         const char* text = m_error.text();
         const std::size_t length = std::strlen(text) + 1;
         std::memcpy(buffer, text, std::min(length, static_cast<std::size_t>(size)));

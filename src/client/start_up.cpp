@@ -5,7 +5,6 @@
 #include <memory>
 #include <optional>
 #include <string_view>
-
 #include <unistd.h>
 
 #include "client/opcua_client.h"
@@ -46,9 +45,8 @@ using Path = std::array<char, pathSize>;
 /// say where it keeps its keys.
 std::optional<std::string_view> namedDirectory() {
     const char* const named = secure_getenv(directoryVariable);
-    if (named == nullptr || *named != '/') {
+    if (named == nullptr || *named != '/')
         return std::nullopt;
-    }
     const std::string_view path(named);
     const std::string_view directory = path.substr(0, path.find_last_not_of('/') + 1);
     return directory.size() < pathSize ? std::optional(directory) : std::nullopt;
@@ -56,9 +54,8 @@ std::optional<std::string_view> namedDirectory() {
 
 std::optional<std::string_view> directoryOfExecutable(Path& link) {
     const ssize_t length = readlink("/proc/self/exe", link.data(), link.size());
-    if (length < 0 || static_cast<std::size_t>(length) >= link.size()) {
+    if (length < 0 || static_cast<std::size_t>(length) >= link.size())
         return std::nullopt;
-    }
     const std::string_view program(link.data(), static_cast<std::size_t>(length));
     return program.substr(0, program.rfind('/'));
 }
@@ -66,9 +63,8 @@ std::optional<std::string_view> directoryOfExecutable(Path& link) {
 } // namespace
 
 int COpcUaClient::OpcUaInit(_OpcUaClientTraceLevel level) {
-    if (m_callback) {
+    if (m_callback)
         m_callback->installClient(m_owningClient);
-    }
     const TraceSettings settings = settingsFor(level);
     const std::unique_ptr<char[]> directory(getAppPath());
     const UaString logFile = UaString("%1/OpcUaClient.log").arg(UaString(directory.get()));
@@ -82,12 +78,10 @@ int COpcUaClient::OpcUaInit(_OpcUaClientTraceLevel level) {
 char* COpcUaClient::getAppPath() {
     Path link;
     std::optional<std::string_view> directory = namedDirectory();
-    if (!directory) {
+    if (!directory)
         directory = directoryOfExecutable(link);
-    }
-    if (!directory) {
+    if (!directory)
         return nullptr;
-    }
     auto path = std::make_unique<char[]>(pathSize);
     directory->copy(path.get(), directory->size());
     return path.release();

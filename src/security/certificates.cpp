@@ -54,12 +54,10 @@ enum class FileState { Missing, Readable, Unknown };
 
 FileState stateOf(const UaString& path) {
     UaFile file(path.toUtf16());
-    if (file.open()) {
+    if (file.open())
         return FileState::Readable;
-    }
-    if (file.isMissing()) {
+    if (file.isMissing())
         return FileState::Missing;
-    }
     UaTrace::write(UaTrace::Errors, "security",
                    "%s cannot be read: %s; neither what cannot be read nor what belongs to it is replaced",
                    path.toUtf8(), file.problem().toUtf8());
@@ -142,9 +140,8 @@ void makeClientCertificate(const Configuration& configuration) {
     const NewPair files(configuration.ClientCertificate, configuration.ClientPrivateKey);
     // Somebody else may have made it meanwhile. What cannot be made cannot be loaded afterwards, and is
     // reported then.
-    if (!files.mayBeMade() || !holdsNoCertificate(configuration.ClientCertificate)) {
+    if (!files.mayBeMade() || !holdsNoCertificate(configuration.ClientCertificate))
         return;
-    }
     const UaPkiRsaKeyPair keys(keyBits);
     UaPkiCertificateInfo info;
     info.uri = application::uri;
@@ -160,12 +157,10 @@ void makeClientCertificate(const Configuration& configuration) {
 /// Returns 0, also when somebody else has made it meanwhile, or a result code.
 int makeUserCertificate(const Configuration& configuration) {
     const NewPair files(configuration.UserCertificate, configuration.UserPrivateKey);
-    if (!files.mayBeMade()) {
+    if (!files.mayBeMade())
         return result::userCertificateNotWritten;
-    }
-    if (files.isComplete()) {
+    if (files.isComplete())
         return result::success;
-    }
     const UaPkiRsaKeyPair keys(keyBits);
     UaPkiCertificateInfo info;
     info.uri = "UserCertificate";
@@ -187,18 +182,16 @@ int Configuration::setupSecurity(UaClientSdk::SessionSecurityInfo& securityInfo)
         makeDirectories(*setting);
     }
     // A certificate that is there stays, expired or without its key: others may already trust it.
-    if (UaPkiCertificate::fromDERFile(ClientCertificate).isNull()) {
+    if (UaPkiCertificate::fromDERFile(ClientCertificate).isNull())
         makeClientCertificate(*this);
-    }
     if (securityInfo
             .initializePkiProviderOpenSSL(CertificateRevocationListLocation, CertificateTrustListLocation,
                                           IssuersRevocationListLocation, IssuersCertificatesLocation)
             .isBad()) {
         return result::pkiProviderFailed;
     }
-    if (securityInfo.loadClientCertificateOpenSSL(ClientCertificate, ClientPrivateKey, UaString()).isBad()) {
+    if (securityInfo.loadClientCertificateOpenSSL(ClientCertificate, ClientPrivateKey, UaString()).isBad())
         return result::clientCertificateFailed;
-    }
     return result::success;
 }
 
@@ -208,9 +201,8 @@ int Configuration::loadUserCertificate() {
     const bool certificateReadable = isReadable(UserCertificate);
     const bool keyReadable = isReadable(UserPrivateKey);
     if (!certificateReadable || !keyReadable) {
-        if (const int code = makeUserCertificate(*this)) {
+        if (const int code = makeUserCertificate(*this))
             return code;
-        }
     }
     const UaPkiCertificate certificate = UaPkiCertificate::fromDERFile(UserCertificate);
     if (!certificate.isValid()) {
@@ -221,13 +213,11 @@ int Configuration::loadUserCertificate() {
     userCertificateData = certificate.toDER();
 
     UaPkiProviderOpenSSL provider(CertificateRevocationListLocation, CertificateTrustListLocation);
-    if (provider.openCertificateStore().isNotGood()) {
+    if (provider.openCertificateStore().isNotGood())
         return result::userStoreNotOpened;
-    }
     PrivateKey key;
-    if (provider.loadPrivateKey(UserPrivateKey, OpcUa_KeyEncoding_Pem, "", &key.record).isNotGood()) {
+    if (provider.loadPrivateKey(UserPrivateKey, OpcUa_KeyEncoding_Pem, "", &key.record).isNotGood())
         return result::userKeyNotLoaded;
-    }
     if (key.record.type != OpcUa_KeyType_RsaPrivate) {
         UaTrace::write(UaTrace::Errors, "security", "the user's private key %s is not an RSA key",
                        UserPrivateKey.toUtf8());

@@ -34,15 +34,13 @@ constexpr std::size_t textBufferSize = 512;
 
 void replaceToken(UaString& value, const char* token, const UaString& path) {
     const char* found = std::strstr(value.toUtf8(), token);
-    if (!found) {
+    if (found == nullptr)
         return;
-    }
     char text[textBufferSize] = "";
     UaBase_strlcat(text, path.toUtf8(), textBufferSize);
     const std::size_t length = std::strlen(text);
-    if (length > 0 && text[length - 1] == '/') {
+    if (length > 0 && text[length - 1] == '/')
         text[length - 1] = '\0';
-    }
     UaBase_strlcat(text, found + std::strlen(token), textBufferSize);
     value = UaString(text);
 }

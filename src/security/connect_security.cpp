@@ -26,19 +26,16 @@ bool asksForSecurity(const _OpcUaClientConfig& config) {
 void setEndpoint(const _OpcUaClientConfig& config, const OpcUa_ByteString& serverCertificate,
                  SessionSecurityInfo& securityInfo) {
     securityInfo.serverCertificate = UaByteString(serverCertificate);
-    if (const UaPkiSecurityPolicy* policy = UaPkiSecurityPolicy::numbered(config.securityPolicy)) {
+    if (const UaPkiSecurityPolicy* policy = UaPkiSecurityPolicy::numbered(config.securityPolicy))
         securityInfo.securityPolicyUri = UaString(policy->uri);
-    }
-    if (config.securityMode >= 0 && config.securityMode <= 2) {
+    if (config.securityMode >= 0 && config.securityMode <= 2)
         securityInfo.messageSecurityMode = messageSecurityMode(config.securityMode);
-    }
 }
 
 int prepareSecurity(const _OpcUaClientConfig& config, const UaString& url, Configuration& configuration,
                     void* callback, SessionSecurityInfo& securityInfo, LastError& error) {
-    if (const int code = configuration.setupSecurity(securityInfo)) {
+    if (const int code = configuration.setupSecurity(securityInfo))
         return error.fail({code, result::clientCertificateText});
-    }
     UaEndpointDescriptions endpoints;
     ServiceSettings settings;
     const UaStatus queried = UaDiscovery().getEndpoints(settings, url, securityInfo, endpoints);
@@ -49,9 +46,8 @@ int prepareSecurity(const _OpcUaClientConfig& config, const UaString& url, Confi
     // The first endpoint stands for the server: its certificate is the one that is decided on, whatever its
     // policy.
     setEndpoint(config, endpoints[0].serverCertificate, securityInfo);
-    if (const int code = decideOnServer(securityInfo, callback, configuration.CertificateTrustListLocation)) {
+    if (const int code = decideOnServer(securityInfo, callback, configuration.CertificateTrustListLocation))
         return error.fail({code, result::serverCertificateText});
-    }
     return result::success;
 }
 
@@ -62,9 +58,8 @@ int setUserIdentity(const _OpcUaClientConfig& config, Configuration& configurati
         securityInfo.setUserPasswordUserIdentity(userName, Password(config).text());
     } else if (config.userIdentity == byCertificate) {
         configuration.userCertificateName = userName;
-        if (const int code = configuration.loadUserCertificate()) {
+        if (const int code = configuration.loadUserCertificate())
             return error.fail({code, result::userCertificateText});
-        }
         securityInfo.setCertificateUserIdentity(configuration.userCertificateData,
                                                 configuration.userPrivateKeyData);
         configuration.userPrivateKeyData.wipe();

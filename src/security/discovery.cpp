@@ -15,9 +15,8 @@ using namespace UaClientSdk;
 
 int securityPolicyNumber(std::string_view policyUri) {
     constexpr std::size_t longestUri = 128;
-    if (policyUri.size() > longestUri) {
+    if (policyUri.size() > longestUri)
         return 0;
-    }
     const std::size_t hash = policyUri.find('#');
     const std::string_view name = hash == std::string_view::npos ? policyUri : policyUri.substr(hash + 1);
     const UaPkiSecurityPolicy* policy = UaPkiSecurityPolicy::named(name);
@@ -54,9 +53,8 @@ bool suits(std::string_view scheme, std::string_view profileUri) {
     for (const Transport& transport : transports) {
         if (transport.scheme == scheme) {
             known = true;
-            if (isProfile(profileUri, transport.profile)) {
+            if (isProfile(profileUri, transport.profile))
                 return true;
-            }
         }
     }
     return !known;
@@ -97,9 +95,8 @@ struct Query {
     bool readEndpoints(const OpcUa_String& url, _OpcUa_DiscoveryUrlMsg& message) {
         setField(message.discoveryUrl, viewOf(url));
         UaEndpointDescriptions endpoints;
-        if (!asks() || discovery.getEndpoints(settings, UaString(url), security, endpoints).isNotGood()) {
+        if (!asks() || discovery.getEndpoints(settings, UaString(url), security, endpoints).isNotGood())
             return false;
-        }
         const std::string_view scheme = schemeOf(viewOf(url));
         const unsigned int count = bounded(message.endpoints, endpoints.length());
         unsigned int kept = 0;
@@ -119,9 +116,8 @@ struct Query {
         setField(message.applicationName, viewOf(server.applicationName.text));
         message.discoveryUrlCount = bounded(message.discoveryUrls, server.discoveryUrlsSize);
         bool answered = false;
-        for (unsigned int i = 0; i < message.discoveryUrlCount; ++i) {
+        for (unsigned int i = 0; i < message.discoveryUrlCount; ++i)
             answered |= readEndpoints(server.discoveryUrls[i], message.discoveryUrls[i]);
-        }
         return answered;
     }
 };
@@ -137,8 +133,7 @@ int COpcUaClient::OpcUaDiscover(char* discoveryUrl, _OpcUa_ServerConfigMsg& mess
     }
     message.serverCount = bounded(message.servers, servers.length());
     bool answered = false;
-    for (unsigned int i = 0; i < message.serverCount; ++i) {
+    for (unsigned int i = 0; i < message.serverCount; ++i)
         answered |= query.readServer(servers[i], message.servers[i]);
-    }
     return answered ? result::success : m_error.fail(result::getEndpointsFailed);
 }

@@ -71,9 +71,8 @@ int ask(Application& application, const UaByteString& certificate) {
 int decideOnServer(UaClientSdk::SessionSecurityInfo& securityInfo, void* callback,
                    const UaString& trustList) {
     const UaStatus verified = securityInfo.verifyServerCertificate(nullptr);
-    if (!verified.isBad()) {
+    if (!verified.isBad())
         return result::success;
-    }
     const std::string server = serverText(securityInfo.serverCertificate);
     if (securityInfo.serverCertificate.length() == 0) {
         UaTrace::write(UaTrace::Errors, "security",
@@ -81,7 +80,7 @@ int decideOnServer(UaClientSdk::SessionSecurityInfo& securityInfo, void* callbac
                        "server has no certificate, so nothing proves who it is, and no password can be "
                        "encrypted to it");
     }
-    if (callback) {
+    if (callback != nullptr) {
         const int decision = ask(*static_cast<Application*>(callback), securityInfo.serverCertificate);
         if (decision == acceptOnce) {
             UaTrace::write(UaTrace::Warnings, "security",
@@ -101,9 +100,8 @@ int decideOnServer(UaClientSdk::SessionSecurityInfo& securityInfo, void* callbac
     }
     // Without an application to ask, the first certificate that a server shows is trusted from then on.
     UaString name = thumbprintOf(UaPkiCertificate::fromDER(securityInfo.serverCertificate));
-    if (securityInfo.saveServerCertificate(name).isBad()) {
+    if (securityInfo.saveServerCertificate(name).isBad())
         return result::serverCertificateNotSaved;
-    }
     securityInfo.doServerCertificateVerify = true;
     return result::success;
 }

@@ -80,32 +80,25 @@ void addItems(UaSubscription& subscription, OpcUaNode* nodes, int count, Monitor
 } // namespace
 
 int COpcUaClient::OpcUaAddMonitNode(OpcUaNode* node, unsigned long* index, int count) {
-    if (!node) {
+    if (node == nullptr)
         return m_error.fail(result::invalidArgument);
-    }
     const SessionTurn session(m_session);
-    if (!session.connected()) {
+    if (session.connected() == nullptr)
         return m_error.fail(result::notConnected);
-    }
-    if (!m_callback) {
+    if (!m_callback)
         return m_error.fail(result::monitorWithoutSink);
-    }
     MonitoredItems& items = m_callback->items;
     const ItemsTurn turn(items);
-    if (!turn.subscription()) {
+    if (turn.subscription() == nullptr)
         return m_error.fail(result::noSubscription);
-    }
-    if (items.count() >= MonitoredItems::maximum) {
+    if (items.count() >= MonitoredItems::maximum)
         return m_error.fail(result::monitorFailed);
-    }
     UaNodeId id;
-    if (!SetNodeID(node, &id)) {
+    if (!SetNodeID(node, &id))
         return m_error.fail(result::nodeIdInvalid);
-    }
     _ArrayType selection;
-    if (!makeSelection(index, count, selection)) {
+    if (!makeSelection(index, count, selection))
         return m_error.fail(result::invalidArgument);
-    }
     UaMonitoredItemCreateRequests requests;
     requests.create(1);
     describeItem(requests[0], id, items.nextHandle());
@@ -124,19 +117,17 @@ int COpcUaClient::OpcUaAddMonitNode(OpcUaNode* node, unsigned long* index, int c
 }
 
 int COpcUaClient::OpcUaAddMultiMonitNode(OpcUaNode* nodes, int count) {
-    if (!nodes || count < 1) {
+    if (nodes == nullptr || count < 1)
         return m_error.fail(result::invalidArgument);
-    }
     const SessionTurn session(m_session);
-    if (!session.connected()) {
+    if (session.connected() == nullptr)
         return refuse(session, nodes, count, m_error);
-    }
     if (!m_callback) {
         setResults(nodes, count, m_error.fail(result::monitorWithoutSink));
         return result::success;
     }
     const ItemsTurn turn(m_callback->items);
-    if (!turn.subscription()) {
+    if (turn.subscription() == nullptr) {
         setResults(nodes, count, m_error.fail(result::noSubscription));
         return result::success;
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <memory>
 
 #include "OpcUaClientInterface.h"
 #include "uabase/trace.h"
@@ -31,27 +32,22 @@ void putScalar(const UaVariant& value, _OpcUaDataChangeMsg& message) {
 
 /// Of an array or matrix the type alone: which element is wanted is not known yet.
 void describe(const UaVariant& value, _OpcUaDataChangeMsg& message) {
-    if (!isConverted(value)) {
+    if (!isConverted(value))
         return;
-    }
     message.dataType = typeOf(value);
-    if (!value.isArray() && !value.isMatrix()) {
+    if (!value.isArray() && !value.isMatrix())
         putScalar(value, message);
-    }
 }
 
 /// Puts the element that the item asks for in the place of the whole value. False when there is none.
 bool selectElement(const _ArrayType& selection, const UaVariant& value, _OpcUaDataChangeMsg& message) {
     unsigned int position = 0;
-    if (!findPosition(value, selection.dims, selection.dimCount, position)) {
+    if (!findPosition(value, selection.dims, selection.dimCount, position))
         return false;
-    }
-    if (!isConverted(value)) {
+    if (!isConverted(value))
         return true;
-    }
-    if (position >= value.arraySize()) {
+    if (position >= value.arraySize())
         return false;
-    }
     putScalar(value.element(position), message);
     return true;
 }
@@ -69,14 +65,12 @@ void call(Application& application, const _OpcUaDataChangeMsg& message) {
 
 /// Makes the message of one change. False when the application is to get none.
 bool makeMessage(const MonitoredItems& items, const UaDataChange& change, _OpcUaDataChangeMsg& message) {
-    if (OpcUa_IsNotGood(change.status)) {
+    if (OpcUa_IsNotGood(change.status))
         return false;
-    }
     describe(change.value, message);
     const MonitoredItem* const item = items.find(change.clientHandle);
-    if (!item || (item->selection && !selectElement(*item->selection, change.value, message))) {
+    if (item == nullptr || (item->selection && !selectElement(*item->selection, change.value, message)))
         return false;
-    }
     std::copy_n(item->node->nodeId, sizeof message.nodeId, message.nodeId);
     message.arrayIndex = item->selection ? *item->selection : _ArrayType{};
     return true;
@@ -100,9 +94,8 @@ void CCallback::installOpcUaCallBack(void* callback) {
 void CCallback::connectionStatusChanged(unsigned int, UaClient::ServerStatus status) {
     const MutexLock lock(statusMutex);
     const auto value = static_cast<unsigned int>(status);
-    if (value <= UaClient::SubscriptionLost) {
+    if (value <= UaClient::SubscriptionLost)
         connectionStatus = static_cast<int>(value);
-    }
 }
 
 void CCallback::subscriptionStatusChanged(unsigned int, const UaStatus&) {}
@@ -113,17 +106,15 @@ void CCallback::dataChange(unsigned int, const UaMonitoredItemNotifications& not
                            const UaDiagnosticInfos&) {
     const std::shared_ptr<CCallback> self = shared_from_this();
     const DeliveryGate::Passage passage(deliveries);
-    if (!passage.isOpen()) {
+    if (!passage.isOpen())
         return;
-    }
     const MutexLock lock(items.mutex);
     auto* const application = static_cast<Application*>(applicationCallback.load());
     _OpcUaDataChangeMsg message = {};
     for (OpcUa_UInt32 i = 0; passage.isOpen() && i < notifications.length(); ++i) {
         // The item may be gone afterwards: the application may disconnect.
-        if (makeMessage(items, notifications[i], message) && application) {
+        if (makeMessage(items, notifications[i], message) && application != nullptr)
             call(*application, message);
-        }
     }
 }
 

@@ -1,5 +1,8 @@
 #include "subscription/delivery_gate.h"
 
+#include <mutex>
+#include <thread>
+
 namespace {
 
 const std::thread::id nobody;
@@ -10,9 +13,8 @@ void DeliveryGate::close() {
     std::unique_lock<std::mutex> lock(m_mutex);
     ++m_closures;
     m_changed.notify_all();
-    if (m_deliverer != std::this_thread::get_id()) {
+    if (m_deliverer != std::this_thread::get_id())
         m_changed.wait(lock, [this] { return m_deliverer == nobody; });
-    }
 }
 
 void DeliveryGate::open() {
@@ -29,9 +31,8 @@ bool DeliveryGate::enter() {
     std::unique_lock<std::mutex> lock(m_mutex);
     // A callback that connected anew may not have returned yet when a change of the new session comes.
     m_changed.wait(lock, [this] { return m_closures > 0 || m_deliverer == nobody; });
-    if (m_closures > 0) {
+    if (m_closures > 0)
         return false;
-    }
     m_deliverer = std::this_thread::get_id();
     return true;
 }

@@ -16,9 +16,8 @@ public:
     public:
         explicit Passage(DeliveryGate& gate) : m_gate(gate), m_granted(gate.enter()) {}
         ~Passage() {
-            if (m_granted) {
+            if (m_granted)
                 m_gate.leave();
-            }
         }
         Passage(const Passage&) = delete;
         Passage& operator=(const Passage&) = delete;

@@ -1,7 +1,12 @@
 #include "subscription/monitored_items.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "client/node_record.h"
 #include "subscription/selection.h"
@@ -9,14 +14,13 @@
 void MonitoredItems::add(unsigned int handle, OpcUa_UInt32 id, const OpcUaNode& node,
                          const _ArrayType& selection) {
     MonitoredItem added{id, std::make_unique<OpcUaNode>(node), nullptr};
-    if (selection.kind != 0) {
+    if (selection.kind != 0)
         added.selection = std::make_unique<_ArrayType>(selection);
-    }
     m_items.resize(std::max<std::size_t>(m_items.size(), handle));
     MonitoredItem& item = m_items[handle - 1];
     m_count += item.node ? 0 : 1;
     item = std::move(added);
-}
+} // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): it loses sight of what the item takes over
 
 unsigned int MonitoredItems::firstHandle(std::string_view nodeId, const _ArrayType& selection) const {
     const auto matches = [&](const MonitoredItem& item) {
@@ -44,13 +48,12 @@ void MonitoredItems::forgetAll() {
 }
 
 void MonitoredItems::forgetSubscription() {
-    if (subscription.exchange(nullptr)) {
+    if (subscription.exchange(nullptr) != nullptr)
         forgetAll();
-    }
 }
 
 ItemsTurn::ItemsTurn(MonitoredItems& items) : m_lock(items.mutex, std::defer_lock) {
-    if (items.subscription) {
+    if (items.subscription != nullptr) {
         m_lock.lock();
         // The callback that held the lock until now may have disconnected.
         m_subscription = items.subscription;

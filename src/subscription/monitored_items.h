@@ -55,11 +55,9 @@ public:
     /// Calls `visit` with each handle and item, in their order.
     template <typename Visit>
     void forEach(Visit visit) const {
-        for (unsigned int handle = 1; handle <= m_items.size(); ++handle) {
-            if (const MonitoredItem* item = find(handle)) {
+        for (unsigned int handle = 1; handle <= m_items.size(); ++handle)
+            if (const MonitoredItem* item = find(handle))
                 visit(handle, *item);
-            }
-        }
     }
 
     void forget(unsigned int handle);

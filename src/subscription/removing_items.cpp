@@ -1,3 +1,4 @@
+#include <map>
 #include <string_view>
 
 #include "client/opcua_client.h"
@@ -20,60 +21,48 @@ bool deleteItems(UaSubscription& subscription, ServiceSettings& settings, const 
 } // namespace
 
 int COpcUaClient::OpcUaRemoveMonitNode(OpcUaNode* node, unsigned long* index, int count) {
-    if (!node) {
+    if (node == nullptr)
         return m_error.fail(result::invalidArgument);
-    }
     const SessionTurn session(m_session);
-    if (!session.connected()) {
+    if (session.connected() == nullptr)
         return m_error.fail(result::notConnected);
-    }
-    if (!m_callback) {
+    if (!m_callback)
         return m_error.fail(result::unmonitorWithoutSink);
-    }
     MonitoredItems& items = m_callback->items;
     const ItemsTurn turn(items);
-    if (!turn.subscription()) {
+    if (turn.subscription() == nullptr)
         return m_error.fail(result::noSubscription);
-    }
     _ArrayType selection;
-    if (!makeSelection(index, count, selection)) {
+    if (!makeSelection(index, count, selection))
         return m_error.fail(result::invalidArgument);
-    }
     const unsigned int handle = items.firstHandle(fieldText(node->nodeId), selection);
-    if (handle == 0) {
+    if (handle == 0)
         return m_error.fail(result::notMonitored);
-    }
     UaUInt32Array ids;
     ids.create(1);
     ids[0] = items.find(handle)->id;
-    if (!deleteItems(*turn.subscription(), m_removalSettings, ids)) {
+    if (!deleteItems(*turn.subscription(), m_removalSettings, ids))
         return m_error.fail(result::unmonitorFailed);
-    }
     items.forget(handle);
     return result::success;
 }
 
 int COpcUaClient::OpcUaClearMonitNode() {
-    if (!m_session.connected()) {
+    if (!m_session.connected())
         return m_error.fail(result::notConnected);
-    }
     const MutexLock lock(m_session.mutex);
-    if (!m_callback) {
+    if (!m_callback)
         return m_error.fail(result::clearWithoutSink);
-    }
     MonitoredItems& items = m_callback->items;
     const ItemsTurn turn(items);
-    if (!turn.subscription()) {
+    if (turn.subscription() == nullptr)
         return m_error.fail(result::noSubscription);
-    }
-    if (items.count() == 0) {
+    if (items.count() == 0)
         return result::success;
-    }
     UaUInt32Array ids;
     items.listIds(ids);
-    if (!deleteItems(*turn.subscription(), m_removalSettings, ids)) {
+    if (!deleteItems(*turn.subscription(), m_removalSettings, ids))
         return m_error.fail(result::clearFailed);
-    }
     items.forgetAll();
     return result::success;
 }

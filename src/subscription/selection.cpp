@@ -7,12 +7,10 @@
 
 bool makeSelection(const unsigned long* index, int count, _ArrayType& selection) {
     selection = {};
-    if (!index || count == 0) {
+    if (index == nullptr || count == 0)
         return true;
-    }
-    if (count > maximumDimensions) {
+    if (count > maximumDimensions)
         return false;
-    }
     selection.kind = 1;
     selection.dimCount = count;
     std::copy_n(index, std::max(count, 0), selection.dims);

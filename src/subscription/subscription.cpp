@@ -29,40 +29,33 @@ ItemsTurn endDelivery(CCallback& sink) {
 
 int COpcUaClient::OpcUaCreateSubScription(double publishingInterval) {
     const SessionTurn session(m_session);
-    if (!session.connected()) {
+    if (session.connected() == nullptr)
         return m_error.fail(result::notConnected);
-    }
-    if (m_callback->items.subscription && this->OpcUaDeleteSubScription() != result::success) {
+    if (m_callback->items.subscription != nullptr && this->OpcUaDeleteSubScription() != result::success)
         return m_error.fail(result::subscriptionNotReplaced);
-    }
     ServiceSettings settings;
     SubscriptionSettings parameters = settingsFor(publishingInterval);
     UaSubscription* subscription = nullptr;
     const UaStatus status = session.connected()->createSubscription(
         settings, m_callback.get(), clientSubscriptionHandle, parameters, 1, &subscription);
-    if (status.isNotGood()) {
+    if (status.isNotGood())
         return m_error.fail(result::createSubscriptionFailed);
-    }
     m_callback->items.subscription = subscription;
     return result::success;
 }
 
 int COpcUaClient::OpcUaDeleteSubScription() {
-    if (!m_session.connected()) {
+    if (!m_session.connected())
         return m_error.fail(result::notConnected);
-    }
-    if (!m_callback) {
+    if (!m_callback)
         return m_error.fail(result::deleteWithoutSink);
-    }
-    if (!m_callback->items.subscription) {
+    if (m_callback->items.subscription == nullptr)
         return m_error.fail(result::noSubscription);
-    }
     const ItemsTurn turn = endDelivery(*m_callback);
     const auto session = m_session.get();
     UaSubscription* subscription = turn.subscription();
-    if (!session || !subscription) {
+    if (!session || subscription == nullptr)
         return m_error.fail(result::noSubscription);
-    }
     const UaStatus status = session->deleteSubscription(m_removalSettings, &subscription, 100);
     m_callback->items.forgetSubscription();
     return status.isNotGood() ? m_error.fail(result::deleteSubscriptionFailed) : result::success;

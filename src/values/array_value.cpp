@@ -8,7 +8,8 @@
 namespace {
 
 bool areValid(const OpcUaNode* node, const unsigned long* index, int count, const void* buffer) {
-    return node && index && buffer && count >= 1 && count <= maximumDimensions;
+    return node != nullptr && index != nullptr && buffer != nullptr && count >= 1 &&
+           count <= maximumDimensions;
 }
 
 } // namespace
@@ -19,13 +20,11 @@ int COpcUaClient::ChangeArray(unsigned long* index, unsigned long* dims, int cou
 
 int COpcUaClient::OpcUaGetArrayValue(OpcUaNode* node, unsigned long* index, int count, void* buffer,
                                      int& size) {
-    if (!areValid(node, index, count, buffer)) {
+    if (!areValid(node, index, count, buffer))
         return m_error.fail(result::invalidArgument);
-    }
     const SessionTurn session(m_session);
-    if (!session.connected()) {
+    if (session.connected() == nullptr)
         return m_error.fail(result::notConnected);
-    }
     UaVariant value;
     unsigned int position = 0;
     const bool isRead = readGoodValue(*session.connected(), *node, value) &&
@@ -36,13 +35,11 @@ int COpcUaClient::OpcUaGetArrayValue(OpcUaNode* node, unsigned long* index, int 
 
 int COpcUaClient::OpcUaSetArrayValue(OpcUaNode* node, unsigned long* index, int count, const void* buffer,
                                      int& size) {
-    if (!areValid(node, index, count, buffer)) {
+    if (!areValid(node, index, count, buffer))
         return m_error.fail(result::invalidArgument);
-    }
     const SessionTurn session(m_session);
-    if (!session.connected()) {
+    if (session.connected() == nullptr)
         return m_error.fail(result::notConnected);
-    }
     UaVariant value;
     unsigned int position = 0;
     if (!readGoodValue(*session.connected(), *node, value) || !findPosition(value, index, count, position) ||

@@ -26,9 +26,8 @@ OpcUaNode& nodeOf(Request& request) {
 
 template <typename Record>
 void setResults(Record* records, int count, int code) {
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < count; ++i)
         nodeOf(records[i]).result = code;
-    }
 }
 
 /// Tells each node that there is no connection. Returns the result of the operation.

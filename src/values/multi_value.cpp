@@ -36,9 +36,8 @@ void putValues(OpcUa_WriteNode* records, int count, Borrowed& borrowed, UaWriteV
         UaVariant& value = borrowed.values[i];
         value.clear();
         // A record whose type sets nothing writes what the one before it wrote.
-        if (!decodeValue(value, records[i].node->dataType, records[i].value, records[i].size) && i > 0) {
+        if (!decodeValue(value, records[i].node->dataType, records[i].value, records[i].size) && i > 0)
             value = borrowed.values[i - 1];
-        }
         OpcUa_DataValue& element = request[static_cast<OpcUa_UInt32>(i)].value;
         element.value = value.view();
         element.hasValue = true;
@@ -134,25 +133,21 @@ void writeNodes(UaSession& session, OpcUa_WriteNode* nodes, int count, LastError
 } // namespace
 
 int COpcUaClient::OpcUaGetMultiValue(OpcUa_ReadNode* nodes, int count) {
-    if (!nodes || count < 1) {
+    if (nodes == nullptr || count < 1)
         return m_error.fail(result::invalidArgument);
-    }
     const SessionTurn session(m_session);
-    if (!session.connected()) {
+    if (session.connected() == nullptr)
         return refuse(session, nodes, count, m_error);
-    }
     readNodes(*session.connected(), nodes, count, m_error);
     return result::success;
 }
 
 int COpcUaClient::OpcUaSetMultiValue(OpcUa_WriteNode* nodes, int count) {
-    if (!nodes || count < 1) {
+    if (nodes == nullptr || count < 1)
         return m_error.fail(result::invalidArgument);
-    }
     const SessionTurn session(m_session);
-    if (!session.connected()) {
+    if (session.connected() == nullptr)
         return refuse(session, nodes, count, m_error);
-    }
     writeNodes(*session.connected(), nodes, count, m_error);
     return result::success;
 }

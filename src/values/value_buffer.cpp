@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstddef>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 #include "client/text_field.h"
@@ -38,11 +39,10 @@ struct ValueEncoder {
     }
     void operator()(StringType) const {
         // A text is taken from where it lies; only what must be converted first is copied.
-        if (value.type() == OpcUaType_String) {
+        if (value.type() == OpcUaType_String)
             encodeText(viewOf(value.text()), buffer, size);
-        } else {
+        else
             encodeText(viewOf(value.toString()), buffer, size);
-        }
     }
     void operator()(NullType) const { size = 0; }
     void operator()(UnknownType) const {}
@@ -76,18 +76,16 @@ struct ElementEncoder {
     bool operator()(Number) const {
         typename Number::Array elements;
         Number::toArray(std::move(value), elements);
-        if (position >= elements.length()) {
+        if (position >= elements.length())
             return false;
-        }
         encodeNumber(elements[position], buffer, size);
         return true;
     }
     bool operator()(StringType) const {
         UaStringArray elements;
         StringType::toArray(std::move(value), elements);
-        if (position >= elements.length()) {
+        if (position >= elements.length())
             return false;
-        }
         encodeText(viewOf(elements[position]), buffer, size);
         return true;
     }
@@ -128,22 +126,19 @@ private:
 
     template <typename Type>
     bool replace(const typename Type::Element& element) const {
-        if (!hasElement()) {
+        if (!hasElement())
             return false;
-        }
         typename Type::Array elements;
         if (!value.isMatrix()) {
-            if (Type::toArray(std::move(value), elements) != OpcUa_Good) {
+            if (Type::toArray(std::move(value), elements) != OpcUa_Good)
                 return false;
-            }
             elements.replace(position, element);
             Type::setArray(value, std::move(elements));
             return true;
         }
         UaUInt32Array dimensions;
-        if (Type::toMatrix(std::move(value), elements, dimensions) != OpcUa_Good) {
+        if (Type::toMatrix(std::move(value), elements, dimensions) != OpcUa_Good)
             return false;
-        }
         elements.replace(position, element);
         return Type::setMatrix(value, std::move(elements), std::move(dimensions)) == OpcUa_Good;
     }

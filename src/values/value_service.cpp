@@ -32,9 +32,8 @@ bool readGoodValue(UaSession& session, const OpcUaNode& node, UaVariant& value) 
     if (!status.isBad()) {
         value.attach(values[0].value);
         status = values[0].status;
-        if (!status.isNotGood()) {
+        if (!status.isNotGood())
             return true;
-        }
     }
     traceNotRead(node, status);
     return false;
@@ -56,9 +55,8 @@ bool writeValue(UaSession& session, const OpcUaNode& node, const UaWriteValues& 
     status = checked(status, results, 1);
     if (!status.isBad()) {
         status = results[0];
-        if (!status.isNotGood()) {
+        if (!status.isNotGood())
             return true;
-        }
     }
     traceNotWritten(node, status);
     return false;

@@ -1,9 +1,9 @@
 // Layouts of everything that crosses the library's border. Applications are compiled against these numbers: a
 // byte that moves must not compile.
-#include "OpcUaClientInterface.h"
-
 #include <cstddef>
 #include <type_traits>
+
+#include "OpcUaClientInterface.h"
 
 namespace {
 

@@ -1,15 +1,14 @@
 // The order of the virtual operations, looked at as an application compiled long ago does: by slot number.
-#include "OpcUaClientInterface.h"
-
-#include <dlfcn.h>
-
 #include <array>
 #include <cstring>
-#include <gmock/gmock.h>
+#include <dlfcn.h>
 #include <memory>
 #include <new>
 #include <string>
 
+#include <gmock/gmock.h>
+
+#include "OpcUaClientInterface.h"
 #include "support/slots.h"
 
 using test_support::implementationOf;

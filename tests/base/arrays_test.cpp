@@ -1,5 +1,3 @@
-#include "uabase/arrays.h"
-
 #include <cstdint>
 #include <new>
 #include <type_traits>
@@ -7,6 +5,8 @@
 
 #include <gtest/gtest.h>
 #include <open62541/types_generated_handling.h>
+
+#include "uabase/arrays.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
-#include "uabase/byte_string.h"
-
 #include <gtest/gtest.h>
+
+#include "uabase/byte_string.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
-#include "uabase/date_time.h"
-
 #include <chrono>
 #include <limits>
 #include <ratio>
 
 #include <gtest/gtest.h>
+
+#include "uabase/date_time.h"
 
 namespace {
 

@@ -1,15 +1,14 @@
-#include "uabase/directory_lock.h"
-
 #include <chrono>
 #include <csignal>
 #include <memory>
-#include <thread>
-
-#include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
+#include <gtest/gtest.h>
+
 #include "support/temporary_directory.h"
+#include "uabase/directory_lock.h"
 
 namespace {
 

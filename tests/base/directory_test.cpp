@@ -1,14 +1,13 @@
-#include "uabase/directory.h"
-
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <sys/stat.h>
 #include <utility>
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include "support/temporary_directory.h"
+#include "uabase/directory.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "uabase/node_id.h"
-
 #include <string>
 #include <utility>
 
 #include <gtest/gtest.h>
+
+#include "uabase/node_id.h"
 
 namespace {
 

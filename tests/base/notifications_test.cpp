@@ -1,5 +1,4 @@
-#include "uabase/notifications.h"
-
+#include <cstddef>
 #include <string>
 #include <utility>
 
@@ -7,6 +6,7 @@
 #include <open62541/types_generated_handling.h>
 
 #include "support/held_memory.h"
+#include "uabase/notifications.h"
 
 namespace {
 

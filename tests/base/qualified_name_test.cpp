@@ -1,6 +1,6 @@
-#include "uabase/qualified_name.h"
-
 #include <gtest/gtest.h>
+
+#include "uabase/qualified_name.h"
 
 namespace {
 

@@ -1,5 +1,3 @@
-#include "uabase/settings.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -7,11 +5,12 @@
 #include <ios>
 #include <random>
 #include <string>
-
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <gtest/gtest.h>
+
 #include "support/temporary_directory.h"
+#include "uabase/settings.h"
 
 namespace {
 
@@ -83,7 +82,7 @@ TEST_F(Settings, TextIsUtf8WithOrWithoutAByteOrderMark) {
 }
 
 TEST_F(Settings, TheDefaultMayHaveAnyType) {
-    UaSettings settings{UaUniString(m_file.c_str())};
+    const UaSettings settings{UaUniString(m_file.c_str())};
     UaVariant seven;
     seven.setInt32(7);
     OpcUa_Int32 number = 0;
@@ -108,7 +107,7 @@ TEST_F(Settings, AHugeFileIsEmpty) {
 }
 
 TEST_F(Settings, AnEmptyFileNameIsEmpty) {
-    UaSettings settings{UaUniString("")};
+    const UaSettings settings{UaUniString("")};
     EXPECT_EQ(settings.value("key", UaVariant(UaString("default"))).toString(), UaString("default"));
 }
 
@@ -141,7 +140,7 @@ TEST_F(Settings, RandomBytesYieldTheKeyOrItsDefault) {
     const std::string alphabet = std::string("[]=;#\"\r\n\t Gkey", 14) + '\0' + "\xEF\xBB\xBF\xFF";
     for (int round = 0; round < 300; ++round) {
         std::string content;
-        for (std::size_t length = random() % 64; content.size() < length;)
+        for (const std::size_t length = random() % 64; content.size() < length;)
             content += alphabet[random() % alphabet.size()];
         const std::string found = value(content, "key");
         EXPECT_TRUE(found == "default" || content.find(found) != std::string::npos);

@@ -1,6 +1,6 @@
-#include "uabase/status.h"
-
 #include <gtest/gtest.h>
+
+#include "uabase/status.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "uabase/string.h"
-
 #include <string>
 #include <utility>
 
 #include <gtest/gtest.h>
+
+#include "uabase/string.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
-#include "uabase/text_buffer.h"
-
 #include <array>
 #include <cstring>
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include "uabase/text_buffer.h"
 
 namespace {
 

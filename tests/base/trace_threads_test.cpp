@@ -5,12 +5,12 @@
 #include <fstream>
 #include <set>
 #include <string>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "support/temporary_directory.h"
 #include "uabase/platform_layer.h"

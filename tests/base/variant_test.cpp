@@ -1,5 +1,3 @@
-#include "uabase/variant.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -10,6 +8,8 @@
 
 #include <gtest/gtest.h>
 #include <open62541/types_generated_handling.h>
+
+#include "uabase/variant.h"
 
 namespace {
 
@@ -156,7 +156,7 @@ TEST(Variant, AssigningToItselfKeepsTheValue) {
 }
 
 TEST(Variant, AttachTakesHeapDataOver) {
-    OpcUa_Variant array = engineArray(3);
+    const OpcUa_Variant array = engineArray(3);
     const void* const elements = array.data;
     const UaVariant variant = attached(array);
     EXPECT_EQ(variant.raw().data, elements);
@@ -174,7 +174,7 @@ TEST(Variant, AttachTakesHeapDataOver) {
 
 TEST(Variant, AttachOfBorrowedDataCopiesIt) {
     UaVariant source{UaString("text")};
-    OpcUa_Variant borrowed = source.raw();
+    const OpcUa_Variant borrowed = source.raw();
     ASSERT_EQ(borrowed.storageType, UA_VARIANT_DATA_NODELETE);
     const UaVariant variant = attached(borrowed);
     source.setString("changed");

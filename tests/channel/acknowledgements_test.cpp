@@ -1,9 +1,9 @@
-#include "subscription/acknowledgements.h"
+#include <cstddef>
+#include <cstdint>
 
 #include <gtest/gtest.h>
 
-#include <cstddef>
-#include <cstdint>
+#include "subscription/acknowledgements.h"
 
 using UaClientSdk::Acknowledgements;
 
@@ -34,9 +34,8 @@ TEST(Acknowledgements, OfOneSubscriptionAreForgottenAlone) {
 TEST(Acknowledgements, AreNotKeptWithoutEnd) {
     Acknowledgements acknowledgements;
     constexpr auto most = static_cast<std::uint32_t>(Acknowledgements::most);
-    for (std::uint32_t number = 1; number <= most + 5; ++number) {
+    for (std::uint32_t number = 1; number <= most + 5; ++number)
         acknowledgements.note(1, number);
-    }
     const Acknowledgements::List taken = acknowledgements.takeAll();
     ASSERT_EQ(taken.size(), Acknowledgements::most);
     EXPECT_EQ(taken.front().sequenceNumber, 6U);

@@ -1,12 +1,12 @@
-#include "channel/chunk_reader.h"
-
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "channel/chunk_reader.h"
 
 using namespace UaClientSdk;
 

@@ -1,8 +1,8 @@
-#include "socket/endpoint_url.h"
+#include <string>
 
 #include <gtest/gtest.h>
 
-#include <string>
+#include "socket/endpoint_url.h"
 
 using UaClientSdk::EndpointUrl;
 

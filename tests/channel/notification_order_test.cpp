@@ -1,12 +1,12 @@
-#include "subscription/notification_order.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <open62541/types_generated_handling.h>
+
+#include "subscription/notification_order.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -38,18 +38,16 @@ protected:
     NotificationOrder order;
     std::vector<std::uint32_t> delivered;
     const NotificationOrder::Deliver deliver = [this](UA_NotificationMessage& message) {
-        if (message.notificationDataSize > 0) {
+        if (message.notificationDataSize > 0)
             delivered.push_back(message.sequenceNumber);
-        }
     };
 };
 
 } // namespace
 
 TEST_F(NotificationOrderTest, DeliversWhatComesInOrderAtOnce) {
-    for (const std::uint32_t number : {1U, 2U, 3U}) {
+    for (const std::uint32_t number : {1U, 2U, 3U})
         arrive(number);
-    }
     EXPECT_THAT(delivered, ElementsAre(1, 2, 3));
     EXPECT_THAT(order.takeMissing(), IsEmpty());
 }
@@ -149,9 +147,8 @@ TEST_F(NotificationOrderTest, BeginsAnewAfterTheLastNumberWithout0) {
 
 TEST_F(NotificationOrderTest, HoldsBackNoMoreThanItsBound) {
     arrive(1);
-    for (std::uint32_t number = 3; number < 30; ++number) {
+    for (std::uint32_t number = 3; number < 30; ++number)
         arrive(number, std::size_t{1} << 20U);
-    }
     ASSERT_GE(delivered.size(), 10U);
     arrive(30);
     EXPECT_EQ(delivered.back(), 30U);
@@ -175,12 +172,10 @@ TEST_F(NotificationOrderTest, WhatIsHeldCountsAsItLiesInMemory) {
         order.arrived(message, deliver);
         UA_NotificationMessage_clear(&message);
     };
-    for (std::uint32_t number = 3; number < 7; ++number) {
+    for (std::uint32_t number = 3; number < 7; ++number)
         arriveDense(number);
-    }
     EXPECT_THAT(delivered, ElementsAre(1)); // 7 MB
-    for (std::uint32_t number = 7; number < 11; ++number) {
+    for (std::uint32_t number = 7; number < 11; ++number)
         arriveDense(number);
-    }
     EXPECT_GE(delivered.size(), 6U); // 14 MB
 }

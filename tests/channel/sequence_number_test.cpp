@@ -1,8 +1,8 @@
-#include "channel/sequence_number.h"
+#include <cstdint>
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
+#include "channel/sequence_number.h"
 
 using UaClientSdk::maySequenceNumberFollow;
 using UaClientSdk::nextSequenceNumber;
@@ -25,9 +25,8 @@ TEST(SequenceNumber, OfTheServerIsOneAboveTheLast) {
 
 TEST(SequenceNumber, OfTheServerMayStartAnewBelow1024BeyondTheLimit) {
     for (const std::uint32_t last : {limit, limit + 1, limit + 500, greatest - 1, greatest}) {
-        for (const std::uint32_t first : {0U, 1U, 2U, 1023U}) {
+        for (const std::uint32_t first : {0U, 1U, 2U, 1023U})
             EXPECT_TRUE(maySequenceNumberFollow(last, first)) << last << ", " << first;
-        }
         EXPECT_FALSE(maySequenceNumberFollow(last, 1024)) << last;
     }
 }

@@ -1,6 +1,6 @@
-#include "values/array_table.h"
-
 #include <gtest/gtest.h>
+
+#include "values/array_table.h"
 
 using namespace opcua_cli;
 
@@ -51,6 +51,6 @@ TEST(ArrayTable, MoreDimensionsAreSlices) {
 TEST(ArrayTable, NumbersAreNeverCut) {
     Terminal narrow;
     narrow.width = 20;
-    NodeValue value({1, 3}, {Value(1234567890.5), Value(2.5), Value(1234567890.25)});
+    const NodeValue value({1, 3}, {Value(1234567890.5), Value(2.5), Value(1234567890.25)});
     EXPECT_NE(arrayTable(value, narrow).find("1234567890.25"), std::string::npos);
 }

@@ -3,9 +3,9 @@
 #include <utility>
 #include <vector>
 
-#include "plant_fixture.h"
-
 #include <gmock/gmock.h>
+
+#include "plant_fixture.h"
 
 using namespace cli_test;
 using nlohmann::json;
@@ -20,10 +20,9 @@ json flat(const json& nested) {
     if (!nested.is_array())
         return json::array({nested});
     json elements = json::array();
-    for (const json& inner : nested) {
+    for (const json& inner : nested)
         for (const json& element : flat(inner))
             elements.push_back(element);
-    }
     return elements;
 }
 
@@ -123,7 +122,7 @@ TEST_F(Arrays, AnIndexOutsideIsRefused) {
     };
     for (const auto& [arguments, message] : cases) {
         Arguments all = arguments;
-        all.push_back("--json");
+        all.emplace_back("--json");
         const CliResult read = cli("read", all);
         EXPECT_EQ(read.exitCode, 1) << message;
         EXPECT_EQ(read.json()["nodes"][0]["ok"], false);

@@ -1,14 +1,14 @@
-#include "own_program.h"
-
-#include "support/child_process.h"
-#include "support/server_process.h"
-
 #include <cctype>
 #include <filesystem>
 #include <fstream>
+#include <string>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <string>
+
+#include "own_program.h"
+#include "support/child_process.h"
+#include "support/server_process.h"
 
 using namespace cli_test;
 using nlohmann::json;
@@ -28,10 +28,9 @@ std::string thumbprintByOpenssl(const std::string& file) {
         "openssl", {"x509", "-in", file, "-inform", "der", "-noout", "-fingerprint", "-sha1"});
     EXPECT_EQ(result.end.exitCode, 0) << result.standardError;
     std::string digits;
-    for (const char character : result.standardOutput.substr(result.standardOutput.find('=') + 1)) {
+    for (const char character : result.standardOutput.substr(result.standardOutput.find('=') + 1))
         if (std::isxdigit(static_cast<unsigned char>(character)) != 0)
             digits += character;
-    }
     return digits;
 }
 

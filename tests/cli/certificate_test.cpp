@@ -1,16 +1,17 @@
+#include <algorithm>
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <openssl/err.h>
+
 #include "files/library_files.h"
 #include "security/certificate.h"
 #include "support/child_process.h"
 #include "support/temporary_directory.h"
-
-#include <algorithm>
-#include <cstddef>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <openssl/err.h>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
 using namespace opcua_cli;
 using testing::ElementsAre;

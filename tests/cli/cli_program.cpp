@@ -1,7 +1,5 @@
 #include "cli_program.h"
 
-#include "support/child_process.h"
-
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -14,6 +12,8 @@
 #include <termios.h>
 #include <unistd.h>
 #include <utility>
+
+#include "support/child_process.h"
 
 namespace cli_test {
 namespace {
@@ -73,10 +73,9 @@ void PseudoTerminal::resize(unsigned short columns, unsigned short rows) {
 std::string PseudoTerminal::awaitText(const std::string& wanted) {
     constexpr int limitMilliseconds = 60000;
     pollfd watched{m_master, POLLIN, 0};
-    for (m_seen = text(); m_seen.find(wanted) == std::string::npos; m_seen += text()) {
+    for (m_seen = text(); m_seen.find(wanted) == std::string::npos; m_seen += text())
         if (poll(&watched, 1, limitMilliseconds) != 1)
             throw std::runtime_error("\"" + wanted + "\" did not come; there is: " + m_seen);
-    }
     return m_seen;
 }
 

@@ -1,9 +1,10 @@
 #pragma once
 
 #include <chrono>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 namespace cli_test {
 

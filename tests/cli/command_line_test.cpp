@@ -1,13 +1,13 @@
-#include "command_line/command_line.h"
-
-#include "failure.h"
-
 #include <cstddef>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "command_line/command_line.h"
+#include "failure.h"
 
 using namespace opcua_cli;
 using testing::AllOf;

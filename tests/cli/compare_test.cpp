@@ -1,12 +1,12 @@
-#include "plant_fixture.h"
-
-#include "support/temporary_directory.h"
-
 #include <csignal>
 #include <fstream>
-#include <gmock/gmock.h>
 #include <map>
 #include <string>
+
+#include <gmock/gmock.h>
+
+#include "plant_fixture.h"
+#include "support/temporary_directory.h"
 
 using namespace cli_test;
 using nlohmann::json;

@@ -1,12 +1,12 @@
-#include "plant_fixture.h"
-
-#include "support/temporary_directory.h"
-
 #include <fstream>
-#include <gmock/gmock.h>
 #include <ios>
 #include <iterator>
 #include <string>
+
+#include <gmock/gmock.h>
+
+#include "plant_fixture.h"
+#include "support/temporary_directory.h"
 
 using namespace cli_test;
 using nlohmann::json;

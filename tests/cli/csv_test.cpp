@@ -3,11 +3,11 @@
 #include <string_view>
 #include <vector>
 
-#include "formats/csv.h"
-#include "formats/text_file.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "formats/csv.h"
+#include "formats/text_file.h"
 
 using namespace opcua_cli;
 using testing::ElementsAre;

@@ -1,10 +1,11 @@
-#include "address.h"
-#include "reasons.h"
+#include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <string>
-#include <vector>
+
+#include "address.h"
+#include "reasons.h"
 
 using namespace opcua_cli;
 using testing::HasSubstr;

@@ -1,15 +1,15 @@
-#include "plant_fixture.h"
-
-#include "support/child_process.h"
-#include "support/temporary_directory.h"
-
 #include <chrono>
 #include <csignal>
 #include <fstream>
-#include <gmock/gmock.h>
 #include <set>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+
+#include "plant_fixture.h"
+#include "support/child_process.h"
+#include "support/temporary_directory.h"
 
 using namespace cli_test;
 using nlohmann::json;

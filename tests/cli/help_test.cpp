@@ -1,12 +1,12 @@
-#include "help.h"
-
-#include "command_line/command_line.h"
-#include "failure.h"
+#include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <string>
-#include <vector>
+
+#include "command_line/command_line.h"
+#include "failure.h"
+#include "help.h"
 
 using namespace opcua_cli;
 using testing::ElementsAre;

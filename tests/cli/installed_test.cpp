@@ -1,18 +1,18 @@
-#include "cli_program.h"
-
-#include "support/child_process.h"
-#include "support/server_process.h"
-#include "support/temporary_directory.h"
-
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <iterator>
 #include <string>
 #include <unistd.h>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "cli_program.h"
+#include "support/child_process.h"
+#include "support/server_process.h"
+#include "support/temporary_directory.h"
 
 using namespace cli_test;
 using nlohmann::json;
@@ -37,9 +37,8 @@ protected:
         EXPECT_EQ(installed.end.exitCode, 0) << installed.standardError;
         fs::create_directory(home());
         fs::permissions(m_directory.path(), fs::perms(0755));
-        if (geteuid() == 0) {
+        if (geteuid() == 0)
             EXPECT_EQ(chown(home().c_str(), nobody, nobody), 0);
-        }
         fs::permissions(binaries(), fs::perms(0555));
     }
     ~Installed() override { fs::permissions(binaries(), fs::perms(0755)); }
@@ -127,9 +126,8 @@ TEST_F(Installed, TheLibrarysVariableNamesThePlaceForBoth) {
     const std::string named = (home() / "named").string();
     const Arguments variables{"HOME=" + home().string(), "OPCUACLIENT_DIRECTORY=" + named};
     fs::create_directory(named);
-    if (geteuid() == 0) {
+    if (geteuid() == 0)
         ASSERT_EQ(chown(named.c_str(), nobody, nobody), 0);
-    }
     const CliResult made = run({"cert", "--make", "--trace", "warnings", "--json"}, variables);
     ASSERT_EQ(made.exitCode, 0) << made.error;
     EXPECT_EQ(made.json()["client"]["file"], named + "/pkiclient/own/certs/HMIClient.der");

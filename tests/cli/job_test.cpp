@@ -1,9 +1,9 @@
-#include "values/job.h"
-
-#include "failure.h"
+#include <optional>
 
 #include <gtest/gtest.h>
-#include <optional>
+
+#include "failure.h"
+#include "values/job.h"
 
 using namespace opcua_cli;
 

@@ -1,9 +1,10 @@
+#include <fstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
 #include "files/library_files.h"
 #include "support/temporary_directory.h"
-
-#include <fstream>
-#include <gtest/gtest.h>
-#include <string>
 
 using opcua_cli::LibraryFiles;
 using opcua_cli::libraryFilesIn;

@@ -1,5 +1,17 @@
-#include "live_table_pieces.h"
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "live_table_pieces.h"
 #include "monitor/array_reader.h"
 #include "monitor/live_table.h"
 #include "monitor/table_view.h"
@@ -7,18 +19,6 @@
 #include "output/keys.h"
 #include "text/ascii.h"
 #include "text/utf8.h"
-
-#include <chrono>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <limits>
-#include <optional>
-#include <string>
-#include <utility>
-#include <vector>
 
 using namespace cli_test;
 using namespace opcua_cli;
@@ -400,7 +400,7 @@ TEST(LiveArrays, AreReadOnceASecondAtMost) {
 }
 
 TEST(LiveArrays, AreReadInTurnAndOnTheScreenOnly) {
-    Monitored monitored{"", Jobs(10, watched("Array", OpcUaDataType_Int32, {10}))};
+    const Monitored monitored{"", Jobs(10, watched("Array", OpcUaDataType_Int32, {10}))};
     LiveTable table(monitored, true);
     const auto changeAll = [&] {
         for (std::size_t node = 0; node < 10; ++node)

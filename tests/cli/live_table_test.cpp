@@ -1,24 +1,23 @@
-#include "live_table_pieces.h"
-
-#include "monitor/live_table.h"
-
-#include "monitor/change_inbox.h"
-#include "monitor/trend.h"
-#include "monitor/watched.h"
-#include "text/time_text.h"
-#include "text/utf8.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstring>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <limits>
 #include <poll.h>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "live_table_pieces.h"
+#include "monitor/change_inbox.h"
+#include "monitor/live_table.h"
+#include "monitor/trend.h"
+#include "monitor/watched.h"
+#include "text/time_text.h"
+#include "text/utf8.h"
 
 using namespace cli_test;
 using namespace opcua_cli;

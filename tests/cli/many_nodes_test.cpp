@@ -1,16 +1,16 @@
-#include "plant_fixture.h"
-
-#include "support/temporary_directory.h"
-
 #include <array>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
 #include <functional>
-#include <gmock/gmock.h>
 #include <ios>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+
+#include "plant_fixture.h"
+#include "support/temporary_directory.h"
 
 using namespace cli_test;
 using nlohmann::json;
@@ -53,11 +53,11 @@ void handlesFortyFive(const std::function<CliResult(const std::string&, const Ar
         nodes.push_back(manyNode(6 + 12 * i)); // every twelfth is an Int32
         pairs.insert(pairs.end(), {nodes.back(), std::to_string(-i)});
     }
-    pairs.push_back("--json");
+    pairs.emplace_back("--json");
     const CliResult written = cli("write", pairs);
     EXPECT_EQ(written.exitCode, 0) << written.error;
     ASSERT_EQ(written.json()["nodes"].size(), 45u);
-    nodes.push_back("--json");
+    nodes.emplace_back("--json");
     const CliResult read = cli("read", nodes);
     EXPECT_EQ(read.exitCode, 0) << read.error;
     const json readings = read.json()["nodes"];

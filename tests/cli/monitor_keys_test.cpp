@@ -1,14 +1,8 @@
-#include "own_program.h"
-#include "plant_fixture.h"
-
-#include "support/child_process.h"
-
 #include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <functional>
-#include <gmock/gmock.h>
 #include <optional>
 #include <regex>
 #include <stdexcept>
@@ -16,6 +10,12 @@
 #include <sys/wait.h>
 #include <utility>
 #include <vector>
+
+#include <gmock/gmock.h>
+
+#include "own_program.h"
+#include "plant_fixture.h"
+#include "support/child_process.h"
 
 using namespace cli_test;
 using test_support::ChildProcess;
@@ -135,7 +135,7 @@ TEST_F(MonitorKeys, ScrollTheTable) {
     awaitText("rows 1-21 of 1200");
     EXPECT_THAT(select("", "Variable0001"), StartsWith(">"));
     select(down + down, "Variable0003");
-    Frame frame = await([](const Frame& drawn) { return has(drawn, "rows 1-21 of 1200"); });
+    const Frame frame = await([](const Frame& drawn) { return has(drawn, "rows 1-21 of 1200"); });
     EXPECT_THAT(frame, SizeIs(24));
     EXPECT_THAT(frame, Contains(HasSubstr("Variable0021")));
     select(pageDown, "Variable0024");
@@ -149,7 +149,7 @@ TEST_F(MonitorKeys, ScrollTheTable) {
 TEST_F(MonitorKeys, FilterByWhatIsTyped) {
     start({"/Plant/Boiler"});
     awaitText("AlarmText");
-    Frame frame = press("/drum/", "filter: drum/_");
+    const Frame frame = press("/drum/", "filter: drum/_");
     EXPECT_THAT(frame, AllOf(Contains(HasSubstr("Steam drum/Level")), Not(Contains(HasSubstr("AlarmText")))));
     press("\x7f\x7f"
           "x",

@@ -1,13 +1,8 @@
-#include "plant_fixture.h"
-
-#include "support/child_process.h"
-
 #include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <functional>
-#include <gmock/gmock.h>
 #include <map>
 #include <optional>
 #include <regex>
@@ -17,6 +12,11 @@
 #include <sys/wait.h>
 #include <utility>
 #include <vector>
+
+#include <gmock/gmock.h>
+
+#include "plant_fixture.h"
+#include "support/child_process.h"
 
 using namespace cli_test;
 using nlohmann::json;

@@ -1,10 +1,10 @@
-#include "addressing/node_info.h"
+#include <cstring>
+#include <string>
+
+#include <gtest/gtest.h>
 
 #include "addressing/node_finder.h"
-
-#include <cstring>
-#include <gtest/gtest.h>
-#include <string>
+#include "addressing/node_info.h"
 
 using namespace opcua_cli;
 

@@ -1,17 +1,17 @@
-#include "formats/node_list.h"
-
-#include "failure.h"
-#include "support/temporary_directory.h"
-
 #include <fstream>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <ios>
 #include <optional>
 #include <string>
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "failure.h"
+#include "formats/node_list.h"
+#include "support/temporary_directory.h"
 
 using namespace opcua_cli;
 using testing::AllOf;

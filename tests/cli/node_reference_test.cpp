@@ -1,12 +1,11 @@
 #include <string>
 #include <vector>
 
-#include "addressing/node_reference.h"
-
-#include "failure.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "addressing/node_reference.h"
+#include "failure.h"
 
 using namespace opcua_cli;
 using testing::HasSubstr;

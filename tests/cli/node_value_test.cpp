@@ -1,11 +1,10 @@
 #include <string>
 
-#include "values/node_value.h"
-
-#include "failure.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "failure.h"
+#include "values/node_value.h"
 
 using namespace opcua_cli;
 using testing::HasSubstr;

@@ -1,12 +1,11 @@
 #pragma once
 
-#include "cli_program.h"
-
-#include "support/temporary_directory.h"
-
 #include <cstddef>
 #include <filesystem>
 #include <string>
+
+#include "cli_program.h"
+#include "support/temporary_directory.h"
 
 namespace cli_test {
 

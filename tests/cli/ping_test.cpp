@@ -1,13 +1,14 @@
-#include "plant_fixture.h"
-
-#include "support/child_process.h"
-
 #include <chrono>
 #include <csignal>
-#include <gmock/gmock.h>
 #include <optional>
 #include <regex>
+#include <stdexcept>
 #include <string>
+
+#include <gmock/gmock.h>
+
+#include "plant_fixture.h"
+#include "support/child_process.h"
 
 using namespace cli_test;
 using nlohmann::json;

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "cli_program.h"
-
-#include "support/server_process.h"
-
-#include <gtest/gtest.h>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "cli_program.h"
+#include "support/server_process.h"
 
 namespace cli_test {
 

@@ -1,19 +1,19 @@
-#include "plant_fixture.h"
-
-#include "support/child_process.h"
-
 #include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
-#include <gmock/gmock.h>
 #include <limits>
 #include <map>
 #include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
+
+#include <gmock/gmock.h>
+
+#include "plant_fixture.h"
+#include "support/child_process.h"
 
 using namespace cli_test;
 using nlohmann::json;

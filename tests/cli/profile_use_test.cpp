@@ -1,13 +1,13 @@
-#include "plant_fixture.h"
-
-#include "support/temporary_directory.h"
-
 #include <filesystem>
 #include <fstream>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "plant_fixture.h"
+#include "support/temporary_directory.h"
 
 using namespace cli_test;
 using testing::AllOf;

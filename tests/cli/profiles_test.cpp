@@ -1,14 +1,14 @@
-#include "OpcUaHelpers.h"
-#include "files/profiles.h"
-
-#include "failure.h"
-#include "security/names.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "OpcUaHelpers.h"
+#include "failure.h"
+#include "files/profiles.h"
+#include "security/names.h"
 
 using namespace opcua_cli;
 using testing::HasSubstr;

@@ -1,16 +1,16 @@
 // Why something failed, as the program says it.
-#include "own_program.h"
-#include "plant_fixture.h"
-
-#include "support/server_process.h"
-
 #include <filesystem>
 #include <fstream>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <iterator>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "own_program.h"
+#include "plant_fixture.h"
+#include "support/server_process.h"
 
 using namespace cli_test;
 using test_support::PlantServer;

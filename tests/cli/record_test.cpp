@@ -1,16 +1,8 @@
-#include "lines.h"
-#include "plant_fixture.h"
-
-#include "support/child_process.h"
-#include "support/temporary_directory.h"
-
 #include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -20,6 +12,14 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "lines.h"
+#include "plant_fixture.h"
+#include "support/child_process.h"
+#include "support/temporary_directory.h"
 
 using namespace cli_test;
 using test_support::ChildProcess;
@@ -218,10 +218,9 @@ TEST_F(Record, ExportsAPart) {
         const CliResult result = exported(options);
         EXPECT_EQ(result.exitCode, 0) << result.error;
         std::set<char> days;
-        for (const std::string& line : linesOf(result.output)) {
+        for (const std::string& line : linesOf(result.output))
             if (line.compare(0, 9, "2024-05-0") == 0)
                 days.insert(line[9]);
-        }
         return std::string(days.begin(), days.end());
     };
     EXPECT_EQ(times({}), "1234");

@@ -2,14 +2,14 @@
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include "OpcUaHelpers.h"
 #include "failure.h"
 #include "security/names.h"
 #include "security/options.h"
 #include "uapki/security_policy.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 using namespace opcua_cli;
 using testing::HasSubstr;
@@ -42,7 +42,8 @@ void expectRefusal(const SecurityOptions& options, const std::string& explanatio
 TEST(Names, OfPoliciesAreThoseOfTheLibrarysTable) {
     int number = 0;
     std::string names;
-    for (; const UaPkiSecurityPolicy* policy = UaPkiSecurityPolicy::numbered(number); ++number) {
+    const UaPkiSecurityPolicy* policy = nullptr;
+    for (; (policy = UaPkiSecurityPolicy::numbered(number)) != nullptr; ++number) {
         EXPECT_EQ(policyName(number, policy->isNone() ? OpcUaSecurityMode_None : OpcUaSecurityMode_Sign),
                   policy->name);
         EXPECT_EQ(policyFromName(policy->uri), number);

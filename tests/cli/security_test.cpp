@@ -1,17 +1,17 @@
-#include "own_program.h"
-
-#include "support/child_process.h"
-#include "support/server_process.h"
-
 #include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <memory>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "own_program.h"
+#include "support/child_process.h"
+#include "support/server_process.h"
 
 using namespace cli_test;
 using nlohmann::json;

@@ -1,12 +1,12 @@
-#include "addressing/shape.h"
-
-#include "failure.h"
-
 #include <cstddef>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <limits>
 #include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "addressing/shape.h"
+#include "failure.h"
 
 using namespace opcua_cli;
 using testing::ElementsAre;

@@ -1,19 +1,21 @@
-#include "plant_fixture.h"
-
-#include "support/child_process.h"
-#include "support/temporary_directory.h"
-
 #include <chrono>
 #include <csignal>
 #include <fstream>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <istream>
 #include <optional>
+#include <ostream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "plant_fixture.h"
+#include "support/child_process.h"
+#include "support/temporary_directory.h"
 
 using namespace cli_test;
 using nlohmann::json;

@@ -1,13 +1,13 @@
-#include "shell/completion.h"
-#include "shell/position.h"
-#include "shell/words.h"
-
-#include "failure.h"
+#include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <string>
-#include <vector>
+
+#include "failure.h"
+#include "shell/completion.h"
+#include "shell/position.h"
+#include "shell/words.h"
 
 using namespace opcua_cli;
 using testing::ElementsAre;

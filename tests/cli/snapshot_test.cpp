@@ -1,15 +1,15 @@
-#include "plant_fixture.h"
-
-#include "support/temporary_directory.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <fstream>
-#include <gmock/gmock.h>
 #include <map>
 #include <string>
 #include <utility>
+
+#include <gmock/gmock.h>
+
+#include "plant_fixture.h"
+#include "support/temporary_directory.h"
 
 using namespace cli_test;
 using nlohmann::json;
@@ -126,9 +126,8 @@ TEST_F(Snapshots, AreRestored) {
     const json torque = byId(stored()["nodes"]).at("ns=2;s=Line1.MotorTorque")["value"];
     // The plant moves by itself, in a tick's time.
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (value("ns=2;s=Line1.MotorTorque") == torque) {
+    while (value("ns=2;s=Line1.MotorTorque") == torque)
         ASSERT_LT(std::chrono::steady_clock::now(), deadline);
-    }
     const CliResult result = restore({"--json"});
     EXPECT_EQ(result.exitCode, 1) << "what moved meanwhile is read-only";
     EXPECT_GE(result.json()["written"], 4);

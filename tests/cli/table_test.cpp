@@ -1,10 +1,10 @@
 #include <cstddef>
 #include <optional>
 
-#include "output/table.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "output/table.h"
 
 using namespace opcua_cli;
 

@@ -1,18 +1,18 @@
-#include "cli_program.h"
-#include "loopback_port.h"
-
-#include "support/child_process.h"
-#include "support/temporary_directory.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "cli_program.h"
+#include "loopback_port.h"
+#include "support/child_process.h"
+#include "support/temporary_directory.h"
 
 using namespace cli_test;
 using testing::AllOf;

@@ -1,6 +1,6 @@
-#include "text/utf8.h"
-
 #include <gtest/gtest.h>
+
+#include "text/utf8.h"
 
 using namespace opcua_cli;
 

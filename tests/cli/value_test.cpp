@@ -1,16 +1,16 @@
-#include "values/value.h"
-
-#include "addressing/node_info.h"
-#include "failure.h"
-
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <limits>
 #include <optional>
 #include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "addressing/node_info.h"
+#include "failure.h"
+#include "values/value.h"
 
 using namespace opcua_cli;
 using testing::HasSubstr;

@@ -1,19 +1,19 @@
 // A server that isn't there yet, and one that does not answer.
-#include "cli_program.h"
-#include "loopback_port.h"
-
-#include "support/child_process.h"
-#include "support/server_process.h"
-#include "support/temporary_directory.h"
-
 #include <chrono>
 #include <csignal>
 #include <cstddef>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "cli_program.h"
+#include "loopback_port.h"
+#include "support/child_process.h"
+#include "support/server_process.h"
+#include "support/temporary_directory.h"
 
 using namespace cli_test;
 using test_support::ChildProcess;
@@ -27,10 +27,9 @@ constexpr std::chrono::minutes safetyNet{1};
 
 void awaitError(ChildProcess& child, const std::string& text) {
     const auto end = std::chrono::steady_clock::now() + safetyNet;
-    while (child.standardError().find(text) == std::string::npos) {
+    while (child.standardError().find(text) == std::string::npos)
         if (std::chrono::steady_clock::now() > end || !child.running())
             throw std::runtime_error(child.describe("\"" + text + "\" did not come"));
-    }
 }
 
 int exitCodeOf(ChildProcess& child) {

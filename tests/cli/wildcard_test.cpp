@@ -1,8 +1,9 @@
-#include "text/wildcard.h"
-
-#include <gtest/gtest.h>
 #include <string>
 #include <string_view>
+
+#include <gtest/gtest.h>
+
+#include "text/wildcard.h"
 
 using opcua_cli::Wildcard;
 

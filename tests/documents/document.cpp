@@ -2,13 +2,14 @@
 
 #include <cstddef>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 std::string textOf(const std::string& file) {
-    std::ifstream stream(std::string(SOURCE_DIRECTORY "/") + file);
+    const std::ifstream stream(std::string(SOURCE_DIRECTORY "/") + file);
     EXPECT_TRUE(stream) << file;
     std::ostringstream text;
     text << stream.rdbuf();
@@ -34,9 +35,8 @@ std::vector<std::string> blocksOf(const std::string& text, const std::string& la
         if (line.rfind("```", 0) == 0) {
             inside = !inside;
             wanted = inside && line.substr(3) == language;
-            if (wanted) {
+            if (wanted)
                 blocks.emplace_back();
-            }
         } else if (wanted) {
             blocks.back() += line + "\n";
         }

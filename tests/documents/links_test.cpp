@@ -2,12 +2,13 @@
 #include <cctype>
 #include <cstddef>
 #include <filesystem>
-#include <gtest/gtest.h>
 #include <regex>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "documents/document.h"
 
@@ -21,11 +22,10 @@ std::vector<std::filesystem::path> documents() {
     const std::set<std::string> notOurs{"build", "node_modules", ".git"};
     for (auto entry = std::filesystem::recursive_directory_iterator(root);
          entry != std::filesystem::recursive_directory_iterator(); ++entry) {
-        if (notOurs.count(entry->path().filename()) != 0) {
+        if (notOurs.count(entry->path().filename()) != 0)
             entry.disable_recursion_pending();
-        } else if (entry->path().extension() == ".md") {
+        else if (entry->path().extension() == ".md")
             found.push_back(std::filesystem::relative(entry->path(), root));
-        }
     }
     return found;
 }
@@ -33,13 +33,11 @@ std::vector<std::filesystem::path> documents() {
 /// "When a server refuses us" is reached by "when-a-server-refuses-us".
 std::string anchorOf(const std::string& heading) {
     std::string anchor;
-    for (const char character : heading) {
-        if (character == ' ' || character == '-') {
+    for (const char character : heading)
+        if (character == ' ' || character == '-')
             anchor += '-';
-        } else if (std::isalnum(static_cast<unsigned char>(character)) != 0 || character == '_') {
+        else if (std::isalnum(static_cast<unsigned char>(character)) != 0 || character == '_')
             anchor += static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
-        }
-    }
     return anchor;
 }
 
@@ -48,9 +46,8 @@ std::set<std::string> anchorsOf(const std::filesystem::path& document) {
     std::istringstream lines(textOf(document));
     for (std::string line; std::getline(lines, line);) {
         const std::size_t level = line.find_first_not_of('#');
-        if (level != 0 && level != std::string::npos && line[level] == ' ') {
+        if (level != 0 && level != std::string::npos && line[level] == ' ')
             anchors.insert(anchorOf(line.substr(level + 1)));
-        }
     }
     return anchors;
 }
@@ -61,9 +58,8 @@ std::vector<std::string> targetsIn(const std::string& text) {
     std::vector<std::string> targets;
     for (auto match = std::sregex_iterator(text.begin(), text.end(), link); match != std::sregex_iterator();
          ++match) {
-        if (match->str(1).find("://") == std::string::npos) {
+        if (match->str(1).find("://") == std::string::npos)
             targets.push_back(match->str(1));
-        }
     }
     return targets;
 }

@@ -1,10 +1,11 @@
 // docs/panel.md: its code is that of the example, its session one that the example has with the plant server.
 #include <csignal>
-#include <gmock/gmock.h>
 #include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
 
 #include "documents/document.h"
 #include "examples/running_panel.h"
@@ -25,17 +26,16 @@ public:
 
     /// False for an event that is none.
     bool meets(const std::string& event) {
-        if (event == "hangs for a while") {
+        if (event == "hangs for a while")
             m_server->freeze();
-        } else if (event == "goes on") {
+        else if (event == "goes on")
             m_server->resume();
-        } else if (event == "is killed") {
+        else if (event == "is killed")
             m_server->kill(SIGKILL);
-        } else if (event == "is started again") {
+        else if (event == "is started again")
             start(m_server->port());
-        } else {
+        else
             return false;
-        }
         return true;
     }
 
@@ -53,13 +53,12 @@ private:
 /// A line of the document's session: the operator types it, the server meets it, or the panel says it.
 void follow(const std::string& line, Plant& plant, RunningPanel& panel) {
     const std::string sign = line.substr(0, 2);
-    if (sign == "> ") {
+    if (sign == "> ")
         panel.type(line.substr(2));
-    } else if (sign == "# ") {
+    else if (sign == "# ")
         EXPECT_TRUE(plant.meets(line.substr(2))) << line;
-    } else if (sign != "$ ") {
+    else if (sign != "$ ")
         panel.await(line.substr(0, line.find("...")));
-    }
 }
 
 } // namespace
@@ -69,9 +68,8 @@ TEST(PanelDocument, ItsCodeIsTheExamples) {
         unindented(textOf("examples/panel/panel.cpp") + textOf("examples/panel/main.cpp"));
     const std::vector<std::string> blocks = blocksOf(textOf("docs/panel.md"), "cpp");
     EXPECT_GE(blocks.size(), 11U);
-    for (const std::string& block : blocks) {
+    for (const std::string& block : blocks)
         EXPECT_THAT(source, HasSubstr(unindented(block)));
-    }
 }
 
 TEST(PanelDocument, ItsSessionIsTheExamples) {
@@ -80,8 +78,7 @@ TEST(PanelDocument, ItsSessionIsTheExamples) {
     Plant plant;
     RunningPanel panel(plant.url(), "ns=2;s=Line1", "ns=2;s=Line1.SpeedSetpoint");
     std::istringstream lines(blocks.front());
-    for (std::string line; std::getline(lines, line);) {
+    for (std::string line; std::getline(lines, line);)
         follow(line, plant, panel);
-    }
     EXPECT_EQ(panel.endOfInput().text(), "exit code 0");
 }

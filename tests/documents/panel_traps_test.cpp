@@ -1,8 +1,9 @@
 // The traps that docs/panel.md warns of are there, and what it says against them helps. The seventh, "once",
 // is Panel.AsksAgainAfterNoAndAfterOnce.
 #include <cstring>
-#include <gtest/gtest.h>
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "OpcUaClientInterface.h"
 #include "OpcUaHelpers.h"

@@ -1,12 +1,12 @@
 // docs/values.md: its code is that of the example, its output what the example prints, its table what the
 // library does.
-#include <gmock/gmock.h>
-
 #include <cmath>
 #include <functional>
 #include <limits>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
 
 #include "documents/document.h"
 #include "support/child_process.h"
@@ -21,9 +21,8 @@ TEST(ValuesDocument, ItsCodeIsTheExamples) {
     const std::string source = unindented(textOf("examples/values/main.cpp"));
     const std::vector<std::string> blocks = blocksOf(textOf("docs/values.md"), "cpp");
     EXPECT_GE(blocks.size(), 7U);
-    for (const std::string& block : blocks) {
+    for (const std::string& block : blocks)
         EXPECT_THAT(source, HasSubstr(unindented(block)));
-    }
 }
 
 TEST(ValuesDocument, ItsOutputIsWhatTheExamplePrints) {
@@ -33,9 +32,8 @@ TEST(ValuesDocument, ItsOutputIsWhatTheExamplePrints) {
     const std::vector<std::string> blocks = blocksOf(textOf("docs/values.md"), "");
     ASSERT_GE(blocks.size(), 4U);
     EXPECT_EQ(run.standardOutput, blocks.back());
-    for (const std::string& block : blocks) {
+    for (const std::string& block : blocks)
         EXPECT_THAT(run.standardOutput, HasSubstr(block));
-    }
 }
 
 /// Holds every 64-bit integer and every Double exactly.
@@ -57,14 +55,11 @@ struct NumberType {
 template <typename Value>
 std::vector<Value> criticalValues() {
     std::vector<Value> values{std::numeric_limits<Value>::lowest(), std::numeric_limits<Value>::max()};
-    for (const long number : {-16777217L, -129L, -1L, 0L, 1L, 2L, 127L, 128L, 255L, 256L, 16777217L}) {
-        if (static_cast<long>(static_cast<Value>(number)) == number) {
+    for (const long number : {-16777217L, -129L, -1L, 0L, 1L, 2L, 127L, 128L, 255L, 256L, 16777217L})
+        if (static_cast<long>(static_cast<Value>(number)) == number)
             values.push_back(static_cast<Value>(number));
-        }
-    }
-    if (!std::numeric_limits<Value>::is_integer) {
+    if (!std::numeric_limits<Value>::is_integer)
         values.push_back(static_cast<Value>(0.4));
-    }
     return values;
 }
 
@@ -114,9 +109,8 @@ std::string outcome(const NumberType& from, const NumberType& to) {
         rounds = rounds || (converted && result != sample.value);
         tellsZero = tellsZero && converted && result == (sample.value != 0 ? 1 : 0);
     }
-    if (toBoolean && rounds) {
+    if (toBoolean && rounds)
         return tellsZero ? "≠0" : "?";
-    }
     return refuses ? (rounds ? "~<" : "<") : (rounds ? "~" : "=");
 }
 
@@ -131,9 +125,8 @@ std::string conversionTable() {
         rule += "---|";
         last += " number |";
         body += std::string("| ") + from.name + " |";
-        for (const NumberType& to : types) {
+        for (const NumberType& to : types)
             body += " " + outcome(from, to) + " |";
-        }
         body += " text |\n";
     }
     return head + " String |\n" + rule + "---|\n" + body + last + " = |\n";

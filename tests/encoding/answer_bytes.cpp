@@ -1,5 +1,9 @@
 #include "answer_bytes.h"
 
+#include <cstddef>
+#include <cstring>
+#include <vector>
+
 const std::vector<const UA_DataType*>& responseTypes() {
     static const std::vector<const UA_DataType*> types{
         &UA_TYPES[UA_TYPES_SERVICEFAULT],
@@ -28,9 +32,8 @@ Bytes Value::encoded() const {
     Bytes bytes(UA_calcSizeBinary(m_value, &m_type));
     UA_ByteString target{bytes.size(), bytes.data()};
     // An empty target would be allocated.
-    if (bytes.empty() || UA_encodeBinary(m_value, &m_type, &target) != UA_STATUSCODE_GOOD) {
+    if (bytes.empty() || UA_encodeBinary(m_value, &m_type, &target) != UA_STATUSCODE_GOOD)
         return {};
-    }
     return bytes;
 }
 
@@ -46,9 +49,8 @@ Encoding& Encoding::repeat(std::size_t times, const Bytes& bytes) {
         std::memset(m_bytes.data() + begin, bytes.front(), times);
         return *this;
     }
-    for (std::size_t i = 0; i < times; ++i) {
+    for (std::size_t i = 0; i < times; ++i)
         std::memcpy(m_bytes.data() + begin + i * bytes.size(), bytes.data(), bytes.size());
-    }
     return *this;
 }
 

@@ -1,12 +1,13 @@
 // Answers as a server should send them, and those whose number of results is another than what was asked for.
 
-#include "encoding/answer_decoding.h"
+#include <cstddef>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "answer_bytes.h"
+#include "encoding/answer_decoding.h"
 #include "random_values.h"
 #include "uastack/status_code.h"
 
@@ -111,9 +112,8 @@ INSTANTIATE_TEST_SUITE_P(Every, ResultCount, testing::ValuesIn(servicesWithResul
                          [](const auto& service) { return std::string(service.param.type->typeName); });
 
 TEST_P(ResultCount, MustBeWhatWasAskedFor) {
-    for (std::size_t count = 0; count < 5; ++count) {
+    for (std::size_t count = 0; count < 5; ++count)
         EXPECT_EQ(decode(answer(count), 3), count == 3 ? OpcUa_Good : OpcUa_BadUnknownResponse) << count;
-    }
     EXPECT_EQ(decode(answer(200), 3), OpcUa_BadUnknownResponse);
 }
 

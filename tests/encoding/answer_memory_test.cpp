@@ -1,8 +1,9 @@
 // What decoding takes of the heap: what the walk says, and for bodies that are made to take a lot.
 
-#include <gtest/gtest.h>
-
+#include <cstddef>
 #include <functional>
+
+#include <gtest/gtest.h>
 
 #include "answer_bytes.h"
 #include "encoding/answer_decoding.h"
@@ -149,9 +150,8 @@ TEST(LargeAnswer, OfAHundredThousandNodesPasses) {
     const Bytes boolean{1, OpcUaType_Boolean, 1};
     const Bytes text = Encoding().byte(1).byte(OpcUaType_String).count(3).append(Bytes(3, 'x')).bytes();
     const Bytes status = Encoding().byte(2).number(OpcUa_BadTimeout).bytes();
-    for (const Bytes& result : {boolean, status}) {
+    for (const Bytes& result : {boolean, status})
         expectDecoded(decodeRead(result, 100000 * result.size()));
-    }
     const Bytes timed =
         Encoding().byte(5).byte(OpcUaType_String).count(3).append(Bytes(3, 'x')).append(Bytes(8)).bytes();
     expectDecoded(decodeRead(timed, 100000 * timed.size()));

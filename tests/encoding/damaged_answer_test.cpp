@@ -1,9 +1,11 @@
 // Answers that were cut off or changed on the way.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <memory>
+
+#include <gtest/gtest.h>
 
 #include "answer_bytes.h"
 #include "encoding/answer_decoding.h"

@@ -1,5 +1,8 @@
 // Matrices without elements, and those whose dimensions don't fit their elements.
 
+#include <cstddef>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "answer_bytes.h"
@@ -16,9 +19,8 @@ using Dimensions = std::vector<OpcUa_Int32>;
 Bytes matrix(unsigned type, OpcUa_Int32 length, const Bytes& elements, const Dimensions& dimensions) {
     Encoding encoding;
     encoding.byte(0xC0 | type).number(length).append(elements).count(dimensions.size());
-    for (const OpcUa_Int32 dimension : dimensions) {
+    for (const OpcUa_Int32 dimension : dimensions)
         encoding.number(dimension);
-    }
     return encoding.bytes();
 }
 
@@ -37,9 +39,8 @@ Bytes scalar(OpcUa_Int32 number) {
 Bytes dataChange(const std::vector<Bytes>& variants) {
     Encoding items;
     items.count(variants.size());
-    for (const Bytes& variant : variants) {
+    for (const Bytes& variant : variants)
         items.number(OpcUa_UInt32{5}).append(dataValue(variant));
-    }
     return items.null().bytes();
 }
 
@@ -63,9 +64,8 @@ protected:
     OpcUa_StatusCode read(const std::vector<Bytes>& variants) {
         Encoding encoding;
         encoding.header().count(variants.size());
-        for (const Bytes& variant : variants) {
+        for (const Bytes& variant : variants)
             encoding.append(dataValue(variant));
-        }
         const Bytes body = encoding.null().bytes();
         return decodeAnswer(view(body), m_read.type(), variants.size(), m_read.get()).statusCode();
     }
@@ -88,9 +88,8 @@ protected:
         EXPECT_EQ(variant.arrayLength, 0U);
         EXPECT_EQ(variant.data, UA_EMPTY_ARRAY_SENTINEL);
         ASSERT_EQ(variant.arrayDimensionsSize, dimensions.size());
-        for (std::size_t i = 0; i < dimensions.size(); ++i) {
+        for (std::size_t i = 0; i < dimensions.size(); ++i)
             EXPECT_EQ(variant.arrayDimensions[i], static_cast<OpcUa_UInt32>(dimensions[i]));
-        }
     }
 
     static void expectNumber(const UA_Variant& variant, OpcUa_Int32 number) {

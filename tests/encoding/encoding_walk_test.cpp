@@ -1,8 +1,10 @@
-#include "encoding/encoding_walk.h"
+#include <cstddef>
+#include <cstring>
 
 #include <gtest/gtest.h>
 
 #include "answer_bytes.h"
+#include "encoding/encoding_walk.h"
 #include "random_values.h"
 
 using UaClientSdk::EncodingWalk;
@@ -43,9 +45,8 @@ TEST(EncodingWalk, ConsumesWhatTheEngineEncodes) {
 
 TEST(EncodingWalk, KnowsTheBodyOfEveryTypeThatTheEngineDecodes) {
     for (const UA_DataType& type : UA_TYPES) {
-        if (type.binaryEncodingId.identifier.numeric == 0) {
+        if (type.binaryEncodingId.identifier.numeric == 0)
             continue;
-        }
         const Bytes body = Value(type).encoded();
         EXPECT_EQ(walk(Encoding().extensionObject(type, body).bytes(), UA_TYPES[UA_TYPES_EXTENSIONOBJECT]),
                   OpcUa_Good)
@@ -111,11 +112,10 @@ TEST(EncodingWalk, RefusesVariantsOfNoType) {
         Bytes bytes(20);
         bytes[0] = static_cast<OpcUa_Byte>(first);
         const unsigned int shape = first & 0xC0U;
-        if (shape == 0x40) { // dimensions of no array, which the engine overlooks
+        if (shape == 0x40) // dimensions of no array, which the engine overlooks
             EXPECT_NE(walk(bytes, variantType), OpcUa_Good) << first;
-        } else if (shape != 0xC0) { // what is empty and has dimensions the engine refuses where we do not
+        else if (shape != 0xC0) // what is empty and has dimensions the engine refuses where we do not
             EXPECT_EQ(walk(bytes, variantType) == OpcUa_Good, engineDecodes(bytes, variantType)) << first;
-        }
     }
 }
 

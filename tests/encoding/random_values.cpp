@@ -12,11 +12,9 @@ Type& as(void* value) {
 
 std::vector<const UA_DataType*> structureTypes() {
     std::vector<const UA_DataType*> types;
-    for (const UA_DataType& type : UA_TYPES) {
-        if (type.typeKind == UA_DATATYPEKIND_STRUCTURE && type.binaryEncodingId.identifier.numeric != 0) {
+    for (const UA_DataType& type : UA_TYPES)
+        if (type.typeKind == UA_DATATYPEKIND_STRUCTURE && type.binaryEncodingId.identifier.numeric != 0)
             types.push_back(&type);
-        }
-    }
     return types;
 }
 
@@ -87,20 +85,17 @@ void RandomValues::fillNested(const UA_DataType& type, void* value) {
 }
 
 void RandomValues::fillBytes(void* value, std::size_t size) {
-    for (std::size_t i = 0; i < size; ++i) {
+    for (std::size_t i = 0; i < size; ++i)
         static_cast<OpcUa_Byte*>(value)[i] = static_cast<OpcUa_Byte>(m_random());
-    }
 }
 
 void RandomValues::fillArray(const UA_DataType& type, std::size_t& length, void*& elements) {
-    if (oneIn(4)) {
+    if (oneIn(4))
         return;
-    }
     length = deep() ? 0 : below(oneIn(10) ? 30 : 4);
     elements = UA_Array_new(length, &type);
-    for (std::size_t i = 0; i < length; ++i) {
+    for (std::size_t i = 0; i < length; ++i)
         fill(type, static_cast<char*>(elements) + i * type.memSize);
-    }
 }
 
 void RandomValues::fillMembers(const UA_DataType& type, char* place) {
@@ -118,9 +113,8 @@ void RandomValues::fillMembers(const UA_DataType& type, char* place) {
 }
 
 void RandomValues::fill(UA_String& text) {
-    if (oneIn(4)) {
+    if (oneIn(4))
         return;
-    }
     text.length = below(oneIn(20) ? 2000 : 40);
     text.data = static_cast<OpcUa_Byte*>(UA_Array_new(text.length, &UA_TYPES[UA_TYPES_BYTE]));
     fillBytes(text.data, text.length);
@@ -173,16 +167,14 @@ void RandomValues::fill(UA_ExtensionObject& object) {
     fill(object.content.encoded.typeId);
     // None of the engine's own.
     object.content.encoded.typeId.namespaceIndex = 7;
-    if (object.encoding != UA_EXTENSIONOBJECT_ENCODED_NOBODY) {
+    if (object.encoding != UA_EXTENSIONOBJECT_ENCODED_NOBODY)
         fill(object.content.encoded.body);
-    }
 }
 
 void RandomValues::fill(UA_DataValue& value) {
     value.hasValue = !oneIn(4);
-    if (value.hasValue) {
+    if (value.hasValue)
         fill(UA_TYPES[UA_TYPES_VARIANT], &value.value);
-    }
     value.hasStatus = oneIn(2);
     value.hasSourceTimestamp = oneIn(2);
     value.hasServerTimestamp = oneIn(2);
@@ -197,9 +189,8 @@ void RandomValues::fill(UA_DiagnosticInfo& info) {
     info.hasLocalizedText = oneIn(2);
     info.hasInnerStatusCode = oneIn(2);
     info.hasAdditionalInfo = oneIn(2);
-    if (info.hasAdditionalInfo) {
+    if (info.hasAdditionalInfo)
         fill(info.additionalInfo);
-    }
     info.hasInnerDiagnosticInfo = oneIn(2) && !deep();
     if (info.hasInnerDiagnosticInfo) {
         info.innerDiagnosticInfo = UA_DiagnosticInfo_new();
@@ -208,15 +199,13 @@ void RandomValues::fill(UA_DiagnosticInfo& info) {
 }
 
 void RandomValues::fill(UA_Variant& variant) {
-    if (oneIn(8) || deep()) {
+    if (oneIn(8) || deep())
         return;
-    }
     const bool isArray = oneIn(2);
     // Not every structure may be one: that is an extension object then.
     const UA_DataType* type = oneIn(6) ? &structureType() : &UA_TYPES[below(UA_TYPES_DIAGNOSTICINFO + 1)];
-    if (type->typeKind == UA_DATATYPEKIND_VARIANT && !isArray) {
+    if (type->typeKind == UA_DATATYPEKIND_VARIANT && !isArray)
         type = &UA_TYPES[UA_TYPES_LOCALIZEDTEXT];
-    }
     variant.type = type;
     if (!isArray) {
         variant.data = UA_new(type);
@@ -224,9 +213,8 @@ void RandomValues::fill(UA_Variant& variant) {
         return;
     }
     fillArray(*type, variant.arrayLength, variant.data);
-    if (variant.arrayLength > 0 && oneIn(3)) {
+    if (variant.arrayLength > 0 && oneIn(3))
         fillDimensions(variant);
-    }
 }
 
 void RandomValues::fillDimensions(UA_Variant& variant) {

@@ -1,11 +1,12 @@
 #include <csignal>
 #include <filesystem>
-#include <gtest/gtest.h>
 #include <iterator>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "OpcUaClientInterface.h"
 #include "OpcUaHelpers.h"
@@ -140,9 +141,8 @@ TEST(Panel, AsksAgainAfterNoAndAfterOnce) {
     plant.startAgain();
     panel.await("the connection is lost");
     std::string line = panel.nextLine();
-    while (line != "connected" && line.compare(0, question.size(), question) != 0) {
+    while (line != "connected" && line.compare(0, question.size(), question) != 0)
         line = panel.nextLine();
-    }
     EXPECT_EQ(line, "connected") << "without a question";
     EXPECT_EQ(panel.endOfInput().text(), "exit code 0");
 }

@@ -3,13 +3,14 @@
 #include <chrono>
 #include <fcntl.h>
 #include <filesystem>
-#include <gtest/gtest.h>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "support/child_process.h"
 #include "support/temporary_directory.h"
@@ -24,9 +25,8 @@ public:
         const std::string program = m_directory.path() / "panel";
         const std::string keyboard = m_directory.path() / "keyboard";
         std::filesystem::copy_file(PANEL, program);
-        if (mkfifo(keyboard.c_str(), 0600) != 0) {
+        if (mkfifo(keyboard.c_str(), 0600) != 0)
             throw std::runtime_error("cannot make a FIFO");
-        }
         // Opened both ways, so that nobody has to wait for the other end.
         m_keyboard.reset(open(keyboard.c_str(), O_RDWR | O_CLOEXEC));
         const std::string command = R"(export PANEL_PASSWORD=plant; exec "$0" "$@" <)" + keyboard;
@@ -45,9 +45,8 @@ public:
         std::string passed;
         while (std::chrono::steady_clock::now() < end) {
             const std::string line = nextLine();
-            if (line.compare(0, beginning.size(), beginning) == 0) {
+            if (line.compare(0, beginning.size(), beginning) == 0)
                 return line;
-            }
             passed += line + "\n";
         }
         throw std::runtime_error("no line \"" + beginning + "\" among\n" + passed);

@@ -1,6 +1,8 @@
 // A server's answer to any service that a client calls: the first byte says which, the second how many
 // results are expected (255: any number), the rest are the answer's bytes.
 
+#include <cstddef>
+#include <cstdint>
 #include <iterator>
 #include <vector>
 
@@ -87,9 +89,8 @@ void checkWalk(UaByteView body, const UA_DataType& type, std::size_t memory) {
 } // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size < serviceBytes) {
+    if (size < serviceBytes)
         return 0;
-    }
     const UA_DataType& type = responseType(data[0]);
     const std::size_t expected = data[1] == 255 ? anyNumber : data[1];
     const UaByteView body(data + serviceBytes, size - serviceBytes);

@@ -82,17 +82,15 @@ ChannelSides::ChannelSides(const char* policy, OpcUa_MessageSecurityMode mode) {
 ChannelPeer::Token ChannelPeer::token(std::uint32_t id) const {
     Token token;
     token.id = id;
-    if (isSecured()) {
+    if (isSecured())
         token.keys = UaPkiSymmetricKeys(*m_sides.server.policy, lastNonce(), viewOf(nonce()));
-    }
     return token;
 }
 
 Bytes ChannelPeer::acknowledge() {
     Bytes bytes = headerOf("ACK", 'F', 0); // the version has the channel's place
-    for (const std::size_t limit : {largestChunk, largestChunk, std::size_t(0), std::size_t(0)}) {
+    for (const std::size_t limit : {largestChunk, largestChunk, std::size_t(0), std::size_t(0)})
         appendNumber(bytes, limit);
-    }
     setSize(bytes, bytes.size());
     return bytes;
 }
@@ -119,9 +117,8 @@ Bytes ChannelPeer::bareMessage(char position, Token& token, const Place& place, 
     }
     const bool encrypts = m_sides.server.mode == OpcUa_MessageSecurityMode_SignAndEncrypt;
     const std::size_t signatureLength = m_sides.server.policy->signatureLength;
-    while (encrypts && (bytes.size() - symmetricHeaderLength + signatureLength) % block != 0) {
+    while (encrypts && (bytes.size() - symmetricHeaderLength + signatureLength) % block != 0)
         bytes.insert(bytes.begin() + symmetricHeaderLength + sequenceHeaderLength, 0);
-    }
     const std::size_t signedSize = bytes.size();
     bytes.resize(signedSize + signatureLength);
     setSize(bytes, bytes.size());
@@ -147,9 +144,8 @@ Bytes ChannelPeer::bareOpen(const Place& place, UaByteView content) const {
     appendSequenceHeader(bytes, place);
     append(bytes, content);
     setSize(bytes, bytes.size());
-    if (!isSecured()) {
+    if (!isSecured())
         return bytes;
-    }
     const UaPkiPeerKey& key = m_sides.clientKey;
     const std::size_t plain = bytes.size() - headerLength + m_sides.serverKey.blockLength();
     const std::size_t blocks = (plain + key.plainBlockLength() - 1) / key.plainBlockLength();
@@ -164,9 +160,8 @@ Bytes ChannelPeer::bareOpen(const Place& place, UaByteView content) const {
 bool ChannelPeer::isPadded(UaByteView content) const {
     constexpr std::size_t longestBlockWithOneByte = 256;
     const std::size_t countLength = m_sides.clientKey.blockLength() > longestBlockWithOneByte ? 2 : 1;
-    if (!isSecured() || content.size < countLength) {
+    if (!isSecured() || content.size < countLength)
         return !isSecured();
-    }
     const OpcUa_Byte* const end = content.data + content.size;
     const std::size_t padding = countLength == 1 ? end[-1] : end[-1] * std::size_t{256} + end[-2];
     return content.size >= countLength + padding;

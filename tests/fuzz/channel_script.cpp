@@ -92,9 +92,8 @@ void ChannelScript::run() {
     openChannel();
     while (m_isOpen && !m_hasFailed) {
         readArrived();
-        if (m_hasFailed || !step()) {
+        if (m_hasFailed || !step())
             break;
-        }
     }
     if (m_isOpen) {
         m_channel.sendClose(++m_requestId);
@@ -105,15 +104,13 @@ void ChannelScript::run() {
 
 /// False at the script's end.
 bool ChannelScript::step() {
-    if (m_input.isEmpty()) {
+    if (m_input.isEmpty())
         return false;
-    }
     const std::size_t which =
         m_input.number<std::uint8_t>() % (std::size(serverRecords) + std::size(clientRecords));
     if (which >= std::size(serverRecords)) {
-        if (m_isOpen) {
+        if (m_isOpen)
             (this->*clientRecords[which - std::size(serverRecords)])();
-        }
     } else if (m_fed < mostFed) {
         (this->*serverRecords[which])();
     }
@@ -197,15 +194,13 @@ void ChannelScript::checkSent() const {
 }
 
 void ChannelScript::expect(Outlook outlook) {
-    if (m_outlook == Outlook::Certain) {
+    if (m_outlook == Outlook::Certain)
         m_outlook = outlook;
-    }
 }
 
 void ChannelScript::expectMessage(char position, std::uint32_t requestId, UaByteView content) {
-    if (m_outlook != Outlook::Certain) {
+    if (m_outlook != Outlook::Certain)
         return;
-    }
     const bool isMixed = m_pieceCount > 0 && requestId != m_pieces.requestId;
     if (isMixed || (position == 'C' && content.size == 0) ||
         (position != 'A' && m_pieceCount == SecureChannel::mostChunks)) {
@@ -215,12 +210,10 @@ void ChannelScript::expectMessage(char position, std::uint32_t requestId, UaByte
     m_pieces.requestId = requestId;
     m_pieces.body.insert(m_pieces.body.end(), content.data, content.data + content.size);
     ++m_pieceCount;
-    if (position == 'C') {
+    if (position == 'C')
         return;
-    }
-    if (position == 'A') {
+    if (position == 'A')
         m_pieces = {requestId, true, {}};
-    }
     m_expected.push_back(m_pieces);
     m_pieces = {};
     m_pieceCount = 0;
@@ -228,9 +221,8 @@ void ChannelScript::expectMessage(char position, std::uint32_t requestId, UaByte
 
 void ChannelScript::expectOpen(Token token, bool isGood) {
     if (m_awaitedOpen == 0) {
-        if (++m_unaskedOpens > mostUnaskedOpens) {
+        if (++m_unaskedOpens > mostUnaskedOpens)
             expect(Outlook::Ended);
-        }
         return;
     }
     if (!isGood) {
@@ -283,13 +275,11 @@ void ChannelScript::sendMessage() {
     const std::uint32_t requestId = m_input.number<std::uint8_t>();
     const unsigned int more = m_input.number<std::uint8_t>();
     const UaByteView content = m_input.bytes(m_input.number<std::uint16_t>());
-    if (m_tokens.empty()) {
+    if (m_tokens.empty())
         return;
-    }
     Token& token = m_tokens[tokenIndex % m_tokens.size()];
-    if (token.isShortLived && &token != &m_tokens.front()) {
+    if (token.isShortLived && &token != &m_tokens.front())
         expect(Outlook::Unknown); // time decides
-    }
     for (unsigned int i = 0; i <= more && m_fed < mostFed; ++i) {
         send(m_peer.message(position, token, nextPlace(requestId), content));
         expectMessage(position, requestId, content);
@@ -310,9 +300,8 @@ void ChannelScript::sendBareMessage() {
 void ChannelScript::sendMisplacedMessage() {
     const unsigned int what = m_input.number<std::uint8_t>() % 3;
     const std::uint32_t by = std::max(m_input.number<std::uint8_t>(), std::uint8_t{1});
-    if (m_tokens.empty()) {
+    if (m_tokens.empty())
         return;
-    }
     Token& token = m_tokens.front();
     const std::uint32_t id = token.id;
     const std::uint32_t before = m_sequenceNumber;
@@ -334,9 +323,8 @@ void ChannelScript::sendMisplacedMessage() {
 void ChannelScript::sendOpen() {
     const std::uint32_t tokenId = m_input.number<std::uint8_t>();
     const unsigned int faults = m_input.number<std::uint8_t>();
-    if (mayOpen()) {
+    if (mayOpen())
         sendOpenAnswer(tokenId, faults);
-    }
 }
 
 void ChannelScript::sendOpenAnswer(std::uint32_t tokenId, unsigned int faults) {
@@ -350,11 +338,10 @@ void ChannelScript::sendOpenAnswer(std::uint32_t tokenId, unsigned int faults) {
     const Bytes body = openAnswer(place.channelId + (has(3) ? 1 : 0), tokenId, has(4) ? 0 : anHour, nonce);
     place.sequenceNumber += has(5) ? 1 : 0;
     send(m_peer.open(place, viewOf(body)));
-    if (isFirst) {
+    if (isFirst)
         m_sequenceNumber = place.sequenceNumber; // where a server begins is its own choice
-    } else if (has(5)) {
+    else if (has(5))
         expect(mayStartAnew(before) ? Outlook::Unknown : Outlook::Ended);
-    }
     Token token;
     static_cast<ChannelPeer::Token&>(token) = m_peer.token(tokenId);
     token.isShortLived = has(4);
@@ -386,9 +373,8 @@ void ChannelScript::sendOpenFrom() {
     const bool isGenuine = (m_input.number<std::uint8_t>() & 1U) != 0;
     const std::uint32_t tokenId = m_input.number<std::uint8_t>();
     const UaByteView rest = m_input.bytes(m_input.number<std::uint16_t>());
-    if (!mayOpen()) {
+    if (!mayOpen())
         return;
-    }
     Bytes sender;
     if (isGenuine) {
         const UaByteView server(m_peer.certificate().view());
@@ -397,9 +383,8 @@ void ChannelScript::sendOpenFrom() {
     sender.insert(sender.end(), rest.data, rest.data + rest.size);
     send(m_peer.openFrom(viewOf(sender), nextPlace(m_awaitedOpen),
                          viewOf(openAnswer(m_channelId, tokenId, anHour, m_peer.nonce()))));
-    if (m_peer.isSecured() && !beginsWith(viewOf(sender), m_peer.certificate())) {
+    if (m_peer.isSecured() && !beginsWith(viewOf(sender), m_peer.certificate()))
         expect(Outlook::Ended);
-    }
     Token token;
     static_cast<ChannelPeer::Token&>(token) = m_peer.token(tokenId);
     expectOpen(std::move(token), true);
@@ -414,15 +399,13 @@ void ChannelScript::damageNext() {
 // ---- What the client does
 
 void ChannelScript::renew() {
-    if (!mayOpen()) {
+    if (!mayOpen())
         return;
-    }
     NoRoom room;
     const UaStatus status = m_channel.sendRenewal(++m_requestId, room);
     require(status.isGood() || m_outlook == Outlook::Unknown, "a renewal can be sent");
-    if (status.isGood()) {
+    if (status.isGood())
         m_awaitedOpen = m_requestId;
-    }
     checkSent();
 }
 

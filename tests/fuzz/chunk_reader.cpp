@@ -116,11 +116,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         const std::size_t length = input.number<std::uint8_t>();
         const unsigned int more = input.number<std::uint8_t>();
         const UaByteView piece = input.bytes(length);
-        for (unsigned int i = 0; i <= more; ++i) {
-            if (!reading.arrive(piece)) {
+        for (unsigned int i = 0; i <= more; ++i)
+            if (!reading.arrive(piece))
                 return 0;
-            }
-        }
         arrived += piece.size * (more + 1);
     }
     return 0;

@@ -36,30 +36,28 @@ struct Answers {
 };
 
 void take(char kind, std::string text, Answers& answers) {
-    if (kind == 'S') {
+    if (kind == 'S')
         answers.servers.push_back({std::move(text), {}, {}});
-    } else if (kind == 'E') {
+    else if (kind == 'E')
         answers.endpoints.push_back({std::move(text), {}, {}});
-    } else if (!answers.servers.empty() && kind == 'N') {
+    else if (!answers.servers.empty() && kind == 'N')
         answers.servers.back().name = std::move(text);
-    } else if (!answers.servers.empty() && kind == 'U') {
+    else if (!answers.servers.empty() && kind == 'U')
         answers.servers.back().urls.push_back(std::move(text));
-    } else if (!answers.endpoints.empty() && kind == 'P') {
+    else if (!answers.endpoints.empty() && kind == 'P')
         answers.endpoints.back().policy = std::move(text);
-    } else if (!answers.endpoints.empty() && kind == 'T') {
+    else if (!answers.endpoints.empty() && kind == 'T')
         answers.endpoints.back().profile = std::move(text);
-    } else if (!answers.endpoints.empty() && kind == 'M') {
+    else if (!answers.endpoints.empty() && kind == 'M')
         answers.endpoints.back().mode = text.empty() ? 0 : text[0] - '0';
-    }
 }
 
 Answers answersIn(std::string_view rest) {
     Answers answers;
     while (!rest.empty()) {
         const std::string_view line = takeUntil('\n', rest);
-        if (!line.empty()) {
+        if (!line.empty())
             take(line[0], std::string(line.substr(1)), answers);
-        }
     }
     return answers;
 }
@@ -81,9 +79,8 @@ void fill(UaApplicationDescriptions& target, const std::vector<Server>& servers)
         target[i].discoveryUrls =
             static_cast<OpcUa_String*>(UA_Array_new(urls.size(), &UA_TYPES[UA_TYPES_STRING]));
         target[i].discoveryUrlsSize = urls.size();
-        for (std::size_t j = 0; j < urls.size(); ++j) {
+        for (std::size_t j = 0; j < urls.size(); ++j)
             target[i].discoveryUrls[j] = owned(urls[j]);
-        }
     }
 }
 

@@ -69,9 +69,8 @@ UA_ByteString certificateIn(Input& input) {
     const unsigned int which = input.number<std::uint8_t>() % 8;
     const UaByteView server(sides().client.serverCertificate.view());
     Bytes bytes;
-    if (which > 0 && which < 6) {
+    if (which > 0 && which < 6)
         bytes.assign(server.data, server.data + server.size);
-    }
     if (which == 5 || which == 7) {
         const UaByteView more = input.bytes(input.number<std::uint8_t>());
         bytes.insert(bytes.end(), more.data, more.data + more.size);
@@ -123,16 +122,13 @@ UaEndpointDescriptions repeated(const UaEndpointDescriptions& offers, unsigned i
     UaEndpointDescriptions copies;
     copies.create(offers.length());
     OpcUa_UInt32 count = 0;
-    for (OpcUa_UInt32 i = 0; i < offers.length(); ++i) {
-        if ((which >> (i % 8) & 1U) != 0) {
+    for (OpcUa_UInt32 i = 0; i < offers.length(); ++i)
+        if ((which >> (i % 8) & 1U) != 0)
             copies.replace(count++, offers[i]);
-        }
-    }
     UaEndpointDescriptions kept;
     kept.create(count);
-    for (OpcUa_UInt32 i = 0; i < count; ++i) {
+    for (OpcUa_UInt32 i = 0; i < count; ++i)
         kept.replace(i, copies[i]);
-    }
     return kept;
 }
 
@@ -140,9 +136,8 @@ UaEndpointDescriptions repeated(const UaEndpointDescriptions& offers, unsigned i
 
 /// -1 for a policy that is not known.
 int strengthOf(const UA_UserTokenPolicy& token, const UA_EndpointDescription& endpoint) {
-    if (wireNumber(token.tokenType) == UA_USERTOKENTYPE_ANONYMOUS) {
+    if (wireNumber(token.tokenType) == UA_USERTOKENTYPE_ANONYMOUS)
         return 0;
-    }
     const UA_String& own = token.securityPolicyUri;
     const UaPkiSecurityPolicy* policy =
         UaPkiSecurityPolicy::find(UaString(own.length > 0 ? own : endpoint.securityPolicyUri));
@@ -172,9 +167,8 @@ void checkChoice(const EndpointOffers& offers, const WantedSecurity& wanted, UA_
     require(choice.isOffered == isOffered && choice.hasUnknownProtection == hasUnknown,
             "the choice tells what there is");
     require((choice.endpoint != nullptr) == (strongest >= 0), "a choice is made where there is one");
-    if (choice.endpoint == nullptr) {
+    if (choice.endpoint == nullptr)
         return;
-    }
     require(choice.protection->strength == strongest, "the strongest token is chosen");
     const UA_UserTokenPolicy* const first = choice.endpoint->userIdentityTokens;
     require(choice.token >= first && choice.token < first + choice.endpoint->userIdentityTokensSize,
@@ -183,9 +177,8 @@ void checkChoice(const EndpointOffers& offers, const WantedSecurity& wanted, UA_
 
 void checkComparison(const EndpointOffers& query, const EndpointOffers& session, const WantedSecurity& wanted,
                      UA_UserTokenType userType, const EndpointChoice& choice) {
-    if (choice.endpoint == nullptr) {
+    if (choice.endpoint == nullptr)
         return;
-    }
     for (const Compared compared : {Compared::WithWantedSecurity, Compared::All}) {
         require(areSameOffers(query, query, wanted, *choice.endpoint, compared),
                 "a list is the same as itself");
@@ -222,9 +215,8 @@ struct SessionAnswer : UA_CreateSessionResponse {
         : UA_CreateSessionResponse{} {
         const Bytes nonce((missing & 1U) != 0 ? 31 : 32, 7);
         serverNonce = copyOf(viewOf(nonce));
-        if ((missing & 2U) == 0) {
+        if ((missing & 2U) == 0)
             serverCertificate = copyOf(sides().client.serverCertificate.view());
-        }
         UaPkiOwnKey key;
         if ((missing & 4U) == 0 && policy != nullptr && !policy->isNone() &&
             UaPkiOwnKey::open(*policy, OpcUa_Key{}, key).isGood()) {
@@ -268,24 +260,21 @@ void connect(const UaEndpointDescriptions& query, UaEndpointDescriptions& sessio
              const WantedSecurity& wanted, UA_UserTokenType userType, unsigned int missing) {
     Info info(wanted);
     info.setOffers(query);
-    if (userType == UA_USERTOKENTYPE_USERNAME) {
+    if (userType == UA_USERTOKENTYPE_USERNAME)
         info.setUserPasswordUserIdentity("operator", password);
-    }
     const UaString url("opc.tcp://plant:4840");
     SessionSecurity security(info, url);
     UA_CreateSessionRequest create{};
-    if (security.prepare().isBad() || security.fill(create).isBad()) {
+    if (security.prepare().isBad() || security.fill(create).isBad())
         return;
-    }
     const UaPkiSecurityPolicy* const policy = UaPkiSecurityPolicy::find(wanted.policyUri);
     const bool isSecured = policy != nullptr && !policy->isNone();
     // A session may tell less than the query: what it does not repeat is not used.
     const bool wasHidden = offersProtection(session, wanted) && !offersProtection(query, wanted);
     const SessionAnswer answer(create, policy, session, missing);
     UA_ActivateSessionRequest activate{};
-    if (security.check(answer).isBad() || security.fill(activate, answer).isBad()) {
+    if (security.check(answer).isBad() || security.fill(activate, answer).isBad())
         return;
-    }
     require(!isSecured || (missing & 7U) == 0, "a secured session needs nonce, certificate and signature");
     if (holdsPassword(activate)) {
         require(!offersProtection(query, wanted) || wanted.mode == OpcUa_MessageSecurityMode_SignAndEncrypt,

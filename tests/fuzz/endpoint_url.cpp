@@ -15,9 +15,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::size_t longest = 4000; // with room for another port and path
     const std::string text(asText(data, std::min(size, longest)));
     EndpointUrl url;
-    if (EndpointUrl::parse(UaString(text), url).isBad()) {
+    if (EndpointUrl::parse(UaString(text), url).isBad())
         return 0;
-    }
     require(!url.host.empty() && url.port != 0, "a URL names a host and a port");
     require(text.find(url.host) != std::string::npos, "the host stands in the URL");
     require(url.host.find('/') == std::string::npos, "the host ends where the path begins");

@@ -34,9 +34,8 @@ std::vector<OpcUa_Byte> FedSocket::takeSent() {
 }
 
 bool FedSocket::wait() {
-    if (!hasArrived() && m_more) {
+    if (!hasArrived() && m_more)
         m_more();
-    }
     return hasArrived();
 }
 

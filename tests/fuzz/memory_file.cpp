@@ -3,11 +3,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-
-#include "fuzz_target.h"
-
 #include <sys/mman.h>
 #include <unistd.h>
+
+#include "fuzz_target.h"
 
 MemoryFile::MemoryFile()
     : m_descriptor(memfd_create("input", MFD_CLOEXEC)),

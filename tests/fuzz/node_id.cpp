@@ -1,11 +1,12 @@
 // The text of a NodeId: what parses has one text form, which parses to the same.
 
+#include "uabase/node_id.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
 #include "fuzz_target.h"
-#include "uabase/node_id.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const UaNodeId id = UaNodeId::fromXmlString(UaString(std::string(asText(data, size))));

@@ -31,7 +31,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         OpcUaNode* const node = client.OpcUaGetUaNode(text.c_str(), OpcUaDataType_Int32);
         require((node == nullptr) == (text.size() > longestNodeId), "a text that fits has a record");
         require(expected == nullptr || node == expected, "a lookup finds what a walk finds");
-        head = head ? head : node;
+        head = head != nullptr ? head : node;
         require(node == nullptr || walk(head, text) == node, "a record that was made is found");
     }
     return 0;

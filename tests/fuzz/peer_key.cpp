@@ -2,6 +2,8 @@
 // none.
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 

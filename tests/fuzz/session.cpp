@@ -106,9 +106,8 @@ private:
     }
     /// The oldest that is not answered yet; with the upper bit set, the newest.
     Request takeRequest() {
-        if (m_requests.empty()) {
+        if (m_requests.empty())
             return {0, 0};
-        }
         const auto place = m_what < 128 ? m_requests.begin() : m_requests.end() - 1;
         const Request request = *place;
         m_requests.erase(place);
@@ -120,9 +119,8 @@ private:
     /// As it should be.
     void sendGoodAnswer() {
         const Request request = takeRequest();
-        if (request.id != 0) {
+        if (request.id != 0)
             sendMessage('F', request.id, goodAnswer(request.typeId));
-        }
     }
     /// Of the type that was asked for, with any bytes.
     void sendAnswerBytes() {
@@ -131,9 +129,8 @@ private:
         Bytes body = goodAnswer(request.typeId);
         body.resize(typeIdLength);
         body.insert(body.end(), content.data, content.data + content.size);
-        if (request.id != 0) {
+        if (request.id != 0)
             sendMessage('F', request.id, body);
-        }
     }
     /// A body, its type included, for a request id.
     void sendBody() {
@@ -153,15 +150,13 @@ private:
         const Request request = takeRequest();
         UA_ServiceFault fault{};
         fault.responseHeader.serviceResult = reasons[m_input.number<std::uint8_t>() % std::size(reasons)];
-        if (request.id != 0) {
+        if (request.id != 0)
             sendMessage('F', request.id, encoded(fault, UA_TYPES[UA_TYPES_SERVICEFAULT]));
-        }
     }
     void breakOff() {
         const Request request = takeRequest();
-        if (request.id != 0) {
+        if (request.id != 0)
             sendMessage('A', request.id, Bytes(8, 0x80));
-        }
     }
     void sendRaw() {
         const UaByteView bytes = m_input.bytes(m_input.number<std::uint16_t>());
@@ -174,15 +169,12 @@ private:
     }
 
     Bytes goodAnswer(std::uint32_t typeId) {
-        if (asksFor<UA_CreateSessionRequest>(typeId)) {
+        if (asksFor<UA_CreateSessionRequest>(typeId))
             return createdSession();
-        }
-        if (asksFor<UA_PublishRequest>(typeId)) {
+        if (asksFor<UA_PublishRequest>(typeId))
             return published();
-        }
-        if (asksFor<UA_RepublishRequest>(typeId)) {
+        if (asksFor<UA_RepublishRequest>(typeId))
             return republished();
-        }
         if (asksFor<UA_ReadRequest>(typeId)) {
             UA_DataValue value{};
             UA_ReadResponse response{};
@@ -281,9 +273,8 @@ class Receiver : public UaSubscriptionCallback, public PublishListener, public C
 public:
     void dataChange(unsigned int, const UaMonitoredItemNotifications& notifications,
                     const UaDiagnosticInfos&) override {
-        for (OpcUa_UInt32 i = 0; i < notifications.length(); ++i) {
+        for (OpcUa_UInt32 i = 0; i < notifications.length(); ++i)
             notifications[i].value.toString();
-        }
     }
     void subscriptionStatusChanged(unsigned int, const UaStatus& status) override {
         require(status.isBad() && ++m_ends == 1, "a subscription ends once, and for a reason");
@@ -325,15 +316,13 @@ void useSession(Pipe& pipe, const UaNodeId& token, const SessionServer& server, 
     for (std::size_t round = 1; !pipe.isEnded(); ++round) {
         const std::size_t before = server.fed();
         publisher->keepHouse(pipe, false);
-        if (reads != 0 && round % reads == 0) {
+        if (reads != 0 && round % reads == 0)
             readValue(pipe);
-        }
         pipe.readArrived();
         require(server.waiting() <= 10 + 2000, "no more is asked for than there is");
         runWaitingTasks();
-        if (server.fed() == before) {
+        if (server.fed() == before)
             break;
-        }
     }
     publisher->close();
     pipe.close(UA_STATUSCODE_BADCONNECTIONCLOSED);
@@ -355,9 +344,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         SessionSecurity security(info, url);
         OpenSession session;
         ConnectFailure failure{};
-        if (openSession(url, SessionConnectInfo(), security, Deadline(anHour), session, failure).isGood()) {
+        if (openSession(url, SessionConnectInfo(), security, Deadline(anHour), session, failure).isGood())
             useSession(*session.pipe, session.authenticationToken, server, reads);
-        }
     });
     // With all that the server's side takes, which encodes and copies each answer a few times.
     require(memory <= 20 * server.fed() + (std::size_t{16} << 20), "memory is bounded");

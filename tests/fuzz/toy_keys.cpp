@@ -29,9 +29,8 @@ std::shared_ptr<evp_pkey_st> anyKey() {
 
 Bytes signatureOf(UaByteView data, std::size_t length) {
     std::uint64_t hash = 0xcbf29ce484222325;
-    for (std::size_t i = 0; i < data.size; ++i) {
+    for (std::size_t i = 0; i < data.size; ++i)
         hash = (hash ^ data.data[i]) * 0x100000001b3;
-    }
     Bytes signature(length);
     for (OpcUa_Byte& byte : signature) {
         hash = (hash ^ length) * 0x100000001b3;
@@ -41,9 +40,8 @@ Bytes signatureOf(UaByteView data, std::size_t length) {
 }
 
 void flip(Bytes& block) {
-    for (OpcUa_Byte& byte : block) {
+    for (OpcUa_Byte& byte : block)
         byte ^= mask;
-    }
 }
 
 } // namespace
@@ -60,24 +58,21 @@ Bytes UaPkiOwnKey::sign(UaByteView data) const {
 }
 
 Bytes UaPkiOwnKey::decrypt(UaByteView cipher) const {
-    if (cipher.size == 0 || cipher.size % m_blockLength != 0 || cipher.size / m_blockLength > mostBlocks) {
+    if (cipher.size == 0 || cipher.size % m_blockLength != 0 || cipher.size / m_blockLength > mostBlocks)
         return {};
-    }
     Bytes plain;
     for (UaByteView rest = cipher; rest.size > 0; rest = rest.from(m_blockLength)) {
         Bytes block(rest.data, rest.data + m_blockLength);
         flip(block);
         const std::size_t unused = block[0] + std::size_t{256} * block[1];
         const std::size_t full = m_blockLength - overhead;
-        if (unused > full || (unused > 0 && rest.size > m_blockLength)) {
+        if (unused > full || (unused > 0 && rest.size > m_blockLength))
             return {};
-        }
         const auto begin = block.begin() + overhead;
         const auto end = block.end() - static_cast<std::ptrdiff_t>(unused);
         const auto isZero = [](OpcUa_Byte byte) { return byte == 0; };
-        if (!std::all_of(block.begin() + 2, begin, isZero) || !std::all_of(end, block.end(), isZero)) {
+        if (!std::all_of(block.begin() + 2, begin, isZero) || !std::all_of(end, block.end(), isZero))
             return {};
-        }
         plain.insert(plain.end(), begin, end);
     }
     return plain;

@@ -48,9 +48,8 @@ void checkNumbers(const UaVariant& value) {
 /// A double made of the first bytes; not a number, and no infinity, has no text that converts back.
 void checkBits(const std::uint8_t* data, std::size_t size) {
     OpcUa_Double number = 0;
-    if (size < sizeof number) {
+    if (size < sizeof number)
         return;
-    }
     std::memcpy(&number, data, sizeof number);
     if (std::isfinite(number)) {
         UaVariant value;

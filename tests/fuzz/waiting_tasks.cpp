@@ -18,9 +18,8 @@ std::vector<UaClientSdk::CallbackTask>& waitingTasks() {
 } // namespace
 
 void runWaitingTasks() {
-    for (const UaClientSdk::CallbackTask& task : std::exchange(waitingTasks(), {})) {
+    for (const UaClientSdk::CallbackTask& task : std::exchange(waitingTasks(), {}))
         task.function(task.context.get(), task.argument);
-    }
 }
 
 void dropWaitingTasks() {

@@ -2,11 +2,12 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
-#include <gtest/gtest.h>
 #include <map>
 #include <mutex>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "OpcUaClientInterface.h"
 #include "OpcUaHelpers.h"
@@ -44,9 +45,8 @@ std::string rack(const std::string& name) {
 
 std::string digits(std::size_t length) {
     std::string text;
-    while (text.size() < length) {
+    while (text.size() < length)
         text += "0123456789abcdef";
-    }
     return text.substr(0, length);
 }
 
@@ -87,9 +87,8 @@ TEST_F(DeliveredValues, AreShownAsWhatTheServerHolds) {
                                                     {"Float", "3.25"},
                                                     {"Double", "-2.718281828459045"},
                                                     {"String", "Hello"}};
-    for (const auto& [type, text] : values) {
+    for (const auto& [type, text] : values)
         EXPECT_EQ(OpcUaChangeText(changeOf("Scalar." + type)), text) << type;
-    }
 }
 
 TEST_F(DeliveredValues, AreTextsUpToTheEndOfTheMessage) {

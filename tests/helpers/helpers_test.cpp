@@ -1,12 +1,13 @@
-#include "OpcUaHelpers.h"
-
 #include <clocale>
 #include <cstring>
-#include <gtest/gtest.h>
 #include <limits>
 #include <locale>
 #include <set>
 #include <string>
+
+#include <gtest/gtest.h>
+
+#include "OpcUaHelpers.h"
 
 namespace {
 
@@ -26,9 +27,8 @@ _OpcUaDataChangeMsg changeOf(const std::string& text) {
     std::memset(change.value, 'x', sizeof change.value);
     text.copy(change.value, sizeof change.value);
     change.valueSize = static_cast<int>(text.size() > 255 ? 255 : text.size());
-    if (text.size() < sizeof change.value) {
+    if (text.size() < sizeof change.value)
         change.value[text.size()] = '\0';
-    }
     return change;
 }
 
@@ -62,11 +62,9 @@ class CommaPunctuation final : public std::numpunct<char> {
 
 TEST(Results, EachHasATextOfItsOwn) {
     std::set<std::string> texts;
-    for (int code = 0; code <= 29; ++code) {
-        if (code != 16) {
+    for (int code = 0; code <= 29; ++code)
+        if (code != 16)
             texts.insert(OpcUaResultText(code));
-        }
-    }
     EXPECT_EQ(texts.size(), 29U);
     EXPECT_EQ(texts.count(OpcUaResultText(16)), 0U);
     EXPECT_STREQ(OpcUaResultText(-1), OpcUaResultText(16));
@@ -75,9 +73,8 @@ TEST(Results, EachHasATextOfItsOwn) {
 
 TEST(Statuses, EachHasATextOfItsOwn) {
     std::set<std::string> texts;
-    for (int status = OpcUaConnectStatus_NotConnected; status <= OpcUaConnectStatus_NotPublishing; ++status) {
+    for (int status = OpcUaConnectStatus_NotConnected; status <= OpcUaConnectStatus_NotPublishing; ++status)
         texts.insert(OpcUaConnectStatusText(status));
-    }
     EXPECT_EQ(texts.size(), 6U);
     EXPECT_EQ(texts.count(OpcUaConnectStatusText(6)), 0U);
 }
@@ -127,7 +124,7 @@ TEST(Nodes, AreNoneWhenTheirIdHasNoRoom) {
 }
 
 TEST(Children, AreFoundByNameInAnyNamespace) {
-    Family family("2:Speed", "2:SpeedSetpoint", "3:State");
+    const Family family("2:Speed", "2:SpeedSetpoint", "3:State");
     EXPECT_EQ(OpcUaChildByName(&family.parent, "SpeedSetpoint"), &family.children[1]);
     EXPECT_EQ(OpcUaChildByName(&family.parent, "2:Speed"), &family.children[0]);
     EXPECT_EQ(OpcUaChildByName(&family.parent, "3:Speed"), nullptr);

@@ -1,8 +1,15 @@
 // Whatever stands where an answer should: it costs that one operation, and neither more nor less.
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <random>
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
 
 #include "hostile/hostile_fixture.h"
 
@@ -75,9 +82,8 @@ Bytes behindHeader(const Call& call, const Bytes& rest) {
 Bytes noise() {
     std::mt19937 numbers(1);
     Bytes bytes;
-    for (int i = 0; i < 64; ++i) {
+    for (int i = 0; i < 64; ++i)
         bytes += u8(numbers() & 0xFF);
-    }
     return bytes;
 }
 
@@ -108,13 +114,11 @@ protected:
     /// Prepares the operation while the server is good.
     void prepare(const Operation& operation) {
         server.edit<UA_BrowseResponse>([&operation](UA_BrowseResponse& response) {
-            if (operation.name == "BrowseNext") {
+            if (operation.name == "BrowseNext")
                 assign(response.results[0].continuationPoint, "more");
-            }
         });
-        if (!operation.needsSession) {
+        if (!operation.needsSession)
             return;
-        }
         if (operation.name.find("Monitored") == std::string::npos &&
             operation.name.find("Subscription") == std::string::npos) {
             ASSERT_EQ(connect(), 0);
@@ -124,21 +128,16 @@ protected:
     }
 
     int run(const std::string& name) {
-        if (name == "FindServers" || name == "GetEndpoints") {
+        if (name == "FindServers" || name == "GetEndpoints")
             return discover();
-        }
-        if (name == "Read") {
+        if (name == "Read")
             return read();
-        }
-        if (name == "ReadMany") {
+        if (name == "ReadMany")
             return readMany();
-        }
-        if (name == "Write") {
+        if (name == "Write")
             return writeText("text");
-        }
-        if (name == "Browse" || name == "BrowseNext") {
+        if (name == "Browse" || name == "BrowseNext")
             return browse();
-        }
         if (name == "CreateSubscription") {
             client.OpcUaDeleteSubScription();
             return client.OpcUaCreateSubScription(50);
@@ -148,15 +147,12 @@ protected:
             client.OpcUaCreateSubScription(50); // for the next time: it is gone whatever was answered
             return code;
         }
-        if (name == "CreateMonitoredItems") {
+        if (name == "CreateMonitoredItems")
             return add("ns=1;s=Another");
-        }
-        if (name == "DeleteMonitoredItems") {
+        if (name == "DeleteMonitoredItems")
             return remove();
-        }
-        if (name == "ClearMonitoredItems") {
+        if (name == "ClearMonitoredItems")
             return client.OpcUaClearMonitNode();
-        }
         return connect(3000);
     }
 
@@ -193,9 +189,8 @@ TEST_P(FailingAnswers, CostThatOperationAlone) {
     say(operation, [&body = answer.body](const Call& call) { call.answerBody(body(call)); });
     EXPECT_EQ(run(operation.name), operation.failure);
     server.behave();
-    if (operation.needsSession) {
+    if (operation.needsSession)
         expectUnharmed();
-    }
 }
 
 std::string nameOf(const testing::TestParamInfo<std::tuple<Operation, Answer>>& info) {
@@ -218,13 +213,11 @@ TEST_P(EachOperation, FailsWithAnAnswerOfAnyShorterLength) {
         whole = body.size();
         call.answerBody(body.substr(0, length));
     });
-    for (; length < whole; ++length) {
+    for (; length < whole; ++length)
         ASSERT_EQ(run(operation.name), operation.failure) << length << " of " << whole << " bytes";
-    }
     server.behave();
-    if (operation.needsSession) {
+    if (operation.needsSession)
         expectUnharmed();
-    }
 }
 
 TEST_P(EachOperation, DropsASecondAnswer) {
@@ -236,9 +229,8 @@ TEST_P(EachOperation, DropsASecondAnswer) {
         call.answerBody(body);
     });
     EXPECT_EQ(run(operation.name), 0);
-    if (operation.needsSession) {
+    if (operation.needsSession)
         expectUnharmed();
-    }
 }
 
 /// Those that have a channel: before there is one, nothing else may come.
@@ -256,9 +248,8 @@ TEST_P(OperationInAChannel, DropsAnswersThatNobodyAskedFor) {
         call.answerBody(body);
     });
     EXPECT_EQ(run(operation.name), 0);
-    if (operation.needsSession) {
+    if (operation.needsSession)
         expectUnharmed();
-    }
 }
 
 TEST_P(EachOperation, EndsWhenTheServerHangsUpInstead) {
@@ -266,9 +257,8 @@ TEST_P(EachOperation, EndsWhenTheServerHangsUpInstead) {
     prepare(operation);
     say(operation, [](const Call& call) { call.connection().close(); });
     EXPECT_NE(run(operation.name), 0);
-    if (operation.needsSession) {
+    if (operation.needsSession)
         expectLost();
-    }
 }
 
 TEST_P(EachOperation, EndsWhenTheServerHangsUpInTheMiddleOfAnAnswer) {
@@ -280,18 +270,16 @@ TEST_P(EachOperation, EndsWhenTheServerHangsUpInTheMiddleOfAnAnswer) {
         call.connection().close();
     });
     EXPECT_NE(run(operation.name), 0);
-    if (operation.needsSession) {
+    if (operation.needsSession)
         expectLost();
-    }
 }
 
 TEST_P(EachOperation, TakesAnAnswerByteByByte) {
     const Operation& operation = GetParam();
     prepare(operation);
     say(operation, [](const Call& call) {
-        for (const char byte : call.connection().bytesOf(call.chunk('F', call.usualBody()))) {
+        for (const char byte : call.connection().bytesOf(call.chunk('F', call.usualBody())))
             call.connection().send(Bytes(1, byte));
-        }
     });
     EXPECT_EQ(run(operation.name), 0);
 }
@@ -316,9 +304,8 @@ TEST_P(BrowsedValues, LeaveTheTypeNullOrEndTheBrowse) {
     EXPECT_EQ(browse(), goesOn ? 0 : 4);
     const OpcUaNode* child = client.OpcUaReadRootNode()->child;
     ASSERT_EQ(child != nullptr, goesOn);
-    if (goesOn) {
+    if (goesOn)
         EXPECT_EQ(child->dataType, OpcUaDataType_Null);
-    }
     server.behave();
     expectUnharmed();
     EXPECT_EQ(browse(), 0);

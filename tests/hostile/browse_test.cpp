@@ -1,6 +1,11 @@
 // Browsing without end, or with what no page should hold.
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
 
 #include "hostile/hostile_fixture.h"
 
@@ -26,9 +31,8 @@ protected:
             assign(result.references[i].displayName.text, "Child" + std::to_string(i));
         }
         assign(result.continuationPoint, continuationPoint);
-        if (continuationPoint.empty()) {
+        if (continuationPoint.empty())
             UA_ByteString_clear(&result.continuationPoint);
-        }
     }
     /// The first page, with more behind it.
     void beginWith(std::size_t references) {

@@ -1,5 +1,12 @@
 // The transport's limits and the channel's tokens, without security.
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "hostile/hostile_fixture.h"
 
@@ -131,9 +138,8 @@ TEST_P(ImpossibleBuffer, OfTheServersOwnIsNotOurConcern) {
     TransportLimits limits;
     limits.sendBufferSize = GetParam();
     server.announce(limits);
-    if (connect(3000) == 0) {
+    if (connect(3000) == 0)
         expectUnharmed();
-    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Size, ImpossibleBuffer, testing::Values(0, 1, 7, 8, 24, 31, 100));
@@ -191,9 +197,8 @@ TEST_P(TokenLifetime, IsKeptInQuiet) {
 TEST_P(TokenLifetime, IsKeptWhenBusy) {
     revise(GetParam());
     ASSERT_EQ(connect(), 0);
-    while (renewals() < 3) {
+    while (renewals() < 3)
         ASSERT_EQ(read(), 0);
-    }
     expectUnharmed();
 }
 
@@ -210,17 +215,15 @@ INSTANTIATE_TEST_SUITE_P(Milliseconds, TokenLifetime, testing::Values(2000, 1000
 
 TEST_F(RevisedTokens, OfNoLifetimeAreNotRenewedWithoutEnd) {
     revise(0);
-    if (connect(3000) == 0) {
+    if (connect(3000) == 0)
         std::this_thread::sleep_for(std::chrono::seconds(2));
-    }
     EXPECT_LT(server.count<UA_OpenSecureChannelRequest>(), 50);
 }
 
 TEST_F(RevisedTokens, OfOneMillisecondAreNotRenewedWithoutEnd) {
     revise(1);
-    if (connect(3000) == 0) {
+    if (connect(3000) == 0)
         std::this_thread::sleep_for(std::chrono::seconds(2));
-    }
     EXPECT_LT(server.count<UA_OpenSecureChannelRequest>(), 100);
 }
 

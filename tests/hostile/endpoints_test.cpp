@@ -1,4 +1,11 @@
 // What a server announces before there is a channel, and what no client may fall for.
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
 #include "hostile/secured_fixture.h"
 
 using namespace scripted;
@@ -68,9 +75,8 @@ protected:
 
 TEST_P(ForeignKey, IsRefusedThoughAccepted) {
     offerSecurity(foreign());
-    for (const int mode : {1, 2}) {
+    for (const int mode : {1, 2})
         EXPECT_EQ(secureConnect(3, mode), connectFailed);
-    }
     EXPECT_EQ(server.count<UA_CreateSessionRequest>(), 0);
     EXPECT_EQ(secureConnects(), 2);
 }
@@ -180,9 +186,8 @@ protected:
         Owned<UA_UserNameIdentityToken> copy;
         const UA_ExtensionObject& object = request->userIdentityToken;
         EXPECT_EQ(object.content.decoded.type, &typeOf<UA_UserNameIdentityToken>());
-        if (object.content.decoded.type == &typeOf<UA_UserNameIdentityToken>()) {
+        if (object.content.decoded.type == &typeOf<UA_UserNameIdentityToken>())
             UA_copy(object.content.decoded.data, &*copy, &typeOf<UA_UserNameIdentityToken>());
-        }
         return copy;
     }
     static std::string text(const UA_String& field) {
@@ -268,7 +273,7 @@ TEST_F(Password, IsNotSentWhenGetEndpointsHidesAnEndpoint) {
 
 TEST_F(Password, IsNotSentWhenGetEndpointsChangesAPolicy) {
     server.offer({with({strong})}, usualIdentity());
-    server.edit<UA_GetEndpointsResponse>([this](UA_GetEndpointsResponse& response) {
+    server.edit<UA_GetEndpointsResponse>([](UA_GetEndpointsResponse& response) {
         assign(response.endpoints[0].userIdentityTokens[0].securityPolicyUri, policyUri("None"));
     });
     EXPECT_EQ(passwordConnect(0, 0), connectFailed);
@@ -336,9 +341,8 @@ TEST_P(WithoutCertificate, IsRefusedUnlessTheApplicationAcceptsThat) {
     server.offer({open}, {Bytes(), usualIdentity().privateKey, "nameless"});
     Operator decides(row.answer);
     COpcUaClientInterface user;
-    if (row.answer != nobody) {
+    if (row.answer != nobody)
         user.installOpcUaCallBack(&decides);
-    }
     user.OpcUaInit(OpcUaTraceLevel_Warnings);
     const TraceFile trace;
     EXPECT_EQ(connectAs(user), row.code);

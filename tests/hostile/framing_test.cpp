@@ -1,10 +1,14 @@
 // What a server may send between and instead of chunks: kinds, sizes, types and numbers.
 #include <atomic>
+#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <ostream>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "hostile/hostile_fixture.h"
 
@@ -221,9 +225,8 @@ TEST_F(Chunks, BeyondTheirNumberEndTheConnection) {
 TEST_F(Chunks, BeyondTheirNumberEndTheConnectionThoughTheLastOneIsAnAnswer) {
     ASSERT_EQ(connect(), 0);
     server.on<UA_ReadRequest>([](const Call& call) {
-        for (int i = 0; i < 256; ++i) {
+        for (int i = 0; i < 256; ++i)
             call.connection().send(call.chunk('C', hex("00")));
-        }
         call.connection().send(call.chunk('F', call.usualBody()));
     });
     EXPECT_NE(read(), 0);
@@ -367,9 +370,8 @@ void flood(Connection& connection, const std::atomic<bool>& over) {
     std::uint32_t number = 0;
     std::memcpy(&number, one.data() + placeOfTheNumber, sizeof number);
     Bytes many;
-    for (int i = 0; i < atATime; ++i) {
+    for (int i = 0; i < atATime; ++i)
         many += one;
-    }
     do {
         for (std::size_t place = placeOfTheNumber; place < many.size(); place += one.size()) {
             std::memcpy(&many[place], &number, sizeof number);
@@ -411,11 +413,10 @@ TEST_F(Chunks, OfAnotherMessageInBetweenAreNotMixedUp) {
         call.connection().send(publish->chunk('F', keepAlive.substr(20)));
     });
     std::int32_t value = 0;
-    if (read(value) == 0) {
+    if (read(value) == 0)
         EXPECT_EQ(value, 42);
-    } else {
+    else
         expectLost();
-    }
 }
 
 /// A chunk with one number that is not its own.

@@ -1,4 +1,6 @@
 // The scripted server itself, while it is good: what the other cases turn against the client works.
+#include <memory>
+
 #include "hostile/hostile_fixture.h"
 
 using namespace scripted;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
+#include <cstdlib>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define SANITIZED
@@ -49,9 +51,8 @@ void onAllocation(const volatile void*, std::size_t size) {
     count(static_cast<std::ptrdiff_t>(size));
 }
 void onRelease(const volatile void* memory) {
-    if (memory != nullptr) {
+    if (memory != nullptr)
         count(-static_cast<std::ptrdiff_t>(__sanitizer_get_allocated_size(memory)));
-    }
 }
 const int installed = __sanitizer_install_malloc_and_free_hooks(onAllocation, onRelease);
 
@@ -94,9 +95,8 @@ extern "C" VISIBLE void* calloc(std::size_t elements, std::size_t size) {
 extern "C" VISIBLE void* realloc(void* memory, std::size_t size) {
     const std::ptrdiff_t before = sizeOf(memory);
     void* moved = __libc_realloc(memory, size);
-    if (moved != nullptr || size == 0) {
+    if (moved != nullptr || size == 0)
         count(-before);
-    }
     return counted(moved);
 }
 extern "C" VISIBLE void* aligned_alloc(std::size_t alignment, std::size_t size) {

@@ -1,5 +1,9 @@
 #include "hostile/hostile_fixture.h"
 
+#include <cstdint>
+#include <cstring>
+#include <string>
+
 using namespace scripted;
 
 void HostileTest::TearDown() {
@@ -50,9 +54,8 @@ void HostileTest::monitor(int nodes, double publishingInterval) {
     ASSERT_EQ(client.installOpcUaCallBack(&application), 0);
     ASSERT_EQ(connect(), 0);
     ASSERT_EQ(client.OpcUaCreateSubScription(publishingInterval), 0);
-    for (int i = 0; i < nodes; ++i) {
+    for (int i = 0; i < nodes; ++i)
         ASSERT_EQ(add("ns=1;s=Item" + std::to_string(i)), 0);
-    }
 }
 
 int HostileTest::add(const std::string& nodeId) {

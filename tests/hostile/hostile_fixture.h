@@ -1,10 +1,12 @@
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
+#include <chrono>
+#include <cstdint>
 #include <cstring>
 #include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "OpcUaClientInterface.h"
 #include "hostile/time_cap.h"

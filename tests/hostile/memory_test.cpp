@@ -1,9 +1,13 @@
 // A few bytes must not make the client take much memory: eight times a message and a little, whatever it is.
+#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <future>
 #include <memory>
 #include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
 
 #include "hostile/heap_peak.h"
 #include "hostile/hostile_fixture.h"
@@ -191,9 +195,8 @@ TEST_P(Floods, CostNoMoreThanTheirBytesAllow) {
 TEST_P(Floods, OfNothingBehindTheirLengthCostNothing) {
     const Flood& flood = GetParam();
     monitor();
-    for (const std::uint32_t length : {0x7FFFFFFFU, 0x10000000U, 0x00FFFFFFU, 0x80000000U, 0xFFFFFFFEU}) {
+    for (const std::uint32_t length : {0x7FFFFFFFU, 0x10000000U, 0x00FFFFFFU, 0x80000000U, 0xFFFFFFFEU})
         expectBounded(flood.request, answerOf(*flood.response, flood.before + u32(length) + flood.element));
-    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, Floods, testing::ValuesIn(floods),
@@ -240,9 +243,8 @@ TEST_F(Memory, BoundsNestedValues) {
     for (const Bytes& level : {hex("18"), hex("98 01000000"), hex("97 01000000 01"), hex("99 01000000 40")}) {
         const Bytes rest = u32(1) + hex("01") + repeated(level, 3 * megabyte / level.size());
         expectBounded(reads, answerOf(typeOf<UA_ReadResponse>(), rest));
-        if (status() != connected) {
+        if (status() != connected)
             ASSERT_EQ(connect(), 0);
-        }
     }
     server.behave();
 }
@@ -334,9 +336,8 @@ TEST_F(Memory, KeepsNoChangesOfItemsThatThereAreNot) {
     const HeapPeak peak;
     for (std::uint32_t message = 0; message < 10; ++message) {
         answer->replace(placeOfTheNumber, 4, u32(3 + message));
-        for (std::size_t i = 0; i < count; ++i) {
+        for (std::size_t i = 0; i < count; ++i)
             std::memcpy(&(*answer)[firstChange + i * size], &++handle, sizeof handle);
-        }
         const std::optional<Call> call = server.publisher().takeRequest();
         ASSERT_TRUE(call);
         send(*call, *answer);
@@ -413,9 +414,8 @@ protected:
             for (std::uint32_t number = 1; sent < sum; ++number) {
                 chunk.requestId = call.id();
                 next(chunk, number);
-                if (!call.connection().send(chunk)) {
+                if (!call.connection().send(chunk))
                     return;
-                }
                 sent += chunk.body.size() + 24;
             }
             call.answer();
@@ -445,9 +445,8 @@ TEST_F(EndlessChunks, ThatAbortAreNotKept) {
 TEST_F(EndlessChunks, ThatAbortWithAnEssayAreNotKept) {
     expectBoundedWith([](Chunk& chunk, std::uint32_t number) {
         chunk.type = 'A';
-        if (chunk.body.empty()) {
+        if (chunk.body.empty())
             chunk.body = u32(UA_STATUSCODE_BADTIMEOUT) + lengthAnd(Bytes(60000, 'x'));
-        }
         chunk.requestId += number;
     });
 }

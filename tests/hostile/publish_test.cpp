@@ -2,12 +2,19 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <functional>
 #include <future>
 #include <limits>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <ostream>
 #include <set>
+#include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -49,9 +56,8 @@ protected:
     int statusFor(std::chrono::milliseconds duration) {
         const int first = status();
         const auto end = std::chrono::steady_clock::now() + duration;
-        while (std::chrono::steady_clock::now() < end && status() == first) {
+        while (std::chrono::steady_clock::now() < end && status() == first)
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
         return status();
     }
     void expectStillPublishing() {
@@ -160,9 +166,8 @@ TEST_P(PublishAnswers, WithoutEndAreAskedForSlowlyAndTold) {
     ASSERT_TRUE(waitForValue(42));
     const int before = server.count<UA_PublishRequest>();
     server.on<UA_PublishRequest>([](const Call& call) { call.answerBody(GetParam().body(call)); });
-    while (server.publisher().waiting() > 0) {
+    while (server.publisher().waiting() > 0)
         answerPublish(GetParam().body);
-    }
     std::this_thread::sleep_for(std::chrono::seconds(5));
     EXPECT_LT(server.count<UA_PublishRequest>() - before, 100);
     EXPECT_TRUE(waitUntil([this] { return GetParam().statuses.count(status()) == 1; })) << status();
@@ -266,9 +271,8 @@ TEST_P(EarlyValues, OfManyItemsAreDelivered) {
     subscribe();
     constexpr int count = 50; // several requests
     std::vector<OpcUaNode> nodes(count);
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < count; ++i)
         setField(nodes[static_cast<std::size_t>(i)].nodeId, "ns=1;s=Item" + std::to_string(i));
-    }
     ASSERT_EQ(client.OpcUaAddMultiMonitNode(nodes.data(), count), 0);
     for (const OpcUaNode& node : nodes) {
         EXPECT_EQ(node.result, 0);
@@ -381,9 +385,8 @@ TEST_F(Publishing, AHungCallbackHoldsUpNoStatus) {
 TEST_F(Publishing, DoesNotAcknowledgeKeepAlives) {
     monitor();
     ASSERT_TRUE(waitForValue(42));
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < 5; ++i)
         server.publisher().keepAlive();
-    }
     expectStillPublishing();
     server.publisher().keepAlive();
     ASSERT_TRUE(server.publisher().waitForAcknowledged(2));
@@ -422,9 +425,8 @@ TEST_F(Publishing, AsksForSeveralLostNotificationsAgain) {
     recordValues();
     monitor();
     ASSERT_TRUE(waitForValue(42));
-    for (int value = 1; value <= 5; ++value) {
+    for (int value = 1; value <= 5; ++value)
         server.publisher().lose({{handle(), value}});
-    }
     server.publisher().publish(6);
     ASSERT_TRUE(waitUntil([this] { return values().size() >= 7; }));
     EXPECT_THAT(values(), testing::UnorderedElementsAre(42, 1, 2, 3, 4, 5, 6));
@@ -625,9 +627,8 @@ const std::vector<OddAnswer> oddAnswers{
     {"NoResults", [](UA_PublishResponse& response) { resize(response.results, response.resultsSize, 0); }},
     {"BadResults",
      [](UA_PublishResponse& response) {
-         for (std::size_t i = 0; i < response.resultsSize; ++i) {
+         for (std::size_t i = 0; i < response.resultsSize; ++i)
              response.results[i] = UA_STATUSCODE_BADSEQUENCENUMBERUNKNOWN;
-         }
      }},
     {"ManyAvailable",
      [](UA_PublishResponse& response) {
@@ -688,9 +689,8 @@ TEST_F(Publishing, IgnoresHandlesThatItNeverGave) {
     monitor();
     ASSERT_TRUE(waitForValue(42));
     Changes changes;
-    for (std::uint32_t i = 0; i < 1000; ++i) {
+    for (std::uint32_t i = 0; i < 1000; ++i)
         changes.push_back({handle() + 1 + i * 4000000U, 5});
-    }
     server.publisher().publish(changes);
     expectStillPublishing();
     EXPECT_EQ(application.count("ns=1;s=Item0"), 2);

@@ -1,11 +1,19 @@
 // Channels with a policy: nonces, tokens, damaged chunks, long certificates.
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <tuple>
+#include <vector>
+
 #include "hostile/secured_fixture.h"
 
 using namespace scripted;
 
 namespace {
 
-constexpr auto modeSign = UA_MESSAGESECURITYMODE_SIGN;
 constexpr auto modeEncrypt = UA_MESSAGESECURITYMODE_SIGNANDENCRYPT;
 
 class SecuredChannel : public SecuredHostileTest {
@@ -201,10 +209,9 @@ class ChannelNonce : public SecuredChannel,
 TEST_P(ChannelNonce, OfAnotherLengthIsRefused) {
     const auto [policy, length] = GetParam();
     server.offer({offer(policy, modeEncrypt)}, usualIdentity());
-    server.edit<UA_OpenSecureChannelResponse>([length](UA_OpenSecureChannelResponse& response) {
-        if (response.serverNonce.length != 0) { // not the channel that asks for endpoints
-            assign(response.serverNonce, Bytes(length, 'n'));
-        }
+    server.edit<UA_OpenSecureChannelResponse>([size = length](UA_OpenSecureChannelResponse& response) {
+        if (response.serverNonce.length != 0) // not the channel that asks for endpoints
+            assign(response.serverNonce, Bytes(size, 'n'));
     });
     EXPECT_EQ(secureConnect(policy, 2), connectFailed);
     EXPECT_EQ(server.count<UA_CreateSessionRequest>(), 0);
@@ -314,9 +321,8 @@ TEST_P(DamagedChunk, OfTheFirstTokenEndsTheConnect) {
     offerSecurity();
     server.on<UA_OpenSecureChannelRequest>([](const Call& call) {
         Bytes chunk = call.connection().bytesOf(call.chunk('F', call.usualBody()));
-        if (call.connection().protection() != nullptr) {
+        if (call.connection().protection() != nullptr)
             GetParam().change(chunk);
-        }
         call.connection().send(chunk);
     });
     EXPECT_EQ(secureConnect(3, 2, 3000), connectFailed);
@@ -353,7 +359,7 @@ TEST_F(SecuredChannel, DoesNotTakeAnUnprotectedChunk) {
 
 TEST_F(SecuredChannel, IsNotOpenedByAnUnprotectedAnswer) {
     offerSecurity();
-    server.on<UA_OpenSecureChannelRequest>([this](const Call& call) {
+    server.on<UA_OpenSecureChannelRequest>([](const Call& call) {
         if (call.connection().protection() == nullptr) {
             call.answer();
             return;

@@ -1,6 +1,10 @@
 #include "hostile/secured_fixture.h"
 
+#include <chrono>
+#include <cstddef>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 using namespace scripted;
 

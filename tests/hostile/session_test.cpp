@@ -1,5 +1,11 @@
 // Sessions with a server that creates and keeps them in its own way.
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "hostile/hostile_fixture.h"
 
@@ -89,9 +95,8 @@ TEST_F(Session, OfAServerThatDripsItsAnswerEndsTheConnectInTime) {
     server.on<UA_CreateSessionRequest>([](const Call& call) {
         for (const char byte : call.connection().bytesOf(call.chunk('F', call.usualBody()))) {
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
-            if (!call.connection().send(Bytes(1, byte))) {
+            if (!call.connection().send(Bytes(1, byte)))
                 return;
-            }
         }
     });
     EXPECT_EQ(connect(1000), connectFailed);
@@ -158,9 +163,8 @@ TEST_F(Session, MayShowRubbishAsACertificateWithoutSecurity) {
         assign(response.serverNonce, Bytes(100000, '\x30'));
         assign(response.serverSignature.signature, Bytes(100000, '\x30'));
     });
-    if (connect() == 0) {
+    if (connect() == 0)
         expectUnharmed();
-    }
 }
 
 TEST_F(Session, MayComeWithThousandsOfEndpoints) {
@@ -294,9 +298,8 @@ TEST_F(Session, FailsAMultipleReadWithAnotherNumberOfResults) {
         server.edit<UA_ReadResponse>(
             [number](UA_ReadResponse& response) { resize(response.results, response.resultsSize, number); });
         EXPECT_EQ(client.OpcUaGetMultiValue(requests.data(), 20), 0);
-        for (const OpcUaNode& node : nodes) {
+        for (const OpcUaNode& node : nodes)
             EXPECT_EQ(node.result, readFailed) << number;
-        }
     }
     server.behave();
     expectUnharmed();

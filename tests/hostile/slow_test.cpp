@@ -1,5 +1,8 @@
 // A server that reads slowly, not at all, or only after it has spoken: what is sent has a deadline, too.
+#include <chrono>
+#include <cstdint>
 #include <future>
+#include <string>
 #include <thread>
 
 #include "hostile/hostile_fixture.h"
@@ -123,7 +126,7 @@ TEST_F(SlowServer, ThatReadsNothingDoesNotHoldADisconnectBack) {
 TEST_F(SlowServer, DoesNotHoldAnotherConnectBack) {
     ASSERT_EQ(connect(), 0);
     server.readAtMost(0);
-    Server other;
+    const Server other;
     _OpcUaClientConfig config{};
     setField(config.endpointUrl, other.url());
     EXPECT_EQ(client.OpcUaConnect(config), 0);
@@ -134,11 +137,10 @@ TEST_F(SlowServer, DoesNotHoldAnotherConnectBack) {
 TEST_F(SlowServer, ThatDripsItsAnswerEndsTheCall) {
     ASSERT_EQ(connect(), 0);
     server.on<UA_ReadRequest>([](const Call& call) {
-        Chunk chunk = call.chunk('F', Bytes(2000, '\0'));
+        const Chunk chunk = call.chunk('F', Bytes(2000, '\0'));
         for (const char byte : call.connection().bytesOf(chunk)) {
-            if (!call.connection().send(Bytes(1, byte))) {
+            if (!call.connection().send(Bytes(1, byte)))
                 return;
-            }
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
     });

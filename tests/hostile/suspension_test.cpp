@@ -1,5 +1,6 @@
 // A machine that sleeps: time goes on, and the clock that counts what a program could have run does not.
 #include <chrono>
+#include <cstdint>
 #include <set>
 
 #include "hostile/hostile_fixture.h"

@@ -3,11 +3,12 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
-#include <gtest/gtest.h>
 #include <iostream>
 #include <mutex>
 #include <string>
 #include <thread>
+
+#include <gtest/gtest.h>
 
 /// Ends the program when a case doesn't end by itself: what hangs is found, and named.
 class TimeCap {
@@ -41,9 +42,8 @@ private:
 
     void watch() {
         std::unique_lock<std::mutex> lock(m_mutex);
-        while (!m_over && Clock::now() < m_start + m_limit) {
+        while (!m_over && Clock::now() < m_start + m_limit)
             m_changed.wait_until(lock, m_start + m_limit);
-        }
         if (!m_over) {
             std::cerr << m_name << " has not ended within " << m_limit.count() << " s" << std::endl;
             std::abort();

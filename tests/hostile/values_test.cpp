@@ -1,5 +1,8 @@
 // Values that a server may send in an answer that is sound otherwise.
 #include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
 
 #include "hostile/hostile_fixture.h"
 

@@ -1,11 +1,11 @@
-#include "client_fixture.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <set>
 #include <string>
 #include <vector>
+
+#include "client_fixture.h"
 
 namespace {
 
@@ -69,9 +69,8 @@ TEST_F(Browse, TellsTypeAndShapeOfEveryKindOfValue) {
             EXPECT_EQ(found->dataType, type) << kind.folder;
             EXPECT_EQ(found->arrayInfo.kind, kind.kind) << kind.folder;
             ASSERT_EQ(found->arrayInfo.dimCount, static_cast<int>(kind.dims.size())) << kind.folder;
-            for (std::size_t i = 0; i < kind.dims.size(); ++i) {
+            for (std::size_t i = 0; i < kind.dims.size(); ++i)
                 EXPECT_EQ(found->arrayInfo.dims[i], kind.dims[i]) << kind.folder << " " << i;
-            }
             EXPECT_EQ(found->nodeClass, variableClass);
         }
     }
@@ -88,9 +87,8 @@ TEST_F(Browse, SeventeenDimensionsKeepTheFirstSixteen) {
 TEST_F(Browse, TypesOutsideTheTwelveAreNull) {
     ASSERT_EQ(connect(), 0);
     OpcUaNode* folder = testRack({"Special"});
-    for (const char* name : {"DateTime", "ByteString", "LocalizedText", "Guid", "Structure", "Empty"}) {
+    for (const char* name : {"DateTime", "ByteString", "LocalizedText", "Guid", "Structure", "Empty"})
         EXPECT_EQ(childNamed(folder, name)->dataType, OpcUaDataType_Null) << name;
-    }
     EXPECT_EQ(childNamed(folder, "Enumeration")->dataType, OpcUaDataType_Int32);
 }
 
@@ -105,9 +103,8 @@ TEST_F(Browse, ValuesThatAreNotGoodAreNull) {
 class BrowsePages : public Browse, public testing::WithParamInterface<int> {};
 
 TEST_P(BrowsePages, TwelveHundredChildrenComeInOrderWhateverThePageSize) {
-    if (GetParam() > 0) {
+    if (GetParam() > 0)
         startServer({"--page-size", std::to_string(GetParam())});
-    }
     ASSERT_EQ(connect(), 0);
     OpcUaNode* folder = testRack({"Many"});
     const std::vector<OpcUaNode*> children = childrenOf(folder);
@@ -135,9 +132,8 @@ TEST_F(Browse, NamesLongerThanTheFieldAreCutWithoutATerminator) {
     ASSERT_EQ(connect(), 0);
     OpcUaNode* folder = testRack({"Names"});
     std::set<std::size_t> lengths;
-    for (OpcUaNode* child : childrenOf(folder)) {
+    for (OpcUaNode* child : childrenOf(folder))
         lengths.insert(fieldText(child->displayName).size());
-    }
     EXPECT_EQ(lengths.count(255), 1U);
     EXPECT_EQ(lengths.count(256), 1U);
     EXPECT_EQ(*lengths.rbegin(), 256U);
@@ -148,9 +144,8 @@ TEST_F(Browse, NonAsciiNamesAndLocalesComeAsTheyAre) {
     OpcUaNode* folder = testRack({"Names"});
     EXPECT_EQ(fieldText(childNamed(folder, "锅炉压力")->browseName), "3:锅炉压力");
     std::set<std::string> locales;
-    for (OpcUaNode* child : childrenOf(folder)) {
+    for (OpcUaNode* child : childrenOf(folder))
         locales.insert(fieldText(child->locale));
-    }
     EXPECT_TRUE(locales.count("de-DE"));
     EXPECT_TRUE(locales.count("en"));
     EXPECT_TRUE(locales.count(""));

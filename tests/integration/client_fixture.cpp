@@ -11,9 +11,8 @@
 bool waitUntil(const std::function<bool()>& condition, std::chrono::seconds limit) {
     const auto end = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
+        if (std::chrono::steady_clock::now() > end)
             return false;
-        }
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     return true;
@@ -64,9 +63,8 @@ unsigned long ClientTest::diagnostics(const std::string& name) {
 OpcUaNode* ClientTest::childNamed(OpcUaNode* parent, const std::string& name) {
     for (OpcUaNode* child : childrenOf(parent)) {
         const std::string browseName = fieldText(child->browseName);
-        if (browseName.substr(browseName.find(':') + 1) == name) {
+        if (browseName.substr(browseName.find(':') + 1) == name)
             return child;
-        }
     }
     ADD_FAILURE() << "no child " << name << " below " << fieldText(parent->displayName);
     return nullptr;
@@ -77,9 +75,8 @@ OpcUaNode* ClientTest::browseTo(const std::vector<std::string>& path) {
     OpcUaNode* record = client.OpcUaReadRootNode();
     for (const std::string& name : path) {
         record = childNamed(record, name);
-        if (record == nullptr) {
+        if (record == nullptr)
             return nullptr;
-        }
         EXPECT_EQ(client.OpcUaBrowse(record), 0) << name;
     }
     return record;
@@ -87,8 +84,7 @@ OpcUaNode* ClientTest::browseTo(const std::vector<std::string>& path) {
 
 std::vector<OpcUaNode*> ClientTest::childrenOf(const OpcUaNode* parent) {
     std::vector<OpcUaNode*> children;
-    for (OpcUaNode* child = parent->child; child != nullptr; child = child->next) {
+    for (OpcUaNode* child = parent->child; child != nullptr; child = child->next)
         children.push_back(child);
-    }
     return children;
 }

@@ -1,7 +1,7 @@
-#include "client_fixture.h"
-
 #include <csignal>
 #include <string>
+
+#include "client_fixture.h"
 
 using namespace std::chrono_literals;
 

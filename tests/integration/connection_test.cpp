@@ -1,15 +1,13 @@
-#include "client_fixture.h"
-
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <iterator>
+#include <netinet/in.h>
 #include <string>
+#include <sys/socket.h>
+#include <unistd.h>
 
+#include "client_fixture.h"
 #include "support/message_proxy.h"
 #include "support/process_holdings.h"
 
@@ -102,9 +100,8 @@ TEST_F(Connection, ANameThatDoesNotResolveFailsWithOne) {
 }
 
 TEST_F(Connection, AUrlThatIsNoneFailsWithOne) {
-    for (const char* url : {"", "plant", "http://127.0.0.1", "opc.tcp://"}) {
+    for (const char* url : {"", "plant", "http://127.0.0.1", "opc.tcp://"})
         EXPECT_EQ(connect(url), 1) << url;
-    }
 }
 
 TEST_F(Connection, AUrlThatFillsItsFieldIsReadNoFurther) {
@@ -136,9 +133,8 @@ TEST_F(Connection, AHalfOpenedSessionIsNotLeftBehind) {
     int failures = 0;
     for (int messages = 0; messages < 50; ++messages) {
         proxy.limitServerMessages(messages, MessageProxy::Afterwards::Stall);
-        if (connect(proxy.url(), 300) == 0) {
+        if (connect(proxy.url(), 300) == 0)
             break;
-        }
         ++failures;
     }
     EXPECT_GE(failures, 4);
@@ -189,14 +185,12 @@ TEST_F(Connection, TwoHundredCyclesLeaveNothing) {
         ASSERT_EQ(client.OpcUaDisConnect(), 0);
     };
     const int threads = threadCount();
-    for (int i = 0; i < 50; ++i) {
+    for (int i = 0; i < 50; ++i)
         cycle();
-    }
     const int descriptors = openDescriptors();
     const long memory = residentKilobytes();
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 200; ++i)
         cycle();
-    }
     EXPECT_TRUE(waitForThreadCount(threads)) << threadCount() << " instead of " << threads;
     EXPECT_EQ(openDescriptors(), descriptors);
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)

@@ -21,9 +21,8 @@ const char* const typeNames[] = {"",       "Boolean", "SByte",  "Byte",  "Int16"
 
 TEST_F(DataChange, ScalarsOfAllTypesArrive) {
     subscribe();
-    for (int type = 1; type <= 12; ++type) {
+    for (int type = 1; type <= 12; ++type)
         ASSERT_EQ(add(rack(std::string("Scalar.") + typeNames[type])), 0);
-    }
     ASSERT_TRUE(application.waitForNodes(12));
     const int widths[] = {0, 1, 1, 1, 2, 2, 4, 4, 8, 8, 4, 8, 5};
     for (int type = 1; type <= 12; ++type) {
@@ -73,16 +72,14 @@ TEST_F(DataChange, LongTextsFillTheField) {
 
 TEST_F(DataChange, BadAndUncertainValuesAreNotDelivered) {
     subscribe();
-    for (const char* name : {"Bad", "BadWithoutValue", "Uncertain", "UncertainWithoutValue"}) {
+    for (const char* name : {"Bad", "BadWithoutValue", "Uncertain", "UncertainWithoutValue"})
         ASSERT_EQ(add(rack(std::string("Status.") + name)), 0);
-    }
     ASSERT_EQ(add(rack("Status.GoodLocalOverride")), 0);
     ASSERT_EQ(add(rack("Moving.Counter")), 0);
     ASSERT_TRUE(application.waitForCount(rack("Moving.Counter"), 5));
     EXPECT_EQ(application.count(rack("Status.GoodLocalOverride")), 1);
-    for (const char* name : {"Bad", "BadWithoutValue", "Uncertain", "UncertainWithoutValue"}) {
+    for (const char* name : {"Bad", "BadWithoutValue", "Uncertain", "UncertainWithoutValue"})
         EXPECT_EQ(application.count(rack(std::string("Status.") + name)), 0) << name;
-    }
 }
 
 TEST_F(DataChange, AnArrayThatShrinksBelowTheElementFallsSilent) {
@@ -149,13 +146,11 @@ TEST_F(DataChange, UnknownNodesFailAlone) {
 TEST_F(DataChange, MoreItemsARequestThanTheServerTakesFail) {
     subscribe({"--max-nodes-per-monitor", "10", "--tags", "25"});
     std::vector<OpcUaNode> nodes;
-    for (int i = 0; i < 25; ++i) {
+    for (int i = 0; i < 25; ++i)
         nodes.push_back(recordOf("ns=2;s=Tags.Tag000" + std::string(i < 10 ? "0" : "") + std::to_string(i)));
-    }
     EXPECT_EQ(client.OpcUaAddMultiMonitNode(nodes.data(), 25), 0);
-    for (int i = 0; i < 25; ++i) {
+    for (int i = 0; i < 25; ++i)
         EXPECT_EQ(nodes[static_cast<std::size_t>(i)].result, i < 20 ? 12 : 0) << i;
-    }
     EXPECT_TRUE(application.waitForNodes(5));
 }
 
@@ -169,9 +164,8 @@ TEST_F(DataChange, TwentyThousandItemsAreDelivered) {
         nodes.push_back(recordOf(id));
     }
     ASSERT_EQ(client.OpcUaAddMultiMonitNode(nodes.data(), 20000), 0);
-    for (const OpcUaNode& each : nodes) {
+    for (const OpcUaNode& each : nodes)
         ASSERT_EQ(each.result, 0) << each.nodeId;
-    }
     EXPECT_TRUE(application.waitForNodes(20000));
     EXPECT_EQ(add(rack("Moving.Counter")), 12) << "the client is full";
     EXPECT_EQ(client.OpcUaClearMonitNode(), 0);
@@ -207,9 +201,8 @@ TEST_F(DataChange, ACallbackMayDisconnect) {
     std::promise<int> result;
     std::atomic<int> calls{0};
     application.onEachChange([&](const Message&) {
-        if (calls++ == 0) {
+        if (calls++ == 0)
             result.set_value(client.OpcUaDisConnect());
-        }
     });
     ASSERT_EQ(add(rack("Moving.Counter")), 0);
     EXPECT_EQ(result.get_future().get(), 0);

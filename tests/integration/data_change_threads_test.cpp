@@ -1,7 +1,10 @@
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <future>
+#include <memory>
 #include <thread>
+#include <utility>
 
 #include "from_environment.h"
 #include "recording_application.h"

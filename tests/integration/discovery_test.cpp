@@ -1,9 +1,8 @@
-#include "client_fixture.h"
-
 #include <cstring>
 #include <memory>
 #include <string>
 
+#include "client_fixture.h"
 #include "support/message_proxy.h"
 
 using test_support::MessageProxy;
@@ -52,9 +51,8 @@ TEST_F(Discovery, AServerWhoseUrlsDoNotAnswerGivesNineteen) {
     for (int messages = 1; messages < 20; ++messages) {
         proxy.limitServerMessages(messages, MessageProxy::Afterwards::Close);
         answered = discover(proxy.url());
-        if (answered != 18) {
+        if (answered != 18)
             break;
-        }
     }
     EXPECT_EQ(answered, 19);
     EXPECT_EQ(record->serverCount, 1U);

@@ -2,10 +2,9 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdio>
+#include <malloc.h>
 #include <string>
 #include <vector>
-
-#include <malloc.h>
 
 #include <open62541/client_subscriptions.h>
 
@@ -75,9 +74,8 @@ std::size_t ItemMemory::engineTakes() {
             raw.get(), request, contexts.data(), callbacks.data(), deletions.data());
         EXPECT_EQ(response.resultsSize, items.size());
         UA_CreateMonitoredItemsResponse_clear(&response);
-        for (UA_MonitoredItemCreateRequest& item : items) {
+        for (UA_MonitoredItemCreateRequest& item : items)
             UA_MonitoredItemCreateRequest_clear(&item);
-        }
     }
     EXPECT_TRUE(waitUntil([&raw] {
         UA_Client_run_iterate(raw.get(), 0);
@@ -94,9 +92,8 @@ std::size_t ItemMemory::clientTakes() {
     EXPECT_EQ(own.OpcUaConnect(config), 0);
     EXPECT_EQ(own.OpcUaCreateSubScription(50), 0);
     std::vector<OpcUaNode> nodes(itemCount);
-    for (int i = 0; i < itemCount; ++i) {
+    for (int i = 0; i < itemCount; ++i)
         setField(nodes[static_cast<std::size_t>(i)].nodeId, tag(i));
-    }
     const std::size_t before = memoryInUse();
     EXPECT_EQ(own.OpcUaAddMultiMonitNode(nodes.data(), itemCount), 0);
     EXPECT_TRUE(waitUntil([&application] { return application.delivered >= itemCount; }));

@@ -38,15 +38,13 @@ protected:
     int writeAll() { return client.OpcUaSetMultiValue(m_writes.data(), static_cast<int>(m_writes.size())); }
     /// Every node in its own type, which servers want.
     void useOwnTypes() {
-        for (std::size_t i = 0; i < m_nodes.size(); ++i) {
+        for (std::size_t i = 0; i < m_nodes.size(); ++i)
             m_nodes[i].dataType = static_cast<_OpcUaDataType>(i % 12 + 1);
-        }
     }
     std::vector<int> results() const {
         std::vector<int> codes;
-        for (const OpcUaNode& node : m_nodes) {
+        for (const OpcUaNode& node : m_nodes)
             codes.push_back(node.result);
-        }
         return codes;
     }
 

@@ -29,9 +29,8 @@ public:
             action = m_onChange;
             m_changed.notify_all();
         }
-        if (action) {
+        if (action)
             action(message);
-        }
     }
     int OpcUaTrustServerCertificate(_OpcUaCertificateMsg) override { return -1; }
 

@@ -11,9 +11,8 @@
 namespace fs = std::filesystem;
 
 SecuredClientTest::SecuredClientTest() {
-    for (const char* kept : {"pkiclient", "pkiuser", "OpcUaClientConfig.ini"}) {
+    for (const char* kept : {"pkiclient", "pkiuser", "OpcUaClientConfig.ini"})
         fs::remove_all(directory() / kept);
-    }
 }
 
 fs::path SecuredClientTest::directory() {
@@ -22,9 +21,8 @@ fs::path SecuredClientTest::directory() {
 
 std::vector<std::string> SecuredClientTest::namesIn(const fs::path& directory) {
     std::vector<std::string> names;
-    for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
+    for (const fs::directory_entry& entry : fs::directory_iterator(directory))
         names.push_back(entry.path().filename().string());
-    }
     std::sort(names.begin(), names.end());
     return names;
 }
@@ -56,7 +54,7 @@ std::string SecuredClientTest::trace() const {
 }
 
 std::string SecuredClientTest::contentOf(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
+    const std::ifstream stream(file, std::ios::binary);
     std::ostringstream content;
     content << stream.rdbuf();
     return content.str();

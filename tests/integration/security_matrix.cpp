@@ -1,11 +1,11 @@
 #include "security_matrix.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdio>
 #include <functional>
 #include <iterator>
 #include <string>
+
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -15,9 +15,8 @@ const char* const modes[]{"None", "Sign", "SignAndEncrypt"};
 const char* const identities[]{"Anonymous", "UserName", "Certificate"};
 
 std::string outcome(int code, const std::string& whyNotOffered) {
-    if (whyNotOffered.empty()) {
+    if (whyNotOffered.empty())
         return code == 0 ? "connected, read and wrote" : "FAILED with " + std::to_string(code);
-    }
     return code == 1 ? "refused: " + whyNotOffered : "NOT REFUSED, though " + whyNotOffered;
 }
 

@@ -131,18 +131,15 @@ TEST_F(Security, NoPasswordAndNoKeyReachesTheTraceOrTheMessage) {
     std::vector<std::string> secrets{"s3cret-of-the-plant", "PRIVATE KEY"};
     for (const std::filesystem::path& key : {clientKey(), userKey()}) {
         std::istringstream lines(contentOf(key));
-        for (std::string line; std::getline(lines, line);) {
-            if (line.size() >= 16) { // the last one may be so short that it stands anywhere
+        for (std::string line; std::getline(lines, line);)
+            if (line.size() >= 16) // the last one may be so short that it stands anywhere
                 secrets.push_back(line);
-            }
-        }
     }
     EXPECT_GT(secrets.size(), 40U);
     const std::string text = trace();
     EXPECT_GT(text.size(), 1000U);
-    for (const std::string& secret : secrets) {
+    for (const std::string& secret : secrets)
         EXPECT_EQ(text.find(secret), std::string::npos) << secret;
-    }
 }
 
 TEST_F(Security, AnUnreachableServerGivesNineteen) {
@@ -180,9 +177,8 @@ TEST_F(Security, ANamedDirectoryStandsForTheExecutables) {
         EXPECT_EQ(secureConnect(), 0);
     }
     EXPECT_EQ(client.OpcUaDisConnect(), 0);
-    for (const char* file : {"OpcUaClient.log", "panel.der", "pkiclient/own/private/HMIClient.pem"}) {
+    for (const char* file : {"OpcUaClient.log", "panel.der", "pkiclient/own/private/HMIClient.pem"})
         EXPECT_TRUE(fs::is_regular_file(named / file)) << file;
-    }
     EXPECT_EQ(namesIn(named / "pkiclient/trusted/certs").size(), 1U);
     EXPECT_EQ(namesIn(directory()), before);
     EXPECT_EQ(secureConnect(), 0);

@@ -31,9 +31,8 @@ class DoomedServer {
 public:
     DoomedServer() = default;
     ~DoomedServer() {
-        if (m_killer.joinable()) {
+        if (m_killer.joinable())
             m_killer.join();
-        }
         m_server.kill(SIGKILL);
     }
     DoomedServer(const DoomedServer&) = delete;
@@ -100,9 +99,8 @@ private:
     int readMany() {
         std::vector<char> texts(m_nodes.size() * 64);
         std::vector<OpcUa_ReadNode> requests;
-        for (OpcUaNode& node : m_nodes) {
+        for (OpcUaNode& node : m_nodes)
             requests.push_back({&node, &texts[requests.size() * 64], 64});
-        }
         return client.OpcUaGetMultiValue(requests.data(), static_cast<int>(requests.size()));
     }
     int writeMany() {
@@ -141,17 +139,15 @@ std::chrono::microseconds randomMoment(Random& random) {
 /// connection.
 bool useUntilKilled(Panel& panel, DoomedServer& server, Random& random) {
     const bool early = below(random, 4) == 0;
-    if (early) {
+    if (early)
         server.doom(randomMoment(random));
-    }
     _OpcUaClientConfig config{};
     setField(config.endpointUrl, server.url());
     config.timeout = 10000;
     const int result = panel.client.OpcUaConnect(config);
     if (result == 0) {
-        if (!early) {
+        if (!early)
             server.doom(randomMoment(random));
-        }
         while (panel.act(random) != 3) {
         }
     }

@@ -73,9 +73,8 @@ TEST_F(Slots, TheFirstDestroysAConnectedClientAndTheSecondFreesItToo) {
         ASSERT_EQ(connectWalked(), 0);
         ASSERT_TRUE(serverHas("CurrentSessions", 2));
         slotAs<void(COpcUaClientImp*)>(m_walked, destructor)(m_walked);
-        if (destructor == 0) {
+        if (destructor == 0)
             ::operator delete(m_walked);
-        }
         EXPECT_TRUE(serverHas("CurrentSessions", 1)) << "destructor " << destructor;
     }
 }
@@ -187,9 +186,8 @@ void Slots::walkManyNodes() {
     std::vector<int> numbers(count - 1);
     double real = 0;
     std::vector<OpcUa_ReadNode> reads;
-    for (int& number : numbers) {
+    for (int& number : numbers)
         reads.push_back({&nodes[reads.size()], &number, 0});
-    }
     reads.push_back({&nodes.back(), &real, 0});
     EXPECT_EQ(call(22, reads.data(), count), 0);
     EXPECT_EQ(numbers, std::vector<int>(count - 1, 8));

@@ -169,13 +169,11 @@ TEST_F(SubscriptionTrouble, AGapInTheSequenceIsTracedAndDeliveryGoesOn) {
 TEST_F(SubscriptionTrouble, ItemsBeyondTheServersLimitFailOneByOne) {
     subscribe({"--max-items", "10", "--tags", "25"});
     std::vector<OpcUaNode> nodes;
-    for (int i = 0; i < 25; ++i) {
+    for (int i = 0; i < 25; ++i)
         nodes.push_back(recordOf("ns=2;s=Tags.Tag000" + std::string(i < 10 ? "0" : "") + std::to_string(i)));
-    }
     EXPECT_EQ(client.OpcUaAddMultiMonitNode(nodes.data(), 25), 0);
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
+    for (std::size_t i = 0; i < nodes.size(); ++i)
         EXPECT_EQ(nodes[i].result, i < 10 ? 0 : 12) << i;
-    }
     EXPECT_EQ(trace.linesWith("BadTooManyMonitoredItems"), 15);
     EXPECT_TRUE(application.waitForNodes(10));
     EXPECT_EQ(add(counter), 12);

@@ -5,9 +5,11 @@
 #include <atomic>
 #include <cerrno>
 #include <functional>
+#include <memory>
+#include <pthread.h>
+#include <string>
 
 #include <gmock/gmock.h>
-#include <pthread.h>
 
 #include "secured_client_fixture.h"
 #include "support/next_definition.h"
@@ -82,9 +84,8 @@ protected:
             const int code = withFewThreads(connecting);
             EXPECT_THAT(code, codes);
             EXPECT_EQ(client.OpcUaGetConnectStatus(), code == 0 ? connected : 0);
-            if (code == 0) {
+            if (code == 0)
                 EXPECT_EQ(diagnostics("CurrentSessions"), 1UL);
-            }
             EXPECT_EQ(client.OpcUaDisConnect(), code == 0 ? 0 : 3);
         }
         EXPECT_TRUE(holdsNoMoreThan(descriptors));
@@ -96,9 +97,8 @@ protected:
     void tryToDiscover(const std::string& url) {
         ASSERT_EQ(discover(url), 0);
         const int descriptors = openDescriptors();
-        for (int round = 0; round < rounds; ++round) {
+        for (int round = 0; round < rounds; ++round)
             EXPECT_THAT(withFewThreads([&] { return discover(url); }), AnyOf(0, 18, 19));
-        }
         EXPECT_TRUE(holdsNoMoreThan(descriptors));
         EXPECT_EQ(discover(url), 0);
     }

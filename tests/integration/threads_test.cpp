@@ -1,8 +1,8 @@
-#include "client_fixture.h"
-
 #include <atomic>
 #include <thread>
 #include <vector>
+
+#include "client_fixture.h"
 
 namespace {
 
@@ -24,13 +24,11 @@ TEST_F(Threads, StatusAndReadsFromManyThreads) {
         });
     }
     threads.emplace_back([&] {
-        for (int i = 0; i < 3000; ++i) {
+        for (int i = 0; i < 3000; ++i)
             failures += client.OpcUaGetConnectStatus() == connected ? 0 : 1;
-        }
     });
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(failures, 0);
 }
 
@@ -47,9 +45,8 @@ TEST_F(Threads, ReadersAndABrowserShareTheClient) {
             failures += client.OpcUaGetValue(&own, &value, size) == 0 ? 0 : 1;
         }
     });
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 20; ++i)
         EXPECT_EQ(client.OpcUaBrowse(nullptr), 0);
-    }
     stop = true;
     reader.join();
     EXPECT_EQ(failures, 0);
@@ -59,9 +56,8 @@ TEST_F(Threads, TheStatusIsPolledWhileTheServerDies) {
     ASSERT_EQ(connect(), 0);
     std::atomic<bool> stop{false};
     std::thread poller([&] {
-        while (!stop) {
+        while (!stop)
             client.OpcUaGetConnectStatus();
-        }
     });
     server().kill(9);
     EXPECT_TRUE(waitUntil([this] { return client.OpcUaGetConnectStatus() != connected; }));

@@ -20,9 +20,8 @@ public:
         std::ifstream stream(path());
         stream.seekg(static_cast<std::streamoff>(m_start));
         std::vector<std::string> result;
-        for (std::string line; std::getline(stream, line);) {
+        for (std::string line; std::getline(stream, line);)
             result.push_back(line);
-        }
         return result;
     }
 

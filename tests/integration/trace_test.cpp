@@ -21,18 +21,16 @@ TEST_F(Trace, EveryLineCarriesATimeInUtc) {
     const std::regex form(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z .+)");
     const std::vector<std::string> written = trace.lines();
     ASSERT_GT(written.size(), 10U);
-    for (const std::string& line : written) {
+    for (const std::string& line : written)
         EXPECT_TRUE(std::regex_match(line, form)) << line;
-    }
 }
 
 TEST_F(Trace, LevelZeroWritesNothingButFailsNothing) {
     init(0);
     EXPECT_EQ(connect("opc.tcp://no-such-host.invalid:1"), 1);
     ASSERT_EQ(connect(), 0);
-    for (const std::string& line : trace.lines()) {
+    for (const std::string& line : trace.lines())
         EXPECT_EQ(line.find("no-such-host"), std::string::npos) << line;
-    }
 }
 
 TEST_F(Trace, LevelOneTellsWhyAConnectFailed) {

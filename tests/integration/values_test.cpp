@@ -1,10 +1,10 @@
-#include "client_fixture.h"
-
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <string>
+
+#include "client_fixture.h"
 
 namespace {
 

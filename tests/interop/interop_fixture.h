@@ -36,9 +36,8 @@ private:
 class InteropTest : public ClientTest {
 protected:
     static void SetUpTestSuite() {
-        if (!server) {
+        if (!server)
             server = std::make_unique<InteropServer>();
-        }
     }
 
     static const std::string& url() { return server->url(); }

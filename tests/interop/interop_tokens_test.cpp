@@ -66,9 +66,8 @@ protected:
     bool readUntilIssued(unsigned tokens) {
         return waitUntil(
             [&] {
-                for (const auto& subscriber : m_busy) {
+                for (const auto& subscriber : m_busy)
                     m_failedReads += subscriber->read() != 0;
-                }
                 return counted("Tokens.Issued") >= tokens;
             },
             std::chrono::seconds(90));
@@ -109,14 +108,11 @@ TEST_F(InteropTokens, AreRenewedWhileSubscriptionsGoOn) {
             subscribeBusily(lifetime, policy, mode);
         }
     }
-    for (const int policy : {1, 2, 4, 5}) {
-        for (const int mode : {sign, signAndEncrypt}) {
+    for (const int policy : {1, 2, 4, 5})
+        for (const int mode : {sign, signAndEncrypt})
             subscribeQuietly(2000, policy, mode);
-        }
-    }
-    for (const auto& subscriber : m_quiet) {
+    for (const auto& subscriber : m_quiet)
         ASSERT_TRUE(subscriber->application.waitForCount(scratch, 1)) << subscriber->name;
-    }
     EXPECT_TRUE(readUntilIssued(3));
     EXPECT_EQ(m_failedReads, 0);
 

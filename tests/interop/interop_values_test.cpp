@@ -1,5 +1,3 @@
-#include "interop_fixture.h"
-
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -7,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "interop_fixture.h"
 #include "recording_application.h"
 
 namespace {
@@ -114,9 +113,8 @@ TEST_F(InteropValues, FortyFiveNodesAreReadAndWrittenInOneCall) {
     EXPECT_EQ(number, 42);
     EXPECT_STREQ(buffers[44].c_str(), "Text 44");
 
-    for (std::string& buffer : buffers) {
+    for (std::string& buffer : buffers)
         buffer[0] = 'x';
-    }
     const std::vector<std::string> changed = buffers;
     ASSERT_EQ(client.OpcUaSetMultiValue(writes.data(), static_cast<int>(count)), 0);
     for (std::size_t i = 0; i < count; ++i) {
@@ -188,13 +186,11 @@ TEST_P(InteropFirstValues, OfNodesThatStandStillArrive) {
     ASSERT_EQ(client.OpcUaCreateSubScription(GetParam()), 0);
     constexpr int count = 45;
     const auto id = [](int i) { return "ns=2;s=Many.Variable" + std::to_string(i); };
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < count; ++i)
         ASSERT_EQ(add(id(i), {}), 0) << i;
-    }
     EXPECT_TRUE(application.waitForNodes(count));
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < count; ++i)
         EXPECT_EQ(application.count(id(i)), 1) << i;
-    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Interval, InteropFirstValues, testing::Values(0, -1));

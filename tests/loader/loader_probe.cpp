@@ -1,7 +1,5 @@
 // A program that knows the library by its file name alone, as a plug-in host does.
 //   loader_probe LIBRARY WHAT [URL]
-#include "OpcUaClientInterface.h"
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -10,6 +8,8 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "OpcUaClientInterface.h"
 
 namespace {
 
@@ -22,14 +22,12 @@ namespace {
 class Library {
 public:
     explicit Library(const char* path) : m_handle(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {
-        if (!m_handle) {
+        if (m_handle == nullptr)
             fail(dlerror());
-        }
     }
     void unload() {
-        if (dlclose(m_handle) != 0) {
+        if (dlclose(m_handle) != 0)
             fail(dlerror());
-        }
     }
 
     COpcUaClientInterface* createClient() const {
@@ -57,9 +55,8 @@ private:
     template <class Signature>
     Signature* function(const char* symbol) const {
         void* const address = dlsym(m_handle, symbol);
-        if (!address) {
+        if (!address)
             fail(dlerror());
-        }
         return reinterpret_cast<Signature*>(address);
     }
 
@@ -85,24 +82,21 @@ void runAnotherProgram(const char* self) {
         std::_Exit(127);
     }
     int status = 0;
-    if (waitpid(child, &status, 0) != child || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    if (waitpid(child, &status, 0) != child || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
         fail("the program started from a connected process did not end well, or inherited its connection");
-    }
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 3) {
+    if (argc < 3)
         fail("usage: loader_probe LIBRARY WHAT [URL]");
-    }
     const char* const path = argv[1];
     const std::string what = argv[2];
     const char* const url = argc > 3 ? argv[3] : "";
 
-    if (what == "holds-no-socket") {
+    if (what == "holds-no-socket")
         return openSockets() == 0 ? 0 : 1;
-    }
     if (what == "load") {
         const Library library(path);
     } else if (what == "unload") {
@@ -132,9 +126,8 @@ int main(int argc, char** argv) {
         COpcUaClientInterface* const client = library.createClient();
         library.connect(client, url);
         runAnotherProgram(argv[0]);
-        if (library.status(client) != 1 || library.disconnect(client) != 0) {
+        if (library.status(client) != 1 || library.disconnect(client) != 0)
             fail("the connection did not outlive another program's start");
-        }
         delete client;
     } else {
         fail("unknown request");

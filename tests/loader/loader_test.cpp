@@ -1,11 +1,12 @@
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
 #include "support/child_process.h"
 #include "support/server_process.h"
 #include "support/temporary_directory.h"
-
-#include <filesystem>
-#include <gmock/gmock.h>
-#include <string>
-#include <vector>
 
 using namespace test_support;
 
@@ -51,12 +52,12 @@ TEST(Loader, ExitsWhileConnected) {
 }
 
 TEST(Loader, UnloadsAfterEachConnection) {
-    PlantServer server;
+    const PlantServer server;
     loaderProbeEndsWell({"connected-cycles", server.url()});
 }
 
 TEST(Loader, ConnectionOutlivesTheStartOfAnotherProgram) {
-    PlantServer server;
+    const PlantServer server;
     loaderProbeEndsWell({"fork-exec", server.url()});
 }
 
@@ -67,7 +68,7 @@ TEST_P(StaticClient, IsDestroyedAtExit) {
 }
 
 TEST_P(StaticClient, IsDestroyedAtExitWhileConnected) {
-    PlantServer server;
+    const PlantServer server;
     endsWell(GetParam(), {server.url()});
 }
 

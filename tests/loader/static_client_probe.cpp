@@ -1,10 +1,10 @@
 // A program linked to the library, whose client lives as long as the process.
 //   static_client_probe [URL]     with a URL it ends while connected
-#include "OpcUaClientInterface.h"
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#include "OpcUaClientInterface.h"
 
 namespace {
 

@@ -1,10 +1,11 @@
 // Every operation at the wrong moment, without its arguments, or more often than once.
+#include <cstring>
+#include <memory>
+
+#include <gmock/gmock.h>
+
 #include "operations.h"
 #include "support/server_process.h"
-
-#include <cstring>
-#include <gmock/gmock.h>
-#include <memory>
 
 using namespace test_support;
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "OpcUaClientInterface.h"
-
 #include <functional>
 #include <string>
 #include <vector>
+
+#include "OpcUaClientInterface.h"
 
 /// One exported operation of a client with arguments that are in order, so that only the moment is wrong.
 struct Operation {

@@ -1,14 +1,15 @@
 // One client, many threads: reads, status queries and several clients at once are allowed.
-#include "operations.h"
-#include "support/server_process.h"
-
 #include <atomic>
 #include <csignal>
-#include <gmock/gmock.h>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <gmock/gmock.h>
+
+#include "operations.h"
+#include "support/server_process.h"
 
 using namespace test_support;
 
@@ -20,12 +21,10 @@ constexpr int callsPerThread = 100;
 template <class Work>
 void onThreads(const Work& work) {
     std::vector<std::thread> threads;
-    for (int number = 0; number < threadCount; ++number) {
+    for (int number = 0; number < threadCount; ++number)
         threads.emplace_back(work, number);
-    }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
 }
 
 bool readsServiceLevel(COpcUaClientInterface& client) {
@@ -38,9 +37,8 @@ bool readsServiceLevel(COpcUaClientInterface& client) {
 // How many of a thread's reads were good.
 int readOften(COpcUaClientInterface& client) {
     int good = 0;
-    for (int call = 0; call < callsPerThread; ++call) {
+    for (int call = 0; call < callsPerThread; ++call)
         good += readsServiceLevel(client) ? 1 : 0;
-    }
     return good;
 }
 
@@ -110,9 +108,8 @@ TEST_F(Threads, AllEndWhenTheServerDies) {
     connect();
     std::atomic<int> reading = 0;
     std::thread killer([&] {
-        while (reading < threadCount) {
+        while (reading < threadCount)
             std::this_thread::yield();
-        }
         ::kill(server.pid(), SIGKILL);
     });
     onThreads([&](int) {

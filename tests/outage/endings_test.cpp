@@ -1,5 +1,6 @@
 #include <functional>
 #include <future>
+#include <memory>
 #include <ostream>
 
 #include "outage_fixture.h"
@@ -43,9 +44,8 @@ protected:
 TEST_P(EndingInAnOutage, TakesAMoment) {
     ASSERT_NO_FATAL_FAILURE(startPanels());
     network().fallSilent(GetParam().silence);
-    for (auto& panel : panels) {
+    for (auto& panel : panels)
         ASSERT_TRUE(!GetParam().noticed || panel->waitForStatus(2));
-    }
     Panel& disconnecting = *panels[0];
     Panel& reconnecting = *panels[1];
     Panel& ending = *panels[2];

@@ -1,9 +1,14 @@
 #include "outage_fixture.h"
 
 #include <array>
+#include <cstdint>
 #include <cstring>
+#include <memory>
 #include <ostream>
+#include <string>
 #include <tuple>
+#include <unordered_map>
+#include <vector>
 
 namespace {
 
@@ -87,9 +92,8 @@ std::unordered_map<std::string, double> OutageTest::changeTags(int count) {
         writes[i] = {&records[i], values[i].data(), static_cast<int>(values[i].size())};
     }
     EXPECT_EQ(client.OpcUaSetMultiValue(writes.data(), count), 0);
-    for (const OpcUaNode& record : records) {
+    for (const OpcUaNode& record : records)
         EXPECT_EQ(record.result, 0) << fieldText(record.nodeId);
-    }
     return numbers;
 }
 

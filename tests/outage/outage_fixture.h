@@ -1,9 +1,13 @@
 #pragma once
 
-#include <gmock/gmock.h>
-
 #include <chrono>
 #include <memory>
+#include <ostream>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include <gmock/gmock.h>
 
 #include "client_fixture.h"
 #include "panel.h"

@@ -1,9 +1,14 @@
 #include "panel.h"
 
-#include <gtest/gtest.h>
-
 #include <chrono>
 #include <cstring>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
 
 #include "client_fixture.h"
 
@@ -54,9 +59,8 @@ void Panel::destroyClient() {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_watching = false;
     }
-    if (m_watcher.joinable()) {
+    if (m_watcher.joinable())
         m_watcher.join();
-    }
     delete m_client;
     m_client = nullptr;
 }
@@ -75,13 +79,11 @@ void Panel::monitor(const std::vector<std::string>& nodeIds) {
     connect();
     ASSERT_EQ(m_client->OpcUaCreateSubScription(100), 0);
     std::vector<OpcUaNode> records(nodeIds.size());
-    for (std::size_t i = 0; i < nodeIds.size(); ++i) {
+    for (std::size_t i = 0; i < nodeIds.size(); ++i)
         setField(records[i].nodeId, nodeIds[i]);
-    }
     ASSERT_EQ(m_client->OpcUaAddMultiMonitNode(records.data(), static_cast<int>(records.size())), 0);
-    for (const OpcUaNode& record : records) {
+    for (const OpcUaNode& record : records)
         ASSERT_EQ(record.result, 0) << fieldText(record.nodeId);
-    }
     ASSERT_TRUE(waitFor([&] { return m_latest.size() == nodeIds.size(); }));
 }
 
@@ -92,9 +94,8 @@ int Panel::read(const std::string& nodeId, _OpcUaDataType type, double* value) {
     char bytes[sizeof(double)] = {};
     int size = sizeof bytes;
     const int code = m_client->OpcUaGetValue(&record, bytes, size);
-    if (code == 0 && value != nullptr) {
+    if (code == 0 && value != nullptr)
         *value = numberOf(bytes, type);
-    }
     return code;
 }
 
@@ -127,9 +128,8 @@ void Panel::OpcUaDataChange(_OpcUaDataChangeMsg message) {
         const int status = m_client->OpcUaGetConnectStatus();
         return status == connectionUsable || status == subscriptionSilent;
     };
-    if (!waitUntil(hasConnection, 5s)) {
+    if (!waitUntil(hasConnection, 5s))
         ++m_changesWithoutConnection;
-    }
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_latest[fieldText(message.nodeId)] = numberOf(message.value, message.dataType);
     m_changed.notify_all();

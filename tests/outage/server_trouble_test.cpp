@@ -1,4 +1,5 @@
 #include <future>
+#include <memory>
 #include <thread>
 
 #include "outage_fixture.h"

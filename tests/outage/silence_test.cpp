@@ -1,5 +1,9 @@
 // TEST_SILENCE_SECONDS=60 chooses how long the long silences last.
+#include <chrono>
+#include <cstddef>
 #include <future>
+#include <memory>
+#include <string>
 #include <thread>
 
 #include "from_environment.h"
@@ -70,9 +74,8 @@ protected:
         int size = sizeof value;
         OpcUa_ReadNode many{&node, &value, size};
         COpcUaClientInterface& client = panel.client();
-        for (int i = 0; i < 100; ++i) {
+        for (int i = 0; i < 100; ++i)
             ASSERT_EQ(readCounter(panel), 3);
-        }
         EXPECT_EQ(client.OpcUaSetValue(&node, &value, size), 3);
         EXPECT_EQ(client.OpcUaGetMultiValue(&many, 1), 3);
         EXPECT_EQ(client.OpcUaAddMonitNode(&node, nullptr, 0), 3);

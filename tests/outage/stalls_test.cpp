@@ -2,9 +2,12 @@
 //
 // TEST_STALLS=100 chooses how often, TEST_SEED their sequence.
 #include <atomic>
+#include <chrono>
 #include <random>
 #include <set>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "from_environment.h"
 #include "outage_fixture.h"
@@ -26,9 +29,8 @@ public:
 
     const std::set<int>& stop() {
         m_stop = true;
-        if (m_thread.joinable()) {
+        if (m_thread.joinable())
             m_thread.join();
-        }
         return m_codes;
     }
 

@@ -49,9 +49,8 @@ std::string statusesOf(COpcUaClientInterface& client, Clock::duration time) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
+    if (argc != 3)
         return 2;
-    }
     Application application;
     COpcUaClientInterface client;
     client.installOpcUaCallBack(&application);
@@ -64,9 +63,8 @@ int main(int argc, char** argv) {
         client.OpcUaAddMonitNode(&node, nullptr, 0) != 0) {
         return 1;
     }
-    while (!application.hasValue) {
+    while (!application.hasValue)
         std::this_thread::sleep_for(5ms);
-    }
     const Clock::time_point beforeReady = Clock::now(); // from the next line on it may be suspended
     std::puts("ready");
     std::fflush(stdout);

@@ -1,6 +1,7 @@
 // A connection that ends by the client's own will while requests are on their way.
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <utility>

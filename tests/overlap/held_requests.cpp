@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
+#include <mutex>
+#include <utility>
 
 using namespace scripted;
 
@@ -57,9 +60,8 @@ void HeldRequests::run(const Answer& answer, std::size_t first) {
     std::unique_lock<std::mutex> lock(m_state->mutex);
     for (;;) {
         m_state->changed.wait(lock, [&] { return m_state->over || m_state->held.size() >= least; });
-        if (m_state->over) {
+        if (m_state->over)
             return;
-        }
         std::size_t seen = 0;
         while (seen != m_state->held.size()) {
             seen = m_state->held.size();

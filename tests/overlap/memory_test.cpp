@@ -1,8 +1,12 @@
 // What comes before its turn is kept, within a bound.
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "hostile/heap_peak.h"
 #include "overlap/overlap_fixture.h"

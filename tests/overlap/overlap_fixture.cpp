@@ -2,8 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <numeric>
+#include <string>
+#include <vector>
 
 using namespace scripted;
 
@@ -42,8 +47,10 @@ std::vector<int> browseChildren(COpcUaClientInterface& client) {
     std::vector<int> results(requestCount, code);
     int children = 0;
     const OpcUaNode* const root = client.OpcUaReadRootNode();
-    for (const OpcUaNode* child = root ? root->child : nullptr; child; child = child->next) {
-        EXPECT_EQ(fieldText(child->nodeId), "i=" + std::to_string(firstChild + children));
+    for (const OpcUaNode* child = root != nullptr ? root->child : nullptr; child != nullptr;
+         child = child->next) {
+        EXPECT_EQ(fieldText(child->nodeId),
+                  "i=" + std::to_string(firstChild + static_cast<std::uint32_t>(children)));
         if (child->dataType == OpcUaDataType_Null) {
             results[static_cast<std::size_t>(children)] = OverlapTest::untyped;
         } else {
@@ -78,18 +85,16 @@ std::vector<int> readNodes(COpcUaClientInterface& client) {
         EXPECT_EQ(values[place], all[place] == 0 ? i : untouched);
     }
     std::vector<int> results;
-    for (int i = 0; i < requestCount; ++i) {
+    for (int i = 0; i < requestCount; ++i)
         results.push_back(common(&all[static_cast<std::size_t>(i) * nodeCount], nodeCount));
-    }
     return results;
 }
 
 std::vector<int> addNodes(COpcUaClientInterface& client) {
     constexpr int count = requestCount * nodeCount;
     std::vector<OpcUaNode> nodes(count);
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < count; ++i)
         setField(nodes[static_cast<std::size_t>(i)].nodeId, "ns=1;s=N" + std::to_string(i));
-    }
     EXPECT_EQ(client.OpcUaAddMultiMonitNode(nodes.data(), count), 0);
     std::vector<int> results;
     for (int i = 0; i < requestCount; ++i) {
@@ -144,13 +149,11 @@ void OverlapTest::answerWell(const Call& call) {
 }
 
 void OverlapTest::prepare(const Operation& operation) {
-    if (operation.kind == Kind::Add) {
+    if (operation.kind == Kind::Add)
         ASSERT_EQ(client.installOpcUaCallBack(&application), 0);
-    }
     ASSERT_EQ(connect(), 0);
-    if (operation.kind == Kind::Add) {
+    if (operation.kind == Kind::Add)
         ASSERT_EQ(client.OpcUaCreateSubScription(50), 0);
-    }
 }
 
 std::vector<int> OverlapTest::run(const Operation& operation, COpcUaClientInterface& client) {

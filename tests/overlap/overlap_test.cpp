@@ -1,9 +1,13 @@
 // Several requests on their way: what comes of each is what would have come of it alone.
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <string>
 #include <thread>
 #include <tuple>
+#include <vector>
 
 #include "overlap/overlap_fixture.h"
 
@@ -177,9 +181,8 @@ TEST_P(EachOperation, GoesOnAsBeforeToAnotherServer) {
     _OpcUaClientConfig config{};
     setField(config.endpointUrl, other.url());
     ASSERT_EQ(client.OpcUaConnect(config), 0);
-    if (GetParam().kind == Kind::Add) {
+    if (GetParam().kind == Kind::Add)
         ASSERT_EQ(client.OpcUaCreateSubScription(50), 0);
-    }
     const HeldRequests held(other, *GetParam().request, answerAll);
     EXPECT_EQ(run(GetParam()), expected(GetParam(), {}));
     EXPECT_GE(held.most(), 2U);

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -44,9 +45,8 @@ TEST_F(Sequence, ToAServerThatDropsWhatComesMeanwhileGoesOneByOneAfterOneFailure
     std::vector<OpcUa_StatusCode> statuses = good(12);
     statuses[1] = OpcUa_BadTimeout;
     EXPECT_EQ(read(12, 2000), statuses);
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 3; ++i)
         EXPECT_EQ(read(12, 2000), good(12));
-    }
     EXPECT_TRUE(session.isConnected());
     EXPECT_TRUE(session.wasLostAhead());
 }
@@ -100,9 +100,8 @@ TEST_F(Sequence, HasMoreRequestsOnTheirWayWithEachThatIsNotRefused) {
     connectSession();
     refuse({1}, UA_STATUSCODE_BADTCPSERVERTOOBUSY);
     EXPECT_EQ(read(2).back(), UA_STATUSCODE_BADTCPSERVERTOOBUSY);
-    for (const std::size_t most : {1U, 2U}) {
+    for (const std::size_t most : {1U, 2U})
         EXPECT_EQ(mostAhead(12, most), most);
-    }
 }
 
 TEST_F(Sequence, TellsOnceOfEachLessThatItSendsAtATime) {
@@ -127,9 +126,8 @@ TEST_F(Sequence, ThatIsEndedLeavesNoTraceOfTheAnswersItDrops) {
     ASSERT_EQ(UaTrace::initTrace(UaTrace::Warnings, 1000, 1, UaString(file.c_str()), "test"), 0);
     {
         const HeldRequests held(server, typeOf<UA_ReadRequest>(), answerAll);
-        for (int i = 0; i < 5; ++i) {
+        for (int i = 0; i < 5; ++i)
             EXPECT_EQ(read(50, 10000, 1), good(1));
-        }
         EXPECT_EQ(readOne(), OpcUa_Good); // behind the answers that are dropped
     }
     UaTrace::closeTrace();
@@ -162,9 +160,8 @@ TEST_F(Sequence, TellsOfAConnectionThatIsFoundBrokenBySending) {
     connectSession();
     serve(operations()[1], {1}, [](const Call& call) { call.connection().reset(); });
     const std::vector<OpcUa_StatusCode> statuses = read(3, 10000, -1, [this](int number, int) {
-        if (number == 2) {
+        if (number == 2)
             EXPECT_TRUE(waitUntil([this] { return !server.connection()->isOpen(); }));
-        }
     });
     ASSERT_EQ(statuses.size(), 3U);
     EXPECT_EQ(statuses[0], OpcUa_Good);
@@ -188,20 +185,17 @@ TEST_F(Sequence, LeavesOtherThreadsTheirCalls) {
     for (int thread = 0; thread < 3; ++thread) {
         others.push_back(std::async(std::launch::async, [&, thread] {
             int calls = 0;
-            for (; !over || calls < 10; ++calls) {
+            for (; !over || calls < 10; ++calls)
                 EXPECT_EQ(readOne((7 * calls + thread) % 100), OpcUa_Good);
-            }
             return calls;
         }));
     }
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < 5; ++i)
         EXPECT_EQ(read(100), good(100));
-    }
     over = true;
     int calls = 0;
-    for (std::future<int>& other : others) {
+    for (std::future<int>& other : others)
         calls += other.get();
-    }
     EXPECT_GE(server.count<UA_ReadRequest>(), 500 + calls); // and what the session asks by itself
 }
 
@@ -297,9 +291,8 @@ TEST_F(Sequence, TakesItsAnswersWhileAnotherThreadSends) {
     std::atomic<int> answeredBefore{-1};
     auto series = std::async(std::launch::async, [&] {
         return read(4, 10000, -1, [&](int number, int answered) {
-            if (number == 2) {
+            if (number == 2)
                 answeredBefore = answered;
-            }
         });
     });
     ASSERT_TRUE(collected.waitFor(2));

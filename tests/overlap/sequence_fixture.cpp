@@ -1,6 +1,10 @@
 #include "overlap/sequence_fixture.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <mutex>
+#include <vector>
 
 using namespace scripted;
 using namespace UaClientSdk;
@@ -38,12 +42,10 @@ std::vector<OpcUa_StatusCode> Sequence::read(int count, int limit, int stopAfter
     std::vector<OpcUa_StatusCode> statuses;
     ReadSequence sequence;
     sequence.next = [&](UaReadValueIds& nodes) {
-        if (asked == count) {
+        if (asked == count)
             return false;
-        }
-        if (asking) {
+        if (asking)
             asking(asked, static_cast<int>(statuses.size()));
-        }
         nameNode(firstNode + asked, nodes);
         ++asked;
         return true;

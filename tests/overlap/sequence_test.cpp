@@ -1,5 +1,6 @@
 // A sequence of requests as the session layer serves it.
 #include <algorithm>
+#include <cstddef>
 #include <vector>
 
 #include "overlap/sequence_fixture.h"
@@ -36,9 +37,8 @@ TEST_P(TimedOut, RequestsFailAlone) {
     connectSession();
     leaveOut(GetParam());
     std::vector<OpcUa_StatusCode> statuses = good(12);
-    for (const int one : GetParam()) {
+    for (const int one : GetParam())
         statuses[static_cast<std::size_t>(one)] = OpcUa_BadTimeout;
-    }
     EXPECT_EQ(read(12, 500), statuses);
     answerWhatWasLeft(); // too late
     server.on<UA_ReadRequest>(answerWell);
@@ -53,9 +53,8 @@ INSTANTIATE_TEST_SUITE_P(Of, TimedOut,
 
 TEST_F(Sequence, ThatIsEndedDropsWhatIsOnItsWay) {
     connectSession();
-    for (const int end : {1, 2, 7}) {
+    for (const int end : {1, 2, 7})
         EXPECT_EQ(read(50, 10000, end), good(end));
-    }
     EXPECT_EQ(read(50), good(50));
     EXPECT_TRUE(session.isConnected());
 }
@@ -88,9 +87,8 @@ TEST_F(Sequence, OfOneRequestIsNoReasonToGoOneByOne) {
 TEST_F(Sequence, ASessionThatTheServerForgotIsNoReasonToGoOneByOne) {
     connectSession();
     const HeldRequests held(server, typeOf<UA_ReadRequest>(), [](HeldRequests::Calls& calls) {
-        for (const Call& call : calls) {
+        for (const Call& call : calls)
             call.fault(UA_STATUSCODE_BADSESSIONIDINVALID);
-        }
     });
     EXPECT_EQ(read(5).front(), UA_STATUSCODE_BADSESSIONIDINVALID);
     EXPECT_FALSE(session.isConnected());

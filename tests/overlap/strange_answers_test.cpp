@@ -1,5 +1,6 @@
 // One of several requests on their way is answered as no good server does.
 #include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <ostream>
 #include <string>
@@ -67,9 +68,8 @@ protected:
     /// When this request is answered so.
     static std::vector<int> outcome(int failing) {
         const auto& [operation, strange] = GetParam();
-        if (!strange.isServed || operation.kind != Kind::Browse) {
+        if (!strange.isServed || operation.kind != Kind::Browse)
             return expected(operation, {failing});
-        }
         std::vector<int> results = expected(operation, {});
         results[static_cast<std::size_t>(failing)] = untyped;
         return results;
@@ -124,9 +124,8 @@ TEST_P(EachOperationAnsweredAgain, TakesTheFirstAnswer) {
     HeldRequests::Calls previous;
     int again = 0;
     const HeldRequests held(server, *GetParam().request, [&](HeldRequests::Calls& calls) {
-        for (const Call& call : previous) {
+        for (const Call& call : previous)
             call.fault(UA_STATUSCODE_BADINTERNALERROR);
-        }
         std::for_each(calls.begin() + 1, calls.end(), [&again](const Call& call) {
             answerWell(call);
             call.fault(UA_STATUSCODE_BADINTERNALERROR);

@@ -1,12 +1,13 @@
-#include "calls/window.h"
-
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
 #include <deque>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "calls/requests_ahead.h"
+#include "calls/window.h"
 
 using namespace UaClientSdk;
 
@@ -24,9 +25,8 @@ Window::Flight failure(std::size_t together) {
 /// Answers as many requests as are on their way, each of which takes this long.
 void round(Window& window, milliseconds took) {
     const std::size_t sent = window.size();
-    for (std::size_t i = 0; i < sent; ++i) {
+    for (std::size_t i = 0; i < sent; ++i)
         window.answered({sent, took});
-    }
 }
 
 TEST(Window, BeginsWithTwoAndDoublesUpToSixteen) {
@@ -65,9 +65,8 @@ TEST(Window, HalvesOnceForRequestsThatWentOutTogether) {
     round(window, milliseconds(1));
     round(window, milliseconds(1));
     ASSERT_EQ(window.size(), 8U);
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < 8; ++i)
         window.answered({8, milliseconds(5)});
-    }
     EXPECT_EQ(window.size(), 4U);
     window.late({8, milliseconds(10000)});
     EXPECT_EQ(window.size(), 4U);
@@ -111,9 +110,8 @@ TEST(Window, StaysBelowWhatWasRefused) {
     round(window, milliseconds(1));
     EXPECT_TRUE(window.refused(failure(8)));
     EXPECT_EQ(window.ceiling(), 4U);
-    for (int i = 0; i < 6; ++i) {
+    for (int i = 0; i < 6; ++i)
         round(window, milliseconds(1));
-    }
     EXPECT_EQ(window.size(), 4U);
     EXPECT_TRUE(window.wasRefused());
 }
@@ -121,9 +119,8 @@ TEST(Window, StaysBelowWhatWasRefused) {
 TEST(Window, IsLoweredOnceByRefusalsOfRequestsThatWereOnTheirWayTogether) {
     Window window(Window::most, timeOut);
     EXPECT_TRUE(window.refused(failure(16)));
-    for (int i = 0; i < 15; ++i) {
+    for (int i = 0; i < 15; ++i)
         EXPECT_FALSE(window.refused(failure(16)));
-    }
     EXPECT_EQ(window.ceiling(), 8U);
 }
 
@@ -173,7 +170,7 @@ TEST(Window, KeepsAServerBusyThatDoesOneThingAtATime) {
     for (const int roundTrip : {0, 1, 5, 20, 100}) {
         constexpr int own = 5;
         Window window(Window::most, timeOut);
-        const std::size_t needed = std::min<std::size_t>(1 + roundTrip / own, Window::most);
+        const std::size_t needed = std::min(1 + static_cast<std::size_t>(roundTrip / own), Window::most);
         for (int i = 0; i < 100; ++i) {
             const auto line = static_cast<int>(window.size());
             window.answered({window.size(), milliseconds(std::max(roundTrip + own, line * own))});
@@ -249,9 +246,8 @@ TEST(Window, OfAServerThatNeedsMoreThanHalfTheTimeOutLosesOneRequest) {
 /// A series with this ceiling that goes well.
 Window wellAnswered(const RequestsAhead& limit, std::size_t answers) {
     Window window(limit.current(), timeOut);
-    for (std::size_t i = 0; i < answers; ++i) {
+    for (std::size_t i = 0; i < answers; ++i)
         window.answered({1, milliseconds(1)});
-    }
     return window;
 }
 
@@ -278,9 +274,8 @@ TEST(RequestsAhead, AreTriedLessOftenTheMoreOftenTheyWereRefused) {
     for (int i = 0; i < 5; ++i) {
         limit.learnFrom(refused(limit, 2));
         int series = 0;
-        for (; limit.current() == 1 && series < 1000; ++series) {
+        for (; limit.current() == 1 && series < 1000; ++series)
             limit.learnFrom(wellAnswered(limit, 100));
-        }
         waits.push_back(series);
     }
     EXPECT_EQ(waits, (std::vector<int>{1, 2, 4, 8, 16}));
@@ -289,9 +284,8 @@ TEST(RequestsAhead, AreTriedLessOftenTheMoreOftenTheyWereRefused) {
 TEST(RequestsAhead, LearnNothingFromASeriesThatWasTooShort) {
     RequestsAhead limit(16);
     limit.learnFrom(refused(limit, 4));
-    for (int i = 0; i < 10; ++i) {
+    for (int i = 0; i < 10; ++i)
         limit.learnFrom(wellAnswered(limit, 3));
-    }
     EXPECT_EQ(limit.current(), 2U);
 }
 
@@ -308,9 +302,8 @@ TEST(RequestsAhead, StayBelowWhatCostARequestItsAnswer) {
 
 TEST(RequestsAhead, BeginAnewWithAConnection) {
     RequestsAhead limit(16);
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 3; ++i)
         limit.learnFrom(refused(limit, 2));
-    }
     limit.begin(4);
     EXPECT_EQ(limit.current(), 4U);
     limit.learnFrom(refused(limit, 2));

@@ -1,7 +1,11 @@
 // What goes over the wire is the same whether requests wait for each other or not.
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <mutex>
+#include <string>
 #include <type_traits>
+#include <vector>
 
 #include "overlap/overlap_fixture.h"
 #include "support/message_proxy.h"
@@ -30,9 +34,8 @@ void forgetOwn(UA_ReadRequest& request) {
 void forgetOwn(UA_CreateMonitoredItemsRequest& request) {
     forgetHeader(request);
     request.subscriptionId = 0;
-    for (std::size_t i = 0; i < request.itemsToCreateSize; ++i) {
+    for (std::size_t i = 0; i < request.itemsToCreateSize; ++i)
         request.itemsToCreate[i].requestedParameters.clientHandle = 0;
-    }
 }
 
 class OnTheWire : public OverlapTest, public testing::WithParamInterface<Operation> {
@@ -51,9 +54,8 @@ protected:
         setField(config.endpointUrl, m_proxy.url());
         config.timeout = 10000;
         ASSERT_EQ(client.OpcUaConnect(config), 0);
-        if (GetParam().kind == Kind::Add) {
+        if (GetParam().kind == Kind::Add)
             ASSERT_EQ(client.OpcUaCreateSubScription(50), 0);
-        }
     }
     /// The operation's requests without what is each run's own, in the order in which they went out.
     std::vector<Bytes> requestsOfARun(std::size_t ahead) {
@@ -86,17 +88,15 @@ private:
     template <class Request>
     static void keepIf(const Bytes& body, std::vector<Bytes>& sent) {
         Reader reader(body);
-        if (typeWithEncoding(takeTypeId(reader)) != &typeOf<Request>()) {
+        if (typeWithEncoding(takeTypeId(reader)) != &typeOf<Request>())
             return;
-        }
         const Bytes content = reader.rest();
         Owned<Request> request;
         ASSERT_TRUE(decode(content, &*request, typeOf<Request>()));
         ASSERT_EQ(encode(*request), content); // nothing is lost by decoding
         if constexpr (std::is_same_v<Request, UA_ReadRequest>) {
-            if (isProbe(*request)) {
+            if (isProbe(*request))
                 return;
-            }
         }
         forgetOwn(*request);
         sent.push_back(messageBody(*request));

@@ -25,9 +25,8 @@ public:
 
     std::vector<OpcUa_Byte> next() {
         std::vector<OpcUa_Byte> bytes = m_seed;
-        for (std::size_t changes = 1 + pick(4); changes > 0; --changes) {
+        for (std::size_t changes = 1 + pick(4); changes > 0; --changes)
             mutate(bytes);
-        }
         return bytes;
     }
 
@@ -50,9 +49,8 @@ private:
             break;
         }
         default:
-            if (!bytes.empty()) {
+            if (!bytes.empty())
                 bytes[static_cast<std::size_t>(at)] = static_cast<OpcUa_Byte>(m_random());
-            }
         }
     }
 
@@ -68,8 +66,8 @@ TEST(ArbitraryBytes, ACertificateIsReadWhollyOrNotAtAll) {
     for (const char* seed : {"self_good", "self_two_uris", "root"}) {
         Mutator mutator(material::chain(seed));
         for (int i = 0; i < rounds; ++i) {
-            UaByteString bytes = byteString(mutator.next());
-            UaPkiCertificate certificate = UaPkiCertificate::fromDER(bytes);
+            const UaByteString bytes = byteString(mutator.next());
+            const UaPkiCertificate certificate = UaPkiCertificate::fromDER(bytes);
             certificate.isValid();
             certificate.subject();
             certificate.issuer();
@@ -77,7 +75,7 @@ TEST(ArbitraryBytes, ACertificateIsReadWhollyOrNotAtAll) {
             certificate.serialNumber();
             certificate.validFrom().toString();
             certificate.validTo().toString();
-            UaByteString der = certificate.toDER();
+            const UaByteString der = certificate.toDER();
             ASSERT_LE(der.length(), bytes.length());
             ASSERT_TRUE(std::equal(der.data(), der.data() + der.length(), bytes.data()));
             ASSERT_EQ(certificate.isNull(), certificate.thumbPrint().size() == 0);
@@ -86,8 +84,8 @@ TEST(ArbitraryBytes, ACertificateIsReadWhollyOrNotAtAll) {
 }
 
 TEST(ArbitraryBytes, NoChangedChainIsTrusted) {
-    test_support::TemporaryDirectory directory;
-    material::StoreFolders folders(directory.path());
+    const test_support::TemporaryDirectory directory;
+    const material::StoreFolders folders(directory.path());
     folders.fill(folders.trusted, "root", ".der");
     folders.fill(folders.trustedLists, "root middle", ".crl");
     UaPkiCertificateVerifier verifier{UaPkiStore(folders.locations())};
@@ -95,32 +93,32 @@ TEST(ArbitraryBytes, NoChangedChainIsTrusted) {
         return verifier.verify(chain, "urn:plant:server", basic256Sha256, material::verificationTime())
             .status;
     };
-    UaByteString chain = material::chain("by_middle middle");
+    const UaByteString chain = material::chain("by_middle middle");
     ASSERT_TRUE(verify(chain).isGood());
     Mutator mutator(chain);
     for (int i = 0; i < rounds; ++i) {
-        UaByteString changed = byteString(mutator.next());
+        const UaByteString changed = byteString(mutator.next());
         // Only what is still the very same certificate passes: behind it anything well-formed may stand.
-        bool sameStart = changed.length() >= chain.length() &&
-                         std::equal(chain.data(), chain.data() + chain.length(), changed.data());
+        const bool sameStart = changed.length() >= chain.length() &&
+                               std::equal(chain.data(), chain.data() + chain.length(), changed.data());
         ASSERT_TRUE(sameStart || verify(changed).isBad()) << "round " << i;
     }
 }
 
 TEST(ArbitraryBytes, RevocationListsAndStoreFilesAreUsedOrPassedOver) {
-    test_support::TemporaryDirectory directory;
-    material::StoreFolders folders(directory.path());
+    const test_support::TemporaryDirectory directory;
+    const material::StoreFolders folders(directory.path());
     folders.fill(folders.trusted, "root", ".der");
-    UaPkiCertificateVerifier verifier{UaPkiStore(folders.locations())};
+    const UaPkiCertificateVerifier verifier{UaPkiStore(folders.locations())};
     for (const char* seed : {"root_revoking.crl", "root_revoking.crl.pem"}) {
         Mutator mutator(material::read(material::file(seed)));
         for (int i = 0; i < rounds / 3; ++i) {
             std::vector<OpcUa_Byte> bytes = mutator.next();
             material::write(folders.trustedLists / "list", std::string(bytes.begin(), bytes.end()));
-            UaStatus status = verifier
-                                  .verify(material::chain("by_root_revoked"), "urn:plant:server",
-                                          basic256Sha256, material::verificationTime())
-                                  .status;
+            const UaStatus status = verifier
+                                        .verify(material::chain("by_root_revoked"), "urn:plant:server",
+                                                basic256Sha256, material::verificationTime())
+                                        .status;
             ASSERT_TRUE(status.statusCode() == OpcUa_BadCertificateRevoked ||
                         status.statusCode() == OpcUa_BadCertificateRevocationUnknown)
                 << seed << " round " << i << ": " << status.name();
@@ -129,8 +127,8 @@ TEST(ArbitraryBytes, RevocationListsAndStoreFilesAreUsedOrPassedOver) {
 }
 
 TEST(ArbitraryBytes, AKeyFileGivesAKeyOrAStatus) {
-    test_support::TemporaryDirectory directory;
-    std::string file = (directory.path() / "key.pem").string();
+    const test_support::TemporaryDirectory directory;
+    const std::string file = (directory.path() / "key.pem").string();
     UaPkiProviderOpenSSL provider("", "");
     Mutator mutator(material::read(material::file("server.key")));
     for (int i = 0; i < rounds; ++i) {
@@ -138,7 +136,7 @@ TEST(ArbitraryBytes, AKeyFileGivesAKeyOrAStatus) {
         material::write(file, std::string(bytes.begin(), bytes.end()));
         OpcUa_Key key{};
         OpcUa_Key_Initialize(&key);
-        UaStatus status = provider.loadPrivateKey(file, OpcUa_KeyEncoding_Pem, "password", &key);
+        const UaStatus status = provider.loadPrivateKey(file, OpcUa_KeyEncoding_Pem, "password", &key);
         ASSERT_EQ(status.isGood(), key.type != OpcUa_KeyType_Invalid);
         OpcUa_Key_Clear(&key);
     }

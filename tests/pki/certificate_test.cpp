@@ -22,7 +22,7 @@ UaPkiCertificate fromFile(const fs::path& path) {
 }
 
 std::string openssl(const std::vector<std::string>& arguments) {
-    test_support::ProgramResult result = test_support::runProgram("openssl", arguments);
+    const test_support::ProgramResult result = test_support::runProgram("openssl", arguments);
     EXPECT_EQ(result.end.exitCode, 0) << result.standardError;
     return result.standardOutput;
 }
@@ -48,7 +48,7 @@ TEST(Certificate, AnEmptyOneAnswersEverythingWithNothing) {
 }
 
 TEST(Certificate, WhatIsNoDerFileGivesAnEmptyOne) {
-    test_support::TemporaryDirectory directory;
+    const test_support::TemporaryDirectory directory;
     expectEmpty(fromFile(directory.path() / "missing.der"));
     expectEmpty(fromFile(directory.path() / "missing" / "missing.der"));
     expectEmpty(fromFile(directory.path()));
@@ -61,7 +61,7 @@ TEST(Certificate, WhatIsNoDerFileGivesAnEmptyOne) {
 }
 
 TEST(Certificate, AFileWithoutPermissionGivesAnEmptyOne) {
-    test_support::TemporaryDirectory directory;
+    const test_support::TemporaryDirectory directory;
     fs::permissions(directory.path(), fs::perms(0755));
     fs::path file = directory.path() / "client.der";
     ASSERT_EQ(fromFile(material::file("self_good.der")).toDERFile(file.c_str()), 0);
@@ -70,8 +70,8 @@ TEST(Certificate, AFileWithoutPermissionGivesAnEmptyOne) {
 }
 
 TEST(Certificate, FieldsAreReadAsOpenSslShowsThem) {
-    std::string file = material::file("by_root.der").string();
-    UaPkiCertificate certificate = UaPkiCertificate::fromDERFile(file);
+    const std::string file = material::file("by_root.der").string();
+    const UaPkiCertificate certificate = UaPkiCertificate::fromDERFile(file);
     ASSERT_TRUE(certificate.isValid());
     EXPECT_EQ(certificate.subject().commonName, "by_root");
     EXPECT_EQ(certificate.commonName(), "by_root");
@@ -82,7 +82,7 @@ TEST(Certificate, FieldsAreReadAsOpenSslShowsThem) {
     EXPECT_EQ(certificate.validTo().toString(), "2049-01-01T00:00:00.000Z");
     EXPECT_EQ("serial=" + certificate.serialNumber().text() + "\n",
               openssl({"x509", "-inform", "DER", "-in", file, "-noout", "-serial"}));
-    std::string fingerprint =
+    const std::string fingerprint =
         openssl({"x509", "-inform", "DER", "-in", file, "-noout", "-fingerprint", "-sha1"});
     std::string separated = certificate.thumbPrint().toHex(true).text();
     std::replace(separated.begin(), separated.end(), ' ', ':');
@@ -103,7 +103,7 @@ TEST(Certificate, AnAddressThatIsNoneIsEmpty) {
 }
 
 TEST(Certificate, OfAChainTheFirstIsRead) {
-    UaPkiCertificate certificate = UaPkiCertificate::fromDER(material::chain("by_root root"));
+    const UaPkiCertificate certificate = UaPkiCertificate::fromDER(material::chain("by_root root"));
     EXPECT_EQ(certificate.commonName(), "by_root");
     EXPECT_EQ(certificate.toDER(), material::chain("by_root"));
 }
@@ -121,9 +121,9 @@ TEST(Certificate, WithAKeyThatCannotBeUsedItIsReadAndNotValid) {
 }
 
 TEST(Certificate, WhatIsWrittenIsReadBack) {
-    test_support::TemporaryDirectory directory;
-    fs::path file = directory.path() / "copy.der";
-    UaPkiCertificate certificate = fromFile(material::file("self_good.der"));
+    const test_support::TemporaryDirectory directory;
+    const fs::path file = directory.path() / "copy.der";
+    const UaPkiCertificate certificate = fromFile(material::file("self_good.der"));
     EXPECT_EQ(certificate.toDERFile(file.c_str()), 0);
     EXPECT_EQ(material::read(file), material::chain("self_good"));
     EXPECT_EQ(certificate.toDERFile(UaString((directory.path() / "second.der").string())), 0);
@@ -132,8 +132,8 @@ TEST(Certificate, WhatIsWrittenIsReadBack) {
 }
 
 TEST(Certificate, AFileNameInTheWorkingDirectoryIsEnough) {
-    test_support::TemporaryDirectory directory;
-    fs::path before = fs::current_path();
+    const test_support::TemporaryDirectory directory;
+    const fs::path before = fs::current_path();
     fs::current_path(directory.path());
     EXPECT_EQ(fromFile(material::file("self_good.der")).toDERFile("bare.der"), 0);
     fs::current_path(before);
@@ -141,8 +141,8 @@ TEST(Certificate, AFileNameInTheWorkingDirectoryIsEnough) {
 }
 
 TEST(Certificate, WhereNothingCanBeWrittenTheResultSaysSo) {
-    test_support::TemporaryDirectory directory;
-    UaPkiCertificate certificate = fromFile(material::file("self_good.der"));
+    const test_support::TemporaryDirectory directory;
+    const UaPkiCertificate certificate = fromFile(material::file("self_good.der"));
     EXPECT_EQ(certificate.toDERFile((directory.path() / "missing" / "c.der").c_str()), -1);
     EXPECT_EQ(certificate.toDERFile(directory.path().c_str()), -1);
     EXPECT_EQ(certificate.toDERFile(static_cast<const char*>(nullptr)), -1);

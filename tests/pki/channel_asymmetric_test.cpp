@@ -1,3 +1,4 @@
+#include <cstddef>
 #include <functional>
 
 #include <gtest/gtest.h>
@@ -47,19 +48,19 @@ void forEachPolicy(const std::function<void(const Pair&)>& run) {
 // 1025 and 2047 bits: the modulus does not end with a byte.
 TEST(AsymmetricKeys, DoForEachOtherWhateverTheirLength) {
     forEachPolicy([](const Pair& pair) {
-        for (int bits : {1024, 1025, 2047, 2048, 4096}) {
-            UaPkiOwnKey own = ownKey(pair.policy, channel::rsaKey(bits));
-            UaPkiPeerKey peer = peerKey(pair.policy, channel::rsaKey(bits));
+        for (const int bits : {1024, 1025, 2047, 2048, 4096}) {
+            const UaPkiOwnKey own = ownKey(pair.policy, channel::rsaKey(bits));
+            const UaPkiPeerKey peer = peerKey(pair.policy, channel::rsaKey(bits));
             ASSERT_EQ(own.blockLength(), static_cast<std::size_t>((bits + 7) / 8));
             ASSERT_EQ(peer.blockLength(), own.blockLength());
-            for (std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{3000}}) {
-                Bytes signature = own.sign(view(counted(size)));
+            for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{3000}}) {
+                const Bytes signature = own.sign(view(counted(size)));
                 EXPECT_EQ(signature.size(), own.blockLength());
                 EXPECT_TRUE(peer.verify(view(counted(size)), view(signature)));
             }
-            for (std::size_t size : {std::size_t{1}, peer.plainBlockLength(), peer.plainBlockLength() + 1,
-                                     3 * peer.plainBlockLength()}) {
-                Bytes cipher = peer.encrypt(view(counted(size)));
+            for (const std::size_t size : {std::size_t{1}, peer.plainBlockLength(),
+                                           peer.plainBlockLength() + 1, 3 * peer.plainBlockLength()}) {
+                const Bytes cipher = peer.encrypt(view(counted(size)));
                 EXPECT_EQ(cipher.size(), (size + peer.plainBlockLength() - 1) / peer.plainBlockLength() *
                                              peer.blockLength());
                 EXPECT_EQ(own.decrypt(view(cipher)), counted(size));
@@ -98,18 +99,17 @@ TEST(AsymmetricKeys, RefuseASignatureOfOtherDataOrLength) {
 
 TEST(AsymmetricKeys, RefuseAnotherKeysSignature) {
     forEachPolicy([](const Pair& pair) {
-        UaPkiOwnKey stranger = ownKey(pair.policy, channel::rsaKey(2048, 1));
+        const UaPkiOwnKey stranger = ownKey(pair.policy, channel::rsaKey(2048, 1));
         EXPECT_FALSE(pair.peer.verify(view(counted(9)), view(stranger.sign(view(counted(9))))));
     });
 }
 
 TEST(AsymmetricKeys, DoNotDecryptWhatIsNotWholeBlocks) {
     forEachPolicy([](const Pair& pair) {
-        Bytes cipher = pair.peer.encrypt(view(counted(2 * pair.peer.plainBlockLength())));
+        const Bytes cipher = pair.peer.encrypt(view(counted(2 * pair.peer.plainBlockLength())));
         EXPECT_TRUE(pair.own.decrypt({}).empty());
-        for (std::size_t size : {std::size_t{1}, std::size_t{255}, std::size_t{257}, cipher.size() - 1}) {
+        for (const std::size_t size : {std::size_t{1}, std::size_t{255}, std::size_t{257}, cipher.size() - 1})
             EXPECT_TRUE(pair.own.decrypt(view(cipher).first(size)).empty()) << size;
-        }
         EXPECT_EQ(pair.own.decrypt(view(cipher).first(256)), counted(pair.peer.plainBlockLength()));
     });
 }
@@ -140,7 +140,7 @@ TEST(AsymmetricKeys, ChangedCipherTextNeverGivesTheText) {
             pair.policy.asymmetricEncryption != UaPkiSecurityPolicy::Encryption::RsaPkcs15;
         for (std::size_t i = 0; i < cipher.size(); i += 7) {
             cipher[i] ^= 1;
-            Bytes decrypted = pair.own.decrypt(view(cipher));
+            const Bytes decrypted = pair.own.decrypt(view(cipher));
             EXPECT_NE(decrypted, plain) << i;
             EXPECT_TRUE(decrypted.empty() || !alwaysSeen) << i;
             cipher[i] ^= 1;
@@ -161,11 +161,11 @@ TEST(AsymmetricKeys, HoldThePolicysLimits) {
         const bool old = pair.policy.digest == UaPkiSecurityPolicy::Digest::Sha1;
         EXPECT_EQ(minimum, old ? 1024 : 2048);
         EXPECT_EQ(maximum, old ? 2048 : 4096);
-        for (int bits : {minimum - 1, minimum, maximum, maximum + 1}) {
-            UaByteString certificate = channel::certificateOf(channel::publicRsaKey(bits));
+        for (const int bits : {minimum - 1, minimum, maximum, maximum + 1}) {
+            const UaByteString certificate = channel::certificateOf(channel::publicRsaKey(bits));
             const bool within = bits >= minimum && bits <= maximum;
             UaPkiPeerKey key;
-            UaStatus status = UaPkiPeerKey::open(pair.policy, certificate, Limits::Enforced, key);
+            const UaStatus status = UaPkiPeerKey::open(pair.policy, certificate, Limits::Enforced, key);
             EXPECT_EQ(status.statusCode(), within ? OpcUa_Good : OpcUa_BadCertificatePolicyCheckFailed)
                 << bits;
             EXPECT_EQ(key.isValid(), within);
@@ -177,10 +177,11 @@ TEST(AsymmetricKeys, HoldThePolicysLimits) {
 
 TEST(AsymmetricKeys, CanDoNothingWithKeysTooShortOrTooLong) {
     forEachPolicy([](const Pair& pair) {
-        for (int bits : {512, 527, 528, 16384, 16385}) {
-            UaByteString certificate = channel::certificateOf(channel::publicRsaKey(bits));
+        for (const int bits : {512, 527, 528, 16384, 16385}) {
+            const UaByteString certificate = channel::certificateOf(channel::publicRsaKey(bits));
             UaPkiPeerKey key;
-            UaStatus status = UaPkiPeerKey::open(pair.policy, certificate, Limits::AlreadyDecidedOn, key);
+            const UaStatus status =
+                UaPkiPeerKey::open(pair.policy, certificate, Limits::AlreadyDecidedOn, key);
             const bool usable = bits == 528 || bits == 16384;
             EXPECT_EQ(status.statusCode(), usable ? OpcUa_Good : OpcUa_BadCertificatePolicyCheckFailed)
                 << bits;
@@ -195,10 +196,10 @@ TEST(AsymmetricKeys, CanDoNothingWithKeysTooShortOrTooLong) {
 TEST(AsymmetricKeys, AreRsaKeys) {
     forEachPolicy([](const Pair& pair) {
         for (const char* type : {"EC", "X25519", "ED25519", "DSA", "RSA-PSS"}) {
-            Key other = channel::otherKey(type);
-            for (Limits limits : {Limits::Enforced, Limits::AlreadyDecidedOn}) {
+            const Key other = channel::otherKey(type);
+            for (const Limits limits : {Limits::Enforced, Limits::AlreadyDecidedOn}) {
                 UaPkiPeerKey peer = pair.peer;
-                UaStatus status =
+                const UaStatus status =
                     UaPkiPeerKey::open(pair.policy, channel::certificateOf(other), limits, peer);
                 EXPECT_EQ(status.statusCode(), OpcUa_BadCertificateInvalid) << type;
                 EXPECT_FALSE(peer.isValid());
@@ -214,8 +215,8 @@ TEST(AsymmetricKeys, AreRsaKeys) {
 
 TEST(PeerKey, IsTheFirstCertificates) {
     const UaPkiSecurityPolicy& basic = policy("Basic256Sha256");
-    UaByteString chain = channel::joined(channel::certificateOf(channel::rsaKey(2048)),
-                                         channel::certificateOf(channel::publicRsaKey(4096)));
+    const UaByteString chain = channel::joined(channel::certificateOf(channel::rsaKey(2048)),
+                                               channel::certificateOf(channel::publicRsaKey(4096)));
     UaPkiPeerKey key;
     ASSERT_TRUE(UaPkiPeerKey::open(basic, chain, Limits::Enforced, key).isGood());
     EXPECT_EQ(key.blockLength(), 256U);
@@ -225,7 +226,7 @@ TEST(PeerKey, NeedsACertificate) {
     const UaPkiSecurityPolicy& basic = policy("Basic256Sha256");
     const UaByteString whole = channel::certificateOf(channel::rsaKey(2048));
     UaPkiPeerKey key;
-    for (int length : {0, 1, 4, 100, whole.length() - 1}) {
+    for (const int length : {0, 1, 4, 100, whole.length() - 1}) {
         EXPECT_EQ(
             UaPkiPeerKey::open(basic, UaByteString(length, whole.data()), Limits::Enforced, key).statusCode(),
             OpcUa_BadCertificateInvalid);
@@ -238,7 +239,7 @@ TEST(OwnKey, NeedsAWholeRecordOfAnRsaKey) {
     const Bytes whole = Record(channel::rsaKey(2048)).bytes();
     auto open = [&basic](OpcUa_KeyType type, const Bytes& bytes) {
         UaPkiOwnKey key;
-        UaStatus status = UaPkiOwnKey::open(basic, Record(type, bytes).key(), key);
+        const UaStatus status = UaPkiOwnKey::open(basic, Record(type, bytes).key(), key);
         EXPECT_EQ(status.isGood(), key.isValid());
         return status.statusCode();
     };
@@ -264,7 +265,7 @@ TEST(AsymmetricKeysOfNothing, DoNothing) {
     const UaPkiSecurityPolicy& none = UaPkiSecurityPolicy::none();
     UaPkiPeerKey openedPeer;
     UaPkiOwnKey openedOwn;
-    Key key = channel::rsaKey(2048);
+    const Key key = channel::rsaKey(2048);
     EXPECT_EQ(UaPkiPeerKey::open(none, channel::certificateOf(key), Limits::AlreadyDecidedOn, openedPeer)
                   .statusCode(),
               OpcUa_BadInvalidArgument);
@@ -285,9 +286,8 @@ TEST(Thumbprint, IsTheFirstCertificates) {
 
 TEST(Thumbprint, NeedsACertificatesBeginning) {
     const UaByteString certificate = channel::certificateOf(channel::rsaKey(1024));
-    for (int length : {0, 1, 2, 3, 4, certificate.length() - 1}) {
+    for (const int length : {0, 1, 2, 3, 4, certificate.length() - 1})
         EXPECT_TRUE(UaPkiThumbprint(UaByteString(length, certificate.data())).empty()) << length;
-    }
     for (const char* other : {"3080", "308000000000", "04020000", "70020000",
                               "308FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF", "3084FFFFFFFF00", "300500"}) {
         const Bytes bytes = channel::fromHex(other);

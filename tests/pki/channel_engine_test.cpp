@@ -1,8 +1,10 @@
 // The engine's own policies stand on another cryptographic library: what both agree on is not our invention.
 
 #include <cstdarg>
+#include <cstddef>
 #include <functional>
 #include <stdexcept>
+#include <string>
 
 #include <gtest/gtest.h>
 #include <open62541/plugin/log.h>
@@ -60,9 +62,8 @@ std::string text(const UA_String& string) {
 void silence(void*, UA_LogLevel, UA_LogCategory, const char*, va_list) {}
 
 void mustBe(bool done) {
-    if (!done) {
+    if (!done)
         throw std::runtime_error("the engine's side of the channel cannot be set up");
-    }
 }
 
 /// The engine's side of a channel, with a key of its own and our certificate; and our side of it.
@@ -109,9 +110,8 @@ struct Channel {
         UA_Byte* position = derived.data();
         for (std::size_t i = 0; i < 3; ++i) {
             const UA_ByteString key{lengths[i], position};
-            for (auto set : setters[i]) {
+            for (auto set : setters[i])
                 ASSERT_EQ(set(context, &key), UA_STATUSCODE_GOOD);
-            }
             position += lengths[i];
         }
     }
@@ -163,10 +163,10 @@ TEST(ChannelAgainstEngine, EachVerifiesWhatTheOtherSigned) {
         const Bytes data = counted(300);
         const UA_ByteString dataView = engineView(data);
         auto& algorithm = sides.engine.asymmetricModule.cryptoModule.signatureAlgorithm;
-        Bytes ours = sides.own.sign(view(data));
-        UA_ByteString oursView = engineView(ours);
+        const Bytes ours = sides.own.sign(view(data));
+        const UA_ByteString oursView = engineView(ours);
         EXPECT_EQ(algorithm.verify(sides.context, &dataView, &oursView), UA_STATUSCODE_GOOD);
-        Bytes theirs(sides.peer.blockLength());
+        const Bytes theirs(sides.peer.blockLength());
         UA_ByteString theirsView = engineView(theirs);
         ASSERT_EQ(algorithm.sign(sides.context, &dataView, &theirsView), UA_STATUSCODE_GOOD);
         EXPECT_TRUE(sides.peer.verify(view(data), view(theirs)));
@@ -176,7 +176,7 @@ TEST(ChannelAgainstEngine, EachVerifiesWhatTheOtherSigned) {
 TEST(ChannelAgainstEngine, TheEngineDecryptsWhatWeEncrypted) {
     withEngine(cases, [](Channel& sides) {
         const Bytes plain = counted(3 * sides.peer.plainBlockLength());
-        Bytes data = sides.peer.encrypt(view(plain));
+        const Bytes data = sides.peer.encrypt(view(plain));
         UA_ByteString dataView = engineView(data);
         ASSERT_EQ(
             sides.engine.asymmetricModule.cryptoModule.encryptionAlgorithm.decrypt(sides.context, &dataView),
@@ -206,7 +206,7 @@ TEST(ChannelAgainstEngine, SignaturesOfMessagesAreTheSame) {
         const Bytes data = counted(208);
         Bytes ours(sides.policy.signatureLength);
         ASSERT_TRUE(keys.sign(view(data), ours.data()));
-        Bytes theirs(sides.policy.signatureLength);
+        const Bytes theirs(sides.policy.signatureLength);
         const UA_ByteString dataView = engineView(data);
         UA_ByteString theirsView = engineView(theirs);
         ASSERT_EQ(sides.engine.symmetricModule.cryptoModule.signatureAlgorithm.sign(sides.context, &dataView,
@@ -223,9 +223,9 @@ TEST(ChannelAgainstEngine, EncryptedMessagesAreTheSame) {
         sides.giveEngineKeys(secret, seed);
         UaPkiSymmetricKeys keys(sides.policy, view(secret), view(seed));
         auto& algorithm = sides.engine.symmetricModule.cryptoModule.encryptionAlgorithm;
-        for (std::size_t size : {16U, 208U, 8192U}) {
+        for (const std::size_t size : {16U, 208U, 8192U}) {
             Bytes ours = counted(size);
-            Bytes theirs = counted(size);
+            const Bytes theirs = counted(size);
             ASSERT_TRUE(keys.encrypt(ours.data(), ours.size()));
             UA_ByteString theirsView = engineView(theirs);
             ASSERT_EQ(algorithm.encrypt(sides.context, &theirsView), UA_STATUSCODE_GOOD);
@@ -240,7 +240,7 @@ TEST(ChannelAgainstEngine, EncryptedMessagesAreTheSame) {
 
 TEST(ChannelAgainstEngine, ThumbprintsAreTheSame) {
     withEngine(quickCases, [](Channel& sides) {
-        Bytes theirs(20);
+        const Bytes theirs(20);
         UA_ByteString theirsView = engineView(theirs);
         const UA_ByteString certificate = sides.engineCertificate.view();
         ASSERT_EQ(

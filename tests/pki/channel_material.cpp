@@ -1,8 +1,12 @@
 #include "channel_material.h"
 
+#include <cstddef>
 #include <map>
+#include <memory>
 #include <numeric>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 #include <openssl/bn.h>
 #include <openssl/core_names.h>
@@ -16,9 +20,8 @@ namespace channel {
 namespace {
 
 void require(bool done, const char* what) {
-    if (!done) {
+    if (!done)
         throw std::runtime_error(what);
-    }
 }
 
 Key owned(EVP_PKEY* key, const char* what) {
@@ -29,14 +32,14 @@ Key owned(EVP_PKEY* key, const char* what) {
 using KeyContext = std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)>;
 
 Key generated(EVP_PKEY_CTX* made, const char* what) {
-    KeyContext context(made, EVP_PKEY_CTX_free);
+    const KeyContext context(made, EVP_PKEY_CTX_free);
     EVP_PKEY* key = nullptr;
     require(EVP_PKEY_keygen_init(context.get()) == 1 && EVP_PKEY_generate(context.get(), &key) == 1, what);
     return owned(key, what);
 }
 
 Key dsaKey() {
-    KeyContext context(EVP_PKEY_CTX_new_from_name(nullptr, "DSA", nullptr), EVP_PKEY_CTX_free);
+    const KeyContext context(EVP_PKEY_CTX_new_from_name(nullptr, "DSA", nullptr), EVP_PKEY_CTX_free);
     unsigned int bits = 1024;
     OSSL_PARAM parameters[] = {OSSL_PARAM_construct_uint(OSSL_PKEY_PARAM_FFC_PBITS, &bits),
                                OSSL_PARAM_construct_end()};
@@ -45,7 +48,7 @@ Key dsaKey() {
                 EVP_PKEY_CTX_set_params(context.get(), parameters) == 1 &&
                 EVP_PKEY_generate(context.get(), &domain) == 1,
             "DSA parameters");
-    Key owner = owned(domain, "DSA parameters");
+    const Key owner = owned(domain, "DSA parameters");
     return generated(EVP_PKEY_CTX_new_from_pkey(nullptr, domain, nullptr), "DSA key");
 }
 
@@ -63,9 +66,8 @@ UaByteView view(const std::string& text) {
 
 Bytes fromHex(const std::string& digits) {
     Bytes bytes;
-    for (std::size_t i = 0; i < digits.size(); i += 2) {
+    for (std::size_t i = 0; i < digits.size(); i += 2)
         bytes.push_back(static_cast<OpcUa_Byte>(std::stoi(digits.substr(i, 2), nullptr, 16)));
-    }
     return bytes;
 }
 
@@ -78,25 +80,24 @@ Bytes counted(std::size_t count) {
 Key rsaKey(int bits, int which) {
     static std::map<std::pair<int, int>, Key> keys;
     Key& key = keys[{bits, which}];
-    if (key == nullptr) {
+    if (key == nullptr)
         key = owned(EVP_RSA_gen(static_cast<unsigned int>(bits)), "RSA key");
-    }
     return key;
 }
 
 Key publicRsaKey(int bits) {
-    std::unique_ptr<BIGNUM, decltype(&BN_free)> modulus(BN_new(), BN_free);
-    std::unique_ptr<BIGNUM, decltype(&BN_free)> exponent(BN_new(), BN_free);
-    std::unique_ptr<OSSL_PARAM_BLD, decltype(&OSSL_PARAM_BLD_free)> builder(OSSL_PARAM_BLD_new(),
-                                                                            OSSL_PARAM_BLD_free);
+    const std::unique_ptr<BIGNUM, decltype(&BN_free)> modulus(BN_new(), BN_free);
+    const std::unique_ptr<BIGNUM, decltype(&BN_free)> exponent(BN_new(), BN_free);
+    const std::unique_ptr<OSSL_PARAM_BLD, decltype(&OSSL_PARAM_BLD_free)> builder(OSSL_PARAM_BLD_new(),
+                                                                                  OSSL_PARAM_BLD_free);
     require(BN_rand(modulus.get(), bits, BN_RAND_TOP_ONE, BN_RAND_BOTTOM_ODD) == 1 &&
                 BN_set_word(exponent.get(), RSA_F4) == 1 &&
                 OSSL_PARAM_BLD_push_BN(builder.get(), OSSL_PKEY_PARAM_RSA_N, modulus.get()) == 1 &&
                 OSSL_PARAM_BLD_push_BN(builder.get(), OSSL_PKEY_PARAM_RSA_E, exponent.get()) == 1,
             "modulus");
-    std::unique_ptr<OSSL_PARAM, decltype(&OSSL_PARAM_free)> parameters(OSSL_PARAM_BLD_to_param(builder.get()),
-                                                                       OSSL_PARAM_free);
-    KeyContext context(EVP_PKEY_CTX_new_from_name(nullptr, "RSA", nullptr), EVP_PKEY_CTX_free);
+    const std::unique_ptr<OSSL_PARAM, decltype(&OSSL_PARAM_free)> parameters(
+        OSSL_PARAM_BLD_to_param(builder.get()), OSSL_PARAM_free);
+    const KeyContext context(EVP_PKEY_CTX_new_from_name(nullptr, "RSA", nullptr), EVP_PKEY_CTX_free);
     EVP_PKEY* key = nullptr;
     require(EVP_PKEY_fromdata_init(context.get()) == 1 &&
                 EVP_PKEY_fromdata(context.get(), &key, EVP_PKEY_PUBLIC_KEY, parameters.get()) == 1,
@@ -105,17 +106,15 @@ Key publicRsaKey(int bits) {
 }
 
 Key otherKey(const std::string& type) {
-    if (type == "DSA") {
+    if (type == "DSA")
         return dsaKey();
-    }
-    if (type == "EC") {
+    if (type == "EC")
         return owned(EVP_EC_gen("P-256"), "EC key");
-    }
     return generated(EVP_PKEY_CTX_new_from_name(nullptr, type.c_str(), nullptr), type.c_str());
 }
 
 UaByteString certificateOf(const Key& key) {
-    std::unique_ptr<X509, decltype(&X509_free)> certificate(X509_new(), X509_free);
+    const std::unique_ptr<X509, decltype(&X509_free)> certificate(X509_new(), X509_free);
     X509_NAME* name = X509_get_subject_name(certificate.get());
     require(X509_set_version(certificate.get(), X509_VERSION_3) == 1 &&
                 ASN1_INTEGER_set(X509_get_serialNumber(certificate.get()), 1) == 1 &&
@@ -129,7 +128,7 @@ UaByteString certificateOf(const Key& key) {
                 X509_sign(certificate.get(), rsaKey(1024).get(), EVP_sha256()) > 0,
             "certificate");
     unsigned char* der = nullptr;
-    int length = i2d_X509(certificate.get(), &der);
+    const int length = i2d_X509(certificate.get(), &der);
     require(length > 0, "certificate");
     UaByteString bytes(length, der);
     OPENSSL_free(der);
@@ -144,7 +143,7 @@ UaByteString joined(const UaByteString& first, const UaByteString& second) {
 
 Record::Record(const Key& key) {
     unsigned char* der = nullptr;
-    int length = i2d_PrivateKey(key.get(), &der);
+    const int length = i2d_PrivateKey(key.get(), &der);
     require(length > 0 && OpcUa_Key_Assign(&m_key, OpcUa_KeyType_RsaPrivate, der,
                                            static_cast<std::size_t>(length)) == OpcUa_Good,
             "key record");

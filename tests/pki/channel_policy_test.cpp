@@ -34,12 +34,10 @@ TEST(ChannelPolicy, IsFoundByNameAndNumber) {
         EXPECT_EQ(policy(name).number, number++);
         EXPECT_EQ(std::string(UaPkiSecurityPolicy::uriPrefix) + name, policy(name).uri);
     }
-    for (const int other : {-1, 6, INT_MAX, INT_MIN}) {
+    for (const int other : {-1, 6, INT_MAX, INT_MIN})
         EXPECT_EQ(UaPkiSecurityPolicy::numbered(other), nullptr);
-    }
-    for (const char* other : {"", "basic256", "Basic256 ", "Basic25"}) {
+    for (const char* other : {"", "basic256", "Basic256 ", "Basic25"})
         EXPECT_EQ(UaPkiSecurityPolicy::named(other), nullptr);
-    }
 }
 
 TEST(ChannelPolicy, NoneProtectsNothing) {

@@ -1,3 +1,7 @@
+#include <cstddef>
+#include <string>
+#include <utility>
+
 #include <gtest/gtest.h>
 
 #include "channel_material.h"
@@ -21,7 +25,7 @@ protected:
 TEST_P(SymmetricKeys, VerifyWhatTheSameKeysSigned) {
     ASSERT_TRUE(m_keys.isValid());
     UaPkiSymmetricKeys other(m_policy, view(m_secret), view(m_seed));
-    for (std::size_t size : {0U, 1U, 63U, 64U, 65U, 200U, 8192U}) {
+    for (const std::size_t size : {0U, 1U, 63U, 64U, 65U, 200U, 8192U}) {
         const Bytes data = counted(size);
         Bytes signature(m_policy.signatureLength);
         ASSERT_TRUE(m_keys.sign(view(data), signature.data()));
@@ -70,7 +74,7 @@ TEST_P(SymmetricKeys, RefuseSignaturesOfAnotherLength) {
 
 TEST_P(SymmetricKeys, DecryptWhatTheSameKeysEncrypted) {
     UaPkiSymmetricKeys other(m_policy, view(m_secret), view(m_seed));
-    for (std::size_t size : {0U, 16U, 32U, 208U, 65536U}) {
+    for (const std::size_t size : {0U, 16U, 32U, 208U, 65536U}) {
         Bytes data = counted(size);
         ASSERT_TRUE(m_keys.encrypt(data.data(), data.size()));
         EXPECT_EQ(data == counted(size), size == 0);
@@ -80,7 +84,7 @@ TEST_P(SymmetricKeys, DecryptWhatTheSameKeysEncrypted) {
 }
 
 TEST_P(SymmetricKeys, EncryptWholeBlocksAlone) {
-    for (std::size_t size : {1U, 15U, 17U, 31U}) {
+    for (const std::size_t size : {1U, 15U, 17U, 31U}) {
         Bytes data = counted(size);
         EXPECT_FALSE(m_keys.encrypt(data.data(), data.size()));
         EXPECT_FALSE(m_keys.decrypt(data.data(), data.size()));

@@ -1,5 +1,8 @@
 // Published answers for what the symmetric keys of a channel are made of.
 
+#include <cstddef>
+#include <string>
+
 #include <gtest/gtest.h>
 
 #include "chained_cipher.h"
@@ -89,9 +92,8 @@ TEST(ChannelVectors, ChainedCiphers) {
 }
 
 TEST(ChannelVectors, AChainedCipherTakesKeysOfItsLengthsAlone) {
-    for (std::size_t length : {0U, 15U, 17U, 24U, 31U, 33U}) {
+    for (const std::size_t length : {0U, 15U, 17U, 24U, 31U, 33U})
         EXPECT_FALSE(pki::ChainedCipher().setKey(view(Bytes(length)), view(Bytes(16)))) << length;
-    }
     EXPECT_FALSE(pki::ChainedCipher().setKey(view(Bytes(16)), view(Bytes(15))));
 }
 

@@ -7,12 +7,14 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <gmock/gmock.h>
 #include <iterator>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
+
+#include <gmock/gmock.h>
 
 #include "material.h"
 #include "support/next_definition.h"
@@ -39,34 +41,32 @@ struct System {
     bool hasForeseeableNames = false;
 };
 
-System system_; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables)
+System theSystem;
 
 } // namespace
 
 // In the place of the system's, for the whole program.
 extern "C" __attribute__((visibility("default"))) int fsync(int descriptor) {
-    if (!system_.isWatched) {
+    if (!theSystem.isWatched)
         return nextDefinition<int (*)(int)>("fsync")(descriptor);
-    }
     const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
     std::array<char, PATH_MAX> name{};
-    if (::readlink(link.c_str(), name.data(), name.size() - 1) > 0) {
-        system_.calls.push_back(std::string("fsync ") + name.data());
-    }
-    if (system_.failsToFlush) {
+    if (::readlink(link.c_str(), name.data(), name.size() - 1) > 0)
+        theSystem.calls.push_back(std::string("fsync ") + name.data());
+    if (theSystem.failsToFlush) {
         errno = EIO;
         return -1;
     }
     return nextDefinition<int (*)(int)>("fsync")(descriptor);
 }
 extern "C" __attribute__((visibility("default"))) int rename(const char* from, const char* to) noexcept {
-    if (system_.isWatched) {
-        system_.calls.push_back(std::string("rename to ") + to);
-    }
+    if (theSystem.isWatched)
+        theSystem.calls.push_back(std::string("rename to ") + to);
     return nextDefinition<int (*)(const char*, const char*)>("rename")(from, to);
 }
+// NOLINTNEXTLINE(readability-identifier-naming)
 extern "C" __attribute__((visibility("default"))) int RAND_bytes(unsigned char* bytes, int count) {
-    if (system_.hasForeseeableNames) {
+    if (theSystem.hasForeseeableNames) {
         std::memset(bytes, 0, static_cast<std::size_t>(count));
         return 1;
     }
@@ -77,8 +77,8 @@ namespace {
 
 class FileWriting : public testing::Test {
 protected:
-    FileWriting() { system_ = System(); }
-    ~FileWriting() override { system_ = System(); }
+    FileWriting() { theSystem = System(); }
+    ~FileWriting() override { theSystem = System(); }
 
     fs::path path(const char* name) const { return m_directory.path() / name; }
     int writeKey(const fs::path& file) const { return m_keys.toPEMFile(file.c_str(), nullptr); }
@@ -99,19 +99,19 @@ protected:
 };
 
 TEST_F(FileWriting, IsOnTheDiskBeforeItHasItsName) {
-    system_.isWatched = true;
+    theSystem.isWatched = true;
     EXPECT_EQ(writeKey(path("key.pem")), 0);
     const std::string folder = m_directory.path().string();
-    EXPECT_THAT(system_.calls,
+    EXPECT_THAT(theSystem.calls,
                 ElementsAre(AllOf(StartsWith("fsync " + folder + "/.key.pem."), EndsWith(".tmp")),
                             "rename to " + folder + "/key.pem", "fsync " + folder));
 }
 
 TEST_F(FileWriting, ThatCannotBeFlushedLeavesTheOldFile) {
     material::write(path("key.pem"), "the old key");
-    system_.isWatched = true;
-    system_.failsToFlush = true;
-    Trace trace(UaTrace::Errors);
+    theSystem.isWatched = true;
+    theSystem.failsToFlush = true;
+    const Trace trace(UaTrace::Errors);
     EXPECT_EQ(writeKey(path("key.pem")), -1);
     EXPECT_EQ(content(path("key.pem")), "the old key");
     EXPECT_EQ(filesIn(m_directory.path()), 1);
@@ -119,7 +119,7 @@ TEST_F(FileWriting, ThatCannotBeFlushedLeavesTheOldFile) {
 }
 
 TEST_F(FileWriting, GoesThroughNothingThatLiesInItsWay) {
-    system_.hasForeseeableNames = true;
+    theSystem.hasForeseeableNames = true;
     material::write(path("victim"), "precious");
     for (const bool isLink : {true, false}) {
         const fs::path trap = path(".key.pem.0000000000000000.tmp");
@@ -168,7 +168,7 @@ TEST_F(FileWriting, ToALinkThatLeadsNowhereFails) {
     fs::create_symlink("round", path("round"));
     fs::create_symlink("missing/key.pem", path("lost"));
     for (const char* link : {"round", "lost"}) {
-        Trace trace(UaTrace::Errors);
+        const Trace trace(UaTrace::Errors);
         EXPECT_EQ(writeKey(path(link)), -1);
         EXPECT_TRUE(fs::is_symlink(path(link)));
         EXPECT_THAT(trace.text(), HasSubstr("cannot write " + path(link).string()));
@@ -180,10 +180,9 @@ TEST_F(FileWriting, ToALinkOfAnotherUserFails) {
     material::write(path("victim"), "precious");
     fs::create_symlink("victim", path("key.pem"));
     const bool isForeign = ::geteuid() == 0;
-    if (isForeign) {
+    if (isForeign)
         ASSERT_EQ(::lchown(path("key.pem").c_str(), 12345, 12345), 0);
-    }
-    Trace trace(UaTrace::Errors);
+    const Trace trace(UaTrace::Errors);
     EXPECT_EQ(writeKey(path("key.pem")), isForeign ? -1 : 0);
     EXPECT_EQ(content(path("victim")) == "precious", isForeign);
     EXPECT_EQ(trace.text().find("a symbolic link that is not followed") != std::string::npos, isForeign);

@@ -87,15 +87,13 @@ TEST_F(IssuerSearch, ManyOfTheIssuersNameAreTriedUpToALimit) {
     const Holder server("server");
     const UaPkiCertificate leaf = server.certifiedBy(root, false);
     add(root.certifiedBy(root), m_folders.trusted);
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 300; ++i)
         addIssuer(stranger.certifiedBy(stranger));
-    }
     EXPECT_THAT(verify(leaf), testing::StartsWith("find revocation list: there is no revocation list"));
     fs::remove_all(m_folders.trusted);
     EXPECT_THAT(verify(leaf), testing::StartsWith("certificate chain: its issuer's certificate is missing"));
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 300; ++i)
         addIssuer(stranger.certifiedBy(stranger));
-    }
     EXPECT_THAT(verify(leaf), testing::StartsWith("certificate chain: too many certificates could be"));
 }
 
@@ -104,15 +102,12 @@ TEST_F(IssuerSearch, AMazeOfCrossCertificatesIsLeft) {
     constexpr int corners = 8;
     const Holder server("server");
     std::deque<Holder> holders;
-    for (int i = 0; i < corners; ++i) {
+    for (int i = 0; i < corners; ++i)
         holders.emplace_back("authority " + std::to_string(i));
-    }
     for (const Holder& subject : holders) {
-        for (const Holder& issuer : holders) {
-            if (&subject != &issuer) {
+        for (const Holder& issuer : holders)
+            if (&subject != &issuer)
                 addIssuer(subject.certifiedBy(issuer));
-            }
-        }
     }
     const UaPkiCertificate leaf = server.certifiedBy(holders.front(), false);
     EXPECT_THAT(verify(leaf), testing::StartsWith("certificate chain: too many certificates could be"));

@@ -36,7 +36,7 @@ TEST(KeyRecord, ItsConstantsHaveTheStacksNumbers) {
 
 TEST(ByteArray, HexadecimalTextIsUpperCase) {
     const OpcUa_Byte bytes[] = {0x00, 0x1F, 0xAB};
-    UaByteArray array(bytes, 3);
+    const UaByteArray array(bytes, 3);
     EXPECT_EQ(array.toHex(false), "001FAB");
     EXPECT_EQ(array.toHex(true), "00 1F AB");
     EXPECT_EQ(UaByteArray(bytes, 0).toHex(true), "");

@@ -52,7 +52,7 @@ UaPkiCertificate selfSigned(const UaPkiCertificateInfo& info, const UaPkiIdentit
 }
 
 std::string openssl(const std::vector<std::string>& arguments, int exitCode = 0) {
-    test_support::ProgramResult result = test_support::runProgram("openssl", arguments);
+    const test_support::ProgramResult result = test_support::runProgram("openssl", arguments);
     EXPECT_EQ(result.end.exitCode, exitCode) << result.standardOutput << result.standardError;
     return result.standardOutput;
 }
@@ -76,7 +76,7 @@ protected:
 TEST_F(MadeCertificate, OpenSslShowsEveryFieldOfAnApplicationsCertificate) {
     const std::string name = "O = Organization, OU = Unit, L = LocationName, ST = Northvale, C = SZ, CN = "
                              "HMI_RK4400, DC = HMI_Client";
-    std::string shown = text(selfSigned(applicationInfo()));
+    const std::string shown = text(selfSigned(applicationInfo()));
     EXPECT_THAT(shown, HasSubstr("Version: 3 (0x2)"));
     EXPECT_THAT(shown, HasSubstr("Signature Algorithm: sha256WithRSAEncryption"));
     EXPECT_THAT(shown, HasSubstr("Issuer: " + name + "\n"));
@@ -99,16 +99,17 @@ TEST_F(MadeCertificate, OpenSslShowsEveryFieldOfAnApplicationsCertificate) {
 TEST_F(MadeCertificate, TheKeyIdentifiersOfASelfSignedOneAreTheSame) {
     std::string path = save(selfSigned(applicationInfo()));
     auto identifier = [&path](const char* extension) {
-        std::string shown = openssl({"x509", "-inform", "DER", "-in", path, "-noout", "-ext", extension});
+        const std::string shown =
+            openssl({"x509", "-inform", "DER", "-in", path, "-noout", "-ext", extension});
         return shown.substr(shown.find('\n'));
     };
     EXPECT_EQ(identifier("subjectKeyIdentifier"), identifier("authorityKeyIdentifier"));
 }
 
 TEST_F(MadeCertificate, ItHoldsFromNowForExactlyTheGivenTime) {
-    OpcUa_Int64 before = UaDateTime::now().toUnixTime();
-    UaPkiCertificate certificate = selfSigned(applicationInfo());
-    OpcUa_Int64 after = UaDateTime::now().toUnixTime();
+    const OpcUa_Int64 before = UaDateTime::now().toUnixTime();
+    const UaPkiCertificate certificate = selfSigned(applicationInfo());
+    const OpcUa_Int64 after = UaDateTime::now().toUnixTime();
     EXPECT_GE(certificate.validFrom().toUnixTime(), before);
     EXPECT_LE(certificate.validFrom().toUnixTime(), after);
     EXPECT_EQ(certificate.validTo().toUnixTime() - certificate.validFrom().toUnixTime(), fiveYears);
@@ -118,8 +119,8 @@ TEST_F(MadeCertificate, ItHoldsFromNowForExactlyTheGivenTime) {
 TEST_F(MadeCertificate, ItMayStartInThePast) {
     UaPkiCertificateInfo info = applicationInfo();
     info.backdateTime = 7200;
-    OpcUa_Int64 latest = UaDateTime::now().toUnixTime() - 7200;
-    UaPkiCertificate certificate = selfSigned(info);
+    const OpcUa_Int64 latest = UaDateTime::now().toUnixTime() - 7200;
+    const UaPkiCertificate certificate = selfSigned(info);
     EXPECT_GE(certificate.validFrom().toUnixTime(), latest);
     EXPECT_LE(certificate.validFrom().toUnixTime(), UaDateTime::now().toUnixTime() - 7200);
     EXPECT_EQ(certificate.info().validTime, fiveYears);
@@ -131,7 +132,7 @@ TEST_F(MadeCertificate, AUsersCertificateHasNoNamesButItsUri) {
     info.validTime = 31'536'000;
     UaPkiIdentity name = identity();
     name.commonName = "Authenticated";
-    UaPkiCertificate certificate = selfSigned(info, name);
+    const UaPkiCertificate certificate = selfSigned(info, name);
     EXPECT_THAT(text(certificate),
                 AllOf(HasSubstr("CN = Authenticated,"), HasSubstr("                URI:UserCertificate\n")));
     EXPECT_EQ(certificate.commonName(), "Authenticated");
@@ -141,8 +142,8 @@ TEST_F(MadeCertificate, AUsersCertificateHasNoNamesButItsUri) {
 }
 
 TEST_F(MadeCertificate, OpenSslVerifiesItsSignature) {
-    std::string path = save(selfSigned(applicationInfo()));
-    std::string pem = (m_directory.path() / "made.pem").string();
+    const std::string path = save(selfSigned(applicationInfo()));
+    const std::string pem = (m_directory.path() / "made.pem").string();
     openssl({"x509", "-inform", "DER", "-in", path, "-out", pem});
     openssl({"verify", "-check_ss_sig", "-partial_chain", "-CAfile", pem, pem});
 }
@@ -150,7 +151,7 @@ TEST_F(MadeCertificate, OpenSslVerifiesItsSignature) {
 TEST_F(MadeCertificate, SerialNumbersArePositiveRandomAndLong) {
     std::set<std::string> seen;
     for (int i = 0; i < 20; ++i) {
-        std::string number = selfSigned(applicationInfo()).serialNumber().text();
+        const std::string number = selfSigned(applicationInfo()).serialNumber().text();
         EXPECT_EQ(number.size(), 32U) << number;
         EXPECT_THAT(number, testing::MatchesRegex("[4-7][0-9A-F]+")) << "top bit clear, the next one set";
         EXPECT_TRUE(seen.insert(number).second);
@@ -162,7 +163,7 @@ TEST_F(MadeCertificate, AddressesNamesAndEmailComeBack) {
     info.ipAddresses = {"192.168.0.17", "fe80::1"};
     info.dnsNames = {"panel", "panel.plant.example"};
     info.email = "maintenance@plant.example";
-    UaPkiCertificateInfo read = selfSigned(info).info();
+    const UaPkiCertificateInfo read = selfSigned(info).info();
     EXPECT_EQ(read.uri, info.uri);
     EXPECT_EQ(read.ipAddresses, info.ipAddresses);
     EXPECT_EQ(read.dnsNames, info.dnsNames);
@@ -178,7 +179,7 @@ TEST_F(MadeCertificate, NamesMayBeOfAnyLanguage) {
 TEST_F(MadeCertificate, EmptyAttributesAreLeftOut) {
     UaPkiIdentity name;
     name.commonName = "alone";
-    UaPkiCertificate certificate = selfSigned(applicationInfo(), name);
+    const UaPkiCertificate certificate = selfSigned(applicationInfo(), name);
     EXPECT_THAT(text(certificate), HasSubstr("Subject: CN = alone\n"));
     EXPECT_EQ(certificate.subject().organization, "");
     EXPECT_EQ(certificate.subject().country, "");
@@ -204,7 +205,7 @@ TEST_F(MadeCertificate, WhatDoesNotFitGivesAnEmptyOne) {
     EXPECT_TRUE(changedName([](auto& name) { name.country = "Switzerland"; }));
     EXPECT_TRUE(changedName([](auto& name) { name.commonName = std::string(65, 'x'); }));
     EXPECT_TRUE(changedName([](auto& name) { name.commonName = "\xFF\xFE"; }));
-    UaPkiIdentity name = identity();
+    const UaPkiIdentity name = identity();
     EXPECT_TRUE(
         UaPkiCertificate(applicationInfo(), name, {}, name, keys().privateKey(), false, sha256).isNull());
     EXPECT_TRUE(
@@ -212,15 +213,15 @@ TEST_F(MadeCertificate, WhatDoesNotFitGivesAnEmptyOne) {
 }
 
 TEST_F(MadeCertificate, AnAuthorityIssuesWhatOpenSslAccepts) {
-    UaPkiRsaKeyPair authorityKeys(2048);
+    const UaPkiRsaKeyPair authorityKeys(2048);
     UaPkiIdentity authorityName;
     authorityName.commonName = "Plant CA";
     UaPkiCertificateInfo authorityInfo;
     authorityInfo.validTime = fiveYears;
-    UaPkiCertificate authority(authorityInfo, authorityName, authorityKeys.publicKey(), authorityName,
-                               authorityKeys.privateKey(), true, sha256);
-    UaPkiCertificate issued(applicationInfo(), identity(), keys().publicKey(), authorityName,
-                            authorityKeys.privateKey(), false, sha256);
+    const UaPkiCertificate authority(authorityInfo, authorityName, authorityKeys.publicKey(), authorityName,
+                                     authorityKeys.privateKey(), true, sha256);
+    const UaPkiCertificate issued(applicationInfo(), identity(), keys().publicKey(), authorityName,
+                                  authorityKeys.privateKey(), false, sha256);
     EXPECT_THAT(text(authority),
                 AllOf(HasSubstr("CA:TRUE, pathlen:0"), HasSubstr("Certificate Sign, CRL Sign")));
     EXPECT_THAT(text(issued),

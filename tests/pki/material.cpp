@@ -27,9 +27,8 @@ public:
     void TearDown() override { m_own.reset(); }
 
     const fs::path& folder() {
-        if (m_folder.empty()) {
+        if (m_folder.empty())
             make();
-        }
         return m_folder;
     }
 
@@ -41,11 +40,10 @@ private:
         }
         m_own = std::make_unique<test_support::TemporaryDirectory>();
         m_folder = m_own->path() / "material";
-        test_support::ProgramResult result =
+        const test_support::ProgramResult result =
             test_support::runProgram(MAKE_STORES, {m_folder.string(), MATERIAL_URI});
-        if (result.end.exitCode != 0) {
+        if (result.end.exitCode != 0)
             throw std::runtime_error("make_stores.sh: " + result.standardError);
-        }
     }
 
     std::unique_ptr<test_support::TemporaryDirectory> m_own;
@@ -67,9 +65,8 @@ fs::path file(const std::string& name) {
 
 UaByteString read(const fs::path& file) {
     std::ifstream input(file, std::ios::binary);
-    if (!input) {
+    if (!input)
         throw std::runtime_error("cannot open " + file.string());
-    }
     std::string content((std::istreambuf_iterator<char>(input)), std::istreambuf_iterator<char>());
     return UaByteString(static_cast<int>(content.size()),
                         reinterpret_cast<const OpcUa_Byte*>(content.data()));
@@ -79,15 +76,14 @@ void write(const fs::path& file, const std::string& content) {
     std::ofstream output(file, std::ios::binary);
     output << content;
     output.close();
-    if (!output) {
+    if (!output)
         throw std::runtime_error("cannot write " + file.string());
-    }
 }
 
 UaByteString chain(const std::string& names) {
     std::vector<OpcUa_Byte> bytes;
     for (const std::string& name : words(names)) {
-        UaByteString certificate = read(file(name + ".der"));
+        const UaByteString certificate = read(file(name + ".der"));
         bytes.insert(bytes.end(), certificate.data(), certificate.data() + certificate.length());
     }
     return UaByteString(static_cast<int>(bytes.size()), bytes.data());
@@ -96,15 +92,13 @@ UaByteString chain(const std::string& names) {
 StoreFolders::StoreFolders(const fs::path& root)
     : trusted(root / "trusted" / "certs"), trustedLists(root / "trusted" / "crl"),
       issuers(root / "issuers" / "certs"), issuerLists(root / "issuers" / "crl") {
-    for (const fs::path& folder : {trusted, trustedLists, issuers, issuerLists}) {
+    for (const fs::path& folder : {trusted, trustedLists, issuers, issuerLists})
         fs::create_directories(folder);
-    }
 }
 
 void StoreFolders::fill(const fs::path& folder, const std::string& names, const char* ending) {
-    for (const std::string& name : words(names)) {
+    for (const std::string& name : words(names))
         fs::copy_file(file(name + ending), folder / (name + ending));
-    }
 }
 
 UaPkiStoreLocations StoreFolders::locations() const {

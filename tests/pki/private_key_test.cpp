@@ -1,17 +1,16 @@
+#include <csignal>
 #include <cstddef>
 #include <filesystem>
 #include <iterator>
 #include <string>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <type_traits>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <csignal>
 
 #include "material.h"
 #include "support/child_process.h"
@@ -55,12 +54,12 @@ protected:
     fs::path path(const char* name) const { return m_directory.path() / name; }
 
     std::string content(const char* name) const {
-        UaByteString bytes = material::read(path(name));
+        const UaByteString bytes = material::read(path(name));
         return {reinterpret_cast<const char*>(bytes.data()), static_cast<std::size_t>(bytes.length())};
     }
 
     void openssl(const std::vector<std::string>& arguments) {
-        test_support::ProgramResult result = test_support::runProgram("openssl", arguments);
+        const test_support::ProgramResult result = test_support::runProgram("openssl", arguments);
         ASSERT_EQ(result.end.exitCode, 0) << result.standardError;
     }
 
@@ -69,7 +68,7 @@ protected:
 };
 
 TEST_F(PrivateKey, IsWrittenForItsOwnerAloneAsUnencryptedPkcs8) {
-    mode_t mask = ::umask(0);
+    const mode_t mask = ::umask(0);
     EXPECT_EQ(m_keys.toPEMFile(path("key.pem").c_str(), nullptr), 0);
     ::umask(mask);
     struct stat properties{};
@@ -94,10 +93,10 @@ TEST_F(PrivateKey, ComesBackAndBelongsToItsCertificateAlone) {
     name.commonName = "panel";
     UaPkiCertificateInfo info;
     info.validTime = 3600;
-    UaPkiCertificate certificate(info, name, m_keys.publicKey(), name, m_keys.privateKey(), false,
-                                 UaPkiCertificate::Sha256);
+    const UaPkiCertificate certificate(info, name, m_keys.publicKey(), name, m_keys.privateKey(), false,
+                                       UaPkiCertificate::Sha256);
     for (const char* password : {static_cast<const char*>(nullptr), "", "superfluous"}) {
-        LoadedKey loaded(path("key.pem"), password);
+        const LoadedKey loaded(path("key.pem"), password);
         ASSERT_TRUE(loaded.status.isGood());
         EXPECT_EQ(loaded.key.type, 5U);
         EXPECT_TRUE(certificate.matchesPrivateKey(loaded.key));
@@ -110,7 +109,7 @@ TEST_F(PrivateKey, ComesBackAndBelongsToItsCertificateAlone) {
 }
 
 TEST_F(PrivateKey, TheLoadedBytesAreAnRsaKeyInDer) {
-    LoadedKey loaded(material::file("server.key"), nullptr);
+    const LoadedKey loaded(material::file("server.key"), nullptr);
     ASSERT_TRUE(loaded.status.isGood());
     openssl({"rsa", "-in", material::file("server.key").string(), "-traditional", "-outform", "DER", "-out",
              path("expected.der").string()});
@@ -137,7 +136,7 @@ TEST_F(PrivateKey, AnOldStyleEncryptedOneOpensWithItsPasswordOnly) {
 
 TEST_F(PrivateKey, OneOfAnotherAlgorithmIsTold) {
     openssl({"genpkey", "-algorithm", "ED25519", "-out", path("ed.pem").string()});
-    LoadedKey loaded(path("ed.pem"), nullptr);
+    const LoadedKey loaded(path("ed.pem"), nullptr);
     EXPECT_TRUE(loaded.status.isGood());
     EXPECT_EQ(loaded.key.type, static_cast<OpcUa_UInt32>(OpcUa_KeyType_OtherPrivate));
     EXPECT_EQ(loaded.key.bytes.length, 0U);
@@ -178,7 +177,7 @@ TEST_F(PrivateKey, ThatOthersCanReadIsWarnedOf) {
     ASSERT_EQ(m_keys.toPEMFile(path("key.pem").c_str(), nullptr), 0);
     const auto traced = [this](unsigned mode) {
         fs::permissions(path("key.pem"), fs::perms(mode));
-        Trace trace(UaTrace::Warnings);
+        const Trace trace(UaTrace::Warnings);
         EXPECT_TRUE(LoadedKey(path("key.pem"), nullptr).status.isGood());
         return trace.text();
     };
@@ -204,9 +203,9 @@ TEST_F(PrivateKey, WhereNothingCanBeWrittenTheResultSaysSo) {
 TEST_F(PrivateKey, AFullDiskLeavesTheOldKey) {
     fs::permissions(m_directory.path(), fs::perms(0777));
     material::write(path("key.pem"), "the old key");
-    int answer = runUnprivileged([this] {
+    const int answer = runUnprivileged([this] {
         std::signal(SIGXFSZ, SIG_IGN);
-        rlimit limit{100, 100}; // the write is cut after 100 bytes, as on a disk that is full
+        const rlimit limit{100, 100}; // the write is cut after 100 bytes, as on a disk that is full
         return ::setrlimit(RLIMIT_FSIZE, &limit) == 0 &&
                        m_keys.toPEMFile(path("key.pem").c_str(), nullptr) == -1
                    ? 0
@@ -218,8 +217,8 @@ TEST_F(PrivateKey, AFullDiskLeavesTheOldKey) {
 }
 
 TEST_F(PrivateKey, ASizeThatNobodyUsesGivesNoPair) {
-    for (int bits : {-1, 0, 512, 1023, 8193, 1'000'000'000}) {
-        UaPkiRsaKeyPair pair(bits);
+    for (const int bits : {-1, 0, 512, 1023, 8193, 1'000'000'000}) {
+        const UaPkiRsaKeyPair pair(bits);
         EXPECT_FALSE(pair.isValid()) << bits;
         EXPECT_FALSE(pair.publicKey().isValid());
         EXPECT_EQ(pair.toPEMFile(path("key.pem").c_str(), nullptr), -1);
@@ -227,7 +226,7 @@ TEST_F(PrivateKey, ASizeThatNobodyUsesGivesNoPair) {
 }
 
 TEST_F(PrivateKey, APairThatWasMovedFromIsNotValid) {
-    UaPkiRsaKeyPair taken(std::move(m_keys));
+    const UaPkiRsaKeyPair taken(std::move(m_keys));
     EXPECT_TRUE(taken.isValid());
     EXPECT_FALSE(m_keys.isValid());
 }

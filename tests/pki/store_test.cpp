@@ -1,15 +1,14 @@
+#include <csignal>
 #include <cstddef>
 #include <filesystem>
 #include <iterator>
 #include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
-#include <csignal>
+#include <gmock/gmock.h>
 
 #include "material.h"
 #include "support/temporary_directory.h"
@@ -50,11 +49,11 @@ protected:
 
 TEST_F(Store, ASavedCertificateIsFoundWithAndWithoutTheSlashAtTheEnd) {
     for (const char* ending : {"", "/"}) {
-        std::string folder =
+        const std::string folder =
             (m_directory.path() / "new" / "deep").string() + (*ending != 0 ? "1" : "2") + ending;
         UaPkiStoreLocations locations;
         locations.trustedCertificates = folder;
-        UaString name = certificate().thumbPrint().toHex(false);
+        const UaString name = certificate().thumbPrint().toHex(false);
         ASSERT_TRUE(UaPkiStore(locations).saveTrusted(certificate(), name).isGood());
         EXPECT_EQ(material::read(fs::path(folder) / (name.text() + ".der")), certificate().toDER());
         EXPECT_TRUE(verify(locations).status.isGood());
@@ -67,23 +66,21 @@ TEST_F(Store, ASavedCertificateIsFoundWithAndWithoutTheSlashAtTheEnd) {
 TEST_F(Store, SavingLeavesNoOtherFile) {
     ASSERT_TRUE(UaPkiStore(m_folders.locations()).saveTrusted(certificate(), "server").isGood());
     std::vector<std::string> names;
-    for (const fs::directory_entry& entry : fs::directory_iterator(m_folders.trusted)) {
+    for (const fs::directory_entry& entry : fs::directory_iterator(m_folders.trusted))
         names.push_back(entry.path().filename().string());
-    }
     EXPECT_THAT(names, ElementsAre("server.der"));
 }
 
 TEST_F(Store, NamesThatLeadElsewhereAreRefused) {
-    UaPkiStore store(m_folders.locations());
-    for (const char* name : {"", "../outside", "a/b", ".hidden", "..", "a b", "a\nb"}) {
+    const UaPkiStore store(m_folders.locations());
+    for (const char* name : {"", "../outside", "a/b", ".hidden", "..", "a b", "a\nb"})
         EXPECT_EQ(store.saveTrusted(certificate(), name).statusCode(), OpcUa_BadInvalidArgument) << name;
-    }
     EXPECT_EQ(store.saveTrusted(UaPkiCertificate(), "empty").statusCode(), OpcUa_BadInvalidArgument);
     EXPECT_TRUE(fs::is_empty(m_folders.trusted));
 }
 
 TEST_F(Store, WithoutADirectoryNothingIsSaved) {
-    UaPkiStore store{UaPkiStoreLocations()};
+    const UaPkiStore store{UaPkiStoreLocations()};
     EXPECT_TRUE(store.open().isGood());
     EXPECT_EQ(store.saveTrusted(certificate(), "server").statusCode(), OpcUa_BadConfigurationError);
     EXPECT_EQ(verify({}).status.statusCode(), OpcUa_BadCertificateUntrusted);
@@ -93,10 +90,10 @@ TEST_F(Store, AFileWhereTheDirectoryShouldBeCannotBeOpenedNorSavedTo) {
     UaPkiStoreLocations locations = m_folders.locations();
     locations.trustedCertificates = (m_directory.path() / "file").string();
     material::write(locations.trustedCertificates.text(), "in the way");
-    UaPkiStore store(locations);
+    const UaPkiStore store(locations);
     EXPECT_EQ(store.open().statusCode(), OpcUa_BadConfigurationError);
     EXPECT_EQ(store.saveTrusted(certificate(), "server").statusCode(), OpcUa_BadNotWritable);
-    UaPkiVerification result = verify(locations);
+    const UaPkiVerification result = verify(locations);
     EXPECT_EQ(result.status.statusCode(), OpcUa_BadCertificateUntrusted);
     EXPECT_THAT(result.skippedFiles, SizeIs(1));
 }
@@ -111,7 +108,7 @@ TEST_F(Store, PemFilesCountAsDerOnesDo) {
     material::StoreFolders::fill(m_folders.trusted, "root", ".pem");
     material::StoreFolders::fill(m_folders.trustedLists, "root middle", ".crl.pem");
     material::StoreFolders::fill(m_folders.issuers, "middle", ".pem");
-    UaPkiVerification result = verify(m_folders.locations(), "by_middle");
+    const UaPkiVerification result = verify(m_folders.locations(), "by_middle");
     EXPECT_TRUE(result.status.isGood()) << result.status.name();
     EXPECT_TRUE(result.skippedFiles.empty());
 }
@@ -119,7 +116,7 @@ TEST_F(Store, PemFilesCountAsDerOnesDo) {
 TEST_F(Store, AFileMayHoldSeveralPemCertificates) {
     std::string bundle;
     for (const char* name : {"middle.pem", "root.pem"}) {
-        UaByteString text = material::read(material::file(name));
+        const UaByteString text = material::read(material::file(name));
         bundle.append(reinterpret_cast<const char*>(text.data()), static_cast<std::size_t>(text.length()));
     }
     material::write(m_folders.trusted / "company.pem", bundle);
@@ -228,12 +225,11 @@ TEST_F(Store, ForeignFilesArePassedOverAndNamed) {
     fs::create_symlink("nowhere", m_folders.trusted / "symlink");
     material::write(m_folders.trusted / ".hidden.tmp", "half a cert");
 
-    UaPkiVerification result = verify(m_folders.locations());
+    const UaPkiVerification result = verify(m_folders.locations());
     EXPECT_TRUE(result.status.isGood()) << result.status.name();
     std::vector<std::string> skipped;
-    for (const UaString& file : result.skippedFiles) {
+    for (const UaString& file : result.skippedFiles)
         skipped.push_back(file.text());
-    }
     EXPECT_THAT(skipped,
                 ElementsAre(HasSubstr("certs/a_directory: not a regular file"),
                             HasSubstr("certs/empty.der: neither"),
@@ -245,7 +241,7 @@ TEST_F(Store, ForeignFilesArePassedOverAndNamed) {
 }
 
 TEST_F(Store, AnEncryptedPemFileIsPassedOverWithoutAQuestion) {
-    std::string file = (m_folders.trusted / "key.pem").string();
+    const std::string file = (m_folders.trusted / "key.pem").string();
     ASSERT_EQ(UaPkiRsaKeyPair(2048).toPEMFile(file.c_str(), "secret"), 0);
     material::write(m_folders.trusted / "old.pem",
                     "-----BEGIN CERTIFICATE-----\nProc-Type: 4,ENCRYPTED\n"
@@ -261,20 +257,18 @@ TEST_F(Store, FilesAndDirectoriesWithoutPermission) {
     fs::permissions(m_folders.issuers, fs::perms::none);
     UaPkiCertificateVerifier verifier{UaPkiStore(m_folders.locations())};
     UaByteString sent = material::chain("self_good");
-    int answer = runUnprivileged([&] {
-        if (UaPkiStore(m_folders.locations()).open().statusCode() != OpcUa_BadConfigurationError) {
+    const int answer = runUnprivileged([&] {
+        if (UaPkiStore(m_folders.locations()).open().statusCode() != OpcUa_BadConfigurationError)
             return 1;
-        }
         if (UaPkiStore(m_folders.locations())
                 .saveTrusted(UaPkiCertificate::fromDER(sent), "new")
                 .statusCode() != OpcUa_BadNotWritable) {
             return 2;
         }
-        UaPkiVerification result =
+        const UaPkiVerification result =
             verifier.verify(sent, "urn:plant:server", basic256Sha256, material::verificationTime());
-        if (result.status.statusCode() != OpcUa_BadCertificateUntrusted) {
+        if (result.status.statusCode() != OpcUa_BadCertificateUntrusted)
             return 3;
-        }
         return result.skippedFiles.size() == 2 ? 0 : 4;
     });
     fs::permissions(m_folders.issuers, fs::perms::owner_all);
@@ -287,9 +281,9 @@ TEST_F(Store, AFullDiskLeavesWhatWasThere) {
     UaPkiStore store(m_folders.locations());
     material::write(m_folders.trusted / "server.der", "what was there");
     UaPkiCertificate other = certificate();
-    int answer = runUnprivileged([&] {
+    const int answer = runUnprivileged([&] {
         std::signal(SIGXFSZ, SIG_IGN);
-        rlimit limit{100, 100}; // the write is cut after 100 bytes, as on a disk that is full
+        const rlimit limit{100, 100}; // the write is cut after 100 bytes, as on a disk that is full
         return ::setrlimit(RLIMIT_FSIZE, &limit) == 0 &&
                        store.saveTrusted(other, "server").statusCode() == OpcUa_BadNotWritable
                    ? 0
@@ -302,9 +296,9 @@ TEST_F(Store, AFullDiskLeavesWhatWasThere) {
 
 TEST_F(Store, AReaderNeverSeesHalfACertificate) {
     // A file that is replaced is never written to: who has it open keeps the whole of the old one.
-    UaPkiStore store(m_folders.locations());
+    const UaPkiStore store(m_folders.locations());
     material::write(m_folders.trusted / "server.der", "what was there");
-    fs::path kept = m_directory.path() / "kept.der";
+    const fs::path kept = m_directory.path() / "kept.der";
     fs::create_hard_link(m_folders.trusted / "server.der", kept);
     ASSERT_TRUE(store.saveTrusted(certificate(), "server").isGood());
     EXPECT_EQ(textOf("../../kept.der"), "what was there");
@@ -317,7 +311,7 @@ TEST_F(Store, AFileThatHoldsAnotherCertificateIsNotReplaced) {
         fs::copy_file(material::file(std::string("root") + ending), file,
                       fs::copy_options::overwrite_existing);
         const std::string before = textOf("server.der");
-        Trace trace(UaTrace::Errors);
+        const Trace trace(UaTrace::Errors);
         EXPECT_EQ(UaPkiStore(m_folders.locations()).saveTrusted(certificate(), "server").statusCode(),
                   OpcUa_BadNotWritable);
         EXPECT_EQ(textOf("server.der"), before);
@@ -345,7 +339,7 @@ TEST_F(Store, ThatOthersCanWriteToIsWarnedOf) {
          {m_folders.trusted, m_folders.trustedLists, m_folders.issuers, m_folders.issuerLists}) {
         for (const unsigned mode : {0720U, 0702U}) {
             fs::permissions(folder, fs::perms(mode));
-            Trace trace(UaTrace::Warnings);
+            const Trace trace(UaTrace::Warnings);
             EXPECT_TRUE(UaPkiStore(m_folders.locations()).open().isGood());
             EXPECT_THAT(trace.text(), AllOf(HasSubstr("WARNING"), HasSubstr(folder.string()),
                                             HasSubstr(mode == 0702 ? "everybody may" : "the group "),
@@ -353,7 +347,7 @@ TEST_F(Store, ThatOthersCanWriteToIsWarnedOf) {
             fs::permissions(folder, fs::perms(0755));
         }
     }
-    Trace trace(UaTrace::Warnings);
+    const Trace trace(UaTrace::Warnings);
     EXPECT_TRUE(UaPkiStore(m_folders.locations()).open().isGood());
     EXPECT_EQ(trace.text(), "");
 }
@@ -362,7 +356,7 @@ TEST_F(Store, ThatOthersCanWriteToIsWarnedOf) {
 TEST_F(Store, OfAnotherUserIsWarnedOf) {
     fs::permissions(m_directory.path(), fs::perms(0755));
     giveToUnprivileged(m_folders.trusted);
-    Trace trace(UaTrace::Warnings);
+    const Trace trace(UaTrace::Warnings);
     EXPECT_TRUE(UaPkiStore(m_folders.locations()).open().isGood());
     const bool isRoot = ::geteuid() == 0;
     EXPECT_EQ(trace.text().find("its owner, the user ") != std::string::npos, isRoot);

@@ -16,9 +16,8 @@ constexpr const char* serverUri = "urn:plant:server";
 
 std::string explain(const UaPkiVerification& result) {
     std::string text = result.status.name();
-    for (const UaPkiFinding& finding : result.findings) {
+    for (const UaPkiFinding& finding : result.findings)
         text += "\n  " + finding.toString().text();
-    }
     return text;
 }
 
@@ -35,9 +34,8 @@ UaPkiVerification verify(const UaPkiStore& store, const Case& row) {
 /// What passes verification serves the channel, and what is no certificate here is none there.
 void expectTheChannelAgrees(const Case& row) {
     const UaPkiSecurityPolicy* policy = UaPkiSecurityPolicy::find(row.policy);
-    if (policy == nullptr || policy->isNone()) {
+    if (policy == nullptr || policy->isNone())
         return;
-    }
     const UaByteString sent = material::chain(row.sent);
     UaPkiPeerKey key;
     const UaStatus opened = UaPkiPeerKey::open(*policy, sent, UaPkiPeerKey::Limits::Enforced, key);
@@ -52,13 +50,13 @@ public:
     explicit CertificateTable(const Case& row) : m_row(row) {}
 
     void TestBody() override {
-        test_support::TemporaryDirectory directory;
-        material::StoreFolders folders(directory.path());
+        const test_support::TemporaryDirectory directory;
+        const material::StoreFolders folders(directory.path());
         folders.fill(folders.trusted, m_row.trusted, ".der");
         folders.fill(folders.trustedLists, m_row.trustedLists, ".crl");
         folders.fill(folders.issuers, m_row.issuers, ".der");
         folders.fill(folders.issuerLists, m_row.issuerLists, ".crl");
-        UaPkiStore store(folders.locations());
+        const UaPkiStore store(folders.locations());
 
         UaPkiVerification result = verify(store, m_row);
         EXPECT_STREQ(result.status.name(), UaStatus(m_row.expected).name()) << explain(result);
@@ -67,8 +65,8 @@ public:
 
         expectTheChannelAgrees(m_row);
 
-        UaPkiCertificate leaf = UaPkiCertificate::fromDER(material::chain(m_row.sent));
-        UaStatus saved = store.saveTrusted(leaf, leaf.thumbPrint().toHex(false));
+        const UaPkiCertificate leaf = UaPkiCertificate::fromDER(material::chain(m_row.sent));
+        const UaStatus saved = store.saveTrusted(leaf, leaf.thumbPrint().toHex(false));
         EXPECT_EQ(saved.isGood(), !leaf.isNull()) << saved.name();
         result = verify(store, m_row);
         EXPECT_STREQ(result.status.name(), UaStatus(m_row.expectedOnceTrusted).name()) << explain(result);

@@ -94,7 +94,7 @@ TEST_F(VerificationText, AMissingIssuerPointsToTheIssuersDirectory) {
     UaPkiVerification result = verify("by_root");
     EXPECT_EQ(result.status.statusCode(), OpcUa_BadCertificateChainIncomplete);
     EXPECT_EQ(result.findings[0].location.text(), m_folders.issuers.string());
-    bool revocationGuessed =
+    const bool revocationGuessed =
         std::any_of(result.findings.begin(), result.findings.end(), [](const UaPkiFinding& finding) {
             return finding.step == UaPkiVerificationStep::FindRevocationList;
         });
@@ -129,38 +129,38 @@ TEST_F(VerificationText, AUriThatIsNotAsciiIsComparedByteByByte) {
 
 TEST_F(VerificationText, AServerWithoutAnnouncedUriMatchesNothing) {
     material::StoreFolders::fill(m_folders.trusted, "self_good self_no_uri", ".der");
-    UaPkiCertificateVerifier verifier{UaPkiStore(m_folders.locations())};
+    const UaPkiCertificateVerifier verifier{UaPkiStore(m_folders.locations())};
     for (const char* sent : {"self_good", "self_no_uri"}) {
-        UaPkiVerification result =
+        const UaPkiVerification result =
             verifier.verify(material::chain(sent), "", basic256Sha256, material::verificationTime());
         EXPECT_EQ(result.status.statusCode(), OpcUa_BadCertificateUriInvalid) << sent;
     }
 }
 
 TEST_F(VerificationText, FindingsAndPassedOverFilesGoToTheTrace) {
-    std::string trace = (m_directory.path() / "trace.log").string();
+    const std::string trace = (m_directory.path() / "trace.log").string();
     material::write(m_folders.trusted / "notes.txt", "ask the vendor for the new certificate");
     ASSERT_EQ(UaTrace::initTrace(UaTrace::Warnings, 100, 0, trace, "pki_test"), 0);
     UaTrace::setTraceActive(true);
     verify("self_good");
     UaTrace::closeTrace();
-    UaByteString content = material::read(trace);
-    std::string text(reinterpret_cast<const char*>(content.data()),
-                     static_cast<std::size_t>(content.length()));
+    const UaByteString content = material::read(trace);
+    const std::string text(reinterpret_cast<const char*>(content.data()),
+                           static_cast<std::size_t>(content.length()));
     EXPECT_THAT(text, AllOf(HasSubstr((m_folders.trusted / "notes.txt").string()),
                             HasSubstr("BadCertificateUntrusted"), HasSubstr(thumbprintOf("self_good"))));
     EXPECT_THAT(text, testing::Not(HasSubstr("ask the vendor")));
 }
 
 TEST_F(VerificationText, ASubjectsControlCharactersDoNotReachATerminal) {
-    UaPkiRsaKeyPair keys(2048);
+    const UaPkiRsaKeyPair keys(2048);
     UaPkiIdentity identity;
     identity.commonName = "evil\x1B[2Jname";
     UaPkiCertificateInfo info;
     info.uri = "urn:plant:server";
     info.validTime = 3600;
-    UaPkiCertificate certificate(info, identity, keys.publicKey(), identity, keys.privateKey(), false,
-                                 UaPkiCertificate::Sha256);
+    const UaPkiCertificate certificate(info, identity, keys.publicKey(), identity, keys.privateKey(), false,
+                                       UaPkiCertificate::Sha256);
     ASSERT_TRUE(certificate.isValid());
     EXPECT_EQ(certificate.commonName().text(), "evil\xEF\xBF\xBD[2Jname");
     UaPkiVerification result = UaPkiCertificateVerifier(UaPkiStore(m_folders.locations()))

@@ -1,10 +1,9 @@
-#include "plant_fixture.h"
-
 #include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "plant_fixture.h"
 #include "support/temporary_directory.h"
 
 using test_support::RawClient;

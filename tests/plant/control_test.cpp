@@ -1,11 +1,12 @@
-#include "plant_fixture.h"
-
 #include <chrono>
 #include <csignal>
-#include <gmock/gmock.h>
-#include <open62541/client_highlevel_async.h>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <open62541/client_highlevel_async.h>
+
+#include "plant_fixture.h"
 
 using namespace std::chrono_literals;
 using test_support::RawClient;

@@ -1,8 +1,8 @@
 #include <string>
 
-#include "plant_fixture.h"
-
 #include <open62541/client_subscriptions.h>
+
+#include "plant_fixture.h"
 
 using test_support::RawClient;
 using test_support::waitUntil;
@@ -84,7 +84,7 @@ TEST_F(PlantDiagnostics, CountsValueAccesses) {
 
 TEST_F(PlantDiagnostics, CountsRefusedSessions) {
     start({"--max-sessions", "2"});
-    RawClient second(server->url());
+    const RawClient second(server->url());
     RawClient third;
     EXPECT_EQ(third.connect(server->url()), UA_STATUSCODE_BADTOOMANYSESSIONS);
     EXPECT_EQ(count("CurrentSessions"), 2U);

@@ -1,11 +1,11 @@
-#include "plant_fixture.h"
-
 #include <arpa/inet.h>
 #include <csignal>
 #include <cstdint>
 #include <string>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include "plant_fixture.h"
 
 using test_support::PlantServer;
 using test_support::RawClient;
@@ -40,7 +40,7 @@ TEST_F(PlantLifeCycle, StopsOnSignals) {
 TEST_F(PlantLifeCycle, StopsWithAnswersOutstanding) {
     start();
     ASSERT_EQ(client->write(rack("Control.AnswerDelay"), UA_UInt32{100}), UA_STATUSCODE_GOOD);
-    RawClient other(server->url());
+    const RawClient other(server->url());
     EXPECT_EQ(server->stop().exitCode, 0);
 }
 

@@ -1,10 +1,11 @@
-#include "plant_fixture.h"
-
 #include <map>
-#include <open62541/client_highlevel.h>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include <open62541/client_highlevel.h>
+
+#include "plant_fixture.h"
 
 using test_support::PlantServer;
 using test_support::RawClient;

@@ -3,9 +3,9 @@
 #include <utility>
 #include <vector>
 
-#include "plant_fixture.h"
-
 #include <gmock/gmock.h>
+
+#include "plant_fixture.h"
 
 using namespace std::chrono_literals;
 using test_support::PlantServer;
@@ -116,7 +116,7 @@ TEST_F(PlantOptions, LogComesOnRequest) {
 TEST_F(PlantOptions, AnswersOfTheWholeConnectAreLate) {
     server.emplace(std::vector<std::string>{"--delay", "50"});
     const auto start = std::chrono::steady_clock::now();
-    RawClient slow(server->url());
+    const RawClient slow(server->url());
     // Hello, channel, session, activation: four answers at the least.
     EXPECT_GE(std::chrono::steady_clock::now() - start, 200ms);
 }

@@ -1,12 +1,13 @@
 #pragma once
 
-#include "support/raw_client.h"
-#include "support/server_process.h"
-
-#include <gtest/gtest.h>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/raw_client.h"
+#include "support/server_process.h"
 
 /// A plant server and a client that judges it. A test that needs options starts it itself.
 class PlantTest : public testing::Test {

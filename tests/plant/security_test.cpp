@@ -1,18 +1,18 @@
-#include "plant_fixture.h"
-
 #include <cstdarg>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
-#include <gmock/gmock.h>
 #include <ios>
 #include <iterator>
-#include <open62541/client_config_default.h>
-#include <open62541/plugin/pki_default.h>
-#include <open62541/plugin/securitypolicy_default.h>
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
+#include <open62541/client_config_default.h>
+#include <open62541/plugin/pki_default.h>
+#include <open62541/plugin/securitypolicy_default.h>
+
+#include "plant_fixture.h"
 #include "support/temporary_directory.h"
 #include "uapki/certificate.h"
 
@@ -95,8 +95,8 @@ struct Credentials {
 
 void addLegacyPolicies(UA_SecurityPolicy*& policies, std::size_t& count, const Credentials& credentials) {
     policies = static_cast<UA_SecurityPolicy*>(UA_realloc(policies, (count + 2) * sizeof(UA_SecurityPolicy)));
-    static UA_Logger silent{[](void*, UA_LogLevel, UA_LogCategory, const char*, va_list) {}, nullptr,
-                            nullptr};
+    static const UA_Logger silent{[](void*, UA_LogLevel, UA_LogCategory, const char*, va_list) {}, nullptr,
+                                  nullptr};
     for (const auto make : {UA_SecurityPolicy_Basic256, UA_SecurityPolicy_Basic128Rsa15})
         if (make(&policies[count], view(credentials.certificate), view(credentials.key), &silent) ==
             UA_STATUSCODE_GOOD)
@@ -107,7 +107,7 @@ void addLegacyPolicies(UA_SecurityPolicy*& policies, std::size_t& count, const C
 class Endpoints {
 public:
     explicit Endpoints(const std::string& url) {
-        RawClient asker;
+        const RawClient asker;
         EXPECT_EQ(UA_Client_getEndpoints(asker.get(), url.c_str(), &m_count, &m_endpoints),
                   UA_STATUSCODE_GOOD);
     }

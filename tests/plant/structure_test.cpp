@@ -1,7 +1,7 @@
-#include "plant_fixture.h"
-
 #include <set>
 #include <string>
+
+#include "plant_fixture.h"
 
 using test_support::BrowseAnswers;
 using test_support::Reference;

@@ -1,12 +1,13 @@
-#include "plant_fixture.h"
-
 #include <cmath>
 #include <cstddef>
-#include <gmock/gmock.h>
 #include <limits>
 #include <string>
 #include <type_traits>
 #include <vector>
+
+#include <gmock/gmock.h>
+
+#include "plant_fixture.h"
 
 using test_support::ReadValue;
 using testing::ElementsAre;

@@ -1,7 +1,5 @@
 // Every row of the verification table through the whole library: a server with that certificate, a store, and
 // an application that rejects, accepts once, and trusts permanently.
-#include <gmock/gmock.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
@@ -11,6 +9,8 @@
 #include <memory>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
 
 #include "certificate_server.h"
 #include "material.h"
@@ -103,9 +103,8 @@ private:
 
     /// The row's store, as if nobody had decided anything yet.
     void fillStore() {
-        for (const char* kept : {"trusted", "issuers"}) {
+        for (const char* kept : {"trusted", "issuers"})
             fs::remove_all(directory() / "pkiclient" / kept);
-        }
         const material::StoreFolders folders(directory() / "pkiclient");
         material::StoreFolders::fill(folders.trusted, m_row.trusted, ".der");
         material::StoreFolders::fill(folders.trustedLists, m_row.trustedLists, ".crl");
@@ -122,8 +121,8 @@ private:
                          [this](const char* uri) { return std::string(uri) == m_row.policy; }) -
             std::begin(policies));
         // Without a secured channel it is the password that wants the certificate.
-        SecurityChoice choice{policy, policy == 0 ? 0 : SecurityChoice::signAndEncrypt,
-                              policy == 0 ? SecurityChoice::byPassword : SecurityChoice::anonymous};
+        const SecurityChoice choice{policy, policy == 0 ? 0 : SecurityChoice::signAndEncrypt,
+                                    policy == 0 ? SecurityChoice::byPassword : SecurityChoice::anonymous};
         _OpcUaClientConfig config = securedConfig(m_url, choice);
         const int code = panel.OpcUaConnect(config);
         char text[256] = {};

@@ -1,11 +1,11 @@
 // Connects that succeed and connects that fail, hundreds of them: nothing of them stays, here or on the
 // server.
-#include <gmock/gmock.h>
-
 #include <cstdio>
 #include <filesystem>
 #include <malloc.h>
 #include <string>
+
+#include <gmock/gmock.h>
 
 #include "secured_client_fixture.h"
 #include "support/process_holdings.h"
@@ -41,9 +41,8 @@ protected:
         return client.OpcUaConnect(config);
     }
     static void forgetServers() {
-        for (const std::string& name : namesIn(trustList())) {
+        for (const std::string& name : namesIn(trustList()))
             std::filesystem::remove(trustList() / name);
-        }
     }
 };
 
@@ -68,14 +67,12 @@ TEST_F(ManyConnects, LeaveNothingBehind) {
     };
     const int threads = test_support::threadCount();
     // What is made once and kept, and what a first use leaves in caches, is no growth.
-    for (int i = 0; i < warmUpRounds; ++i) {
+    for (int i = 0; i < warmUpRounds; ++i)
         round();
-    }
     const int descriptors = test_support::openDescriptors();
     const std::size_t before = memoryInUse();
-    for (int i = 0; i < rounds && !HasFailure(); ++i) {
+    for (int i = 0; i < rounds && !HasFailure(); ++i)
         round();
-    }
     const std::size_t after = memoryInUse();
     std::printf("%d connects: heap %zu bytes before, %zu after\n", 5 * rounds, before, after);
     EXPECT_EQ(rejecting.asked, rounds + warmUpRounds);

@@ -1,8 +1,6 @@
 // Certificates and keys of this side that are missing, spoilt, protected or cannot be written: the code, the
 // message and the trace tell, nothing is asked, nothing is left half-written, and what cannot be read is not
 // replaced.
-#include <gmock/gmock.h>
-
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -20,6 +18,8 @@
 #include <sys/resource.h>
 #include <tuple>
 #include <unistd.h>
+
+#include <gmock/gmock.h>
 
 #include "material.h"
 #include "secured_client_fixture.h"

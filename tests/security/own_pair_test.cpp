@@ -1,7 +1,5 @@
 // Who makes this side's certificates and keys: one of many at a time, whatever ends in the middle, and nobody
 // where a file may be good but cannot be read.
-#include <gmock/gmock.h>
-
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -9,6 +7,7 @@
 #include <csignal>
 #include <cstdarg>
 #include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
@@ -26,6 +25,8 @@
 #include <unistd.h>
 #include <utility>
 #include <vector>
+
+#include <gmock/gmock.h>
 
 #include "from_environment.h"
 #include "security/configuration.h"
@@ -53,23 +54,21 @@ struct System {
 
 constexpr unsigned always = ~0U;
 
-System system_; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables)
+System theSystem;
 
 } // namespace
 
 // In the place of the system's, for the whole program.
 extern "C" __attribute__((visibility("default"))) int fsync(int descriptor) {
-    const int slowness = system_.slowness;
-    if (slowness > 0) {
+    const int slowness = theSystem.slowness;
+    if (slowness > 0)
         std::this_thread::sleep_for(std::chrono::milliseconds(std::rand() % slowness)); // NOLINT
-    }
     return nextDefinition<int (*)(int)>("fsync")(descriptor);
 }
 extern "C" __attribute__((visibility("default"))) int rename(const char* from, const char* to) noexcept {
-    if (system_.renamesUntilKill == 0) {
+    if (theSystem.renamesUntilKill == 0)
         ::raise(SIGKILL);
-    }
-    --system_.renamesUntilKill;
+    --theSystem.renamesUntilKill;
     return nextDefinition<int (*)(const char*, const char*)>("rename")(from, to);
 }
 extern "C" __attribute__((visibility("default"))) int open(const char* path, int flags, ...) {
@@ -77,11 +76,11 @@ extern "C" __attribute__((visibility("default"))) int open(const char* path, int
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    if (system_.error != 0 && fs::path(path).filename() == system_.failingName) {
-        const unsigned failures = system_.failures;
-        system_.failures = failures == always ? always : failures >> 1U;
+    if (theSystem.error != 0 && fs::path(path).filename() == theSystem.failingName) {
+        const unsigned failures = theSystem.failures;
+        theSystem.failures = failures == always ? always : failures >> 1U;
         if ((failures & 1U) != 0) {
-            errno = system_.error;
+            errno = theSystem.error;
             return -1;
         }
     }
@@ -110,10 +109,10 @@ protected:
     }
 
     static void resetSystem() {
-        system_.slowness = 0;
-        system_.renamesUntilKill = -1;
-        system_.error = 0;
-        system_.failures = 0;
+        theSystem.slowness = 0;
+        theSystem.renamesUntilKill = -1;
+        theSystem.error = 0;
+        theSystem.failures = 0;
     }
 
     fs::path file(const std::string& name) const { return m_directory.path() / name; }
@@ -158,22 +157,18 @@ protected:
 
     std::set<std::string> filesOfStore() const {
         std::set<std::string> found;
-        for (const auto& entry : fs::recursive_directory_iterator(file("store"))) {
-            if (entry.is_regular_file()) {
+        for (const auto& entry : fs::recursive_directory_iterator(file("store")))
+            if (entry.is_regular_file())
                 found.insert(entry.path().string() + contentOf(entry.path()));
-            }
-        }
         return found;
     }
 
     /// Whether a line of the trace names the file and what is wrong.
     bool tellsOf(const std::string& name, const std::string& problem) const {
         std::ifstream stream(file("trace.log"));
-        for (std::string line; std::getline(stream, line);) {
-            if (line.find(name) != std::string::npos && line.find(problem) != std::string::npos) {
+        for (std::string line; std::getline(stream, line);)
+            if (line.find(name) != std::string::npos && line.find(problem) != std::string::npos)
                 return true;
-            }
-        }
         return false;
     }
 
@@ -214,12 +209,11 @@ protected:
         EXPECT_THAT(identities, SizeIs(1)) << "round " << round;
         EXPECT_THAT(filesOfStore(), SizeIs(4)) << "round " << round;
         EXPECT_TRUE(isUserPairWhole()) << "round " << round;
-        if (HasFailure()) {
+        if (HasFailure())
             ADD_FAILURE() << contentOf(file("trace.log"));
-        }
     }
 
-    static void slowDown(unsigned round) { system_.slowness = round % 2 == 0 ? 0 : 20; }
+    static void slowDown(unsigned round) { theSystem.slowness = round % 2 == 0 ? 0 : 20; }
 };
 
 TEST_F(OwnPairRace, OfThreadsHasOneIdentity) {
@@ -232,15 +226,13 @@ TEST_F(OwnPairRace, OfThreadsHasOneIdentity) {
         for (Outcome& outcome : outcomes) {
             threads.emplace_back([&] {
                 ++arrived;
-                while (arrived < outcomes.size()) {
+                while (arrived < outcomes.size())
                     std::this_thread::yield();
-                }
                 outcome = prepareBoth();
             });
         }
-        for (std::thread& thread : threads) {
+        for (std::thread& thread : threads)
             thread.join();
-        }
         expectOneIdentity(outcomes, round);
     }
 }
@@ -250,16 +242,14 @@ class Competitor {
 public:
     Competitor(int start, const std::function<Outcome()>& prepare) {
         std::array<int, 2> ends{};
-        if (::pipe(ends.data()) != 0) {
+        if (::pipe(ends.data()) != 0)
             std::abort();
-        }
         m_answer = ends[0];
         m_process = ::fork();
         if (m_process == 0) {
             char go = 0;
-            if (::read(start, &go, 1) < 0) {
+            if (::read(start, &go, 1) < 0)
                 ::_exit(1);
-            }
             std::srand(static_cast<unsigned>(::getpid()));
             const Outcome outcome = prepare();
             const std::string text = std::to_string(outcome.client) + " " + std::to_string(outcome.user) +
@@ -278,9 +268,8 @@ public:
     Outcome outcome() const {
         std::array<char, 100> text{};
         Outcome outcome;
-        if (::read(m_answer, text.data(), text.size() - 1) > 0) {
+        if (::read(m_answer, text.data(), text.size() - 1) > 0)
             std::istringstream(text.data()) >> outcome.client >> outcome.user >> outcome.identity;
-        }
         return outcome;
     }
 
@@ -296,14 +285,12 @@ TEST_F(OwnPairRace, OfProcessesHasOneIdentity) {
         std::array<int, 2> start{};
         ASSERT_EQ(::pipe(start.data()), 0);
         std::vector<std::unique_ptr<Competitor>> competitors;
-        for (int i = 0; i < 4; ++i) {
+        for (int i = 0; i < 4; ++i)
             competitors.push_back(std::make_unique<Competitor>(start[0], [this] { return prepareBoth(); }));
-        }
         ASSERT_EQ(::write(start[1], "goes", 4), 4);
         std::vector<Outcome> outcomes;
-        for (const auto& competitor : competitors) {
+        for (const auto& competitor : competitors)
             outcomes.push_back(competitor->outcome());
-        }
         competitors.clear();
         ::close(start[0]);
         ::close(start[1]);
@@ -315,7 +302,7 @@ TEST_F(OwnPairRace, OfProcessesHasOneIdentity) {
 void killBefore(int nthName, const std::function<void()>& action) {
     const pid_t child = ::fork();
     if (child == 0) {
-        system_.renamesUntilKill = nthName;
+        theSystem.renamesUntilKill = nthName;
         action();
         ::_exit(0);
     }
@@ -343,11 +330,10 @@ TEST_F(OwnPair, OfAUserIsMadeByTheNextWhicheverFileWasMissing) {
         for (const char* missing : {"user/user.der", "userkey/user.pem", "both"}) {
             fs::remove_all(file("store"));
             ASSERT_EQ(prepareUser(), 0);
-            if (std::string(missing) == "both") {
+            if (std::string(missing) == "both")
                 fs::remove_all(file("store"));
-            } else {
+            else
                 fs::remove(store(missing));
-            }
             killBefore(named, [this] { prepareUser(); });
             EXPECT_EQ(prepareUser(), 0);
             EXPECT_TRUE(isUserPairWhole()) << "killed before name " << named << ", missing: " << missing;
@@ -363,11 +349,11 @@ TEST_F(OwnPair, StaysWhenOneOfItsFilesCannotBeOpened) {
         for (const char* name : {"HMIClient.der", "HMIClient.pem", "user.der", "user.pem"}) {
             // Passing at any moment, and for good.
             for (const unsigned failures : {1U, 2U, 3U, 4U, 5U, 6U, 7U, always}) {
-                system_.failingName = name;
-                system_.failures = failures;
-                system_.error = error;
+                theSystem.failingName = name;
+                theSystem.failures = failures;
+                theSystem.error = error;
                 const int client = prepareClient();
-                system_.failures = failures;
+                theSystem.failures = failures;
                 const int user = prepareUser();
                 resetSystem();
                 EXPECT_EQ(filesOfStore(), before) << name << ", error " << error << ", times " << failures;
@@ -389,32 +375,28 @@ TEST_F(OwnPair, IsNotMadeBesideAFileThatCannotBeOpened) {
     ASSERT_EQ(prepareClient(), 0);
     fs::remove(store("certs/HMIClient.der"));
     const std::set<std::string> before = filesOfStore();
-    system_.failingName = "HMIClient.pem";
-    system_.failures = always;
-    system_.error = EIO;
+    theSystem.failingName = "HMIClient.pem";
+    theSystem.failures = always;
+    theSystem.error = EIO;
     EXPECT_EQ(prepareClient(), 21);
     EXPECT_EQ(filesOfStore(), before);
     EXPECT_TRUE(tellsOf("HMIClient.pem", "cannot be read: Input/output error"));
 }
 
 TEST_F(OwnPair, IsNotMadeInADirectoryThatCannotBeLocked) {
-    for (const char* folder : {"certs", "private", "user", "userkey"}) {
+    for (const char* folder : {"certs", "private", "user", "userkey"})
         fs::create_directories(store(folder));
-    }
     giveToUnprivileged(m_directory.path());
     const int made = runUnprivileged([this] {
-        for (const char* folder : {"certs", "user"}) {
+        for (const char* folder : {"certs", "user"})
             fs::permissions(store(folder), fs::perms::owner_write | fs::perms::owner_exec);
-        }
         return prepareClient() == 21 && prepareUser() == 28 ? 0 : 1;
     });
     EXPECT_EQ(made, 0);
-    for (const char* folder : {"certs", "user"}) {
+    for (const char* folder : {"certs", "user"})
         fs::permissions(store(folder), fs::perms::owner_all);
-    }
-    for (const char* folder : {"certs", "private", "user", "userkey"}) {
+    for (const char* folder : {"certs", "private", "user", "userkey"})
         EXPECT_TRUE(fs::is_empty(store(folder))) << folder;
-    }
     EXPECT_TRUE(tellsOf("HMIClient.der", "its directory: Permission denied"));
     EXPECT_TRUE(tellsOf("user.der", "its directory: Permission denied"));
 }

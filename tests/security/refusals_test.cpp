@@ -1,11 +1,11 @@
 // Who refuses what, at which step, and what to look at: the trace says it, at its lowest level.
-#include <gmock/gmock.h>
-
 #include <filesystem>
 #include <functional>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <gmock/gmock.h>
 
 #include "certificate_server.h"
 #include "material.h"

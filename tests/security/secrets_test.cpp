@@ -1,10 +1,9 @@
 // What of passwords and private keys is left in the memory of a process that has disconnected.
-#include <gmock/gmock.h>
-
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -14,6 +13,8 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <gmock/gmock.h>
 
 #include "secured_client_fixture.h"
 #include "security/configuration.h"
@@ -52,18 +53,15 @@ public:
 
 // In the place of the system's, for the whole program.
 extern "C" __attribute__((visibility("default"))) void free(void* memory) {
-    if (!isHoarding) {
+    if (!isHoarding)
         __libc_free(memory);
-    }
 }
 extern "C" __attribute__((visibility("default"))) void* realloc(void* memory, std::size_t size) {
-    if (!isHoarding || memory == nullptr) {
+    if (!isHoarding || memory == nullptr)
         return __libc_realloc(memory, size);
-    }
     void* const moved = __libc_malloc(size);
-    if (moved != nullptr) {
+    if (moved != nullptr)
         std::memcpy(moved, memory, std::min(size, malloc_usable_size(memory)));
-    }
     return moved;
 }
 
@@ -81,9 +79,8 @@ std::vector<std::string> secretNumbers(const std::string& der) {
         if (length > 0x80) {
             header += length - 0x80;
             length = 0;
-            for (std::size_t i = 2; i < header; ++i) {
+            for (std::size_t i = 2; i < header; ++i)
                 length = length * 256 + byte(position + i);
-            }
         }
         constexpr int firstSecret = 3;
         if (number >= firstSecret) {
@@ -99,13 +96,12 @@ std::vector<std::string> secretNumbers(const std::string& der) {
 /// Pieces of what is secret in a key file, in every form that it takes.
 std::vector<std::string> piecesOf(const fs::path& file) {
     std::ifstream stream(file);
-    std::string pem{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    const std::string pem{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     std::vector<std::string> pieces = secretNumbers(
         test_support::runProgram("openssl", {"rsa", "-in", file.string(), "-traditional", "-outform", "DER"})
             .standardOutput);
-    for (const std::size_t line : {10U, 15U, 20U}) {
+    for (const std::size_t line : {10U, 15U, 20U})
         pieces.push_back(pem.substr(28 + line * 65, 40));
-    }
     return pieces;
 }
 
@@ -141,9 +137,8 @@ protected:
     }
 
     static void expectNothingLeftOf(const fs::path& key) {
-        for (const Secret& piece : Secret::fromChild([&key] { return piecesOf(key); })) {
+        for (const Secret& piece : Secret::fromChild([&key] { return piecesOf(key); }))
             EXPECT_THAT(piece.places(), IsEmpty()) << key;
-        }
     }
 };
 
@@ -209,11 +204,9 @@ TEST_F(Secrets, NothingIsLeftOfKeysThatWereLoaded) {
     ASSERT_EQ(runInChild(
                   [this] { return connectOnce(Secret::text(1), with(3, 2, SecurityChoice::byCertificate)); }),
               0);
-    for (const int policy : {3, 5}) {
-        for (const int mode : {1, 2}) {
+    for (const int policy : {3, 5})
+        for (const int mode : {1, 2})
             ASSERT_EQ(connectOnce(Secret::text(1), with(policy, mode, SecurityChoice::byCertificate)), 0);
-        }
-    }
     expectNothingLeftOf(clientKey());
     expectNothingLeftOf(userKey());
 }

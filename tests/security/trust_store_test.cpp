@@ -1,11 +1,11 @@
 // The trust list as a directory that lives longer than a process, and in which anything may lie.
-#include <gmock/gmock.h>
-
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
 
 #include "certificate_server.h"
 #include "material.h"
@@ -85,9 +85,8 @@ TEST_F(TrustStore, TakenOutOfTheListItIsAskedAgain) {
 
 TEST_F(TrustStore, UnreadableAndForeignFilesAreSkippedAndNamed) {
     ASSERT_EQ(connectInNewProcess(Operator::always), asked + accepted);
-    for (const char* foreign : {"empty.der", "garbage.der", "megabyte.der", "truncated.der", "server.key"}) {
+    for (const char* foreign : {"empty.der", "garbage.der", "megabyte.der", "truncated.der", "server.key"})
         fs::copy_file(material::file(foreign), trustList() / foreign);
-    }
     fs::create_directory(trustList() / "a directory");
     fs::create_symlink("nowhere", trustList() / "symlink");
     fs::copy_file(material::file("root.der"), trustList() / "protected.der");

@@ -1,19 +1,18 @@
-#include "subscription/callback_thread.h"
-
-#include <gtest/gtest.h>
-
-#include <pthread.h>
-#include <signal.h>
-
 #include <atomic>
 #include <cstddef>
 #include <functional>
 #include <future>
 #include <memory>
+#include <pthread.h>
+#include <signal.h>
 #include <stdexcept>
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "subscription/callback_thread.h"
 
 using UaClientSdk::CallbackThread;
 
@@ -34,14 +33,12 @@ std::unique_ptr<CallbackThread> startedThread() {
 TEST(CallbackThread, RunsTasksInTheOrderOfPosting) {
     std::vector<int> order;
     const auto thread = startedThread();
-    for (int i = 0; i < 1000; ++i) {
+    for (int i = 0; i < 1000; ++i)
         thread->post(task([&order, i] { order.push_back(i); }));
-    }
     thread->flush();
     ASSERT_EQ(order.size(), 1000U);
-    for (int i = 0; i < 1000; ++i) {
+    for (int i = 0; i < 1000; ++i)
         EXPECT_EQ(order[static_cast<std::size_t>(i)], i);
-    }
 }
 
 TEST(CallbackThread, RunsNothingOnTheCallersThread) {
@@ -72,9 +69,8 @@ TEST(CallbackThread, StopDropsWhatWaitsAndRunsTheLastTask) {
         const std::weak_ptr<int> kept = marker;
         thread->post(task([marker] {}));
         marker.reset();
-        if (kept.expired()) {
+        if (kept.expired())
             break;
-        }
     }
     EXPECT_FALSE(last);
     release.set_value();
@@ -173,9 +169,8 @@ TEST(CallbackThread, RunsNoSignalHandlerOfTheApplication) {
     const auto thread = startedThread();
     thread->post(task([&blocked] { pthread_sigmask(SIG_SETMASK, nullptr, &blocked); }));
     thread->flush();
-    for (const int signal : {SIGUSR1, SIGALRM, SIGTERM, SIGCHLD, SIGPIPE}) {
+    for (const int signal : {SIGUSR1, SIGALRM, SIGTERM, SIGCHLD, SIGPIPE})
         EXPECT_EQ(sigismember(&blocked, signal), 1) << signal;
-    }
     raise(SIGUSR1);
     EXPECT_EQ(handlerRuns, 1) << "the caller's own mask is as before";
     sigaction(SIGUSR1, &before, nullptr);

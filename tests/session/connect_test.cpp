@@ -1,14 +1,13 @@
-#include <gtest/gtest.h>
-
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
+#include <netinet/in.h>
 #include <string>
+#include <sys/socket.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "session_fixture.h"
 #include "support/process_holdings.h"
@@ -118,9 +117,8 @@ TEST_F(ConnectTest, AServerThatFallsSilentAtAnyStepIsGivenUpInTime) {
         proxy.limitServerMessages(steps, MessageProxy::Afterwards::Stall);
         const auto start = Clock::now();
         const UaStatus status = connect(proxy.url());
-        if (status.isGood()) {
+        if (status.isGood())
             break;
-        }
         EXPECT_EQ(status.statusCode(), OpcUa_BadTimeout) << "after message " << steps;
         EXPECT_LT(Clock::now() - start, std::chrono::seconds(10)) << "after message " << steps;
         EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(390)) << "after message " << steps;
@@ -174,9 +172,8 @@ TEST_F(ConnectTest, FailedConnectsLeaveNoThreadAndNoDescriptor) {
     const int threads = threadCount();
     ASSERT_TRUE(connect(refused).isBad());
     const int descriptors = openDescriptors();
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 20; ++i)
         ASSERT_TRUE(connect(refused).isBad());
-    }
     EXPECT_TRUE(waitForThreadCount(threads)) << threadCount() << " instead of " << threads;
     EXPECT_EQ(openDescriptors(), descriptors);
 }

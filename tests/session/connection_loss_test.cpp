@@ -1,13 +1,13 @@
-#include <gtest/gtest.h>
-
+#include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
+#include <future>
 #include <memory>
 #include <thread>
 #include <vector>
 
-#include <atomic>
-#include <future>
+#include <gtest/gtest.h>
 
 #include "session_fixture.h"
 
@@ -42,9 +42,8 @@ TEST_F(ConnectionLossTest, NothingReconnectsByItself) {
     const int connections = proxy.connections();
     proxy.closeAll();
     ASSERT_TRUE(recorder.waitFor(UaClient::ConnectionLost, 20s));
-    for (int i = 0; i < 10; ++i) {
+    for (int i = 0; i < 10; ++i)
         EXPECT_EQ(readServerState().statusCode(), OpcUa_BadServerNotConnected);
-    }
     EXPECT_EQ(proxy.connections(), connections);
 }
 
@@ -92,9 +91,8 @@ TEST_F(ConnectionLossTest, AnAnsweringServerSatisfiesTheWatchdog) {
     ASSERT_TRUE(connect(proxy.url()).isGood());
     proxy.unlimited();
     const auto limit = std::chrono::steady_clock::now() + 30s;
-    while (proxy.forwardedMessages() < 3 && std::chrono::steady_clock::now() < limit) {
+    while (proxy.forwardedMessages() < 3 && std::chrono::steady_clock::now() < limit)
         std::this_thread::yield();
-    }
     EXPECT_GE(proxy.forwardedMessages(), 3); // nobody called: these are answers to probes
     EXPECT_TRUE(session->isConnected());
     EXPECT_EQ(recorder.reports().size(), 1U);
@@ -163,18 +161,15 @@ TEST_F(ConnectionLossTest, ADisconnectEndsTheCallsOfOtherThreads) {
         std::vector<std::thread> readers;
         for (int t = 0; t < 3; ++t) {
             readers.emplace_back([this, &calls] {
-                while (readServerState().isGood()) {
+                while (readServerState().isGood())
                     ++calls;
-                }
             });
         }
-        while (calls < 50) {
+        while (calls < 50)
             std::this_thread::yield();
-        }
         EXPECT_TRUE(disconnect().isGood());
-        for (std::thread& reader : readers) {
+        for (std::thread& reader : readers)
             reader.join();
-        }
     }
 }
 

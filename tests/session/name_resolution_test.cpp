@@ -1,11 +1,10 @@
-#include "socket/name_resolution.h"
-
 #include <cerrno>
+#include <pthread.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
 
+#include "socket/name_resolution.h"
 #include "support/next_definition.h"
 
 using testing::ElementsAre;

@@ -1,14 +1,11 @@
-#include "subscription/notification_queue.h"
-
-#include <gtest/gtest.h>
-#include <open62541/types_generated_handling.h>
-
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <future>
+#include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <string>
@@ -16,6 +13,10 @@
 #include <utility>
 #include <vector>
 
+#include <gtest/gtest.h>
+#include <open62541/types_generated_handling.h>
+
+#include "subscription/notification_queue.h"
 #include "support/held_memory.h"
 #include "support/temporary_directory.h"
 #include "uabase/trace.h"
@@ -44,9 +45,8 @@ public:
                 const std::lock_guard<std::mutex> lock(m_mutex);
                 m_changes.push_back({change.clientHandle, value});
             }
-            if (onChange) {
+            if (onChange)
                 onChange();
-            }
             // A view that dangled would be seen here under the address sanitizer.
             EXPECT_EQ(begin(change.value), value);
         }
@@ -64,9 +64,8 @@ public:
     /// "handle:value" of each, parted by blanks.
     std::string shown() const {
         std::string result;
-        for (const Change& change : changes()) {
+        for (const Change& change : changes())
             result += std::to_string(change.clientHandle) + ':' + change.value + ' ';
-        }
         return result;
     }
 
@@ -77,9 +76,8 @@ public:
 private:
     /// Of a long text some letters.
     static std::string begin(const UaVariant& value) {
-        if (value.type() != OpcUaType_String) {
+        if (value.type() != OpcUaType_String)
             return value.toString().text();
-        }
         const auto& text = *static_cast<const OpcUa_String*>(value.raw().data);
         return {text.data, text.data + std::min<std::size_t>(text.length, 20)};
     }
@@ -148,9 +146,8 @@ protected:
 int linesOf(const std::filesystem::path& file) {
     std::ifstream stream(file);
     int lines = 0;
-    for (std::string line; std::getline(stream, line);) {
+    for (std::string line; std::getline(stream, line);)
         ++lines;
-    }
     return lines;
 }
 
@@ -199,9 +196,8 @@ TEST_F(Queue, BeyondTheNumberTheLatestOfEachItemIsLeftInTheOrderOfItsArrival) {
     collect(5, 50);
     for (std::size_t i = 0; i < NotificationQueue::bound.changes; ++i) {
         collect(4, static_cast<OpcUa_Int32>(i));
-        if (i == 1000) {
+        if (i == 1000)
             collect(3, 31);
-        }
     }
     queue->handOver(*thread);
     hold.release();
@@ -212,9 +208,8 @@ TEST_F(Queue, BeyondTheNumberTheLatestOfEachItemIsLeftInTheOrderOfItsArrival) {
 TEST_F(Queue, UpToTheNumberEveryChangeIsDelivered) {
     Hold hold;
     holdUp(hold);
-    for (std::size_t i = 0; i < NotificationQueue::bound.changes; ++i) {
+    for (std::size_t i = 0; i < NotificationQueue::bound.changes; ++i)
         collect(2, static_cast<OpcUa_Int32>(i));
-    }
     queue->handOver(*thread);
     hold.release();
     thread->flush();
@@ -237,9 +232,8 @@ TEST_F(Queue, BytesAreBoundedAndTheLatestArrives) {
     thread->flush();
     const auto changes = receiver.changes();
     ASSERT_GT(changes.size(), 10U);
-    for (std::size_t i = 1; i <= 10; ++i) {
+    for (std::size_t i = 1; i <= 10; ++i)
         EXPECT_EQ(changes[changes.size() - i].value, std::string(20, 'z'));
-    }
     EXPECT_LT(heldMemory(), before + mebibyte);
 }
 
@@ -295,9 +289,8 @@ TEST_F(Queue, AHungCallbackDoesNotGrowTheMemory) {
     holdUp(hold);
     const auto batches = [this](int count) {
         for (int batch = 0; batch < count; ++batch) {
-            for (OpcUa_UInt32 item = 1; item <= 500; ++item) {
+            for (OpcUa_UInt32 item = 1; item <= 500; ++item)
                 collect(item, batch);
-            }
             queue->handOver(*thread);
         }
     };
@@ -309,9 +302,8 @@ TEST_F(Queue, AHungCallbackDoesNotGrowTheMemory) {
     thread->flush();
     const auto changes = receiver.changes();
     ASSERT_GT(changes.size(), 500U);
-    for (std::size_t i = 1; i <= 500; ++i) {
+    for (std::size_t i = 1; i <= 500; ++i)
         EXPECT_EQ(changes[changes.size() - i].value, "2999");
-    }
 }
 
 TEST_F(Queue, MergingIsOneLineForEachTimeTheCallbackHoldsUp) {
@@ -322,9 +314,8 @@ TEST_F(Queue, MergingIsOneLineForEachTimeTheCallbackHoldsUp) {
         Hold hold;
         holdUp(hold);
         for (int batch = 0; batch < 3; ++batch) {
-            for (std::size_t i = 0; i <= NotificationQueue::bound.changes; ++i) {
+            for (std::size_t i = 0; i <= NotificationQueue::bound.changes; ++i)
                 collect(2, batch);
-            }
             queue->handOver(*thread);
         }
         hold.release();
@@ -337,9 +328,8 @@ TEST_F(Queue, MergingIsOneLineForEachTimeTheCallbackHoldsUp) {
 TEST_F(Queue, ClosingEndsADeliveryWithTheChangeItHasReached) {
     Hold hold;
     receiver.onChange = hold.callback();
-    for (OpcUa_UInt32 i = 1; i <= 1000; ++i) {
+    for (OpcUa_UInt32 i = 1; i <= 1000; ++i)
         collectText(i, 100, 'a');
-    }
     queue->handOver(*thread);
     hold.waitUntilReached();
     collect(1001, 1);
@@ -368,9 +358,8 @@ TEST_F(Queue, ACallbackMayCloseItsOwn) {
 TEST_F(Queue, AClosedOneCollectsNothing) {
     queue->close();
     const std::size_t before = heldMemory();
-    for (int i = 0; i < 1000; ++i) {
+    for (int i = 0; i < 1000; ++i)
         collectText(1, 10000, 'a');
-    }
     EXPECT_LT(heldMemory(), before + mebibyte);
     queue->handOver(*thread);
     thread->flush();
@@ -392,9 +381,8 @@ TEST_F(Queue, WithoutACallbackNothingWaits) {
 TEST_F(Queue, ACallbackThatThrowsGetsTheNextChanges) {
     bool thrown = false;
     receiver.onChange = [&thrown] {
-        if (!std::exchange(thrown, true)) {
+        if (!std::exchange(thrown, true))
             throw std::runtime_error("from the application");
-        }
     };
     collectText(1, 100, 'a');
     collectText(2, 100, 'b');
@@ -412,13 +400,11 @@ TEST_F(Queue, IsClosedWhileItCollectsAndDelivers) {
         std::promise<void> begun;
         std::thread collector([this, &begun] {
             for (int batch = 0; batch < 50; ++batch) {
-                for (OpcUa_UInt32 item = 1; item <= 10; ++item) {
+                for (OpcUa_UInt32 item = 1; item <= 10; ++item)
                     collectText(item, 50, 'a');
-                }
                 queue->handOver(*thread);
-                if (batch == 0) {
+                if (batch == 0)
                     begun.set_value();
-                }
             }
         });
         begun.get_future().wait();

@@ -2,7 +2,10 @@
 
 #include <cstring>
 #include <map>
+#include <memory>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include <open62541/types_generated_handling.h>
 #include <openssl/evp.h>
@@ -17,9 +20,8 @@ namespace security_peer {
 namespace {
 
 void require(bool condition, const char* what) {
-    if (!condition) {
+    if (!condition)
         throw std::runtime_error(std::string("cannot ") + what);
-    }
 }
 
 UaByteString concatenated(const UaByteString& first, const UaByteString& second) {
@@ -98,14 +100,13 @@ void assign(UA_ByteString& target, const UA_ByteString& bytes) {
 const Identity& identity(const char* name, int keyBits) {
     static std::map<std::string, std::unique_ptr<Identity>> made;
     std::unique_ptr<Identity>& entry = made[name + std::to_string(keyBits)];
-    if (entry == nullptr) {
+    if (entry == nullptr)
         entry = makeIdentity(name, keyBits);
-    }
     return *entry;
 }
 
 UaByteString certificateWithKey(const std::string& kind) {
-    std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key(
+    const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key(
         kind == "EC" ? EVP_EC_gen("P-256") : EVP_PKEY_Q_keygen(nullptr, nullptr, kind.c_str()),
         &EVP_PKEY_free);
     const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> signer(EVP_RSA_gen(2048), &EVP_PKEY_free);

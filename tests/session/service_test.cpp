@@ -1,8 +1,8 @@
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <thread>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "session_fixture.h"
 #include "uabase/variant.h"
@@ -83,14 +83,12 @@ TEST_F(ServiceTest, ManyThreadsCallAtOnce) {
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([this, &good] {
-            for (int i = 0; i < 250; ++i) {
+            for (int i = 0; i < 250; ++i)
                 good += readServerState().isGood() ? 1 : 0;
-            }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(good, 1000);
 }
 
@@ -107,7 +105,7 @@ TEST_F(ServiceTest, DiscoveryFindsTheServerAndItsEndpoints) {
 }
 
 TEST_F(ServiceTest, DiscoveryStaysOnOneConnection) {
-    MessageProxy proxy(server().port());
+    const MessageProxy proxy(server().port());
     ServiceSettings settings;
     ClientSecurityInfo security;
     UaDiscovery discovery;

@@ -1,12 +1,14 @@
 // What goes out to a server when a session is activated, and what the trace says when that fails.
-#include "session_security_fixture.h"
-
 #include <cstdlib>
 #include <cstring>
-#include <new>
-
 #include <malloc.h>
+#include <new>
+#include <string>
+#include <vector>
+
 #include <open62541/types_generated_handling.h>
+
+#include "session_security_fixture.h"
 
 using security_peer::Endpoint;
 using security_peer::isSignedBy;
@@ -29,17 +31,15 @@ std::string searched; // NOLINT(cppcoreguidelines-avoid-non-const-global-variabl
 int leftBehind = 0;   // NOLINT(cppcoreguidelines-avoid-non-const-global-variables)
 
 void inspect(const void* memory, std::size_t size) {
-    if (!searched.empty() && memmem(memory, size, searched.data(), searched.size()) != nullptr) {
+    if (!searched.empty() && memmem(memory, size, searched.data(), searched.size()) != nullptr)
         ++leftBehind;
-    }
 }
 
 } // namespace
 
 void operator delete(void* memory) noexcept {
-    if (memory != nullptr) {
+    if (memory != nullptr)
         inspect(memory, malloc_usable_size(memory));
-    }
     std::free(memory); // NOLINT(cppcoreguidelines-no-malloc)
 }
 void operator delete(void* memory, std::size_t) noexcept {
@@ -276,9 +276,8 @@ TEST_F(SessionActivation, TellsNoSecretToTheTrace) {
     askAs(byPassword);
     createSession({endpoint({name})});
     activateSession();
-    for (const Step step : {Step::OpenChannel, Step::CreateSession, Step::ActivateSession}) {
+    for (const Step step : {Step::OpenChannel, Step::CreateSession, Step::ActivateSession})
         security->explainFailure({step, true}, UA_STATUSCODE_BADIDENTITYTOKENREJECTED);
-    }
     answer.setNonce(3);
     EXPECT_TRUE(check().isBad());
     ask("None", none);

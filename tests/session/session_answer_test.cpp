@@ -1,8 +1,10 @@
 // What a server answers to the creation of a session, before any secret goes out to it.
+#include <cstddef>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "session_security_fixture.h"
-
 #include "uapki/certificate.h"
 
 using security_peer::Endpoint;
@@ -244,7 +246,7 @@ TEST_F(SessionAnswer, APasswordStaysWhereTheQueryWasChanged) {
     expectChanged({stripped}, {genuine});
     expectChanged({stripped, stripped}, {genuine});
     // The genuine endpoint beside one that attracts.
-    Endpoint attractive = endpoint({{byPassword, "attractive", "Aes256_Sha256_RsaPss"}});
+    const Endpoint attractive = endpoint({{byPassword, "attractive", "Aes256_Sha256_RsaPss"}});
     expectChanged({attractive, genuine}, {genuine});
     ask("None", none);
     expectChanged({endpoint({clearName})}, {endpoint({{byPassword, "name", "Basic256Sha256"}, clearName})});

@@ -33,9 +33,8 @@ bool StatusRecorder::waitFor(Status status, std::chrono::seconds limit) const {
 }
 
 test_support::PlantServer& SessionTest::server() {
-    if (m_server == nullptr) {
+    if (m_server == nullptr)
         m_server = std::make_unique<test_support::PlantServer>();
-    }
     return *m_server;
 }
 

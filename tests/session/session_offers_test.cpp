@@ -1,6 +1,8 @@
 // What a session asks for against what a server offers.
-#include "session_security_fixture.h"
+#include <string>
+#include <vector>
 
+#include "session_security_fixture.h"
 #include "uapki/certificate.h"
 
 using security_peer::Endpoint;
@@ -33,9 +35,8 @@ protected:
 
     std::string chosenInOrder(const std::vector<Endpoint>& offers) {
         createSession(offers);
-        if (HasFatalFailure()) {
+        if (HasFatalFailure())
             return "refused";
-        }
         activateSession();
         return chosenToken();
     }

@@ -49,13 +49,12 @@ protected:
     }
     void askAs(UA_UserTokenType type) {
         const security_peer::Identity& user = identity("user");
-        if (type == byPassword) {
+        if (type == byPassword)
             info.setUserPasswordUserIdentity("operator", password);
-        } else if (type == byCertificate) {
+        else if (type == byCertificate)
             info.setCertificateUserIdentity(user.certificate, UaByteString(user.key.bytes));
-        } else {
+        else
             info.setAnonymousUserIdentity();
-        }
     }
 
     /// An endpoint with what is asked for.
@@ -79,9 +78,8 @@ protected:
         answer.setCertificate(server.certificate);
         answer.setEndpoints(offers);
         const UaPkiSecurityPolicy* policy = UaPkiSecurityPolicy::find(info.securityPolicyUri);
-        if (!policy->isNone()) {
+        if (!policy->isNone())
             answer.sign(*policy, server.key, identity("client").certificate, request.clientNonce);
-        }
     }
 
     UaStatus check() { return security->check(answer.response()); }

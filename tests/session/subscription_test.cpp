@@ -1,6 +1,3 @@
-#include <gtest/gtest.h>
-#include <sys/resource.h>
-
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -9,9 +6,12 @@
 #include <future>
 #include <map>
 #include <mutex>
+#include <sys/resource.h>
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "session_fixture.h"
 #include "uabase/variant.h"
@@ -67,9 +67,8 @@ public:
     int deliveries() {
         const std::lock_guard<std::mutex> lock(mutex);
         int sum = 0;
-        for (const auto& thread : threads) {
+        for (const auto& thread : threads)
             sum += thread.second;
-        }
         return sum;
     }
 
@@ -185,9 +184,8 @@ TEST_F(SubscriptionTest, DeliversOnAThreadOfItsOwnWhileTheApplicationReads) {
     ASSERT_TRUE(connect().isGood());
     ASSERT_TRUE(createSubscription().isGood());
     ASSERT_NE(monitor(currentTime, 1), 0U);
-    while (changes.count(1) < 5) {
+    while (changes.count(1) < 5)
         ASSERT_TRUE(readServerState().isGood());
-    }
     EXPECT_EQ(changes.threads.size(), 1U);
     EXPECT_NE(changes.threads.begin()->first, std::this_thread::get_id());
     EXPECT_NE(changes.threads.begin()->first, recorder.threads().front());
@@ -203,9 +201,8 @@ TEST_F(SubscriptionTest, AfterABurstOfCallsEachChangeIsDeliveredWhenItArrives) {
     const int deliveriesBefore = changes.deliveries();
     long sleeps = 0;
     for (int burst = 0; burst < bursts; ++burst) {
-        for (int i = 0; i < 50; ++i) {
+        for (int i = 0; i < 50; ++i)
             ASSERT_TRUE(readServerState().isGood());
-        }
         const long sleepsBefore = voluntarySleeps();
         ASSERT_TRUE(changes.waitForCount(1, changes.count(1) + 2));
         sleeps += voluntarySleeps() - sleepsBefore;
@@ -276,9 +273,8 @@ TEST_F(SubscriptionTest, ABlockedCallbackKeepsTheConnectionAlive) {
     ASSERT_NE(monitor(currentTime, 1), 0U);
     ASSERT_TRUE(changes.waitForCount(1, 1));
     const auto end = std::chrono::steady_clock::now() + 2s;
-    while (std::chrono::steady_clock::now() < end) {
+    while (std::chrono::steady_clock::now() < end)
         ASSERT_TRUE(readServerState().isGood());
-    }
     EXPECT_TRUE(session->isConnected());
     changes.onEachDelivery(nullptr);
     release.set_value();
@@ -302,9 +298,8 @@ TEST_F(SubscriptionTest, DisconnectInsideACallbackEndsEverything) {
     std::promise<bool> done;
     std::atomic<int> deliveries{0};
     changes.onEachDelivery([&] {
-        if (deliveries++ == 0) {
+        if (deliveries++ == 0)
             done.set_value(disconnect().isGood());
-        }
     });
     ASSERT_NE(monitor(currentTime, 1), 0U);
     EXPECT_TRUE(done.get_future().get());

@@ -7,7 +7,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <linux/close_range.h>
 #include <optional>
 #include <poll.h>
 #include <stdexcept>
@@ -19,6 +18,8 @@
 #include <system_error>
 #include <unistd.h>
 #include <vector>
+
+#include <linux/close_range.h>
 
 // glibc 2.36 declares pidfd_open without C linkage.
 extern "C" {
@@ -147,13 +148,12 @@ void ChildProcess::drainOutput() {
     std::array<char, 4096> block{};
     while (m_outputOpen) {
         const ssize_t count = read(m_output.get(), block.data(), block.size());
-        if (count > 0) {
+        if (count > 0)
             m_received.append(block.data(), static_cast<std::size_t>(count));
-        } else if (count == 0) {
+        else if (count == 0)
             m_outputOpen = false;
-        } else if (errno != EINTR) {
+        else if (errno != EINTR)
             break;
-        }
     }
 }
 
@@ -214,10 +214,9 @@ void ChildProcess::resume() {
 
 void ChildProcess::awaitStopState(int options) {
     siginfo_t info{};
-    while (waitid(P_PID, static_cast<id_t>(m_pid), &info, options | WEXITED | WNOWAIT) != 0) {
+    while (waitid(P_PID, static_cast<id_t>(m_pid), &info, options | WEXITED | WNOWAIT) != 0)
         if (errno != EINTR)
             throw std::runtime_error(describe("cannot be frozen or resumed, it is gone"));
-    }
     if (info.si_code != CLD_STOPPED && info.si_code != CLD_CONTINUED)
         throw std::runtime_error(describe("ended when it was to be frozen or resumed"));
     waitid(P_PID, static_cast<id_t>(m_pid), &info, options);

@@ -1,17 +1,18 @@
-#include "support/child_process.h"
-
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
 #include <fcntl.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <system_error>
 #include <unistd.h>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/child_process.h"
 
 using namespace std::chrono_literals;
 using namespace test_support;
@@ -49,7 +50,7 @@ TEST(RunProgram, FailsWhenTheProgramTakesTooLong) {
 }
 
 TEST(ChildProcess, SaysThatAProgramCannotBeStarted) {
-    EXPECT_THAT([] { ChildProcess child("/nonexistent/program", {}); },
+    EXPECT_THAT([] { const ChildProcess child("/nonexistent/program", {}); },
                 ThrowsMessage<std::system_error>(HasSubstr("cannot start /nonexistent/program")));
 }
 

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <malloc.h>
-
 #include <cstddef>
+#include <malloc.h>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 /// The sanitizers' own; gcc comes without the header that declares it.

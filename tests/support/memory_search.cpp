@@ -7,13 +7,16 @@
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
+#include <functional>
 #include <ios>
 #include <random>
 #include <sstream>
 #include <stdexcept>
+#include <string>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 namespace test_support {
 namespace {
@@ -39,9 +42,8 @@ std::vector<Region> regions() {
         std::istringstream text(line);
         text >> std::hex >> region.begin >> dash >> region.end >> rights >> skipped >> skipped >> skipped >>
             region.name;
-        if (rights[0] == 'r' && region.name != "[vvar]" && region.name != "[vsyscall]") {
+        if (rights[0] == 'r' && region.name != "[vvar]" && region.name != "[vsyscall]")
             found.push_back(region);
-        }
     }
     return found;
 }
@@ -53,9 +55,8 @@ public:
         : m_bytes(static_cast<unsigned char*>(
               ::mmap(nullptr, windowSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))),
           m_memory(::open("/proc/self/mem", O_RDONLY | O_CLOEXEC)) {
-        if (m_bytes == MAP_FAILED || m_memory < 0) {
+        if (m_bytes == MAP_FAILED || m_memory < 0)
             throw std::runtime_error("this process's memory cannot be read");
-        }
     }
     ~Window() {
         ::close(m_memory);
@@ -68,9 +69,8 @@ public:
     /// How many bytes there are.
     std::size_t moveTo(std::uintptr_t address, std::uintptr_t end) const {
         const auto own = reinterpret_cast<std::uintptr_t>(m_bytes);
-        if (address >= own && address < own + windowSize) {
+        if (address >= own && address < own + windowSize)
             return 0;
-        }
         const std::size_t size = end - address < windowSize ? end - address : windowSize;
         const ssize_t count = ::pread(m_memory, m_bytes, size, static_cast<off_t>(address));
         return count > 0 ? static_cast<std::size_t>(count) : 0;
@@ -82,11 +82,9 @@ private:
 };
 
 bool isAt(const unsigned char* bytes, const std::vector<unsigned char>& disguised) {
-    for (std::size_t i = 0; i < disguised.size(); ++i) {
-        if ((bytes[i] ^ disguise) != disguised[i]) {
+    for (std::size_t i = 0; i < disguised.size(); ++i)
+        if ((bytes[i] ^ disguise) != disguised[i])
             return false;
-        }
-    }
     return true;
 }
 
@@ -102,12 +100,10 @@ void searchWindow(const Region& region, const Window& window, std::uintptr_t add
     for (const unsigned char* position = window.bytes(); position + disguised.size() <= end; ++position) {
         position = static_cast<const unsigned char*>(
             std::memchr(position, disguised[0] ^ disguise, static_cast<std::size_t>(end - position)));
-        if (position == nullptr || position + disguised.size() > end) {
+        if (position == nullptr || position + disguised.size() > end)
             return;
-        }
-        if (isAt(position, disguised)) {
+        if (isAt(position, disguised))
             places.push_back(placeIn(region, address + static_cast<std::size_t>(position - window.bytes())));
-        }
     }
 }
 
@@ -116,23 +112,20 @@ void searchWindow(const Region& region, const Window& window, std::uintptr_t add
 Secret Secret::text(std::size_t length) {
     Secret secret;
     std::random_device random;
-    for (std::size_t i = 0; i < length; ++i) {
+    for (std::size_t i = 0; i < length; ++i)
         secret.m_disguised.push_back(static_cast<unsigned char>(('a' + random() % 26) ^ disguise));
-    }
     return secret;
 }
 
 std::vector<Secret> Secret::fromChild(const std::function<std::vector<std::string>()>& find) {
     std::array<int, 2> ends{};
-    if (::pipe(ends.data()) != 0) {
+    if (::pipe(ends.data()) != 0)
         throw std::runtime_error("no pipe");
-    }
     const pid_t child = ::fork();
     if (child == 0) {
         for (const std::string& text : find()) {
-            for (const char byte : text) {
+            for (const char byte : text)
                 ::dprintf(ends[1], "%02x", static_cast<unsigned char>(byte) ^ disguise);
-            }
             ::dprintf(ends[1], "\n");
         }
         ::_exit(0);
@@ -140,9 +133,8 @@ std::vector<Secret> Secret::fromChild(const std::function<std::vector<std::strin
     ::close(ends[1]);
     std::string answer;
     std::array<char, 4096> part{};
-    for (ssize_t count = 0; (count = ::read(ends[0], part.data(), part.size())) > 0;) {
+    for (ssize_t count = 0; (count = ::read(ends[0], part.data(), part.size())) > 0;)
         answer.append(part.data(), static_cast<std::size_t>(count));
-    }
     ::close(ends[0]);
     ::waitpid(child, nullptr, 0);
     std::vector<Secret> secrets;
@@ -155,16 +147,14 @@ std::vector<Secret> Secret::fromChild(const std::function<std::vector<std::strin
         }
         secrets.push_back(secret);
     }
-    if (secrets.empty()) {
+    if (secrets.empty())
         throw std::runtime_error("the child has found no secret");
-    }
     return secrets;
 }
 
 void Secret::copyTo(char* target) const {
-    for (std::size_t i = 0; i < size(); ++i) {
+    for (std::size_t i = 0; i < size(); ++i)
         target[i] = static_cast<char>(m_disguised[i] ^ disguise);
-    }
 }
 
 void Secret::writeTo(const std::string& file, const std::string& start) const {
@@ -176,9 +166,8 @@ void Secret::writeTo(const std::string& file, const std::string& start) const {
     const bool written = ::write(descriptor, line.data(), length) == static_cast<ssize_t>(length);
     ::close(descriptor);
     explicit_bzero(line.data(), line.size());
-    if (!written) {
+    if (!written)
         throw std::runtime_error("cannot write " + file);
-    }
 }
 
 std::vector<std::string> Secret::places() const {

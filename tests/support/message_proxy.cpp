@@ -1,21 +1,20 @@
 #include "support/message_proxy.h"
 
 #include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <functional>
 #include <mutex>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
 #include <string>
+#include <sys/socket.h>
 #include <system_error>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -34,18 +33,16 @@ sockaddr_in loopback(std::uint16_t port) {
 }
 
 int checked(int result, const char* what) {
-    if (result < 0) {
+    if (result < 0)
         throw std::system_error(errno, std::generic_category(), what);
-    }
     return result;
 }
 
 bool readAll(int socket, char* target, std::size_t count) {
     while (count > 0) {
         const ssize_t got = recv(socket, target, count, 0);
-        if (got <= 0) {
+        if (got <= 0)
             return false;
-        }
         target += got;
         count -= static_cast<std::size_t>(got);
     }
@@ -55,9 +52,8 @@ bool readAll(int socket, char* target, std::size_t count) {
 bool writeAll(int socket, const char* source, std::size_t count) {
     while (count > 0) {
         const ssize_t sent = send(socket, source, count, MSG_NOSIGNAL);
-        if (sent <= 0) {
+        if (sent <= 0)
             return false;
-        }
         source += sent;
         count -= static_cast<std::size_t>(sent);
     }
@@ -91,9 +87,8 @@ MessageProxy::~MessageProxy() {
         std::thread thread;
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
-            if (i == m_threads.size()) {
+            if (i == m_threads.size())
                 break;
-            }
             thread = std::move(m_threads[i]);
         }
         thread.join();
@@ -154,9 +149,8 @@ void MessageProxy::closeAll() {
 void MessageProxy::acceptLoop() {
     for (;;) {
         pollfd entries[2] = {{m_listener, POLLIN, 0}, {m_stopPipe[0], POLLIN, 0}};
-        if (poll(entries, 2, -1) < 0 || m_stop) {
+        if (poll(entries, 2, -1) < 0 || m_stop)
             return;
-        }
         Link link;
         link.client = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
         link.server = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -179,16 +173,13 @@ void MessageProxy::serve(Link link) {
     bool alive = true;
     while (alive && !m_stop) {
         pollfd entries[3] = {{link.client, POLLIN, 0}, {link.server, POLLIN, 0}, {m_stopPipe[0], POLLIN, 0}};
-        if (poll(entries, 3, -1) < 0 || m_stop) {
+        if (poll(entries, 3, -1) < 0 || m_stop)
             break;
-        }
         waitWhilePaused();
-        if (entries[0].revents != 0) {
+        if (entries[0].revents != 0)
             alive = passClientBytes(link);
-        }
-        if (alive && entries[1].revents != 0) {
+        if (alive && entries[1].revents != 0)
             alive = passServerMessage(link);
-        }
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (std::size_t i = 0; i < m_links.size(); ++i) {
@@ -204,39 +195,33 @@ void MessageProxy::serve(Link link) {
 bool MessageProxy::passClientBytes(const Link& link) {
     char buffer[65536];
     const ssize_t got = recv(link.client, buffer, sizeof buffer, 0);
-    if (got <= 0) {
+    if (got <= 0)
         return false;
-    }
     const auto count = static_cast<std::size_t>(got);
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_watch) {
+        if (m_watch)
             m_watch(buffer, count);
-        }
     }
     return writeAll(link.server, buffer, count);
 }
 
 bool MessageProxy::passServerMessage(const Link& link) {
     char header[headerSize];
-    if (!readAll(link.server, header, headerSize)) {
+    if (!readAll(link.server, header, headerSize))
         return false;
-    }
     std::uint32_t size = 0;
     std::memcpy(&size, header + 4, sizeof size);
-    if (size < headerSize) {
+    if (size < headerSize)
         return false;
-    }
     std::vector<char> body(size - headerSize);
-    if (!readAll(link.server, body.data(), body.size())) {
+    if (!readAll(link.server, body.data(), body.size()))
         return false;
-    }
     if (mayPass()) {
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
-            if (m_change) {
+            if (m_change)
                 m_change(body);
-            }
         }
         return writeAll(link.client, header, headerSize) && writeAll(link.client, body.data(), body.size());
     }
@@ -246,9 +231,8 @@ bool MessageProxy::passServerMessage(const Link& link) {
 
 bool MessageProxy::mayPass() {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_limit >= 0 && m_forwarded >= m_limit) {
+    if (m_limit >= 0 && m_forwarded >= m_limit)
         return false;
-    }
     ++m_forwarded;
     return true;
 }

@@ -1,7 +1,9 @@
 #include "support/moved_clock.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
+#include <ctime>
 
 #include "support/next_definition.h"
 
@@ -16,9 +18,8 @@ extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t cl
                                                                     timespec* time) noexcept {
     static const auto next = nextDefinition<int (*)(clockid_t, timespec*)>("clock_gettime");
     const int result = next(clock, time);
-    if (result == 0 && static_cast<std::size_t>(clock) < clocks) {
+    if (result == 0 && static_cast<std::size_t>(clock) < clocks)
         time->tv_sec += movedBy[clock];
-    }
     return result;
 }
 

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <ctime>
-
 #include <chrono>
+#include <ctime>
 
 namespace test_support {
 

@@ -1,9 +1,8 @@
 #pragma once
 
-#include <dlfcn.h>
-
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 
 /// The definition that this program's own one hides.
 template <typename Function>

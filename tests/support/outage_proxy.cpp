@@ -1,21 +1,28 @@
 #include "support/outage_proxy.h"
 
-#include "support/request_counter.h"
-
+#include <algorithm>
 #include <arpa/inet.h>
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
 #include <fcntl.h>
-#include <linux/filter.h>
+#include <limits>
+#include <memory>
+#include <mutex>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <string>
 #include <sys/socket.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <array>
-#include <cerrno>
-#include <limits>
 #include <system_error>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+#include <linux/filter.h>
+
+#include "support/request_counter.h"
 
 namespace test_support {
 namespace {
@@ -23,9 +30,8 @@ namespace {
 constexpr std::size_t noLimit = std::numeric_limits<std::size_t>::max();
 
 int checked(int result, const char* what) {
-    if (result < 0) {
+    if (result < 0)
         throw std::system_error(errno, std::generic_category(), what);
-    }
     return result;
 }
 
@@ -262,16 +268,14 @@ void OutageProxy::serveReady() {
             ++i;
         }
     }
-    if (!m_silent) {
+    if (!m_silent)
         acceptClient();
-    }
 }
 
 void OutageProxy::acceptClient() {
     const int client = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
-    if (client < 0) {
+    if (client < 0)
         return;
-    }
     const int server = makeSocket();
     auto link = std::make_unique<Link>(client, server);
     const sockaddr_in address = loopback(m_targetPort);
@@ -288,16 +292,14 @@ void OutageProxy::pass(Link& link) {
         const std::size_t count = link.up.read(noLimit);
         link.requests.read(link.up.bytes(), count);
     }
-    if (link.up.wantsToWrite()) {
+    if (link.up.wantsToWrite())
         link.up.write();
-    }
     if (link.down.wantsToRead()) {
         const std::size_t count = link.down.read(m_serverBytesLeft);
         m_serverBytesLeft -= m_serverBytesLeft == noLimit ? 0 : count;
     }
-    if (link.down.wantsToWrite()) {
+    if (link.down.wantsToWrite())
         link.down.write();
-    }
     if (m_serverBytesLeft == 0) {
         m_serverBytesLeft = noLimit;
         m_silent = true;
@@ -305,9 +307,8 @@ void OutageProxy::pass(Link& link) {
 }
 
 void OutageProxy::endLink(Link& link) {
-    for (const auto& [type, count] : link.requests.counts()) {
+    for (const auto& [type, count] : link.requests.counts())
         m_requests[type] += count;
-    }
 }
 
 } // namespace test_support

@@ -1,21 +1,20 @@
-#include "support/outage_proxy.h"
-
-#include "support/request_counter.h"
-
+#include <algorithm>
 #include <arpa/inet.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <cstdint>
+#include <cstring>
+#include <memory>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <string>
 #include <sys/socket.h>
 
-#include <algorithm>
-#include <cstring>
-#include <memory>
-#include <string>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "support/child_process.h"
+#include "support/outage_proxy.h"
+#include "support/request_counter.h"
 
 using test_support::Descriptor;
 using test_support::OutageProxy;
@@ -147,9 +146,8 @@ TEST(RequestCounterTest, CountsMessagesAndNotChunks) {
                                chunk("MSGC", 7, 500) + chunk("MSGF", 8, 28) + chunk("MSGF", 631, 70);
     for (const std::size_t piece : {std::size_t(1), std::size_t(27), stream.size()}) {
         RequestCounter counter;
-        for (std::size_t at = 0; at < stream.size(); at += piece) {
+        for (std::size_t at = 0; at < stream.size(); at += piece)
             counter.read(&stream[at], std::min(piece, stream.size() - at));
-        }
         EXPECT_THAT(counter.counts(), ElementsAre(Pair(631, 2), Pair(673, 1)));
     }
 }

@@ -20,9 +20,8 @@ int threads() {
 bool waitForThreads(int count) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while (threads() != count) {
-        if (std::chrono::steady_clock::now() > end) {
+        if (std::chrono::steady_clock::now() > end)
             return false;
-        }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return true;

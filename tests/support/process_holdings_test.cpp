@@ -1,10 +1,10 @@
-#include "support/process_holdings.h"
-
 #include <fstream>
 #include <future>
 #include <thread>
 
 #include <gtest/gtest.h>
+
+#include "support/process_holdings.h"
 
 using test_support::openDescriptors;
 using test_support::threadCount;

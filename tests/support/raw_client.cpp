@@ -5,14 +5,15 @@
 #include <cstdarg>
 #include <cstddef>
 #include <functional>
-#include <open62541/client_config_default.h>
-#include <open62541/client_highlevel.h>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include <open62541/client_config_default.h>
+#include <open62541/client_highlevel.h>
 
 namespace test_support {
 namespace {

@@ -3,11 +3,12 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
-#include <open62541/client.h>
-#include <open62541/types_generated.h>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <open62541/client.h>
+#include <open62541/types_generated.h>
 
 namespace test_support {
 

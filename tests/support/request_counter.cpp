@@ -1,6 +1,7 @@
 #include "support/request_counter.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 namespace test_support {
@@ -12,9 +13,8 @@ void RequestCounter::read(const char* bytes, std::size_t count) {
         if (inHead) {
             std::copy_n(bytes, taken, m_head.begin() + m_headCount);
             m_headCount += taken;
-            if (m_headCount == headSize) {
+            if (m_headCount == headSize)
                 headIsComplete();
-            }
         } else {
             m_restOfChunk -= taken;
         }
@@ -31,9 +31,8 @@ void RequestCounter::headIsComplete() {
     m_restOfChunk = std::max<std::size_t>(chunkSize, headSize) - headSize;
     m_headCount = 0;
     if (std::memcmp(m_head.data(), "MSG", 3) == 0) {
-        if (!m_insideMessage) {
+        if (!m_insideMessage)
             ++m_counts[type];
-        }
         m_insideMessage = m_head[3] == 'C';
     }
 }

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "support/child_process.h"
-
 #include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include "support/child_process.h"
 
 namespace test_support {
 

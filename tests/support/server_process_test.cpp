@@ -1,11 +1,12 @@
-#include "support/server_process.h"
-
 #include <chrono>
 #include <csignal>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <stdexcept>
 #include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/server_process.h"
 
 using namespace std::chrono_literals;
 using test_support::ServerProcess;
@@ -36,17 +37,17 @@ TEST(ServerProcess, TakesTheUrlFromTheReadinessLine) {
 }
 
 TEST(ServerProcess, FailsWithTheReasonWhenTheServerDiesEarly) {
-    EXPECT_THAT([] { ScriptedServer server("echo 'port taken' >&2; exit 7"); },
+    EXPECT_THAT([] { const ScriptedServer server("echo 'port taken' >&2; exit 7"); },
                 ThrowsMessage<std::runtime_error>(AllOf(HasSubstr("exit code 7"), HasSubstr("port taken"))));
 }
 
 TEST(ServerProcess, FailsWhenTheServerIsNeverReady) {
-    EXPECT_THAT([] { ScriptedServer server("exec sleep 600", 50ms); },
+    EXPECT_THAT([] { const ScriptedServer server("exec sleep 600", 50ms); },
                 ThrowsMessage<std::runtime_error>(HasSubstr("in time (still running)")));
 }
 
 TEST(ServerProcess, FailsWhenTheFirstLineHoldsNoUrl) {
-    EXPECT_THAT([] { ScriptedServer server("echo hello; exec sleep 600"); },
+    EXPECT_THAT([] { const ScriptedServer server("echo hello; exec sleep 600"); },
                 ThrowsMessage<std::runtime_error>(HasSubstr("but: hello")));
 }
 

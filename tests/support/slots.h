@@ -1,9 +1,9 @@
 #pragma once
 
-#include "OpcUaClientInterface.h"
-
 #include <cstddef>
 #include <cstring>
+
+#include "OpcUaClientInterface.h"
 
 // The virtual operations as an application compiled long ago calls them: by slot number.
 namespace test_support {

@@ -1,8 +1,9 @@
-#include "support/temporary_directory.h"
-
 #include <filesystem>
 #include <fstream>
+
 #include <gtest/gtest.h>
+
+#include "support/temporary_directory.h"
 
 using test_support::TemporaryDirectory;
 namespace fs = std::filesystem;

@@ -558,10 +558,9 @@ TEST_P(ArrayConversion, ElementOfEveryTypeReadsLikeAScalar) {
 TEST_P(ArrayConversion, ArrayOfOnesOfEveryTypeIsWrittenBackInTheRecordsType) {
     for (const std::vector<UaVariant>& scalars : criticalValues()) {
         UaVariant one;
-        for (const UaVariant& scalar : scalars) {
+        for (const UaVariant& scalar : scalars)
             if (scalar.toString() == UaString("1") || scalar.toString() == UaString("true"))
                 one = scalar;
-        }
         ASSERT_FALSE(one.isEmpty());
         if (one.type() == OpcUaType_String)
             one.setString("1");

@@ -34,7 +34,7 @@ protected:
 
     static std::vector<std::string> childIds(const OpcUaNode* parent) {
         std::vector<std::string> ids;
-        for (const OpcUaNode* child = parent->child; child; child = child->next)
+        for (const OpcUaNode* child = parent->child; child != nullptr; child = child->next)
             ids.push_back(fieldText(child->nodeId));
         return ids;
     }
@@ -149,7 +149,7 @@ TEST_F(Browse, LinksTheChildrenInTheServersOrder) {
     answerReferences({{"ns=2;s=B", "B"}, {"ns=2;s=A", "A"}, {"i=85", "Objects"}});
     EXPECT_EQ(m_client->OpcUaBrowse(nullptr), 0);
     EXPECT_THAT(childIds(root()), ElementsAre("ns=2;s=B", "ns=2;s=A", "i=85"));
-    for (const OpcUaNode* child = root()->child; child; child = child->next) {
+    for (const OpcUaNode* child = root()->child; child != nullptr; child = child->next) {
         EXPECT_EQ(child->parent, root());
         EXPECT_EQ(child->child, nullptr);
     }
@@ -423,7 +423,7 @@ protected:
 
     long childCount() {
         long count = 0;
-        for (const OpcUaNode* child = root()->child; child; child = child->next)
+        for (const OpcUaNode* child = root()->child; child != nullptr; child = child->next)
             ++count;
         return count;
     }
@@ -561,7 +561,7 @@ TEST_F(Browse, OfTheServerReplacesTheTree) {
     EXPECT_EQ(m_client->OpcUaBrowse(nullptr), 0);
     EXPECT_EQ(m_client->OpcUaBrowse(root()->child), 0);
     ASSERT_EQ(record_census::live(), 5);
-    record_census::Quarantine quarantine;
+    const record_census::Quarantine quarantine;
     EXPECT_EQ(m_client->OpcUaBrowse(nullptr), 0);
     EXPECT_EQ(quarantine.freedOnce(), 5);
     EXPECT_EQ(quarantine.freedAgain(), 0);
@@ -611,7 +611,7 @@ TEST_F(Browse, TwiceOfARecordGivesTheSameChildrenOnce) {
     OpcUaNode* node = root()->child;
     answerReferences({{"ns=2;s=A.1", "1"}, {"ns=2;s=A.2", "2"}});
     EXPECT_EQ(m_client->OpcUaBrowse(node), 0);
-    record_census::Quarantine quarantine;
+    const record_census::Quarantine quarantine;
     EXPECT_EQ(m_client->OpcUaBrowse(node), 0);
     EXPECT_THAT(childIds(node), ElementsAre("ns=2;s=A.1", "ns=2;s=A.2"));
     EXPECT_EQ(quarantine.freedOnce(), 2);
@@ -640,7 +640,7 @@ TEST_F(Browse, OfACallersRecordInTheTreeHangsTheChildrenUnderTheCallersRecord) {
     EXPECT_THAT(childIds(&own.node), ElementsAre("ns=2;s=B.1"));
     EXPECT_EQ(own.node.child->parent, &own.node);
     EXPECT_EQ(root()->child->next->child, nullptr) << "the record in the tree gets none";
-    record_census::Quarantine quarantine;
+    const record_census::Quarantine quarantine;
     EXPECT_EQ(m_client->OpcUaBrowse(&own.node), 0);
     EXPECT_EQ(quarantine.freedOnce(), 1) << "the earlier children are replaced";
     EXPECT_THAT(childIds(&own.node), SizeIs(1));
@@ -771,7 +771,7 @@ TEST_F(Browse, WithoutSessionFreesTheTree) {
     EXPECT_EQ(m_client->OpcUaDisConnect(), 0);
     script().forgetCalls();
     mutex_watch::forgetLocks();
-    record_census::Quarantine quarantine;
+    const record_census::Quarantine quarantine;
     EXPECT_EQ(m_client->OpcUaBrowse(&own.node), 3);
     EXPECT_EQ(message(), messages::notConnected);
     EXPECT_EQ(root(), nullptr);

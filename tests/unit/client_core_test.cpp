@@ -14,18 +14,16 @@ namespace {
 
 std::vector<std::string> argumentsOf(const std::string& operation) {
     std::vector<std::string> result;
-    for (const standin::Call& call : script().calls()) {
+    for (const standin::Call& call : script().calls())
         if (call.operation == operation)
             result.push_back(std::get<std::string>(call.arguments));
-    }
     return result;
 }
 
 const standin::Call& callOf(const std::vector<standin::Call>& calls, const std::string& operation) {
-    for (const standin::Call& call : calls) {
+    for (const standin::Call& call : calls)
         if (call.operation == operation)
             return call;
-    }
     throw std::out_of_range("no call of " + operation);
 }
 
@@ -34,7 +32,7 @@ const standin::Call& callOf(const std::vector<standin::Call>& calls, const std::
 using Construction = StandInTest;
 
 TEST_F(Construction, StartsThePlatformBeforeAnythingElseAndMakesThreeMutexes) {
-    COpcUaClientInterface client;
+    const COpcUaClientInterface client;
     EXPECT_THAT(script().operations(), ElementsAre("UaPlatformLayer::init", "pthread_mutex_init",
                                                    "pthread_mutex_init", "pthread_mutex_init"));
     EXPECT_THAT(argumentsOf("pthread_mutex_init"), ElementsAre("0", "1", "2"))
@@ -98,7 +96,7 @@ TEST_F(Destruction, FreesEveryRecordExactlyOnce) {
     ASSERT_EQ(m_client->OpcUaBrowse(nullptr), 0);
     ASSERT_EQ(m_client->OpcUaBrowse(m_client->OpcUaReadRootNode()->child), 0);
     ASSERT_NE(m_client->OpcUaGetUaNode("ns=2;s=C", OpcUaDataType_Int32), nullptr);
-    record_census::Quarantine quarantine;
+    const record_census::Quarantine quarantine;
     m_client.reset();
     EXPECT_EQ(quarantine.freedOnce(), 6);
     EXPECT_EQ(quarantine.freedAgain(), 0);

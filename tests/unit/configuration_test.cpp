@@ -1,13 +1,12 @@
-#include "security/configuration.h"
-
-#include <gtest/gtest.h>
-
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <ios>
 #include <string>
 
+#include <gtest/gtest.h>
+
+#include "security/configuration.h"
 #include "support/temporary_directory.h"
 
 namespace {

@@ -198,10 +198,9 @@ TEST_F(Connect, ReadsTheConfigurationBesideTheExecutable) {
     platform_recorder::setExecutable("/opt/plant/hmi");
     EXPECT_EQ(tryConnect(), 0);
     std::vector<std::string> read;
-    for (const standin::Call& call : script().calls()) {
+    for (const standin::Call& call : script().calls())
         if (call.operation.rfind("UaSettings::", 0) == 0)
             read.push_back(std::get<std::string>(call.arguments));
-    }
     std::vector<std::string> expected = {"/opt/plant/OpcUaClientConfig.ini", "UaClientConfig"};
     expected.insert(expected.end(), configurationKeys.begin(), configurationKeys.end());
     EXPECT_THAT(read, ElementsAreArray(expected));
@@ -216,11 +215,9 @@ TEST_F(Connect, ReadsTheConfigurationAgainEveryTime) {
 TEST_F(Connect, UnknownExecutableIsNoFailure) {
     platform_recorder::failExecutable();
     EXPECT_EQ(tryConnect(), 0);
-    for (const standin::Call& call : script().calls()) {
-        if (call.operation == "UaSettings::UaSettings") {
+    for (const standin::Call& call : script().calls())
+        if (call.operation == "UaSettings::UaSettings")
             EXPECT_EQ(std::get<std::string>(call.arguments), "/OpcUaClientConfig.ini");
-        }
-    }
 }
 
 TEST_F(Connect, RefusedLeavesNoSession) {

@@ -24,9 +24,8 @@ void UaVariant::arrayDimensions(UaUInt32Array& dimensions) const {
     static const auto next = nextDefinition<void (*)(const UaVariant*, UaUInt32Array&)>(
         "_ZNK9UaVariant15arrayDimensionsER15UaProtocolArrayIjE");
     next(this, dimensions);
-    if (numberOfLengths) {
+    if (numberOfLengths)
         dimensions.create(*numberOfLengths);
-    }
 }
 
 namespace {

@@ -1,12 +1,11 @@
 // What delivering data changes costs on the heap, from the SDK's call to the application's callback.
-#include <gtest/gtest.h>
-
-#include <malloc.h>
-#include <open62541/types_generated_handling.h>
-
 #include <cstring>
+#include <malloc.h>
 #include <memory>
 #include <vector>
+
+#include <gtest/gtest.h>
+#include <open62541/types_generated_handling.h>
 
 #include "OpcUaClientInterface.h"
 #include "protocol_values.h"
@@ -21,9 +20,8 @@ struct CountingApplication final : COpcUaClientInterface::OpcUaCallBack {
     void OpcUaDataChange(_OpcUaDataChangeMsg message) override {
         ++calls;
         bytes += message.valueSize;
-        if (keeps) {
+        if (keeps)
             kept = std::make_unique<_OpcUaDataChangeMsg>(message);
-        }
     }
     int OpcUaTrustServerCertificate(_OpcUaCertificateMsg) override { return -1; }
     int calls = 0;

@@ -1,6 +1,4 @@
 // How deliveries end, whoever ends them and on whatever thread.
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <chrono>
 #include <cstring>
@@ -9,6 +7,9 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
+
+#include <gtest/gtest.h>
 
 #include "OpcUaClientInterface.h"
 #include "standin/standin.h"
@@ -25,9 +26,8 @@ constexpr int rounds = 100;
 struct Application final : COpcUaClientInterface::OpcUaCallBack {
     void OpcUaDataChange(_OpcUaDataChangeMsg) override {
         ++calls;
-        if (onChange) {
+        if (onChange)
             onChange();
-        }
     }
     int OpcUaTrustServerCertificate(_OpcUaCertificateMsg) override { return -1; }
 
@@ -60,9 +60,8 @@ public:
     /// One publish answer with so many changes of the first item.
     void publish(int count) {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (!m_queue) {
+        if (!m_queue)
             return;
-        }
         for (OpcUa_Int32 i = 0; i < count; ++i) {
             OpcUa_DataValue change = {};
             UA_Variant_setScalar(&change.value, &i, &UA_TYPES[UA_TYPES_INT32]);
@@ -81,9 +80,8 @@ private:
         std::unique_ptr<CallbackThread> thread;
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
-            if (m_queue) {
+            if (m_queue)
                 m_queue->close();
-            }
             m_queue.reset();
             thread = std::move(m_thread);
         }
@@ -127,9 +125,8 @@ protected:
     void publishABacklog() {
         std::promise<void> first;
         application.onChange = [this, &first] {
-            if (application.calls == 1) {
+            if (application.calls == 1)
                 first.set_value();
-            }
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         };
         publisher->publish(100000);
@@ -299,9 +296,8 @@ TEST_F(DeliveryEnd, SubscriptionsComeAndGoWhileChangesArrive) {
     });
     for (int round = 0; round < rounds; ++round) {
         EXPECT_EQ(round % 2 == 0 ? client->OpcUaDeleteSubScription() : client->OpcUaDisConnect(), 0);
-        if (round % 2 != 0) {
+        if (round % 2 != 0)
             EXPECT_EQ(connect(), 0);
-        }
         EXPECT_EQ(client->OpcUaCreateSubScription(100), 0);
         publisher->publishTo(static_cast<OpcUa_UInt32>(round) + 2);
         EXPECT_EQ(add(), 0);

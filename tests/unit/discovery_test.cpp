@@ -105,19 +105,17 @@ protected:
     template <typename Part>
     static bool isUntouched(const Part& part) {
         const auto* bytes = reinterpret_cast<const unsigned char*>(&part);
-        for (std::size_t i = 0; i < sizeof(part); ++i) {
+        for (std::size_t i = 0; i < sizeof(part); ++i)
             if (bytes[i] != untouched)
                 return false;
-        }
         return true;
     }
 
     std::vector<std::string> queriedUrls() {
         std::vector<std::string> urls;
-        for (const standin::Call& call : script().calls()) {
+        for (const standin::Call& call : script().calls())
             if (call.operation == "UaDiscovery::getEndpoints")
                 urls.push_back(std::get<Query>(call.arguments).url);
-        }
         return urls;
     }
 
@@ -331,7 +329,8 @@ TEST_F(Discovery, AsksAtMostFifteenUrlsOfAServer) {
 }
 
 TEST_F(Discovery, FullRecordStaysWithinItself) {
-    std::vector<Server> servers(11, Server{std::string(300, 'u'), std::string(300, 'n'), numberedUrls(20)});
+    const std::vector<Server> servers(11,
+                                      Server{std::string(300, 'u'), std::string(300, 'n'), numberedUrls(20)});
     answerServers(servers);
     answerEndpoints(std::vector<Endpoint>(30, Endpoint{std::string(300, 'e')}));
     EXPECT_EQ(discover(), 0);
@@ -405,10 +404,10 @@ TEST_F(Discovery, SuitableEndpointsBeyondTheTwentiethAreNotExamined) {
 }
 
 TEST_F(Discovery, SkippedEndpointsLeaveHoles) {
-    Endpoint https{"https://plant:443", "http://opcfoundation.org/UA/SecurityPolicy#Basic256", 3,
-                   httpsProfile};
-    Endpoint first{"opc.tcp://plant:1", "http://opcfoundation.org/UA/SecurityPolicy#Basic256Sha256", 3};
-    Endpoint second{"opc.tcp://plant:2", "http://opcfoundation.org/UA/SecurityPolicy#None", 1};
+    const Endpoint https{"https://plant:443", "http://opcfoundation.org/UA/SecurityPolicy#Basic256", 3,
+                         httpsProfile};
+    const Endpoint first{"opc.tcp://plant:1", "http://opcfoundation.org/UA/SecurityPolicy#Basic256Sha256", 3};
+    const Endpoint second{"opc.tcp://plant:2", "http://opcfoundation.org/UA/SecurityPolicy#None", 1};
     const _OpcUa_DiscoveryUrlMsg& entry = discoverEndpoints({https, first, https, second, https});
     EXPECT_EQ(entry.endpointCount, 2U);
     EXPECT_TRUE(isUntouched(entry.endpoints[0]));

@@ -58,7 +58,7 @@ protected:
     Facade() : m_mock(new StrictMock<ImplementationMock>) { delete exchangeImplementation(m_facade, m_mock); }
 
     ~Facade() override {
-        if (m_mock)
+        if (m_mock != nullptr)
             EXPECT_CALL(*m_mock, destroyed());
     }
 

@@ -1,8 +1,7 @@
-#include <dlfcn.h>
-#include <link.h>
-
 #include <cstddef>
+#include <dlfcn.h>
 #include <filesystem>
+#include <link.h>
 #include <string>
 #include <vector>
 

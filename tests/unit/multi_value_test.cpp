@@ -42,10 +42,9 @@ std::vector<std::size_t> sentBatches() {
 template <typename Request>
 std::vector<std::string> sentNodeIds() {
     std::vector<std::string> ids;
-    for (const Request& request : script().requests<Request>()) {
+    for (const Request& request : script().requests<Request>())
         for (const auto& item : request.items)
             ids.push_back(item.nodeId);
-    }
     return ids;
 }
 
@@ -140,10 +139,9 @@ protected:
 
     static std::vector<UaVariant> sentValues() {
         std::vector<UaVariant> values;
-        for (const WriteRequest& request : script().requests<WriteRequest>()) {
+        for (const WriteRequest& request : script().requests<WriteRequest>())
             for (const WriteItem& item : request.items)
                 values.push_back(item.value);
-        }
         return values;
     }
     static std::vector<std::string> sentTexts() {

@@ -1,11 +1,9 @@
-#include "OpcUaNodelist.h"
-
-#include <pthread.h>
-
 #include <functional>
 #include <memory>
+#include <pthread.h>
 #include <string>
 
+#include "OpcUaNodelist.h"
 #include "client_test.h"
 
 namespace {
@@ -26,7 +24,7 @@ protected:
     /// Appends a record beside the others on top.
     OpcUaNode* top(const std::string& nodeId) {
         OpcUaNode* node = newNode(nodeId);
-        if (m_top)
+        if (m_top != nullptr)
             m_list.addnextNode(m_top, node);
         else
             m_top = node;
@@ -247,7 +245,7 @@ TEST_F(Freeing, TakesSubtreesAndLaterSiblingsExactlyOnce) {
     below(first, "12");
     below(below(second, "21"), "211");
     below(second->child, "212");
-    record_census::Quarantine quarantine;
+    const record_census::Quarantine quarantine;
     m_list.deleteMemory(&m_top);
     EXPECT_EQ(m_top, nullptr);
     EXPECT_EQ(quarantine.freedOnce(), 9);
@@ -322,7 +320,7 @@ TEST_F(Freeing, OfAMillionSiblingsNeedsNoStack) {
 
 TEST_F(Freeing, OfADeepChainNeedsNoStack) {
     m_top = makeRow(100000, Link::Child);
-    record_census::Quarantine quarantine;
+    const record_census::Quarantine quarantine;
     onSmallStack([this] { m_list.deleteMemory(&m_top); });
     EXPECT_EQ(m_top, nullptr);
     EXPECT_EQ(quarantine.freedOnce(), 100000);
@@ -335,7 +333,7 @@ TEST_F(Freeing, OfADeepChainOfRowsNeedsNoStack) {
         level->next->child = m_top;
         m_top = level;
     }
-    record_census::Quarantine quarantine;
+    const record_census::Quarantine quarantine;
     onSmallStack([this] { m_list.deleteMemory(&m_top); });
     EXPECT_EQ(quarantine.freedOnce(), 60000);
     EXPECT_EQ(quarantine.freedAgain(), 0);

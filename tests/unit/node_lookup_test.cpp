@@ -269,7 +269,7 @@ TEST_F(LookupBelowRecords, BrowsingTheFirstRecordReplacesTheRow) {
     OpcUaNode* head = lookUp("ns=2;s=A");
     lookUp("ns=2;s=C");
     lookUp("ns=2;s=D");
-    record_census::Quarantine quarantine;
+    const record_census::Quarantine quarantine;
     browse(head, {{"ns=2;s=A.1", "1"}});
     EXPECT_EQ(quarantine.freedOnce(), 2);
     EXPECT_EQ(lookUp("ns=2;s=A"), head);
@@ -297,7 +297,7 @@ protected:
     static OpcUaNode* own(const std::string& nodeId) { return new OpcUaNode(makeNode(nodeId)); }
     static std::vector<const OpcUaNode*> rowOf(const OpcUaNode* head) {
         std::vector<const OpcUaNode*> row;
-        for (const OpcUaNode* node = head->child; node; node = node->next)
+        for (const OpcUaNode* node = head->child; node != nullptr; node = node->next)
             row.push_back(node);
         return row;
     }
@@ -365,7 +365,7 @@ TEST_F(LookupBelowRecords, ForgetsAnswersOfARowThatWasReplaced) {
     lookUp("ns=2;s=Tank10");
     lookUp("ns=2;s=Tank1");
     lookUp("ns=2;s=Tank10");
-    record_census::Quarantine quarantine;
+    const record_census::Quarantine quarantine;
     browse(head, {{"ns=2;s=B", "B"}});
     OpcUaNode* tank = lookUp("ns=2;s=Tank1");
     EXPECT_EQ(quarantine.placeOf(tank), 0) << "not a freed one";

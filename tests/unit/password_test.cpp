@@ -1,5 +1,3 @@
-#include "security/password.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
@@ -7,6 +5,8 @@
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include "security/password.h"
 
 /// Short ones lie within a string, long ones on the heap: looked at is where the object itself was.
 TEST(PasswordOfARecord, LeavesNothingInItsPlace) {

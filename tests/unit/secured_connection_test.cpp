@@ -1,8 +1,7 @@
 #include <filesystem>
 #include <fstream>
-#include <utility>
-
 #include <sys/stat.h>
+#include <utility>
 
 #include "secured_client_test.h"
 #include "uapki/certificate.h"
@@ -49,11 +48,9 @@ TEST_F(SecuredConnection, AsksTheServerThatItConnectsTo) {
     ASSERT_EQ(queries.size(), 1U);
     EXPECT_EQ(queries[0].url, "opc.tcp://boiler:4841");
     EXPECT_EQ(queries[0].settings.callTimeout, 10000);
-    for (const standin::Call& call : script().calls()) {
-        if (call.operation == verify) {
+    for (const standin::Call& call : script().calls())
+        if (call.operation == verify)
             EXPECT_EQ(call.object, queries[0].security) << "the session learns what was offered";
-        }
-    }
 }
 
 TEST_F(SecuredConnection, BindsTheSessionToTheFirstEndpointsCertificate) {

@@ -1,3 +1,4 @@
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -217,11 +218,9 @@ TEST_F(ServerTrust, WhatTheApplicationIsToldIsUtf8WhateverTheCertificateHolds) {
     const UaByteString der = plain.toDER();
     const auto toldOf = [&der](const std::string& value, const std::string& uri) {
         std::string bytes(reinterpret_cast<const char*>(der.data()), static_cast<std::size_t>(der.length()));
-        for (const char* name : {"commonna", "organiza"}) {
-            for (std::size_t at = bytes.find(name); at != std::string::npos; at = bytes.find(name)) {
+        for (const char* name : {"commonna", "organiza"})
+            for (std::size_t at = bytes.find(name); at != std::string::npos; at = bytes.find(name))
                 bytes.replace(at - 2, value.size(), value);
-            }
-        }
         bytes.replace(bytes.find("urn:plant"), uri.size(), uri);
         COpcUaClient client;
         _OpcUaCertificateMsg told;
@@ -237,9 +236,8 @@ TEST_F(ServerTrust, WhatTheApplicationIsToldIsUtf8WhateverTheCertificateHolds) {
           "\x1C\x08\x00\x11\x00\x00\x00\x00\xD8\x00"s, "\x14\x08\x41\x9B\xE9\xFF\x42\x43\x44\x45"s,
           "\x13\x08\x41\x9B\xE9\xFF\x42\x43\x44\x45"s}) {
         const _OpcUaCertificateMsg told = toldOf(value, "urn:\xE9\xED\xA0\x80\x9B");
-        for (const std::string& text : {told.commonName, told.organization, told.applicationUri}) {
+        for (const std::string& text : {told.commonName, told.organization, told.applicationUri})
             EXPECT_EQ(UaUniString(text.c_str()).toUtf8().text(), text) << "valid UTF-8 comes back as it went";
-        }
         certificates += told.thumbprint.empty() ? 0 : 1;
     }
     EXPECT_GE(certificates, 2);
@@ -294,9 +292,8 @@ TEST_P(VerificationSwitch, FollowsTheDecision) {
         return UaStatus(operation == verify ? GetParam().verified : GetParam().saved);
     };
     DecidingApplication application(GetParam().decision);
-    if (GetParam().decision != nobody) {
+    if (GetParam().decision != nobody)
         ASSERT_EQ(m_deciding.installOpcUaCallBack(&application), 0);
-    }
     expectAfter(false, GetParam().fromOff);
     expectAfter(true, GetParam().fromOn);
     char text[64] = {};

@@ -284,9 +284,8 @@ TEST_F(NamedDirectory, MayEndWithSlashes) {
 }
 
 TEST_F(NamedDirectory, IsIgnoredUnlessItIsAbsolute) {
-    for (const char* named : {"", "panel", "./panel", "~/panel", " /panel"}) {
+    for (const char* named : {"", "panel", "./panel", "~/panel", " /panel"})
         EXPECT_EQ(pathFor(named), "/opt/plant/bin") << named;
-    }
 }
 
 TEST_F(NamedDirectory, IsIgnoredWhenNoPathCanBeSoLong) {

@@ -243,10 +243,9 @@ TEST_F(Subscription, TheDestructorClearsThenDeletesThenDisconnects) {
     watchFromHere();
     m_client.reset();
     std::vector<std::string> operations;
-    for (const std::string& operation : script().operations()) {
+    for (const std::string& operation : script().operations())
         if (operation.find("isConnected") == std::string::npos && operation.find("Ua") == 0)
             operations.push_back(operation);
-    }
     EXPECT_THAT(operations,
                 ElementsAre("UaSubscription::deleteMonitoredItems", "UaSession::deleteSubscription",
                             "UaSubscription::~UaSubscription", "UaSession::disconnect",

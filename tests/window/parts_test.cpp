@@ -2,11 +2,12 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
-#include <gtest/gtest.h>
 #include <limits>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "OpcUaHelpers.h"
 #include "link/backoff.h"

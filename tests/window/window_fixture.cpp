@@ -85,10 +85,9 @@ void Window::openConnected() {
     click("trustAlways");
     awaitCurrent();
     await("all values", [this] {
-        for (const window_panel::Tag tag : window_panel::allTags()) {
+        for (const window_panel::Tag tag : window_panel::allTags())
             if (!picture().isKnown(tag))
                 return false;
-        }
         return true;
     });
 }

@@ -5,10 +5,11 @@
 #include <QString>
 #include <QWidget>
 #include <functional>
-#include <gtest/gtest.h>
 #include <memory>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "support/child_process.h"
 #include "support/server_process.h"

@@ -1,5 +1,3 @@
-#include "window_fixture.h"
-
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDir>
@@ -8,13 +6,15 @@
 #include <QTimer>
 #include <chrono>
 #include <csignal>
-#include <gmock/gmock.h>
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
 
 #include "plant/tags.h"
 #include "plant/trend_history.h"
 #include "widgets/mimic.h"
+#include "window_fixture.h"
 
 using testing::Contains;
 using window_panel::Condition;
@@ -231,10 +231,9 @@ TEST_F(Window, DrawsTheLastMinuteWithItsTroubles) {
     click("writeConfirm");
     await("a minute", [&] { return secondsShown() > 61; });
     await("a calm plant", [this] {
-        for (const Tag tag : window_panel::allTags()) {
+        for (const Tag tag : window_panel::allTags())
             if (picture().condition(tag) != Condition::Normal)
                 return false;
-        }
         return true;
     });
     photograph("window-panel");

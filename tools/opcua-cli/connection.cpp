@@ -1,12 +1,5 @@
 #include "connection.h"
 
-#include "OpcUaHelpers.h"
-#include "interrupt.h"
-#include "reasons.h"
-#include "result_text.h"
-#include "security/user_certificate.h"
-#include "wait.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -14,6 +7,13 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "OpcUaHelpers.h"
+#include "interrupt.h"
+#include "reasons.h"
+#include "result_text.h"
+#include "security/user_certificate.h"
+#include "wait.h"
 
 namespace opcua_cli {
 namespace {
@@ -112,10 +112,9 @@ void Connection::throwIfLost(int resultCode) {
 Problem Connection::problemOfBrowse(const std::string& nodeId) {
     Problem problem = lastProblem();
     readNumber(nodeId);
-    for (const std::string& text : m_trace.newTexts()) {
+    for (const std::string& text : m_trace.newTexts())
         if (text.find("BadNodeId") != std::string::npos)
             explainNode(problem, {text}, nodeId);
-    }
     problem.explanation += ": " + nodeId;
     return problem;
 }

@@ -1,16 +1,16 @@
 #pragma once
 
-#include "OpcUaClientInterface.h"
-#include "failure.h"
-#include "files/trace.h"
-#include "options.h"
-#include "security/trust.h"
-
 #include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "OpcUaClientInterface.h"
+#include "failure.h"
+#include "files/trace.h"
+#include "options.h"
+#include "security/trust.h"
 
 namespace opcua_cli {
 

@@ -1,9 +1,5 @@
 #include "help.h"
 
-#include "failure.h"
-#include "output/terminal.h"
-#include "text/utf8.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <numeric>
@@ -12,6 +8,10 @@
 #include <string>
 #include <unistd.h>
 #include <vector>
+
+#include "failure.h"
+#include "output/terminal.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "command_line/command_line.h"
-
 #include <cstddef>
 #include <string>
 #include <vector>
+
+#include "command_line/command_line.h"
 
 namespace opcua_cli {
 

@@ -1,7 +1,5 @@
 #include "interrupt.h"
 
-#include "failure.h"
-
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -15,6 +13,8 @@
 #include <sys/eventfd.h>
 #include <thread>
 #include <unistd.h>
+
+#include "failure.h"
 
 namespace opcua_cli {
 namespace {
@@ -33,9 +33,8 @@ static_assert(std::atomic<int>::is_always_lock_free && std::atomic<const char*>:
 /// Nobody may hold the end up: what is full or stopped gets no words.
 void writeNow(int descriptor, const char* words) {
     pollfd target{descriptor, POLLOUT, 0};
-    if (words != nullptr && poll(&target, 1, 0) == 1 && (target.revents & POLLOUT) != 0) {
-        [[maybe_unused]] const ssize_t written = write(descriptor, words, std::strlen(words));
-    }
+    if (words != nullptr && poll(&target, 1, 0) == 1 && (target.revents & POLLOUT) != 0) [[maybe_unused]]
+        const ssize_t written = write(descriptor, words, std::strlen(words));
 }
 
 void takeLeave() {
@@ -90,10 +89,9 @@ void endLate() {
         while (poll(&interrupt, 1, -1) < 1) {
         }
         std::this_thread::sleep_for(timeToEnd);
-        for (const WatchedSignal& watched : watchedSignals) {
+        for (const WatchedSignal& watched : watchedSignals)
             if (received == watched.number)
                 endNow(watched);
-        }
     }
 }
 
@@ -109,26 +107,23 @@ void watchForInterrupt() {
     wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     struct sigaction action{};
     action.sa_handler = onSignal;
-    for (const WatchedSignal& watched : watchedSignals) {
+    for (const WatchedSignal& watched : watchedSignals)
         if (watched.number != SIGHUP || !isIgnored(SIGHUP))
             sigaction(watched.number, &action, nullptr);
-    }
     startThreadWithoutSignals(endLate).detach();
 }
 
 void throwIfInterrupted() {
-    for (const WatchedSignal& watched : watchedSignals) {
+    for (const WatchedSignal& watched : watchedSignals)
         if (received == watched.number)
             throw Failure(watched.exitCode, {watched.explanation, {}});
-    }
 }
 
 void forgetInterrupt() {
     int interrupted = SIGINT;
     std::uint64_t count = 0;
-    if (received.compare_exchange_strong(interrupted, 0)) {
-        [[maybe_unused]] const ssize_t taken = read(wakeUp, &count, sizeof count);
-    }
+    if (received.compare_exchange_strong(interrupted, 0)) [[maybe_unused]]
+        const ssize_t taken = read(wakeUp, &count, sizeof count);
 }
 
 void pauseFor(std::chrono::milliseconds time) {

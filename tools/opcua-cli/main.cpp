@@ -1,3 +1,9 @@
+#include <cstddef>
+#include <exception>
+#include <optional>
+#include <string>
+#include <unistd.h>
+
 #include "command_line/command_line.h"
 #include "commands/commands.h"
 #include "files/library_files.h"
@@ -6,12 +12,6 @@
 #include "output/streams.h"
 #include "output/terminal.h"
 #include "text/utf8.h"
-
-#include <cstddef>
-#include <exception>
-#include <optional>
-#include <string>
-#include <unistd.h>
 
 namespace {
 
@@ -39,11 +39,10 @@ void describeProgram(Program& program) {
 
 /// Everything later takes arguments for text.
 void refuseBrokenArguments(int count, char** arguments) {
-    for (int i = 1; i < count; ++i) {
+    for (int i = 1; i < count; ++i)
         if (!isValidUtf8(arguments[i]))
             throw usageFailure("argument " + std::to_string(i) + " is not UTF-8: " + arguments[i],
                                "a terminal with a UTF-8 locale");
-    }
 }
 
 void show(const std::string& help) {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "security/options.h"
-
 #include <cstddef>
 #include <memory>
 #include <string>
+
+#include "security/options.h"
 
 namespace opcua_cli {
 

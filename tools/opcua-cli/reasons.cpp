@@ -1,8 +1,5 @@
 #include "reasons.h"
 
-#include "address.h"
-#include "files/library_files.h"
-
 #include <algorithm>
 #include <cctype>
 #include <cstddef>
@@ -10,6 +7,9 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "address.h"
+#include "files/library_files.h"
 
 namespace opcua_cli {
 namespace {

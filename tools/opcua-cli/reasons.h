@@ -1,9 +1,9 @@
 #pragma once
 
-#include "failure.h"
-
 #include <string>
 #include <vector>
+
+#include "failure.h"
 
 namespace opcua_cli {
 

@@ -1,10 +1,10 @@
 #include "result_text.h"
 
-#include "OpcUaClientInterface.h"
-
 #include <algorithm>
 #include <array>
 #include <string>
+
+#include "OpcUaClientInterface.h"
 
 namespace opcua_cli {
 namespace {

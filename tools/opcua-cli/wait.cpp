@@ -1,14 +1,14 @@
 #include "wait.h"
 
-#include "failure.h"
-#include "interrupt.h"
-#include "options.h"
-#include "output/streams.h"
-
 #include <algorithm>
 #include <chrono>
 #include <functional>
 #include <string>
+
+#include "failure.h"
+#include "interrupt.h"
+#include "options.h"
+#include "output/streams.h"
 
 namespace opcua_cli {
 

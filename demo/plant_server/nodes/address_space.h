@@ -1,11 +1,11 @@
 #pragma once
 
-#include "nodes/value.h"
-#include "server/clients.h"
-
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "nodes/value.h"
+#include "server/clients.h"
 
 namespace plant_server {
 

@@ -2,10 +2,11 @@
 
 #include <cstddef>
 #include <limits>
-#include <open62541/types.h>
-#include <open62541/types_generated.h>
 #include <string>
 #include <type_traits>
+
+#include <open62541/types.h>
+#include <open62541/types_generated.h>
 
 namespace plant_server {
 

@@ -1,11 +1,12 @@
 #include "nodes/node_id.h"
 
-#include "nodes/status.h"
-
-#include <open62541/util.h>
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include <open62541/util.h>
+
+#include "nodes/status.h"
 
 namespace plant_server {
 

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <open62541/types.h>
 #include <stdexcept>
 #include <string>
+
+#include <open62541/types.h>
 
 namespace plant_server {
 

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "nodes/built_in_types.h"
-#include "nodes/node_id.h"
-#include "nodes/status.h"
-
 #include <cstddef>
 #include <functional>
 #include <numeric>
 #include <utility>
 #include <vector>
+
+#include "nodes/built_in_types.h"
+#include "nodes/node_id.h"
+#include "nodes/status.h"
 
 namespace plant_server {
 

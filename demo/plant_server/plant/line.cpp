@@ -1,9 +1,9 @@
-#include "plant/plant.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <string>
 #include <vector>
+
+#include "plant/plant.h"
 
 namespace plant_server {
 namespace {

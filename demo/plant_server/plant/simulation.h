@@ -1,12 +1,12 @@
 #pragma once
 
-#include "nodes/address_space.h"
-
 #include <algorithm>
 #include <functional>
 #include <random>
 #include <utility>
 #include <vector>
+
+#include "nodes/address_space.h"
 
 namespace plant_server {
 

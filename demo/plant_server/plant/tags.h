@@ -1,9 +1,9 @@
 #pragma once
 
-#include "nodes/address_space.h"
-
 #include <memory>
 #include <vector>
+
+#include "nodes/address_space.h"
 
 namespace plant_server {
 

@@ -1,11 +1,11 @@
 #include "server/clients.h"
 
-#include "nodes/status.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <string>
 #include <vector>
+
+#include "nodes/status.h"
 
 namespace plant_server {
 namespace {

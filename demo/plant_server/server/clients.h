@@ -1,14 +1,15 @@
 #pragma once
 
-#include "nodes/node_id.h"
-
 #include <cstddef>
 #include <map>
-#include <open62541/plugin/accesscontrol_default.h>
-#include <open62541/server.h>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <open62541/plugin/accesscontrol_default.h>
+#include <open62541/server.h>
+
+#include "nodes/node_id.h"
 
 namespace plant_server {
 

@@ -1,13 +1,13 @@
 #include "server/connections.h"
 
-#include "nodes/node_id.h"
-#include "nodes/status.h"
-
 #include <algorithm>
 #include <cstdint>
 #include <deque>
 #include <set>
 #include <stdexcept>
+
+#include "nodes/node_id.h"
+#include "nodes/status.h"
 
 namespace plant_server {
 namespace {

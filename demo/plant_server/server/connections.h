@@ -4,8 +4,9 @@
 #include <cstdint>
 #include <deque>
 #include <map>
-#include <open62541/server.h>
 #include <set>
+
+#include <open62541/server.h>
 
 namespace plant_server {
 

@@ -1,8 +1,9 @@
 #pragma once
 
 #include <cstdarg>
-#include <open62541/plugin/log.h>
 #include <string>
+
+#include <open62541/plugin/log.h>
 
 namespace plant_server {
 

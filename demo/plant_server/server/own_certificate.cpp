@@ -1,5 +1,6 @@
 #include "server/own_certificate.h"
 
+#include <arpa/inet.h>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -11,8 +12,6 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
-
-#include <arpa/inet.h>
 
 #include "uapki/certificate.h"
 

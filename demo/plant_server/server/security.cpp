@@ -1,14 +1,15 @@
 #include "server/security.h"
 
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+#include <open62541/plugin/pki_default.h>
+#include <open62541/server_config_default.h>
+
 #include "nodes/node_id.h"
 #include "nodes/status.h"
 #include "server/own_certificate.h"
-
-#include <filesystem>
-#include <open62541/plugin/pki_default.h>
-#include <open62541/server_config_default.h>
-#include <stdexcept>
-#include <string>
 
 namespace plant_server {
 namespace {

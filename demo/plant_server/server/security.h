@@ -1,7 +1,8 @@
 #pragma once
 
-#include <open62541/server.h>
 #include <string>
+
+#include <open62541/server.h>
 
 namespace plant_server {
 

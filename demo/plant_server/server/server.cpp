@@ -9,11 +9,12 @@
 #include <cstring>
 #include <functional>
 #include <memory>
-#include <open62541/server_config_default.h>
 #include <stdexcept>
 #include <string>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <open62541/server_config_default.h>
 
 namespace plant_server {
 namespace {
@@ -91,7 +92,7 @@ UA_ServerConfig Server::configuration() {
     config.allowNonePolicyPassword = m_options.insecurePasswords;
     m_clients.install(config);
 
-    static UA_DataTypeArray types{nullptr, 1, &lineStateType, false};
+    static const UA_DataTypeArray types{nullptr, 1, &lineStateType, false};
     config.customDataTypes = &types;
     config.allowEmptyVariables = UA_RULEHANDLING_ACCEPT;
 

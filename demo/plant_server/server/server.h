@@ -1,5 +1,11 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
+#include <list>
+#include <memory>
+#include <string>
+
 #include "options.h"
 #include "plant/plant.h"
 #include "plant/simulation.h"
@@ -8,12 +14,6 @@
 #include "server/connections.h"
 #include "server/log.h"
 #include "test_rack/test_rack.h"
-
-#include <chrono>
-#include <functional>
-#include <list>
-#include <memory>
-#include <string>
 
 namespace plant_server {
 

@@ -1,5 +1,3 @@
-#include "test_rack/test_rack.h"
-
 #include <chrono>
 #include <cstddef>
 #include <exception>
@@ -8,6 +6,8 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "test_rack/test_rack.h"
 
 namespace plant_server {
 namespace {

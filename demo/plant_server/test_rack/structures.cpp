@@ -1,8 +1,8 @@
-#include "test_rack/test_rack.h"
-
 #include <array>
 #include <cstddef>
 #include <string>
+
+#include "test_rack/test_rack.h"
 
 namespace plant_server {
 namespace {

@@ -1,16 +1,16 @@
 #pragma once
 
-#include "plant/simulation.h"
-#include "plant/tags.h"
-#include "server/clients.h"
-#include "server/connections.h"
-
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "plant/simulation.h"
+#include "plant/tags.h"
+#include "server/clients.h"
+#include "server/connections.h"
 
 namespace plant_server {
 

@@ -7,10 +7,9 @@ namespace window_panel {
 
 QString shownText(const std::string& text) {
     QString shown = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-    for (QChar& character : shown) {
+    for (QChar& character : shown)
         if (!character.isPrint() && !character.isSurrogate())
             character = QChar::ReplacementCharacter;
-    }
     return shown;
 }
 

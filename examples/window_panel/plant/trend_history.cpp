@@ -27,10 +27,9 @@ void TrendHistory::add(Tag tag, Clock::time_point time, double value) {
 }
 
 void TrendHistory::interrupt(Clock::time_point time) {
-    for (std::deque<Point>& points : m_points) {
+    for (std::deque<Point>& points : m_points)
         if (!points.empty() && points.back().isPresent)
             points.push_back({time, points.back().value, false});
-    }
 }
 
 const std::deque<TrendHistory::Point>& TrendHistory::pointsOf(Tag tag) const {

@@ -14,9 +14,8 @@ struct Value {
 
 inline Value valueOf(const _OpcUaDataChangeMsg& change) {
     Value value;
-    if (!OpcUaChangeNumber(change, value.number)) {
+    if (!OpcUaChangeNumber(change, value.number))
         OpcUaChangeValue(change, value.text);
-    }
     return value;
 }
 

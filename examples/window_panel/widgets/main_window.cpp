@@ -92,7 +92,7 @@ void MainWindow::refresh() {
     m_title->refresh(m_state);
     m_banner->refresh(m_state, m_picture);
     m_operate->refresh(isLoggedIn);
-    if (m_write)
+    if (m_write != nullptr)
         m_write->refresh(isLoggedIn && m_picture.isCurrent());
     m_mimic->refresh();
     m_trend->refresh();
@@ -124,10 +124,9 @@ void MainWindow::markTrend(bool isCurrent) {
         return;
     }
     const TrendHistory::Clock::time_point now = TrendHistory::Clock::now();
-    for (const Tag tag : TrendHistory::tags) {
+    for (const Tag tag : TrendHistory::tags)
         if (m_picture.isKnown(tag))
             m_history.add(tag, now, m_picture.number(tag));
-    }
 }
 
 void MainWindow::askTrust(const _OpcUaCertificateMsg& certificate) {

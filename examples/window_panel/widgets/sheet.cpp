@@ -17,10 +17,9 @@ namespace {
 
 /// Of the window's children this one alone can be used; all of them when there is none.
 void enableOnly(const QWidget* sheet, const QWidget* window) {
-    for (QObject* child : window->children()) {
+    for (QObject* child : window->children())
         if (auto* widget = qobject_cast<QWidget*>(child))
             widget->setEnabled(sheet == nullptr || widget == sheet);
-    }
 }
 
 } // namespace

@@ -2,11 +2,10 @@
 
 #include <cerrno>
 #include <cstddef>
-#include <string>
-#include <system_error>
-
 #include <fcntl.h>
+#include <string>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace {
@@ -40,11 +39,9 @@ UaUniString UaDir::filePath(const UaUniString& name) const {
 
 bool UaDir::mkpath(const UaUniString& path) const {
     const std::string file = filePath(path).toUtf8().text();
-    for (std::size_t slash = file.find('/', 1); slash != std::string::npos;
-         slash = file.find('/', slash + 1)) {
+    for (std::size_t slash = file.find('/', 1); slash != std::string::npos; slash = file.find('/', slash + 1))
         if (!makeDirectory(file.substr(0, slash)))
             return false;
-    }
     return true;
 }
 

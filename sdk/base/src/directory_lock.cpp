@@ -2,11 +2,10 @@
 
 #include <cerrno>
 #include <chrono>
-#include <system_error>
-#include <thread>
-
 #include <fcntl.h>
 #include <sys/file.h>
+#include <system_error>
+#include <thread>
 
 namespace {
 

@@ -19,7 +19,7 @@ template <typename Value, typename Print>
 UaString enginePrinted(const Value& value, Print print) {
     UA_String buffer = {0, nullptr};
     throwIfBad(print(&value, &buffer));
-    struct Release {
+    const struct Release {
         UA_String& text;
         ~Release() { UA_clear(&text, &UA_TYPES[UA_TYPES_STRING]); }
     } release{buffer};

@@ -13,15 +13,13 @@ const Value& as(const void* value) {
 }
 
 std::size_t heldByArray(const void* elements, std::size_t count, const UA_DataType& type) {
-    if (elements == nullptr || count == 0) {
+    if (elements == nullptr || count == 0)
         return 0;
-    }
     std::size_t bytes = heapBlock(count * type.memSize);
     if (!type.pointerFree) {
         const auto* element = static_cast<const std::uint8_t*>(elements);
-        for (std::size_t i = 0; i < count; ++i, element += type.memSize) {
+        for (std::size_t i = 0; i < count; ++i, element += type.memSize)
             bytes += heldBytes(element, type);
-        }
     }
     return bytes;
 }
@@ -37,12 +35,10 @@ std::size_t heldByNodeId(const UA_NodeId& id) {
 }
 
 std::size_t heldByExtensionObject(const UA_ExtensionObject& object) {
-    if (object.encoding == UA_EXTENSIONOBJECT_DECODED) {
+    if (object.encoding == UA_EXTENSIONOBJECT_DECODED)
         return heldByArray(object.content.decoded.data, 1, *object.content.decoded.type);
-    }
-    if (object.encoding == UA_EXTENSIONOBJECT_DECODED_NODELETE) {
+    if (object.encoding == UA_EXTENSIONOBJECT_DECODED_NODELETE)
         return 0;
-    }
     return heldByNodeId(object.content.encoded.typeId) + heldByText(object.content.encoded.body);
 }
 
@@ -78,17 +74,15 @@ std::size_t heldByStructure(const std::uint8_t* place, const UA_DataType& type) 
 
 std::size_t heldByUnion(const std::uint8_t* place, const UA_DataType& type) {
     const auto selected = as<UA_UInt32>(place);
-    if (selected == 0 || selected > type.membersSize) {
+    if (selected == 0 || selected > type.membersSize)
         return 0;
-    }
     const UA_DataTypeMember& member = type.members[selected - 1];
     return heldByMember(place + member.padding, member);
 }
 
 std::size_t heldByVariant(const UA_Variant& value) {
-    if (value.type == nullptr || value.data <= UA_EMPTY_ARRAY_SENTINEL) {
+    if (value.type == nullptr || value.data <= UA_EMPTY_ARRAY_SENTINEL)
         return 0;
-    }
     const std::size_t count = UA_Variant_isScalar(&value) ? 1 : value.arrayLength;
     const std::size_t dimensions =
         value.arrayDimensionsSize == 0 ? 0 : heapBlock(value.arrayDimensionsSize * sizeof(UA_UInt32));
@@ -98,9 +92,8 @@ std::size_t heldByVariant(const UA_Variant& value) {
 } // namespace
 
 std::size_t heldBytes(const void* value, const UA_DataType& type) {
-    if (type.pointerFree) {
+    if (type.pointerFree)
         return 0;
-    }
     switch (type.typeKind) {
     case UA_DATATYPEKIND_STRING:
     case UA_DATATYPEKIND_BYTESTRING:

@@ -46,10 +46,9 @@ void UaMonitoredItemNotifications::append(UaMonitoredItemNotifications& other) {
         swap(other);
         return;
     }
-    for (Item& item : other.m_items) {
+    for (Item& item : other.m_items)
         if (item.numberType == nullptr)
             item.valueIndex += m_values.size();
-    }
     m_items.insert(m_items.end(), other.m_items.begin(), other.m_items.end());
     m_values.insert(m_values.end(), other.m_values.begin(), other.m_values.end());
     m_heldBytes += other.m_heldBytes;
@@ -66,10 +65,9 @@ void UaMonitoredItemNotifications::dropFirst(OpcUa_UInt32 count) {
     std::for_each(m_values.begin(), m_values.begin() + values, [this](Value& value) { free(value); });
     m_values.erase(m_values.begin(), m_values.begin() + values);
     m_items.erase(m_items.begin(), end);
-    for (Item& item : m_items) {
+    for (Item& item : m_items)
         if (item.numberType == nullptr)
             item.valueIndex -= static_cast<std::size_t>(values);
-    }
 }
 
 void UaMonitoredItemNotifications::keepLatest() {

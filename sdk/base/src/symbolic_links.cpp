@@ -4,10 +4,9 @@
 #include <cerrno>
 #include <climits>
 #include <cstddef>
+#include <fcntl.h>
 #include <string>
 #include <string_view>
-
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

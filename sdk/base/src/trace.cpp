@@ -8,13 +8,13 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
 #include <spdlog/details/null_mutex.h>
 #include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/base_sink.h>
-#include <unistd.h>
 
 #include "platform_users.h"
 #include "trace_file.h"

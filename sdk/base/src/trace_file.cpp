@@ -4,13 +4,12 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
 #include <string>
 #include <string_view>
-#include <utility>
-
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 #include "uabase/symbolic_links.h"
 

@@ -22,10 +22,9 @@ constexpr Range notShown[] = {
 bool isShown(char32_t character) {
     if (character < 0x20 || character == 0x7F)
         return false;
-    for (const Range& range : notShown) {
+    for (const Range& range : notShown)
         if (character >= range.first && character <= range.last)
             return false;
-    }
     return true;
 }
 

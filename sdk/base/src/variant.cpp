@@ -78,10 +78,9 @@ void UaVariant::clear() {
 
 bool UaVariant::dimensionsMatch() const {
     std::uint64_t product = 1;
-    for (std::size_t i = 0; i < m_variant.arrayDimensionsSize; ++i) {
+    for (std::size_t i = 0; i < m_variant.arrayDimensionsSize; ++i)
         if (__builtin_mul_overflow(product, m_variant.arrayDimensions[i], &product))
             return false;
-    }
     return product == m_variant.arrayLength;
 }
 

@@ -1,5 +1,8 @@
 #include "uaclient/discovery.h"
 
+#include <cstdint>
+#include <utility>
+
 #include "calls/service_call.h"
 #include "channel/open_channel.h"
 #include "session/security_material.h"
@@ -17,9 +20,8 @@ UaStatus query(const ServiceSettings& settings, const UaString& url, Request& re
     UaStatus status;
     ChannelFailure failure;
     auto channel = openChannel(url, ChannelSecurity(), channelLifetime, deadline, status, failure);
-    if (channel == nullptr) {
+    if (channel == nullptr)
         return status;
-    }
     Pipe pipe(std::move(channel));
     request.endpointUrl = url.view();
     return callService(pipe, deadline, request, answer);

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <signal.h>
-
+#include <csignal>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -18,9 +17,8 @@ public:
         sigset_t all;
         sigfillset(&all);
         // A fault's handler belongs to the thread whose fault it is.
-        for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS}) {
+        for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS})
             sigdelset(&all, fault);
-        }
         pthread_sigmask(SIG_SETMASK, &all, &m_before);
     }
     ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }

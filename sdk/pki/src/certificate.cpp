@@ -36,15 +36,12 @@ UaStatus UaPkiCertificate::probeDERFile(const UaString& path) {
     pki::Bytes content;
     std::string problem;
     const UaStatus status = pki::readFile(path.text(), pki::certificateFileLimit, content, problem);
-    if (status.statusCode() == OpcUa_BadOutOfRange) {
+    if (status.statusCode() == OpcUa_BadOutOfRange)
         return OpcUa_BadCertificateInvalid;
-    }
-    if (status.isBad()) {
+    if (status.isBad())
         return status;
-    }
-    if (!fromDER(UaByteString(static_cast<int>(content.size()), content.data())).isNull()) {
+    if (!fromDER(UaByteString(static_cast<int>(content.size()), content.data())).isNull())
         return OpcUa_Good;
-    }
     return pki::looksLikeCertificate(content) ? OpcUa_BadNotSupported : OpcUa_BadCertificateInvalid;
 }
 
@@ -55,22 +52,20 @@ UaPkiCertificate UaPkiCertificate::fromDER(const UaByteString& der) {
 }
 
 bool UaPkiCertificate::isValid() const {
-    pki::ErrorQueueGuard guard;
+    const pki::ErrorQueueGuard guard;
     return m_x509 != nullptr && X509_get0_pubkey(m_x509.get()) != nullptr;
 }
 
 UaByteString UaPkiCertificate::toDER() const {
-    if (isNull()) {
+    if (isNull())
         return {};
-    }
     pki::Bytes bytes = pki::encode(m_x509.get());
     return UaByteString(static_cast<int>(bytes.size()), bytes.data());
 }
 
 int UaPkiCertificate::toDERFile(const char* path) const {
-    if (isNull() || path == nullptr) {
+    if (isNull() || path == nullptr)
         return -1;
-    }
     pki::Bytes bytes = pki::encode(m_x509.get());
     return pki::writeFileAtomically(path, bytes.data(), bytes.size(), certificateFileMode) ? 0 : -1;
 }
@@ -89,9 +84,8 @@ UaPkiIdentity UaPkiCertificate::issuer() const {
 
 UaPkiCertificateInfo UaPkiCertificate::info() const {
     UaPkiCertificateInfo info;
-    if (isNull()) {
+    if (isNull())
         return info;
-    }
     auto first = [this](int kind) {
         std::vector<UaString> names = pki::alternativeNames(m_x509.get(), kind);
         return names.empty() ? UaString() : names.front();
@@ -105,11 +99,10 @@ UaPkiCertificateInfo UaPkiCertificate::info() const {
 }
 
 UaString UaPkiCertificate::serialNumber() const {
-    if (isNull()) {
+    if (isNull())
         return {};
-    }
-    pki::ErrorQueueGuard guard;
-    pki::BignumPtr number(ASN1_INTEGER_to_BN(X509_get0_serialNumber(m_x509.get()), nullptr));
+    const pki::ErrorQueueGuard guard;
+    const pki::BignumPtr number(ASN1_INTEGER_to_BN(X509_get0_serialNumber(m_x509.get()), nullptr));
     char* text = number != nullptr ? BN_bn2hex(number.get()) : nullptr;
     UaString result(text);
     OPENSSL_free(text);
@@ -129,18 +122,16 @@ UaDateTime UaPkiCertificate::validTo() const {
 }
 
 UaString UaPkiCertificate::description() const {
-    if (isNull()) {
+    if (isNull())
         return "no certificate";
-    }
     return UaString("certificate \"" + pki::nameText(X509_get_subject_name(m_x509.get())).text() +
                     "\", thumbprint " + thumbPrint().toHex(false).text());
 }
 
 bool UaPkiCertificate::matchesPrivateKey(const OpcUa_Key& key) const {
-    if (isNull()) {
+    if (isNull())
         return false;
-    }
-    pki::ErrorQueueGuard guard;
-    pki::KeyPtr privateKey = pki::readRsaPrivateKey(key);
+    const pki::ErrorQueueGuard guard;
+    const pki::KeyPtr privateKey = pki::readRsaPrivateKey(key);
     return privateKey != nullptr && X509_check_private_key(m_x509.get(), privateKey.get()) == 1;
 }

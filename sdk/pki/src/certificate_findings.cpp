@@ -45,12 +45,10 @@ const char* stepName(UaPkiVerificationStep step) {
 
 UaString UaPkiFinding::toString() const {
     std::string line = std::string(stepName(step)) + ": " + text.text();
-    if (!thumbprint.isEmpty()) {
+    if (!thumbprint.isEmpty())
         line += "; certificate \"" + subject.text() + "\", thumbprint " + thumbprint.text();
-    }
-    if (!location.isEmpty()) {
+    if (!location.isEmpty())
         line += "; look at " + location.text();
-    }
     return UaString(line + " (" + status.name() + ")");
 }
 
@@ -67,9 +65,10 @@ void CertificateFindings::add(UaPkiVerificationStep step, OpcUa_StatusCode statu
         finding.subject = nameText(X509_get_subject_name(certificate));
         finding.thumbprint = thumbprint(certificate).toHex(false);
     }
-    bool known = std::any_of(m_findings.begin(), m_findings.end(), [&finding](const UaPkiFinding& other) {
-        return other.step == finding.step && other.thumbprint == finding.thumbprint;
-    });
+    const bool known =
+        std::any_of(m_findings.begin(), m_findings.end(), [&finding](const UaPkiFinding& other) {
+            return other.step == finding.step && other.thumbprint == finding.thumbprint;
+        });
     if (!known) {
         const auto place = std::upper_bound(
             m_findings.begin(), m_findings.end(), finding.step,

@@ -20,11 +20,9 @@ constexpr int serialNumberBits = 127;
 constexpr OpcUa_Int64 secondsPerDay = 86400;
 
 bool isAscii(const UaString& text) {
-    for (char character : text.text()) {
-        if (character <= 0x20 || character == 0x7F) {
+    for (const char character : text.text())
+        if (character <= 0x20 || character == 0x7F)
             return false;
-        }
-    }
     return true;
 }
 
@@ -39,7 +37,7 @@ struct Request {
 
 bool setSerialNumber(X509* certificate) {
     // Random as the CA/Browser Forum's rules ask it; the top bit is clear, so the number is positive.
-    pki::BignumPtr number(BN_new());
+    const pki::BignumPtr number(BN_new());
     return number != nullptr &&
            BN_rand(number.get(), serialNumberBits, BN_RAND_TOP_ONE, BN_RAND_BOTTOM_ANY) == 1 &&
            BN_to_ASN1_INTEGER(number.get(), X509_get_serialNumber(certificate)) != nullptr;
@@ -58,14 +56,13 @@ bool setValidity(X509* certificate, const UaPkiCertificateInfo& info) {
 bool addExtension(X509* certificate, X509* issuer, int nid, const std::string& value) {
     X509V3_CTX context;
     X509V3_set_ctx(&context, issuer, certificate, nullptr, nullptr, 0);
-    pki::X509ExtensionPtr extension(X509V3_EXT_conf_nid(nullptr, &context, nid, value.c_str()));
+    const pki::X509ExtensionPtr extension(X509V3_EXT_conf_nid(nullptr, &context, nid, value.c_str()));
     return extension != nullptr && X509_add_ext(certificate, extension.get(), -1) == 1;
 }
 
 bool addName(GENERAL_NAMES* names, GeneralNamePtr name) {
-    if (name == nullptr || sk_GENERAL_NAME_push(names, name.get()) == 0) {
+    if (name == nullptr || sk_GENERAL_NAME_push(names, name.get()) == 0)
         return false;
-    }
     static_cast<void>(name.release()); // the list owns it now
     return true;
 }
@@ -94,14 +91,12 @@ bool addAddress(GENERAL_NAMES* names, const UaString& text) {
 }
 
 bool addAlternativeName(X509* certificate, const UaPkiCertificateInfo& info) {
-    GeneralNamesPtr names(sk_GENERAL_NAME_new_null());
+    const GeneralNamesPtr names(sk_GENERAL_NAME_new_null());
     bool complete = names != nullptr && (info.uri.isEmpty() || addTextName(names.get(), GEN_URI, info.uri));
-    for (const UaString& dnsName : info.dnsNames) {
+    for (const UaString& dnsName : info.dnsNames)
         complete = complete && addTextName(names.get(), GEN_DNS, dnsName);
-    }
-    for (const UaString& address : info.ipAddresses) {
+    for (const UaString& address : info.ipAddresses)
         complete = complete && addAddress(names.get(), address);
-    }
     complete = complete && (info.email.isEmpty() || addTextName(names.get(), GEN_EMAIL, info.email));
     return complete && (sk_GENERAL_NAME_num(names.get()) == 0 ||
                         X509_add1_ext_i2d(certificate, NID_subject_alt_name, names.get(), 0, 0) == 1);
@@ -121,13 +116,13 @@ X509Ptr issuerWithKeyIdentifier(EVP_PKEY* key) {
 /// OPC UA Part 6, 6.2.2. The self-signed certificate has keyCertSign because it is its own issuer.
 bool addUsage(X509* certificate, const Request& request) {
     if (request.certificateAuthority) {
-        std::string pathLength = std::to_string(request.info.pathLength);
+        const std::string pathLength = std::to_string(request.info.pathLength);
         return addExtension(certificate, nullptr, NID_basic_constraints,
                             "critical,CA:TRUE,pathlen:" + pathLength) &&
                addExtension(certificate, nullptr, NID_key_usage,
                             "critical,digitalSignature,keyCertSign,cRLSign");
     }
-    std::string usage = "critical,digitalSignature,nonRepudiation,keyEncipherment,dataEncipherment";
+    const std::string usage = "critical,digitalSignature,nonRepudiation,keyEncipherment,dataEncipherment";
     return addExtension(certificate, nullptr, NID_basic_constraints, "critical,CA:FALSE") &&
            addExtension(certificate, nullptr, NID_key_usage,
                         usage + (request.selfSigned ? ",keyCertSign" : "")) &&
@@ -135,7 +130,7 @@ bool addUsage(X509* certificate, const Request& request) {
 }
 
 bool addExtensions(X509* certificate, const Request& request) {
-    X509Ptr issuer = issuerWithKeyIdentifier(request.issuerKey);
+    const X509Ptr issuer = issuerWithKeyIdentifier(request.issuerKey);
     return issuer != nullptr && addUsage(certificate, request) &&
            addAlternativeName(certificate, request.info) &&
            addExtension(certificate, nullptr, NID_subject_key_identifier, "hash") &&
@@ -148,17 +143,16 @@ UaPkiCertificate::UaPkiCertificate(const UaPkiCertificateInfo& info, const UaPki
                                    const UaPkiPublicKey& subjectKey, const UaPkiIdentity& issuer,
                                    const UaPkiPrivateKey& issuerKey, bool certificateAuthority,
                                    SignatureAlgorithm algorithm) {
-    pki::ErrorQueueGuard guard;
-    if (!subjectKey.isValid() || !issuerKey.isValid() || algorithm != Sha256) {
+    const pki::ErrorQueueGuard guard;
+    if (!subjectKey.isValid() || !issuerKey.isValid() || algorithm != Sha256)
         return;
-    }
     EVP_PKEY* signer = issuerKey.m_key.get();
-    Request request{info, subjectKey.m_key.get(), signer, EVP_PKEY_eq(subjectKey.m_key.get(), signer) == 1,
-                    certificateAuthority};
+    const Request request{info, subjectKey.m_key.get(), signer,
+                          EVP_PKEY_eq(subjectKey.m_key.get(), signer) == 1, certificateAuthority};
     X509Ptr certificate(X509_new());
-    pki::X509NamePtr subjectName = pki::makeName(subject);
-    pki::X509NamePtr issuerName = pki::makeName(issuer);
-    bool made =
+    const pki::X509NamePtr subjectName = pki::makeName(subject);
+    const pki::X509NamePtr issuerName = pki::makeName(issuer);
+    const bool made =
         certificate != nullptr && subjectName != nullptr && issuerName != nullptr &&
         X509_set_version(certificate.get(), x509Version3) == 1 && setSerialNumber(certificate.get()) &&
         X509_set_subject_name(certificate.get(), subjectName.get()) == 1 &&

@@ -1,6 +1,7 @@
 #include "certificate_parser.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <array>
 #include <ctime>
 #include <string>
@@ -8,7 +9,6 @@
 #include <utility>
 #include <vector>
 
-#include <arpa/inet.h>
 #include <openssl/pem.h>
 
 #include "distinguished_name.h"
@@ -32,30 +32,27 @@ X509CrlPtr readPem(BIO* input, X509CrlPtr*) {
 /// Everything up to the end; nothing when the reading stopped for any other reason.
 template <typename Entry>
 std::vector<Entry> readPemEntries(const Bytes& content) {
-    ErrorQueueGuard guard;
-    BioPtr input(BIO_new_mem_buf(content.data(), static_cast<int>(content.size())));
+    const ErrorQueueGuard guard;
+    const BioPtr input(BIO_new_mem_buf(content.data(), static_cast<int>(content.size())));
     std::vector<Entry> entries;
     while (input != nullptr) {
         Entry entry = readPem(input.get(), static_cast<Entry*>(nullptr));
-        if (entry == nullptr) {
+        if (entry == nullptr)
             break;
-        }
         entries.push_back(std::move(entry));
     }
-    unsigned long error = ERR_peek_last_error();
-    bool atEnd = ERR_GET_LIB(error) == ERR_LIB_PEM && ERR_GET_REASON(error) == PEM_R_NO_START_LINE;
-    if (!atEnd) {
+    const unsigned long error = ERR_peek_last_error();
+    const bool atEnd = ERR_GET_LIB(error) == ERR_LIB_PEM && ERR_GET_REASON(error) == PEM_R_NO_START_LINE;
+    if (!atEnd)
         entries.clear();
-    }
     return entries;
 }
 
 std::size_t count(const Bytes& content, std::string_view mark) {
     const std::string_view text(reinterpret_cast<const char*>(content.data()), content.size());
     std::size_t number = 0;
-    for (std::size_t at = text.find(mark); at != std::string_view::npos; at = text.find(mark, at + 1)) {
+    for (std::size_t at = text.find(mark); at != std::string_view::npos; at = text.find(mark, at + 1))
         ++number;
-    }
     return number;
 }
 
@@ -64,19 +61,17 @@ std::size_t count(const Bytes& content, std::string_view mark) {
 std::vector<X509CrlPtr> readPemLists(const Bytes& content) {
     std::vector<X509CrlPtr> lists = readPemEntries<X509CrlPtr>(content);
     const std::size_t entries = lists.size() + readPemEntries<X509Ptr>(content).size();
-    if (count(content, "-BEGIN") != entries || count(content, "-END") != entries) {
+    if (count(content, "-BEGIN") != entries || count(content, "-END") != entries)
         lists.clear();
-    }
     return lists;
 }
 
 UaString addressText(const ASN1_OCTET_STRING* address) {
     std::array<char, INET6_ADDRSTRLEN> text{};
-    int length = ASN1_STRING_length(address);
-    int family = length == 4 ? AF_INET : AF_INET6;
-    if (length != 4 && length != 16) {
+    const int length = ASN1_STRING_length(address);
+    const int family = length == 4 ? AF_INET : AF_INET6;
+    if (length != 4 && length != 16)
         return {};
-    }
     return UaString(inet_ntop(family, ASN1_STRING_get0_data(address), text.data(), text.size()));
 }
 
@@ -94,31 +89,28 @@ UaString ia5Text(const ASN1_STRING* value) {
 /// Calls `visit` with each entry of one kind in the subject alternative name.
 template <typename Visitor>
 void visitAlternativeNames(const X509* certificate, int kind, Visitor visit) {
-    ErrorQueueGuard guard;
+    const ErrorQueueGuard guard;
     const GeneralNamesPtr names(
         static_cast<GENERAL_NAMES*>(X509_get_ext_d2i(certificate, NID_subject_alt_name, nullptr, nullptr)));
     for (int i = 0; names != nullptr && i < sk_GENERAL_NAME_num(names.get()); ++i) {
         int type = 0;
         const void* value = GENERAL_NAME_get0_value(sk_GENERAL_NAME_value(names.get(), i), &type);
-        if (type == kind) {
+        if (type == kind)
             visit(static_cast<const ASN1_STRING*>(value));
-        }
     }
 }
 
 } // namespace
 
 X509Ptr parseCertificate(const unsigned char*& position, const unsigned char* end) {
-    ErrorQueueGuard guard;
+    const ErrorQueueGuard guard;
     const unsigned char* next = position;
     X509Ptr certificate(d2i_X509(nullptr, &next, end - position));
-    if (certificate == nullptr) {
+    if (certificate == nullptr)
         return nullptr;
-    }
     Bytes canonical = encode(certificate.get());
-    if (!std::equal(canonical.begin(), canonical.end(), position, next)) {
+    if (!std::equal(canonical.begin(), canonical.end(), position, next))
         return nullptr;
-    }
     position = next;
     return certificate;
 }
@@ -127,9 +119,8 @@ bool parseCertificates(const unsigned char* position, const unsigned char* end,
                        std::vector<X509Ptr>& certificates) {
     while (position != end) {
         X509Ptr certificate = parseCertificate(position, end);
-        if (certificate == nullptr) {
+        if (certificate == nullptr)
             return false;
-        }
         certificates.push_back(std::move(certificate));
     }
     return !certificates.empty();
@@ -139,40 +130,37 @@ bool parseCertificates(const unsigned char* position, const unsigned char* end,
 // read.
 std::vector<X509Ptr> parseCertificateFile(const Bytes& content) {
     std::vector<X509Ptr> certificates;
-    if (parseCertificates(content.data(), content.data() + content.size(), certificates)) {
+    if (parseCertificates(content.data(), content.data() + content.size(), certificates))
         return certificates;
-    }
     return certificates.empty() ? readPemEntries<X509Ptr>(content) : std::vector<X509Ptr>();
 }
 
 bool looksLikeCertificate(const Bytes& content) {
-    ErrorQueueGuard guard;
+    const ErrorQueueGuard guard;
     const unsigned char* position = content.data();
     const X509Ptr lenient(d2i_X509(nullptr, &position, static_cast<long>(content.size())));
     return lenient != nullptr || count(content, "-----BEGIN ") > 0;
 }
 
 std::vector<X509CrlPtr> parseRevocationListFile(const Bytes& content) {
-    ErrorQueueGuard guard;
+    const ErrorQueueGuard guard;
     const unsigned char* position = content.data();
     const unsigned char* end = position + content.size();
     std::vector<X509CrlPtr> lists;
     while (position != end) {
         X509CrlPtr list(d2i_X509_CRL(nullptr, &position, end - position));
-        if (list == nullptr) {
+        if (list == nullptr)
             return lists.empty() ? readPemLists(content) : std::vector<X509CrlPtr>();
-        }
         lists.push_back(std::move(list));
     }
     return lists;
 }
 
 Bytes encode(const X509* certificate) {
-    ErrorQueueGuard guard;
-    int length = i2d_X509(certificate, nullptr);
-    if (length <= 0) {
+    const ErrorQueueGuard guard;
+    const int length = i2d_X509(certificate, nullptr);
+    if (length <= 0)
         return {};
-    }
     Bytes bytes(static_cast<std::size_t>(length));
     unsigned char* target = bytes.data();
     i2d_X509(certificate, &target);
@@ -182,9 +170,8 @@ Bytes encode(const X509* certificate) {
 UaByteArray thumbprint(const X509* certificate) {
     std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
     unsigned int length = 0;
-    if (X509_digest(certificate, EVP_sha1(), digest.data(), &length) != 1) {
+    if (X509_digest(certificate, EVP_sha1(), digest.data(), &length) != 1)
         return {};
-    }
     return UaByteArray(digest.data(), static_cast<int>(length));
 }
 
@@ -206,11 +193,10 @@ std::vector<UaString> alternativeNames(const X509* certificate, int kind) {
 }
 
 UaDateTime readTime(const ASN1_TIME* time) {
-    ErrorQueueGuard guard;
+    const ErrorQueueGuard guard;
     std::tm fields{};
-    if (time == nullptr || ASN1_TIME_to_tm(time, &fields) != 1) {
+    if (time == nullptr || ASN1_TIME_to_tm(time, &fields) != 1)
         return UaDateTime();
-    }
     return UaDateTime::fromUnixTime(timegm(&fields));
 }
 

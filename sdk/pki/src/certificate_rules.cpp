@@ -16,20 +16,16 @@ using Step = UaPkiVerificationStep;
 
 std::string keyProblem(const X509* certificate, bool isLeaf, const SecurityDemands& demands) {
     const EVP_PKEY* key = X509_get0_pubkey(certificate);
-    if (key == nullptr) {
+    if (key == nullptr)
         return "its public key cannot be read";
-    }
-    if (EVP_PKEY_is_a(key, "RSA") != 1) {
+    if (EVP_PKEY_is_a(key, "RSA") != 1)
         return isLeaf ? "its key is not an RSA key" : "";
-    }
     const int bits = EVP_PKEY_get_bits(key);
     const std::string has = "its RSA key has " + std::to_string(bits) + " bits, the policy ";
-    if (bits < demands.fewestRsaBits) {
+    if (bits < demands.fewestRsaBits)
         return has + "demands " + std::to_string(demands.fewestRsaBits);
-    }
-    if (isLeaf && bits > demands.mostRsaBits) {
+    if (isLeaf && bits > demands.mostRsaBits)
         return has + "allows " + std::to_string(demands.mostRsaBits);
-    }
     return {};
 }
 
@@ -37,16 +33,13 @@ std::string keyProblem(const X509* certificate, bool isLeaf, const SecurityDeman
 std::string leafUsageProblem(X509* leaf) {
     constexpr std::uint32_t neededUsage =
         KU_DIGITAL_SIGNATURE | KU_NON_REPUDIATION | KU_KEY_ENCIPHERMENT | KU_DATA_ENCIPHERMENT;
-    std::uint32_t flags = X509_get_extension_flags(leaf);
-    if ((flags & EXFLAG_CA) != 0) {
+    const std::uint32_t flags = X509_get_extension_flags(leaf);
+    if ((flags & EXFLAG_CA) != 0)
         return "it is a certificate authority's certificate, not an application's";
-    }
-    if ((flags & EXFLAG_KUSAGE) == 0) {
+    if ((flags & EXFLAG_KUSAGE) == 0)
         return "it has no key usage";
-    }
-    if ((X509_get_key_usage(leaf) & neededUsage) != neededUsage) {
+    if ((X509_get_key_usage(leaf) & neededUsage) != neededUsage)
         return "its key usage lacks one of digital signature, non-repudiation, key and data encipherment";
-    }
     if ((flags & EXFLAG_XKUSAGE) != 0 &&
         (X509_get_extended_key_usage(leaf) & (XKU_SSL_SERVER | XKU_ANYEKU)) == 0) {
         return "its extended key usage does not allow server authentication";
@@ -56,16 +49,13 @@ std::string leafUsageProblem(X509* leaf) {
 
 std::string issuerUsageProblem(X509* issuer, long authoritiesBelow) {
     const long mostBelow = X509_get_pathlen(issuer); // -1 where nothing is said
-    std::uint32_t flags = X509_get_extension_flags(issuer);
-    if ((flags & EXFLAG_CA) == 0) {
+    const std::uint32_t flags = X509_get_extension_flags(issuer);
+    if ((flags & EXFLAG_CA) == 0)
         return "it has issued a certificate but is no certificate authority";
-    }
-    if ((flags & EXFLAG_KUSAGE) != 0 && (X509_get_key_usage(issuer) & KU_KEY_CERT_SIGN) == 0) {
+    if ((flags & EXFLAG_KUSAGE) != 0 && (X509_get_key_usage(issuer) & KU_KEY_CERT_SIGN) == 0)
         return "it has issued a certificate but its key usage does not allow it";
-    }
-    if (mostBelow >= 0 && authoritiesBelow > mostBelow) {
+    if (mostBelow >= 0 && authoritiesBelow > mostBelow)
         return "it has more authorities below it than it may have";
-    }
     return {};
 }
 
@@ -84,7 +74,7 @@ bool isWithin(X509* certificate, bool isLeaf, NAME_CONSTRAINTS* bounds) {
 } // namespace
 
 void checkStructure(const std::vector<X509Ptr>& sent, CertificateFindings& findings) {
-    ErrorQueueGuard guard;
+    const ErrorQueueGuard guard;
     for (const X509Ptr& certificate : sent) {
         if ((X509_get_extension_flags(certificate.get()) & EXFLAG_INVALID) != 0) {
             findings.add(Step::Structure, OpcUa_BadCertificateInvalid, certificate.get(),
@@ -132,9 +122,8 @@ void checkPolicy(const Chain& chain, const SecurityDemands& demands, Certificate
             problem += problem.empty() ? "" : ", and ";
             problem += "its signature algorithm is too weak for the policy";
         }
-        if (!problem.empty()) {
+        if (!problem.empty())
             findings.add(Step::SecurityPolicy, OpcUa_BadCertificatePolicyCheckFailed, certificate, problem);
-        }
     }
 }
 

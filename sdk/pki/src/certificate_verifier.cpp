@@ -25,9 +25,8 @@ bool readSentCertificates(const UaByteString& bytes, std::vector<pki::X509Ptr>& 
 }
 
 void traceResult(const UaPkiVerification& result) {
-    for (const UaString& file : result.skippedFiles) {
+    for (const UaString& file : result.skippedFiles)
         UaTrace::write(UaTrace::Warnings, "pki", "certificate store: passed over %s", file.toUtf8());
-    }
     for (const UaPkiFinding& finding : result.findings) {
         UaTrace::write(UaTrace::Warnings, "pki", "the server's certificate does not pass: %s",
                        finding.toString().toUtf8());
@@ -41,15 +40,13 @@ pki::CertificateFindings checkChains(const std::vector<pki::X509Ptr>& sent, cons
     std::optional<pki::CertificateFindings> best;
     while (!best.has_value() || !best->empty()) {
         const std::optional<pki::Chain> chain = finder.next();
-        if (!chain.has_value()) {
+        if (!chain.has_value())
             break;
-        }
         pki::CertificateFindings findings;
         pki::checkStructure(sent, findings);
         check.check(*chain, findings);
-        if (!best.has_value() || findings.areBetterThan(*best)) {
+        if (!best.has_value() || findings.areBetterThan(*best))
             best = std::move(findings);
-        }
     }
     if (!best.has_value()) {
         best.emplace().add(Step::Chain, OpcUa_BadSecurityChecksFailed, sent.front().get(),

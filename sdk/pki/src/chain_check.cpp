@@ -17,9 +17,8 @@ ChainCheck::ChainCheck(const StoreContent& store, const UaPkiStoreLocations& loc
                        const ChainDemands& demands)
     : m_store(store), m_locations(locations), m_demands(demands),
       m_revocation(store, demands.security, demands.now) {
-    for (const X509Ptr& certificate : store.trusted) {
+    for (const X509Ptr& certificate : store.trusted)
         m_trusted.insert(encode(certificate.get()));
-    }
 }
 
 /// Trust is in the very certificate, byte by byte.
@@ -28,7 +27,7 @@ bool ChainCheck::isTrusted(const X509* certificate) const {
 }
 
 void ChainCheck::check(const Chain& chain, CertificateFindings& findings) {
-    ErrorQueueGuard guard;
+    const ErrorQueueGuard guard;
     checkEnd(chain, findings);
     checkExtensions(chain, findings);
     checkNameConstraints(chain, findings);
@@ -79,9 +78,8 @@ void ChainCheck::checkRevocation(const Chain& chain, CertificateFindings& findin
     const auto& certificates = chain.certificates;
     for (std::size_t i = 0; i < certificates.size(); ++i) {
         const bool isLast = i + 1 == certificates.size();
-        if (isLast && chain.end != Chain::End::Root) {
+        if (isLast && chain.end != Chain::End::Root)
             break;
-        }
         X509* certificate = certificates[i];
         X509* issuer = certificates[isLast ? i : i + 1];
         const RevocationState& state = m_revocation.of(certificate, issuer);

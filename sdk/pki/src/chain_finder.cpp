@@ -38,7 +38,7 @@ bool isSelfIssued(const X509* certificate) {
 
 ChainFinder::ChainFinder(const std::vector<X509Ptr>& sent, const StoreContent& store)
     : m_leaf(sent.front().get()), m_open{{m_leaf}} {
-    ErrorQueueGuard guard;
+    const ErrorQueueGuard guard;
     std::set<Bytes> known{encode(m_leaf)};
     // Where too many are known, those that are trusted are tried first.
     add(store.trusted, known);
@@ -51,13 +51,11 @@ void ChainFinder::add(const std::vector<X509Ptr>& certificates, std::set<Bytes>&
     std::map<Bytes, X509*> added;
     for (const X509Ptr& certificate : certificates) {
         Bytes bytes = encode(certificate.get());
-        if (!isMalformed(certificate.get()) && known.insert(bytes).second) {
+        if (!isMalformed(certificate.get()) && known.insert(bytes).second)
             added.emplace(std::move(bytes), certificate.get());
-        }
     }
-    for (const auto& [bytes, certificate] : added) {
+    for (const auto& [bytes, certificate] : added)
         m_known.push_back(certificate);
-    }
 }
 
 bool ChainFinder::hasSigned(X509* issuer, X509* certificate) {
@@ -85,11 +83,10 @@ ChainFinder::Issuers ChainFinder::findIssuers(X509* certificate) {
                 hasNamedKey(other, certificate) != isNamed) {
                 continue;
             }
-            if (hasSigned(other, certificate)) {
+            if (hasSigned(other, certificate))
                 issuers.signers.push_back(other);
-            } else {
+            else
                 issuers.isForged = issuers.isForged || isNamed;
-            }
         }
     }
     return issuers;
@@ -97,9 +94,8 @@ ChainFinder::Issuers ChainFinder::findIssuers(X509* certificate) {
 
 const ChainFinder::Issuers& ChainFinder::issuersOf(X509* certificate) {
     auto found = m_issuers.find(certificate);
-    if (found == m_issuers.end()) {
+    if (found == m_issuers.end())
         found = m_issuers.emplace(certificate, findIssuers(certificate)).first;
-    }
     return found->second;
 }
 
@@ -107,9 +103,8 @@ const ChainFinder::Issuers& ChainFinder::issuersOf(X509* certificate) {
 bool ChainFinder::extend(const Certificates& chain, const Certificates& signers) {
     bool extended = false;
     for (X509* signer : signers) {
-        if (std::find(chain.begin(), chain.end(), signer) != chain.end()) {
+        if (std::find(chain.begin(), chain.end(), signer) != chain.end())
             continue;
-        }
         extended = true;
         if (m_chains == mostChains) {
             m_hasGivenUp = true;
@@ -123,29 +118,25 @@ bool ChainFinder::extend(const Certificates& chain, const Certificates& signers)
 }
 
 std::optional<Chain> ChainFinder::next() {
-    ErrorQueueGuard guard;
+    const ErrorQueueGuard guard;
     while (!m_open.empty()) {
         Certificates chain = std::move(m_open.front());
         m_open.pop_front();
         const Issuers& issuers = issuersOf(chain.back());
-        if (issuers.isSelfSigned) {
+        if (issuers.isSelfSigned)
             return Chain{std::move(chain), Chain::End::Root};
-        }
         if (issuers.signers.empty()) {
             return Chain{std::move(chain), m_hasGivenUp       ? Chain::End::GivenUp
                                            : issuers.isForged ? Chain::End::WrongSignature
                                                               : Chain::End::IssuerMissing};
         }
-        if (chain.size() == longestChain) {
+        if (chain.size() == longestChain)
             return Chain{std::move(chain), Chain::End::TooLong};
-        }
-        if (!extend(chain, issuers.signers)) {
+        if (!extend(chain, issuers.signers))
             return Chain{std::move(chain), Chain::End::IssuerMissing};
-        }
     }
-    if (std::exchange(m_hasGivenUp, false)) {
+    if (std::exchange(m_hasGivenUp, false))
         return Chain{{m_leaf}, Chain::End::GivenUp};
-    }
     return std::nullopt;
 }
 

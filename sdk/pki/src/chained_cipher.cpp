@@ -26,9 +26,8 @@ ChainedCipher::~ChainedCipher() {
 }
 
 bool ChainedCipher::setKey(UaByteView key, UaByteView vector) {
-    if ((key.size != 16 && key.size != 32) || vector.size != blockLength) {
+    if ((key.size != 16 && key.size != 32) || vector.size != blockLength)
         return false;
-    }
     const EVP_CIPHER* cipher = key.size == 16 ? EVP_aes_128_cbc() : EVP_aes_256_cbc();
     m_encryption = prepared(cipher, key.data, true);
     m_decryption = prepared(cipher, key.data, false);
@@ -37,11 +36,10 @@ bool ChainedCipher::setKey(UaByteView key, UaByteView vector) {
 }
 
 bool ChainedCipher::run(EVP_CIPHER_CTX* context, OpcUa_Byte* data, std::size_t size) {
-    if (size % blockLength != 0 || size > INT_MAX) {
+    if (size % blockLength != 0 || size > INT_MAX)
         return false;
-    }
     constexpr int sameDirection = -1;
-    int length = static_cast<int>(size);
+    const int length = static_cast<int>(size);
     int written = 0;
     return EVP_CipherInit_ex2(context, nullptr, nullptr, m_vector.data(), sameDirection, nullptr) == 1 &&
            EVP_CipherUpdate(context, data, &written, data, length) == 1 && written == length;

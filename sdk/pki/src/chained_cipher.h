@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <memory>
 
 #include "openssl_handles.h"
 #include "uabase/byte_view.h"

@@ -18,10 +18,9 @@ UaByteView firstSequence(const UaByteString& bytes) {
     long length = 0;
     int tag = 0;
     int tagClass = 0;
-    int form = ASN1_get_object(&content, &length, &tag, &tagClass, bytes.length());
-    if (form != V_ASN1_CONSTRUCTED || tag != V_ASN1_SEQUENCE || tagClass != V_ASN1_UNIVERSAL) {
+    const int form = ASN1_get_object(&content, &length, &tag, &tagClass, bytes.length());
+    if (form != V_ASN1_CONSTRUCTED || tag != V_ASN1_SEQUENCE || tagClass != V_ASN1_UNIVERSAL)
         return {};
-    }
     return {bytes.data(), static_cast<std::size_t>(content - bytes.data() + length)};
 }
 
@@ -29,18 +28,17 @@ UaByteView firstSequence(const UaByteString& bytes) {
 
 // Parsing a certificate takes OpenSSL a hundred times as long as this.
 std::vector<OpcUa_Byte> UaPkiThumbprint(const UaByteString& certificate) {
-    pki::ErrorQueueGuard guard;
-    UaByteView der = firstSequence(certificate);
+    const pki::ErrorQueueGuard guard;
+    const UaByteView der = firstSequence(certificate);
     std::array<OpcUa_Byte, EVP_MAX_MD_SIZE> digest{};
     unsigned int length = 0;
-    if (der.size == 0 || EVP_Digest(der.data, der.size, digest.data(), &length, EVP_sha1(), nullptr) != 1) {
+    if (der.size == 0 || EVP_Digest(der.data, der.size, digest.data(), &length, EVP_sha1(), nullptr) != 1)
         return {};
-    }
     return {digest.data(), digest.data() + length};
 }
 
 bool UaPkiRandomBytes(OpcUa_Byte* bytes, std::size_t count) {
-    pki::ErrorQueueGuard guard;
+    const pki::ErrorQueueGuard guard;
     return count <= INT_MAX && RAND_bytes(bytes, static_cast<int>(count)) == 1;
 }
 

@@ -26,11 +26,10 @@ UaString withoutControlCharacters(const char* text, std::size_t length) {
     result.reserve(length);
     for (std::size_t i = 0; i < length; ++i) {
         auto byte = static_cast<unsigned char>(text[i]);
-        if (byte < 0x20 || byte == 0x7F) {
+        if (byte < 0x20 || byte == 0x7F)
             result += "\xEF\xBF\xBD"; // U+FFFD
-        } else {
+        else
             result += text[i];
-        }
     }
     return UaUniString(result.c_str()).toUtf8();
 }
@@ -54,7 +53,7 @@ X509NamePtr makeName(const UaPkiIdentity& identity) {
 UaPkiIdentity readName(const X509_NAME* name) {
     UaPkiIdentity identity;
     for (const Attribute& attribute : attributes) {
-        int index = X509_NAME_get_index_by_NID(name, attribute.nid, -1);
+        const int index = X509_NAME_get_index_by_NID(name, attribute.nid, -1);
         if (index >= 0) {
             identity.*attribute.field =
                 printableText(X509_NAME_ENTRY_get_data(X509_NAME_get_entry(name, index)));
@@ -65,21 +64,19 @@ UaPkiIdentity readName(const X509_NAME* name) {
 
 UaString nameText(const X509_NAME* name) {
     constexpr unsigned long readable = XN_FLAG_RFC2253 & ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB);
-    BioPtr output(BIO_new(BIO_s_mem()));
+    const BioPtr output(BIO_new(BIO_s_mem()));
     char* text = nullptr;
-    if (output == nullptr || X509_NAME_print_ex(output.get(), name, 0, readable) < 0) {
+    if (output == nullptr || X509_NAME_print_ex(output.get(), name, 0, readable) < 0)
         return {};
-    }
-    long length = BIO_get_mem_data(output.get(), &text);
+    const long length = BIO_get_mem_data(output.get(), &text);
     return withoutControlCharacters(text, static_cast<std::size_t>(length));
 }
 
 UaString printableText(const ASN1_STRING* string) {
     unsigned char* utf8 = nullptr;
-    int length = ASN1_STRING_to_UTF8(&utf8, string);
-    if (length < 0) {
+    const int length = ASN1_STRING_to_UTF8(&utf8, string);
+    if (length < 0)
         return {};
-    }
     UaString text =
         withoutControlCharacters(reinterpret_cast<const char*>(utf8), static_cast<std::size_t>(length));
     OPENSSL_free(utf8);

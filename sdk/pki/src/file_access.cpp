@@ -26,13 +26,11 @@ std::string errorText(int error) {
 bool readAll(int descriptor, Bytes& content) {
     std::size_t done = 0;
     while (done < content.size()) {
-        ssize_t count = ::read(descriptor, content.data() + done, content.size() - done);
-        if (count < 0 && errno != EINTR) {
+        const ssize_t count = ::read(descriptor, content.data() + done, content.size() - done);
+        if (count < 0 && errno != EINTR)
             return false;
-        }
-        if (count == 0) {
+        if (count == 0)
             break;
-        }
         done += count > 0 ? static_cast<std::size_t>(count) : 0;
     }
     content.resize(done);
@@ -42,11 +40,10 @@ bool readAll(int descriptor, Bytes& content) {
 bool writeAll(int descriptor, const void* data, std::size_t length) {
     const auto* position = static_cast<const unsigned char*>(data);
     while (length > 0) {
-        ssize_t count = ::write(descriptor, position, length);
-        if (count < 0 && errno != EINTR) {
+        const ssize_t count = ::write(descriptor, position, length);
+        if (count < 0 && errno != EINTR)
             return false;
-        }
-        std::size_t written = count > 0 ? static_cast<std::size_t>(count) : 0;
+        const std::size_t written = count > 0 ? static_cast<std::size_t>(count) : 0;
         position += written;
         length -= written;
     }
@@ -57,11 +54,10 @@ bool writeAll(int descriptor, const void* data, std::size_t length) {
 /// system.
 std::string temporaryName(const std::filesystem::path& path) {
     std::array<unsigned char, 8> random{};
-    if (RAND_bytes(random.data(), static_cast<int>(random.size())) != 1) {
+    if (RAND_bytes(random.data(), static_cast<int>(random.size())) != 1)
         return {};
-    }
     std::string suffix;
-    for (unsigned char byte : random) {
+    for (const unsigned char byte : random) {
         std::array<char, 3> digits{};
         std::snprintf(digits.data(), digits.size(), "%02x", byte);
         suffix += digits.data();
@@ -71,8 +67,8 @@ std::string temporaryName(const std::filesystem::path& path) {
 
 /// A rename is only durable once its directory is on the disk.
 bool syncDirectoryOf(const std::filesystem::path& path) {
-    std::filesystem::path parent = path.parent_path().empty() ? "." : path.parent_path();
-    UaFileDescriptor directory(::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const std::filesystem::path parent = path.parent_path().empty() ? "." : path.parent_path();
+    const UaFileDescriptor directory(::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     // A directory that may be written but not read, or a file system that cannot flush one: the file is there
     // all the same.
     return !directory.isOpen() || ::fsync(directory.get()) == 0 || errno == EINVAL;
@@ -91,9 +87,8 @@ bool mayBeReplaced(const std::string& path) {
 /// False, with the reason in errno, when it cannot; what was there is then untouched.
 bool replace(const std::string& path, const void* data, std::size_t length, mode_t mode) {
     const std::string temporary = temporaryName(path);
-    if (temporary.empty() || !mayBeReplaced(path)) {
+    if (temporary.empty() || !mayBeReplaced(path))
         return false;
-    }
     if (!writeAndFlush(temporary, data, length, mode) || ::rename(temporary.c_str(), path.c_str()) != 0) {
         const int error = errno;
         ::unlink(temporary.c_str());
@@ -107,10 +102,10 @@ bool replace(const std::string& path, const void* data, std::size_t length, mode
 
 UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, std::string& problem) {
     // Without O_NONBLOCK a named pipe in a store's directory would hold up the connect for ever.
-    UaFileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    const UaFileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat properties{};
     if (!file.isOpen() || ::fstat(file.get(), &properties) != 0) {
-        int error = errno;
+        const int error = errno;
         problem = errorText(error);
         return error == ENOENT || error == ENOTDIR ? OpcUa_BadNotFound : OpcUa_BadNotReadable;
     }
@@ -131,13 +126,11 @@ UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, st
 }
 
 bool writeNewFile(const std::string& path, const void* data, std::size_t length, mode_t mode) {
-    if (writeAndFlush(path, data, length, mode)) {
+    if (writeAndFlush(path, data, length, mode))
         return syncDirectoryOf(path);
-    }
     const int error = errno;
-    if (error != EEXIST) {
+    if (error != EEXIST)
         ::unlink(path.c_str());
-    }
     errno = error;
     return false;
 }
@@ -156,16 +149,13 @@ bool writeFileAtomically(const std::string& path, const void* data, std::size_t 
 
 std::string whoElseMay(Access access, const std::string& path) {
     struct stat properties{};
-    if (::stat(path.c_str(), &properties) != 0) {
+    if (::stat(path.c_str(), &properties) != 0)
         return {};
-    }
     const mode_t mode = properties.st_mode;
-    if ((mode & (access == Access::Read ? S_IROTH : S_IWOTH)) != 0) {
+    if ((mode & (access == Access::Read ? S_IROTH : S_IWOTH)) != 0)
         return "everybody";
-    }
-    if ((mode & (access == Access::Read ? S_IRGRP : S_IWGRP)) != 0) {
+    if ((mode & (access == Access::Read ? S_IRGRP : S_IWGRP)) != 0)
         return "the group " + std::to_string(properties.st_gid);
-    }
     const bool isForeign = properties.st_uid != 0 && properties.st_uid != ::geteuid();
     return isForeign ? "its owner, the user " + std::to_string(properties.st_uid) + "," : std::string();
 }

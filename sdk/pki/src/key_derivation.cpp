@@ -23,13 +23,12 @@ OSSL_PARAM parameter(const char* name, UaByteView value) {
 
 bool deriveBytes(UaPkiSecurityPolicy::Digest digest, UaByteView secret, UaByteView seed, Bytes& bytes) {
     const char* digestName = nameOf(digest);
-    if (digestName == nullptr || secret.size == 0) {
+    if (digestName == nullptr || secret.size == 0)
         return false;
-    }
-    ErrorQueueGuard guard;
+    const ErrorQueueGuard guard;
     // With one digest, and the label as part of the seed, TLS's function is P_hash itself.
-    DerivationPtr derivation(EVP_KDF_fetch(nullptr, OSSL_KDF_NAME_TLS1_PRF, nullptr));
-    DerivationContextPtr context(derivation != nullptr ? EVP_KDF_CTX_new(derivation.get()) : nullptr);
+    const DerivationPtr derivation(EVP_KDF_fetch(nullptr, OSSL_KDF_NAME_TLS1_PRF, nullptr));
+    const DerivationContextPtr context(derivation != nullptr ? EVP_KDF_CTX_new(derivation.get()) : nullptr);
     const std::array<OSSL_PARAM, 4> parameters{
         OSSL_PARAM_construct_utf8_string(OSSL_KDF_PARAM_DIGEST, const_cast<char*>(digestName), 0),
         parameter(OSSL_KDF_PARAM_SECRET, secret), parameter(OSSL_KDF_PARAM_SEED, seed),

@@ -23,14 +23,13 @@ const char* nameOf(UaPkiSecurityPolicy::Digest digest) {
 
 bool KeyedHash::setKey(UaPkiSecurityPolicy::Digest digest, UaByteView key) {
     const char* digestName = nameOf(digest);
-    MacPtr hmac(EVP_MAC_fetch(nullptr, OSSL_MAC_NAME_HMAC, nullptr));
+    const MacPtr hmac(EVP_MAC_fetch(nullptr, OSSL_MAC_NAME_HMAC, nullptr));
     m_context.reset(hmac != nullptr && digestName != nullptr ? EVP_MAC_CTX_new(hmac.get()) : nullptr);
     const std::array<OSSL_PARAM, 2> parameters{
         OSSL_PARAM_construct_utf8_string(OSSL_MAC_PARAM_DIGEST, const_cast<char*>(digestName), 0),
         OSSL_PARAM_construct_end()};
-    if (m_context == nullptr || EVP_MAC_init(m_context.get(), key.data, key.size, parameters.data()) != 1) {
+    if (m_context == nullptr || EVP_MAC_init(m_context.get(), key.data, key.size, parameters.data()) != 1)
         return false;
-    }
     m_length = EVP_MAC_CTX_get_mac_size(m_context.get());
     return m_length != 0 && m_length <= mostBytes;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 
 #include "openssl_handles.h"
 #include "uabase/byte_view.h"

@@ -1,22 +1,19 @@
-#include "key_record.h"
-
 #include <cstddef>
 #include <utility>
 #include <vector>
 
+#include "key_record.h"
 #include "rsa.h"
 #include "uapki/asymmetric_keys.h"
 
 UaStatus UaPkiOwnKey::open(const UaPkiSecurityPolicy& policy, const OpcUa_Key& record, UaPkiOwnKey& key) {
     key = UaPkiOwnKey();
-    if (policy.isNone()) {
+    if (policy.isNone())
         return OpcUa_BadInvalidArgument;
-    }
-    pki::ErrorQueueGuard guard;
+    const pki::ErrorQueueGuard guard;
     pki::KeyPtr privateKey = pki::readRsaPrivateKey(record);
-    if (!pki::isUsableRsaKey(privateKey.get())) {
+    if (!pki::isUsableRsaKey(privateKey.get()))
         return OpcUa_BadSecurityChecksFailed;
-    }
     key.m_policy = &policy;
     key.m_blockLength = pki::modulusLength(privateKey.get());
     key.m_key = std::move(privateKey);
@@ -24,19 +21,19 @@ UaStatus UaPkiOwnKey::open(const UaPkiSecurityPolicy& policy, const OpcUa_Key& r
 }
 
 std::vector<OpcUa_Byte> UaPkiOwnKey::sign(UaByteView data) const {
-    if (!isValid()) {
+    if (!isValid())
         return {};
-    }
-    pki::ErrorQueueGuard guard;
-    pki::DigestContextPtr context(EVP_MD_CTX_new());
+    const pki::ErrorQueueGuard guard;
+    const pki::DigestContextPtr context(EVP_MD_CTX_new());
     EVP_PKEY_CTX* keyContext = nullptr; // the digest context's
     std::vector<OpcUa_Byte> signature(m_blockLength);
     std::size_t length = signature.size();
-    bool good = context != nullptr &&
-                EVP_DigestSignInit(context.get(), &keyContext, pki::digestOf(m_policy->asymmetricSignature),
-                                   nullptr, m_key.get()) == 1 &&
-                pki::setPadding(keyContext, m_policy->asymmetricSignature) &&
-                EVP_DigestSign(context.get(), signature.data(), &length, data.data, data.size) == 1;
+    const bool good =
+        context != nullptr &&
+        EVP_DigestSignInit(context.get(), &keyContext, pki::digestOf(m_policy->asymmetricSignature), nullptr,
+                           m_key.get()) == 1 &&
+        pki::setPadding(keyContext, m_policy->asymmetricSignature) &&
+        EVP_DigestSign(context.get(), signature.data(), &length, data.data, data.size) == 1;
     return good && length == m_blockLength ? signature : std::vector<OpcUa_Byte>();
 }
 
@@ -45,8 +42,8 @@ std::vector<OpcUa_Byte> UaPkiOwnKey::decrypt(UaByteView cipher) const {
         cipher.size / m_blockLength > mostBlocks) {
         return {};
     }
-    pki::ErrorQueueGuard guard;
-    pki::KeyContextPtr context(EVP_PKEY_CTX_new_from_pkey(nullptr, m_key.get(), nullptr));
+    const pki::ErrorQueueGuard guard;
+    const pki::KeyContextPtr context(EVP_PKEY_CTX_new_from_pkey(nullptr, m_key.get(), nullptr));
     if (context == nullptr || EVP_PKEY_decrypt_init(context.get()) != 1 ||
         !pki::setPadding(context.get(), m_policy->asymmetricEncryption)) {
         return {};
@@ -58,14 +55,14 @@ std::vector<OpcUa_Byte> UaPkiOwnKey::decrypt(UaByteView cipher) const {
     // To the end also when a block is wrong: how long it takes says nothing about which one was.
     for (UaByteView rest = cipher; rest.size != 0; rest = rest.from(m_blockLength)) {
         std::size_t length = plain.size() - written;
-        bool decrypted =
+        const bool decrypted =
             EVP_PKEY_decrypt(context.get(), plain.data() + written, &length, rest.data, m_blockLength) == 1;
         // OpenSSL from 3.2 on gives any number of bytes for a block whose PKCS #1 padding is wrong.
-        bool whole = length == fullBlock || rest.size == m_blockLength;
+        const bool whole = length == fullBlock || rest.size == m_blockLength;
         good = good && decrypted && whole;
         written += decrypted ? length : 0;
     }
-    std::size_t kept = good ? written : 0;
+    const std::size_t kept = good ? written : 0;
     UaPkiWipe(plain.data() + kept, plain.size() - kept);
     plain.resize(kept);
     return plain;

@@ -25,22 +25,19 @@ struct PasswordQuestion {
 int answerPassword(char* buffer, int size, int, void* data) {
     auto* question = static_cast<PasswordQuestion*>(data);
     question->asked = true;
-    std::size_t length = question->password != nullptr ? std::strlen(question->password) : 0;
-    if (length == 0 || length > static_cast<std::size_t>(size)) {
+    const std::size_t length = question->password != nullptr ? std::strlen(question->password) : 0;
+    if (length == 0 || length > static_cast<std::size_t>(size))
         return -1;
-    }
     std::memcpy(buffer, question->password, length);
     return static_cast<int>(length);
 }
 
 UaStatus storeKey(const EVP_PKEY* privateKey, OpcUa_Key* key) {
-    if (EVP_PKEY_is_a(privateKey, "RSA") != 1) {
+    if (EVP_PKEY_is_a(privateKey, "RSA") != 1)
         return OpcUa_Key_Assign(key, OpcUa_KeyType_OtherPrivate, nullptr, 0);
-    }
-    int length = i2d_PrivateKey(privateKey, nullptr);
-    if (length <= 0) {
+    const int length = i2d_PrivateKey(privateKey, nullptr);
+    if (length <= 0)
         return OpcUa_BadDecodingError;
-    }
     SecretBytes der(static_cast<std::size_t>(length));
     unsigned char* target = der.bytes.data();
     i2d_PrivateKey(privateKey, &target);
@@ -66,15 +63,14 @@ struct PemContent {
 UaByteView plainRsaKey(const PemContent& content) {
     const std::string name = content.name != nullptr ? content.name : "";
     const UaByteView der(content.der, static_cast<std::size_t>(content.length));
-    if (name == PEM_STRING_RSA) {
+    if (name == PEM_STRING_RSA)
         return der;
-    }
     return name == PEM_STRING_PKCS8INF ? rsaKeyWithin(der) : UaByteView();
 }
 
 /// Encrypted or not, of whatever algorithm.
 bool isPrivateKey(const SecretBytes& content) {
-    ErrorQueueGuard guard;
+    const ErrorQueueGuard guard;
     PasswordQuestion question{nullptr};
     const BioPtr input(BIO_new_mem_buf(content.bytes.data(), static_cast<int>(content.bytes.size())));
     const KeyPtr key(input != nullptr
@@ -103,22 +99,19 @@ bool readPlainRsaKey(const SecretBytes& file, PasswordQuestion& question, OpcUa_
 
 UaStatus readKey(const UaString& file, const char* password, OpcUa_Key* key, std::string& problem) {
     SecretBytes content;
-    UaStatus status = readFile(file.toUtf8(), keyFileLimit, content.bytes, problem);
-    if (status.isBad()) {
+    const UaStatus status = readFile(file.toUtf8(), keyFileLimit, content.bytes, problem);
+    if (status.isBad())
         return status.statusCode() == OpcUa_BadNotFound ? status : UaStatus(OpcUa_BadNotReadable);
-    }
-    ErrorQueueGuard guard;
+    const ErrorQueueGuard guard;
     PasswordQuestion question{password};
-    if (readPlainRsaKey(content, question, key)) {
+    if (readPlainRsaKey(content, question, key))
         return OpcUa_Good;
-    }
     const BioPtr input = readerOf(content);
-    KeyPtr privateKey(input != nullptr
-                          ? PEM_read_bio_PrivateKey(input.get(), nullptr, answerPassword, &question)
-                          : nullptr);
-    if (privateKey != nullptr) {
+    const KeyPtr privateKey(input != nullptr
+                                ? PEM_read_bio_PrivateKey(input.get(), nullptr, answerPassword, &question)
+                                : nullptr);
+    if (privateKey != nullptr)
         return storeKey(privateKey.get(), key);
-    }
     problem = question.asked ? "the key is encrypted and the password does not open it"
                              : "no PEM private key in it";
     return question.asked ? OpcUa_BadSecurityChecksFailed : OpcUa_BadDecodingError;
@@ -130,9 +123,8 @@ bool keepPrivateKey(const UaString& file) {
     constexpr int mostKept = 100;
     SecretBytes content;
     std::string problem;
-    if (readFile(file.text(), keyFileLimit, content.bytes, problem).isBad() || !isPrivateKey(content)) {
+    if (readFile(file.text(), keyFileLimit, content.bytes, problem).isBad() || !isPrivateKey(content))
         return true;
-    }
     for (int number = 1; number <= mostKept; ++number) {
         const std::string kept = file.text() + ".old" + (number == 1 ? "" : std::to_string(number));
         if (writeNewFile(kept, content.bytes.data(), content.bytes.size(), keyFileMode)) {
@@ -140,9 +132,8 @@ bool keepPrivateKey(const UaString& file) {
                            file.toUtf8(), kept.c_str());
             return true;
         }
-        if (errno != EEXIST) {
+        if (errno != EEXIST)
             break;
-        }
     }
     UaTrace::write(UaTrace::Errors, "pki", "cannot write %s: the private key in it cannot be kept beside it",
                    file.toUtf8());

@@ -16,9 +16,8 @@ UaStatus UaPkiProviderOpenSSL::openCertificateStore() {
 
 UaStatus UaPkiProviderOpenSSL::loadPrivateKey(const UaString& file, OpcUa_UInt32 encoding,
                                               const char* password, OpcUa_Key* key) {
-    if (key == nullptr) {
+    if (key == nullptr)
         return OpcUa_BadInvalidArgument;
-    }
     return encoding == OpcUa_KeyEncoding_Pem ? pki::loadPrivateKeyFile(file, password, key)
                                              : UaStatus(OpcUa_BadNotSupported);
 }

@@ -27,20 +27,18 @@ bool maySignLists(X509* issuer) {
 
 RevocationCheck::RevocationCheck(const StoreContent& store, const SecurityDemands& demands, std::time_t now)
     : m_store(store), m_demands(demands), m_now(now) {
-    ErrorQueueGuard guard;
+    const ErrorQueueGuard guard;
     m_lists.reserve(store.revocationLists.size());
-    for (const X509CrlPtr& list : store.revocationLists) {
+    for (const X509CrlPtr& list : store.revocationLists)
         m_lists.emplace_back(list.get());
-    }
 }
 
 const RevocationState& RevocationCheck::of(X509* certificate, X509* issuer) {
-    ErrorQueueGuard guard;
+    const ErrorQueueGuard guard;
     const auto pair = std::make_pair(certificate, issuer);
     auto known = m_known.find(pair);
-    if (known == m_known.end()) {
+    if (known == m_known.end())
         known = m_known.emplace(pair, find(certificate, issuer)).first;
-    }
     return known->second;
 }
 
@@ -48,9 +46,8 @@ const RevocationState& RevocationCheck::of(X509* certificate, X509* issuer) {
 bool RevocationCheck::isSigned(const RevocationList& list, X509* issuer) {
     const auto pair = std::make_pair(&list, publicKeyOf(issuer));
     const auto known = m_signatures.find(pair);
-    if (known != m_signatures.end()) {
+    if (known != m_signatures.end())
         return known->second;
-    }
     EVP_PKEY* key = X509_get0_pubkey(issuer);
     return m_signatures.emplace(pair, key != nullptr && list.isSignedWith(key)).first->second;
 }
@@ -74,16 +71,14 @@ RevocationCheck::Candidates RevocationCheck::candidatesFor(X509* certificate, X5
     Candidates found;
     found.problem = "there is no revocation list of its issuer";
     for (const RevocationList& list : m_lists) {
-        if (X509_NAME_cmp(list.issuer(), X509_get_subject_name(issuer)) != 0) {
+        if (X509_NAME_cmp(list.issuer(), X509_get_subject_name(issuer)) != 0)
             continue;
-        }
         if (list.coverageOf(certificate) == Coverage::None) {
             found.problem = "its issuer's revocation list is for other certificates";
         } else if (!isSigned(list, issuer)) {
             found.problem = "its issuer has not signed the revocation list of that name";
-            if (list.namesKeyOf(issuer) && !isOfNamesake(list)) {
+            if (list.namesKeyOf(issuer) && !isOfNamesake(list))
                 found.damagedOnes.push_back(&list);
-            }
         } else if (!maySignLists(issuer)) {
             found.problem = "its issuer's key usage does not allow to sign revocation lists";
         } else {
@@ -94,26 +89,21 @@ RevocationCheck::Candidates RevocationCheck::candidatesFor(X509* certificate, X5
 }
 
 const char* RevocationCheck::problemOf(const RevocationList& list, X509* certificate) const {
-    if (list.coverageOf(certificate) != Coverage::Whole) {
+    if (list.coverageOf(certificate) != Coverage::Whole)
         return "its issuer's revocation list is for some reasons of revocation only, or an indirect one";
-    }
-    if (!m_demands.allowDigest(list.signatureDigest())) {
+    if (!m_demands.allowDigest(list.signatureDigest()))
         return "the signature algorithm of its issuer's revocation list is too weak for the policy";
-    }
-    if (!list.isUnderstood()) {
+    if (!list.isUnderstood())
         return "something in its issuer's revocation list is malformed, or critical and unknown";
-    }
     return nullptr;
 }
 
 /// The newest full list that a delta continues.
 const RevocationList* RevocationCheck::baseOf(const RevocationList& delta, const Lists& lists) const {
     const RevocationList* base = nullptr;
-    for (const RevocationList* list : lists) {
-        if (!list->isDelta() && delta.continues(*list) && (base == nullptr || list->isNewerThan(*base))) {
+    for (const RevocationList* list : lists)
+        if (!list->isDelta() && delta.continues(*list) && (base == nullptr || list->isNewerThan(*base)))
             base = list;
-        }
-    }
     return base;
 }
 
@@ -150,19 +140,17 @@ bool RevocationCheck::isTakenBack(const Statement& revoking, const std::vector<S
 RevocationState RevocationCheck::find(X509* certificate, X509* issuer) {
     const Candidates candidates = candidatesFor(certificate, issuer);
     std::map<Bytes, std::vector<Statement>> byScope;
-    for (const RevocationList* list : candidates.signedOnes) {
+    for (const RevocationList* list : candidates.signedOnes)
         byScope[list->scope()].push_back(statementOf(*list, candidates.signedOnes, certificate));
-    }
     RevocationState state;
     state.problem = candidates.problem;
     Lists counting;
     for (const auto& [scope, statements] : byScope) {
         for (const Statement& statement : statements) {
-            if (statement.problem == nullptr) {
+            if (statement.problem == nullptr)
                 counting.push_back(statement.list);
-            } else {
+            else
                 state.problem = statement.problem;
-            }
             state.isRevoked |= statement.isRevoked && !isTakenBack(statement, statements);
         }
     }
@@ -173,9 +161,8 @@ RevocationState RevocationCheck::find(X509* certificate, X509* issuer) {
     const Lists& damaged = candidates.damagedOnes;
     const bool isInDoubt = !std::all_of(damaged.begin(), damaged.end(), isOutrun);
     state.isKnown = !counting.empty() && !isInDoubt;
-    if (!counting.empty() && isInDoubt) {
+    if (!counting.empty() && isInDoubt)
         state.problem = "a later revocation list of its issuer's name has a wrong signature";
-    }
     return state;
 }
 

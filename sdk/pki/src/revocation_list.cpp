@@ -26,9 +26,8 @@ Pointer readExtension(const X509_CRL* list, int nid, bool& isMalformed) {
 
 Bytes extensionBytes(const X509_CRL* list, int nid) {
     const int index = X509_CRL_get_ext_by_NID(list, nid, -1);
-    if (index < 0) {
+    if (index < 0)
         return {};
-    }
     const ASN1_OCTET_STRING* value = X509_EXTENSION_get_data(X509_CRL_get_ext(list, index));
     const unsigned char* bytes = ASN1_STRING_get0_data(value);
     return {bytes, bytes + ASN1_STRING_length(value)};
@@ -42,11 +41,9 @@ bool isUnknownCritical(X509_EXTENSION* extension, std::initializer_list<int> kno
 
 /// A certificate's issuer stands in entries of indirect lists alone, which never count as a whole.
 bool hasUnknownCriticalExtension(const X509_REVOKED* entry) {
-    for (int i = 0; i < X509_REVOKED_get_ext_count(entry); ++i) {
-        if (isUnknownCritical(X509_REVOKED_get_ext(entry, i), {NID_crl_reason, NID_invalidity_date})) {
+    for (int i = 0; i < X509_REVOKED_get_ext_count(entry); ++i)
+        if (isUnknownCritical(X509_REVOKED_get_ext(entry, i), {NID_crl_reason, NID_invalidity_date}))
             return true;
-        }
-    }
     return false;
 }
 
@@ -54,15 +51,13 @@ int pssDigest(const X509_ALGOR* algorithm) {
     int type = 0;
     const void* value = nullptr;
     X509_ALGOR_get0(nullptr, &type, &value, algorithm);
-    if (type != V_ASN1_SEQUENCE) {
+    if (type != V_ASN1_SEQUENCE)
         return NID_sha1; // RFC 8017, A.2.3: what holds where nothing is said
-    }
     const auto* sequence = static_cast<const ASN1_STRING*>(value);
     const PssParametersPtr parameters(
         static_cast<RSA_PSS_PARAMS*>(ASN1_item_unpack(sequence, ASN1_ITEM_rptr(RSA_PSS_PARAMS))));
-    if (parameters == nullptr || parameters->hashAlgorithm == nullptr) {
+    if (parameters == nullptr || parameters->hashAlgorithm == nullptr)
         return NID_sha1;
-    }
     return OBJ_obj2nid(parameters->hashAlgorithm->algorithm);
 }
 
@@ -87,21 +82,18 @@ int RevocationList::signatureDigest() const {
     X509_CRL_get0_signature(m_list, nullptr, &algorithm);
     const int signature = X509_CRL_get_signature_nid(m_list);
     int digest = NID_undef;
-    if (signature == NID_rsassaPss) {
+    if (signature == NID_rsassaPss)
         return pssDigest(algorithm);
-    }
-    if (signature == NID_ED25519 || signature == NID_ED448) {
+    if (signature == NID_ED25519 || signature == NID_ED448)
         return NID_sha512; // or as good; the scheme has its own
-    }
     OBJ_find_sigid_algs(signature, &digest, nullptr);
     return digest;
 }
 
 // X509_cmp_time answers 0 for what is no time.
 ListTime RevocationList::timeAt(std::time_t now) const {
-    if (X509_cmp_time(X509_CRL_get0_lastUpdate(m_list), &now) != -1) {
+    if (X509_cmp_time(X509_CRL_get0_lastUpdate(m_list), &now) != -1)
         return ListTime::NotYetValid;
-    }
     const ASN1_TIME* end = X509_CRL_get0_nextUpdate(m_list);
     return end == nullptr || X509_cmp_time(end, &now) == 1 ? ListTime::Current : ListTime::OutOfDate;
 }
@@ -118,11 +110,9 @@ bool RevocationList::hasUnknownCriticalExtension() const {
         }
     }
     STACK_OF(X509_REVOKED)* entries = X509_CRL_get_REVOKED(m_list);
-    for (int i = 0; i < sk_X509_REVOKED_num(entries); ++i) {
-        if (pki::hasUnknownCriticalExtension(sk_X509_REVOKED_value(entries, i))) {
+    for (int i = 0; i < sk_X509_REVOKED_num(entries); ++i)
+        if (pki::hasUnknownCriticalExtension(sk_X509_REVOKED_value(entries, i)))
             return true;
-        }
-    }
     return false;
 }
 
@@ -146,9 +136,8 @@ ListEntry RevocationList::entryOf(X509* certificate) const {
     constexpr int removed = 2;
     X509_REVOKED* entry = nullptr;
     const int found = X509_CRL_get0_by_cert(m_list, &entry, certificate);
-    if (found == 0) {
+    if (found == 0)
         return ListEntry::None;
-    }
     return found == removed && m_isDelta ? ListEntry::NoLongerRevoked : ListEntry::Revoked;
 }
 

@@ -11,9 +11,8 @@ public:
     PointNames(const DIST_POINT_NAME& point, const X509_NAME* issuer) {
         constexpr int inFull = 0;
         if (point.type == inFull) {
-            for (int i = 0; i < sk_GENERAL_NAME_num(point.name.fullname); ++i) {
+            for (int i = 0; i < sk_GENERAL_NAME_num(point.name.fullname); ++i)
                 m_names.push_back(sk_GENERAL_NAME_value(point.name.fullname, i));
-            }
             return;
         }
         addRelative(point.name.relativename, issuer);
@@ -24,11 +23,9 @@ public:
 
     bool hasOneOf(const PointNames& others) const {
         for (GENERAL_NAME* name : m_names) {
-            for (GENERAL_NAME* other : others.m_names) {
-                if (GENERAL_NAME_cmp(name, other) == 0) {
+            for (GENERAL_NAME* other : others.m_names)
+                if (GENERAL_NAME_cmp(name, other) == 0)
                     return true;
-                }
-            }
         }
         return false;
     }
@@ -67,9 +64,8 @@ bool isFoundAt(const DIST_POINT_NAME& place, X509* certificate) {
     const PointNames names(place, issuer);
     for (int i = 0; points != nullptr && i < sk_DIST_POINT_num(points.get()); ++i) {
         const DIST_POINT* point = sk_DIST_POINT_value(points.get(), i);
-        if (isOrdinary(*point) && names.hasOneOf(PointNames(*point->distpoint, issuer))) {
+        if (isOrdinary(*point) && names.hasOneOf(PointNames(*point->distpoint, issuer)))
             return true;
-        }
     }
     return false;
 }
@@ -78,15 +74,13 @@ bool isFoundAt(const DIST_POINT_NAME& place, X509* certificate) {
 
 // OpenSSL decodes a BOOLEAN as -1 where it is absent, 0 or 255.
 Coverage coverageOf(const ISSUING_DIST_POINT* scope, X509* certificate) {
-    if (scope == nullptr) {
+    if (scope == nullptr)
         return Coverage::Whole;
-    }
     const bool isAuthority = (X509_get_extension_flags(certificate) & EXFLAG_CA) != 0;
     const bool isForOthers = scope->onlyattr > 0 || (isAuthority ? scope->onlyuser : scope->onlyCA) > 0 ||
                              (scope->distpoint != nullptr && !isFoundAt(*scope->distpoint, certificate));
-    if (isForOthers) {
+    if (isForOthers)
         return Coverage::None;
-    }
     return scope->onlysomereasons != nullptr || scope->indirectCRL > 0 ? Coverage::Partly : Coverage::Whole;
 }
 

@@ -1,5 +1,7 @@
 #include "rsa.h"
 
+#include <cstddef>
+
 #include <openssl/rsa.h>
 
 namespace pki {
@@ -20,10 +22,9 @@ bool setOaep(EVP_PKEY_CTX* context, const EVP_MD* digest) {
 } // namespace
 
 bool isUsableRsaKey(const EVP_PKEY* key) {
-    if (key == nullptr || EVP_PKEY_is_a(key, "RSA") != 1) {
+    if (key == nullptr || EVP_PKEY_is_a(key, "RSA") != 1)
         return false;
-    }
-    int bits = EVP_PKEY_get_bits(key);
+    const int bits = EVP_PKEY_get_bits(key);
     return bits >= fewestBits && bits <= mostBits;
 }
 
@@ -36,9 +37,8 @@ const EVP_MD* digestOf(Signature signature) {
 }
 
 bool setPadding(EVP_PKEY_CTX* context, Signature signature) {
-    if (signature != Signature::RsaPssSha256) {
+    if (signature != Signature::RsaPssSha256)
         return EVP_PKEY_CTX_set_rsa_padding(context, RSA_PKCS1_PADDING) == 1;
-    }
     return EVP_PKEY_CTX_set_rsa_padding(context, RSA_PKCS1_PSS_PADDING) == 1 &&
            EVP_PKEY_CTX_set_rsa_pss_saltlen(context, RSA_PSS_SALTLEN_DIGEST) == 1;
 }

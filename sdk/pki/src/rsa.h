@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstddef>
+#include <memory>
+
 #include "openssl_handles.h"
 #include "uapki/security_policy.h"
 

@@ -17,31 +17,28 @@ constexpr int mostBits = 8192;
 } // namespace
 
 UaPkiRsaKeyPair::UaPkiRsaKeyPair(int bits) {
-    pki::ErrorQueueGuard guard;
-    if (bits >= fewestBits && bits <= mostBits) {
+    const pki::ErrorQueueGuard guard;
+    if (bits >= fewestBits && bits <= mostBits)
         m_key = pki::KeyPtr(EVP_RSA_gen(static_cast<unsigned int>(bits)));
-    }
 }
 
 int UaPkiRsaKeyPair::toPEMFile(const char* path, const char* password) const {
-    if (!isValid() || path == nullptr) {
+    if (!isValid() || path == nullptr)
         return -1;
-    }
-    pki::ErrorQueueGuard guard;
-    bool encrypted = password != nullptr && *password != '\0';
-    pki::BioPtr text(BIO_new(BIO_s_secmem())); // overwritten when it is released
+    const pki::ErrorQueueGuard guard;
+    const bool encrypted = password != nullptr && *password != '\0';
+    const pki::BioPtr text(BIO_new(BIO_s_secmem())); // overwritten when it is released
     const EVP_CIPHER* cipher = encrypted ? EVP_aes_256_cbc() : nullptr;
-    int length = encrypted ? static_cast<int>(std::strlen(password)) : 0;
+    const int length = encrypted ? static_cast<int>(std::strlen(password)) : 0;
     if (text == nullptr ||
         PEM_write_bio_PKCS8PrivateKey(text.get(), m_key.get(), cipher, encrypted ? password : nullptr, length,
                                       nullptr, nullptr) != 1) {
         return -1;
     }
     char* data = nullptr;
-    long size = BIO_get_mem_data(text.get(), &data);
-    if (!pki::keepPrivateKey(path)) {
+    const long size = BIO_get_mem_data(text.get(), &data);
+    if (!pki::keepPrivateKey(path))
         return -1;
-    }
     return pki::writeFileAtomically(path, data, static_cast<std::size_t>(size), pki::keyFileMode) ? 0 : -1;
 }
 

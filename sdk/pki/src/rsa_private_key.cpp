@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <memory>
 
 #include <openssl/core_names.h>
 #include <openssl/obj_mac.h>
@@ -30,9 +31,8 @@ bool take(UaByteView& rest, int expectedTag, UaByteView& content) {
     int tag = 0;
     int tagClass = 0;
     const int form = ASN1_get_object(&position, &length, &tag, &tagClass, static_cast<long>(rest.size));
-    if ((form & ~constructedOrNot) != 0 || tag != expectedTag || tagClass != V_ASN1_UNIVERSAL) {
+    if ((form & ~constructedOrNot) != 0 || tag != expectedTag || tagClass != V_ASN1_UNIVERSAL)
         return false;
-    }
     content = {position, static_cast<std::size_t>(length)};
     rest = rest.from(static_cast<std::size_t>(position - rest.data) + content.size);
     return true;
@@ -51,7 +51,7 @@ bool isRsa(UaByteView oid) {
 } // namespace
 
 UaByteView rsaKeyWithin(UaByteView pkcs8) {
-    ErrorQueueGuard guard;
+    const ErrorQueueGuard guard;
     UaByteView rest;
     UaByteView algorithm;
     UaByteView oid;
@@ -63,19 +63,17 @@ UaByteView rsaKeyWithin(UaByteView pkcs8) {
 }
 
 KeyPtr readRsaPrivateKey(UaByteView der) {
-    ErrorQueueGuard guard;
+    const ErrorQueueGuard guard;
     UaByteView rest;
-    if (!take(der, V_ASN1_SEQUENCE, rest) || der.size != 0 || !takeVersion(rest)) {
+    if (!take(der, V_ASN1_SEQUENCE, rest) || der.size != 0 || !takeVersion(rest))
         return nullptr;
-    }
     SecretBytes reversed(rest.size); // the engine takes numbers with their lowest byte first
     std::array<OSSL_PARAM, numbers.size() + 1> parameters{};
     unsigned char* target = reversed.bytes.data();
     for (std::size_t i = 0; i < numbers.size(); ++i) {
         UaByteView number;
-        if (!take(rest, V_ASN1_INTEGER, number) || number.size == 0 || number.data[0] >= 0x80) {
+        if (!take(rest, V_ASN1_INTEGER, number) || number.size == 0 || number.data[0] >= 0x80)
             return nullptr;
-        }
         std::reverse_copy(number.data, number.data + number.size, target);
         parameters[i] = OSSL_PARAM_construct_BN(numbers[i], target, number.size);
         target += number.size;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include <openssl/crypto.h>
 
 #include "file_access.h"

@@ -15,13 +15,11 @@ constexpr int sufficientSignatureBits = 112; // SHA-2 and better; SHA-1 has 63, 
 
 SecurityDemands SecurityDemands::of(const UaString& securityPolicyUri) {
     const UaPkiSecurityPolicy* policy = UaPkiSecurityPolicy::find(securityPolicyUri);
-    if (policy == nullptr) {
+    if (policy == nullptr)
         return {2048, 4096, false};
-    }
     // Without a policy for the channel it is the token policy, not known yet, that a key must suit.
-    if (policy->isNone()) {
+    if (policy->isNone())
         return {1024, std::numeric_limits<int>::max(), true};
-    }
     return {policy->minimumKeyBits, policy->maximumKeyBits,
             policy->asymmetricSignature == UaPkiSecurityPolicy::Signature::RsaPkcs15Sha1};
 }
@@ -36,9 +34,8 @@ bool SecurityDemands::allowDigest(int digest) const {
 bool SecurityDemands::allowSignature(X509* certificate) const {
     int digest = NID_undef;
     int securityBits = 0;
-    if (X509_get_signature_info(certificate, &digest, nullptr, &securityBits, nullptr) != 1) {
+    if (X509_get_signature_info(certificate, &digest, nullptr, &securityBits, nullptr) != 1)
         return false;
-    }
     return securityBits >= sufficientSignatureBits || (isSha1Allowed && digest == NID_sha1);
 }
 

@@ -27,7 +27,7 @@ bool isUsable(const UaString& location) {
         // A path that cannot even be looked at is not the same as one that is not there.
         return !error || error == std::errc::not_a_directory || error == std::errc::no_such_file_or_directory;
     }
-    fs::directory_iterator list(path, error);
+    const fs::directory_iterator list(path, error);
     return !error;
 }
 
@@ -48,17 +48,15 @@ enum class Place { Free, HoldsIt, HoldsAnother };
 Place placeFor(const UaPkiCertificate& certificate, const std::string& file, std::string& problem) {
     pki::Bytes content;
     const UaStatus status = pki::readFile(file, pki::certificateFileLimit, content, problem);
-    if (status.isBad()) {
+    if (status.isBad())
         return status.statusCode() == OpcUa_BadNotFound ? Place::Free : Place::HoldsAnother;
-    }
     const std::vector<pki::X509Ptr> held = pki::parseCertificateFile(content);
     const UaByteArray thumbprint = certificate.thumbPrint();
     const bool isAmong = std::any_of(held.begin(), held.end(), [&thumbprint](const pki::X509Ptr& entry) {
         return pki::thumbprint(entry.get()) == thumbprint;
     });
-    if (isAmong) {
+    if (isAmong)
         return Place::HoldsIt;
-    }
     problem = "it holds another certificate";
     return held.empty() ? Place::Free : Place::HoldsAnother;
 }
@@ -91,13 +89,12 @@ UaStatus UaPkiStore::open() const {
 }
 
 UaStatus UaPkiStore::saveTrusted(const UaPkiCertificate& certificate, const UaString& name) const {
-    if (certificate.isNull() || !isFileName(name)) {
+    if (certificate.isNull() || !isFileName(name))
         return OpcUa_BadInvalidArgument;
-    }
-    if (m_locations.trustedCertificates.isEmpty()) {
+    if (m_locations.trustedCertificates.isEmpty())
         return OpcUa_BadConfigurationError;
-    }
-    std::string file = (fs::path(m_locations.trustedCertificates.text()) / (name.text() + ".der")).string();
+    const std::string file =
+        (fs::path(m_locations.trustedCertificates.text()) / (name.text() + ".der")).string();
     UaDir(UaUniString("")).mkpath(UaUniString(file.c_str())); // what it could not make, the write reports
     std::string problem;
     const Place place = placeFor(certificate, file, problem);
@@ -105,9 +102,8 @@ UaStatus UaPkiStore::saveTrusted(const UaPkiCertificate& certificate, const UaSt
         UaTrace::write(UaTrace::Errors, "pki", "%s is not replaced: %s", file.c_str(), problem.c_str());
         return OpcUa_BadNotWritable;
     }
-    if (place == Place::Free && certificate.toDERFile(file.c_str()) != 0) {
+    if (place == Place::Free && certificate.toDERFile(file.c_str()) != 0)
         return OpcUa_BadNotWritable;
-    }
     UaTrace::write(UaTrace::LifeCycle, "pki", "certificate \"%s\" is now trusted: %s",
                    certificate.commonName().toUtf8(), file.c_str());
     return OpcUa_Good;

@@ -26,18 +26,14 @@ UaString passedOver(std::string path, const std::string& reason) {
 std::vector<std::string> filesIn(const UaString& location, std::string& problem) {
     std::vector<std::string> files;
     std::error_code error;
-    if (location.isEmpty()) {
+    if (location.isEmpty())
         return files;
-    }
     fs::directory_iterator entry(location.text(), error);
-    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-        if (entry->path().filename().string().front() != '.') {
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error))
+        if (entry->path().filename().string().front() != '.')
             files.push_back(entry->path().string());
-        }
-    }
-    if (error && error != std::errc::no_such_file_or_directory) {
+    if (error && error != std::errc::no_such_file_or_directory)
         problem = error.message();
-    }
     std::sort(files.begin(), files.end());
     return files;
 }
@@ -51,9 +47,8 @@ bool readEntries(const std::string& file, std::size_t limit, Parser<Entry> parse
                  std::vector<Entry>& entries) {
     Bytes content;
     std::vector<Entry> found;
-    if (readFile(file, limit, content, problem).isGood()) {
+    if (readFile(file, limit, content, problem).isGood())
         found = parse(content);
-    }
     std::move(found.begin(), found.end(), std::back_inserter(entries));
     return !found.empty();
 }
@@ -63,13 +58,11 @@ void readCertificates(const UaString& location, std::vector<X509Ptr>& certificat
     std::string listing;
     for (const std::string& file : filesIn(location, listing)) {
         std::string problem = "neither a DER nor a PEM certificate";
-        if (!readEntries(file, certificateFileLimit, parseCertificateFile, problem, certificates)) {
+        if (!readEntries(file, certificateFileLimit, parseCertificateFile, problem, certificates))
             skipped.push_back(passedOver(file, problem));
-        }
     }
-    if (!listing.empty()) {
+    if (!listing.empty())
         skipped.push_back(passedOver(location.text(), listing));
-    }
 }
 
 /// A whole certificate, and a directory, are no list that came to harm; anything else may be.
@@ -88,9 +81,8 @@ void readRevocationLists(const UaString& location, StoreContent& content) {
         if (!readEntries(file, revocationListFileLimit, parseRevocationListFile, problem,
                          content.revocationLists)) {
             content.skippedFiles.push_back(passedOver(file, problem));
-            if (mayBeList(file)) {
+            if (mayBeList(file))
                 content.unreadableLists.push_back(content.skippedFiles.back());
-            }
         }
     }
     if (!listing.empty()) {

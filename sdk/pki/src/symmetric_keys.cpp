@@ -1,5 +1,8 @@
 #include "uapki/symmetric_keys.h"
 
+#include <cstddef>
+#include <memory>
+
 #include "chained_cipher.h"
 #include "key_derivation.h"
 #include "keyed_hash.h"
@@ -19,12 +22,11 @@ bool UaPkiSymmetricKeys::Keys::derive(const UaPkiSecurityPolicy& policy, UaByteV
     const std::size_t hashKeyLength = policy.signatureKeyLength;
     const std::size_t cipherKeyLength = policy.encryptionKeyLength;
     pki::SecretBytes derived(hashKeyLength + cipherKeyLength + UaPkiSecurityPolicy::encryptionBlockLength);
-    if (!pki::deriveBytes(policy.digest, secret, seed, derived.bytes)) {
+    if (!pki::deriveBytes(policy.digest, secret, seed, derived.bytes))
         return false;
-    }
-    UaByteView keys(derived.bytes.data(), derived.bytes.size());
-    UaByteView cipherKeys = keys.from(hashKeyLength);
-    pki::ErrorQueueGuard guard;
+    const UaByteView keys(derived.bytes.data(), derived.bytes.size());
+    const UaByteView cipherKeys = keys.from(hashKeyLength);
+    const pki::ErrorQueueGuard guard;
     return hash.setKey(policy.digest, keys.first(hashKeyLength)) && hash.length() == policy.signatureLength &&
            cipher.setKey(cipherKeys.first(cipherKeyLength), cipherKeys.from(cipherKeyLength));
 }
@@ -33,9 +35,8 @@ UaPkiSymmetricKeys::UaPkiSymmetricKeys() = default;
 
 UaPkiSymmetricKeys::UaPkiSymmetricKeys(const UaPkiSecurityPolicy& policy, UaByteView secret, UaByteView seed)
     : m_keys(std::make_unique<Keys>()) {
-    if (!m_keys->derive(policy, secret, seed)) {
+    if (!m_keys->derive(policy, secret, seed))
         m_keys.reset();
-    }
 }
 
 UaPkiSymmetricKeys::~UaPkiSymmetricKeys() = default;

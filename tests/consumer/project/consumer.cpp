@@ -1,6 +1,5 @@
 #include <OpcUaClientInterface.h>
 #include <OpcUaHelpers.h>
-
 #include <cstdio>
 
 int main() {

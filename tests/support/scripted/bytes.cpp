@@ -1,6 +1,9 @@
 #include "support/scripted/bytes.h"
 
 #include <cctype>
+#include <cstddef>
+#include <cstdint>
+#include <string>
 
 namespace scripted {
 
@@ -8,9 +11,8 @@ Bytes hex(const std::string& digits) {
     Bytes bytes;
     std::string pair;
     for (const char digit : digits) {
-        if (std::isxdigit(static_cast<unsigned char>(digit)) != 0) {
+        if (std::isxdigit(static_cast<unsigned char>(digit)) != 0)
             pair += digit;
-        }
         if (pair.size() == 2) {
             bytes += static_cast<char>(std::stoi(pair, nullptr, 16));
             pair.clear();

@@ -36,9 +36,8 @@ Bytes hex(const std::string& digits);
 inline Bytes repeated(const Bytes& bytes, std::size_t times) {
     Bytes all;
     all.reserve(bytes.size() * times);
-    for (std::size_t i = 0; i < times; ++i) {
+    for (std::size_t i = 0; i < times; ++i)
         all += bytes;
-    }
     return all;
 }
 
@@ -62,9 +61,8 @@ private:
     Number number() {
         Number value = 0;
         const Bytes taken = take(sizeof value);
-        if (m_ok) {
+        if (m_ok)
             std::memcpy(&value, taken.data(), sizeof value);
-        }
         return value;
     }
 

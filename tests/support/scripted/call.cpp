@@ -1,7 +1,12 @@
 #include "support/scripted/call.h"
 
+#include <cstdint>
+#include <memory>
 #include <new>
+#include <optional>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 #include "support/scripted/server.h"
 
@@ -12,9 +17,8 @@ struct Call::Shared {
            const UA_DataType& itsType)
         : server(itsServer), connection(std::move(itsConnection)), origin(std::move(itsOrigin)),
           type(itsType), content(UA_new(&itsType)) {
-        if (content == nullptr) {
+        if (content == nullptr)
             throw std::bad_alloc();
-        }
     }
     ~Shared() { UA_delete(content, &type); }
     Shared(const Shared&) = delete;
@@ -30,9 +34,8 @@ struct Call::Shared {
 Call::Call(Server& server, std::shared_ptr<Connection> connection, Origin origin, const UA_DataType& type,
            const Bytes& content) {
     auto shared = std::make_shared<Shared>(server, std::move(connection), std::move(origin), type);
-    if (!decode(content, shared->content, type)) {
+    if (!decode(content, shared->content, type))
         server.report(std::string("undecodable ") + type.typeName);
-    }
     m_shared = std::move(shared);
 }
 
@@ -58,9 +61,8 @@ Connection& Call::connection() const {
 }
 
 const void* Call::content(const UA_DataType& type) const {
-    if (&type != &m_shared->type) {
+    if (&type != &m_shared->type)
         throw std::runtime_error(std::string("the request is a ") + m_shared->type.typeName);
-    }
     return m_shared->content;
 }
 
@@ -74,9 +76,8 @@ void Call::fault(UA_StatusCode status) const {
 
 void Call::answerBody(const Bytes& body) const {
     std::optional<std::uint32_t> token;
-    if (m_shared->server.answersUnderTheRequestsToken()) {
+    if (m_shared->server.answersUnderTheRequestsToken())
         token = tokenId();
-    }
     connection().sendMessage(id(), body, m_shared->origin.kind, token);
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "support/scripted/connection.h"
 #include "support/scripted/messages.h"

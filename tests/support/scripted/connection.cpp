@@ -1,12 +1,18 @@
 #include "support/scripted/connection.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <optional>
+#include <string>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include <algorithm>
+#include <utility>
 
 #include "support/scripted/server.h"
 
@@ -97,9 +103,8 @@ bool Connection::sendLocked(const Bytes& bytes) const {
     std::size_t sent = 0;
     while (sent < bytes.size()) {
         const ssize_t count = ::send(m_socket, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-        if (count <= 0) {
+        if (count <= 0)
             return false;
-        }
         sent += static_cast<std::size_t>(count);
     }
     return true;
@@ -116,9 +121,8 @@ Bytes Connection::headerOf(const Chunk& chunk) const {
 
 Bytes Connection::makeLocked(const Chunk& chunk) {
     const Bytes clear = chunk.kind + chunk.type + u32(0) + headerOf(chunk);
-    if (!chunk.sequenceNumber) {
+    if (!chunk.sequenceNumber)
         ++m_sentSequenceNumber;
-    }
     if (chunk.kind == "OPN" && m_grantedTokenId != m_tokenId) {
         m_previousTokenId = m_tokenId.load();
         m_tokenId = m_grantedTokenId; // nothing goes out under it before this
@@ -154,9 +158,8 @@ bool Connection::sendMessage(std::uint32_t requestId, const Bytes& body, const s
         chunk.body = body.substr(position, kind == "OPN" ? Bytes::npos : piece);
         position += chunk.body.size();
         chunk.type = position < body.size() ? 'C' : 'F';
-        if (!send(chunk)) {
+        if (!send(chunk))
             return false;
-        }
     } while (position < body.size());
     return true;
 }
@@ -167,9 +170,8 @@ bool Connection::receive(Bytes& received, std::size_t count) {
         const std::size_t before = received.size();
         received.resize(before + most);
         const ssize_t got = most == 0 ? 0 : recv(m_socket, received.data() + before, most, 0);
-        if (got <= 0) {
+        if (got <= 0)
             return false;
-        }
         received.resize(before + static_cast<std::size_t>(got));
     }
     return true;
@@ -177,9 +179,8 @@ bool Connection::receive(Bytes& received, std::size_t count) {
 
 bool Connection::receiveChunk(Bytes& chunk) {
     chunk.clear();
-    if (!receive(chunk, headerLength)) {
+    if (!receive(chunk, headerLength))
         return false;
-    }
     Reader header(chunk);
     header.take(4);
     const std::size_t size = header.u32();
@@ -199,9 +200,8 @@ void Connection::serve() {
 
 bool Connection::takeChunk(const Bytes& chunk) {
     const std::string kind = chunk.substr(0, 3);
-    if (kind == "HEL") {
+    if (kind == "HEL")
         return takeHello(chunk);
-    }
     if (kind != "OPN" && kind != "MSG" && kind != "CLO") {
         // ERR, among others: the client gives up.
         return false;
@@ -222,9 +222,8 @@ bool Connection::takeHello(const Bytes& chunk) {
 }
 
 bool Connection::takePolicy(const std::string& policyUri, const Bytes& clientCertificate) {
-    if (policyUri == policyNone || m_protection) {
+    if (policyUri == policyNone || m_protection)
         return true;
-    }
     const auto identity = m_server.identity();
     auto protection = std::make_unique<Protection>(*identity, policyUri, clientCertificate);
     if (!protection->isValid()) {
@@ -238,9 +237,8 @@ bool Connection::takePolicy(const std::string& policyUri, const Bytes& clientCer
 
 std::optional<Bytes> Connection::open(const std::string& kind, std::uint32_t tokenId, const Bytes& chunk,
                                       std::size_t clearLength) const {
-    if (!m_protection) {
+    if (!m_protection)
         return chunk.substr(clearLength);
-    }
     return kind == "OPN" ? m_protection->openAsymmetric(chunk, clearLength)
                          : m_protection->openSymmetric(tokenId, chunk, clearLength);
 }
@@ -255,9 +253,8 @@ bool Connection::takeSecureChunk(const Bytes& chunk) {
         const std::string policyUri = reader.text();
         const Bytes clientCertificate = reader.text();
         reader.text();
-        if (!takePolicy(policyUri, clientCertificate)) {
+        if (!takePolicy(policyUri, clientCertificate))
             return false;
-        }
     } else {
         tokenId = reader.u32();
     }
@@ -279,9 +276,8 @@ bool Connection::takeSecureChunk(const Bytes& chunk) {
     checkNumbers(kind, channelId, tokenId, sequenceNumber);
     checkSizes(message, chunk.size());
     const char type = chunk[3];
-    if (type == 'C') {
+    if (type == 'C')
         return true;
-    }
     const Bytes body = std::move(message.body);
     m_unfinished.erase(requestId);
     return type == 'A' || takeMessage(kind, requestId, tokenId, body);
@@ -308,25 +304,20 @@ void Connection::checkNumbers(const std::string& kind, std::uint32_t channelId, 
                         std::to_string(m_receivedSequenceNumber));
     }
     m_receivedSequenceNumber = sequenceNumber;
-    if (channelId != m_channelId) {
+    if (channelId != m_channelId)
         m_server.report(kind + " for channel " + std::to_string(channelId));
-    }
-    if (kind != "OPN" && tokenId != m_tokenId && tokenId != m_previousTokenId) {
+    if (kind != "OPN" && tokenId != m_tokenId && tokenId != m_previousTokenId)
         m_server.report(kind + " with token " + std::to_string(tokenId));
-    }
 }
 
 void Connection::checkSizes(const Message& message, std::size_t chunkSize) {
     const TransportLimits limits = m_server.announcedLimits();
-    if (chunkSize > limits.receiveBufferSize) {
+    if (chunkSize > limits.receiveBufferSize)
         m_server.report("a chunk of " + std::to_string(chunkSize) + " bytes");
-    }
-    if (limits.maxMessageSize != 0 && message.body.size() > limits.maxMessageSize) {
+    if (limits.maxMessageSize != 0 && message.body.size() > limits.maxMessageSize)
         m_server.report("a message of " + std::to_string(message.body.size()) + " bytes");
-    }
-    if (limits.maxChunkCount != 0 && message.chunks > limits.maxChunkCount) {
+    if (limits.maxChunkCount != 0 && message.chunks > limits.maxChunkCount)
         m_server.report("a message of " + std::to_string(message.chunks) + " chunks");
-    }
 }
 
 } // namespace scripted

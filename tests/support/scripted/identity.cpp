@@ -1,12 +1,14 @@
 #include "support/scripted/identity.h"
 
+#include <cstddef>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
 #include <openssl/evp.h>
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
-
-#include <memory>
-#include <stdexcept>
 
 namespace scripted {
 namespace {
@@ -20,9 +22,8 @@ using Certificate = std::unique_ptr<X509, Freer<X509, X509_free>>;
 
 template <class T>
 T* require(T* result) {
-    if (result == nullptr) {
+    if (result == nullptr)
         throw std::runtime_error("cannot make a certificate");
-    }
     return result;
 }
 
@@ -43,9 +44,8 @@ template <class T>
 Bytes derOf(T* object, int (*encode)(const T*, unsigned char**)) {
     unsigned char* der = nullptr;
     const int length = encode(object, &der);
-    if (length <= 0) {
+    if (length <= 0)
         throw std::runtime_error("cannot encode a certificate");
-    }
     const Bytes bytes(reinterpret_cast<const char*>(der), static_cast<std::size_t>(length));
     OPENSSL_free(der);
     return bytes;
@@ -95,9 +95,8 @@ Identity make(const IdentityPlan& plan, EVP_PKEY* issuerKey, const std::string& 
     fill(certificate.get(), plan, key.get(), issuer.empty() ? plan.name : issuer);
     EVP_PKEY* signer = issuerKey != nullptr ? issuerKey : key.get();
     const EVP_MD* digest = EVP_PKEY_is_a(signer, "ED25519") == 1 ? nullptr : EVP_sha256();
-    if (X509_sign(certificate.get(), signer, digest) == 0) {
+    if (X509_sign(certificate.get(), signer, digest) == 0)
         throw std::runtime_error("cannot sign a certificate");
-    }
     return {derOf<X509>(certificate.get(), i2d_X509), derOf<EVP_PKEY>(key.get(), i2d_PrivateKey), plan.name};
 }
 

@@ -1,7 +1,10 @@
 #include "support/scripted/messages.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <new>
 #include <stdexcept>
+#include <string>
 
 namespace scripted {
 namespace {
@@ -13,19 +16,16 @@ UA_ByteString view(const Bytes& bytes) {
 } // namespace
 
 const UA_DataType* typeWithEncoding(std::uint32_t identifier) {
-    for (const UA_DataType& type : UA_TYPES) {
-        if (identifier != 0 && type.binaryEncodingId.identifier.numeric == identifier) {
+    for (const UA_DataType& type : UA_TYPES)
+        if (identifier != 0 && type.binaryEncodingId.identifier.numeric == identifier)
             return &type;
-        }
-    }
     return nullptr;
 }
 
 std::uint32_t takeTypeId(Reader& reader) {
     const std::uint8_t form = reader.u8();
-    if (form == 0) {
+    if (form == 0)
         return reader.u8();
-    }
     const unsigned index = form == 1 ? reader.u8() : reader.u16();
     const std::uint32_t identifier = form == 1 ? reader.u16() : reader.u32();
     return form <= 2 && index == 0 && reader.ok() ? identifier : 0;
@@ -33,9 +33,8 @@ std::uint32_t takeTypeId(Reader& reader) {
 
 Bytes encode(const void* value, const UA_DataType& type) {
     UA_ByteString encoded = UA_BYTESTRING_NULL;
-    if (UA_encodeBinary(value, &type, &encoded) != UA_STATUSCODE_GOOD) {
+    if (UA_encodeBinary(value, &type, &encoded) != UA_STATUSCODE_GOOD)
         throw std::runtime_error(std::string("cannot encode a ") + type.typeName);
-    }
     Bytes bytes(reinterpret_cast<const char*>(encoded.data), encoded.length);
     UA_ByteString_clear(&encoded);
     return bytes;
@@ -53,9 +52,8 @@ bool decode(const Bytes& bytes, void* value, const UA_DataType& type) {
 void assign(UA_String& field, const Bytes& content) {
     UA_String_clear(&field);
     const UA_String source = view(content);
-    if (UA_String_copy(&source, &field) != UA_STATUSCODE_GOOD) {
+    if (UA_String_copy(&source, &field) != UA_STATUSCODE_GOOD)
         throw std::bad_alloc();
-    }
 }
 
 void assign(UA_Variant& field, std::int32_t number) {
@@ -64,12 +62,10 @@ void assign(UA_Variant& field, std::int32_t number) {
 }
 
 void resizeArray(void** elements, std::size_t& size, std::size_t newSize, const UA_DataType& type) {
-    if (UA_Array_resize(elements, &size, newSize, &type) != UA_STATUSCODE_GOOD) {
+    if (UA_Array_resize(elements, &size, newSize, &type) != UA_STATUSCODE_GOOD)
         throw std::bad_alloc();
-    }
-    if (size == 0) {
+    if (size == 0)
         *elements = nullptr;
-    }
 }
 
 std::string textOf(const UA_NodeId& id) {

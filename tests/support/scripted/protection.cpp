@@ -1,5 +1,11 @@
 #include "support/scripted/protection.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "uastack/key.h"
 
 namespace scripted {
@@ -32,24 +38,20 @@ Bytes padded(const Bytes& plain, std::size_t signatureLength, std::size_t block,
     const std::size_t fixed = plain.size() + (twoBytes ? 2 : 1) + signatureLength;
     const std::size_t padding = roundedUp(fixed, block) - fixed;
     Bytes result = plain + Bytes(padding + 1, static_cast<char>(padding & 0xFF));
-    if (twoBytes) {
+    if (twoBytes)
         result += static_cast<char>(padding >> 8);
-    }
     return result;
 }
 
 std::optional<Bytes> unpadded(const Bytes& content, bool twoBytes) {
     const std::size_t sizes = twoBytes ? 2 : 1;
-    if (content.size() < sizes) {
+    if (content.size() < sizes)
         return std::nullopt;
-    }
     std::size_t padding = static_cast<unsigned char>(content[content.size() - sizes]);
-    if (twoBytes) {
+    if (twoBytes)
         padding += static_cast<std::size_t>(static_cast<unsigned char>(content.back())) << 8;
-    }
-    if (padding + sizes > content.size()) {
+    if (padding + sizes > content.size())
         return std::nullopt;
-    }
     return content.substr(0, content.size() - sizes - padding);
 }
 
@@ -100,9 +102,8 @@ Bytes Protection::sealAsymmetric(const Bytes& clear, const Bytes& plain) const {
 
 Bytes Protection::sealSymmetric(std::uint32_t tokenId, const Bytes& clear, const Bytes& plain) {
     const auto token = m_tokens.find(tokenId);
-    if (token == m_tokens.end()) {
+    if (token == m_tokens.end())
         return withSize(clear, clear.size() + plain.size()) + plain;
-    }
     const std::size_t signatureLength = m_policy->signatureLength;
     const Bytes content =
         m_encrypting ? padded(plain, signatureLength, UaPkiSecurityPolicy::encryptionBlockLength, false)
@@ -111,22 +112,19 @@ Bytes Protection::sealSymmetric(std::uint32_t tokenId, const Bytes& clear, const
     Bytes signature(signatureLength, '\0');
     token->second.toClient.sign(view(header + content), reinterpret_cast<OpcUa_Byte*>(signature.data()));
     Bytes body = content + signature;
-    if (m_encrypting) {
+    if (m_encrypting)
         token->second.toClient.encrypt(reinterpret_cast<OpcUa_Byte*>(body.data()), body.size());
-    }
     return header + body;
 }
 
 std::optional<Bytes> Protection::openAsymmetric(const Bytes& chunk, std::size_t clearLength) const {
     const Bytes clear = chunk.substr(0, clearLength);
     const Bytes plain = bytesOf(m_own.decrypt(view(chunk.substr(clearLength))));
-    if (plain.size() < m_peer.blockLength()) {
+    if (plain.size() < m_peer.blockLength())
         return std::nullopt;
-    }
     const Bytes content = plain.substr(0, plain.size() - m_peer.blockLength());
-    if (!m_peer.verify(view(clear + content), view(plain.substr(content.size())))) {
+    if (!m_peer.verify(view(clear + content), view(plain.substr(content.size()))))
         return std::nullopt;
-    }
     return unpadded(content, m_own.blockLength() > longKey);
 }
 

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <map>
 #include <optional>
+#include <string>
 
 #include "support/scripted/bytes.h"
 #include "support/scripted/identity.h"

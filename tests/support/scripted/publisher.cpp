@@ -2,6 +2,14 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace scripted {
 namespace {
@@ -13,9 +21,8 @@ void fillMessage(UA_NotificationMessage& message, std::uint32_t sequenceNumber,
                  const std::vector<Publisher::Change>& changes) {
     message.sequenceNumber = sequenceNumber;
     message.publishTime = UA_DateTime_now();
-    if (changes.empty()) {
+    if (changes.empty())
         return;
-    }
     resize(message.notificationData, message.notificationDataSize, 1);
     const UA_DataType& type = typeOf<UA_DataChangeNotification>();
     auto* notification = static_cast<UA_DataChangeNotification*>(UA_new(&type));
@@ -32,11 +39,9 @@ void fillMessage(UA_NotificationMessage& message, std::uint32_t sequenceNumber,
 
 void Publisher::publish(std::int32_t value) {
     std::vector<Change> changes;
-    for (const Item& item : items()) {
-        if (item.subscriptionId == subscriptionId()) {
+    for (const Item& item : items())
+        if (item.subscriptionId == subscriptionId())
             changes.push_back({item.clientHandle, value});
-        }
-    }
     publish(changes);
 }
 
@@ -97,9 +102,8 @@ bool Publisher::waitForWaiting(std::size_t count) const {
 
 std::optional<Call> Publisher::takeRequest() {
     std::unique_lock<std::mutex> lock(m_mutex);
-    if (!m_changed.wait_for(lock, patience, [this] { return !m_waiting.empty(); })) {
+    if (!m_changed.wait_for(lock, patience, [this] { return !m_waiting.empty(); }))
         return std::nullopt;
-    }
     const Call call = m_waiting.front().call;
     m_waiting.pop_front();
     return call;
@@ -118,11 +122,9 @@ std::vector<std::uint32_t> Publisher::keptOf(std::uint32_t id) const {
     const std::lock_guard<std::mutex> lock(m_mutex);
     std::vector<std::uint32_t> numbers;
     const auto subscription = m_subscriptions.find(id);
-    if (subscription != m_subscriptions.end()) {
-        for (const auto& message : subscription->second.kept) {
+    if (subscription != m_subscriptions.end())
+        for (const auto& message : subscription->second.kept)
             numbers.push_back(message.first);
-        }
-    }
     return numbers;
 }
 
@@ -166,9 +168,8 @@ std::uint32_t Publisher::add(std::uint32_t subscriptionId, std::uint32_t clientH
                              const std::string& nodeId) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_items.push_back({subscriptionId, ++m_lastItemId, clientHandle, nodeId});
-    if (m_firstValues) {
+    if (m_firstValues)
         m_subscriptions[subscriptionId].firstValues.push_back({clientHandle, firstValue});
-    }
     return m_lastItemId;
 }
 
@@ -176,9 +177,8 @@ bool Publisher::removeItem(std::uint32_t itemId) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const auto found = std::find_if(m_items.begin(), m_items.end(),
                                     [itemId](const Item& item) { return item.itemId == itemId; });
-    if (found == m_items.end()) {
+    if (found == m_items.end())
         return false;
-    }
     m_items.erase(found);
     return true;
 }
@@ -188,9 +188,8 @@ void Publisher::take(const Call& publish) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         const auto& request = publish.request<UA_PublishRequest>();
         std::vector<UA_StatusCode> results;
-        for (std::size_t i = 0; i < request.subscriptionAcknowledgementsSize; ++i) {
+        for (std::size_t i = 0; i < request.subscriptionAcknowledgementsSize; ++i)
             results.push_back(acknowledge(request.subscriptionAcknowledgements[i]));
-        }
         m_waiting.push_back({publish, std::move(results)});
         m_changed.notify_all();
     }
@@ -201,22 +200,19 @@ bool Publisher::republish(const UA_RepublishRequest& request, UA_NotificationMes
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_askedAgain.push_back(request.retransmitSequenceNumber);
     const auto subscription = m_subscriptions.find(request.subscriptionId);
-    if (subscription == m_subscriptions.end()) {
+    if (subscription == m_subscriptions.end())
         return false;
-    }
     const auto kept = subscription->second.kept.find(request.retransmitSequenceNumber);
-    if (kept == subscription->second.kept.end()) {
+    if (kept == subscription->second.kept.end())
         return false;
-    }
     fillMessage(message, kept->first, kept->second);
     return true;
 }
 
 UA_StatusCode Publisher::acknowledge(const UA_SubscriptionAcknowledgement& acknowledgement) {
     const auto subscription = m_subscriptions.find(acknowledgement.subscriptionId);
-    if (subscription == m_subscriptions.end()) {
+    if (subscription == m_subscriptions.end())
         return UA_STATUSCODE_BADSUBSCRIPTIONIDINVALID;
-    }
     m_acknowledged.push_back(acknowledgement.sequenceNumber);
     m_changed.notify_all();
     return subscription->second.kept.erase(acknowledgement.sequenceNumber) == 1
@@ -226,17 +222,13 @@ UA_StatusCode Publisher::acknowledge(const UA_SubscriptionAcknowledgement& ackno
 
 std::optional<std::pair<Publisher::Waiting, Publisher::Pending>> Publisher::takeMatch() {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    for (auto& [id, subscription] : m_subscriptions) {
-        if (!subscription.firstValues.empty()) {
+    for (auto& [id, subscription] : m_subscriptions)
+        if (!subscription.firstValues.empty())
             publishLocked(id, std::exchange(subscription.firstValues, {}));
-        }
-    }
-    while (!m_waiting.empty() && !m_waiting.front().call.connection().isOpen()) {
+    while (!m_waiting.empty() && !m_waiting.front().call.connection().isOpen())
         m_waiting.pop_front();
-    }
-    if (m_waiting.empty() || m_pending.empty()) {
+    if (m_waiting.empty() || m_pending.empty())
         return std::nullopt;
-    }
     std::pair<Waiting, Pending> match(m_waiting.front(), m_pending.front());
     m_waiting.pop_front();
     m_pending.pop_front();
@@ -255,9 +247,8 @@ void Publisher::send(const Waiting& waiting, const Pending& pending) const {
 }
 
 void Publisher::flush() {
-    while (const auto match = takeMatch()) {
+    while (const auto match = takeMatch())
         send(match->first, match->second);
-    }
 }
 
 bool Publisher::isEmpty() const {
@@ -274,9 +265,8 @@ void Publisher::end(UA_StatusCode status) {
         m_items.clear();
         m_pending.clear();
     }
-    for (const Waiting& one : waiting) {
+    for (const Waiting& one : waiting)
         one.call.fault(status);
-    }
 }
 
 } // namespace scripted

@@ -1,14 +1,21 @@
 #include "support/scripted/server.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
+#include <cerrno>
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <mutex>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <string>
 #include <sys/socket.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <chrono>
 #include <system_error>
+#include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace scripted {
 namespace {
@@ -50,21 +57,18 @@ Server::~Server() {
     }
     m_acceptor.join();
     // No thread is started any more.
-    for (const auto& connection : m_connections) {
+    for (const auto& connection : m_connections)
         connection->close();
-    }
-    for (std::thread& thread : m_threads) {
+    for (std::thread& thread : m_threads)
         thread.join();
-    }
     ::close(m_listener);
 }
 
 void Server::acceptLoop() {
     while (!m_stop) {
         const int socket = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
-        if (socket >= 0) {
+        if (socket >= 0)
             start(socket);
-        }
     }
 }
 
@@ -75,9 +79,8 @@ void Server::start(int socket) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_connections.push_back(connection);
     m_threads.emplace_back([this, connection, script = m_onAccept] {
-        if (script) {
+        if (script)
             script(*connection);
-        }
         connection->serve();
         const std::lock_guard<std::mutex> ended(m_mutex);
         m_changed.notify_all();
@@ -150,9 +153,8 @@ void Server::readFreely() {
 std::size_t Server::mayRead() {
     std::unique_lock<std::mutex> lock(m_mutex);
     m_changed.wait(lock, [this] { return m_stop || !m_throttled || m_bytesPerSecond > 0; });
-    if (m_stop || !m_throttled) {
+    if (m_stop || !m_throttled)
         return m_stop ? 0 : freePiece;
-    }
     const std::size_t piece = std::max<std::size_t>(m_bytesPerSecond / piecesPerSecond, 1);
     m_changed.wait_for(lock, std::chrono::milliseconds(1000 / piecesPerSecond),
                        [this] { return m_stop || !m_throttled; });
@@ -186,9 +188,8 @@ void Server::applyEdit(const UA_DataType& type, void* response) const {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         const auto found = m_edits.find(&type);
-        if (found == m_edits.end()) {
+        if (found == m_edits.end())
             return;
-        }
         change = found->second;
     }
     change(response);
@@ -202,11 +203,10 @@ void Server::sayHello(Connection& connection) {
         script = m_onHello;
         announced = m_limits;
     }
-    if (script) {
+    if (script)
         script(connection);
-    } else {
+    else
         connection.send(acknowledgeMessage(announced));
-    }
 }
 
 void Server::take(const Call& call, const Bytes& content) {
@@ -216,33 +216,29 @@ void Server::take(const Call& call, const Bytes& content) {
         m_last[&call.type()] = content;
         m_changed.notify_all();
     }
-    if (const Script script = scriptFor(&call.type())) {
+    if (const Script script = scriptFor(&call.type()))
         script(call);
-    } else {
+    else
         call.answer();
-    }
 }
 
 void Server::answerAsUsual(const Call& call) {
     if (call.is<UA_PublishRequest>()) {
-        if (m_publisher.isEmpty()) {
+        if (m_publisher.isEmpty())
             call.fault(UA_STATUSCODE_BADNOSUBSCRIPTION);
-        } else {
+        else
             m_publisher.take(call);
-        }
         return;
     }
     if (call.is<UA_CloseSecureChannelRequest>()) {
         call.connection().close();
         return;
     }
-    if (call.is<UA_CloseSessionRequest>()) {
+    if (call.is<UA_CloseSessionRequest>())
         m_publisher.end(UA_STATUSCODE_BADSESSIONCLOSED);
-    }
     call.answerBody(m_usual.bodyFor(call));
-    if (call.is<UA_DeleteSubscriptionsRequest>() && m_publisher.isEmpty()) {
+    if (call.is<UA_DeleteSubscriptionsRequest>() && m_publisher.isEmpty())
         m_publisher.end(UA_STATUSCODE_BADNOSUBSCRIPTION);
-    }
     m_publisher.flush();
 }
 
@@ -279,9 +275,8 @@ bool Server::waitFor(const std::function<bool()>& condition) const {
 int Server::requests() const {
     const std::lock_guard<std::mutex> lock(m_mutex);
     int sum = 0;
-    for (const auto& count : m_counts) {
+    for (const auto& count : m_counts)
         sum += count.second;
-    }
     return sum;
 }
 

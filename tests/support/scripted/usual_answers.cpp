@@ -1,5 +1,10 @@
 #include "support/scripted/usual_answers.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
 #include "support/scripted/server.h"
 
 namespace scripted {
@@ -178,9 +183,8 @@ Bytes UsualAnswers::openSecureChannel(const Call& call) {
     token.createdAt = UA_DateTime_now();
     token.revisedLifetime = request.requestedLifetime;
     const Protection* protection = call.connection().protection();
-    if (protection != nullptr) {
+    if (protection != nullptr)
         assign(response->serverNonce, randomBytes(protection->policy().nonceLength));
-    }
     const Bytes body = call.bodyOf(*response);
     call.connection().adopt(token.channelId, token.tokenId, bytesOf(request.clientNonce),
                             bytesOf(response->serverNonce),
@@ -214,9 +218,8 @@ Bytes UsualAnswers::activateSession(const Call& call) {
     Connection& connection = call.connection();
     if (const Protection* protection = connection.protection()) {
         const Bytes shown = leafOf(m_server.identity()->certificate) + connection.sessionNonce;
-        if (!protection->verify(shown, bytesOf(request.clientSignature.signature))) {
+        if (!protection->verify(shown, bytesOf(request.clientSignature.signature)))
             return call.faultBody(UA_STATUSCODE_BADAPPLICATIONSIGNATUREINVALID);
-        }
     }
     Owned<UA_ActivateSessionResponse> response;
     assign(response->serverNonce, randomBytes(sessionNonceLength));
@@ -278,9 +281,8 @@ Bytes UsualAnswers::deleteSubscriptions(const Call& call) {
 
 Bytes UsualAnswers::republish(const Call& call) {
     Owned<UA_RepublishResponse> response;
-    if (!m_publisher.republish(call.request<UA_RepublishRequest>(), response->notificationMessage)) {
+    if (!m_publisher.republish(call.request<UA_RepublishRequest>(), response->notificationMessage))
         return call.faultBody(UA_STATUSCODE_BADMESSAGENOTAVAILABLE);
-    }
     return call.bodyOf(*response);
 }
 

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <memory>
 #include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "OpcUaClientInterface.h"
 #include "guarded_buffer.h"

@@ -37,10 +37,9 @@ private:
     static constexpr std::size_t guard = 64;
 
     bool allPattern(std::size_t from, std::size_t to) const {
-        for (std::size_t i = from; i < to; ++i) {
+        for (std::size_t i = from; i < to; ++i)
             if (m_bytes[i] != pattern)
                 return false;
-        }
         return true;
     }
 

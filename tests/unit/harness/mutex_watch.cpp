@@ -1,13 +1,12 @@
 #include "mutex_watch.h"
 
-#include <dlfcn.h>
-#include <pthread.h>
-
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
+#include <pthread.h>
 #include <string>
 #include <vector>
 
@@ -32,40 +31,34 @@ thread_local bool adopting = false;
 /// Negative for a mutex that is not the library's.
 int numberOf(const pthread_mutex_t* mutex) {
     const std::size_t count = knownCount.load(std::memory_order_acquire);
-    for (std::size_t i = 0; i < count; ++i) {
-        if (known[i].load(std::memory_order_relaxed) == mutex) {
+    for (std::size_t i = 0; i < count; ++i)
+        if (known[i].load(std::memory_order_relaxed) == mutex)
             return static_cast<int>(i);
-        }
-    }
     return -1;
 }
 
 bool calledByClientLibrary(const void* returnAddress) {
     Dl_info info;
-    return dladdr(returnAddress, &info) != 0 && info.dli_fname &&
-           std::strstr(info.dli_fname, "libopcuaclient.so");
+    return dladdr(returnAddress, &info) != 0 && info.dli_fname != nullptr &&
+           std::strstr(info.dli_fname, "libopcuaclient.so") != nullptr;
 }
 
 void noteLocked(const pthread_mutex_t* mutex) {
     const int number = numberOf(mutex);
-    if (number < 0) {
+    if (number < 0)
         return;
-    }
     const std::size_t position = lockCount.fetch_add(1);
-    if (position < capacity) {
+    if (position < capacity)
         lockLog[position] = number;
-    }
-    if (heldCount == heldNumbers.size()) {
+    if (heldCount == heldNumbers.size())
         std::abort();
-    }
     heldNumbers[heldCount++] = number;
 }
 
 void noteUnlocked(const pthread_mutex_t* mutex) {
     const int number = numberOf(mutex);
-    if (number < 0) {
+    if (number < 0)
         return;
-    }
     int* const end = heldNumbers.data() + heldCount;
     int* const held = std::find(heldNumbers.data(), end, number);
     if (held != end) {
@@ -93,9 +86,8 @@ void reset() {
 
 int alive() {
     int result = 0;
-    for (std::size_t i = 0; i < knownCount; ++i) {
-        result += known[i].load() ? 1 : 0;
-    }
+    for (std::size_t i = 0; i < knownCount; ++i)
+        result += known[i].load() != nullptr ? 1 : 0;
     return result;
 }
 
@@ -106,9 +98,8 @@ std::vector<int> held() {
 std::vector<int> locked() {
     std::vector<int> result;
     const std::size_t count = std::min(lockCount.load(), capacity);
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i)
         result.push_back(lockLog[i]);
-    }
     return result;
 }
 
@@ -134,7 +125,7 @@ UNIT_EXPORT int pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexat
     known[number] = mutex;
     knownCount = number + 1;
     standin::script().record("pthread_mutex_init", nullptr,
-                             std::to_string(number) + (attributes ? " with attributes" : ""));
+                             std::to_string(number) + (attributes != nullptr ? " with attributes" : ""));
     return result;
 }
 

@@ -1,7 +1,5 @@
 #include "platform_recorder.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdarg>
 #include <cstddef>
@@ -10,6 +8,8 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <unistd.h>
+#include <vector>
 
 #include "standin/standin.h"
 #include "support/next_definition.h"

@@ -64,11 +64,11 @@ public:
 
 void* allocate(std::size_t size) noexcept {
     void* block = std::malloc(size == 0 ? 1 : size);
-    if (!block || size != sizeof(OpcUaNode))
+    if (block == nullptr || size != sizeof(OpcUaNode))
         return block;
     std::memset(block, freshPattern, size);
-    CensusLock lock;
-    if (!census.blocks)
+    const CensusLock lock;
+    if (census.blocks == nullptr)
         census.blocks = new (std::malloc(sizeof(Blocks))) Blocks();
     (*census.blocks)[block] = stillLive;
     ++census.liveBlocks;
@@ -76,11 +76,11 @@ void* allocate(std::size_t size) noexcept {
 }
 
 void release(void* block) noexcept {
-    if (!block)
+    if (block == nullptr)
         return;
     {
-        CensusLock lock;
-        if (census.blocks) {
+        const CensusLock lock;
+        if (census.blocks != nullptr) {
             const auto found = census.blocks->find(block);
             if (found != census.blocks->end()) {
                 if (found->second != stillLive) {
@@ -111,21 +111,21 @@ void* allocateOrThrow(std::size_t size) {
 namespace record_census {
 
 long live() {
-    CensusLock lock;
+    const CensusLock lock;
     return census.liveBlocks;
 }
 
 Quarantine::Quarantine() {
-    CensusLock lock;
+    const CensusLock lock;
     census.quarantine = true;
     census.freedOnce = 0;
     census.freedAgain = 0;
 }
 
 Quarantine::~Quarantine() {
-    CensusLock lock;
+    const CensusLock lock;
     census.quarantine = false;
-    if (!census.blocks)
+    if (census.blocks == nullptr)
         return;
     for (auto entry = census.blocks->begin(); entry != census.blocks->end();) {
         if (entry->second != stillLive) {
@@ -138,17 +138,17 @@ Quarantine::~Quarantine() {
 }
 
 long Quarantine::freedOnce() const {
-    CensusLock lock;
+    const CensusLock lock;
     return census.freedOnce;
 }
 
 long Quarantine::freedAgain() const {
-    CensusLock lock;
+    const CensusLock lock;
     return census.freedAgain;
 }
 
 long Quarantine::placeOf(const void* record) const {
-    CensusLock lock;
+    const CensusLock lock;
     const auto found = census.blocks->find(record);
     return found == census.blocks->end() ? 0 : found->second;
 }

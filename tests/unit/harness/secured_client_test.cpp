@@ -53,19 +53,17 @@ void SecuredClientTest::answer(const std::string& operation, OpcUa_StatusCode st
 
 std::string SecuredClientTest::argumentsOf(const std::string& operation) {
     std::string arguments = "never called";
-    for (const standin::Call& call : script().calls()) {
+    for (const standin::Call& call : script().calls())
         if (call.operation == operation)
             arguments = std::get<std::string>(call.arguments);
-    }
     return arguments;
 }
 
 std::vector<std::string> SecuredClientTest::steps() {
     std::vector<std::string> result;
-    for (const std::string& operation : script().operations()) {
+    for (const std::string& operation : script().operations())
         if (operation.rfind("UaSettings::", 0) != 0 && operation != "readlink")
             result.push_back(operation);
-    }
     return result;
 }
 
@@ -105,7 +103,7 @@ void expectOwner(const UaPkiIdentity& subject) {
 }
 
 std::string contentOf(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
+    const std::ifstream stream(file, std::ios::binary);
     std::ostringstream content;
     content << stream.rdbuf();
     return content.str();

@@ -34,19 +34,19 @@ void Script::reset() {
 }
 
 void Script::forgetCalls() {
-    std::lock_guard<std::mutex> lock(m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     m_calls.clear();
     m_sequences = 0;
 }
 
 void Script::record(std::string operation, const void* object, Arguments arguments) {
     Surroundings surroundings = probe ? probe() : Surroundings();
-    std::lock_guard<std::mutex> lock(m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     m_calls.push_back({std::move(operation), object, std::move(arguments), std::move(surroundings)});
 }
 
 std::vector<Call> Script::calls() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     return m_calls;
 }
 

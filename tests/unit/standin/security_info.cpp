@@ -67,7 +67,7 @@ void SessionSecurityInfo::setCertificateUserIdentity(const UaByteString& certifi
 
 UaStatus SessionSecurityInfo::verifyServerCertificate(void* validationCallback) {
     return answer("SessionSecurityInfo::verifyServerCertificate", this,
-                  validationCallback ? "callback" : "no callback");
+                  validationCallback != nullptr ? "callback" : "no callback");
 }
 
 UaStatus SessionSecurityInfo::saveServerCertificate(UaString& name) {

@@ -63,9 +63,8 @@ bool UaSession::isConnected() const {
 UaStatus UaSession::read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_TimestampsToReturn timestamps,
                          const UaReadValueIds& nodesToRead, UaDataValues& values, UaDiagnosticInfos&) {
     standin::ReadRequest request{settings, maxAge, timestamps, {}};
-    for (const OpcUa_ReadValueId& item : nodesToRead) {
+    for (const OpcUa_ReadValueId& item : nodesToRead)
         request.items.push_back(standin::readItem(item));
-    }
     script().record("UaSession::read", this, request);
     if (script().onRead)
         return script().onRead(request, values);

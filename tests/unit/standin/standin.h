@@ -185,10 +185,9 @@ public:
     template <typename Request>
     std::vector<Request> requests() const {
         std::vector<Request> result;
-        for (const Call& call : calls()) {
+        for (const Call& call : calls())
             if (const Request* request = std::get_if<Request>(&call.arguments))
                 result.push_back(*request);
-        }
         return result;
     }
 

@@ -1,10 +1,9 @@
 #include <memory>
 #include <utility>
 
-#include "subscription_impl.h"
-
 #include "protocol_text.h"
 #include "standin.h"
+#include "subscription_impl.h"
 
 using standin::script;
 

@@ -1,15 +1,15 @@
 #include "addressing/browse_tree.h"
 
-#include "addressing/node_finder.h"
-#include "addressing/node_info.h"
-#include "interrupt.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <set>
 #include <string>
 #include <variant>
 #include <vector>
+
+#include "addressing/node_finder.h"
+#include "addressing/node_info.h"
+#include "interrupt.h"
 
 namespace opcua_cli {
 namespace {

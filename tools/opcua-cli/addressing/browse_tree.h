@@ -1,15 +1,16 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
 #include "addressing/node_info.h"
 #include "addressing/node_reference.h"
 #include "connection.h"
 #include "output/terminal.h"
-
-#include <cstddef>
-#include <functional>
-#include <optional>
-#include <unordered_set>
-#include <vector>
 
 namespace opcua_cli {
 

@@ -1,7 +1,5 @@
 #include "addressing/node_finder.h"
 
-#include "OpcUaHelpers.h"
-
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
@@ -11,7 +9,10 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
+
+#include "OpcUaHelpers.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "addressing/browse_tree.h"
-#include "addressing/node_info.h"
-#include "output/terminal.h"
-
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
+
+#include "addressing/browse_tree.h"
+#include "addressing/node_info.h"
+#include "output/terminal.h"
 
 namespace opcua_cli {
 

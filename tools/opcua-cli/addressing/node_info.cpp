@@ -1,8 +1,5 @@
 #include "addressing/node_info.h"
 
-#include "addressing/shape.h"
-#include "text/utf8.h"
-
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -12,6 +9,9 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "addressing/shape.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {
@@ -37,10 +37,9 @@ std::string_view typeName(_OpcUaDataType type) {
 }
 
 std::optional<_OpcUaDataType> typeFromName(std::string_view name) {
-    for (std::size_t i = 1; i < typeNameTable.size(); ++i) {
+    for (std::size_t i = 1; i < typeNameTable.size(); ++i)
         if (sameWord(typeNameTable[i], name))
             return static_cast<_OpcUaDataType>(i);
-    }
     return std::nullopt;
 }
 
@@ -90,10 +89,9 @@ NodeInfo unmetNode(const std::string& nodeId, std::optional<_OpcUaDataType> stat
 }
 
 std::string className(int nodeClass) {
-    for (std::size_t i = 0; i < classNames.size(); ++i) {
+    for (std::size_t i = 0; i < classNames.size(); ++i)
         if (nodeClass == 1 << i)
             return classNames[i];
-    }
     return "";
 }
 

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "OpcUaHelpers.h"
-#include "OpcUaTypes.h"
-#include "output/json.h"
-
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "OpcUaHelpers.h"
+#include "OpcUaTypes.h"
+#include "output/json.h"
 
 namespace opcua_cli {
 

@@ -1,8 +1,5 @@
 #include "addressing/node_reference.h"
 
-#include "OpcUaTypes.h"
-#include "failure.h"
-
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -12,6 +9,9 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+
+#include "OpcUaTypes.h"
+#include "failure.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,7 +1,5 @@
 #include "addressing/shape.h"
 
-#include "failure.h"
-
 #include <charconv>
 #include <cstddef>
 #include <limits>
@@ -9,6 +7,8 @@
 #include <string_view>
 #include <system_error>
 #include <vector>
+
+#include "failure.h"
 
 namespace opcua_cli {
 namespace {
@@ -70,10 +70,9 @@ std::string indexText(const std::vector<unsigned long>& index) {
 
 std::size_t elementCount(const Shape& shape) {
     std::size_t count = 1;
-    for (const unsigned long length : shape) {
+    for (const unsigned long length : shape)
         if (length == 0)
             return 0;
-    }
     for (const unsigned long length : shape) {
         if (count > std::numeric_limits<std::size_t>::max() / length)
             return std::numeric_limits<std::size_t>::max();

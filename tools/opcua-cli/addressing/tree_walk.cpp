@@ -1,10 +1,10 @@
-#include "addressing/browse_tree.h"
-
 #include <cstddef>
 #include <deque>
 #include <string>
 #include <unordered_set>
 #include <utility>
+
+#include "addressing/browse_tree.h"
 
 namespace opcua_cli {
 namespace {
@@ -17,12 +17,11 @@ public:
     Walk run(OpcUaNode* start, const WalkWatcher& watcher) {
         meet(start, 0, 0);
         try {
-            for (; !m_pending.empty() && m_walk.complete; m_pending.pop_front()) {
+            for (; !m_pending.empty() && m_walk.complete; m_pending.pop_front())
                 if (watcher(m_walk, m_pending.front().index))
                     browse(m_pending.front());
                 else
                     m_walk.complete = false;
-            }
         } catch (const Failure& failure) {
             m_walk.end = failure;
         }

@@ -1,8 +1,5 @@
 #include "command_line/command_line.h"
 
-#include "failure.h"
-
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <functional>
 #include <map>
@@ -14,6 +11,10 @@
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "failure.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,8 +1,8 @@
-#include "command_line/command_line.h"
-
 #include <algorithm>
 #include <string>
 #include <utility>
+
+#include "command_line/command_line.h"
 
 namespace opcua_cli {
 

@@ -1,16 +1,17 @@
 #include "commands/arguments.h"
 
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
 #include "OpcUaTypes.h"
 #include "address.h"
 #include "files/library_files.h"
 #include "interrupt.h"
 #include "output/streams.h"
-
-#include <cstddef>
-#include <map>
-#include <optional>
-#include <string>
-#include <string_view>
 
 namespace opcua_cli {
 namespace {
@@ -32,10 +33,9 @@ const std::map<std::string, int>& traceLevels() {
 std::string traceLevelNames() {
     std::string names;
     for (int level = 0; level <= OpcUaTraceLevel_Everything; ++level) {
-        for (const auto& [name, number] : traceLevels()) {
+        for (const auto& [name, number] : traceLevels())
             if (number == level)
                 names += (names.empty() ? "" : ", ") + name;
-        }
     }
     return names;
 }

@@ -1,17 +1,17 @@
 #pragma once
 
-#include "command_line/command_line.h"
-#include "failure.h"
-#include "options.h"
-#include "output/json.h"
-#include "values/job.h"
-
 #include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "command_line/command_line.h"
+#include "failure.h"
+#include "options.h"
+#include "output/json.h"
+#include "values/job.h"
 
 namespace opcua_cli {
 

@@ -1,15 +1,3 @@
-#include "commands/commands.h"
-
-#include "OpcUaHelpers.h"
-#include "addressing/browse_tree.h"
-#include "commands/walk_report.h"
-#include "interrupt.h"
-#include "output/streams.h"
-#include "output/table.h"
-#include "output/terminal.h"
-#include "text/drawing.h"
-#include "values/value_buffer.h"
-
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -18,6 +6,17 @@
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include "OpcUaHelpers.h"
+#include "addressing/browse_tree.h"
+#include "commands/commands.h"
+#include "commands/walk_report.h"
+#include "interrupt.h"
+#include "output/streams.h"
+#include "output/table.h"
+#include "output/terminal.h"
+#include "text/drawing.h"
+#include "values/value_buffer.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,16 +1,3 @@
-#include "commands/commands.h"
-
-#include "OpcUaClientInterface.h"
-#include "OpcUaHelpers.h"
-#include "files/library_files.h"
-#include "files/trace.h"
-#include "interrupt.h"
-#include "output/json.h"
-#include "output/streams.h"
-#include "output/table.h"
-#include "result_text.h"
-#include "security/certificate.h"
-
 #include <algorithm>
 #include <exception>
 #include <filesystem>
@@ -21,6 +8,18 @@
 #include <unistd.h>
 #include <utility>
 #include <vector>
+
+#include "OpcUaClientInterface.h"
+#include "OpcUaHelpers.h"
+#include "commands/commands.h"
+#include "files/library_files.h"
+#include "files/trace.h"
+#include "interrupt.h"
+#include "output/json.h"
+#include "output/streams.h"
+#include "output/table.h"
+#include "result_text.h"
+#include "security/certificate.h"
 
 namespace opcua_cli {
 namespace {
@@ -64,10 +63,9 @@ StoredCertificate load(const fs::path& file) {
 std::vector<StoredCertificate> loadAll(const fs::path& directory) {
     std::vector<StoredCertificate> all;
     std::error_code error;
-    for (const auto& entry : fs::directory_iterator(directory, error)) {
+    for (const auto& entry : fs::directory_iterator(directory, error))
         if (entry.path().filename().string().front() != '.')
             all.push_back(load(entry.path()));
-    }
     std::sort(all.begin(), all.end(), [](const auto& a, const auto& b) { return a.file < b.file; });
     return all;
 }
@@ -138,7 +136,7 @@ std::string clientReport(const Store& store) {
 
 std::string listReport(const std::string& title, const fs::path& directory,
                        const std::vector<StoredCertificate>& certificates) {
-    std::string text = "\n" + title + ": " + directory.string() + "\n";
+    const std::string text = "\n" + title + ": " + directory.string() + "\n";
     Table table(
         {{"Common name"}, {"Application URI"}, {"Valid to"}, {"Thumbprint (SHA-1)", false}, {"File"}});
     for (const StoredCertificate& stored : certificates) {

@@ -1,11 +1,3 @@
-#include "commands/commands.h"
-
-#include "commands/comparison.h"
-#include "commands/difference_rows.h"
-#include "commands/take_snapshot.h"
-#include "output/streams.h"
-#include "output/table.h"
-
 #include <array>
 #include <cstddef>
 #include <filesystem>
@@ -13,6 +5,13 @@
 #include <system_error>
 #include <unistd.h>
 #include <utility>
+
+#include "commands/commands.h"
+#include "commands/comparison.h"
+#include "commands/difference_rows.h"
+#include "commands/take_snapshot.h"
+#include "output/streams.h"
+#include "output/table.h"
 
 namespace opcua_cli {
 namespace {
@@ -73,10 +72,9 @@ std::string tableReport(const Comparison& comparison, const SameValue& same) {
     for (const Difference& difference : comparison.differences)
         addRow(table, difference, same);
     std::string summary = std::to_string(comparison.equal) + " values are the same";
-    for (std::size_t i = 0; i < kindTexts.size(); ++i) {
+    for (std::size_t i = 0; i < kindTexts.size(); ++i)
         if (const std::size_t count = comparison.count(static_cast<Kind>(i)))
             summary += ", " + std::to_string(count) + " " + kindTexts[i].title;
-    }
     return (table.empty() ? "" : table.render(terminal)) + terminal.paint(summary, Tone::Faint) + "\n";
 }
 

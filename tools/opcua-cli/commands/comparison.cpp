@@ -84,15 +84,13 @@ Comparison compare(const Snapshot& before, const Snapshot& after, const SameValu
         else
             ++result.equal;
     }
-    for (const Job& job : after.nodes) {
+    for (const Job& job : after.nodes)
         if (beforeNodes.find(job) == nullptr)
             result.differences.push_back(oneSided(Kind::Added, nullptr, &job, leftOutBefore.find(job)));
-    }
     // What lies below such a node may look as if it were missing.
-    for (const Job& job : after.leftOut) {
+    for (const Job& job : after.leftOut)
         if (job.problem && beforeNodes.find(job) == nullptr && leftOutBefore.find(job) == nullptr)
             result.differences.push_back({Kind::NotReadable, nullptr, &job, job.problem->explanation});
-    }
     return result;
 }
 

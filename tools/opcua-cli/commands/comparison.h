@@ -1,11 +1,11 @@
 #pragma once
 
-#include "commands/difference_rows.h"
-#include "formats/snapshot_file.h"
-
 #include <cstddef>
 #include <string>
 #include <vector>
+
+#include "commands/difference_rows.h"
+#include "formats/snapshot_file.h"
 
 namespace opcua_cli {
 

@@ -1,7 +1,15 @@
-#include "commands/commands.h"
+#include <algorithm>
+#include <cstddef>
+#include <limits>
+#include <memory>
+#include <string>
+#include <unistd.h>
+#include <utility>
+#include <vector>
 
 #include "OpcUaClientInterface.h"
 #include "addressing/node_info.h"
+#include "commands/commands.h"
 #include "files/trace.h"
 #include "interrupt.h"
 #include "output/json.h"
@@ -11,15 +19,6 @@
 #include "result_text.h"
 #include "security/names.h"
 #include "wait.h"
-
-#include <algorithm>
-#include <cstddef>
-#include <limits>
-#include <memory>
-#include <string>
-#include <unistd.h>
-#include <utility>
-#include <vector>
 
 namespace opcua_cli {
 namespace {
@@ -38,10 +37,9 @@ std::unique_ptr<_OpcUa_ServerConfigMsg> askServers(const CommonOptions& options)
     COpcUaClientInterface client;
     trace.start(client, options);
     auto result = std::make_unique<_OpcUa_ServerConfigMsg>();
-    for (_OpcUa_ServerMsg& server : result->servers) {
+    for (_OpcUa_ServerMsg& server : result->servers)
         for (_OpcUa_DiscoveryUrlMsg& url : server.discoveryUrls)
             url.endpointCount = noAnswer;
-    }
     std::string url = options.url;
     const int code = client.OpcUaDiscover(url.data(), *result);
     throwIfInterrupted();
@@ -59,10 +57,9 @@ std::unique_ptr<_OpcUa_ServerConfigMsg> askServers(const CommonOptions& options)
 /// The entries that the library filled: they stay at the server's own index, with holes in between.
 std::vector<const _OpcUa_EndpointMsg*> endpointsOf(const _OpcUa_DiscoveryUrlMsg& url) {
     std::vector<const _OpcUa_EndpointMsg*> endpoints;
-    for (const _OpcUa_EndpointMsg& endpoint : url.endpoints) {
+    for (const _OpcUa_EndpointMsg& endpoint : url.endpoints)
         if (endpoint.endpointUrl[0] != '\0')
             endpoints.push_back(&endpoint);
-    }
     return endpoints;
 }
 

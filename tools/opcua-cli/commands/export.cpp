@@ -1,10 +1,3 @@
-#include "commands/commands.h"
-#include "files/descriptor.h"
-#include "formats/csv.h"
-#include "interrupt.h"
-#include "output/streams.h"
-#include "record/recording.h"
-
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
@@ -17,6 +10,13 @@
 #include <unistd.h>
 #include <utility>
 #include <vector>
+
+#include "commands/commands.h"
+#include "files/descriptor.h"
+#include "formats/csv.h"
+#include "interrupt.h"
+#include "output/streams.h"
+#include "record/recording.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,13 +1,3 @@
-#include "commands/commands.h"
-
-#include "addressing/browse_tree.h"
-#include "commands/walk_report.h"
-#include "formats/csv.h"
-#include "output/streams.h"
-#include "output/terminal.h"
-#include "text/utf8.h"
-#include "text/wildcard.h"
-
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -17,6 +7,15 @@
 #include <unistd.h>
 #include <utility>
 #include <vector>
+
+#include "addressing/browse_tree.h"
+#include "commands/commands.h"
+#include "commands/walk_report.h"
+#include "formats/csv.h"
+#include "output/streams.h"
+#include "output/terminal.h"
+#include "text/utf8.h"
+#include "text/wildcard.h"
 
 namespace opcua_cli {
 namespace {

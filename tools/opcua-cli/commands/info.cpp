@@ -1,17 +1,3 @@
-#include "commands/commands.h"
-
-#include "OpcUaHelpers.h"
-#include "addressing/browse_tree.h"
-#include "addressing/node_info.h"
-#include "connection.h"
-#include "files/library_files.h"
-#include "interrupt.h"
-#include "output/json.h"
-#include "output/streams.h"
-#include "output/table.h"
-#include "security/names.h"
-#include "values/value_buffer.h"
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -21,6 +7,19 @@
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include "OpcUaHelpers.h"
+#include "addressing/browse_tree.h"
+#include "addressing/node_info.h"
+#include "commands/commands.h"
+#include "connection.h"
+#include "files/library_files.h"
+#include "interrupt.h"
+#include "output/json.h"
+#include "output/streams.h"
+#include "output/table.h"
+#include "security/names.h"
+#include "values/value_buffer.h"
 
 namespace opcua_cli {
 namespace {
@@ -127,10 +126,9 @@ std::string tableReport(const ConnectOptions& options, const ServerInfo& info) {
     add("Server", options.url);
     add("Connection", info.connected ? "connected, " + info.security.text() : "lost",
         info.connected ? Tone::Good : Tone::Bad);
-    for (const Answer& answer : info.answers) {
+    for (const Answer& answer : info.answers)
         if (answer.value.index() != 0)
             add(answer.node->title, answerText(answer));
-    }
     if (info.namespaceCount)
         add("Namespaces", std::to_string(*info.namespaceCount));
     add("Trace file", files.trace.string());

@@ -1,13 +1,5 @@
 #include "commands/monitor.h"
 
-#include "commands/commands.h"
-#include "interrupt.h"
-#include "monitor/array_reader.h"
-#include "monitor/change_inbox.h"
-#include "monitor/link.h"
-#include "monitor/watched.h"
-#include "output/terminal.h"
-
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -19,6 +11,14 @@
 #include <string>
 #include <unistd.h>
 #include <vector>
+
+#include "commands/commands.h"
+#include "interrupt.h"
+#include "monitor/array_reader.h"
+#include "monitor/change_inbox.h"
+#include "monitor/link.h"
+#include "monitor/watched.h"
+#include "output/terminal.h"
 
 namespace opcua_cli {
 namespace {
@@ -69,10 +69,9 @@ public:
 
     /// What has come until now is still shown, but nothing is asked of the server any more.
     void end() {
-        for (const Change& change : m_inbox.collect()) {
+        for (const Change& change : m_inbox.collect())
             if (!isReadWhenChanged(change))
                 m_output.change(change);
-        }
         m_output.end();
     }
 
@@ -169,10 +168,9 @@ private:
             return;
         m_silenceToldAt = Clock::time_point::max();
         std::vector<std::size_t> nodes;
-        for (std::size_t i = 0; i < m_silent.size(); ++i) {
+        for (std::size_t i = 0; i < m_silent.size(); ++i)
             if (m_silent[i])
                 nodes.push_back(i);
-        }
         if (!nodes.empty())
             m_output.silent(nodes);
     }

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "commands/arguments.h"
-#include "monitor/output.h"
-
 #include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "commands/arguments.h"
+#include "monitor/output.h"
 
 namespace opcua_cli {
 

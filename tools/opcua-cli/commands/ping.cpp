@@ -1,11 +1,3 @@
-#include "commands/commands.h"
-
-#include "interrupt.h"
-#include "output/streams.h"
-#include "text/time_text.h"
-#include "text/utf8.h"
-#include "values/value_buffer.h"
-
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -15,7 +7,15 @@
 #include <future>
 #include <limits>
 #include <optional>
+#include <ratio>
 #include <string>
+
+#include "commands/commands.h"
+#include "interrupt.h"
+#include "output/streams.h"
+#include "text/time_text.h"
+#include "text/utf8.h"
+#include "values/value_buffer.h"
 
 namespace opcua_cli {
 namespace {

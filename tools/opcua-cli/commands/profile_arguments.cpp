@@ -1,13 +1,12 @@
-#include "commands/arguments.h"
-
-#include "OpcUaHelpers.h"
-#include "addressing/node_reference.h"
-#include "files/profiles.h"
-
 #include <cstdlib>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "OpcUaHelpers.h"
+#include "addressing/node_reference.h"
+#include "commands/arguments.h"
+#include "files/profiles.h"
 
 namespace opcua_cli {
 namespace {

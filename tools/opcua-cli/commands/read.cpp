@@ -1,5 +1,10 @@
-#include "commands/commands.h"
+#include <string>
+#include <unistd.h>
+#include <utility>
+#include <variant>
+#include <vector>
 
+#include "commands/commands.h"
 #include "formats/csv.h"
 #include "formats/job_csv.h"
 #include "formats/node_list.h"
@@ -7,12 +12,6 @@
 #include "output/table.h"
 #include "text/utf8.h"
 #include "values/array_table.h"
-
-#include <string>
-#include <unistd.h>
-#include <utility>
-#include <variant>
-#include <vector>
 
 namespace opcua_cli {
 namespace {
@@ -88,11 +87,10 @@ ExitCode runRead(const ReadOptions& options) {
         writeOutput(forStandardOutput(jobsCsv(jobs)));
     else
         writeOutput(options.json ? jsonReport(options, jobs) : tableReport(jobs));
-    for (const Job& job : jobs) {
+    for (const Job& job : jobs)
         if (!job.node.typeKnown)
             reportNote(job.given + ": its type was not found; the value is shown as text (--type states the "
                                    "type, --max-nodes lets the search go further)");
-    }
     return reportProblems(jobs);
 }
 

@@ -1,12 +1,12 @@
+#include <cstddef>
+#include <memory>
+#include <string>
+
 #include "commands/commands.h"
 #include "commands/monitor.h"
 #include "output/json.h"
 #include "output/streams.h"
 #include "record/recorder.h"
-
-#include <cstddef>
-#include <memory>
-#include <string>
 
 namespace opcua_cli {
 namespace {

@@ -1,10 +1,3 @@
-#include "commands/commands.h"
-
-#include "commands/difference_rows.h"
-#include "formats/snapshot_file.h"
-#include "output/streams.h"
-#include "output/table.h"
-
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -13,6 +6,12 @@
 #include <unordered_map>
 #include <utility>
 #include <vector>
+
+#include "commands/commands.h"
+#include "commands/difference_rows.h"
+#include "formats/snapshot_file.h"
+#include "output/streams.h"
+#include "output/table.h"
 
 namespace opcua_cli {
 namespace {
@@ -90,6 +89,19 @@ Cell resultCell(const Job& job, State state) {
     return {textsOf(state).title, state == State::Written ? Tone::Good : Tone::Plain};
 }
 
+std::string summaryOf(const Restoration& restored) {
+    std::string summary = std::to_string(restored.jobs.size()) + " values";
+    const char* separator = ": ";
+    for (const State state : {State::Unchanged, State::Differs, State::Written, State::Failed}) {
+        const auto count = restored.count(state);
+        if (count == 0)
+            continue;
+        summary += separator + std::to_string(count) + " " + textsOf(state).title;
+        separator = ", ";
+    }
+    return summary;
+}
+
 std::string tableReport(const Restoration& restored) {
     const Terminal terminal = terminalOn(STDOUT_FILENO);
     Table table({{"Node", false}, {"Name"}, {"Type"}, {"Index"}, {"Old"}, {"New"}, {"Result"}});
@@ -98,15 +110,8 @@ std::string tableReport(const Restoration& restored) {
         if (state != State::Unchanged)
             addDifferences(table, job.node, job.value, job.wanted, resultCell(job, state));
     }
-    std::string summary = std::to_string(restored.jobs.size()) + " values";
-    std::string separator = ": ";
-    for (const State state : {State::Unchanged, State::Differs, State::Written, State::Failed}) {
-        if (restored.count(state) == 0)
-            continue;
-        summary += separator + std::to_string(restored.count(state)) + " " + textsOf(state).title;
-        separator = ", ";
-    }
-    return (table.empty() ? "" : table.render(terminal)) + terminal.paint(summary, Tone::Faint) + "\n";
+    return (table.empty() ? "" : table.render(terminal)) + terminal.paint(summaryOf(restored), Tone::Faint) +
+           "\n";
 }
 
 std::string jsonReport(const RestoreOptions& options, const Restoration& restored) {

@@ -1,10 +1,10 @@
-#include "commands/arguments.h"
-#include "security/names.h"
-
 #include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
+
+#include "commands/arguments.h"
+#include "security/names.h"
 
 namespace opcua_cli {
 namespace {

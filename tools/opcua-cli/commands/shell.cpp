@@ -1,3 +1,13 @@
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unistd.h>
+#include <variant>
+#include <vector>
+
 #include "OpcUaHelpers.h"
 #include "addressing/browse_tree.h"
 #include "commands/commands.h"
@@ -11,16 +21,6 @@
 #include "shell/position.h"
 #include "shell/words.h"
 #include "text/utf8.h"
-
-#include <algorithm>
-#include <array>
-#include <cstddef>
-#include <memory>
-#include <optional>
-#include <string>
-#include <unistd.h>
-#include <variant>
-#include <vector>
 
 namespace opcua_cli {
 namespace {
@@ -76,10 +76,9 @@ void removeConnectOptions(Command& command) {
     Command connect;
     ConnectOptions unused;
     addConnectOptions(connect, unused);
-    for (const Option& option : connect.options) {
+    for (const Option& option : connect.options)
         if (option.names != "--json")
             command.remove(option.names);
-    }
 }
 
 const SharedCommand& sharedCommand(const std::string& name) {
@@ -286,7 +285,7 @@ private:
                 names.push_back(shortStep(node.browseName) +
                                 (node.nodeClass == OpcUaNodeClass_Object ? "/" : ""));
             }
-        } catch (const Failure&) {
+        } catch (const Failure&) { // NOLINT(bugprone-empty-catch): nothing can be completed then
         }
         std::sort(names.begin(), names.end());
         names.erase(std::unique(names.begin(), names.end()), names.end());

@@ -1,14 +1,13 @@
-#include "commands/commands.h"
+#include <string>
+#include <unistd.h>
 
+#include "commands/commands.h"
 #include "commands/take_snapshot.h"
 #include "formats/csv.h"
 #include "formats/job_csv.h"
 #include "formats/text_file.h"
 #include "output/streams.h"
 #include "output/table.h"
-
-#include <string>
-#include <unistd.h>
 
 namespace opcua_cli {
 namespace {
@@ -57,10 +56,9 @@ ExitCode runSnapshot(const SnapshotOptions& options) {
     if (!snapshot.complete)
         reportNote("stopped after " + std::to_string(options.maxNodes) +
                    " nodes; --max-nodes sets another bound");
-    for (Job& job : snapshot.leftOut) {
+    for (Job& job : snapshot.leftOut)
         if (job.problem)
             job.problem = Problem{"not in the snapshot: " + job.problem->explanation};
-    }
     const ExitCode code = reportProblems(snapshot.leftOut);
     return snapshot.complete ? code : ExitCode::Failed;
 }

@@ -1,7 +1,5 @@
 #include "commands/take_snapshot.h"
 
-#include "text/time_text.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
@@ -12,15 +10,16 @@
 #include <variant>
 #include <vector>
 
+#include "text/time_text.h"
+
 namespace opcua_cli {
 namespace {
 
 /// A value that was read may be none that the library takes back.
 void checkTexts(const NodeValue& value) {
-    for (const Value& element : value.elements) {
+    for (const Value& element : value.elements)
         if (const auto* text = std::get_if<std::string>(&element))
             parseValue(OpcUaDataType_String, *text);
-    }
 }
 
 /// The library tells no difference between a value that it cannot read and one that it cannot convert.

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <string>
+
 #include "commands/arguments.h"
 #include "formats/snapshot_file.h"
-
-#include <string>
 
 namespace opcua_cli {
 

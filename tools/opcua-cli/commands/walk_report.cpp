@@ -1,13 +1,13 @@
 #include "commands/walk_report.h"
 
-#include "output/streams.h"
-
 #include <cstddef>
 #include <optional>
 #include <set>
 #include <string>
 #include <variant>
 #include <vector>
+
+#include "output/streams.h"
 
 namespace opcua_cli {
 

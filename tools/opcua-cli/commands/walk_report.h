@@ -1,11 +1,11 @@
 #pragma once
 
-#include "addressing/browse_tree.h"
-
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "addressing/browse_tree.h"
 
 namespace opcua_cli {
 

@@ -1,11 +1,3 @@
-#include "commands/commands.h"
-
-#include "formats/node_list.h"
-#include "formats/text_file.h"
-#include "interrupt.h"
-#include "output/streams.h"
-#include "output/table.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <string>
@@ -13,6 +5,13 @@
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include "commands/commands.h"
+#include "formats/node_list.h"
+#include "formats/text_file.h"
+#include "interrupt.h"
+#include "output/streams.h"
+#include "output/table.h"
 
 namespace opcua_cli {
 namespace {

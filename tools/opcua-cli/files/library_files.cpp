@@ -1,7 +1,5 @@
 #include "files/library_files.h"
 
-#include "failure.h"
-
 #include <array>
 #include <cerrno>
 #include <cstddef>
@@ -18,6 +16,8 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+
+#include "failure.h"
 
 // The reader of char texts, compiled in here, as the library has it.
 #define SI_IMPLEMENTATION

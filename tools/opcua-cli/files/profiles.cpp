@@ -1,13 +1,13 @@
 #include "files/profiles.h"
 
-#include "security/names.h"
-
 #include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "security/names.h"
 
 namespace opcua_cli {
 namespace {

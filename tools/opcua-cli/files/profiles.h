@@ -1,11 +1,11 @@
 #pragma once
 
-#include "formats/text_file.h"
-
 #include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
+
+#include "formats/text_file.h"
 
 namespace opcua_cli {
 

@@ -1,10 +1,5 @@
 #include "files/trace.h"
 
-#include "OpcUaClientInterface.h"
-#include "files/library_files.h"
-#include "interrupt.h"
-#include "text/utf8.h"
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -25,6 +20,11 @@
 #include <unistd.h>
 #include <utility>
 #include <vector>
+
+#include "OpcUaClientInterface.h"
+#include "files/library_files.h"
+#include "interrupt.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {
@@ -199,10 +199,9 @@ void Trace::follow(const fs::path& file, bool fromEnd) {
 std::vector<std::string> Trace::newTexts() {
     std::vector<std::string> texts;
     std::istringstream lines(m_file.newLines());
-    for (std::string line; std::getline(lines, line);) {
+    for (std::string line; std::getline(lines, line);)
         if (std::optional<std::string> text = textOfProblem(line))
             texts.push_back(std::move(*text));
-    }
     return texts;
 }
 

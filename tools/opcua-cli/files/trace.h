@@ -1,12 +1,12 @@
 #pragma once
 
-#include "options.h"
-
 #include <filesystem>
 #include <memory>
 #include <string>
 #include <sys/types.h>
 #include <vector>
+
+#include "options.h"
 
 class COpcUaClientInterface;
 

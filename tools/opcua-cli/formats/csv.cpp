@@ -1,8 +1,5 @@
 #include "formats/csv.h"
 
-#include "formats/text_file.h"
-#include "text/utf8.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <sstream>
@@ -10,6 +7,9 @@
 #include <string_view>
 #include <unistd.h>
 #include <vector>
+
+#include "formats/text_file.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {
@@ -20,12 +20,11 @@ public:
 
     std::vector<CsvRow> parse() {
         std::vector<CsvRow> rows;
-        while (!m_text.empty()) {
+        while (!m_text.empty())
             if (skip("\n") || skip("\r\n"))
                 ++m_line;
             else
                 rows.push_back(row());
-        }
         return rows;
     }
 
@@ -99,14 +98,13 @@ char csvSeparator(std::string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of("\r\n"), text.size()));
     std::ptrdiff_t semicolons = 0; // more than commas
     bool inQuotes = false;
-    for (const char character : text) {
+    for (const char character : text)
         if (character == '"')
             inQuotes = !inQuotes;
         else if (!inQuotes && (character == '\n' || character == '\r'))
             break;
         else if (!inQuotes)
             semicolons += character == ';' ? 1 : character == ',' ? -1 : 0;
-    }
     return semicolons > 0 ? ';' : ',';
 }
 

@@ -1,9 +1,9 @@
 #include "formats/job_csv.h"
 
-#include "formats/csv.h"
-
 #include <string>
 #include <variant>
+
+#include "formats/csv.h"
 
 namespace opcua_cli {
 

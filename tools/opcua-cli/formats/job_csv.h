@@ -1,8 +1,8 @@
 #pragma once
 
-#include "values/job.h"
-
 #include <string>
+
+#include "values/job.h"
 
 namespace opcua_cli {
 

@@ -1,7 +1,5 @@
 #include "formats/json_list.h"
 
-#include "formats/text_file.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <ios>
@@ -9,6 +7,8 @@
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include "formats/text_file.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "output/json.h"
-
 #include <cstddef>
 #include <string>
 #include <vector>
+
+#include "output/json.h"
 
 namespace opcua_cli {
 

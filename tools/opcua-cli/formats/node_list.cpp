@@ -1,10 +1,5 @@
 #include "formats/node_list.h"
 
-#include "formats/csv.h"
-#include "formats/json_list.h"
-#include "formats/text_file.h"
-#include "text/utf8.h"
-
 #include <cstddef>
 #include <map>
 #include <optional>
@@ -12,6 +7,11 @@
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "formats/csv.h"
+#include "formats/json_list.h"
+#include "formats/text_file.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {
@@ -38,10 +38,9 @@ class Columns {
 public:
     Columns(const CsvRow& heading, bool withValues) : m_count(heading.fields.size()) {
         for (const std::string_view name : {"node", "type", "index", "value", "error"}) {
-            for (std::size_t i = 0; i < m_count; ++i) {
+            for (std::size_t i = 0; i < m_count; ++i)
                 if (sameWord(heading.fields[i], name) && !m_places.emplace(name, i).second)
                     throw usageFailure("several columns are called \"" + std::string(name) + "\"");
-            }
             const bool needed = name == "node" || (name == "value" && withValues);
             if (needed && m_places.count(name) == 0)
                 throw usageFailure("no column is called \"" + std::string(name) + "\"", headingAdvice);

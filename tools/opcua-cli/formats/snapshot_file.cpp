@@ -1,12 +1,12 @@
 #include "formats/snapshot_file.h"
 
-#include "OpcUaHelpers.h"
-#include "formats/json_list.h"
-#include "formats/text_file.h"
-
 #include <string>
 #include <utility>
 #include <variant>
+
+#include "OpcUaHelpers.h"
+#include "formats/json_list.h"
+#include "formats/text_file.h"
 
 namespace opcua_cli {
 namespace {
@@ -83,10 +83,9 @@ Snapshot fromList(const TextFile& file, const JsonList& list) {
             throw usageFailure("this is no snapshot", "a file that opcua-cli snapshot wrote");
         snapshot.folderId = nodeIdIn(list.document, "folderId");
         snapshot.complete = list.document.value("complete", Json()) != false;
-        for (const Json& entry : list.document.value("leftOut", Json::array())) {
+        for (const Json& entry : list.document.value("leftOut", Json::array()))
             if (entry.is_object())
                 snapshot.leftOut.push_back(leftOutNode(entry));
-        }
     });
     for (const JsonEntry& entry : list.entries)
         snapshot.nodes.push_back(inPlace(placeIn(file, entry.line), [&] { return savedNode(entry.value); }));

@@ -1,9 +1,5 @@
 #include "formats/text_file.h"
 
-#include "files/descriptor.h"
-#include "output/streams.h"
-#include "text/utf8.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -15,6 +11,10 @@
 #include <string_view>
 #include <system_error>
 #include <unistd.h>
+
+#include "files/descriptor.h"
+#include "output/streams.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {

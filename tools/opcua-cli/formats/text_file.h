@@ -1,10 +1,10 @@
 #pragma once
 
-#include "failure.h"
-
 #include <cstddef>
 #include <stdexcept>
 #include <string>
+
+#include "failure.h"
 
 namespace opcua_cli {
 

@@ -1,11 +1,11 @@
 #include "monitor/array_reader.h"
 
-#include "monitor/watched.h"
-#include "text/utf8.h"
-
 #include <cstddef>
 #include <optional>
 #include <string>
+
+#include "monitor/watched.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "monitor/link.h"
-#include "values/job.h"
-
 #include <cstddef>
 #include <optional>
 #include <string>
+
+#include "monitor/link.h"
+#include "values/job.h"
 
 namespace opcua_cli {
 

@@ -1,7 +1,5 @@
 #include "monitor/change_inbox.h"
 
-#include "values/value_buffer.h"
-
 #include <chrono>
 #include <cstddef>
 #include <cstring>
@@ -12,6 +10,8 @@
 #include <sys/eventfd.h>
 #include <utility>
 #include <vector>
+
+#include "values/value_buffer.h"
 
 namespace opcua_cli {
 namespace {

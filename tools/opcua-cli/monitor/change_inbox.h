@@ -1,9 +1,5 @@
 #pragma once
 
-#include "OpcUaTypes.h"
-#include "files/descriptor.h"
-#include "values/value.h"
-
 #include <chrono>
 #include <cstddef>
 #include <deque>
@@ -12,6 +8,10 @@
 #include <mutex>
 #include <string>
 #include <vector>
+
+#include "OpcUaTypes.h"
+#include "files/descriptor.h"
+#include "values/value.h"
 
 namespace opcua_cli {
 

@@ -1,13 +1,3 @@
-#include "monitor/output.h"
-
-#include "formats/csv.h"
-#include "formats/job_csv.h"
-#include "monitor/watched.h"
-#include "output/json.h"
-#include "output/streams.h"
-#include "text/time_text.h"
-#include "text/utf8.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
@@ -15,6 +5,15 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "formats/csv.h"
+#include "formats/job_csv.h"
+#include "monitor/output.h"
+#include "monitor/watched.h"
+#include "output/json.h"
+#include "output/streams.h"
+#include "text/time_text.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {

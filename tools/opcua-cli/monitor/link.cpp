@@ -1,10 +1,5 @@
 #include "monitor/link.h"
 
-#include "OpcUaHelpers.h"
-#include "interrupt.h"
-#include "text/time_text.h"
-#include "values/value_buffer.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
@@ -13,6 +8,11 @@
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include "OpcUaHelpers.h"
+#include "interrupt.h"
+#include "text/time_text.h"
+#include "values/value_buffer.h"
 
 namespace opcua_cli {
 namespace {
@@ -54,10 +54,9 @@ void Link::subscribe() {
 /// Those that are followed as a whole.
 void Link::addAll() {
     std::vector<Job*> whole;
-    for (Job& watched : *m_watched) {
+    for (Job& watched : *m_watched)
         if (!watched.index)
             whole.push_back(&watched);
-    }
     const std::size_t size = callSize(m_connection, Limited::MonitoredItems, whole.size(), nodesPerCall);
     for (std::size_t done = 0; done < whole.size(); done += size) {
         throwIfInterrupted();
@@ -158,8 +157,7 @@ std::optional<Value> Link::readElement(const Job& watched, const Index& index) {
     try {
         if (m_up)
             read(m_connection, jobs, 1);
-    } catch (const Failure&) {
-        // As in readText().
+    } catch (const Failure&) { // NOLINT(bugprone-empty-catch): as in readText()
     }
     const std::vector<Value>& elements = jobs.front().value.elements;
     return elements.empty() ? std::nullopt : std::optional(elements.front());

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "connection.h"
-#include "values/job.h"
-
 #include <chrono>
 #include <optional>
 #include <string>
+
+#include "connection.h"
+#include "values/job.h"
 
 namespace opcua_cli {
 

@@ -1,9 +1,5 @@
 #include "monitor/live_table.h"
 
-#include "monitor/watched.h"
-#include "output/streams.h"
-#include "text/utf8.h"
-
 #include <chrono>
 #include <cstddef>
 #include <memory>
@@ -11,6 +7,10 @@
 #include <string>
 #include <unistd.h>
 #include <utility>
+
+#include "monitor/watched.h"
+#include "output/streams.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {

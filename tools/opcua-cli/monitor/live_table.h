@@ -1,14 +1,5 @@
 #pragma once
 
-#include "monitor/output.h"
-#include "monitor/row.h"
-#include "monitor/screen_thread.h"
-#include "monitor/table_view.h"
-#include "monitor/write_dialogue.h"
-#include "output/keys.h"
-#include "output/table.h"
-#include "output/terminal.h"
-
 #include <chrono>
 #include <cstddef>
 #include <deque>
@@ -17,6 +8,15 @@
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "monitor/output.h"
+#include "monitor/row.h"
+#include "monitor/screen_thread.h"
+#include "monitor/table_view.h"
+#include "monitor/write_dialogue.h"
+#include "output/keys.h"
+#include "output/table.h"
+#include "output/terminal.h"
 
 namespace opcua_cli {
 

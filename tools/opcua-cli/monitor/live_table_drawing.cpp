@@ -1,10 +1,3 @@
-#include "monitor/live_table.h"
-
-#include "monitor/watched.h"
-#include "text/ascii.h"
-#include "text/time_text.h"
-#include "text/utf8.h"
-
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -15,6 +8,12 @@
 #include <string>
 #include <variant>
 #include <vector>
+
+#include "monitor/live_table.h"
+#include "monitor/watched.h"
+#include "text/ascii.h"
+#include "text/time_text.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,11 +1,10 @@
-#include "monitor/live_table.h"
-
-#include "monitor/watched.h"
-
 #include <chrono>
 #include <cstddef>
 #include <optional>
 #include <utility>
+
+#include "monitor/live_table.h"
+#include "monitor/watched.h"
 
 namespace opcua_cli {
 

@@ -1,9 +1,5 @@
 #pragma once
 
-#include "monitor/change_inbox.h"
-#include "monitor/link.h"
-#include "values/job.h"
-
 #include <chrono>
 #include <cstddef>
 #include <memory>
@@ -11,6 +7,10 @@
 #include <string>
 #include <unistd.h>
 #include <vector>
+
+#include "monitor/change_inbox.h"
+#include "monitor/link.h"
+#include "values/job.h"
 
 namespace opcua_cli {
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "monitor/change_inbox.h"
-#include "monitor/trend.h"
-
 #include <chrono>
 #include <string>
 #include <vector>
+
+#include "monitor/change_inbox.h"
+#include "monitor/trend.h"
 
 namespace opcua_cli {
 

@@ -1,15 +1,15 @@
 #pragma once
 
-#include "files/descriptor.h"
-#include "output/keys.h"
-#include "output/live_screen.h"
-
 #include <atomic>
 #include <exception>
 #include <functional>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "files/descriptor.h"
+#include "output/keys.h"
+#include "output/live_screen.h"
 
 namespace opcua_cli {
 

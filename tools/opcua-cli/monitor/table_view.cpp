@@ -1,9 +1,5 @@
 #include "monitor/table_view.h"
 
-#include "monitor/watched.h"
-#include "output/keys.h"
-#include "text/utf8.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <optional>
@@ -12,14 +8,17 @@
 #include <utility>
 #include <vector>
 
+#include "monitor/watched.h"
+#include "output/keys.h"
+#include "text/utf8.h"
+
 namespace opcua_cli {
 namespace {
 
 bool holds(std::string_view text, std::string_view part) {
-    for (std::size_t at = 0; at + part.size() <= text.size(); ++at) {
+    for (std::size_t at = 0; at + part.size() <= text.size(); ++at)
         if (sameWord(text.substr(at, part.size()), part))
             return true;
-    }
     return false;
 }
 
@@ -123,10 +122,9 @@ bool TableView::passesFilter(std::size_t node) const {
 
 void TableView::arrange(const Rows& rows) {
     m_nodes.clear();
-    for (std::size_t node = 0; node < rows.size(); ++node) {
+    for (std::size_t node = 0; node < rows.size(); ++node)
         if (m_filter.empty() || passesFilter(node))
             m_nodes.push_back(node);
-    }
     const auto sort = [&](const auto& isBefore) {
         std::stable_sort(m_nodes.begin(), m_nodes.end(), isBefore);
     };

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "monitor/output.h"
-#include "monitor/row.h"
-
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "monitor/output.h"
+#include "monitor/row.h"
 
 namespace opcua_cli {
 

@@ -1,13 +1,13 @@
 #include "monitor/trend.h"
 
-#include "text/drawing.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <variant>
+
+#include "text/drawing.h"
 
 namespace opcua_cli {
 namespace {

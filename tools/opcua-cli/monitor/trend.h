@@ -1,11 +1,11 @@
 #pragma once
 
-#include "values/value.h"
-
 #include <cstddef>
 #include <deque>
 #include <optional>
 #include <string>
+
+#include "values/value.h"
 
 namespace opcua_cli {
 

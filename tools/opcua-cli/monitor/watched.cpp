@@ -1,10 +1,5 @@
 #include "monitor/watched.h"
 
-#include "OpcUaHelpers.h"
-#include "addressing/browse_tree.h"
-#include "addressing/node_finder.h"
-#include "output/terminal.h"
-
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -12,6 +7,11 @@
 #include <unordered_set>
 #include <utility>
 #include <variant>
+
+#include "OpcUaHelpers.h"
+#include "addressing/browse_tree.h"
+#include "addressing/node_finder.h"
+#include "output/terminal.h"
 
 namespace opcua_cli {
 namespace {
@@ -129,10 +129,9 @@ void makeNamesUnique(Jobs& watched) {
     std::unordered_map<std::string, int> counts;
     for (const Job& job : watched)
         ++counts[job.given];
-    for (Job& job : watched) {
+    for (Job& job : watched)
         if (counts[job.given] > 1)
             job.given += " (" + job.node.nodeId + ")";
-    }
 }
 
 std::string watchedId(const Job& watched) {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "values/job.h"
-
 #include <cstddef>
 #include <string>
+
+#include "values/job.h"
 
 namespace opcua_cli {
 

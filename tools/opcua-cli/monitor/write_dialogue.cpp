@@ -1,9 +1,9 @@
 #include "monitor/write_dialogue.h"
 
-#include "text/utf8.h"
-
 #include <cstddef>
 #include <string>
+
+#include "text/utf8.h"
 
 namespace opcua_cli {
 

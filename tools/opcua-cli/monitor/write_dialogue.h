@@ -1,11 +1,11 @@
 #pragma once
 
-#include "output/keys.h"
-#include "values/job.h"
-
 #include <cstddef>
 #include <string>
 #include <utility>
+
+#include "output/keys.h"
+#include "values/job.h"
 
 namespace opcua_cli {
 

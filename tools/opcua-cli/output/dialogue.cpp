@@ -1,9 +1,5 @@
 #include "output/dialogue.h"
 
-#include "interrupt.h"
-#include "output/live_screen.h"
-#include "text/utf8.h"
-
 #include <cerrno>
 #include <cstdio>
 #include <optional>
@@ -11,6 +7,10 @@
 #include <string>
 #include <termios.h>
 #include <unistd.h>
+
+#include "interrupt.h"
+#include "output/live_screen.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,10 +1,11 @@
 #pragma once
 
-#include "failure.h"
-
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "failure.h"
 
 namespace opcua_cli {
 

@@ -1,7 +1,5 @@
 #include "output/keys.h"
 
-#include "text/utf8.h"
-
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -9,6 +7,8 @@
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {
@@ -84,10 +84,9 @@ void KeyDecoder::take(char byte, std::vector<int>& keys) {
     m_sequence += byte;
     if (!last && m_sequence.size() < longestSequence)
         return;
-    for (const auto& [sequence, key] : sequences) {
+    for (const auto& [sequence, key] : sequences)
         if (sequence == std::string_view(m_sequence).substr(1))
             keys.push_back(key);
-    }
     m_sequence.clear();
 }
 

@@ -1,9 +1,5 @@
 #include "output/live_screen.h"
 
-#include "files/trace.h"
-#include "interrupt.h"
-#include "output/streams.h"
-
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -14,6 +10,10 @@
 #include <sys/eventfd.h>
 #include <termios.h>
 #include <unistd.h>
+
+#include "files/trace.h"
+#include "interrupt.h"
+#include "output/streams.h"
 
 namespace opcua_cli {
 namespace {

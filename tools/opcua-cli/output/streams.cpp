@@ -1,9 +1,5 @@
 #include "output/streams.h"
 
-#include "interrupt.h"
-#include "output/terminal.h"
-#include "text/utf8.h"
-
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -13,6 +9,10 @@
 #include <fcntl.h>
 #include <string>
 #include <unistd.h>
+
+#include "interrupt.h"
+#include "output/terminal.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {
@@ -26,11 +26,10 @@ std::string systemMessage() {
 } // namespace
 
 void secureStandardStreams() {
-    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         if (fcntl(descriptor, F_GETFD) < 0)
             // Opened the wrong way round, so that reading or writing fails as on a closed descriptor.
             open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-    }
     std::signal(SIGPIPE, SIG_IGN);
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "failure.h"
-
 #include <string>
+
+#include "failure.h"
 
 namespace opcua_cli {
 

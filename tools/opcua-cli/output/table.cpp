@@ -1,7 +1,5 @@
 #include "output/table.h"
 
-#include "text/utf8.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <numeric>
@@ -9,6 +7,8 @@
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {
@@ -30,11 +30,10 @@ std::size_t lineWidth(const Widths& widths) {
 void shrinkToFit(Widths& widths, const std::vector<Column>& columns, std::size_t limit) {
     for (std::size_t total = lineWidth(widths); total > limit; --total) {
         std::size_t widest = columns.size();
-        for (std::size_t i = 0; i < columns.size(); ++i) {
+        for (std::size_t i = 0; i < columns.size(); ++i)
             if (columns[i].mayBeCut && widths[i] > narrowestCut &&
                 (widest == columns.size() || widths[i] > widths[widest]))
                 widest = i;
-        }
         if (widest == columns.size())
             return;
         --widths[widest];
@@ -49,10 +48,9 @@ bool isReadable(Widths widths, const std::vector<Column>& columns, std::size_t l
     shrinkToFit(widths, columns, limit);
     if (lineWidth(widths) > limit)
         return false;
-    for (std::size_t i = 0; i < widths.size(); ++i) {
+    for (std::size_t i = 0; i < widths.size(); ++i)
         if (limit < narrowTerminal && widths[i] < std::min(natural[i], readable))
             return false;
-    }
     return true;
 }
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "output/terminal.h"
-
 #include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "output/terminal.h"
 
 namespace opcua_cli {
 

@@ -1,8 +1,5 @@
 #include "output/terminal.h"
 
-#include "text/ascii.h"
-#include "text/utf8.h"
-
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
@@ -13,6 +10,9 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 #include <utility>
+
+#include "text/ascii.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {

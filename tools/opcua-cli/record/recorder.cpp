@@ -1,13 +1,13 @@
 #include "record/recorder.h"
 
-#include "monitor/watched.h"
-#include "output/streams.h"
-
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <variant>
+
+#include "monitor/watched.h"
+#include "output/streams.h"
 
 namespace opcua_cli {
 

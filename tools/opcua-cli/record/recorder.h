@@ -1,12 +1,12 @@
 #pragma once
 
-#include "monitor/output.h"
-#include "record/recording.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include "monitor/output.h"
+#include "record/recording.h"
 
 namespace opcua_cli {
 

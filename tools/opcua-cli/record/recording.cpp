@@ -1,11 +1,8 @@
 #include "record/recording.h"
 
-#include "failure.h"
-#include "text/time_text.h"
-#include "text/utf8.h"
-
 #include <chrono>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -15,6 +12,10 @@
 #include <string>
 #include <type_traits>
 #include <variant>
+
+#include "failure.h"
+#include "text/time_text.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {

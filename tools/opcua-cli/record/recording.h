@@ -1,13 +1,13 @@
 #pragma once
 
-#include "values/value.h"
-
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+
+#include "values/value.h"
 
 struct sqlite3;
 struct sqlite3_stmt;

@@ -1,11 +1,13 @@
 #include "security/certificate.h"
 
-#include "text/time_text.h"
-
 #include <array>
 #include <cstddef>
 #include <ctime>
 #include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
 #include <openssl/asn1.h>
 #include <openssl/bio.h>
 #include <openssl/crypto.h>
@@ -14,9 +16,8 @@
 #include <openssl/sha.h>
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
-#include <stdexcept>
-#include <string>
-#include <vector>
+
+#include "text/time_text.h"
 
 namespace opcua_cli {
 namespace {
@@ -43,7 +44,7 @@ using Owned = std::unique_ptr<Type, Release>;
 
 std::string hexadecimal(const unsigned char* bytes, std::size_t size) {
     std::vector<char> digits(2 * size + 1);
-    OPENSSL_buf2hexstr_ex(digits.data(), digits.size(), nullptr, bytes, static_cast<long>(size), '\0');
+    OPENSSL_buf2hexstr_ex(digits.data(), digits.size(), nullptr, bytes, size, '\0');
     return digits.data();
 }
 

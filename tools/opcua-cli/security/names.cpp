@@ -1,7 +1,5 @@
 #include "security/names.h"
 
-#include "OpcUaHelpers.h"
-
 #include <algorithm>
 #include <cctype>
 #include <cstddef>
@@ -9,6 +7,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "OpcUaHelpers.h"
 
 namespace opcua_cli {
 namespace {
@@ -38,10 +38,9 @@ std::string listOf(const Names& names) {
 /// What remains of a name when case and separators do not matter.
 std::string plain(std::string_view name) {
     std::string text;
-    for (const char character : name) {
+    for (const char character : name)
         if (character != '_' && character != '-')
             text += static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
-    }
     return text;
 }
 

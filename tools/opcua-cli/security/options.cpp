@@ -1,16 +1,16 @@
 #include "security/options.h"
 
+#include <cstddef>
+#include <cstdlib>
+#include <optional>
+#include <string>
+
 #include "OpcUaHelpers.h"
 #include "OpcUaTypes.h"
 #include "failure.h"
 #include "interrupt.h"
 #include "output/dialogue.h"
 #include "security/names.h"
-
-#include <cstddef>
-#include <cstdlib>
-#include <optional>
-#include <string>
 
 namespace opcua_cli {
 namespace {
@@ -59,9 +59,9 @@ void throwIfChannelMakesNoSense(const Security& security) {
 } // namespace
 
 std::string Security::text() const {
-    std::string result = policy == OpcUaSecurityPolicy_None
-                             ? "without security"
-                             : policyName(policy, mode) + ", " + modeName(mode);
+    const std::string result = policy == OpcUaSecurityPolicy_None
+                                   ? "without security"
+                                   : policyName(policy, mode) + ", " + modeName(mode);
     if (identity == OpcUaUserIdentity_UserName)
         return result + ", user " + user;
     return result + (identity == OpcUaUserIdentity_Certificate ? ", user certificate" : ", anonymous");

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "security/trust.h"
-#include "security/user_certificate.h"
-
 #include <optional>
 #include <string>
+
+#include "security/trust.h"
+#include "security/user_certificate.h"
 
 namespace opcua_cli {
 

@@ -1,12 +1,5 @@
 #include "security/trust.h"
 
-#include "OpcUaHelpers.h"
-#include "files/library_files.h"
-#include "output/dialogue.h"
-#include "output/streams.h"
-#include "output/table.h"
-#include "text/utf8.h"
-
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -14,6 +7,13 @@
 #include <system_error>
 #include <unistd.h>
 #include <utility>
+
+#include "OpcUaHelpers.h"
+#include "files/library_files.h"
+#include "output/dialogue.h"
+#include "output/streams.h"
+#include "output/table.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "OpcUaHelpers.h"
-#include "OpcUaTypes.h"
-#include "failure.h"
-
 #include <optional>
 #include <string>
 #include <utility>
+
+#include "OpcUaHelpers.h"
+#include "OpcUaTypes.h"
+#include "failure.h"
 
 namespace opcua_cli {
 

@@ -1,9 +1,5 @@
 #include "security/user_certificate.h"
 
-#include "failure.h"
-#include "files/library_files.h"
-#include "security/certificate.h"
-
 #include <cerrno>
 #include <exception>
 #include <fcntl.h>
@@ -12,6 +8,10 @@
 #include <string>
 #include <sys/file.h>
 #include <system_error>
+
+#include "failure.h"
+#include "files/library_files.h"
+#include "security/certificate.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "files/descriptor.h"
-
 #include <filesystem>
 #include <optional>
+
+#include "files/descriptor.h"
 
 namespace opcua_cli {
 

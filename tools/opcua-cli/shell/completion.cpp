@@ -1,14 +1,14 @@
 #include "shell/completion.h"
 
-#include "shell/position.h"
-#include "shell/words.h"
-#include "text/utf8.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "shell/position.h"
+#include "shell/words.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,19 +1,20 @@
 #include "shell/line_editor.h"
 
-#include "output/dialogue.h"
-#include "text/utf8.h"
-
 #include <algorithm>
+#include <clocale>
 #include <cstddef>
 #include <cstdio>
 #include <cwchar>
 #include <histedit.h>
-#include <locale.h>
 #include <memory>
 #include <optional>
 #include <string>
 #include <unistd.h>
 #include <utility>
+#include <vector>
+
+#include "output/dialogue.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {

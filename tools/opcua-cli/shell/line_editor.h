@@ -1,11 +1,11 @@
 #pragma once
 
-#include "shell/completion.h"
-
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+
+#include "shell/completion.h"
 
 namespace opcua_cli {
 

@@ -1,10 +1,10 @@
 #include "shell/position.h"
 
-#include "addressing/node_reference.h"
-
 #include <cstddef>
 #include <string>
 #include <vector>
+
+#include "addressing/node_reference.h"
 
 namespace opcua_cli {
 
@@ -27,12 +27,11 @@ std::string nodeFrom(const std::string& position, const std::string& word) {
     if (!absolute && looksLikeNode(word))
         return word;
     std::vector<std::string> way = stepsOf(absolute ? "" : position);
-    for (const std::string& step : stepsOf(word)) {
+    for (const std::string& step : stepsOf(word))
         if (step == ".." && way.size() > 1)
             way.pop_back();
         else if (!step.empty() && step != "." && step != "..")
             way.push_back(step);
-    }
     std::string path;
     for (std::size_t i = 1; i < way.size(); ++i)
         path += "/" + way[i];

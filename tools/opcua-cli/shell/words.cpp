@@ -1,10 +1,10 @@
 #include "shell/words.h"
 
-#include "failure.h"
-
 #include <cstddef>
 #include <string>
 #include <vector>
+
+#include "failure.h"
 
 namespace opcua_cli {
 

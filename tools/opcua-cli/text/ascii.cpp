@@ -1,7 +1,5 @@
 #include "text/ascii.h"
 
-#include "text/utf8.h"
-
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -9,6 +7,8 @@
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,7 +1,5 @@
 #include "text/utf8.h"
 
-#include "text/drawing.h"
-
 #include <algorithm>
 #include <array>
 #include <clocale>
@@ -10,6 +8,8 @@
 #include <cwchar>
 #include <string>
 #include <string_view>
+
+#include "text/drawing.h"
 
 namespace opcua_cli {
 namespace {

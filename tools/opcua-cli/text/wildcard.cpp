@@ -1,12 +1,12 @@
 #include "text/wildcard.h"
 
-#include "text/utf8.h"
-
 #include <clocale>
 #include <cstddef>
 #include <cwctype>
 #include <string>
 #include <string_view>
+
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,14 +1,14 @@
 #include "values/array_table.h"
 
-#include "output/table.h"
-#include "text/utf8.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <string>
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include "output/table.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {

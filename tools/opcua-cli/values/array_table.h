@@ -1,9 +1,9 @@
 #pragma once
 
+#include <string>
+
 #include "output/terminal.h"
 #include "values/node_value.h"
-
-#include <string>
 
 namespace opcua_cli {
 

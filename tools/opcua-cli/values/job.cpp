@@ -1,11 +1,11 @@
 #include "values/job.h"
 
-#include "output/streams.h"
-
 #include <cstddef>
 #include <set>
 #include <string>
 #include <variant>
+
+#include "output/streams.h"
 
 namespace opcua_cli {
 

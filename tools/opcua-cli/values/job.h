@@ -1,15 +1,15 @@
 #pragma once
 
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "addressing/node_info.h"
 #include "addressing/node_reference.h"
 #include "addressing/shape.h"
 #include "connection.h"
 #include "values/node_value.h"
-
-#include <cstddef>
-#include <optional>
-#include <string>
-#include <vector>
 
 namespace opcua_cli {
 

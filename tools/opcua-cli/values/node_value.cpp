@@ -1,14 +1,14 @@
 #include "values/node_value.h"
 
-#include "addressing/node_info.h"
-#include "failure.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <string>
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include "addressing/node_info.h"
+#include "failure.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "addressing/shape.h"
-#include "values/value.h"
-
 #include <string>
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include "addressing/shape.h"
+#include "values/value.h"
 
 namespace opcua_cli {
 

@@ -1,9 +1,3 @@
-#include "values/job.h"
-
-#include "interrupt.h"
-#include "output/terminal.h"
-#include "values/value_buffer.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -12,6 +6,11 @@
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include "interrupt.h"
+#include "output/terminal.h"
+#include "values/job.h"
+#include "values/value_buffer.h"
 
 namespace opcua_cli {
 namespace {
@@ -29,10 +28,9 @@ bool isSingle(const Job& job) {
 
 std::vector<Job*> singles(Jobs& jobs) {
     std::vector<Job*> found;
-    for (Job& job : jobs) {
+    for (Job& job : jobs)
         if (isSingle(job) && !job.problem)
             found.push_back(&job);
-    }
     return found;
 }
 

@@ -1,16 +1,15 @@
-#include "values/job.h"
-
-#include "addressing/browse_tree.h"
-#include "addressing/node_finder.h"
-#include "interrupt.h"
-#include "output/terminal.h"
-
 #include <cstddef>
 #include <limits>
 #include <optional>
 #include <string>
 #include <variant>
 #include <vector>
+
+#include "addressing/browse_tree.h"
+#include "addressing/node_finder.h"
+#include "interrupt.h"
+#include "output/terminal.h"
+#include "values/job.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,8 +1,5 @@
 #include "values/value.h"
 
-#include "addressing/node_info.h"
-#include "text/utf8.h"
-
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -16,6 +13,9 @@
 #include <type_traits>
 #include <utility>
 #include <variant>
+
+#include "addressing/node_info.h"
+#include "text/utf8.h"
 
 namespace opcua_cli {
 namespace {

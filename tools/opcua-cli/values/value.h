@@ -1,11 +1,11 @@
 #pragma once
 
-#include "OpcUaTypes.h"
-#include "output/json.h"
-
 #include <cstdint>
 #include <string>
 #include <variant>
+
+#include "OpcUaTypes.h"
+#include "output/json.h"
 
 namespace opcua_cli {
 

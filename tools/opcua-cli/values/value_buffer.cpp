@@ -1,7 +1,5 @@
 #include "values/value_buffer.h"
 
-#include "addressing/node_info.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <functional>
@@ -9,6 +7,8 @@
 #include <string>
 #include <utility>
 #include <variant>
+
+#include "addressing/node_info.h"
 
 namespace opcua_cli {
 namespace {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "connection.h"
-#include "values/value.h"
-
 #include <functional>
 #include <optional>
 #include <string>
+
+#include "connection.h"
+#include "values/value.h"
 
 namespace opcua_cli {
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <unistd.h>
-
 #include <utility>
 
 /// Owns what the system has opened, and closes it; -1 is nothing.

@@ -1,6 +1,7 @@
 #include "calls/call.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include "uabase/trace.h"
 
@@ -8,9 +9,8 @@ namespace UaClientSdk {
 
 void Call::noteAnswer(const IncomingMessage& message, Clock::time_point at) {
     answeredAt = at;
-    if (kept != nullptr) {
+    if (kept != nullptr)
         kept->largest = std::max(kept->largest, message.body.size);
-    }
 }
 
 void Call::answer(const IncomingMessage& message, Clock::time_point at) {

@@ -1,6 +1,7 @@
 #include "calls/call_series.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <mutex>
 
 namespace UaClientSdk {
@@ -13,15 +14,13 @@ constexpr std::size_t bytesAhead = 4U << 20U;
 
 Pipe::Series::~Series() {
     const std::lock_guard<std::mutex> lock(m_pipe.m_mutex);
-    for (const Sent& sent : m_sent) {
+    for (const Sent& sent : m_sent)
         m_pipe.m_pending.abandon(sent.call.requestId);
-    }
 }
 
 bool Pipe::Series::hasRoom() const {
-    if (m_sent.empty()) {
+    if (m_sent.empty())
         return true;
-    }
     std::unique_lock<std::mutex> lock(m_pipe.m_mutex);
     if (m_pipe.m_broken || m_sent.size() >= m_window.size() ||
         m_kept.largest * (m_sent.size() + 1) > bytesAhead) {
@@ -36,13 +35,11 @@ bool Pipe::Series::hasRoom() const {
 void Pipe::Series::send(void* request, const UA_DataType& type, const Deadline& deadline,
                         std::size_t expectedResults) {
     m_sent.emplace_back(deadline, &m_kept, m_window.size(), expectedResults);
-    for (Sent& sent : m_sent) {
+    for (Sent& sent : m_sent)
         sent.together = std::max(sent.together, m_sent.size());
-    }
     const UaStatus status = m_pipe.sendCall(m_sent.back().call, request, type, m_turn);
-    if (status.isBad()) {
+    if (status.isBad())
         end(m_sent.back().call, status);
-    }
 }
 
 void Pipe::Series::refuse(UaStatus status, std::size_t expectedResults) {

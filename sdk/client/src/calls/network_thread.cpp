@@ -1,10 +1,11 @@
 #include "calls/network_thread.h"
 
+#include <cstdint>
+#include <new>
 #include <pthread.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
-
-#include <new>
+#include <thread>
 
 #include "own_thread.h"
 #include "uabase/trace.h"
@@ -40,9 +41,8 @@ UaStatus NetworkThread::start() {
     }
     UaStatus status;
     m_thread = startOwnThread([this] { run(); }, status);
-    if (status.isBad()) {
+    if (status.isBad())
         return status;
-    }
     m_pipe.setIdleReader(this);
     watchSocket();
     return UaStatus();
@@ -58,9 +58,8 @@ void NetworkThread::stop() {
 }
 
 void NetworkThread::wake() {
-    if (m_self.load() != std::this_thread::get_id()) {
+    if (m_self.load() != std::this_thread::get_id())
         eventfd_write(m_event.get(), 1);
-    }
 }
 
 void NetworkThread::leaveSocket() {
@@ -82,9 +81,8 @@ void NetworkThread::run() {
     pthread_setname_np(pthread_self(), "opcua-network");
     m_self = std::this_thread::get_id();
     try {
-        while (!m_stop) {
+        while (!m_stop)
             waitFor(m_housekeeping.keepHouse());
-        }
     } catch (const std::bad_alloc&) {
         m_pipe.fail(UA_STATUSCODE_BADOUTOFMEMORY);
     }

@@ -1,7 +1,9 @@
 #include "calls/pending_requests.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
+#include <vector>
 
 namespace UaClientSdk {
 const PendingRequest* PendingRequests::find(std::uint32_t id) const {
@@ -12,9 +14,8 @@ const PendingRequest* PendingRequests::find(std::uint32_t id) const {
 
 PendingRequest PendingRequests::take(std::uint32_t id) {
     const PendingRequest* const found = find(id);
-    if (found == nullptr) {
+    if (found == nullptr)
         return PendingRequest();
-    }
     const auto entry = m_requests.begin() + (found - m_requests.data());
     PendingRequest taken = std::move(*entry);
     m_requests.erase(entry);
@@ -31,9 +32,8 @@ void PendingRequests::abandon(std::uint32_t id) {
 
 bool PendingRequests::takeAbandoned(std::uint32_t id) {
     const auto found = std::find(m_abandoned.begin(), m_abandoned.end(), id);
-    if (id == 0 || found == m_abandoned.end()) {
+    if (id == 0 || found == m_abandoned.end())
         return false;
-    }
     *found = 0;
     return true;
 }
@@ -58,11 +58,9 @@ std::vector<PendingRequest> PendingRequests::takePostedBefore(Clock::time_point 
 
 Clock::time_point PendingRequests::oldestUnanswered() const {
     Clock::time_point oldest = Clock::time_point::max();
-    for (const PendingRequest& request : m_requests) {
-        if (request.answered == PendingRequest::Answered::Soon) {
+    for (const PendingRequest& request : m_requests)
+        if (request.answered == PendingRequest::Answered::Soon)
             oldest = std::min(oldest, request.sentAt);
-        }
-    }
     return oldest;
 }
 

@@ -1,5 +1,10 @@
 #include "calls/pipe.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
 #include "calls/call.h"
 #include "calls/reading_turn.h"
 
@@ -10,9 +15,8 @@ UaStatus Pipe::call(void* request, const UA_DataType& type, const Deadline& dead
     Call call(deadline);
     ReadingTurn turn(*this);
     const UaStatus status = sendCall(call, request, type, turn);
-    if (status.isBad()) {
+    if (status.isBad())
         return status;
-    }
     try {
         return awaitAnswer(call, turn, receiver);
     } catch (...) { // no memory
@@ -38,9 +42,8 @@ void Pipe::giveUpPosted(Clock::time_point limit) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         late = m_pending.takePostedBefore(limit);
     }
-    for (const PendingRequest& one : late) {
+    for (const PendingRequest& one : late)
         one.receiver->answered(UA_STATUSCODE_BADTIMEOUT, UaByteView());
-    }
 }
 
 void Pipe::close(UaStatus reason) {
@@ -63,9 +66,8 @@ void Pipe::end(UaStatus reason, bool byThisSide) {
     std::uint32_t requestId = 0;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_ended) {
+        if (m_ended)
             return;
-        }
         m_endReason = reason;
         m_ended = true;
         tellServer = byThisSide && !m_sending;
@@ -80,23 +82,18 @@ void Pipe::end(UaStatus reason, bool byThisSide) {
         }
         m_sendingFree.notify_all();
     }
-    if (tellServer) {
+    if (tellServer)
         m_channel->sendClose(requestId);
-    }
-    if (byThisSide) {
+    if (byThisSide)
         m_channel->socket().shutDown();
-    } else {
+    else
         m_channel->socket().abort();
-    }
-    for (const PendingRequest& one : pending) {
-        if (one.receiver != nullptr) {
+    for (const PendingRequest& one : pending)
+        if (one.receiver != nullptr)
             one.receiver->answered(reason, UaByteView());
-        }
-    }
     ConnectionListener* const listener = m_listener;
-    if (!byThisSide && listener != nullptr) {
+    if (!byThisSide && listener != nullptr)
         listener->connectionEnded(reason, waiting);
-    }
 }
 
 } // namespace UaClientSdk

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 #include "calls/pending_requests.h"
 #include "channel/secure_channel.h"

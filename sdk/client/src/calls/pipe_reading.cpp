@@ -1,4 +1,9 @@
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
 #include <new>
 
 #include "calls/call.h"
@@ -19,11 +24,10 @@ constexpr std::chrono::milliseconds longestTurn(100);
 UaStatus Pipe::awaitAnswer(Call& call, ReadingTurn& turn, AnswerReceiver& receiver) {
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!call.answered) {
-        if (call.mayRead) {
+        if (call.mayRead)
             turn.inherit();
-        } else {
+        else
             turn.tryTakeLocked();
-        }
         if (turn.isHeld()) {
             lock.unlock();
             turn.keepIdleReaderOut();
@@ -38,9 +42,8 @@ UaStatus Pipe::awaitAnswer(Call& call, ReadingTurn& turn, AnswerReceiver& receiv
             return UA_STATUSCODE_BADTIMEOUT;
         }
     }
-    if (call.mayRead) {
+    if (call.mayRead)
         turn.inherit();
-    }
     lock.unlock();
     return receiver.answered(call.status, {call.body.data(), call.body.size()});
 }
@@ -71,12 +74,10 @@ UaStatus Pipe::readFor(Call& call, AnswerReceiver& receiver) {
                 late = count == 0 || now >= end;
             }
         }
-        if (status.isBad()) {
+        if (status.isBad())
             fail(status);
-        }
-        if (m_ended) {
+        if (m_ended)
             return endReason();
-        }
     }
 }
 
@@ -91,9 +92,8 @@ UaStatus Pipe::dispatchUntil(std::uint32_t requestId, IncomingMessage& message, 
     try {
         for (;;) {
             const UaStatus status = m_channel->next(message, found);
-            if (status.isBad() || !found || message.requestId == requestId) {
+            if (status.isBad() || !found || message.requestId == requestId)
                 return status;
-            }
             dispatch(message);
         }
     } catch (const std::bad_alloc&) {
@@ -103,17 +103,15 @@ UaStatus Pipe::dispatchUntil(std::uint32_t requestId, IncomingMessage& message, 
 }
 
 UaStatus Pipe::dispatchAll() {
-    if (m_ended) {
+    if (m_ended)
         return UaStatus();
-    }
     IncomingMessage message;
     bool found = false;
     constexpr std::uint32_t none = 0;
     for (;;) {
         const UaStatus status = dispatchUntil(none, message, found);
-        if (status.isBad() || !found) {
+        if (status.isBad() || !found)
             return status;
-        }
         dispatch(message); // request id 0 is nobody's
     }
 }
@@ -152,30 +150,26 @@ UaStatus Pipe::receiveSome() {
 void Pipe::heard(std::size_t count) {
     if (count > 0) {
         m_lastHeard = Clock::now().time_since_epoch().count();
-        if (ConnectionListener* const listener = m_listener) {
+        if (ConnectionListener* const listener = m_listener)
             listener->serverSpoke();
-        }
     }
 }
 
 void Pipe::readArrived() {
     ReadingTurn turn(*this);
     turn.tryTake();
-    if (!turn.isHeld()) {
+    if (!turn.isHeld())
         return;
-    }
     const Clock::time_point end = Clock::now() + longestTurn;
     UaStatus status;
     while (!m_ended && !status.isBad() && lastHeard() < end && !turn.isWanted() &&
            m_channel->socket().isReadable()) {
         status = receiveSome();
-        if (!status.isBad()) {
+        if (!status.isBad())
             status = dispatchAll();
-        }
     }
-    if (status.isBad()) {
+    if (status.isBad())
         fail(status);
-    }
 }
 
 } // namespace UaClientSdk

@@ -1,4 +1,7 @@
 #include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <mutex>
 #include <utility>
 
 #include "calls/call.h"
@@ -39,24 +42,20 @@ public:
 
     UaStatus wait() override {
         noteStuck();
-        if (m_pipe.m_ended) {
+        if (m_pipe.m_ended)
             return m_pipe.endReason();
-        }
-        if (m_deadline.expired()) {
+        if (m_deadline.expired())
             return UA_STATUSCODE_BADTIMEOUT;
-        }
         m_turn.tryTake();
         const auto interest = m_turn.isHeld() ? TcpSocket::Interest::Both : TcpSocket::Interest::Send;
         const TcpSocket::Readiness ready = m_pipe.m_channel->socket().wait(interest, m_deadline);
         UaStatus status;
         if (m_turn.isHeld() && ready.readable) {
             status = m_pipe.receiveSome();
-            if (!status.isBad()) {
+            if (!status.isBad())
                 status = m_pipe.dispatchAll();
-            }
-            if (status.isBad()) {
+            if (status.isBad())
                 m_pipe.fail(status);
-            }
         }
         return status;
     }
@@ -86,15 +85,12 @@ UaStatus Pipe::takeSendingTurn(PendingRequest& request, const Deadline& deadline
         turn.release();
         lock.lock();
     }
-    if (!m_sendingFree.wait_until(lock, deadline.end(), isFree)) {
+    if (!m_sendingFree.wait_until(lock, deadline.end(), isFree))
         return UA_STATUSCODE_BADTIMEOUT;
-    }
-    if (m_ended) {
+    if (m_ended)
         return m_endReason;
-    }
-    if (m_broken) {
+    if (m_broken)
         return UA_STATUSCODE_BADCONNECTIONCLOSED;
-    }
     m_lastRequestId = std::max(m_lastRequestId + 1, 1U);
     request.id = m_lastRequestId;
     request.sentAt = Clock::now();
@@ -102,9 +98,8 @@ UaStatus Pipe::takeSendingTurn(PendingRequest& request, const Deadline& deadline
         request.call->requestId = request.id;
         request.call->sentAt = request.sentAt;
     }
-    if (request.call != nullptr || request.receiver != nullptr) {
+    if (request.call != nullptr || request.receiver != nullptr)
         m_pending.add(request);
-    }
     m_sending = true;
     return UaStatus();
 }
@@ -118,33 +113,29 @@ void Pipe::releaseSendingTurn() {
         m_sendingFree.notify_all();
     }
     IdleReader* const idle = m_idleReader;
-    if (isWanted && idle != nullptr) {
+    if (isWanted && idle != nullptr)
         idle->sendingIsFree();
-    }
 }
 
 template <typename Send>
 UaStatus Pipe::send(PendingRequest& request, const Deadline& deadline, ReadingTurn& turn,
                     Send&& sendRequest) {
     UaStatus status = takeSendingTurn(request, deadline, turn);
-    if (status.isBad()) {
+    if (status.isBad())
         return status;
-    }
     struct SendingTurn {
         Pipe& pipe;
         ~SendingTurn() { pipe.releaseSendingTurn(); }
     } const sending{*this};
-    if (request.call != nullptr) {
+    if (request.call != nullptr)
         turn.tryTake();
-    }
     Room room(*this, deadline, turn);
     try {
         status = sendRequest(room);
     } catch (...) { // no memory; the call is about to leave its stack
         forget(request.id);
-        if (m_channel->isHalfSent()) {
+        if (m_channel->isHalfSent())
             fail(UA_STATUSCODE_BADOUTOFMEMORY);
-        }
         throw;
     }
     return status.isBad() ? notSent(request, status) : status;
@@ -152,16 +143,14 @@ UaStatus Pipe::send(PendingRequest& request, const Deadline& deadline, ReadingTu
 
 /// A call is on its way with the others until the connection has ended; whoever posted is told by the result.
 UaStatus Pipe::notSent(const PendingRequest& request, UaStatus reason) {
-    if (request.call == nullptr) {
+    if (request.call == nullptr)
         forget(request.id);
-    }
     if (reason.statusCode() == UA_STATUSCODE_BADCONNECTIONCLOSED && !m_ended) {
         stopSending();
         return request.call == nullptr ? reason : UaStatus();
     }
-    if (!leavesConnection(reason) || m_channel->isHalfSent()) {
+    if (!leavesConnection(reason) || m_channel->isHalfSent())
         fail(reason);
-    }
     forget(request.id);
     return reason;
 }

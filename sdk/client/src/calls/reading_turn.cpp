@@ -1,26 +1,24 @@
 #include "calls/reading_turn.h"
 
+#include <mutex>
+
 #include "calls/call.h"
 
 namespace UaClientSdk {
 
 void Pipe::ReadingTurn::release() {
-    if (!m_held) {
+    if (!m_held)
         return;
-    }
     m_held = false;
     // What came along with the last answer would announce itself to nobody.
     const UaStatus status = m_pipe.dispatchAll();
-    if (status.isBad()) {
+    if (status.isBad())
         m_pipe.fail(status);
-    }
-    if (passOn()) {
+    if (passOn())
         return;
-    }
     IdleReader* const idle = m_pipe.m_idleReader;
-    if (idle != nullptr && !m_pipe.m_ended) {
+    if (idle != nullptr && !m_pipe.m_ended)
         idle->watchSocket();
-    }
 }
 
 bool Pipe::ReadingTurn::passOn() {

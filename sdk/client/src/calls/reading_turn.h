@@ -30,9 +30,8 @@ public:
     /// Without the pipe's lock, after a take: the idle reader would wake for an answer that is not for it.
     void keepIdleReaderOut() {
         IdleReader* const idle = m_pipe.m_idleReader;
-        if (m_held && idle != nullptr) {
+        if (m_held && idle != nullptr)
             idle->leaveSocket();
-        }
     }
     void tryTake() {
         {

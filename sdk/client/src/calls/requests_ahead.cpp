@@ -1,6 +1,8 @@
 #include "calls/requests_ahead.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <mutex>
 
 namespace UaClientSdk {
 namespace {

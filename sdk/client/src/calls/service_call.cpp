@@ -1,8 +1,11 @@
 #include "calls/service_call.h"
 
-#include "encoding/type_id.h"
+#include <cstddef>
+#include <cstdint>
 
 #include <open62541/types_generated_handling.h>
+
+#include "encoding/type_id.h"
 
 namespace UaClientSdk {
 namespace {
@@ -12,9 +15,8 @@ UaStatus decodeFault(UaByteView body) {
     const UaStatus decoded = decodeAnswer(body, UA_TYPES[UA_TYPES_SERVICEFAULT], anyNumber, &fault);
     const UaStatus told = fault.responseHeader.serviceResult;
     UA_ServiceFault_clear(&fault);
-    if (decoded.isBad()) {
+    if (decoded.isBad())
         return decoded;
-    }
     return told.isBad() ? told : UaStatus(UA_STATUSCODE_BADUNKNOWNRESPONSE);
 }
 
@@ -60,9 +62,8 @@ UaStatus decodeResponse(UaByteView body, const UA_DataType& type, std::size_t ex
         outcome.isRefusal = true;
         return decodeFault(body);
     }
-    if (!isTypeId(typeId, type)) {
+    if (!isTypeId(typeId, type))
         return UA_STATUSCODE_BADUNKNOWNRESPONSE;
-    }
     const UaStatus status = decodeAnswer(body, type, expectedResults, response);
     if (status.isBad()) {
         outcome.isUndecodable = status.statusCode() != UA_STATUSCODE_BADUNKNOWNRESPONSE;

@@ -1,6 +1,7 @@
 #include "calls/window.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace UaClientSdk {
 namespace {
@@ -19,9 +20,8 @@ Window::Window(std::size_t ceiling, Clock::duration timeOut)
 
 void Window::answered(const Flight& flight) {
     ++m_answers;
-    if (m_first == Clock::duration::zero()) {
+    if (m_first == Clock::duration::zero())
         m_first = flight.took;
-    }
     if (flight.took > std::min(patience * m_first, m_longest)) {
         late(flight);
     } else if (++m_round >= m_size) {
@@ -42,18 +42,16 @@ bool Window::refused(const Flight& flight) {
 
 bool Window::unanswered(const Flight& flight) {
     late(flight);
-    if (!flight.serverSpoke) {
+    if (!flight.serverSpoke)
         return false;
-    }
     m_unanswered = m_unanswered || flight.together > one;
     return lowerCeiling(flight);
 }
 
 bool Window::lowerCeiling(const Flight& flight) {
     const std::size_t left = std::max(flight.together / 2, one);
-    if (flight.together <= one || left >= m_ceiling) {
+    if (flight.together <= one || left >= m_ceiling)
         return false;
-    }
     m_ceiling = left;
     m_size = std::min(m_size, m_ceiling);
     m_round = 0;

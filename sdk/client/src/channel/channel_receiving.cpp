@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "channel/connection_trace.h"
@@ -25,9 +27,8 @@ UaStatus SecureChannel::awaitSome(const Deadline& deadline, std::size_t& count) 
 
 UaStatus SecureChannel::arrived(UaStatus status, std::size_t count) {
     m_reader.arrived(count);
-    if (status.isBad()) {
+    if (status.isBad())
         m_endedByServer = true;
-    }
     return status;
 }
 
@@ -41,18 +42,15 @@ UaStatus SecureChannel::next(IncomingMessage& message, bool& found) {
         Chunk chunk;
         bool whole = false;
         UaStatus status = m_reader.next(chunk, whole);
-        if (status.isBad()) {
+        if (status.isBad())
             return giveUp(status, "what the server sends is no OPC UA");
-        }
-        if (!whole) {
+        if (!whole)
             return status;
-        }
         if (chunk.kind == ChunkKind::Message) {
-            UaByteView sequenced;
+            UaByteView sequenced = chunk.view();
             status = openChunk(chunk, sequenced);
-            if (!status.isBad()) {
+            if (!status.isBad())
                 status = assemble(chunk, sequenced, message, found);
-            }
         } else if (chunk.kind == ChunkKind::OpenChannel) {
             status = takeOpenAnswer(chunk);
         } else if (chunk.kind == ChunkKind::Error) {
@@ -60,9 +58,8 @@ UaStatus SecureChannel::next(IncomingMessage& message, bool& found) {
         } else {
             status = giveUp(UA_STATUSCODE_BADTCPMESSAGETYPEINVALID, "the server answers a greeting twice");
         }
-        if (status.isBad()) {
+        if (status.isBad())
             return status;
-        }
     }
     traceAnswer(message.requestId, message.body.size);
     return UaStatus();
@@ -84,19 +81,16 @@ UaStatus SecureChannel::takeError(const Chunk& chunk) {
 }
 
 UaStatus SecureChannel::openChunk(const Chunk& chunk, UaByteView& sequenced) {
-    if (readUInt32(chunk.data + messageHeaderLength) != m_channelId) {
+    if (readUInt32(chunk.data + messageHeaderLength) != m_channelId)
         return giveUp(UA_STATUSCODE_BADTCPSECURECHANNELUNKNOWN, "a message of another channel");
-    }
     Token* const token = findToken(readUInt32(chunk.data + channelHeaderLength));
-    if (token == nullptr) {
+    if (token == nullptr)
         return giveUp(UA_STATUSCODE_BADSECURECHANNELTOKENUNKNOWN, "a message under a token that is unknown");
-    }
     const UaStatus status = token == &m_tokens.front()
                                 ? m_protection.open(chunk.data, chunk.size, token->receiveKeys, sequenced)
                                 : openUnderOldToken(chunk, *token, sequenced);
-    if (status.isBad()) {
+    if (status.isBad())
         return giveUp(status, "a message whose protection does not hold");
-    }
     if (!maySpeakUnder(*token, readUInt32(sequenced.data + 4))) {
         return giveUp(UA_STATUSCODE_BADSECURECHANNELTOKENUNKNOWN,
                       "a message under a token that is no more valid");
@@ -109,17 +103,15 @@ UaStatus SecureChannel::openChunk(const Chunk& chunk, UaByteView& sequenced) {
 UaStatus SecureChannel::openUnderOldToken(const Chunk& chunk, Token& token, UaByteView& sequenced) {
     const std::vector<OpcUa_Byte> received(chunk.data, chunk.data + chunk.size); // it is decrypted in place
     const UaStatus status = m_protection.open(chunk.data, chunk.size, token.receiveKeys, sequenced);
-    if (!status.isBad()) {
+    if (!status.isBad())
         return status;
-    }
     std::copy(received.begin(), received.end(), chunk.data);
     return m_protection.open(chunk.data, chunk.size, m_tokens.front().receiveKeys, sequenced);
 }
 
 UaStatus SecureChannel::takeSequenceNumber(std::uint32_t number) {
-    if (m_hasReceived && !maySequenceNumberFollow(m_receivedSequenceNumber, number)) {
+    if (m_hasReceived && !maySequenceNumberFollow(m_receivedSequenceNumber, number))
         return giveUp(UA_STATUSCODE_BADSEQUENCENUMBERINVALID, "messages were left out or repeated");
-    }
     m_hasReceived = true;
     m_receivedSequenceNumber = number;
     return UaStatus();
@@ -129,9 +121,8 @@ UaStatus SecureChannel::assemble(const Chunk& chunk, UaByteView sequenced, Incom
                                  bool& found) {
     const std::uint32_t requestId = readUInt32(sequenced.data + 4);
     const UaByteView body = sequenced.from(sequenceHeaderLength);
-    if (m_assembledChunks > 0 && requestId != m_assembledRequest) {
+    if (m_assembledChunks > 0 && requestId != m_assembledRequest)
         return giveUp(UA_STATUSCODE_BADDECODINGERROR, "pieces of two messages are mixed");
-    }
     const bool isLast = chunk.position != ChunkPosition::Intermediate;
     message = {requestId, UaStatus(), body};
     if (chunk.position == ChunkPosition::Abort) {
@@ -149,12 +140,10 @@ UaStatus SecureChannel::assemble(const Chunk& chunk, UaByteView sequenced, Incom
         found = true;
         return UaStatus();
     }
-    if (!isLast && body.size == 0) {
+    if (!isLast && body.size == 0)
         return giveUp(UA_STATUSCODE_BADDECODINGERROR, "a piece of a message without content");
-    }
-    if (++m_assembledChunks > mostChunks || m_assembled.size() + body.size > largestMessage) {
+    if (++m_assembledChunks > mostChunks || m_assembled.size() + body.size > largestMessage)
         return giveUp(UA_STATUSCODE_BADTCPMESSAGETOOLARGE, "a message that is too long");
-    }
     m_assembledRequest = requestId;
     m_assembled.insert(m_assembled.end(), body.data, body.data + body.size);
     if (isLast) {

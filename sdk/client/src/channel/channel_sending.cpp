@@ -1,4 +1,7 @@
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
 #include "channel/connection_trace.h"
 #include "channel/refusal.h"
@@ -33,9 +36,8 @@ UaStatus SecureChannel::transmit(UaByteView bytes, RoomToSend& room) {
     while (!status.isBad() && bytes.size > 0) {
         m_halfSent = m_halfSent || bytes.size < all;
         status = room.wait();
-        if (!status.isBad()) {
+        if (!status.isBad())
             status = m_socket.sendSome(bytes);
-        }
     }
     m_halfSent = m_halfSent && status.isBad();
     return status;
@@ -45,9 +47,8 @@ UaStatus SecureChannel::checkRequestSize(std::size_t bodySize) const {
     const std::size_t chunks = (bodySize - 1) / m_protection.bodyRoom(m_sendChunkSize) + 1;
     const bool fits = (m_serverMessageLimit == 0 || bodySize <= m_serverMessageLimit) &&
                       (m_serverChunkLimit == 0 || chunks <= m_serverChunkLimit);
-    if (fits) {
+    if (fits)
         return UaStatus();
-    }
     UaTrace::write(
         UaTrace::Errors, "channel",
         "a request of %zu bytes in %zu chunks is not sent: the server takes %zu bytes, %zu chunks (0: any)",
@@ -60,9 +61,8 @@ UaStatus SecureChannel::send(std::uint32_t requestId, const void* request, const
     adoptSendToken(requestId);
     const std::size_t bodySize = typeIdLength + UA_calcSizeBinary(request, &type);
     UaStatus status = checkRequestSize(bodySize);
-    if (status.isBad()) {
+    if (status.isBad())
         return status;
-    }
     traceRequest(requestId, type, bodySize);
     if (bodySize <= m_protection.bodyRoom(m_sendChunkSize)) {
         status = encodeBody(request, type, m_sendBuffer.get() + bodyOffset, bodySize);
@@ -70,9 +70,8 @@ UaStatus SecureChannel::send(std::uint32_t requestId, const void* request, const
     }
     std::vector<OpcUa_Byte> body(bodySize);
     status = encodeBody(request, type, body.data(), bodySize);
-    if (!status.isBad()) {
+    if (!status.isBad())
         status = sendInPieces(requestId, {body.data(), bodySize}, room);
-    }
     UaPkiWipe(body.data(), bodySize);
     return status;
 }
@@ -100,13 +99,11 @@ UaStatus SecureChannel::sendChunk(const char* kind, std::uint32_t requestId, std
     target = writeUInt32(target, nextSequenceNumber(m_sentSequenceNumber));
     writeUInt32(target, requestId);
     const std::size_t size = m_protection.seal(m_sendBuffer.get(), bodySize, m_sendToken.keys);
-    if (size == 0) {
+    if (size == 0)
         return giveUp(UA_STATUSCODE_BADSECURITYCHECKSFAILED, "a request cannot be protected");
-    }
     const UaStatus status = transmit({m_sendBuffer.get(), size}, room);
-    if (!status.isBad() || m_halfSent) {
+    if (!status.isBad() || m_halfSent)
         m_sentSequenceNumber = nextSequenceNumber(m_sentSequenceNumber);
-    }
     return status;
 }
 
@@ -115,9 +112,8 @@ void SecureChannel::wipeSent() {
 }
 
 void SecureChannel::sendClose(std::uint32_t requestId) {
-    if (m_sendBuffer == nullptr || m_halfSent) {
+    if (m_sendBuffer == nullptr || m_halfSent)
         return;
-    }
     adoptSendToken(requestId);
     const UA_DataType& type = UA_TYPES[UA_TYPES_CLOSESECURECHANNELREQUEST];
     UA_CloseSecureChannelRequest request{};

@@ -1,5 +1,12 @@
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <iterator>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
 
 #include <open62541/types_generated_handling.h>
 
@@ -44,9 +51,8 @@ struct OpenAnswer : UA_OpenSecureChannelResponse {
 UaStatus SecureChannel::sendOpen(std::uint32_t requestId, UA_SecurityTokenRequestType kind,
                                  RoomToSend& room) {
     std::vector<OpcUa_Byte> nonce(m_security.policy->nonceLength);
-    if (!UaPkiRandomBytes(nonce.data(), nonce.size())) {
+    if (!UaPkiRandomBytes(nonce.data(), nonce.size()))
         return giveUp(UA_STATUSCODE_BADINTERNALERROR, "the system yields no random numbers");
-    }
     UA_OpenSecureChannelRequest request{};
     request.requestHeader.timestamp = UaDateTime::now().ticks();
     request.requestHeader.requestHandle = requestId;
@@ -57,21 +63,18 @@ UaStatus SecureChannel::sendOpen(std::uint32_t requestId, UA_SecurityTokenReques
     const UA_DataType& type = UA_TYPES[UA_TYPES_OPENSECURECHANNELREQUEST];
     std::vector<OpcUa_Byte> body(typeIdLength + UA_calcSizeBinary(&request, &type));
     const UaStatus fits = checkRequestSize(body.size());
-    if (fits.isBad()) {
+    if (fits.isBad())
         return fits;
-    }
     writeTypeId(body.data(), type);
     UA_ByteString target{body.size() - typeIdLength, body.data() + typeIdLength};
     const UaStatus encoded = UA_encodeBinary(&request, &type, &target);
-    if (encoded.isBad()) {
+    if (encoded.isBad())
         return encoded;
-    }
     const std::vector<OpcUa_Byte> chunk = m_openProtection.seal(
         m_channelId, nextSequenceNumber(m_sentSequenceNumber), requestId, {body.data(), body.size()});
     UaPkiWipe(body.data(), body.size());
-    if (chunk.empty()) {
+    if (chunk.empty())
         return giveUp(UA_STATUSCODE_BADSECURITYCHECKSFAILED, "the request for a channel cannot be protected");
-    }
     if (chunk.size() > m_sendChunkSize) {
         return giveUp(UA_STATUSCODE_BADREQUESTTOOLARGE,
                       "this client's own certificate is too long for the server");
@@ -88,9 +91,8 @@ UaStatus SecureChannel::sendOpen(std::uint32_t requestId, UA_SecurityTokenReques
     if (!status.isBad() || m_halfSent) {
         m_sentSequenceNumber = nextSequenceNumber(m_sentSequenceNumber);
         const std::lock_guard<std::mutex> lock(m_renewalMutex);
-        if (m_openRequest == requestId) {
+        if (m_openRequest == requestId)
             m_tokenExpiry = std::max(m_tokenExpiry, Clock::now() + answerLimit);
-        }
     } else {
         const std::lock_guard<std::mutex> lock(m_renewalMutex);
         m_openRequest = 0;
@@ -135,9 +137,8 @@ SecureChannel::Token* SecureChannel::findToken(std::uint32_t id) {
 /// that answer under the token that the request came with, and a Publish request may wait for longer than
 /// that.
 bool SecureChannel::maySpeakUnder(const Token& token, std::uint32_t requestId) const {
-    if (&token == &m_tokens.front() || Clock::now() < token.expiry) {
+    if (&token == &m_tokens.front() || Clock::now() < token.expiry)
         return true;
-    }
     const std::lock_guard<std::mutex> lock(m_renewalMutex);
     const auto own = std::find_if(m_tokens.begin(), m_tokens.end(),
                                   [&token](const Token& known) { return &known == &token; });
@@ -159,17 +160,15 @@ UaStatus SecureChannel::takeOpenAnswer(const Chunk& chunk) {
                       "the server opens the channel again and again unasked");
     }
     UaStatus status = m_openProtection.open(chunk, plain, sequenced);
-    if (!status.isBad()) {
+    if (!status.isBad())
         status = takeSequenceNumber(readUInt32(sequenced.data));
-    }
     if (!status.isBad() && !isAwaited) {
         UaTrace::write(UaTrace::Warnings, "channel", "the server opens the channel unasked: dropped");
         return status;
     }
     OpenAnswer answer;
-    if (!status.isBad()) {
+    if (!status.isBad())
         status = decodeOpenAnswer(sequenced, answer);
-    }
     UaPkiWipe(plain.data(), plain.size());
     if (status.isBad()) {
         return m_endedByServer ? status
@@ -182,9 +181,8 @@ UaStatus SecureChannel::decodeOpenAnswer(UaByteView sequenced, UA_OpenSecureChan
     const std::uint32_t requestId = readUInt32(sequenced.data + 4);
     {
         const std::lock_guard<std::mutex> lock(m_renewalMutex);
-        if (requestId != m_openRequest) {
+        if (requestId != m_openRequest)
             return UA_STATUSCODE_BADUNKNOWNRESPONSE;
-        }
     }
     UaByteView body = sequenced.from(sequenceHeaderLength);
     const std::uint32_t typeId = readTypeId(body);
@@ -198,9 +196,8 @@ UaStatus SecureChannel::decodeOpenAnswer(UaByteView sequenced, UA_OpenSecureChan
         UA_ServiceFault_clear(&fault);
         return status.isBad() ? status : UaStatus(UA_STATUSCODE_BADUNKNOWNRESPONSE);
     }
-    if (!isTypeId(typeId, UA_TYPES[UA_TYPES_OPENSECURECHANNELRESPONSE])) {
+    if (!isTypeId(typeId, UA_TYPES[UA_TYPES_OPENSECURECHANNELRESPONSE]))
         return UA_STATUSCODE_BADUNKNOWNRESPONSE;
-    }
     const UaStatus status =
         decodeAnswer(body, UA_TYPES[UA_TYPES_OPENSECURECHANNELRESPONSE], anyNumber, &answer);
     if (!status.isBad() && UaStatus(answer.responseHeader.serviceResult).isBad()) {
@@ -212,9 +209,8 @@ UaStatus SecureChannel::decodeOpenAnswer(UaByteView sequenced, UA_OpenSecureChan
 
 UaStatus SecureChannel::installToken(std::uint32_t channelId, const UA_OpenSecureChannelResponse& answer) {
     const bool isFirst = m_tokens.empty();
-    if (answer.securityToken.channelId != channelId || (!isFirst && channelId != m_channelId)) {
+    if (answer.securityToken.channelId != channelId || (!isFirst && channelId != m_channelId))
         return giveUp(UA_STATUSCODE_BADTCPSECURECHANNELUNKNOWN, "the server changes the channel's id");
-    }
     const UaPkiSecurityPolicy& policy = *m_security.policy;
     const UaByteView serverNonce(answer.serverNonce);
     if (!policy.isNone() && serverNonce.size != policy.nonceLength) {
@@ -234,13 +230,11 @@ UaStatus SecureChannel::installToken(std::uint32_t channelId, const UA_OpenSecur
         const UaByteView clientNonce(m_clientNonce.data(), m_clientNonce.size());
         sendToken->keys = UaPkiSymmetricKeys(policy, serverNonce, clientNonce);
         token.receiveKeys = UaPkiSymmetricKeys(policy, clientNonce, serverNonce);
-        if (!sendToken->keys.isValid() || !token.receiveKeys.isValid()) {
+        if (!sendToken->keys.isValid() || !token.receiveKeys.isValid())
             return giveUp(UA_STATUSCODE_BADSECURITYCHECKSFAILED, "the channel's keys cannot be derived");
-        }
     }
-    if (isFirst) {
+    if (isFirst)
         m_channelId = channelId;
-    }
     m_openRequest = 0;
     UaPkiWipe(m_clientNonce.data(), m_clientNonce.size());
     m_tokens.erase(std::remove_if(m_tokens.begin(), m_tokens.end(),

@@ -1,5 +1,6 @@
 #include "channel/chunk_protection.h"
 
+#include <cstdint>
 #include <cstring>
 
 #include "channel/chunk_reader.h"
@@ -21,9 +22,8 @@ ChunkProtection::ChunkProtection(const UaPkiSecurityPolicy& policy, OpcUa_Messag
 
 std::size_t ChunkProtection::bodyRoom(std::size_t chunkSize) const {
     std::size_t protectedSize = chunkSize - symmetricHeaderLength;
-    if (m_encrypts) {
+    if (m_encrypts)
         protectedSize = protectedSize / block * block - paddingSizeLength;
-    }
     return protectedSize - sequenceHeaderLength - m_signatureLength;
 }
 
@@ -39,12 +39,10 @@ std::size_t ChunkProtection::seal(OpcUa_Byte* chunk, std::size_t bodySize, UaPki
     const std::size_t signedSize = size;
     size += m_signatureLength;
     writeUInt32(chunk + 4, static_cast<std::uint32_t>(size));
-    if (m_signs && !keys.sign({chunk, signedSize}, chunk + signedSize)) {
+    if (m_signs && !keys.sign({chunk, signedSize}, chunk + signedSize))
         return 0;
-    }
-    if (m_encrypts && !keys.encrypt(chunk + symmetricHeaderLength, size - symmetricHeaderLength)) {
+    if (m_encrypts && !keys.encrypt(chunk + symmetricHeaderLength, size - symmetricHeaderLength))
         return 0;
-    }
     return size;
 }
 
@@ -53,22 +51,18 @@ UaStatus ChunkProtection::open(OpcUa_Byte* chunk, std::size_t size, UaPkiSymmetr
     const UaStatus refused = UA_STATUSCODE_BADSECURITYCHECKSFAILED;
     if (m_encrypts) {
         const std::size_t encrypted = size - symmetricHeaderLength;
-        if (encrypted % block != 0 || !keys.decrypt(chunk + symmetricHeaderLength, encrypted)) {
+        if (encrypted % block != 0 || !keys.decrypt(chunk + symmetricHeaderLength, encrypted))
             return refused;
-        }
     }
-    if (size < bodyOffset + m_signatureLength) {
+    if (size < bodyOffset + m_signatureLength)
         return refused;
-    }
     std::size_t end = size - m_signatureLength;
-    if (m_signs && !keys.verify({chunk, end}, {chunk + end, m_signatureLength})) {
+    if (m_signs && !keys.verify({chunk, end}, {chunk + end, m_signatureLength}))
         return refused;
-    }
     if (m_encrypts) {
         const std::size_t padding = chunk[end - 1] + paddingSizeLength;
-        if (end < bodyOffset + padding) {
+        if (end < bodyOffset + padding)
             return refused;
-        }
         end -= padding;
     }
     sequenced = {chunk + symmetricHeaderLength, end - symmetricHeaderLength};

@@ -17,17 +17,15 @@ struct KnownKind {
 /// What a server may send. An error message holds a status code and a text.
 constexpr KnownKind knownKinds[] = {
     {"MSG", ChunkKind::Message, symmetricHeaderLength + sequenceHeaderLength, true},
-    {"ACK", ChunkKind::Acknowledge, messageHeaderLength + 5 * 4, false},
+    {"ACK", ChunkKind::Acknowledge, messageHeaderLength + 5 * uint32Length, false},
     {"OPN", ChunkKind::OpenChannel, channelHeaderLength, false},
-    {"ERR", ChunkKind::Error, messageHeaderLength + 2 * 4, false},
+    {"ERR", ChunkKind::Error, messageHeaderLength + 2 * uint32Length, false},
 };
 
 const KnownKind* findKind(const OpcUa_Byte* name) {
-    for (const KnownKind& known : knownKinds) {
-        if (std::memcmp(name, known.name, 3) == 0) {
+    for (const KnownKind& known : knownKinds)
+        if (std::memcmp(name, known.name, 3) == 0)
             return &known;
-        }
-    }
     return nullptr;
 }
 
@@ -62,9 +60,8 @@ OpcUa_Byte* ChunkReader::room(std::size_t& size) {
 UaStatus ChunkReader::next(Chunk& chunk, bool& found) {
     found = false;
     const std::size_t available = m_end - m_begin;
-    if (available < messageHeaderLength) {
+    if (available < messageHeaderLength)
         return UaStatus();
-    }
     OpcUa_Byte* const header = m_buffer.get() + m_begin;
     const KnownKind* const known = findKind(header);
     ChunkPosition position = ChunkPosition::Final;
@@ -73,12 +70,10 @@ UaStatus ChunkReader::next(Chunk& chunk, bool& found) {
         return UA_STATUSCODE_BADTCPMESSAGETYPEINVALID;
     }
     const std::size_t size = readUInt32(header + 4);
-    if (size > largestChunk) {
+    if (size > largestChunk)
         return UA_STATUSCODE_BADTCPMESSAGETOOLARGE;
-    }
-    if (size < known->smallest) {
+    if (size < known->smallest)
         return UA_STATUSCODE_BADDECODINGERROR;
-    }
     if (available >= size) {
         chunk = {known->kind, position, header, size};
         m_begin += size;

@@ -1,6 +1,7 @@
 #include "channel/connection_trace.h"
 
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 
 #include "uabase/trace.h"
@@ -17,9 +18,8 @@ constexpr std::size_t longestLine = 512;
 } // namespace
 
 void traceChannel(const char* format, ...) {
-    if (!UaTrace::stackEnabled(lifeCycle)) {
+    if (!UaTrace::stackEnabled(lifeCycle))
         return;
-    }
     char line[longestLine];
     va_list arguments;
     va_start(arguments, format);

@@ -1,5 +1,8 @@
 #include "channel/open_channel.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -31,9 +34,8 @@ std::unique_ptr<SecureChannel> openChannel(const UaString& url, const ChannelSec
         const Deadline share(deadline.remaining() / static_cast<int>(addresses.size() - i));
         auto channel = std::make_unique<SecureChannel>(security, requestedLifetime);
         status = channel->open(url, addresses[i], target.port, share);
-        if (!status.isBad()) {
+        if (!status.isBad())
             return channel;
-        }
         UaTrace::write(UaTrace::Errors, "connect", "%s at address %s: %s", url.toUtf8(), addresses[i].c_str(),
                        status.name());
         // Where something answered, another address would only repeat its refusal.

@@ -1,7 +1,9 @@
 #include "channel/open_protection.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <vector>
 
 #include "channel/refusal.h"
 #include "encoding/wire.h"
@@ -34,24 +36,20 @@ std::size_t paddingSizeLength(std::size_t blockLength) {
 /// Padding, with the count of its bytes in front and the count's upper half behind where the key is long.
 void appendPadding(std::vector<OpcUa_Byte>& plain, std::size_t padding, std::size_t blockLength) {
     plain.insert(plain.end(), padding + 1, static_cast<OpcUa_Byte>(padding));
-    if (paddingSizeLength(blockLength) == 2) {
+    if (paddingSizeLength(blockLength) == 2)
         plain.push_back(static_cast<OpcUa_Byte>(padding >> 8U));
-    }
 }
 
 /// Cuts padding and its count off. False when there is less than that.
 bool dropPadding(std::size_t& size, const OpcUa_Byte* plain, std::size_t blockLength) {
     const std::size_t countLength = paddingSizeLength(blockLength);
-    if (size < sequenceHeaderLength + countLength) {
+    if (size < sequenceHeaderLength + countLength)
         return false;
-    }
     std::size_t padding = plain[size - 1];
-    if (countLength == 2) {
+    if (countLength == 2)
         padding = padding << 8U | plain[size - 2];
-    }
-    if (size < sequenceHeaderLength + countLength + padding) {
+    if (size < sequenceHeaderLength + countLength + padding)
         return false;
-    }
     size -= countLength + padding;
     return true;
 }
@@ -61,18 +59,16 @@ bool dropPadding(std::size_t& size, const OpcUa_Byte* plain, std::size_t blockLe
 UaStatus OpenProtection::prepare(const ChannelSecurity& security) {
     m_policyUri = {reinterpret_cast<const OpcUa_Byte*>(security.policy->uri),
                    std::strlen(security.policy->uri)};
-    if (security.isNone()) {
+    if (security.isNone())
         return UaStatus();
-    }
     m_ownCertificate = security.ownCertificate;
     m_serverCertificate = security.serverCertificate;
     m_ownThumbprint = UaPkiThumbprint(m_ownCertificate);
     m_serverThumbprint = UaPkiThumbprint(m_serverCertificate);
     const UaStatus status = UaPkiPeerKey::open(*security.policy, m_serverCertificate,
                                                UaPkiPeerKey::Limits::AlreadyDecidedOn, m_peer);
-    if (status.isBad()) {
+    if (status.isBad())
         return status;
-    }
     return security.ownKey != nullptr ? UaPkiOwnKey::open(*security.policy, *security.ownKey, m_own)
                                       : UaStatus(UA_STATUSCODE_BADSECURITYCHECKSFAILED);
 }
@@ -85,8 +81,8 @@ std::size_t OpenProtection::paddingFor(std::size_t unpadded) const {
 std::vector<OpcUa_Byte> OpenProtection::seal(std::uint32_t channelId, std::uint32_t sequenceNumber,
                                              std::uint32_t requestId, UaByteView body) const {
     const UaByteView certificate(m_ownCertificate.view());
-    const std::size_t headerLength =
-        channelHeaderLength + 3 * 4 + m_policyUri.size + certificate.size + m_serverThumbprint.size();
+    const std::size_t headerLength = channelHeaderLength + 3 * uint32Length + m_policyUri.size +
+                                     certificate.size + m_serverThumbprint.size();
     std::vector<OpcUa_Byte> chunk(headerLength + sequenceHeaderLength);
     // It holds the nonce until it is encrypted, and must not leave that behind by growing.
     chunk.reserve(chunk.size() + body.size + m_peer.plainBlockLength() + m_peer.blockLength() +
@@ -113,27 +109,23 @@ std::vector<OpcUa_Byte> OpenProtection::seal(std::uint32_t channelId, std::uint3
     const std::size_t blocks = (unpadded + padding) / m_peer.plainBlockLength();
     writeUInt32(chunk.data() + 4, static_cast<std::uint32_t>(headerLength + blocks * m_peer.blockLength()));
     const std::vector<OpcUa_Byte> signature = m_own.sign(viewOf(chunk));
-    if (signature.size() != signatureLength) {
+    if (signature.size() != signatureLength)
         return {};
-    }
     chunk.insert(chunk.end(), signature.begin(), signature.end());
     const std::vector<OpcUa_Byte> cipher = m_peer.encrypt(viewOf(chunk).from(headerLength));
     UaPkiWipe(chunk.data() + headerLength, chunk.size() - headerLength);
-    if (cipher.size() != blocks * m_peer.blockLength()) {
+    if (cipher.size() != blocks * m_peer.blockLength())
         return {};
-    }
     chunk.resize(headerLength);
     chunk.insert(chunk.end(), cipher.begin(), cipher.end());
     return chunk;
 }
 
 UaStatus OpenProtection::checkHeader(UaByteView policy, UaByteView sender, UaByteView receiver) const {
-    if (!areEqual(policy, m_policyUri)) {
+    if (!areEqual(policy, m_policyUri))
         return UA_STATUSCODE_BADSECURITYPOLICYREJECTED;
-    }
-    if (!isSecured()) {
+    if (!isSecured())
         return UaStatus();
-    }
     // The server may send its issuers behind its own certificate.
     const UaPkiCertificate shown =
         UaPkiCertificate::fromDER(UaByteString(static_cast<int>(sender.size), sender.data));
@@ -152,13 +144,11 @@ UaStatus OpenProtection::open(const Chunk& chunk, std::vector<OpcUa_Byte>& plain
     UaByteView policy;
     UaByteView sender;
     UaByteView receiver;
-    if (!header.readString(policy) || !header.readString(sender) || !header.readString(receiver)) {
+    if (!header.readString(policy) || !header.readString(sender) || !header.readString(receiver))
         return UA_STATUSCODE_BADDECODINGERROR;
-    }
     const UaStatus status = checkHeader(policy, sender, receiver);
-    if (status.isBad()) {
+    if (status.isBad())
         return status;
-    }
     if (!isSecured()) {
         sequenced = header.rest();
         return sequenced.size >= sequenceHeaderLength ? UaStatus() : UaStatus(UA_STATUSCODE_BADDECODINGERROR);

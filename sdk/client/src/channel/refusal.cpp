@@ -1,5 +1,7 @@
 #include "channel/refusal.h"
 
+#include <string>
+
 #include "uabase/trace.h"
 
 namespace UaClientSdk {

@@ -1,6 +1,11 @@
 #include "channel/secure_channel.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "channel/refusal.h"
 #include "encoding/wire.h"
@@ -45,15 +50,14 @@ UaStatus SecureChannel::open(const UaString& url, const std::string& address, st
         status = m_socket.connect(address, port, deadline);
         m_reached = !status.isBad();
     }
-    if (!status.isBad()) {
+    if (!status.isBad())
         status = greet(url, deadline);
-    }
     return status.isBad() ? status : openToken(deadline);
 }
 
 UaStatus SecureChannel::greet(const UaString& url, const Deadline& deadline) {
     const UaByteView urlBytes(url.view());
-    std::vector<OpcUa_Byte> hello(messageHeaderLength + 6 * 4 + urlBytes.size);
+    std::vector<OpcUa_Byte> hello(messageHeaderLength + 6 * uint32Length + urlBytes.size);
     OpcUa_Byte* target = writeBytes(hello.data(), "HELF", 4);
     for (const std::size_t number : {hello.size(), std::size_t(protocolVersion), largestChunk, largestChunk,
                                      largestMessage, mostChunks, urlBytes.size}) {
@@ -62,9 +66,8 @@ UaStatus SecureChannel::greet(const UaString& url, const Deadline& deadline) {
     writeBytes(target, urlBytes.data, urlBytes.size);
     WaitForSocket room(m_socket, deadline);
     UaStatus status = transmit({hello.data(), hello.size()}, room);
-    if (status.isBad()) {
+    if (status.isBad())
         return notTaken(status);
-    }
     Chunk chunk;
     status = waitForChunk(chunk, deadline);
     return status.isBad() ? status : takeAcknowledge(chunk);
@@ -72,37 +75,33 @@ UaStatus SecureChannel::greet(const UaString& url, const Deadline& deadline) {
 
 /// Who hangs up while he is spoken to may have said why.
 UaStatus SecureChannel::notTaken(UaStatus status) {
-    if (status.statusCode() != UA_STATUSCODE_BADCONNECTIONCLOSED) {
+    if (status.statusCode() != UA_STATUSCODE_BADCONNECTIONCLOSED)
         return status;
-    }
     m_endedByServer = true;
     Chunk chunk;
     bool found = false;
     std::size_t count = 0;
     do {
         count = 0;
-        if (m_reader.next(chunk, found).isBad()) {
+        if (m_reader.next(chunk, found).isBad())
             return status;
-        }
     } while (!found && !receive(count).isBad() && count > 0);
     return found && chunk.kind == ChunkKind::Error ? takeError(chunk) : status;
 }
 
 UaStatus SecureChannel::takeAcknowledge(const Chunk& chunk) {
-    if (chunk.kind == ChunkKind::Error) {
+    if (chunk.kind == ChunkKind::Error)
         return takeError(chunk);
-    }
     if (chunk.kind != ChunkKind::Acknowledge) {
         return giveUp(UA_STATUSCODE_BADTCPMESSAGETYPEINVALID,
                       "the server answers the greeting with something else");
     }
     const auto field = [&chunk](std::size_t index) -> std::size_t {
-        return readUInt32(chunk.data + messageHeaderLength + index * 4);
+        return readUInt32(chunk.data + messageHeaderLength + index * uint32Length);
     };
     const std::size_t serverReceives = field(1);
-    if (serverReceives < smallestBuffer) {
+    if (serverReceives < smallestBuffer)
         return giveUp(UA_STATUSCODE_BADCONNECTIONREJECTED, "the server announces a buffer that is too small");
-    }
     m_sendChunkSize = std::min(serverReceives, largestChunk);
     m_serverMessageLimit = field(3);
     m_serverChunkLimit = field(4);
@@ -114,20 +113,16 @@ UaStatus SecureChannel::waitForChunk(Chunk& chunk, const Deadline& deadline) {
     for (;;) {
         bool found = false;
         const UaStatus status = m_reader.next(chunk, found);
-        if (status.isBad()) {
+        if (status.isBad())
             return giveUp(status, "what the server sends is no OPC UA");
-        }
-        if (found) {
+        if (found)
             return status;
-        }
-        if (deadline.expired()) {
+        if (deadline.expired())
             return UA_STATUSCODE_BADTIMEOUT;
-        }
         std::size_t count = 0;
         const UaStatus received = awaitSome(deadline, count);
-        if (received.isBad()) {
+        if (received.isBad())
             return received;
-        }
     }
 }
 
@@ -135,17 +130,14 @@ UaStatus SecureChannel::openToken(const Deadline& deadline) {
     WaitForSocket room(m_socket, deadline);
     constexpr std::uint32_t firstRequest = 1;
     UaStatus status = sendOpen(firstRequest, UA_SECURITYTOKENREQUESTTYPE_ISSUE, room);
-    if (status.isBad()) {
+    if (status.isBad())
         return notTaken(status);
-    }
     Chunk chunk;
     status = waitForChunk(chunk, deadline);
-    if (status.isBad()) {
+    if (status.isBad())
         return status;
-    }
-    if (chunk.kind == ChunkKind::Error) {
+    if (chunk.kind == ChunkKind::Error)
         return takeError(chunk);
-    }
     if (chunk.kind != ChunkKind::OpenChannel) {
         return giveUp(UA_STATUSCODE_BADTCPMESSAGETYPEINVALID,
                       "the server sends a message before the channel is open");

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "channel/channel_security.h"
@@ -58,9 +60,8 @@ public:
     TcpSocket& socket() { return m_socket; }
     /// A session may have a lower limit than the connection; 0 is no limit.
     void limitRequests(std::size_t size) {
-        if (size != 0 && (m_serverMessageLimit == 0 || size < m_serverMessageLimit)) {
+        if (size != 0 && (m_serverMessageLimit == 0 || size < m_serverMessageLimit))
             m_serverMessageLimit = size;
-        }
     }
 
     // Sending.

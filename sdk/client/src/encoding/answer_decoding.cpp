@@ -1,6 +1,7 @@
 #include "encoding/answer_decoding.h"
 
 #include <cstring>
+#include <vector>
 
 #include "encoding/encoding_walk.h"
 
@@ -41,9 +42,8 @@ UaStatus check(EncodingWalk& walk, const UA_DataType& type, std::size_t expected
             walk.nextLength().value_or(expectedResults) != expectedResults) {
             return OpcUa_BadUnknownResponse;
         }
-        if (!(member.isArray ? walk.array(*member.memberType) : walk.value(*member.memberType))) {
+        if (!(member.isArray ? walk.array(*member.memberType) : walk.value(*member.memberType)))
             return walk.failure();
-        }
     }
     return OpcUa_Good;
 }
@@ -56,14 +56,12 @@ UaStatus decodeBytes(UaByteView body, const UA_DataType& type, void* response) {
 
 UaStatus decode(UaByteView body, const UA_DataType& type, const std::vector<EmptyMatrix>& emptyMatrices,
                 void* response) {
-    if (emptyMatrices.empty()) {
+    if (emptyMatrices.empty())
         return decodeBytes(body, type, response);
-    }
     const std::vector<OpcUa_Byte> disguised = disguiseEmptyMatrices(body, emptyMatrices);
     const UaStatus status = decodeBytes({disguised.data(), disguised.size()}, type, response);
-    if (status.isGood()) {
+    if (status.isGood())
         restoreEmptyMatrices(body, emptyMatrices, type, response);
-    }
     return status;
 }
 
@@ -82,12 +80,10 @@ void keepHeaderAlone(UaByteView body, const UA_DataType& type, void* response) {
 UaStatus decodeAnswer(UaByteView body, const UA_DataType& type, std::size_t expectedResults, void* response) {
     EncodingWalk walk(body, memoryPerByte * body.size + memoryAllowance);
     UaStatus status = check(walk, type, serviceFailed(body) ? anyNumber : expectedResults);
-    if (status.isGood()) {
+    if (status.isGood())
         status = decode(body, type, walk.emptyMatrices(), response);
-    }
-    if (status.isNotGood()) {
+    if (status.isNotGood())
         keepHeaderAlone(body, type, response);
-    }
     return status;
 }
 

@@ -1,6 +1,7 @@
 #include "encoding/empty_matrices.h"
 
 #include <cstring>
+#include <vector>
 
 namespace UaClientSdk {
 namespace {
@@ -36,15 +37,13 @@ public:
 
 private:
     void visit(UA_DataValue& value) {
-        if (value.hasValue) {
+        if (value.hasValue)
             visit(value.value);
-        }
     }
 
     void visit(const UA_ExtensionObject& object) {
-        if (object.encoding == UA_EXTENSIONOBJECT_DECODED) {
+        if (object.encoding == UA_EXTENSIONOBJECT_DECODED)
             visit(*object.content.decoded.type, object.content.decoded.data);
-        }
     }
 
     void visit(UA_Variant& variant) {
@@ -65,7 +64,7 @@ private:
                 std::size_t length = 0;
                 void* elements = nullptr;
                 std::memcpy(&length, place, sizeof length);
-                std::memcpy(&elements, place + sizeof length, sizeof elements);
+                std::memcpy(static_cast<void*>(&elements), place + sizeof length, sizeof elements);
                 visitArray(*member.memberType, elements, length);
                 place += sizeof length + sizeof elements;
             } else {
@@ -76,12 +75,10 @@ private:
     }
 
     void visitArray(const UA_DataType& type, void* elements, std::size_t length) {
-        if (type.pointerFree) {
+        if (type.pointerFree)
             return;
-        }
-        for (std::size_t i = 0; i < length; ++i) {
+        for (std::size_t i = 0; i < length; ++i)
             visit(type, static_cast<char*>(elements) + i * type.memSize);
-        }
     }
 
     static void restore(UA_Variant& variant, OpcUa_Byte firstByte) {

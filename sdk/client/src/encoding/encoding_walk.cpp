@@ -1,5 +1,8 @@
 #include "encoding/encoding_walk.h"
 
+#include <cstddef>
+#include <optional>
+
 namespace UaClientSdk {
 namespace {
 
@@ -44,9 +47,8 @@ constexpr std::size_t fixedSize(unsigned kind) {
 } // namespace
 
 bool EncodingWalk::value(const UA_DataType& type) {
-    if (const std::size_t size = fixedSize(type.typeKind)) {
+    if (const std::size_t size = fixedSize(type.typeKind))
         return m_bytes.skip(size);
-    }
     TypeId id;
     switch (type.typeKind) {
     case UA_DATATYPEKIND_STRING:
@@ -95,50 +97,41 @@ bool EncodingWalk::nested(const UA_DataType& type) {
 
 bool EncodingWalk::array(const UA_DataType& elementType) {
     OpcUa_Int32 length = 0;
-    if (!m_bytes.read(length)) {
+    if (!m_bytes.read(length))
         return false;
-    }
-    if (length <= 0) {
+    if (length <= 0)
         return true;
-    }
     // No element takes less than a byte.
     const auto count = static_cast<std::size_t>(length);
-    if (count > m_bytes.left() || !m_heap.takeBlock(count * elementType.memSize)) {
+    if (count > m_bytes.left() || !m_heap.takeBlock(count * elementType.memSize))
         return false;
-    }
-    if (const std::size_t size = fixedSize(elementType.typeKind)) {
+    if (const std::size_t size = fixedSize(elementType.typeKind))
         return m_bytes.skip(count * size);
-    }
-    for (std::size_t i = 0; i < count; ++i) {
-        if (!value(elementType)) {
+    for (std::size_t i = 0; i < count; ++i)
+        if (!value(elementType))
             return false;
-        }
-    }
     return true;
 }
 
 std::optional<std::size_t> EncodingWalk::nextLength() const {
     OpcUa_Int32 length = 0;
-    if (!m_bytes.peek(length)) {
+    if (!m_bytes.peek(length))
         return {};
-    }
     return length > 0 ? static_cast<std::size_t>(length) : 0;
 }
 
 bool EncodingWalk::string() {
     OpcUa_Int32 length = 0;
-    if (!m_bytes.read(length)) {
+    if (!m_bytes.read(length))
         return false;
-    }
     const auto count = static_cast<std::size_t>(length);
     return length <= 0 || (m_bytes.skip(count) && m_heap.takeBlock(count));
 }
 
 bool EncodingWalk::nodeId(TypeId& id) {
     OpcUa_Byte first = 0;
-    if (!m_bytes.read(first)) {
+    if (!m_bytes.read(first))
         return false;
-    }
     const OpcUa_Byte format = first & nodeIdFormatBits;
     OpcUa_Byte byte = 0;
     OpcUa_UInt16 word = 0;
@@ -188,9 +181,8 @@ bool EncodingWalk::enumeration() {
 bool EncodingWalk::structure(const UA_DataType& type) {
     for (std::size_t i = 0; i < type.membersSize; ++i) {
         const UA_DataTypeMember& member = type.members[i];
-        if (!(member.isArray ? array(*member.memberType) : value(*member.memberType))) {
+        if (!(member.isArray ? array(*member.memberType) : value(*member.memberType)))
             return false;
-        }
     }
     return true;
 }

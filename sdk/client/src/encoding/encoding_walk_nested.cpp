@@ -1,4 +1,6 @@
 // The types that hold values of any type.
+#include <cstddef>
+
 #include "encoding/encoding_walk.h"
 #include "encoding/known_encodings.h"
 
@@ -24,9 +26,8 @@ enum ExtensionObjectBody : OpcUa_Byte { NoBody, BinaryBody, XmlBody };
 
 std::size_t countBits(OpcUa_Byte bits) {
     std::size_t count = 0;
-    for (; bits != 0; bits = static_cast<OpcUa_Byte>(bits & (bits - 1))) {
+    for (; bits != 0; bits = static_cast<OpcUa_Byte>(bits & (bits - 1)))
         ++count;
-    }
     return count;
 }
 
@@ -39,33 +40,28 @@ bool EncodingWalk::extensionObject(std::size_t memSize) {
     const std::size_t before = m_heap.taken();
     // The engine has the id twice for a moment, after it has looked at that of a single value beforehand.
     const std::size_t copies = memSize == 0 ? 1 : 2;
-    if (!nodeId(id) || !m_heap.take(copies * (m_heap.taken() - before)) || !m_bytes.read(body)) {
+    if (!nodeId(id) || !m_heap.take(copies * (m_heap.taken() - before)) || !m_bytes.read(body))
         return false;
-    }
-    if (body == BinaryBody) {
+    if (body == BinaryBody)
         return extensionObjectBody(id, memSize);
-    }
     return (memSize == 0 || m_heap.takeBlock(memSize)) && (body == NoBody || (body == XmlBody && string()));
 }
 
 bool EncodingWalk::extensionObjectBody(const TypeId& id, std::size_t memSize) {
     const UA_DataType* const type = id.isNumeric ? typeOfEncoding(id.namespaceIndex, id.number) : nullptr;
-    if (type == nullptr) {
+    if (type == nullptr)
         return (memSize == 0 || m_heap.takeBlock(memSize)) && string();
-    }
     OpcUa_Int32 length = 0;
-    if (!m_bytes.read(length) || length < 0 || !m_heap.takeBlock(type->memSize)) {
+    if (!m_bytes.read(length) || length < 0 || !m_heap.takeBlock(type->memSize))
         return false;
-    }
     const std::size_t begin = m_bytes.position();
     return value(*type) && m_bytes.position() - begin == static_cast<std::size_t>(length);
 }
 
 bool EncodingWalk::dataValue() {
     OpcUa_Byte parts = 0;
-    if (!m_bytes.read(parts) || ((parts & dataValueHasValue) != 0 && !value(UA_TYPES[UA_TYPES_VARIANT]))) {
+    if (!m_bytes.read(parts) || ((parts & dataValueHasValue) != 0 && !value(UA_TYPES[UA_TYPES_VARIANT])))
         return false;
-    }
     const std::size_t statusSize = (parts & dataValueHasStatus) != 0 ? sizeof(OpcUa_StatusCode) : 0;
     return m_bytes.skip(statusSize + countBits(parts & dataValueTimestamps) * sizeof(OpcUa_DateTime) +
                         countBits(parts & dataValuePicoseconds) * sizeof(OpcUa_UInt16));
@@ -86,34 +82,27 @@ bool EncodingWalk::variant() {
     const std::size_t begin = m_bytes.position();
     ++m_variants;
     OpcUa_Byte first = 0;
-    if (!m_bytes.read(first)) {
+    if (!m_bytes.read(first))
         return false;
-    }
-    if (first == 0) {
+    if (first == 0)
         return true;
-    }
     const unsigned typeId = first & variantTypeBits;
-    if (typeId == 0 || typeId > UA_DATATYPEKIND_DIAGNOSTICINFO + 1) {
+    if (typeId == 0 || typeId > UA_DATATYPEKIND_DIAGNOSTICINFO + 1)
         return false;
-    }
     const UA_DataType& type = UA_TYPES[typeId - 1];
-    if ((first & variantIsArray) == 0) {
+    if ((first & variantIsArray) == 0)
         return (first & variantHasDimensions) == 0 && variantScalar(type);
-    }
     const std::size_t length = nextLength().value_or(0);
-    if (!array(type)) {
+    if (!array(type))
         return false;
-    }
     return (first & variantHasDimensions) == 0 || dimensions(length, begin);
 }
 
 bool EncodingWalk::variantScalar(const UA_DataType& type) {
-    if (type.typeKind == UA_DATATYPEKIND_VARIANT) {
+    if (type.typeKind == UA_DATATYPEKIND_VARIANT)
         return false;
-    }
-    if (type.typeKind == UA_DATATYPEKIND_EXTENSIONOBJECT) {
+    if (type.typeKind == UA_DATATYPEKIND_EXTENSIONOBJECT)
         return extensionObject(type.memSize);
-    }
     return m_heap.takeBlock(type.memSize) && value(type);
 }
 
@@ -131,9 +120,8 @@ bool EncodingWalk::dimensions(std::size_t arrayLength, std::size_t variantPositi
             return false;
         }
     }
-    if (arrayLength > 0) {
+    if (arrayLength > 0)
         return product == arrayLength;
-    }
     return (product == 0 || count <= 0) && noteEmptyMatrix(variantPosition);
 }
 
@@ -142,9 +130,8 @@ bool EncodingWalk::noteEmptyMatrix(std::size_t variantPosition) {
     // grows: all its blocks together take four times what is in it.
     const std::size_t copy = m_emptyMatrices.empty() ? heapBlock(m_bytes.size()) : 0;
     const std::size_t note = heapBlock(4 * sizeof(EmptyMatrix));
-    if (!m_heap.take(copy + note) || !m_heap.takeBlock(m_bytes.position() - variantPosition)) {
+    if (!m_heap.take(copy + note) || !m_heap.takeBlock(m_bytes.position() - variantPosition))
         return false;
-    }
     m_emptyMatrices.push_back({m_variants - 1, variantPosition});
     return true;
 }

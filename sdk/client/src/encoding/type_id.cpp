@@ -1,5 +1,8 @@
 #include "encoding/type_id.h"
 
+#include <cstddef>
+#include <cstdint>
+
 #include "encoding/wire.h"
 
 namespace UaClientSdk {
@@ -22,15 +25,12 @@ std::uint32_t readTypeId(UaByteView& body) {
         body = body.from(length);
         return bytes;
     };
-    if (body.size >= 2 && body.data[0] == twoBytes) {
+    if (body.size >= 2 && body.data[0] == twoBytes)
         return take(2)[1];
-    }
-    if (body.size >= 4 && body.data[0] == fourBytes && body.data[1] == 0) {
+    if (body.size >= 4 && body.data[0] == fourBytes && body.data[1] == 0)
         return readUInt32(take(4)) >> 16U;
-    }
-    if (body.size >= 7 && body.data[0] == numeric && body.data[1] == 0 && body.data[2] == 0) {
+    if (body.size >= 7 && body.data[0] == numeric && body.data[1] == 0 && body.data[2] == 0)
         return readUInt32(take(7) + 3);
-    }
     return 0;
 }
 

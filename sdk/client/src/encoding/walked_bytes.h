@@ -20,17 +20,15 @@ public:
     // False when there are not as many.
 
     bool skip(std::size_t count) {
-        if (count > left()) {
+        if (count > left())
             return false;
-        }
         m_position += count;
         return true;
     }
     template <typename Number>
     bool read(Number& number) {
-        if (left() < sizeof number) {
+        if (left() < sizeof number)
             return false;
-        }
         std::memcpy(&number, m_bytes.data + m_position, sizeof number);
         m_position += sizeof number;
         return true;

@@ -10,6 +10,8 @@ namespace UaClientSdk {
 // Numbers on the wire are little-endian, as this machine's are.
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
 
+constexpr std::size_t uint32Length = 4;
+
 inline std::uint32_t readUInt32(const OpcUa_Byte* bytes) {
     std::uint32_t value = 0;
     std::memcpy(&value, bytes, sizeof value);
@@ -22,9 +24,8 @@ inline OpcUa_Byte* writeUInt32(OpcUa_Byte* bytes, std::uint32_t value) {
 }
 
 inline OpcUa_Byte* writeBytes(OpcUa_Byte* bytes, const void* source, std::size_t count) {
-    if (count > 0) {
+    if (count > 0)
         std::memcpy(bytes, source, count);
-    }
     return bytes + count;
 }
 
@@ -34,9 +35,8 @@ public:
     explicit WireReader(UaByteView bytes) : m_rest(bytes) {}
 
     bool readUInt32(std::uint32_t& value) {
-        if (m_rest.size < sizeof value) {
+        if (m_rest.size < sizeof value)
             return false;
-        }
         value = UaClientSdk::readUInt32(m_rest.data);
         m_rest = m_rest.from(sizeof value);
         return true;
@@ -44,14 +44,12 @@ public:
     /// A null string is an empty one.
     bool readString(UaByteView& bytes) {
         std::uint32_t length = 0;
-        if (!readUInt32(length)) {
+        if (!readUInt32(length))
             return false;
-        }
         constexpr std::uint32_t null = UINT32_MAX;
         length = length == null ? 0 : length;
-        if (length > m_rest.size) {
+        if (length > m_rest.size)
             return false;
-        }
         bytes = m_rest.first(length);
         m_rest = m_rest.from(length);
         return true;

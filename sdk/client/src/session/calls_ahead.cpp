@@ -1,5 +1,7 @@
 #include "session/calls_ahead.h"
 
+#include <cstddef>
+
 #include "uabase/trace.h"
 
 namespace UaClientSdk {
@@ -41,9 +43,8 @@ void UaSession::Impl::learnFrom(const Pipe::Series& series, std::size_t expected
 
 void UaSession::Impl::learnFrom(const Window& window) {
     m_requestsAhead.learnFrom(window);
-    if (window.wasUnanswered() && window.ceiling() == 1) {
+    if (window.wasUnanswered() && window.ceiling() == 1)
         m_lostAhead = true;
-    }
 }
 
 } // namespace UaClientSdk

@@ -33,9 +33,8 @@ void UaSession::Impl::callAhead(const ServiceSettings& settings, Next&& next, An
             Request request{};
             std::size_t results = anyNumber;
             more = next(request, results);
-            if (more) {
+            if (more)
                 sendAhead(series, settings, request.requestHeader, Service<Request>::requestType(), results);
-            }
         }
         if (!series.isEmpty()) {
             const std::size_t results = series.expectedResults();

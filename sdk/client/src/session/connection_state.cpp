@@ -1,5 +1,9 @@
 #include "session/connection_state.h"
 
+#include <memory>
+#include <mutex>
+#include <utility>
+
 #include "uabase/trace.h"
 
 namespace UaClientSdk {
@@ -40,9 +44,8 @@ const char* describe(UaClient::ServerStatus status) {
 UaStatus ConnectionState::open(UaSessionCallback* callback) {
     UaStatus status;
     std::unique_ptr<CallbackThread> thread = CallbackThread::start(status);
-    if (thread == nullptr) {
+    if (thread == nullptr)
         return status;
-    }
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_callback = callback;
@@ -65,9 +68,8 @@ void ConnectionState::close() {
 }
 
 void ConnectionState::stopReports() {
-    if (m_thread != nullptr) {
+    if (m_thread != nullptr)
         m_thread->stop(reportTask(m_callback, UaClient::Disconnected));
-    }
 }
 
 void ConnectionState::lost() {
@@ -97,15 +99,12 @@ void ConnectionState::change(bool& flag, bool value) {
 }
 
 UaClient::ServerStatus ConnectionState::status() const {
-    if (m_isLost) {
+    if (m_isLost)
         return UaClient::ConnectionLost;
-    }
-    if (m_isSilent) {
+    if (m_isSilent)
         return UaClient::WatchdogExpired;
-    }
-    if (m_isShutdown) {
+    if (m_isShutdown)
         return UaClient::ServerShutdown;
-    }
     return m_isDataLost ? UaClient::SubscriptionLost : UaClient::Connected;
 }
 

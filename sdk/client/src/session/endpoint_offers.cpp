@@ -1,7 +1,9 @@
 #include "session/endpoint_offers.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <set>
+#include <string>
 #include <vector>
 
 #include "channel/channel_security.h"
@@ -24,18 +26,16 @@ std::string securityText(const UaString& policyUri, int mode) {
 /// Null for one that this client does not know. A token policy without one of its own has its endpoint's.
 const UaPkiSecurityPolicy* protectionOf(const UA_UserTokenPolicy& token,
                                         const UA_EndpointDescription& endpoint) {
-    if (wireNumber(token.tokenType) == UA_USERTOKENTYPE_ANONYMOUS) {
+    if (wireNumber(token.tokenType) == UA_USERTOKENTYPE_ANONYMOUS)
         return &UaPkiSecurityPolicy::none();
-    }
     return UaPkiSecurityPolicy::find(
         UaString(token.securityPolicyUri.length > 0 ? token.securityPolicyUri : endpoint.securityPolicyUri));
 }
 
 bool isBetter(const UA_EndpointDescription& endpoint, const UaPkiSecurityPolicy& protection,
               const EndpointChoice& than) {
-    if (than.token == nullptr || protection.strength != than.protection->strength) {
+    if (than.token == nullptr || protection.strength != than.protection->strength)
         return than.token == nullptr || protection.strength > than.protection->strength;
-    }
     return endpoint.securityLevel > than.endpoint->securityLevel;
 }
 
@@ -54,17 +54,15 @@ std::string fingerprintOf(const UA_UserTokenPolicy& token) {
 /// What two descriptions of one endpoint have in common, whoever asks.
 std::string fingerprintOf(const UA_EndpointDescription& endpoint) {
     std::vector<std::string> tokens;
-    for (std::size_t i = 0; i < endpoint.userIdentityTokensSize; ++i) {
+    for (std::size_t i = 0; i < endpoint.userIdentityTokensSize; ++i)
         tokens.push_back(fingerprintOf(endpoint.userIdentityTokens[i]));
-    }
     std::sort(tokens.begin(), tokens.end());
     std::string text = std::to_string(endpoint.securityLevel);
     append(text, std::to_string(wireNumber(endpoint.securityMode)));
     append(text, UaString(endpoint.securityPolicyUri).text());
     append(text, UaString(endpoint.transportProfileUri).text());
-    for (const std::string& token : tokens) {
+    for (const std::string& token : tokens)
         append(text, token);
-    }
     return text;
 }
 
@@ -90,9 +88,8 @@ std::string securityText(const UA_EndpointDescription& endpoint) {
 }
 
 bool goTogether(const UaPkiSecurityPolicy& policy, OpcUa_MessageSecurityMode mode) {
-    if (policy.isNone()) {
+    if (policy.isNone())
         return mode == OpcUa_MessageSecurityMode_None;
-    }
     return mode == OpcUa_MessageSecurityMode_Sign || mode == OpcUa_MessageSecurityMode_SignAndEncrypt;
 }
 
@@ -100,15 +97,13 @@ EndpointChoice chooseEndpoint(const EndpointOffers& offers, const WantedSecurity
                               UA_UserTokenType userType) {
     EndpointChoice choice;
     for (const UA_EndpointDescription& endpoint : offers) {
-        if (!wanted.isThatOf(endpoint)) {
+        if (!wanted.isThatOf(endpoint))
             continue;
-        }
         choice.isOffered = true;
         for (std::size_t i = 0; i < endpoint.userIdentityTokensSize; ++i) {
             const UA_UserTokenPolicy& token = endpoint.userIdentityTokens[i];
-            if (wireNumber(token.tokenType) != userType) {
+            if (wireNumber(token.tokenType) != userType)
                 continue;
-            }
             const UaPkiSecurityPolicy* protection = protectionOf(token, endpoint);
             if (protection == nullptr) {
                 choice.hasUnknownProtection = true;
@@ -138,14 +133,12 @@ bool areSameOffers(const EndpointOffers& ofSession, const EndpointOffers& ofQuer
     bool chosenIsThere = false;
     const std::string chosenFingerprint = fingerprintOf(chosen);
     for (const UA_EndpointDescription& endpoint : ofSession) {
-        if (!counts(endpoint)) {
+        if (!counts(endpoint))
             continue;
-        }
         const std::string fingerprint = fingerprintOf(endpoint);
         const bool tellsCertificate = endpoint.serverCertificate.length > 0;
-        if (known.count(tellsCertificate ? withCertificate(fingerprint, endpoint) : fingerprint) == 0) {
+        if (known.count(tellsCertificate ? withCertificate(fingerprint, endpoint) : fingerprint) == 0)
             return false;
-        }
         chosenIsThere = chosenIsThere || fingerprint == chosenFingerprint;
     }
     return chosenIsThere;

@@ -50,12 +50,10 @@ UaStatus ClientSecurityInfo::loadClientCertificateOpenSSL(const UaString& certif
     OpcUa_Key_Clear(&m_material->privateKey);
     UaStatus status = provider.loadPrivateKey(privateKeyFile, OpcUa_KeyEncoding_Pem, password.toUtf8(),
                                               &m_material->privateKey);
-    if (!status.isBad() && m_material->privateKey.type != OpcUa_KeyType_RsaPrivate) {
+    if (!status.isBad() && m_material->privateKey.type != OpcUa_KeyType_RsaPrivate)
         status = UA_STATUSCODE_BADNOTSUPPORTED;
-    }
-    if (!status.isBad() && !certificate.matchesPrivateKey(m_material->privateKey)) {
+    if (!status.isBad() && !certificate.matchesPrivateKey(m_material->privateKey))
         status = UA_STATUSCODE_BADSECURITYCHECKSFAILED;
-    }
     if (status.isBad()) {
         UaTrace::write(UaTrace::Errors, "security",
                        "the private key %s cannot serve this client's own %s, from %s: %s",
@@ -106,9 +104,8 @@ void SessionSecurityInfo::setCertificateUserIdentity(const UaByteString& certifi
 
 UaStatus SessionSecurityInfo::verifyServerCertificate(void*) {
     UaString applicationUri;
-    if (m_material->offers.length() > 0) {
+    if (m_material->offers.length() > 0)
         applicationUri = UaString(m_material->offers[0].server.applicationUri);
-    }
     const UaPkiVerification result =
         UaPkiCertificateVerifier(UaPkiStore(m_material->store))
             .verify(serverCertificate, applicationUri, securityPolicyUri, UaDateTime::now());

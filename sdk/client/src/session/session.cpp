@@ -1,6 +1,12 @@
 #include "uaclient/session.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <utility>
 
 #include "session/session_impl.h"
 #include "session/session_opening.h"
@@ -23,9 +29,8 @@ Watchdog::Times watchdogTimes(const SessionConnectInfo& info, double sessionTime
     constexpr double shortest = 200;
     constexpr double questionsPerTimeout = 3;
     double interval = info.watchdogInterval;
-    if (sessionTimeout > 0) {
+    if (sessionTimeout > 0)
         interval = std::min(interval, std::max(shortest, sessionTimeout / questionsPerTimeout));
-    }
     return {std::chrono::milliseconds(static_cast<std::int64_t>(interval)),
             std::chrono::milliseconds(info.watchdogTimeout)};
 }
@@ -39,13 +44,11 @@ UaSession::Impl::~Impl() {
 
 UaStatus UaSession::Impl::connect(const UaString& url, const SessionConnectInfo& info,
                                   SessionSecurityInfo& security, UaSessionCallback* callback) {
-    if (m_open) {
+    if (m_open)
         return UA_STATUSCODE_BADINVALIDSTATE;
-    }
     const UaStatus status = open(url, info, security, callback);
-    if (status.isBad() && callback != nullptr) {
+    if (status.isBad() && callback != nullptr)
         callback->connectError(clientConnectionId, status);
-    }
     return status;
 }
 
@@ -55,9 +58,8 @@ UaStatus UaSession::Impl::open(const UaString& url, const SessionConnectInfo& in
     const Deadline deadline(info.effectiveConnectTimeout());
     SessionSecurity sessionSecurity(security, url);
     UaStatus status = sessionSecurity.prepare();
-    if (status.isBad()) {
+    if (status.isBad())
         return status;
-    }
     OpenSession opened;
     ConnectFailure failure;
     status = openSession(url, info, sessionSecurity, deadline, opened, failure);
@@ -88,40 +90,34 @@ UaStatus UaSession::Impl::startThreads(UaSessionCallback* callback) {
     m_network = std::make_unique<NetworkThread>(*m_pipe, *this);
     m_pipe->setListener(this);
     UaStatus status = m_network->start();
-    if (!status.isBad()) {
+    if (!status.isBad())
         status = m_state.open(callback);
-    }
-    if (!status.isBad() && m_pipe->isEnded()) {
+    if (!status.isBad() && m_pipe->isEnded())
         m_state.lost();
-    }
     return status;
 }
 
 UaStatus UaSession::Impl::disconnect(const ServiceSettings& settings, bool deleteSubscriptions) {
-    if (!m_open.exchange(false)) {
+    if (!m_open.exchange(false))
         return UA_STATUSCODE_BADSERVERNOTCONNECTED;
-    }
     const bool silent = m_state.isSilent();
     m_state.close();
     m_publisher->close();
     CallbackThread* delivery = nullptr;
     {
         const std::lock_guard<std::mutex> lock(m_subscriptionsMutex);
-        for (const auto& subscription : m_subscriptions) {
+        for (const auto& subscription : m_subscriptions)
             subscription->impl().abandon();
-        }
         delivery = m_delivery.get();
     }
-    if (silent) {
+    if (silent)
         closeSessionUnheard(*m_pipe, m_authenticationToken, deleteSubscriptions);
-    } else {
+    else
         closeSession(settings, deleteSubscriptions);
-    }
     m_pipe->close(UA_STATUSCODE_BADSERVERNOTCONNECTED);
     m_network->stop();
-    if (delivery != nullptr) {
+    if (delivery != nullptr)
         delivery->stop();
-    }
     m_state.stopReports();
     UaTrace::write(UaTrace::LifeCycle, "session", "disconnected");
     return UA_STATUSCODE_GOOD;
@@ -138,9 +134,8 @@ void UaSession::Impl::closeSession(const ServiceSettings& settings, bool deleteS
 /// Other threads may still be on their way out of a call when a disconnect is done, so what they use stays
 /// until the session goes or connects anew.
 void UaSession::Impl::releaseConnection() {
-    if (m_pipe != nullptr) {
+    if (m_pipe != nullptr)
         m_pipe->close(UA_STATUSCODE_BADSERVERNOTCONNECTED);
-    }
     m_network.reset();
     m_pipe.reset();
     const std::lock_guard<std::mutex> lock(m_subscriptionsMutex);
@@ -153,9 +148,8 @@ void UaSession::Impl::releaseConnection() {
 // ---- What happens on the network ----
 
 void UaSession::Impl::serverSpoke() {
-    if (m_state.isSilent()) {
+    if (m_state.isSilent())
         m_state.setSilent(false);
-    }
 }
 
 void UaSession::Impl::connectionEnded(UaStatus reason, std::size_t waiting) {
@@ -169,9 +163,8 @@ void UaSession::Impl::connectionEnded(UaStatus reason, std::size_t waiting) {
 }
 
 Clock::time_point UaSession::Impl::keepHouse() {
-    if (m_pipe->isEnded()) {
+    if (m_pipe->isEnded())
         return Clock::time_point::max();
-    }
     const bool knowsWhen = m_nextHousekeeping != Clock::time_point::max();
     if (knowsWhen && Clock::now() > m_nextHousekeeping + stoodStill) {
         // What the server sent meanwhile is read before it is judged.
@@ -189,9 +182,8 @@ Clock::time_point UaSession::Impl::keepHouse() {
 
 Clock::time_point UaSession::Impl::keepChannel() {
     // First asked, then judged: who stood still may have missed both.
-    if (Clock::now() >= m_pipe->channel().renewalDue()) {
+    if (Clock::now() >= m_pipe->channel().renewalDue())
         m_pipe->renew(Deadline(Pipe::postLimit));
-    }
     if (Clock::now() >= m_pipe->channel().tokenExpiry()) {
         UaTrace::write(UaTrace::Errors, "channel", "the server has not renewed the channel's token in time");
         m_pipe->fail(UA_STATUSCODE_BADSECURECHANNELTOKENUNKNOWN);
@@ -207,9 +199,8 @@ Clock::time_point UaSession::Impl::keepChannel() {
 UaStatus UaSession::Impl::startDelivery() {
     const std::lock_guard<std::mutex> lock(m_subscriptionsMutex);
     UaStatus status;
-    if (m_delivery == nullptr) {
+    if (m_delivery == nullptr)
         m_delivery = CallbackThread::start(status);
-    }
     return status;
 }
 
@@ -217,18 +208,15 @@ UaStatus UaSession::Impl::createSubscription(const ServiceSettings& settings,
                                              UaSubscriptionCallback* callback, unsigned int clientHandle,
                                              const SubscriptionSettings& parameters, bool publishingEnabled,
                                              UaSubscription** subscription) {
-    if (!isConnected()) {
+    if (!isConnected())
         return UA_STATUSCODE_BADSERVERNOTCONNECTED;
-    }
     UaStatus status = startDelivery();
-    if (status.isBad()) {
+    if (status.isBad())
         return status;
-    }
     auto impl = std::make_unique<UaSubscription::Impl>(*this, callback, clientHandle);
     status = impl->create(settings, parameters, publishingEnabled);
-    if (!status.isGood()) {
+    if (!status.isGood())
         return status;
-    }
     const OpcUa_UInt32 id = impl->id();
     {
         const std::lock_guard<std::mutex> lock(m_subscriptionsMutex);
@@ -247,9 +235,8 @@ UaStatus UaSession::Impl::deleteSubscription(const ServiceSettings& settings, Ua
         const std::lock_guard<std::mutex> lock(m_subscriptionsMutex);
         const auto entry = std::find_if(m_subscriptions.begin(), m_subscriptions.end(),
                                         [target](const auto& one) { return one.get() == target; });
-        if (entry == m_subscriptions.end()) {
+        if (entry == m_subscriptions.end())
             return m_open ? UA_STATUSCODE_BADSUBSCRIPTIONIDINVALID : UA_STATUSCODE_BADSERVERNOTCONNECTED;
-        }
         owned = std::move(*entry);
         m_subscriptions.erase(entry);
     }

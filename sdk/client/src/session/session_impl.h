@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -35,9 +36,8 @@ public:
     template <typename Request>
     UaStatus call(const ServiceSettings& settings, Request& request, Answer<Request>& answer,
                   std::size_t expectedResults = anyNumber) {
-        if (!m_state.isUsable()) {
+        if (!m_state.isUsable())
             return UA_STATUSCODE_BADSERVERNOTCONNECTED;
-        }
         request.requestHeader.authenticationToken = m_authenticationToken.raw();
         const UaStatus status =
             callService(*m_pipe, Deadline(timeoutOf(settings)), request, answer, expectedResults);
@@ -59,9 +59,8 @@ public:
 
 private:
     void noteSessionLoss(UaStatus status, const AnswerOutcome& outcome) {
-        if (outcome.isRefusal && isSessionGone(status)) {
+        if (outcome.isRefusal && isSessionGone(status))
             m_pipe->fail(status);
-        }
     }
     void sendAhead(Pipe::Series& series, const ServiceSettings& settings, UA_RequestHeader& request,
                    const UA_DataType& type, std::size_t expectedResults);
@@ -82,9 +81,8 @@ private:
     void dataFlows(bool flows) override { m_state.setDataLost(!flows); }
     void publishDue() override { m_network->wake(); }
     void sessionGone(UaStatus reason) override {
-        if (m_open) {
+        if (m_open)
             m_pipe->fail(reason);
-        }
     }
 
     // On the network thread.

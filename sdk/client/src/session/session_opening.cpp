@@ -1,5 +1,8 @@
 #include "session/session_opening.h"
 
+#include <memory>
+#include <utility>
+
 #include "calls/service_call.h"
 #include "channel/open_channel.h"
 
@@ -35,9 +38,8 @@ UaStatus createSession(Pipe& pipe, const SessionConnectInfo& info, SessionSecuri
     request.requestedSessionTimeout = info.sessionTimeout;
     request.maxResponseMessageSize = SecureChannel::largestMessage;
     UaStatus status = security.fill(request);
-    if (!status.isBad()) {
+    if (!status.isBad())
         status = callAndTell(pipe, deadline, request, answer, ConnectFailure::Step::CreateSession, failure);
-    }
     return status;
 }
 
@@ -81,9 +83,8 @@ UaStatus openSession(const UaString& url, const SessionConnectInfo& info, Sessio
     auto pipe = std::make_unique<Pipe>(std::move(channel));
     Answer<UA_CreateSessionRequest> created;
     status = createSession(*pipe, info, security, deadline, created, failure);
-    if (status.isBad()) {
+    if (status.isBad())
         return status;
-    }
     session.authenticationToken = UaNodeId(created.authenticationToken);
     status = security.check(created);
     if (!status.isBad()) {

@@ -46,19 +46,15 @@ bool SessionSecurity::isPasswordReadable() const {
 }
 
 UaStatus SessionSecurity::prepare() {
-    if (!isNeeded()) {
+    if (!isNeeded())
         return OpcUa_Good;
-    }
     UaStatus status = checkRequest();
-    if (status.isGood()) {
+    if (status.isGood())
         status = checkServerCertificate();
-    }
-    if (status.isGood()) {
+    if (status.isGood())
         status = choose();
-    }
-    if (status.isGood()) {
+    if (status.isGood())
         status = checkUser();
-    }
     return status.isGood() ? openKeys() : status;
 }
 
@@ -70,9 +66,8 @@ UaStatus SessionSecurity::checkRequest() {
         m_policy = policy;
         return OpcUa_Good;
     }
-    if (!chooseEndpoint(offers(), wanted(), UA_USERTOKENTYPE_ANONYMOUS).isOffered) {
+    if (!chooseEndpoint(offers(), wanted(), UA_USERTOKENTYPE_ANONYMOUS).isOffered)
         return refuseNotOffered();
-    }
     return refuse(UA_STATUSCODE_BADSECURITYPOLICYREJECTED,
                   "the server " + m_url.text() + " offers " + wanted().text() +
                       (policy == nullptr ? ", a policy that this client does not know"
@@ -80,13 +75,11 @@ UaStatus SessionSecurity::checkRequest() {
 }
 
 UaStatus SessionSecurity::checkServerCertificate() {
-    if (!m_info.doServerCertificateVerify || m_info.isVerified()) {
+    if (!m_info.doServerCertificateVerify || m_info.isVerified())
         return OpcUa_Good;
-    }
     const UaStatus status = m_info.verifyServerCertificate(nullptr);
-    if (!status.isBad()) {
+    if (!status.isBad())
         return OpcUa_Good;
-    }
     if (m_info.serverCertificate.length() == 0) {
         return refuse(status, "the server " + m_url.text() +
                                   " has no certificate, and one is needed for what was asked for: " +
@@ -98,18 +91,16 @@ UaStatus SessionSecurity::checkServerCertificate() {
 UaStatus SessionSecurity::choose() {
     const UA_UserTokenType type = tokenTypeOf(m_info.user().kind);
     m_choice = chooseEndpoint(offers(), wanted(), type);
-    if (!m_choice.isOffered) {
+    if (!m_choice.isOffered)
         return refuseNotOffered();
-    }
     if (m_choice.endpoint == nullptr) {
         return refuse(UA_STATUSCODE_BADIDENTITYTOKENREJECTED,
                       "the server's endpoint with " + wanted().text() + " accepts no " + tokenTypeName(type) +
                           " identity that this client can give");
     }
     const UA_ByteString& shown = m_choice.endpoint->serverCertificate;
-    if (leafOf(UaByteString(shown)) != leafOf(m_info.serverCertificate)) {
+    if (leafOf(UaByteString(shown)) != leafOf(m_info.serverCertificate))
         return refuseOtherCertificate("the endpoint with " + wanted().text() + " has", shown);
-    }
     return OpcUa_Good;
 }
 
@@ -162,9 +153,8 @@ UaStatus SessionSecurity::openServerKey(const UaPkiSecurityPolicy& policy, const
     const UaStatus status = UaPkiPeerKey::open(
         policy, leafOf(m_info.serverCertificate),
         enforced ? UaPkiPeerKey::Limits::Enforced : UaPkiPeerKey::Limits::AlreadyDecidedOn, key);
-    if (!status.isBad()) {
+    if (!status.isBad())
         return OpcUa_Good;
-    }
     const bool isLength = status.statusCode() == UA_STATUSCODE_BADCERTIFICATEPOLICYCHECKFAILED;
     return refuse(status, serverText() + (isLength ? ", has a key of a length that " + use + " does not allow"
                                                    : ", has no key that " + use + " can use"));
@@ -189,9 +179,8 @@ UaStatus SessionSecurity::fill(UA_CreateSessionRequest& request) {
     }
     request.clientNonce = {m_nonce.size(), m_nonce.data()};
     request.endpointUrl = m_url.view();
-    if (isChannelSecured()) {
+    if (isChannelSecured())
         request.clientCertificate = m_info.material().certificate.view();
-    }
     return OpcUa_Good;
 }
 

@@ -1,4 +1,8 @@
 // What the server answered, and what it gets for it.
+#include <cstddef>
+#include <string>
+#include <vector>
+
 #include "channel/refusal.h"
 #include "session/session_security.h"
 #include "uabase/trace.h"
@@ -27,9 +31,8 @@ UaStatus SessionSecurity::checkAnswer(const UA_CreateSessionResponse& response) 
         (isChannelSecured() || (isTokenProtected() && response.serverCertificate.length > 0))) {
         status = checkShownCertificate(response.serverCertificate);
     }
-    if (status.isGood() && isChannelSecured()) {
+    if (status.isGood() && isChannelSecured())
         status = checkSignature(response.serverSignature.signature);
-    }
     return status.isGood() ? checkEndpoints({response.serverEndpoints, response.serverEndpointsSize})
                            : status;
 }
@@ -91,17 +94,14 @@ UaStatus SessionSecurity::checkEndpoints(const EndpointOffers& ofSession) const 
 
 UaStatus SessionSecurity::fill(UA_ActivateSessionRequest& request, const UA_CreateSessionResponse& response) {
     UaStatus status;
-    if (isNeeded()) {
+    if (isNeeded())
         status = makeToken(response.serverNonce);
-    } else {
+    else
         makeAnonymousToken({response.serverEndpoints, response.serverEndpointsSize});
-    }
-    if (status.isGood() && isChannelSecured()) {
+    if (status.isGood() && isChannelSecured())
         status = sign(request, response.serverNonce);
-    }
-    if (status.isGood()) {
+    if (status.isGood())
         m_token.fill(request);
-    }
     m_refusedHere = status.isBad();
     return status;
 }
@@ -109,9 +109,8 @@ UaStatus SessionSecurity::fill(UA_ActivateSessionRequest& request, const UA_Crea
 /// A server that tells of no anonymous users may take a session without any token.
 void SessionSecurity::makeAnonymousToken(const EndpointOffers& ofSession) {
     const EndpointChoice choice = chooseEndpoint(ofSession, wanted(), UA_USERTOKENTYPE_ANONYMOUS);
-    if (choice.token != nullptr) {
+    if (choice.token != nullptr)
         m_token.makeAnonymous(choice.token->policyId);
-    }
 }
 
 UaStatus SessionSecurity::makeToken(const UA_ByteString& nonce) {

@@ -1,4 +1,6 @@
 // What the trace is told, and why.
+#include <string>
+
 #include "channel/refusal.h"
 #include "session/session_security.h"
 #include "uabase/trace.h"
@@ -39,9 +41,8 @@ UaStatus SessionSecurity::refuseOtherCertificate(const std::string& where,
 
 void SessionSecurity::explainFailure(ConnectFailure failure, UaStatus status) const {
     // What could not be reached, and what was refused here, is told where it happened.
-    if (failure.step == ConnectFailure::Step::Reach || m_refusedHere) {
+    if (failure.step == ConnectFailure::Step::Reach || m_refusedHere)
         return;
-    }
     const char* step = stepText(failure.step);
     if (status.statusCode() == UA_STATUSCODE_BADTIMEOUT) {
         UaTrace::write(UaTrace::Errors, "security", "no answer in time from the server %s while %s",
@@ -55,9 +56,8 @@ void SessionSecurity::explainFailure(ConnectFailure failure, UaStatus status) co
 
 /// Servers keep their reasons to themselves: what they were given is what can be looked at.
 std::string SessionSecurity::hintFor(ConnectFailure::Step step) const {
-    if (step == ConnectFailure::Step::ActivateSession) {
+    if (step == ConnectFailure::Step::ActivateSession)
         return "; the user is " + userText();
-    }
     std::string text = "; asked for " + wanted().text();
     if (m_info.messageSecurityMode != OpcUa_MessageSecurityMode_None) {
         text += "; does the server trust this client's own " + describe(m_info.material().certificate) +
@@ -69,9 +69,8 @@ std::string SessionSecurity::hintFor(ConnectFailure::Step step) const {
 
 std::string SessionSecurity::offeredSecurity() const {
     std::string text;
-    for (const UA_EndpointDescription& endpoint : offers()) {
+    for (const UA_EndpointDescription& endpoint : offers())
         text += (text.empty() ? "" : ", ") + securityText(endpoint);
-    }
     return text.empty() ? "nothing" : text;
 }
 

@@ -1,3 +1,6 @@
+#include <cstddef>
+#include <memory>
+
 #include "session/calls_ahead.h"
 #include "session/session_impl.h"
 #include "uaclient/session.h"
@@ -11,9 +14,8 @@ UaStatus takePage(UaStatus status, Answer<Request>& answer, UaByteString& contin
                   UaReferenceDescriptions& references) {
     references.clear();
     continuationPoint.clear();
-    if (status.isBad()) {
+    if (status.isBad())
         return status;
-    }
     UA_BrowseResult& result = answer.results[0];
     continuationPoint = UaByteString(result.continuationPoint);
     take(result.references, result.referencesSize, references);
@@ -87,9 +89,8 @@ void UaSession::read(ServiceSettings& settings, OpcUa_Double maxAge, OpcUa_Times
     m_impl->callAhead<UA_ReadRequest>(
         settings,
         [&](UA_ReadRequest& request, std::size_t& count) {
-            if (!sequence.next(nodes)) {
+            if (!sequence.next(nodes))
                 return false;
-            }
             request = readRequest(maxAge, timestamps, nodes);
             count = nodes.length();
             return true;

@@ -1,6 +1,7 @@
 #include "session/user_token.h"
 
 #include <cstring>
+#include <vector>
 
 namespace UaClientSdk {
 namespace {
@@ -21,9 +22,8 @@ private:
 };
 
 OpcUa_Byte* append(OpcUa_Byte* target, UaByteView bytes) {
-    if (bytes.size > 0) {
+    if (bytes.size > 0)
         std::memcpy(target, bytes.data, bytes.size);
-    }
     return target + bytes.size;
 }
 
@@ -41,9 +41,8 @@ std::vector<OpcUa_Byte> encryptPassword(const UaPkiPeerKey& key, UaByteView pass
     const std::size_t length = password.size + nonce.size;
     SecretBytes plain(sizeof(OpcUa_UInt32) + length);
     OpcUa_Byte* position = plain.data();
-    for (unsigned int shift = 0; shift < 32; shift += 8) {
+    for (unsigned int shift = 0; shift < 32; shift += 8)
         *position++ = static_cast<OpcUa_Byte>(length >> shift);
-    }
     append(append(position, password), nonce);
     return key.encrypt(plain.view());
 }
@@ -109,13 +108,11 @@ UaStatus UserToken::makeCertificate(const SessionSecurityInfo::User& user, const
         UaPkiOwnKey key;
         const UaStatus status =
             UaPkiOwnKey::open(*protection.policy, {OpcUa_KeyType_RsaPrivate, user.secret.bytes}, key);
-        if (status.isBad()) {
+        if (status.isBad())
             return status;
-        }
         m_signatureBytes = signCertificateAndNonce(key, protection.serverCertificate, protection.serverNonce);
-        if (m_signatureBytes.empty()) {
+        if (m_signatureBytes.empty())
             return UA_STATUSCODE_BADSECURITYCHECKSFAILED;
-        }
         m_signature.algorithm = viewOf(protection.policy->asymmetricSignatureUri);
         m_signature.signature = viewOf(m_signatureBytes);
     }

@@ -1,6 +1,9 @@
 #include "session/watchdog.h"
 
 #include <algorithm>
+#include <chrono>
+#include <memory>
+#include <utility>
 
 #include "calls/service_call.h"
 #include "uabase/trace.h"
@@ -20,9 +23,8 @@ public:
     explicit ProbeAnswer(std::shared_ptr<Watchdog> watchdog) : m_watchdog(std::move(watchdog)) {}
     UaStatus answered(UaStatus status, UaByteView body) override {
         m_watchdog->m_asked = false;
-        if (!status.isBad()) {
+        if (!status.isBad())
             m_watchdog->answered(body);
-        }
         return status;
     }
 
@@ -37,17 +39,15 @@ Clock::time_point Watchdog::keepHouse(Pipe& pipe) {
         m_nextProbe = now + m_times.interval;
         m_probeIsDue = true;
     }
-    if (m_probeIsDue) {
+    if (m_probeIsDue)
         probe(pipe);
-    }
     return std::min(m_nextProbe, judge(pipe, now));
 }
 
 void Watchdog::probe(Pipe& pipe) {
     m_probeIsDue = false;
-    if (m_asked) {
+    if (m_asked)
         return;
-    }
     UA_ReadValueId node{};
     node.nodeId = UA_NODEID_NUMERIC(0, UA_NS0ID_SERVER_SERVERSTATUS_STATE);
     node.attributeId = UA_ATTRIBUTEID_VALUE;
@@ -70,38 +70,32 @@ void Watchdog::answered(UaByteView body) {
     UA_ReadResponse& response = answer;
     const UaStatus status =
         decodeResponse(body, Service<UA_ReadRequest>::responseType(), 1, &response, answer);
-    if (answer.isRefusal && isSessionGone(status)) {
+    if (answer.isRefusal && isSessionGone(status))
         m_listener.sessionGone(status);
-    }
-    if (status.isBad() || !UA_Variant_hasScalarType(&answer.results[0].value, &UA_TYPES[UA_TYPES_INT32])) {
+    if (status.isBad() || !UA_Variant_hasScalarType(&answer.results[0].value, &UA_TYPES[UA_TYPES_INT32]))
         return;
-    }
     const auto serverState = *static_cast<const UA_Int32*>(answer.results[0].value.data);
     m_state.setServerShutdown(serverState == UA_SERVERSTATE_SHUTDOWN);
 }
 
 Clock::time_point Watchdog::judge(Pipe& pipe, Clock::time_point now) {
-    if (m_state.isSilent()) {
+    if (m_state.isSilent())
         return Clock::time_point::max();
-    }
     const auto halfPatience = m_times.patience / 2;
     const Clock::time_point asked = pipe.oldestUnanswered();
-    if (asked == Clock::time_point::max()) {
+    if (asked == Clock::time_point::max())
         return now + halfPatience; // nobody tells when something is asked
-    }
     const Clock::time_point quietSince = std::max({asked, pipe.lastHeard(), m_notBefore});
     const Clock::time_point limit = quietSince + m_times.patience;
     if (now < limit) {
         // One call that takes its time says nothing about a server that answers others.
         const Clock::time_point doubt = quietSince + halfPatience;
-        if (now >= doubt) {
+        if (now >= doubt)
             probe(pipe);
-        }
         return now < doubt ? doubt : limit;
     }
-    if (pipe.channel().socket().isReadable()) {
+    if (pipe.channel().socket().isReadable())
         return now + soon;
-    }
     UaTrace::write(
         UaTrace::Errors, "session", "no sign of the server for %lld ms",
         static_cast<long long>(std::chrono::ceil<std::chrono::milliseconds>(now - pipe.lastHeard()).count()));

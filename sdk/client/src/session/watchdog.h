@@ -1,7 +1,9 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <memory>
+#include <utility>
 
 #include "calls/service_call.h"
 #include "session/connection_state.h"

@@ -1,10 +1,12 @@
 #include "socket/endpoint_url.h"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <charconv>
+#include <cstddef>
+#include <cstdint>
 #include <string_view>
+#include <strings.h>
+#include <system_error>
 
 namespace UaClientSdk {
 namespace {
@@ -38,15 +40,13 @@ UaStatus EndpointUrl::parse(const UaString& url, EndpointUrl& result) {
     rest = rest.substr(0, rest.find('/'));
     const bool bracketed = !rest.empty() && rest.front() == '[';
     const std::size_t hostEnd = bracketed ? rest.find(']') : rest.find(':');
-    if (bracketed && hostEnd == std::string_view::npos) {
+    if (bracketed && hostEnd == std::string_view::npos)
         return invalid;
-    }
     const std::string_view host = bracketed ? rest.substr(1, hostEnd - 1) : rest.substr(0, hostEnd);
     const std::size_t behindHost = bracketed ? hostEnd + 1 : std::min(hostEnd, rest.size());
     const std::string_view port = rest.substr(behindHost);
-    if (host.empty() || (!port.empty() && port.front() != ':')) {
+    if (host.empty() || (!port.empty() && port.front() != ':'))
         return invalid;
-    }
     result = EndpointUrl();
     result.host = host;
     return port.size() <= 1 || parsePort(port.substr(1), result.port) ? UaStatus() : invalid;

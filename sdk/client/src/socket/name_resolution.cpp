@@ -1,14 +1,13 @@
 #include "socket/name_resolution.h"
 
-#include <netdb.h>
-#include <sys/socket.h>
-
 #include <chrono>
 #include <exception>
 #include <future>
 #include <memory>
+#include <netdb.h>
 #include <new>
 #include <string>
+#include <sys/socket.h>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -27,9 +26,8 @@ std::vector<std::string> lookUp(const std::string& host, int flags) {
     hints.ai_flags = flags;
     addrinfo* found = nullptr;
     std::vector<std::string> addresses;
-    if (getaddrinfo(host.c_str(), nullptr, &hints, &found) != 0) {
+    if (getaddrinfo(host.c_str(), nullptr, &hints, &found) != 0)
         return addresses;
-    }
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> owner(found, &freeaddrinfo);
     for (const addrinfo* entry = found; entry != nullptr; entry = entry->ai_next) {
         char text[NI_MAXHOST];
@@ -45,9 +43,8 @@ std::vector<std::string> lookUp(const std::string& host, int flags) {
 
 std::vector<std::string> resolveHost(const std::string& host, const Deadline& deadline) {
     std::vector<std::string> numeric = lookUp(host, AI_NUMERICHOST);
-    if (!numeric.empty()) {
+    if (!numeric.empty())
         return numeric;
-    }
     // The resolver has time-outs of its own and cannot be interrupted: it runs on a thread that is left
     // behind when the caller's time is over.
     std::promise<std::vector<std::string>> promise;
@@ -66,9 +63,8 @@ std::vector<std::string> resolveHost(const std::string& host, const Deadline& de
                        error.what());
         return {};
     }
-    if (answer.wait_for(std::chrono::milliseconds(deadline.remaining())) != std::future_status::ready) {
+    if (answer.wait_for(std::chrono::milliseconds(deadline.remaining())) != std::future_status::ready)
         return {};
-    }
     return answer.get();
 }
 

@@ -1,15 +1,17 @@
 #include "socket/tcp_socket.h"
 
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
 #include <fcntl.h>
+#include <memory>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <string>
 #include <sys/socket.h>
 #include <sys/time.h>
-
-#include <cerrno>
-#include <memory>
 
 namespace UaClientSdk {
 namespace {
@@ -58,34 +60,29 @@ UaStatus TcpSocket::start(const std::string& address, std::uint16_t port) {
     hints.ai_socktype = SOCK_STREAM;
     hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;
     addrinfo* found = nullptr;
-    if (getaddrinfo(address.c_str(), std::to_string(port).c_str(), &hints, &found) != 0) {
+    if (getaddrinfo(address.c_str(), std::to_string(port).c_str(), &hints, &found) != 0)
         return UA_STATUSCODE_BADNOTFOUND;
-    }
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> owner(found, &freeaddrinfo);
     m_socket.reset(socket(found->ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    if (!m_socket.isOpen()) {
+    if (!m_socket.isOpen())
         return statusOf(errno);
-    }
     set(descriptor(), IPPROTO_TCP, TCP_NODELAY, 1);
     set(descriptor(), IPPROTO_TCP, TCP_USER_TIMEOUT, unacknowledgedLimit);
     // After an outage the pauses between the kernel's attempts have not grown beyond what the outage was.
     set(descriptor(), IPPROTO_TCP, TCP_THIN_LINEAR_TIMEOUTS, 1);
-    if (::connect(descriptor(), found->ai_addr, found->ai_addrlen) != 0 && errno != EINPROGRESS) {
+    if (::connect(descriptor(), found->ai_addr, found->ai_addrlen) != 0 && errno != EINPROGRESS)
         return statusOf(errno);
-    }
     return UaStatus();
 }
 
 UaStatus TcpSocket::finish(const Deadline& deadline) {
-    if (!wait(Interest::Send, deadline).writable) {
+    if (!wait(Interest::Send, deadline).writable)
         return UA_STATUSCODE_BADTIMEOUT;
-    }
     int error = 0;
     socklen_t size = sizeof error;
     getsockopt(descriptor(), SOL_SOCKET, SO_ERROR, &error, &size);
-    if (error != 0) {
+    if (error != 0)
         return statusOf(error);
-    }
     // From here on each call says whether it waits.
     fcntl(descriptor(), F_SETFL, fcntl(descriptor(), F_GETFL) & ~O_NONBLOCK);
     setsockopt(descriptor(), SOL_SOCKET, SO_RCVTIMEO, &moment, sizeof moment);
@@ -108,9 +105,8 @@ UaStatus TcpSocket::receiveSome(OpcUa_Byte* buffer, std::size_t room, std::size_
 UaStatus TcpSocket::awaitSome(OpcUa_Byte* buffer, std::size_t room, const Deadline& deadline,
                               std::size_t& count) {
     count = 0;
-    if (deadline.remaining() > momentInMilliseconds) {
+    if (deadline.remaining() > momentInMilliseconds)
         return receive(buffer, room, 0, count);
-    }
     return wait(Interest::Receive, deadline).readable ? receiveSome(buffer, room, count) : UaStatus();
 }
 
@@ -142,18 +138,16 @@ TcpSocket::Readiness TcpSocket::wait(Interest interest, const Deadline& deadline
 }
 
 void TcpSocket::shutDown() {
-    if (m_socket.isOpen()) {
+    if (m_socket.isOpen())
         shutdown(descriptor(), SHUT_RDWR);
-    }
 }
 
 void TcpSocket::abort() {
     if (m_socket.isOpen()) {
         sockaddr nobody{};
         nobody.sa_family = AF_UNSPEC;
-        if (::connect(descriptor(), &nobody, sizeof nobody) != 0) {
+        if (::connect(descriptor(), &nobody, sizeof nobody) != 0)
             shutDown(); // there are kernels that refuse while a thread waits to receive
-        }
     }
 }
 

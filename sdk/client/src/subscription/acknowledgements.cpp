@@ -1,15 +1,15 @@
 #include "subscription/acknowledgements.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
 namespace UaClientSdk {
 
 void Acknowledgements::note(std::uint32_t subscriptionId, std::uint32_t number) {
     m_noted.push_back({subscriptionId, number});
-    if (m_noted.size() > most) {
+    if (m_noted.size() > most)
         m_noted.erase(m_noted.begin());
-    }
 }
 
 Acknowledgements::List Acknowledgements::takeAll() {

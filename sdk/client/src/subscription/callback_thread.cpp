@@ -1,6 +1,7 @@
 #include "subscription/callback_thread.h"
 
 #include <condition_variable>
+#include <cstddef>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -35,15 +36,13 @@ std::unique_ptr<CallbackThread> CallbackThread::start(UaStatus& status) {
 }
 
 CallbackThread::~CallbackThread() {
-    if (!m_thread.joinable()) {
+    if (!m_thread.joinable())
         return;
-    }
     stop();
-    if (std::this_thread::get_id() == m_thread.get_id()) {
+    if (std::this_thread::get_id() == m_thread.get_id())
         m_thread.detach();
-    } else {
+    else
         m_thread.join();
-    }
 }
 
 void CallbackThread::post(Task task) {
@@ -66,15 +65,13 @@ void CallbackThread::stop(const Task& last) {
         m_state->wakeUp.notify_one();
     }
     if (!inCallback) {
-        if (first) {
+        if (first)
             m_state->last = last;
-        }
         m_state->idle.wait(lock, [this] { return m_state->ended; });
     }
     lock.unlock();
-    if (inCallback && first && last) {
+    if (inCallback && first && last)
         execute(last);
-    }
 }
 
 void CallbackThread::flush() {
@@ -84,9 +81,8 @@ void CallbackThread::flush() {
 
 void CallbackThread::run(State& state) {
     runWaiting(state);
-    if (state.last) {
+    if (state.last)
         execute(state.last);
-    }
     const std::lock_guard<std::mutex> lock(state.mutex);
     state.ended = true;
     state.idle.notify_all();

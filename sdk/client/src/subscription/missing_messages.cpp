@@ -1,6 +1,11 @@
 #include "subscription/missing_messages.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
 
 namespace UaClientSdk {
 namespace {
@@ -17,9 +22,8 @@ bool isSame(MissingMessages::Message a, MissingMessages::Message b) {
 } // namespace
 
 bool MissingMessages::note(Message message) {
-    if (m_requests >= mostRequests) {
+    if (m_requests >= mostRequests)
         return false;
-    }
     ++m_requests;
     Missing missing;
     static_cast<Message&>(missing) = message;
@@ -30,9 +34,8 @@ bool MissingMessages::note(Message message) {
 std::optional<MissingMessages::Message> MissingMessages::takeUnasked() {
     const auto found =
         std::find_if(m_missing.begin(), m_missing.end(), [](const Missing& one) { return !one.asked; });
-    if (found == m_missing.end()) {
+    if (found == m_missing.end())
         return {};
-    }
     found->asked = true;
     found->askedAt = Clock::now();
     return *found;
@@ -40,11 +43,10 @@ std::optional<MissingMessages::Message> MissingMessages::takeUnasked() {
 
 void MissingMessages::notAsked(Message message) {
     const auto found = find(message);
-    if (found != m_missing.end()) {
+    if (found != m_missing.end())
         found->asked = false;
-    } else {
+    else
         --m_requests;
-    }
 }
 
 template <typename Condition>
@@ -71,19 +73,17 @@ std::vector<MissingMessages::Message> MissingMessages::overdue(Clock::time_point
     std::vector<Message> late;
     for (const Missing& one : m_missing) {
         const Clock::time_point limit = one.askedAt + answerLimit;
-        if (one.asked && serverHeard >= limit) {
+        if (one.asked && serverHeard >= limit)
             late.push_back(one);
-        } else if (one.asked && now < limit) {
+        else if (one.asked && now < limit)
             next = std::min(next, limit);
-        }
     }
     return late;
 }
 
 void MissingMessages::forgetSilence() {
-    for (Missing& one : m_missing) {
+    for (Missing& one : m_missing)
         one.askedAt = Clock::now();
-    }
 }
 
 std::vector<MissingMessages::Missing>::iterator MissingMessages::find(Message message) {

@@ -1,11 +1,14 @@
 #include "subscription/notification_order.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include <open62541/types_generated_handling.h>
 
 #include "uabase/held_bytes.h"
 #include "uabase/trace.h"
-
-#include <open62541/types_generated_handling.h>
 
 namespace UaClientSdk {
 namespace {
@@ -25,9 +28,8 @@ bool isBefore(std::uint32_t a, std::uint32_t b) {
 } // namespace
 
 NotificationOrder::~NotificationOrder() {
-    for (auto& held : m_held) {
+    for (auto& held : m_held)
         UA_NotificationMessage_clear(&held.second.message);
-    }
 }
 
 /// What lies further back than there were messages is no repetition, but a leap.
@@ -50,9 +52,8 @@ void NotificationOrder::arrived(UA_NotificationMessage& message, const Deliver& 
         deliverHeld(deliver);
     } else if (!isOld(number)) {
         hold(message);
-        if (m_heldBytes > mostHeldBytes) {
+        if (m_heldBytes > mostHeldBytes)
             goOnWithHeld(deliver);
-        }
     }
 }
 
@@ -82,23 +83,19 @@ void NotificationOrder::keptAlive(std::uint32_t nextNumber, const Deliver& deliv
 
 /// Notes what is missing before `number`, or takes it as it comes when that is too much to ask for.
 void NotificationOrder::expectUpTo(std::uint32_t number, const Deliver& deliver) {
-    if (isOld(number) || number == m_expected) {
+    if (isOld(number) || number == m_expected)
         return;
-    }
     if (number - m_expected > longestGap) {
         goOnWithHeld(deliver);
         m_expected = m_missingUpTo = number;
         m_inOrder = 0;
         return;
     }
-    if (isBefore(m_missingUpTo, m_expected)) {
+    if (isBefore(m_missingUpTo, m_expected))
         m_missingUpTo = m_expected;
-    }
-    for (; isBefore(m_missingUpTo, number); m_missingUpTo = following(m_missingUpTo)) {
-        if (m_held.count(m_missingUpTo) == 0) {
+    for (; isBefore(m_missingUpTo, number); m_missingUpTo = following(m_missingUpTo))
+        if (m_held.count(m_missingUpTo) == 0)
             m_missing.push_back(m_missingUpTo);
-        }
-    }
 }
 
 /// After a leap nobody waits any more for what was missing before it.
@@ -107,9 +104,8 @@ bool NotificationOrder::isMissing(std::uint32_t number) const {
 }
 
 void NotificationOrder::cameAgain(UA_NotificationMessage& message, const Deliver& deliver) {
-    if (isMissing(message.sequenceNumber)) {
+    if (isMissing(message.sequenceNumber))
         arrived(message, deliver);
-    }
 }
 
 void NotificationOrder::givenUp(std::uint32_t number, const Deliver& deliver) {

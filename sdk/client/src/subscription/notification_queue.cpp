@@ -1,7 +1,7 @@
 #include "subscription/notification_queue.h"
 
 #include <algorithm>
-
+#include <cstddef>
 #include <mutex>
 
 #include "uabase/trace.h"
@@ -9,9 +9,8 @@
 namespace UaClientSdk {
 
 void NotificationQueue::handOver(CallbackThread& thread) {
-    if (m_collected.length() == 0) {
+    if (m_collected.length() == 0)
         return;
-    }
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_closed || m_callback == nullptr) {
         m_collected.clear();
@@ -29,9 +28,8 @@ void NotificationQueue::handOver(CallbackThread& thread) {
 /// Merging takes time in proportion to what waits. So it is not done again before as much has come as it
 /// left.
 void NotificationQueue::mergeIfTooMuch() {
-    if (m_waiting.length() <= m_mergeBeyond.changes && m_waiting.bytes() <= m_mergeBeyond.bytes) {
+    if (m_waiting.length() <= m_mergeBeyond.changes && m_waiting.bytes() <= m_mergeBeyond.bytes)
         return;
-    }
     if (!m_merged) {
         m_merged = true;
         UaTrace::write(
@@ -70,9 +68,8 @@ void NotificationQueue::deliver() {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_deliveryPosted = false;
-        if (m_closed) {
+        if (m_closed)
             return;
-        }
         m_delivering.swap(m_waiting);
         m_mergeBeyond = bound;
         m_merged = false;

@@ -40,9 +40,8 @@ public:
     /// Takes over what a value holds; the caller clears what is left of it. By one thread at a time, like the
     /// next two. Takes nothing after close().
     void collect(OpcUa_UInt32 clientHandle, OpcUa_DataValue& value) {
-        if (!m_closed) {
+        if (!m_closed)
             m_collected.append(clientHandle, value);
-        }
     }
     /// What was collected is to be delivered on `thread`, which is the same each time.
     void handOver(CallbackThread& thread);

@@ -1,6 +1,7 @@
 #include "subscription/publish_pace.h"
 
 #include <algorithm>
+#include <chrono>
 
 namespace UaClientSdk {
 namespace {
@@ -29,9 +30,8 @@ bool PublishPace::mayAsk(unsigned int waiting, Clock::time_point now) const {
 
 bool PublishPace::refused() {
     const Clock::time_point now = Clock::now();
-    if (now < m_notBefore) {
+    if (now < m_notBefore)
         return false;
-    }
     m_notBefore = now + firstPause * (1U << std::min(m_refusals, doublings));
     ++m_refusals;
     return true;
@@ -50,9 +50,8 @@ bool PublishPace::isRefusedForGood() const {
 }
 
 void PublishPace::pace(unsigned int& messages) {
-    if (++messages > wantedRequests) {
+    if (++messages > wantedRequests)
         pause();
-    }
 }
 
 } // namespace UaClientSdk

@@ -1,5 +1,8 @@
 #include "subscription/published_subscription.h"
 
+#include <cstddef>
+#include <cstdint>
+
 #include "uabase/trace.h"
 
 namespace UaClientSdk {
@@ -37,11 +40,9 @@ void PublishedSubscription::givenUp(std::uint32_t number) {
 }
 
 void PublishedSubscription::deliver(UA_NotificationMessage& message) {
-    for (std::size_t i = 0; i < message.notificationDataSize; ++i) {
-        if (message.notificationData[i].encoding == UA_EXTENSIONOBJECT_DECODED) {
+    for (std::size_t i = 0; i < message.notificationDataSize; ++i)
+        if (message.notificationData[i].encoding == UA_EXTENSIONOBJECT_DECODED)
             deliver(message.notificationData[i]);
-        }
-    }
 }
 
 void PublishedSubscription::deliver(UA_ExtensionObject& notification) {
@@ -57,9 +58,8 @@ void PublishedSubscription::deliver(UA_ExtensionObject& notification) {
         }
     } else if (type == &UA_TYPES[UA_TYPES_STATUSCHANGENOTIFICATION]) {
         const UaStatus status = static_cast<UA_StatusChangeNotification*>(data)->status;
-        if (status.isBad()) {
+        if (status.isBad())
             end(status);
-        }
     }
 }
 
@@ -76,22 +76,17 @@ void PublishedSubscription::end(UaStatus reason) {
 /// One that speaks again may have the data right behind what came first.
 Clock::time_point PublishedSubscription::judgeSilence(Clock::time_point now, Clock::time_point serverHeard) {
     const Clock::time_point limit = m_lastHeard + m_target.longestSilence;
-    if (!flows()) {
+    if (!flows())
         return Clock::time_point::max();
-    }
-    if (now < limit) {
+    if (now < limit)
         return limit;
-    }
-    if (serverHeard < limit) {
+    if (serverHeard < limit)
         return Clock::time_point::max();
-    }
-    if (m_overdueSince == Clock::time_point()) {
+    if (m_overdueSince == Clock::time_point())
         m_overdueSince = now;
-    }
     const Clock::time_point verdict = m_overdueSince + dataLag;
-    if (now < verdict) {
+    if (now < verdict)
         return verdict;
-    }
     UaTrace::write(UaTrace::Errors, "subscription",
                    "the server has sent neither data nor keep-alive in time");
     m_isSilent = true;

@@ -1,6 +1,9 @@
 #include "subscription/publisher.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <mutex>
+#include <utility>
 
 #include "uabase/trace.h"
 
@@ -23,11 +26,11 @@ UaStatus decodeMessage(UaStatus status, UaByteView body, Answer<Request>& answer
 
 } // namespace
 
-void Publisher::add(std::uint32_t id, PublishedSubscription::Target target) {
+void Publisher::add(std::uint32_t id, const PublishedSubscription::Target& target) {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_subscriptions.erase(id);
-        m_subscriptions.try_emplace(id, std::move(target));
+        m_subscriptions.try_emplace(id, target);
         ++m_generation;
         m_pace.restart();
         tellFlow();
@@ -57,9 +60,8 @@ void Publisher::published(const SentPublish& sent, UaStatus status, UaByteView b
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         --m_waiting;
-        if (m_closed) {
+        if (m_closed)
             return;
-        }
         if (status.isBad()) {
             acknowledgeAgain(sent.acknowledgements);
             gone = refused(sent.generation, status);
@@ -69,42 +71,35 @@ void Publisher::published(const SentPublish& sent, UaStatus status, UaByteView b
         }
         tellFlow();
     }
-    if (gone) {
+    if (gone)
         m_listener.sessionGone(status);
-    }
     m_listener.publishDue();
 }
 
 /// What went with a request that the server has not served goes with the next one.
 void Publisher::acknowledgeAgain(const Acknowledgements::List& acknowledgements) {
-    for (const UA_SubscriptionAcknowledgement& one : acknowledgements) {
-        if (m_subscriptions.count(one.subscriptionId) == 1) {
+    for (const UA_SubscriptionAcknowledgement& one : acknowledgements)
+        if (m_subscriptions.count(one.subscriptionId) == 1)
             m_acknowledgements.note(one.subscriptionId, one.sequenceNumber);
-        }
-    }
 }
 
 bool Publisher::refused(std::uint32_t generation, UaStatus status) {
     // Requests from before the newest subscription have nothing to say about it.
-    if (isWithoutSubscription(status) && (generation != m_generation || !isAnyAlive())) {
+    if (isWithoutSubscription(status) && (generation != m_generation || !isAnyAlive()))
         return false;
-    }
     if (status.statusCode() == UA_STATUSCODE_BADTOOMANYPUBLISHREQUESTS && m_waiting > 0) {
         m_pace.limitTo(m_waiting);
         return false;
     }
-    if (!m_pace.refused()) {
+    if (!m_pace.refused())
         return false;
-    }
     if (m_pace.refusals() == 1) {
         UaTrace::write(UaTrace::Warnings, "subscription", "no answer to a publish request: %s",
                        status.name());
     }
-    if (m_pace.isRefusedForGood() && isWithoutSubscription(status)) {
-        for (auto& entry : m_subscriptions) {
+    if (m_pace.isRefusedForGood() && isWithoutSubscription(status))
+        for (auto& entry : m_subscriptions)
             entry.second.end(status);
-        }
-    }
     return m_pace.isRefusedForGood() && isSessionGone(status);
 }
 
@@ -120,11 +115,10 @@ void Publisher::takeMessage(std::uint32_t id, UA_NotificationMessage& message, T
         subscription.keptAlive(message.sequenceNumber);
     } else {
         m_acknowledgements.note(id, message.sequenceNumber);
-        if ((subscription.*take)(message)) {
+        if ((subscription.*take)(message))
             m_pace.messageOfUse();
-        } else {
+        else
             m_pace.messageOfNoUse();
-        }
     }
     noteMissing(id, subscription);
 }
@@ -146,9 +140,8 @@ void Publisher::republished(MissingMessages::Message asked, UaStatus status, UaB
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_missing.answered();
-        if (m_closed) {
+        if (m_closed)
             return;
-        }
         if (!status.isBad() && answer.notificationMessage.sequenceNumber == asked.number) {
             takeMessage(asked.subscriptionId, answer.notificationMessage, &PublishedSubscription::cameAgain);
         } else {
@@ -164,9 +157,8 @@ void Publisher::republished(MissingMessages::Message asked, UaStatus status, UaB
 void Publisher::giveUp(MissingMessages::Message message) {
     m_missing.remove(message);
     const auto entry = m_subscriptions.find(message.subscriptionId);
-    if (entry != m_subscriptions.end()) {
+    if (entry != m_subscriptions.end())
         entry->second.givenUp(message.number);
-    }
 }
 
 bool Publisher::isAnyAlive() const {

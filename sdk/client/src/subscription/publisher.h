@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 #include "calls/service_call.h"
 #include "subscription/acknowledgements.h"
@@ -34,7 +35,7 @@ public:
     Publisher(PublishListener& listener, UaNodeId authenticationToken)
         : m_listener(listener), m_authenticationToken(std::move(authenticationToken)) {}
 
-    void add(std::uint32_t id, PublishedSubscription::Target target);
+    void add(std::uint32_t id, const PublishedSubscription::Target& target);
     void remove(std::uint32_t id);
 
     /// From now on nothing is sent, delivered or told.

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -59,17 +60,15 @@ Clock::time_point Publisher::keepHouse(Pipe& pipe, bool silent) {
 
 void Publisher::forgetSilence() {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    for (auto& entry : m_subscriptions) {
+    for (auto& entry : m_subscriptions)
         entry.second.forgetSilence();
-    }
     m_missing.forgetSilence();
 }
 
 Clock::time_point Publisher::judgeSilence(Clock::time_point now, Clock::time_point serverHeard) {
     Clock::time_point next = Clock::time_point::max();
-    for (auto& entry : m_subscriptions) {
+    for (auto& entry : m_subscriptions)
         next = std::min(next, entry.second.judgeSilence(now, serverHeard));
-    }
     tellFlow();
     return next;
 }
@@ -77,9 +76,8 @@ Clock::time_point Publisher::judgeSilence(Clock::time_point now, Clock::time_poi
 /// What a server that says nothing at all keeps back may still come.
 Clock::time_point Publisher::giveUpLate(Clock::time_point now, Clock::time_point serverHeard) {
     Clock::time_point next = Clock::time_point::max();
-    for (const MissingMessages::Message& late : m_missing.overdue(now, serverHeard - dataLag, next)) {
+    for (const MissingMessages::Message& late : m_missing.overdue(now, serverHeard - dataLag, next))
         giveUp(late);
-    }
     return next;
 }
 
@@ -88,9 +86,8 @@ bool Publisher::sendPublish(Pipe& pipe) {
     SentPublish& sent = answer->sent();
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (!isAnyAlive() || !m_pace.mayAsk(m_waiting, Clock::now())) {
+        if (!isAnyAlive() || !m_pace.mayAsk(m_waiting, Clock::now()))
             return false;
-        }
         ++m_waiting;
         sent = {m_generation, m_acknowledgements.takeAll()};
     }
@@ -115,9 +112,8 @@ bool Publisher::sendRepublish(Pipe& pipe) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         wanted = m_missing.takeUnasked();
     }
-    if (!wanted) {
+    if (!wanted)
         return false;
-    }
     UA_RepublishRequest request{};
     request.requestHeader.authenticationToken = m_authenticationToken.raw();
     request.subscriptionId = wanted->subscriptionId;
@@ -135,9 +131,8 @@ bool Publisher::sendRepublish(Pipe& pipe) {
 
 /// While somebody else is sending there is nothing to wait for but the end of that, which is told.
 void Publisher::pauseUnsent(UaStatus status) {
-    if (status.statusCode() != UA_STATUSCODE_BADWOULDBLOCK) {
+    if (status.statusCode() != UA_STATUSCODE_BADWOULDBLOCK)
         m_pace.pause();
-    }
 }
 
 } // namespace UaClientSdk

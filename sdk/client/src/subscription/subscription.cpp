@@ -1,6 +1,11 @@
 #include "uaclient/subscription.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <utility>
 
 #include "session/calls_ahead.h"
 #include "subscription/subscription_impl.h"
@@ -16,9 +21,8 @@ constexpr std::chrono::milliseconds grace(5000);
 /// A server may answer any number, and some that are none.
 double saneInterval(double revised, double requested) {
     const auto isSane = [](double interval) { return interval > 0 && interval <= longestInterval; };
-    if (isSane(revised)) {
+    if (isSane(revised))
         return std::max(revised, shortestInterval);
-    }
     constexpr double unknown = 1000;
     return isSane(requested) ? std::max(requested, unknown) : unknown;
 }
@@ -72,9 +76,8 @@ UaSubscription::Impl::itemsRequest(OpcUa_TimestampsToReturn timestamps,
     request.timestampsToReturn = timestamps;
     request.itemsToCreate = borrow(items);
     request.itemsToCreateSize = items.length();
-    for (const UA_MonitoredItemCreateRequest& item : items) {
+    for (const UA_MonitoredItemCreateRequest& item : items)
         m_queue->expect(item.requestedParameters.clientHandle);
-    }
     return request;
 }
 
@@ -96,9 +99,8 @@ void UaSubscription::Impl::createMonitoredItems(const ServiceSettings& settings,
     m_session.callAhead<UA_CreateMonitoredItemsRequest>(
         settings,
         [&](UA_CreateMonitoredItemsRequest& request, std::size_t& count) {
-            if (!sequence.next(items)) {
+            if (!sequence.next(items))
                 return false;
-            }
             request = itemsRequest(timestamps, items);
             count = items.length();
             return true;
