@@ -156,6 +156,7 @@ TEST(Values, AreReadFromADataChange) {
     EXPECT_EQ(valueOf(change).number, -1234);
     change.dataType = OpcUaDataType_String;
     std::memset(change.value, 'x', sizeof change.value);
+    change.valueSize = 255; // there is more than fits
     EXPECT_EQ(valueOf(change).text, std::string(256, 'x'));
     change.dataType = OpcUaDataType_Null;
     EXPECT_EQ(valueOf(change).text, "");
