@@ -258,6 +258,7 @@ bool OpcUaChangeValue(const _OpcUaDataChangeMsg& change, Value& value) {
     std::memcpy(&value, change.value, sizeof value); // the bytes need not be aligned
     return true;
 }
+/// Any byte but 0 is true.
 template <>
 inline bool OpcUaChangeValue(const _OpcUaDataChangeMsg& change, bool& value) {
     if (change.dataType != OpcUaDataType_Boolean)
@@ -281,6 +282,7 @@ inline bool OpcUaChangeValue(const _OpcUaDataChangeMsg& change, std::string& val
 /// Everything that the functions of this file need and nobody else.
 namespace OpcUaHelperDetails {
 
+/// False, and `value` is unchanged, when the change has another type.
 template <typename Number>
 bool changeAs(const _OpcUaDataChangeMsg& change, double& value) {
     Number number = Number();
@@ -290,6 +292,7 @@ bool changeAs(const _OpcUaDataChangeMsg& change, double& value) {
     return true;
 }
 
+/// In decimal; of a change of that type.
 template <typename Number>
 std::string wholeNumberText(const _OpcUaDataChangeMsg& change) {
     Number number = Number();

@@ -4,6 +4,7 @@ to those, and links to what is not in the site become plain text.
 
   page.py FILE     writes to standard output; SITE in the environment has the files of the site
 """
+import collections
 import os
 import re
 import sys
@@ -46,11 +47,15 @@ def main(file, site):
         return match[2] if leads_to is None else f"[{match[2]}]({leads_to})"
 
     in_code, first = False, True
+    earlier = collections.Counter()
     for line in open(file, encoding="utf-8"):
         in_code ^= line.startswith("```")
         heading = None if in_code else re.match(r"(#+) (.*)\n", line)
         if heading:
             label = page if first else heading_name(page, heading[2])
+            earlier[label] += 1
+            if earlier[label] > 1:
+                label += f"-{earlier[label] - 1}"
             line = f"{heading[1]} {heading[2]} {{#{label}}}\n"
             first = False
         elif not in_code:
