@@ -11,7 +11,6 @@
 
 using namespace opcua_cli;
 using testing::AllOf;
-using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
@@ -129,7 +128,7 @@ TEST_F(CommandLine, HelpNamesWhatThereIs) {
     command.addOption("--from", "NODE", &from, "Where to start").standard = "/Plant";
     command.addOption("--policy", "NAME", &policy, "Not clear text").group = "Security";
     const std::string help = helpOf(program, command);
-    EXPECT_THAT(help, AllOf(ContainsRegex("--from NODE(=/Plant| \\[/Plant\\]) "), HasSubstr("Where to start"),
+    EXPECT_THAT(help, AllOf(HasSubstr("--from NODE=/Plant"), HasSubstr("Where to start"),
                             HasSubstr("Security:\n"), HasSubstr("--policy NAME")));
     EXPECT_EQ(take({"--help"}), help);
     EXPECT_EQ(calls, 0);

@@ -1,6 +1,7 @@
 #include "command_line/command_line.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
@@ -32,6 +33,14 @@ public:
         if (m_blanksForUnderscores)
             std::replace(name.begin(), name.end(), '_', ' ');
         return name;
+    }
+
+    /// As before CLI11 2.4, which writes " [default] ".
+    std::string make_option_opts(const CLI::Option* option) const override {
+        std::string text = CLI::Formatter::make_option_opts(option);
+        const std::string newer = " [" + option->get_default_str() + "] ";
+        const std::size_t place = text.find(newer);
+        return place == text.npos ? text : text.replace(place, newer.size(), "=" + option->get_default_str());
     }
 
 private:
