@@ -39,8 +39,10 @@ def texts(file):
             continue
         found[path] = contents(path)
         for name in INCLUDE.findall(found[path]):
-            candidates = [folder / os.fsdecode(name) for folder in (path.parent, *folders)]
-            waiting += [candidate.resolve() for candidate in candidates if contents(candidate) is not None][:1]
+            candidates = (folder / os.fsdecode(name) for folder in (path.parent, *folders))
+            included = next((candidate for candidate in candidates if contents(candidate) is not None), None)
+            if included:
+                waiting.append(included.resolve())
     return [found[path] for path in sorted(found)]
 
 
@@ -102,7 +104,7 @@ def main(build, jobs=os.cpu_count(), *texts_of_names):
         remember(passed)
     if failed:
         sys.exit(f"lint: {failed} of {len(files)} files")
-    print(f"lint: {len(files)} files")
+    print(f"lint: {len(passed)} of {len(files)} files have passed")
 
 
 signal.signal(signal.SIGTERM, signal.default_int_handler)

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "cli_program.h"
+#include "lines.h"
 #include "loopback_port.h"
 #include "support/child_process.h"
 #include "support/temporary_directory.h"
@@ -61,9 +61,8 @@ TEST(Usage, HelpFitsTheTerminal) {
         for (const char* command : {"", "browse", "monitor", "cert"}) {
             PseudoTerminal terminal(static_cast<unsigned short>(columns));
             runInShell(R"("$0" help $1 >)" + terminal.path(), {command});
-            std::istringstream lines(terminal.text());
             std::size_t longest = 0;
-            for (std::string line; std::getline(lines, line);) {
+            for (const std::string& line : linesOf(terminal.text())) {
                 const bool hasBlank = line.find(' ', line.find_first_not_of(' ')) != std::string::npos;
                 longest = std::max(longest, hasBlank ? line.size() - 1 : 0); // a carriage return
             }
