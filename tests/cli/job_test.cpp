@@ -1,6 +1,7 @@
 #include <optional>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "failure.h"
 #include "values/job.h"

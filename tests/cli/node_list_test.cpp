@@ -1,5 +1,6 @@
 #include <fstream>
 #include <ios>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -8,6 +9,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "failure.h"
 #include "formats/node_list.h"
@@ -37,7 +39,7 @@ protected:
     }
 
     static std::string text(const Job& job) { return std::get<std::string>(*job.givenValue); }
-    static Json json(const Job& job) { return std::get<Json>(*job.givenValue); }
+    static Json json(const Job& job) { return *std::get<std::shared_ptr<const Json>>(*job.givenValue); }
 
     test_support::TemporaryDirectory m_directory;
     std::string m_path = (m_directory.path() / "list").string();

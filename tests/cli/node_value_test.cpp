@@ -1,7 +1,9 @@
+#include <memory>
 #include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "failure.h"
 #include "values/node_value.h"
@@ -22,7 +24,7 @@ std::string refusalOf(_OpcUaDataType type, const Shape& shape, const GivenValue&
 }
 
 GivenValue json(const std::string& text) {
-    return Json::parse(text);
+    return std::make_shared<const Json>(Json::parse(text));
 }
 
 NodeValue numbers(const Shape& shape, int count) {
@@ -50,7 +52,8 @@ TEST(NodeValue, WhatIsShownIsReadBack) {
     for (const NodeValue& value :
          {numbers({3}, 3), numbers({2, 2}, 4), numbers({2, 3, 4}, 24), numbers({0}, 0)}) {
         EXPECT_EQ(toText(parseNodeValue(OpcUaDataType_Int32, value.shape, toText(value))), toText(value));
-        EXPECT_EQ(toText(parseNodeValue(OpcUaDataType_Int32, value.shape, toJson(value))), toText(value));
+        EXPECT_EQ(toText(parseNodeValue(OpcUaDataType_Int32, value.shape, json(toJson(value).dump()))),
+                  toText(value));
     }
     const Shape pair{2};
     EXPECT_EQ(toText(parseNodeValue(OpcUaDataType_String, pair, std::string(R"(["a\"b", "Füße"])"))),

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include <nlohmann/json.hpp>
+
 #include "OpcUaTypes.h"
 #include "address.h"
 #include "files/library_files.h"

@@ -7,6 +7,8 @@
 #include <variant>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "OpcUaHelpers.h"
 #include "addressing/browse_tree.h"
 #include "commands/commands.h"

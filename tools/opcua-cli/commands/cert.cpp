@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "OpcUaClientInterface.h"
 #include "OpcUaHelpers.h"
 #include "commands/commands.h"

@@ -6,6 +6,8 @@
 #include <unistd.h>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 #include "commands/commands.h"
 #include "commands/comparison.h"
 #include "commands/difference_rows.h"

@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "OpcUaClientInterface.h"
 #include "addressing/node_info.h"
 #include "commands/commands.h"

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "addressing/browse_tree.h"
 #include "commands/commands.h"
 #include "commands/walk_report.h"

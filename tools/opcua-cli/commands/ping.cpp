@@ -10,6 +10,8 @@
 #include <ratio>
 #include <string>
 
+#include <nlohmann/json.hpp>
+
 #include "commands/commands.h"
 #include "interrupt.h"
 #include "output/streams.h"

@@ -4,6 +4,8 @@
 #include <variant>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "commands/commands.h"
 #include "formats/csv.h"
 #include "formats/job_csv.h"

@@ -2,6 +2,8 @@
 #include <memory>
 #include <string>
 
+#include <nlohmann/json.hpp>
+
 #include "commands/commands.h"
 #include "commands/monitor.h"
 #include "output/json.h"

@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "commands/commands.h"
 #include "commands/difference_rows.h"
 #include "formats/snapshot_file.h"

@@ -8,6 +8,8 @@
 #include <variant>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "OpcUaHelpers.h"
 #include "addressing/browse_tree.h"
 #include "commands/commands.h"

@@ -1,6 +1,8 @@
 #include <string>
 #include <unistd.h>
 
+#include <nlohmann/json.hpp>
+
 #include "commands/commands.h"
 #include "commands/take_snapshot.h"
 #include "formats/csv.h"

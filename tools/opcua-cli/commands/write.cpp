@@ -6,6 +6,8 @@
 #include <variant>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "commands/commands.h"
 #include "formats/node_list.h"
 #include "formats/text_file.h"

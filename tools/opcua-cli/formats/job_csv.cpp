@@ -3,6 +3,8 @@
 #include <string>
 #include <variant>
 
+#include <nlohmann/json.hpp>
+
 #include "formats/csv.h"
 
 namespace opcua_cli {

@@ -4,9 +4,12 @@
 #include <cstddef>
 #include <ios>
 #include <istream>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 #include "formats/text_file.h"
 
@@ -102,11 +105,11 @@ std::string textField(const Json& object, const char* key) {
     return found->get<std::string>();
 }
 
-const Json& valueField(const Json& object) {
+std::shared_ptr<const Json> valueIn(const Json& object) {
     const auto found = object.find("value");
     if (found == object.end() || found->is_null())
         throw usageFailure("there is no \"value\"");
-    return *found;
+    return std::make_shared<const Json>(*found);
 }
 
 } // namespace opcua_cli

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 #include "output/json.h"
 
@@ -27,6 +30,6 @@ JsonList parseJsonList(const std::string& text);
 std::string textField(const Json& object, const char* key);
 
 /// The "value" that an object must have. Throws Failure (Usage).
-const Json& valueField(const Json& object);
+std::shared_ptr<const Json> valueIn(const Json& object);
 
 } // namespace opcua_cli

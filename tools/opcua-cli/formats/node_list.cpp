@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "formats/csv.h"
 #include "formats/json_list.h"
 #include "formats/text_file.h"
@@ -121,7 +123,7 @@ Job fromEntry(const Json& entry, bool withValues) {
         throw usageFailure("there is no \"node\"");
     std::optional<GivenValue> value;
     if (withValues)
-        value = valueField(entry);
+        value = valueIn(entry);
     return makeJob(node, textField(entry, "type"), indexField(entry), std::move(value));
 }
 

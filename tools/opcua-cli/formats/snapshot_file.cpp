@@ -4,6 +4,8 @@
 #include <utility>
 #include <variant>
 
+#include <nlohmann/json.hpp>
+
 #include "OpcUaHelpers.h"
 #include "formats/json_list.h"
 #include "formats/text_file.h"
@@ -62,7 +64,7 @@ Job savedNode(const Json& entry) {
     job.node.dataType = *typeFromName(type);
     job.node.dimensions = shapeIn(entry);
     job.node.isArray = !job.node.dimensions.empty();
-    job.wanted = parseNodeValue(job.node.dataType, job.node.dimensions, valueField(entry));
+    job.wanted = parseNodeValue(job.node.dataType, job.node.dimensions, valueIn(entry));
     return job;
 }
 

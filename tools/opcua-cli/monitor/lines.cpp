@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "formats/csv.h"
 #include "formats/job_csv.h"
 #include "monitor/output.h"

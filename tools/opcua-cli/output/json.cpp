@@ -3,6 +3,8 @@
 #include <optional>
 #include <string>
 
+#include <nlohmann/json.hpp>
+
 namespace opcua_cli {
 
 Json toJson(const Problem& problem) {

@@ -5,6 +5,8 @@
 #include <string>
 #include <variant>
 
+#include <nlohmann/json.hpp>
+
 #include "output/streams.h"
 
 namespace opcua_cli {

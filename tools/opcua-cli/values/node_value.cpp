@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 #include "addressing/node_info.h"
 #include "failure.h"
@@ -95,17 +98,17 @@ auto inForm(const NodeValue& value, const OfElement& ofElement, const OfList& of
 } // namespace
 
 bool isWholeArray(const GivenValue& given) {
-    const auto* json = std::get_if<Json>(&given);
-    return json != nullptr && json->is_array();
+    const auto* json = std::get_if<std::shared_ptr<const Json>>(&given);
+    return json != nullptr && (*json)->is_array();
 }
 
 NodeValue parseNodeValue(_OpcUaDataType type, const Shape& shape, const GivenValue& given) {
     const auto* text = std::get_if<std::string>(&given);
+    const auto* json = std::get_if<std::shared_ptr<const Json>>(&given);
     if (shape.empty())
-        return NodeValue(text != nullptr ? parseValue(type, *text)
-                                         : parseJsonValue(type, std::get<Json>(given)));
-    const Json json = text != nullptr ? jsonIn(*text, type, shape) : std::get<Json>(given);
-    return {shape, ArrayParser(type, shape).parse(json)};
+        return NodeValue(text != nullptr ? parseValue(type, *text) : parseJsonValue(type, **json));
+    ArrayParser parser(type, shape);
+    return {shape, parser.parse(text != nullptr ? jsonIn(*text, type, shape) : **json)};
 }
 
 bool isSame(const NodeValue& one, const NodeValue& other) {

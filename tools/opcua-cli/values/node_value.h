@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <variant>
@@ -20,8 +21,8 @@ struct NodeValue {
     NodeValue(Shape lengths, std::vector<Value> all) : shape(std::move(lengths)), elements(std::move(all)) {}
 };
 
-/// A value as a user wrote it: text on the command line and in CSV, JSON in a JSON file.
-using GivenValue = std::variant<std::string, Json>;
+/// A value as a user wrote it: text on the command line and in CSV, JSON (never null) in a JSON file.
+using GivenValue = std::variant<std::string, std::shared_ptr<const Json>>;
 
 /// True for what can only be the value of an array or matrix.
 bool isWholeArray(const GivenValue& given);

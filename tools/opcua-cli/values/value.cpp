@@ -14,6 +14,8 @@
 #include <utility>
 #include <variant>
 
+#include <nlohmann/json.hpp>
+
 #include "addressing/node_info.h"
 #include "text/utf8.h"
 
