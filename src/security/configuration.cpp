@@ -13,7 +13,7 @@ struct Setting {
     UaString Configuration::* member;
 };
 
-constexpr Setting settings[] = {
+constexpr Setting knownSettings[] = {
     {"CertificateTrustListLocation", "[ConfigPath]/pkiclient/trusted/certs/",
      &Configuration::CertificateTrustListLocation},
     {"CertificateRevocationListLocation", "[ConfigPath]/pkiclient/trusted/crl/",
@@ -57,7 +57,7 @@ int Configuration::loadConfiguration(const UaString& iniFile) {
     UaSettings file(iniFile.toUtf16());
     file.beginGroup("UaClientConfig");
     const UaString path(applicationPath);
-    for (const Setting& setting : settings) {
+    for (const Setting& setting : knownSettings) {
         UaString& value = this->*setting.member;
         value = file.value(setting.key, UaVariant(UaString(setting.defaultValue))).toString();
         replaceApplicationPath(value, path);

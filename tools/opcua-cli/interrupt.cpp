@@ -34,7 +34,7 @@ static_assert(std::atomic<int>::is_always_lock_free && std::atomic<const char*>:
 void writeNow(int descriptor, const char* words) {
     pollfd target{descriptor, POLLOUT, 0};
     if (words != nullptr && poll(&target, 1, 0) == 1 && (target.revents & POLLOUT) != 0) [[maybe_unused]]
-        const ssize_t written = write(descriptor, words, std::strlen(words));
+        const ssize_t written = ::write(descriptor, words, std::strlen(words));
 }
 
 void takeLeave() {
@@ -54,7 +54,7 @@ void onSignal(int number) {
     int none = 0;
     if (received.compare_exchange_strong(none, number)) {
         constexpr std::uint64_t once = 1;
-        [[maybe_unused]] const ssize_t written = write(wakeUp, &once, sizeof once);
+        [[maybe_unused]] const ssize_t written = ::write(wakeUp, &once, sizeof once);
     } else if (number != SIGHUP) {
         // A terminal that goes away says so more than once, and nobody is waiting.
         endAtOnce(number);
@@ -123,7 +123,7 @@ void forgetInterrupt() {
     int interrupted = SIGINT;
     std::uint64_t count = 0;
     if (received.compare_exchange_strong(interrupted, 0)) [[maybe_unused]]
-        const ssize_t taken = read(wakeUp, &count, sizeof count);
+        const ssize_t taken = ::read(wakeUp, &count, sizeof count);
 }
 
 void pauseFor(std::chrono::milliseconds time) {

@@ -59,7 +59,7 @@ SplitName splitBrowseName(std::string_view text) {
     return {*index, text.substr(colon + 1)};
 }
 
-[[noreturn]] void refuse(const std::string& text, const std::string& reason) {
+[[noreturn]] void refuseNode(const std::string& text, const std::string& reason) {
     throw usageFailure("\"" + text + "\" is no node: " + reason, nodeIdAdvice);
 }
 
@@ -69,7 +69,7 @@ NodePath parsePath(const std::string& text) {
     std::optional<unsigned> namespaceIndex;
     const auto finish = [&] {
         if (step.empty())
-            refuse(text, "a name in the path is empty");
+            refuseNode(text, "a name in the path is empty");
         path.push_back({namespaceIndex, step});
         step.clear();
         namespaceIndex.reset();
@@ -111,18 +111,18 @@ std::string canonicalIdentifier(const std::string& text, std::string_view identi
     if (kind == 'i') {
         const auto number = wholeNumber<std::uint32_t>(value);
         if (!number)
-            refuse(text, "what follows i= must be a number from 0 to 4294967295");
+            refuseNode(text, "what follows i= must be a number from 0 to 4294967295");
         return "i=" + std::to_string(*number);
     }
     if (kind == 'g') {
         if (!isGuid(value))
-            refuse(text, "what follows g= must be a GUID such as 09087e75-8e5e-499b-954f-f2a9603db28a");
+            refuseNode(text, "what follows g= must be a GUID such as 09087e75-8e5e-499b-954f-f2a9603db28a");
         std::transform(value.begin(), value.end(), value.begin(), lowerCase);
     } else if (kind == 'b') {
         if (!isBase64(value))
-            refuse(text, "what follows b= must be Base64");
+            refuseNode(text, "what follows b= must be Base64");
     } else if (value.empty()) {
-        refuse(text, "nothing follows s=");
+        refuseNode(text, "nothing follows s=");
     }
     return std::string(1, kind) + "=" + value;
 }
@@ -134,16 +134,16 @@ std::string canonicalNodeId(const std::string& text) {
         const std::size_t semicolon = rest.find(';');
         const auto index = wholeNumber<std::uint16_t>(rest.substr(3, semicolon - 3));
         if (semicolon == std::string_view::npos || !index)
-            refuse(text, "ns= must be followed by a number from 0 to 65535 and a semicolon");
+            refuseNode(text, "ns= must be followed by a number from 0 to 65535 and a semicolon");
         if (*index != 0)
             prefix = "ns=" + std::to_string(*index) + ";";
         rest.remove_prefix(semicolon + 1);
     }
     if (rest.size() < 2 || rest[1] != '=' || std::string_view("isgb").find(rest[0]) == std::string_view::npos)
-        refuse(text, "it begins with none of i=, s=, g= and b=");
+        refuseNode(text, "it begins with none of i=, s=, g= and b=");
     std::string nodeId = prefix + canonicalIdentifier(text, rest);
     if (nodeId.size() >= sizeof OpcUaNode::nodeId)
-        refuse(text, "it is longer than " + std::to_string(sizeof OpcUaNode::nodeId - 1) + " bytes");
+        refuseNode(text, "it is longer than " + std::to_string(sizeof OpcUaNode::nodeId - 1) + " bytes");
     return nodeId;
 }
 

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t mostDimensions = 16;
 
-[[noreturn]] void refuse(const std::string& text, const std::string& reason) {
+[[noreturn]] void refuseIndex(const std::string& text, const std::string& reason) {
     throw usageFailure("\"" + text + "\" is no index: " + reason,
                        "positions counted from 0, such as 4 in an array, or 2,3 for row 2 and column 3");
 }
@@ -35,7 +35,7 @@ unsigned long parsePosition(const std::string& text, std::string_view digits) {
     const char* const end = digits.data() + digits.size();
     const auto [stop, error] = std::from_chars(digits.data(), end, position);
     if (stop != end || error != std::errc{})
-        refuse(text, "\"" + std::string(digits) + "\" is no position");
+        refuseIndex(text, "\"" + std::string(digits) + "\" is no position");
     return position;
 }
 
@@ -57,7 +57,7 @@ Index parseIndex(const std::string& text) {
         rest.remove_prefix(comma + 1);
     }
     if (index.size() > mostDimensions)
-        refuse(text, "no value has more than " + dimensionsText(mostDimensions));
+        refuseIndex(text, "no value has more than " + dimensionsText(mostDimensions));
     return index;
 }
 

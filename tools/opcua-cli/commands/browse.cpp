@@ -188,7 +188,7 @@ ExitCode runBrowse(const BrowseOptions& options) {
                                          "smaller --depth a smaller tree");
 }
 
-constexpr const char* examples = R"(Examples:
+constexpr const char* browseExamples = R"(Examples:
   opcua-cli browse plant:4840                                what the Objects folder holds
   opcua-cli browse plant:4840 /Plant/Line1 --depth 3 --values
   opcua-cli browse plant:4840 'ns=2;s=Line1'                 in quotes: the shell would cut at ;
@@ -198,8 +198,8 @@ constexpr const char* examples = R"(Examples:
 } // namespace
 
 void addBrowseCommand(Program& program, Action& chosen) {
-    auto [command, options] = addCommand<BrowseOptions>(program, chosen, runBrowse, "browse",
-                                                        "Show the nodes of a server as a tree", examples);
+    auto [command, options] = addCommand<BrowseOptions>(
+        program, chosen, runBrowse, "browse", "Show the nodes of a server as a tree", browseExamples);
     addConnectOptions(command, options);
     command.addPositional("NODE", &options.node,
                           "Where to start: node id or path (default: the Objects folder)");

@@ -204,7 +204,7 @@ ExitCode runCert(const CertOptions& options) {
     return ExitCode::Success;
 }
 
-constexpr const char* examples = R"help(Examples:
+constexpr const char* certExamples = R"help(Examples:
   opcua-cli cert
   opcua-cli cert --make                  to hand it to a server before the first connection
   opcua-cli cert --json | jq -r .client.file)help";
@@ -214,7 +214,7 @@ constexpr const char* examples = R"help(Examples:
 void addCertCommand(Program& program, Action& chosen) {
     auto [command, options] =
         addCommand<CertOptions>(program, chosen, runCert, "cert",
-                                "Show this client's certificate and the servers it trusts", examples);
+                                "Show this client's certificate and the servers it trusts", certExamples);
     addReportOptions(command, options);
     command.addFlag("--make", &options.make, "Make this client's certificate if there is none yet");
 }

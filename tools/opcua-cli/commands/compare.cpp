@@ -146,7 +146,7 @@ ExitCode runCompare(const CompareOptions& options) {
     return comparison.differences.empty() && comparison.complete ? ExitCode::Success : ExitCode::Failed;
 }
 
-constexpr const char* examples = R"(Examples:
+constexpr const char* compareExamples = R"(Examples:
   opcua-cli compare line1.json plant:4840                     what is different from the snapshot by now
   opcua-cli compare monday.json friday.json
   opcua-cli compare line1.json plant:4840 --tolerance 0.5     measured values may have moved a little
@@ -159,7 +159,7 @@ Exit code 0 says that all values are the same, 1 that something differs or could
 void addCompareCommand(Program& program, Action& chosen) {
     auto [command, options] =
         addCommand<CompareOptions>(program, chosen, runCompare, "compare",
-                                   "Compare two snapshots, or a snapshot with a server", examples);
+                                   "Compare two snapshots, or a snapshot with a server", compareExamples);
     const Check side = [&url = options.url](const std::string& given) {
         if (!isAddress(given))
             return std::string();

@@ -130,7 +130,7 @@ ExitCode runDiscover(const CommonOptions& options) {
     return ExitCode::Success;
 }
 
-constexpr const char* examples = R"(Examples:
+constexpr const char* discoverExamples = R"(Examples:
   opcua-cli discover opc.tcp://192.168.1.20:4840
   opcua-cli discover plant-server:4840 --json | jq '.servers[].discoveryUrls[].endpoints')";
 
@@ -139,7 +139,7 @@ constexpr const char* examples = R"(Examples:
 void addDiscoverCommand(Program& program, Action& chosen) {
     auto [command, options] =
         addCommand<CommonOptions>(program, chosen, runDiscover, "discover",
-                                  "Show the servers at an address and their endpoints", examples);
+                                  "Show the servers at an address and their endpoints", discoverExamples);
     addCommonOptions(command, options);
 }
 

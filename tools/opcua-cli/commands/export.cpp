@@ -91,7 +91,7 @@ std::string checkTime(std::string& text) {
     return {};
 }
 
-constexpr const char* examples = R"(Examples:
+constexpr const char* exportExamples = R"(Examples:
   opcua-cli export week.sqlite > week.csv
   opcua-cli export week.sqlite --node 'ns=2;s=Line1.Speed' --output speed.csv
   opcua-cli export week.sqlite --from 2024-05-01T08:00 --to 2024-05-01T16:00
@@ -102,7 +102,7 @@ Rows that tell of the connection (started, lost, connected, ended, ...) are alwa
 
 void addExportCommand(Program& program, Action& chosen) {
     auto [command, options] = addCommand<ExportOptions>(
-        program, chosen, runExport, "export", "Write a recording, or a part of it, as CSV", examples);
+        program, chosen, runExport, "export", "Write a recording, or a part of it, as CSV", exportExamples);
     command.addPositional("FILE", &options.file, "The recording").required = true;
     command.addOption("--node", "ID", &options.filter.node,
                       "Only this node, by its id, with the index of an element: ns=2;s=Zones[3]");

@@ -170,7 +170,7 @@ ExitCode runFind(const FindOptions& options) {
     return conclude(options, found, count);
 }
 
-constexpr const char* examples = R"(Examples:
+constexpr const char* findExamples = R"(Examples:
   opcua-cli find plant:4840 '*speed*'                        in quotes: the shell would look for files
   opcua-cli find plant:4840 'Tank?' --from /Plant
   opcua-cli find plant:4840 Level --limit 1
@@ -184,7 +184,7 @@ constexpr const char* examples = R"(Examples:
 void addFindCommand(Program& program, Action& chosen) {
     auto [command, options] =
         addCommand<FindOptions>(program, chosen, runFind, "find",
-                                "Find nodes by their names, anywhere below the Objects folder", examples);
+                                "Find nodes by their names, anywhere below the Objects folder", findExamples);
     addConnectOptions(command, options);
     addCsvOption(command, options.csv);
     command.addPositional("NAME", &options.name, "The name, with the wildcards * and ?").required = true;

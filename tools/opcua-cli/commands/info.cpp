@@ -58,7 +58,7 @@ constexpr const char* namespaceArrayId = "i=2255";
 constexpr std::array<const char*, 8> stateNames{"Running",  "Failed", "NoConfiguration",    "Suspended",
                                                 "Shutdown", "Test",   "CommunicationFault", "Unknown"};
 
-struct Answer {
+struct WellKnownAnswer {
     const WellKnownNode* node;
     Value value; ///< empty when the server doesn't tell
 };
@@ -66,7 +66,7 @@ struct Answer {
 struct ServerInfo {
     bool connected = false;
     Security security;
-    std::vector<Answer> answers;
+    std::vector<WellKnownAnswer> answers;
     std::optional<unsigned long> namespaceCount;
 };
 
@@ -109,7 +109,7 @@ std::string stateText(const Value& value) {
 }
 
 /// Text without the quotes that a value in a list of values has.
-std::string answerText(const Answer& answer) {
+std::string answerText(const WellKnownAnswer& answer) {
     const auto* text = std::get_if<std::string>(&answer.value);
     if (text != nullptr)
         return *text;
@@ -128,7 +128,7 @@ std::string tableReport(const ConnectOptions& options, const ServerInfo& info) {
     add("Server", options.url);
     add("Connection", info.connected ? "connected, " + info.security.text() : "lost",
         info.connected ? Tone::Good : Tone::Bad);
-    for (const Answer& answer : info.answers)
+    for (const WellKnownAnswer& answer : info.answers)
         if (answer.value.index() != 0)
             add(answer.node->title, answerText(answer));
     if (info.namespaceCount)
@@ -143,7 +143,7 @@ std::string tableReport(const ConnectOptions& options, const ServerInfo& info) {
 std::string jsonReport(const ConnectOptions& options, const ServerInfo& info) {
     const LibraryFiles files = libraryFiles();
     Json server = Json::object();
-    for (const Answer& answer : info.answers)
+    for (const WellKnownAnswer& answer : info.answers)
         server[answer.node->key] = toJson(answer.value);
     server["namespaceCount"] = info.namespaceCount ? Json(*info.namespaceCount) : Json();
     return document({{"url", options.url},
@@ -165,16 +165,16 @@ ExitCode runInfo(const ConnectOptions& options) {
     return ExitCode::Success;
 }
 
-constexpr const char* examples = R"(Examples:
+constexpr const char* infoExamples = R"(Examples:
   opcua-cli info opc.tcp://192.168.1.20:4840
   opcua-cli info plant:4840 --json | jq -r .server.softwareVersion)";
 
 } // namespace
 
 void addInfoCommand(Program& program, Action& chosen) {
-    auto [command, options] =
-        addCommand<ConnectOptions>(program, chosen, runInfo, "info",
-                                   "Show who the server is, and where the library keeps its files", examples);
+    auto [command, options] = addCommand<ConnectOptions>(
+        program, chosen, runInfo, "info", "Show who the server is, and where the library keeps its files",
+        infoExamples);
     addConnectOptions(command, options);
 }
 

@@ -237,7 +237,7 @@ ExitCode runMonitor(const MonitorOptions& options) {
     return follow(options, [&](const Monitored& monitored) { return makeOutput(options, monitored); });
 }
 
-constexpr const char* examples = R"(Examples:
+constexpr const char* monitorExamples = R"(Examples:
   opcua-cli monitor plant:4840 /Plant/Line1                  a whole folder, with all below it
   opcua-cli monitor plant:4840 'ns=2;s=Line1.Speed' /Plant/Line2/Speed --interval 200
   opcua-cli monitor plant:4840 /Plant/Line1/ZoneTemperatures --index 3
@@ -270,7 +270,7 @@ void addMonitorCommand(Program& program, Action& chosen) {
     auto [command, options] = addCommand<MonitorOptions>(
         program, chosen, runMonitor, "monitor",
         "Follow values: a live table on a terminal (? shows its keys), lines in a pipe; Ctrl-C ends it",
-        examples, documentLine);
+        monitorExamples, documentLine);
     addConnectOptions(command, options);
     addCsvOption(command, options.csv);
     addFollowOptions(command, options);

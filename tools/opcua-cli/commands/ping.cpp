@@ -35,14 +35,14 @@ struct PingOptions : ConnectOptions {
 };
 
 /// What became of one request.
-struct Answer {
+struct PingAnswer {
     std::optional<Milliseconds> roundTrip{}; ///< nothing when none came
     std::string problem{};                   ///< why not
     bool connectionLost = false;
     bool connectedAgain = false;
 };
 
-Answer ask(Connection& connection, bool connectFirst) {
+PingAnswer pingOnce(Connection& connection, bool connectFirst) {
     try {
         if (connectFirst)
             connection.reconnect();
@@ -122,9 +122,9 @@ private:
             pauseUntil(m_sentAt + std::chrono::duration_cast<Clock::duration>(Seconds(m_options.interval)));
         m_sentAt = Clock::now();
         ++m_sent;
-        m_running = std::async(std::launch::async, ask, std::ref(m_connection), m_connectionLost);
+        m_running = std::async(std::launch::async, pingOnce, std::ref(m_connection), m_connectionLost);
         awaitAnswer();
-        const Answer answer = m_running.get();
+        const PingAnswer answer = m_running.get();
         m_connectionLost = answer.connectionLost;
         if (answer.roundTrip)
             m_answers.add(answer.roundTrip->count());
@@ -149,7 +149,7 @@ private:
         }
     }
 
-    void tell(const Answer& answer) const {
+    void tell(const PingAnswer& answer) const {
         if (!answer.roundTrip) {
             tell("lost", {{"reason", answer.problem}}, "lost: " + printable(answer.problem));
             return;
@@ -183,14 +183,14 @@ private:
     std::size_t m_sent = 0;
     RoundTrips m_answers;
     Clock::time_point m_sentAt;
-    std::future<Answer> m_running; ///< gone before the connection that it uses
+    std::future<PingAnswer> m_running; ///< gone before the connection that it uses
 };
 
 ExitCode runPing(const PingOptions& options) {
     return Ping(options).run();
 }
 
-constexpr const char* examples = R"(Examples:
+constexpr const char* pingExamples = R"(Examples:
   opcua-cli ping plant:4840                                  once a second, until Ctrl-C
   opcua-cli ping plant:4840 -n 100 -i 0.1
   opcua-cli ping plant:4840 --json | jq -r 'select(.event == "lost") | .time'
@@ -201,9 +201,9 @@ connection is taken up again. Exit code 0 says that an answer came at all.)";
 } // namespace
 
 void addPingCommand(Program& program, Action& chosen) {
-    auto [command, options] =
-        addCommand<PingOptions>(program, chosen, runPing, "ping",
-                                "Measure how fast a server answers; Ctrl-C ends it", examples, documentLine);
+    auto [command, options] = addCommand<PingOptions>(program, chosen, runPing, "ping",
+                                                      "Measure how fast a server answers; Ctrl-C ends it",
+                                                      pingExamples, documentLine);
     addConnectOptions(command, options);
     command.addOption("-n,--count", "N", &options.count, "Requests until it ends (default: until Ctrl-C)",
                       inRange(1, 1000000000));

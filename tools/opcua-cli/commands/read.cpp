@@ -96,7 +96,7 @@ ExitCode runRead(const ReadOptions& options) {
     return reportProblems(jobs);
 }
 
-constexpr const char* examples = R"(Examples:
+constexpr const char* readExamples = R"(Examples:
   opcua-cli read plant:4840 'ns=2;s=Line1.Speed' i=2261      in quotes: the shell would cut at ;
   opcua-cli read plant:4840 /Plant/Line1/Speed               by browse names
   opcua-cli read plant:4840 'ns=2;s=Line1.Speed' --type Double
@@ -110,7 +110,7 @@ A node id is looked for in the address space to learn its type; a path or --type
 
 void addReadCommand(Program& program, Action& chosen) {
     auto [command, options] =
-        addCommand<ReadOptions>(program, chosen, runRead, "read", "Read the values of nodes", examples);
+        addCommand<ReadOptions>(program, chosen, runRead, "read", "Read the values of nodes", readExamples);
     addNodeListOptions(
         command, options,
         "Read as this type without looking for it; what does not convert to it reads as 0 or empty");

@@ -30,7 +30,7 @@ ExitCode runRecord(const RecordOptions& options) {
     return result;
 }
 
-constexpr const char* examples = R"(Examples:
+constexpr const char* recordExamples = R"(Examples:
   opcua-cli record plant:4840 week.sqlite /Plant/Line1       a whole folder, until Ctrl-C
   opcua-cli record plant:4840 week.sqlite 'ns=2;s=Line1.Speed' --duration 3600
   opcua-cli export week.sqlite --from 2024-05-01 > may.csv
@@ -42,9 +42,9 @@ the connection was lost, and is back, are rows of their own.)";
 } // namespace
 
 void addRecordCommand(Program& program, Action& chosen) {
-    auto [command, options] =
-        addCommand<RecordOptions>(program, chosen, runRecord, "record",
-                                  "Record the changes of values in a SQLite file, until Ctrl-C", examples);
+    auto [command, options] = addCommand<RecordOptions>(
+        program, chosen, runRecord, "record", "Record the changes of values in a SQLite file, until Ctrl-C",
+        recordExamples);
     addConnectOptions(command, options);
     command.addPositional("FILE", &options.file, "SQLite file; it is made, or continued").required = true;
     addFollowOptions(command, options);

@@ -142,7 +142,7 @@ ExitCode runRestore(const RestoreOptions& options) {
     return reportProblems(restored.jobs);
 }
 
-constexpr const char* examples = R"(Examples:
+constexpr const char* restoreExamples = R"(Examples:
   opcua-cli restore plant:4840 line1.json --dry-run          old and new values; writes nothing
   opcua-cli restore plant:4840 line1.json
   opcua-cli restore plant:4840 - < line1.json
@@ -153,8 +153,8 @@ is another one now is left alone.)";
 } // namespace
 
 void addRestoreCommand(Program& program, Action& chosen) {
-    auto [command, options] = addCommand<RestoreOptions>(program, chosen, runRestore, "restore",
-                                                         "Write the values of a snapshot back", examples);
+    auto [command, options] = addCommand<RestoreOptions>(
+        program, chosen, runRestore, "restore", "Write the values of a snapshot back", restoreExamples);
     addConnectOptions(command, options);
     command.addPositional("FILE", &options.file, "What opcua-cli snapshot wrote; - takes standard input")
         .required = true;

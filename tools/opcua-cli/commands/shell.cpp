@@ -306,7 +306,7 @@ ExitCode runShell(const ShellOptions& options) {
     return Shell(options).run();
 }
 
-constexpr const char* examples = R"(Examples:
+constexpr const char* shellExamples = R"(Examples:
   opcua-cli shell plant:4840                                 then: help
   opcua-cli shell @boiler --strict < commissioning.txt       ends at the first command that fails
   printf 'cd /Plant/Line1\nread Speed\n' | opcua-cli shell plant:4840 --json
@@ -316,8 +316,9 @@ Commands are those of opcua-cli, without URL and connection. Tab completes comma
 } // namespace
 
 void addShellCommand(Program& program, Action& chosen) {
-    auto [command, options] = addCommand<ShellOptions>(
-        program, chosen, runShell, "shell", "Run commands, typed or from a pipe, in one session", examples);
+    auto [command, options] =
+        addCommand<ShellOptions>(program, chosen, runShell, "shell",
+                                 "Run commands, typed or from a pipe, in one session", shellExamples);
     addConnectOptions(command, options);
     command.addFlag("--strict", &options.strict, "From a pipe: end at the first command that fails");
 }

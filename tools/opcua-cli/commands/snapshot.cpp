@@ -65,7 +65,7 @@ ExitCode runSnapshot(const SnapshotOptions& options) {
     return snapshot.complete ? code : ExitCode::Failed;
 }
 
-constexpr const char* examples = R"(Examples:
+constexpr const char* snapshotExamples = R"(Examples:
   opcua-cli snapshot plant:4840 /Plant/Line1 --output line1.json
   opcua-cli snapshot plant:4840 'ns=2;s=Line1' > line1.json
   opcua-cli snapshot plant:4840 /Plant/Line1 --csv > line1.csv
@@ -78,8 +78,8 @@ tells which of them the server refuses.)";
 } // namespace
 
 void addSnapshotCommand(Program& program, Action& chosen) {
-    auto [command, options] = addCommand<SnapshotOptions>(program, chosen, runSnapshot, "snapshot",
-                                                          "Save the values of a folder to a file", examples);
+    auto [command, options] = addCommand<SnapshotOptions>(
+        program, chosen, runSnapshot, "snapshot", "Save the values of a folder to a file", snapshotExamples);
     addConnectOptions(command, options);
     addCsvOption(command, options.csv);
     command.addPositional("FOLDER", &options.folder, "Node id or path of the folder").required = true;

@@ -146,7 +146,7 @@ ExitCode runWrite(const WriteOptions& options) {
     return reportProblems(jobs);
 }
 
-constexpr const char* examples = R"(Examples:
+constexpr const char* writeExamples = R"(Examples:
   opcua-cli write plant:4840 'ns=2;s=Line1.SetPoint' 12.5    in quotes: the shell would cut at ;
   opcua-cli write plant:4840 /Plant/Line1/Enabled on
   opcua-cli write plant:4840 'ns=2;s=Line1.Offset' -7 --type Int16
@@ -162,8 +162,8 @@ Values that do not fit are found before anything is written.)";
 } // namespace
 
 void addWriteCommand(Program& program, Action& chosen) {
-    auto [command, options] =
-        addCommand<WriteOptions>(program, chosen, runWrite, "write", "Write the values of nodes", examples);
+    auto [command, options] = addCommand<WriteOptions>(program, chosen, runWrite, "write",
+                                                       "Write the values of nodes", writeExamples);
     addNodeListOptions(command, options, "Write as this type without looking for the node's own");
     command
         .addPositional(

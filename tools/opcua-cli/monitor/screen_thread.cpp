@@ -64,7 +64,7 @@ void ScreenThread::await(LiveScreen& screen) {
 
 void ScreenThread::readKeys() {
     std::array<char, 256> bytes{};
-    const ssize_t count = read(STDIN_FILENO, bytes.data(), bytes.size());
+    const ssize_t count = ::read(STDIN_FILENO, bytes.data(), bytes.size());
     if (count > 0)
         press(m_decoder.decode(std::string_view(bytes.data(), static_cast<std::size_t>(count))));
     else if (count == 0 || errno != EINTR)

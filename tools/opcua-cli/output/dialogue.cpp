@@ -59,7 +59,7 @@ std::optional<std::string> readLine() {
     for (char character = 0;;) {
         if (!awaitInput())
             return std::nullopt;
-        if (read(STDIN_FILENO, &character, 1) != 1)
+        if (::read(STDIN_FILENO, &character, 1) != 1)
             return line.empty() ? std::nullopt : std::optional(line);
         if (character == '\n')
             return line;

@@ -34,7 +34,7 @@ termios usualSettings{}; // not written while hasKeys
 
 /// Nothing more can be done about a terminal that takes no text.
 void send(std::string_view sequence) {
-    [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, sequence.data(), sequence.size());
+    [[maybe_unused]] const ssize_t written = ::write(STDOUT_FILENO, sequence.data(), sequence.size());
 }
 
 void takeKeys() {

@@ -36,7 +36,7 @@ void secureStandardStreams() {
 bool writeAll(int descriptor, const std::string& text) {
     std::size_t done = 0;
     while (done < text.size()) {
-        const ssize_t count = write(descriptor, text.data() + done, text.size() - done);
+        const ssize_t count = ::write(descriptor, text.data() + done, text.size() - done);
         if (count >= 0)
             done += static_cast<std::size_t>(count);
         else if (errno != EINTR)
@@ -77,7 +77,7 @@ std::string readAll(int descriptor, const std::string& name) {
     std::string text;
     std::array<char, 65536> block{};
     for (;;) {
-        const ssize_t count = read(descriptor, block.data(), block.size());
+        const ssize_t count = ::read(descriptor, block.data(), block.size());
         if (count > 0)
             text.append(block.data(), static_cast<std::size_t>(count));
         else if (count == 0)

@@ -21,11 +21,6 @@ namespace {
 
 constexpr int keptLines = 500;
 
-struct Free {
-    void operator()(EditLine* editor) const { el_end(editor); }
-    void operator()(History* history) const { history_end(history); }
-};
-
 /// What is typed is UTF-8 as everything else, whatever the locale.
 class Utf8Locale {
 public:
@@ -73,6 +68,11 @@ void showCandidates(const std::vector<std::string>& names) {
 } // namespace
 
 struct LineEditor::State {
+    struct Free {
+        void operator()(EditLine* editor) const { el_end(editor); }
+        void operator()(History* history) const { history_end(history); }
+    };
+
     explicit State(Complete function) : complete(std::move(function)) {}
 
     Complete complete;

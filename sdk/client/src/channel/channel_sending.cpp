@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "channel/chunk_reader.h"
 #include "channel/connection_trace.h"
 #include "channel/refusal.h"
 #include "channel/secure_channel.h"
@@ -14,8 +15,6 @@
 
 namespace UaClientSdk {
 namespace {
-
-constexpr std::size_t bodyOffset = symmetricHeaderLength + sequenceHeaderLength;
 
 class DoNotWait : public RoomToSend {
 public:

@@ -26,7 +26,7 @@ namespace {
 /// A lifetime of nothing would be renewed without end.
 constexpr std::uint32_t shortestLifetime = 1000; // ms
 /// For the answer to a renewal that was asked for late.
-constexpr std::chrono::seconds answerLimit(5);
+constexpr std::chrono::seconds renewalAnswerLimit(5);
 /// Until a renewal that did not get onto the wire is tried again.
 constexpr std::chrono::milliseconds retryPause(100);
 /// Tokens that are kept for what the server still sends under them.
@@ -92,7 +92,7 @@ UaStatus SecureChannel::sendOpen(std::uint32_t requestId, UA_SecurityTokenReques
         m_sentSequenceNumber = nextSequenceNumber(m_sentSequenceNumber);
         const std::lock_guard<std::mutex> lock(m_renewalMutex);
         if (m_openRequest == requestId)
-            m_tokenExpiry = std::max(m_tokenExpiry, Clock::now() + answerLimit);
+            m_tokenExpiry = std::max(m_tokenExpiry, Clock::now() + renewalAnswerLimit);
     } else {
         const std::lock_guard<std::mutex> lock(m_renewalMutex);
         m_openRequest = 0;

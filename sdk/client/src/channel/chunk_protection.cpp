@@ -11,7 +11,6 @@ namespace {
 
 constexpr std::size_t block = UaPkiSecurityPolicy::encryptionBlockLength;
 constexpr std::size_t paddingSizeLength = 1;
-constexpr std::size_t bodyOffset = symmetricHeaderLength + sequenceHeaderLength;
 
 } // namespace
 

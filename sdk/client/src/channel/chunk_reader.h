@@ -13,6 +13,7 @@ constexpr std::size_t messageHeaderLength = 8;    ///< kind and size
 constexpr std::size_t channelHeaderLength = 12;   ///< and the channel's id
 constexpr std::size_t symmetricHeaderLength = 16; ///< and the token's
 constexpr std::size_t sequenceHeaderLength = 8;   ///< sequence number and request id
+constexpr std::size_t bodyOffset = symmetricHeaderLength + sequenceHeaderLength; ///< in a chunk of a message
 
 /// As much as one chunk may have here, header included: room for an OPN with a certificate of 60 KB.
 constexpr std::size_t largestChunk = 65536;

@@ -12,7 +12,7 @@ namespace UaClientSdk {
 namespace {
 
 /// There are servers that lose a question: another is asked then, or a silence would never end.
-constexpr std::chrono::seconds answerLimit(10);
+constexpr std::chrono::seconds readAnswerLimit(10);
 /// Until somebody has read what has arrived.
 constexpr std::chrono::milliseconds soon(20);
 
@@ -35,7 +35,7 @@ private:
 Clock::time_point Watchdog::keepHouse(Pipe& pipe) {
     const Clock::time_point now = Clock::now();
     if (now >= m_nextProbe) {
-        pipe.giveUpPosted(now - answerLimit);
+        pipe.giveUpPosted(now - readAnswerLimit);
         m_nextProbe = now + m_times.interval;
         m_probeIsDue = true;
     }

@@ -13,7 +13,7 @@ namespace {
 /// A server that answers none of so many requests gets no more.
 constexpr std::size_t mostRequests = 256;
 /// For the answer.
-constexpr std::chrono::seconds answerLimit(10);
+constexpr std::chrono::seconds republishAnswerLimit(10);
 
 bool isSame(MissingMessages::Message a, MissingMessages::Message b) {
     return a.subscriptionId == b.subscriptionId && a.number == b.number;
@@ -72,7 +72,7 @@ std::vector<MissingMessages::Message> MissingMessages::overdue(Clock::time_point
                                                                Clock::time_point& next) const {
     std::vector<Message> late;
     for (const Missing& one : m_missing) {
-        const Clock::time_point limit = one.askedAt + answerLimit;
+        const Clock::time_point limit = one.askedAt + republishAnswerLimit;
         if (one.asked && serverHeard >= limit)
             late.push_back(one);
         else if (one.asked && now < limit)
