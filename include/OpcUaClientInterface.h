@@ -76,6 +76,8 @@
 /// - OpcUaDiscover: at any time; it has nothing to do with the session.
 /// - OpcUaDisConnect: not while another operation of the same client but OpcUaDisConnect runs on another
 ///   thread.
+/// - OpcUaDeleteSubScription: waits for what adds, removes or clears items, and for the callback that is
+///   running; for nothing else.
 /// - OpcUaGetUaNode: one call at a time, and not while a looked-up node is being browsed.
 /// - OpcUaReadRootNode, and walking the tree: not while OpcUaBrowse runs.
 ///
@@ -193,6 +195,7 @@ public:
     ///   and `endpointCount` says how many there are, not where. With endpoint 0 left out and 1 and 2
     ///   kept, the count is 2 and entry 0 is as the caller left it; in a zeroed record a kept entry has
     ///   an `endpointUrl` that is not empty.
+    /// - URLs of other schemes than opc.tcp do not answer at present.
     /// - A URL that did not answer keeps its old `endpointCount`; the others are asked all the same, but
     ///   none when 50 s have passed: it is then as if they had not answered.
     /// - Texts of 100 bytes or more fill their field without a terminating zero.
@@ -222,11 +225,14 @@ public:
     ///    OpcUaCallBack::OpcUaTrustServerCertificate() decides. **Without a callback it is saved in the
     ///    trust list unasked.** The session is bound to this certificate: an endpoint or a channel that
     ///    shows another one is refused.
-    /// 4. The endpoint is the one with exactly the policy and the mode asked for.
-    /// 5. A password goes out encrypted to the server's certificate wherever the server offers that; where
-    ///    it doesn't, over the channel as it is, and the trace warns of clear text. For a user certificate
-    ///    certificate and key are loaded; if one of the files is missing both are made anew, for a year
-    ///    and the name `userName` (default "Authenticated"). What is there but can't be read stays (28).
+    /// 4. For a user certificate certificate and key are loaded; if one of the files is missing both are
+    ///    made anew, for a year and the name `userName` (default "Authenticated"). What is there but can't
+    ///    be read stays (28).
+    /// 5. The endpoint is the one with exactly the policy and the mode asked for.
+    /// 6. A password goes out encrypted to the server's certificate wherever the server offers that; where
+    ///    it doesn't, over the channel as it is. Where that does not encrypt the trace warns, and the
+    ///    connect fails with 1 when the server offers an encryption that this client does not know, or does
+    ///    not confirm that it has none.
     ///
     /// The file's one group, "UaClientConfig", says where all that is; every key may be missing:
     ///
@@ -291,7 +297,7 @@ public:
     /// "读数据类型失败" although the browse succeeds.
     ///
     /// A node has at most 250000 children: a page of the answer that exceeds them ends the browse, as the
-    /// tenth empty page in a row does. The trace tells so. Each child is a record of about 1.4 kB: a server
+    /// tenth empty page in a row does. The trace tells so. Each child is a record of 1.5 kB: a server
     /// can make 366 MB of records out of a page of 4.5 MB.
     ///
     /// @return 0. 3 without a session: the tree is freed. 4 when the server refused, didn't answer or found
@@ -366,14 +372,15 @@ public:
 
     /// Monitors the value of a node (OPC UA Part 4, 5.13.2), sampled every 100 ms; the first value comes with
     /// the next delivery, then every change. Of several changes between two deliveries the server keeps the
-    /// latest. A copy of `node`, 2 kB, is kept until the item goes.
+    /// latest. A copy of `node`, 1.5 kB, is kept until the item goes.
     ///
     /// @param index one index a dimension, outermost first, to be told of one element of an array or matrix
     ///        alone; null for the whole value. The server sends the whole value in either case.
     /// @param count number of indices, at most 16; 0 for the whole value. A negative count makes an item that
-    ///        never delivers.
-    /// @return 0. 29: `node` is null, or `count` above 16. 3: not connected. 11: no subscription. 12: the
-    ///         server refused (the trace tells why), or there are 20000 items.
+    ///        never delivers. Without meaning when `index` is null.
+    /// @return 0. 29: `node` is null; or, with a subscription there, `count` of indices is above 16. 3: not
+    ///         connected. 11: no subscription. 12: the server refused (the trace tells why), or there are
+    ///         20000 items.
     int OpcUaAddMonitNode(OpcUaNode* node, unsigned long* index, int count);
     /// Stops monitoring a node (OPC UA Part 4, 5.13.6): the first item whose `nodeId` **begins with** the
     /// text of this one's, in the order of client handles: that of adding, until handles begin anew.
@@ -421,11 +428,11 @@ public:
     ///
     ///     0    not connected
     ///     1    connected
-    ///     2    nothing at all has come from the server for 5 s although it was asked for something: an
-    ///     outage,
-    ///          or a server at a stand-still. Session, subscription and items are kept. Until its next sign
-    ///          of life, which makes this 1 again, operations answer 3 at once; a call that was under way
-    ///          goes on to its own time-out of 10 s
+    ///     2    nothing at all has come from the server for 5 s although it was asked for something: it
+    ///          stands still, or there is an outage. Session, subscription and items are kept. Until its next
+    ///          sign of life, which makes this 1 again, operations answer 3 at once (OpcUaBrowse() 4, after
+    ///          freeing what it was to read anew); a call that was under way goes on to its own time-out
+    ///          of 10 s
     ///     3    the connection was closed or lost, or given up because a request could not be sent whole
     ///          within its time-out
     ///     4    the server announced its shutdown

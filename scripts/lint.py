@@ -4,8 +4,8 @@
   lint.py BUILD_FOLDER [JOBS [TEXT...]]     with texts: only files whose names hold one of them
 
 clang's own warnings are among the checks, so this is the clang build without the code generation. scripts/lint_passed.txt
-remembers what passed: a file is looked at again when it, a header of ours that it includes, its flags or the checks have
-changed. That list is written anew here and committed with the change.
+remembers what passed: a file is looked at again when it, the code of a header of ours that it includes, its flags or the
+checks have changed. That list is written anew here and committed with the change.
 """
 import concurrent.futures
 import functools
@@ -21,6 +21,7 @@ from compile_commands import ROOT, headers, sources
 
 TIDY = "clang-tidy-19"
 PASSED = ROOT / "scripts" / "lint_passed.txt"
+COMMENT = re.compile(rb"^\s*//(?!.*NOLINT).*\n", re.MULTILINE)
 INCLUDE = re.compile(rb'^\s*#\s*include\s*["<]([^">]+)[">]', re.MULTILINE)
 
 
@@ -30,7 +31,7 @@ def contents(path):
 
 
 def texts(file):
-    """The file and all of ours that it includes, whatever the preprocessor would leave out."""
+    """The file and the code of all of ours that it includes, whatever the preprocessor would leave out."""
     folders = [pathlib.Path(flag[2:]) for flag in file.flags if flag.startswith("-I")]
     found, waiting = {}, [file.path]
     while waiting:
@@ -43,7 +44,7 @@ def texts(file):
             included = next((candidate for candidate in candidates if contents(candidate) is not None), None)
             if included:
                 waiting.append(included.resolve())
-    return [found[path] for path in sorted(found)]
+    return [found[path] if path == file.path else COMMENT.sub(b"", found[path]) for path in sorted(found)]
 
 
 def fingerprint(file, settings):

@@ -160,7 +160,7 @@ private:
     }
     void accept() {
         const int client = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
-        const int server = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        const int server = checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket");
         const sockaddr_in address = loopback(m_port);
         static_cast<void>(connect(server, reinterpret_cast<const sockaddr*>(&address), sizeof address));
         m_links.emplace_back(client, server);

@@ -1,10 +1,10 @@
 #include <atomic>
+#include <csignal>
 #include <cstddef>
 #include <functional>
 #include <future>
 #include <memory>
 #include <pthread.h>
-#include <signal.h>
 #include <stdexcept>
 #include <thread>
 #include <utility>

@@ -1,6 +1,5 @@
 #include "trend_card.h"
 
-#include <QButtonGroup>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -20,14 +19,13 @@ TrendCard::TrendCard(const TrendHistory& history, const PlantPicture& picture, Q
     auto* head = new QHBoxLayout;
     head->addWidget(title);
     head->addStretch();
-    auto* spans = new QButtonGroup(this);
     for (const int minutes : {1, 5, 15}) {
         auto* button = new QPushButton(QStringLiteral("%1 min").arg(minutes), this);
         button->setObjectName(QStringLiteral("span%1").arg(minutes));
         button->setCheckable(true);
+        button->setAutoExclusive(true);
         button->setChecked(m_trend->span().count() == minutes);
         button->setStyleSheet("min-height: 24px; padding: 0 10px;");
-        spans->addButton(button);
         head->addWidget(button);
         connect(button, &QPushButton::clicked, m_trend,
                 [this, minutes] { m_trend->setSpan(std::chrono::minutes(minutes)); });

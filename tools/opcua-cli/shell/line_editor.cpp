@@ -69,8 +69,8 @@ void showCandidates(const std::vector<std::string>& names) {
 
 struct LineEditor::State {
     struct Free {
-        void operator()(EditLine* editor) const { el_end(editor); }
-        void operator()(History* history) const { history_end(history); }
+        void operator()(EditLine* line) const { el_end(line); }
+        void operator()(History* lines) const { history_end(lines); }
     };
 
     explicit State(Complete function) : complete(std::move(function)) {}
