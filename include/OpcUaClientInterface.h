@@ -135,8 +135,8 @@ public:
         /// latest of each item, with a line in the trace. It may use any client's values and browse,
         /// disconnect or destroy its own, and ask for status and message. Of its own client it must not add,
         /// remove or clear items or delete or replace the subscription: that waits for itself for good. And
-        /// as long as another thread does that, or calls OpcUaConnect, it must not read, write or browse:
-        /// the two would wait for each other. What it throws is traced and goes no further.
+        /// as long as another thread does that it must not connect, read, write or browse: the two would
+        /// wait for each other. What it throws is traced and goes no further.
         virtual void OpcUaDataChange(_OpcUaDataChangeMsg message) = 0;
         /// Decides on a server certificate that the client does not find good (OPC UA Part 4, 6.1.3): most
         /// often one that nobody trusted yet, but also one that has expired, was revoked or belongs to

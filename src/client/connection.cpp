@@ -1,4 +1,5 @@
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -7,6 +8,7 @@
 #include "security/application.h"
 #include "security/connect_security.h"
 #include "subscription/callback.h"
+#include "subscription/delivery_gate.h"
 
 using namespace UaClientSdk;
 
@@ -37,11 +39,14 @@ void load(Configuration& configuration, const char* directory) {
 } // namespace
 
 int COpcUaClient::OpcUaConnect(_OpcUaClientConfig& config) {
+    // The callback that runs may be about to take the mutex, so it is waited for first.
+    std::optional<DeliveryGate::Closure> silence(std::in_place, m_callback->deliveries);
     const MutexLock lock(m_session.mutex);
     if (m_session.get())
         this->OpcUaDisConnect();
     // A disconnect that failed has left its session behind.
     SessionEnd(m_session, *m_callback).release();
+    silence.reset();
     // Until it is open the session is nobody else's.
     auto session = std::make_shared<UaSession>();
     const std::unique_ptr<char[]> directory(getAppPath());

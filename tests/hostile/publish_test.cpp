@@ -766,6 +766,46 @@ TEST_F(Publishing, KeepsFewRequestsWaiting) {
     EXPECT_LE(server.publisher().waiting(), 20U);
 }
 
+TEST_F(Publishing, GoesOnWithANewSubscriptionWhenTheOldRequestsAreLost) {
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    for (int i = 0; i < 10; ++i)
+        ASSERT_TRUE(server.publisher().takeRequest()) << "the server forgets it";
+    EXPECT_EQ(client.OpcUaDeleteSubScription(), 0);
+    ASSERT_EQ(client.OpcUaCreateSubScription(50), 0);
+    ASSERT_EQ(add("ns=1;s=Later"), 0);
+    EXPECT_TRUE(waitForValue(42, "ns=1;s=Later"));
+    EXPECT_EQ(status(), connected);
+}
+
+TEST_F(Publishing, GoesOnWhereItsAcknowledgementsDoNotFitIntoARequest) {
+    server.edit<UA_CreateSessionResponse>(
+        [](UA_CreateSessionResponse& response) { response.maxRequestMessageSize = 112; });
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    const std::uint32_t subscription = server.publisher().subscriptionId();
+    std::vector<Call> calls;
+    for (int i = 0; i < 10; ++i) {
+        const std::optional<Call> call = server.publisher().takeRequest();
+        ASSERT_TRUE(call);
+        calls.push_back(*call);
+    }
+    Bytes answers; // at once, so that the next request has all of them to acknowledge
+    std::uint32_t number = 1;
+    for (const Call& call : calls) {
+        const auto value = static_cast<std::int32_t>(++number);
+        answers += call.connection().bytesOf(
+            call.chunk('F', call.bodyOf(*Publisher::dataChange(subscription, number, {{handle(), value}}))));
+    }
+    calls.front().connection().send(answers);
+    EXPECT_TRUE(waitForValue(11));
+    answerPublish([&](const Call& call) {
+        return call.bodyOf(*Publisher::dataChange(subscription, 12, {{handle(), 1234}}));
+    });
+    EXPECT_TRUE(waitForValue(1234));
+    expectUnharmed();
+}
+
 TEST_F(Publishing, EndsWithoutAWarning) {
     client.OpcUaInit(OpcUaTraceLevel_Warnings);
     const TraceFile trace;

@@ -1,4 +1,5 @@
 // How deliveries end, whoever ends them and on whatever thread.
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstring>
@@ -249,6 +250,28 @@ TEST_F(DeliveryEnd, ACallbackDisconnectsWhileAnotherThreadConnects) {
         EXPECT_EQ(client->OpcUaCreateSubScription(100), 0);
         EXPECT_EQ(client->OpcUaDisConnect(), 0);
     }
+}
+
+TEST_F(DeliveryEnd, ACallbackThatReadsDoesNotHoldUpAConnect) {
+    begin();
+    std::promise<void> inside;
+    std::atomic<bool> isConnecting{false};
+    application.onChange = [&] {
+        inside.set_value();
+        while (!isConnecting)
+            std::this_thread::yield();
+        std::this_thread::sleep_for(std::chrono::milliseconds(50)); // it waits by now, or has gone on
+        OpcUaNode node = {};
+        std::strcpy(node.nodeId, "ns=2;s=A");
+        std::array<char, 8> value{};
+        int size = value.size();
+        EXPECT_NE(client->OpcUaGetValue(&node, value.data(), size), 3);
+    };
+    publisher->publish(1);
+    inside.get_future().wait();
+    isConnecting = true;
+    EXPECT_EQ(connect(), 0);
+    EXPECT_EQ(application.calls, 1);
 }
 
 TEST_F(DeliveryEnd, OneOfTwoDisconnectsFindsTheSession) {

@@ -19,6 +19,14 @@ bool isPlainScalar(const UA_Variant& value, std::size_t size) {
            value.type->pointerFree && value.type->memSize <= size;
 }
 
+/// Nothing that follows may fail half-way.
+template <typename Element>
+void makeRoom(std::vector<Element>& elements, std::size_t more) {
+    const std::size_t size = elements.size() + more;
+    if (elements.capacity() < size)
+        elements.reserve(std::max(2 * elements.capacity(), size));
+}
+
 } // namespace
 
 void UaMonitoredItemNotifications::append(OpcUa_UInt32 clientHandle, OpcUa_DataValue& change) {
@@ -46,6 +54,8 @@ void UaMonitoredItemNotifications::append(UaMonitoredItemNotifications& other) {
         swap(other);
         return;
     }
+    makeRoom(m_items, other.m_items.size());
+    makeRoom(m_values, other.m_values.size());
     for (Item& item : other.m_items)
         if (item.numberType == nullptr)
             item.valueIndex += m_values.size();

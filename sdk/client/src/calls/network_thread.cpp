@@ -1,11 +1,13 @@
 #include "calls/network_thread.h"
 
 #include <cstdint>
+#include <mutex>
 #include <new>
 #include <pthread.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <thread>
+#include <utility>
 
 #include "own_thread.h"
 #include "uabase/trace.h"
@@ -63,7 +65,8 @@ void NetworkThread::wake() {
 }
 
 void NetworkThread::leaveSocket() {
-    if (m_watching.exchange(false)) {
+    const std::lock_guard<std::mutex> lock(m_watchMutex);
+    if (std::exchange(m_watching, false)) {
         // Its end is told all the same; but once.
         epoll_event nothing = eventOf(Socket, EPOLLONESHOT);
         epoll_ctl(m_epoll.get(), EPOLL_CTL_MOD, m_pipe.channel().socket().descriptor(), &nothing);
@@ -71,10 +74,17 @@ void NetworkThread::leaveSocket() {
 }
 
 void NetworkThread::watchSocket() {
-    if (!m_watching.exchange(true)) {
+    const std::lock_guard<std::mutex> lock(m_watchMutex);
+    if (!std::exchange(m_watching, true)) {
         epoll_event once = eventOf(Socket, EPOLLIN | EPOLLONESHOT);
         epoll_ctl(m_epoll.get(), EPOLL_CTL_MOD, m_pipe.channel().socket().descriptor(), &once);
     }
+}
+
+/// The kernel has told once and will not again until it is asked to.
+void NetworkThread::watchHasEnded() {
+    const std::lock_guard<std::mutex> lock(m_watchMutex);
+    m_watching = false;
 }
 
 void NetworkThread::run() {
@@ -96,8 +106,7 @@ void NetworkThread::waitFor(Clock::time_point end) {
             eventfd_t value = 0;
             eventfd_read(m_event.get(), &value);
         } else {
-            // The kernel has told once and will not again until it is asked to.
-            m_watching = false;
+            watchHasEnded();
             m_pipe.readArrived();
         }
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <mutex>
 #include <thread>
 
 #include "calls/pipe.h"
@@ -39,15 +40,17 @@ public:
 private:
     void run();
     void waitFor(Clock::time_point end);
+    void watchHasEnded();
 
     Pipe& m_pipe;
     Housekeeping& m_housekeeping;
     std::thread m_thread;
     std::atomic<std::thread::id> m_self{}; ///< of the thread, once it runs
     std::atomic<bool> m_stop{false};
-    std::atomic<bool> m_watching{false};
     UaFileDescriptor m_epoll;
     UaFileDescriptor m_event;
+    std::mutex m_watchMutex; ///< what the kernel knows is what the flag says
+    bool m_watching = false;
 };
 
 } // namespace UaClientSdk

@@ -25,10 +25,11 @@ UaStatus Pipe::call(void* request, const UA_DataType& type, const Deadline& dead
     }
 }
 
-void Pipe::forget(std::uint32_t requestId) {
+bool Pipe::forget(std::uint32_t requestId) {
     PendingRequest forgotten; // goes when the lock is no longer held
     const std::lock_guard<std::mutex> lock(m_mutex);
     forgotten = m_pending.take(requestId);
+    return forgotten.id != 0;
 }
 
 Clock::time_point Pipe::oldestUnanswered() const {

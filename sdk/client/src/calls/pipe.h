@@ -75,8 +75,9 @@ public:
     static constexpr int postLimit = 1000; // ms
     using Answered = PendingRequest::Answered;
     /// Sends a request whose answer `receiver` is given on the thread that reads it. Bad when it could not be
-    /// sent within `deadline`: `receiver` is not called then. BadWouldBlock while somebody else is sending,
-    /// which may take as long as a call: the idle reader is told when it no longer is.
+    /// sent within `deadline` and was not answered either: `receiver` is not called then. BadWouldBlock while
+    /// somebody else is sending, which may take as long as a call: the idle reader is told when it no longer
+    /// is.
     UaStatus post(void* request, const UA_DataType& type, const Deadline& deadline, Answered answered,
                   std::shared_ptr<AnswerReceiver> receiver);
     /// Asks for a new token of the channel, in the way of post().
@@ -124,7 +125,8 @@ private:
     void heard(std::size_t count);
 
     /// Waits for its answer no longer.
-    void forget(std::uint32_t requestId);
+    /// False for one that has been answered.
+    bool forget(std::uint32_t requestId);
     void end(UaStatus reason, bool byThisSide);
     UaStatus endReason() const;
 

@@ -141,18 +141,18 @@ UaStatus Pipe::send(PendingRequest& request, const Deadline& deadline, ReadingTu
     return status.isBad() ? notSent(request, status) : status;
 }
 
-/// A call is on its way with the others until the connection has ended; whoever posted is told by the result.
+/// A call is on its way with the others until the connection has ended; whoever posted is told by the result,
+/// unless the server was quicker and has answered what it can't have read.
 UaStatus Pipe::notSent(const PendingRequest& request, UaStatus reason) {
-    if (request.call == nullptr)
-        forget(request.id);
+    const bool isTold = request.receiver != nullptr && !forget(request.id);
     if (reason.statusCode() == UA_STATUSCODE_BADCONNECTIONCLOSED && !m_ended) {
         stopSending();
-        return request.call == nullptr ? reason : UaStatus();
+        return request.call == nullptr && !isTold ? reason : UaStatus();
     }
     if (!leavesConnection(reason) || m_channel->isHalfSent())
         fail(reason);
     forget(request.id);
-    return reason;
+    return isTold ? UaStatus() : reason;
 }
 
 /// A server that hung up may have answered before: whoever reads finds the end behind that.

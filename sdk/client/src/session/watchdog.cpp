@@ -85,7 +85,8 @@ Clock::time_point Watchdog::judge(Pipe& pipe, Clock::time_point now) {
     const Clock::time_point asked = pipe.oldestUnanswered();
     if (asked == Clock::time_point::max())
         return now + halfPatience; // nobody tells when something is asked
-    const Clock::time_point quietSince = std::max({asked, pipe.lastHeard(), m_notBefore});
+    const Clock::time_point heard = pipe.lastHeard();
+    const Clock::time_point quietSince = std::max({asked, heard, m_notBefore});
     const Clock::time_point limit = quietSince + m_times.patience;
     if (now < limit) {
         // One call that takes its time says nothing about a server that answers others.
@@ -96,10 +97,11 @@ Clock::time_point Watchdog::judge(Pipe& pipe, Clock::time_point now) {
     }
     if (pipe.channel().socket().isReadable())
         return now + soon;
-    UaTrace::write(
-        UaTrace::Errors, "session", "no sign of the server for %lld ms",
-        static_cast<long long>(std::chrono::ceil<std::chrono::milliseconds>(now - pipe.lastHeard()).count()));
+    UaTrace::write(UaTrace::Errors, "session", "no sign of the server for %lld ms",
+                   static_cast<long long>(std::chrono::ceil<std::chrono::milliseconds>(now - heard).count()));
     m_state.setSilent(true);
+    if (pipe.lastHeard() != heard) // whoever has heard it may have looked before
+        m_state.setSilent(false);
     return Clock::time_point::max();
 }
 

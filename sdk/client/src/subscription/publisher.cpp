@@ -30,6 +30,10 @@ void Publisher::add(std::uint32_t id, const PublishedSubscription::Target& targe
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_subscriptions.erase(id);
+        // What waits since the last subscription may be lost with it. Late answers are taken all the same;
+        // and this is believed once, or a server could have them pile up.
+        if (m_subscriptions.empty() && m_doubtful == 0)
+            m_doubtful = m_waiting;
         m_subscriptions.try_emplace(id, target);
         ++m_generation;
         m_pace.restart();
@@ -59,7 +63,7 @@ void Publisher::published(const SentPublish& sent, UaStatus status, UaByteView b
     bool gone = false;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        --m_waiting;
+        noLongerWaits();
         if (m_closed)
             return;
         if (status.isBad()) {
@@ -74,6 +78,11 @@ void Publisher::published(const SentPublish& sent, UaStatus status, UaByteView b
     if (gone)
         m_listener.sessionGone(status);
     m_listener.publishDue();
+}
+
+void Publisher::noLongerWaits() {
+    --m_waiting;
+    m_doubtful = std::min(m_doubtful, m_waiting);
 }
 
 /// What went with a request that the server has not served goes with the next one.

@@ -64,6 +64,7 @@ private:
     // All with the lock.
     /// True when the server is not to be asked any more.
     bool refused(std::uint32_t generation, UaStatus status);
+    void noLongerWaits();
     void acknowledgeAgain(const Acknowledgements::List& acknowledgements);
     using TakeMessage = bool (PublishedSubscription::*)(UA_NotificationMessage&);
     void takeMessage(std::uint32_t id, UA_NotificationMessage& message, TakeMessage take);
@@ -84,7 +85,8 @@ private:
     Acknowledgements m_acknowledgements;
     MissingMessages m_missing;
     PublishPace m_pace;
-    unsigned int m_waiting = 0; ///< publish requests at the server
+    unsigned int m_waiting = 0;  ///< publish requests at the server
+    unsigned int m_doubtful = 0; ///< so many of them it may have dropped
     bool m_flows = true;
     bool m_closed = false;
 };

@@ -7,6 +7,12 @@
 #include "subscription/publisher.h"
 
 namespace UaClientSdk {
+namespace {
+
+/// A server that answers as fast as it is asked does not keep the rest of the house from being kept.
+constexpr int mostAtOnce = 16;
+
+} // namespace
 
 class Publisher::PublishAnswer : public AnswerReceiver {
 public:
@@ -49,13 +55,13 @@ Clock::time_point Publisher::keepHouse(Pipe& pipe, bool silent) {
         const Clock::time_point now = Clock::now();
         next = std::min(judgeSilence(now, pipe.lastHeard()), giveUpLate(now, pipe.lastHeard()));
     }
-    while (sendRepublish(pipe)) {
-    }
-    while (sendPublish(pipe)) {
-    }
+    int sent = 0;
+    while (sent < mostAtOnce && (sendRepublish(pipe) || sendPublish(pipe)))
+        ++sent;
+    const Clock::time_point now = Clock::now();
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const Clock::time_point notBefore = m_pace.notBefore();
-    return Clock::now() < notBefore && isAnyAlive() ? std::min(next, notBefore) : next;
+    const Clock::time_point notBefore = sent == mostAtOnce ? now : m_pace.notBefore();
+    return now <= notBefore && isAnyAlive() ? std::min(next, notBefore) : next;
 }
 
 void Publisher::forgetSilence() {
@@ -86,7 +92,7 @@ bool Publisher::sendPublish(Pipe& pipe) {
     SentPublish& sent = answer->sent();
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (!isAnyAlive() || !m_pace.mayAsk(m_waiting, Clock::now()))
+        if (!isAnyAlive() || !m_pace.mayAsk(m_waiting - m_doubtful, Clock::now()))
             return false;
         ++m_waiting;
         sent = {m_generation, m_acknowledgements.takeAll()};
@@ -99,9 +105,15 @@ bool Publisher::sendPublish(Pipe& pipe) {
                                       Deadline(Pipe::postLimit), Pipe::Answered::SomeTime, answer);
     if (status.isBad()) {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        --m_waiting;
-        pauseUnsent(status);
-        acknowledgeAgain(sent.acknowledgements);
+        noLongerWaits();
+        if (status.statusCode() == UA_STATUSCODE_BADREQUESTTOOLARGE) {
+            // What cannot be told need not be: a server lets the oldest messages go by itself.
+            m_pace.refused();
+            tellFlow();
+        } else {
+            pauseUnsent(status);
+            acknowledgeAgain(sent.acknowledgements);
+        }
     }
     return !status.isBad();
 }
