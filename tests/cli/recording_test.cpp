@@ -1,6 +1,10 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <ios>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,6 +33,11 @@ protected:
         std::vector<std::string> found;
         Recording::toRead(m_path).rows({}, [&](const RecordedRow& row) { found.push_back(row.text); });
         return found;
+    }
+    bool hasWriteAheadLog() const {
+        std::ifstream file(m_path, std::ios::binary);
+        const std::streamoff writeVersion = 18;
+        return file.seekg(writeVersion).get() == 2;
     }
 
     test_support::TemporaryDirectory m_directory;
@@ -81,4 +90,31 @@ TEST_F(RecordingFile, ARowThatCannotBeWrittenLeavesTheFileToOthers) {
     add(other, "second");
     other.commit();
     EXPECT_THAT(texts(), ElementsAre("second"));
+}
+
+TEST_F(RecordingFile, FinishedOnesNeedNoOtherFileBesideThem) {
+    std::optional<Recording> recording;
+    recording.emplace(open());
+    EXPECT_TRUE(hasWriteAheadLog());
+    recording->node("opc.tcp://one", "i=1", "Speed");
+    add(*recording, "first");
+    recording->commit();
+    recording.reset();
+    EXPECT_FALSE(hasWriteAheadLog());
+    EXPECT_FALSE(std::filesystem::exists(m_path + "-wal"));
+    EXPECT_THAT(texts(), ElementsAre("first"));
+}
+
+TEST_F(RecordingFile, StaysAsItIsForTheOneThatGoesOn) {
+    Recording goesOn = open();
+    goesOn.node("opc.tcp://one", "i=1", "Speed");
+    {
+        Recording ends = open();
+        add(ends, "first");
+        ends.commit();
+    }
+    EXPECT_TRUE(hasWriteAheadLog());
+    add(goesOn, "second");
+    goesOn.commit();
+    EXPECT_THAT(texts(), ElementsAre("first", "second"));
 }

@@ -124,6 +124,12 @@ std::string Statement::text(int column) const {
 }
 
 void Recording::Close::operator()(sqlite3* database) const {
+    // With its log gone a file can be read by those who may not write beside it. Who else has it open keeps
+    // it.
+    if (sqlite3_db_readonly(database, "main") == 0) {
+        sqlite3_busy_timeout(database, 0);
+        sqlite3_exec(database, "PRAGMA journal_mode = DELETE", nullptr, nullptr, nullptr);
+    }
     sqlite3_close_v2(database);
 }
 
