@@ -183,9 +183,21 @@ TEST_F(NodeList, WrongJsonIsRefusedWithItsLine) {
         {"[{\"node\": \"i=1\", \"value\": 5, \"type\": \"Decimal\"}]", "line 1: no type is called Decimal"},
         {"[{\"node\": \"i=1\", \"value\": 5, \"index\": [-1]}]", "line 1: \"[-1]\" is no index"},
         {"[{\"node\": \"i=1\", \"value\": 5, \"index\": {}}]", "line 1: \"index\" is no text"},
+        {"[\n{\"node\": \"i=1\",\n\"value\": 1e400\n}]", "line 3: number overflow"},
     };
     for (const auto& [text, message] : cases)
         EXPECT_THAT(refusalOf(text, true), AllOf(HasSubstr(m_path), HasSubstr(message))) << text;
+}
+
+TEST_F(NodeList, JsonIsNestedAsDeepAsArraysAreAtMost) {
+    const auto nested = [](std::size_t levels) {
+        return "[{\"node\": \"i=1\",\n\"value\": " + std::string(levels - 2, '[') +
+               std::string(levels - 2, ']') + "}]";
+    };
+    EXPECT_EQ(readText(nested(32), true).size(), 1u);
+    EXPECT_THAT(refusalOf(nested(33), true), HasSubstr("line 2: there are more than 32 levels"));
+    EXPECT_THAT(refusalOf(nested(1000000), true), HasSubstr("line 2: there are more than 32 levels"));
+    EXPECT_THAT(refusalOf(std::string(1000000, '['), true), HasSubstr("line 1: there are more than 32"));
 }
 
 TEST_F(NodeList, FilesThatCannotBeReadAreRefused) {
