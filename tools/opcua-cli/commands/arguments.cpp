@@ -146,7 +146,7 @@ ExitCode runReporting(CommonOptions& options, const std::function<ExitCode()>& c
         if (failure.exitCode() == ExitCode::OutputClosed)
             return failure.exitCode();
         reportProblem(failure.problem());
-        if (options.json && failure.exitCode() != ExitCode::OutputFailed)
+        if (options.json && !failure.isOutputOver())
             writeOutput(form({{"error", toJson(failure.problem())}}));
         return failure.exitCode();
     }

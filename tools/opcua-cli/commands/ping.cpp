@@ -105,7 +105,7 @@ public:
             while (m_sent < m_options.count)
                 probe();
         } catch (const Failure& failure) {
-            if (failure.exitCode() == ExitCode::OutputClosed || failure.exitCode() == ExitCode::OutputFailed)
+            if (failure.isOutputOver())
                 throw;
             interruption = failure;
         }
