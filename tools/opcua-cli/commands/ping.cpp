@@ -110,6 +110,7 @@ public:
             interruption = failure;
         }
         summarise();
+        setLastWords(nullptr); // whatever keeps the session open
         // Ctrl-C is how it is meant to end.
         if (interruption && (m_answers.count() == 0 || interruption->exitCode() != ExitCode::Interrupted))
             throw Failure(*interruption);
