@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdlib>
 #include <iostream>
 #include <mutex>
@@ -164,7 +165,7 @@ void Panel::checkSensors() {
 void Panel::write(const std::string& line) {
     char* end = nullptr;
     const double value = std::strtod(line.c_str(), &end);
-    if (end == line.c_str() || *end != '\0') {
+    if (end == line.c_str() || *end != '\0' || !std::isfinite(value)) {
         show("a number, please");
         return;
     }

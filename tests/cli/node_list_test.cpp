@@ -1,3 +1,4 @@
+#include <cstddef>
 #include <fstream>
 #include <ios>
 #include <memory>
@@ -84,12 +85,24 @@ TEST_F(NodeList, SemicolonsComeWithDecimalCommas) {
 }
 
 TEST_F(NodeList, TypesThatStateTooLittleAreLookedFor) {
-    const auto jobs = readText("node,type\ni=1,Double\ni=2,Double[3]\ni=3,other\n", false);
-    ASSERT_EQ(jobs.size(), 3u);
+    const auto jobs = readText("node,type\ni=1,Double\ni=2,Double[3]\ni=3,other\ni=4,other[3]\n", false);
+    ASSERT_EQ(jobs.size(), 4u);
     EXPECT_EQ(jobs[0].type, OpcUaDataType_Double);
     EXPECT_EQ(jobs[1].type, std::nullopt);
     EXPECT_EQ(jobs[2].type, std::nullopt);
+    EXPECT_EQ(jobs[3].type, std::nullopt);
     EXPECT_THAT(refusalOf("node,type\ni=1,Decimal[3]\n", false), HasSubstr("no type is called Decimal;"));
+}
+
+TEST_F(NodeList, SoAreThoseOfTheProgramsOwnDocuments) {
+    const auto jobs = readText(R"({"nodes": [{"node": "i=1", "type": "Double", "shape": []},
+      {"node": "i=2", "type": "Double", "shape": [10]}, {"node": "i=3", "type": "other", "shape": []},
+      {"node": "i=4", "type": "other", "shape": [10]}, {"node": "i=5", "type": null, "shape": null}]})",
+                               false);
+    ASSERT_EQ(jobs.size(), 5u);
+    EXPECT_EQ(jobs[0].type, OpcUaDataType_Double);
+    for (std::size_t i = 1; i < jobs.size(); ++i)
+        EXPECT_EQ(jobs[i].type, std::nullopt) << jobs[i].given;
 }
 
 TEST_F(NodeList, AnErrorIsNoValue) {
@@ -167,12 +180,24 @@ TEST_F(NodeList, WrongJsonIsRefusedWithItsLine) {
         {"[{\"node\": \"i=1\", \"value\": 1},\n{\"node\": \"i=1\"}]", "line 2: there is no \"value\""},
         {"[{\"node\": \"i=1\", \"value\": null}]", "line 1: there is no \"value\""},
         {"[{\"node\": \"x\", \"value\": 5}]", "line 1: \"x\" is no node"},
-        {"[{\"node\": \"i=1\", \"value\": 5, \"type\": \"other\"}]", "line 1: no type is called other"},
+        {"[{\"node\": \"i=1\", \"value\": 5, \"type\": \"Decimal\"}]", "line 1: no type is called Decimal"},
         {"[{\"node\": \"i=1\", \"value\": 5, \"index\": [-1]}]", "line 1: \"[-1]\" is no index"},
         {"[{\"node\": \"i=1\", \"value\": 5, \"index\": {}}]", "line 1: \"index\" is no text"},
+        {"[\n{\"node\": \"i=1\",\n\"value\": 1e400\n}]", "line 3: number overflow"},
     };
     for (const auto& [text, message] : cases)
         EXPECT_THAT(refusalOf(text, true), AllOf(HasSubstr(m_path), HasSubstr(message))) << text;
+}
+
+TEST_F(NodeList, JsonIsNestedAsDeepAsArraysAreAtMost) {
+    const auto nested = [](std::size_t levels) {
+        return "[{\"node\": \"i=1\",\n\"value\": " + std::string(levels - 2, '[') +
+               std::string(levels - 2, ']') + "}]";
+    };
+    EXPECT_EQ(readText(nested(32), true).size(), 1u);
+    EXPECT_THAT(refusalOf(nested(33), true), HasSubstr("line 2: there are more than 32 levels"));
+    EXPECT_THAT(refusalOf(nested(1000000), true), HasSubstr("line 2: there are more than 32 levels"));
+    EXPECT_THAT(refusalOf(std::string(1000000, '['), true), HasSubstr("line 1: there are more than 32"));
 }
 
 TEST_F(NodeList, FilesThatCannotBeReadAreRefused) {

@@ -115,6 +115,17 @@ TEST_F(Ping, SumsUpInTheMidstOfSilence) {
     EXPECT_EQ(end(), 0);
 }
 
+TEST_F(Ping, TheSumIsItsLastDocument) {
+    start();
+    await("answer");
+    m_server.freeze();
+    await("waiting");
+    m_program->signal(SIGINT);
+    await("summary");
+    end();
+    EXPECT_EQ(m_program->standardOutput(), "") << "though the session cannot be closed";
+}
+
 TEST_F(Ping, ConnectsAgain) {
     start();
     await("answer");

@@ -3,9 +3,13 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <fcntl.h>
 #include <limits>
 #include <map>
 #include <string>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -14,6 +18,7 @@
 
 #include "plant_fixture.h"
 #include "support/child_process.h"
+#include "support/temporary_directory.h"
 
 using namespace cli_test;
 using nlohmann::json;
@@ -500,6 +505,30 @@ TEST_F(LatePlant, CtrlCEndsALongBrowseAndItsSession) {
     ASSERT_TRUE(end);
     EXPECT_EQ(end->exitCode, 130) << browse.standardError();
     EXPECT_TRUE(json::parse(browse.standardOutput()).contains("error"));
+    EXPECT_EQ(sessions(), 1u);
+}
+
+TEST_F(Plant, CtrlCEndsAnOutputThatNobodyReads) {
+    const test_support::TemporaryDirectory directory;
+    const std::string path = (directory.path() / "pipe").string();
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    const test_support::Descriptor pipe(open(path.c_str(), O_RDWR | O_CLOEXEC));
+    const int room = fcntl(pipe.get(), F_GETPIPE_SZ);
+    Arguments arguments{"-c", "exec \"$0\" \"$@\" >" + path, program()};
+    for (const std::string& word : call("browse", {"/TestRack", "--depth", "3", "--json"}))
+        arguments.push_back(word);
+    ChildProcess browse("sh", arguments);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    for (int waiting = 0; waiting < room;) {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << waiting << " of " << room;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        ASSERT_EQ(ioctl(pipe.get(), FIONREAD, &waiting), 0);
+    }
+    browse.signal(SIGINT);
+    const auto end = browse.wait(std::chrono::seconds(60));
+    ASSERT_TRUE(end);
+    EXPECT_EQ(end->exitCode, 130);
+    EXPECT_THAT(browse.standardError(), AllOf(HasSubstr("interrupted"), Not(HasSubstr("has not answered"))));
     EXPECT_EQ(sessions(), 1u);
 }
 

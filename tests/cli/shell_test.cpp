@@ -163,6 +163,16 @@ TEST_F(Shell, GoesOnAfterAFailureUnlessItIsStrict) {
     EXPECT_EQ(shell("read i=2261\nquit\nfly\n", {"--strict"}).exitCode, 0);
 }
 
+TEST_F(Shell, ItsOwnLinesAreNoValues) {
+    for (const std::string& command : {"write " + rack + "Scalar.String -", std::string("write --from -"),
+                                       std::string("read --from -"), std::string("restore -")}) {
+        const CliResult result = shell(command + "\nread i=2261\n");
+        EXPECT_EQ(result.exitCode, 2) << command;
+        EXPECT_THAT(result.output, HasSubstr("Plant server"));
+        EXPECT_THAT(result.error, HasSubstr("standard input holds the shell's own lines"));
+    }
+}
+
 TEST_F(Shell, HelpsWithItsCommands) {
     const CliResult result = shell("help\nhelp read\nread --help\n");
     EXPECT_EQ(result.exitCode, 0) << result.error;

@@ -109,6 +109,7 @@ TEST(Usage, WrongArgumentsAreExitCode2) {
         {{"read", nowhere, "i=1", "/a//b"}, "is empty"},
         {{"read", nowhere, "i=1", "--type", "Decimal"}, "no type is called Decimal"},
         {{"write", nowhere, "i=1", "300", "--type", "Byte"}, "out of range"},
+        {{"write", nowhere, "i=1", "-", "i=2", "-"}, "standard input is one value"},
         {{"browse", nowhere, "i=x"}, "is no node"},
         {{"info", nowhere, "--policy", "Basic512"}, "no security policy is called Basic512; there are None"},
         {{"info", nowhere, "--mode", "encrypted"}, "no security mode is called encrypted"},

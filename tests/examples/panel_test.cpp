@@ -110,8 +110,10 @@ TEST(Panel, WaitsForAServerThatIsNotThereYet) {
     panel.await("no connection: ");
     const ServerProcess late(PlantServer::program(), {"--port", port, "--security", "--die-with-parent"});
     trustAlways(panel);
-    panel.type("fast");
-    panel.await("a number, please");
+    for (const char* typed : {"fast", "1e999", "-inf", "nan"}) {
+        panel.type(typed);
+        panel.await("a number, please");
+    }
     EXPECT_EQ(panel.endOfInput().text(), "exit code 0");
 }
 

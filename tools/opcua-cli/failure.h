@@ -42,11 +42,17 @@ public:
 
     ExitCode exitCode() const { return m_exitCode; }
     const Problem& problem() const { return m_problem; }
+    /// True when nothing more can be written.
+    bool isOutputOver() const {
+        return m_isOutputOver || m_exitCode == ExitCode::OutputClosed || m_exitCode == ExitCode::OutputFailed;
+    }
+    void setOutputOver() { m_isOutputOver = true; }
     const char* what() const noexcept override { return m_problem.explanation.c_str(); }
 
 private:
     ExitCode m_exitCode;
     Problem m_problem;
+    bool m_isOutputOver = false;
 };
 
 inline Failure usageFailure(std::string explanation, std::string advice = {}) {

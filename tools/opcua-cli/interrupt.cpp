@@ -25,6 +25,7 @@ constexpr std::chrono::seconds timeToEnd{2};
 // What the handler touches: it may run on any thread of the library.
 std::atomic<int> received{0};
 std::atomic<int> wakeUp{-1};
+std::atomic<unsigned> forgotten{0}; ///< counts
 std::atomic<const char*> lastWords{nullptr};
 std::atomic<void (*)()> lastAct{nullptr};
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<const char*>::is_always_lock_free &&
@@ -82,15 +83,20 @@ constexpr std::array<WatchedSignal, 3> watchedSignals{
     _exit(static_cast<int>(watched.exitCode));
 }
 
-/// Ends what does not end by itself. A shell forgets a signal that ended one of its commands.
+/// Ends what does not end by itself. A shell forgets a signal that ended one of its commands; the next one
+/// has its whole time again.
 void endLate() {
     for (;;) {
         pollfd interrupt{wakeUp, POLLIN, 0};
         while (poll(&interrupt, 1, -1) < 1) {
         }
+        const unsigned before = forgotten;
         std::this_thread::sleep_for(timeToEnd);
+        const int number = received;
+        if (forgotten != before)
+            continue;
         for (const WatchedSignal& watched : watchedSignals)
-            if (received == watched.number)
+            if (number == watched.number)
                 endNow(watched);
     }
 }
@@ -120,10 +126,13 @@ void throwIfInterrupted() {
 }
 
 void forgetInterrupt() {
-    int interrupted = SIGINT;
+    if (received != SIGINT)
+        return;
+    // In this order: a signal that comes once there is none is a new one, to wake everybody up.
+    ++forgotten;
     std::uint64_t count = 0;
-    if (received.compare_exchange_strong(interrupted, 0)) [[maybe_unused]]
-        const ssize_t taken = ::read(wakeUp, &count, sizeof count);
+    [[maybe_unused]] const ssize_t taken = ::read(wakeUp, &count, sizeof count);
+    received = 0;
 }
 
 void pauseFor(std::chrono::milliseconds time) {

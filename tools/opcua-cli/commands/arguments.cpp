@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 
 #include <nlohmann/json.hpp>
 
@@ -146,7 +147,7 @@ ExitCode runReporting(CommonOptions& options, const std::function<ExitCode()>& c
         if (failure.exitCode() == ExitCode::OutputClosed)
             return failure.exitCode();
         reportProblem(failure.problem());
-        if (options.json && failure.exitCode() != ExitCode::OutputFailed)
+        if (options.json && !failure.isOutputOver())
             writeOutput(form({{"error", toJson(failure.problem())}}));
         return failure.exitCode();
     }
@@ -165,6 +166,11 @@ void addNodeListOptions(Command& command, NodeListOptions& options, const std::s
     command.addOption("--from", "FILE", &options.file,
                       "Take the nodes from a CSV or JSON file; - for standard input");
     addMaxElementsOption(command, options.maxElements);
+}
+
+void checkInputIsFree(const CommonOptions& options, const std::string& name) {
+    if (name == "-" && options.session && isatty(STDIN_FILENO) != 1)
+        throw usageFailure("standard input holds the shell's own lines", "a file, or the value itself");
 }
 
 void completeJobs(Jobs& jobs, const NodeListOptions& options) {

@@ -50,6 +50,10 @@ void addFolderOptions(Command& command, FolderOptions& options);
 /// Adds type and index of the command line where a job has none. Throws Failure (Usage).
 void completeJobs(Jobs& jobs, const NodeListOptions& options);
 
+/// Takes the names of files, or values, where "-" stands for standard input. Throws Failure (Usage) for that
+/// one in a shell whose lines come from there.
+void checkInputIsFree(const CommonOptions& options, const std::string& name);
+
 /// A chosen sub-command, ready to run.
 struct Action {
     std::function<ExitCode()> run{};

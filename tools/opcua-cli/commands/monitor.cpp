@@ -223,7 +223,7 @@ ExitCode follow(const FollowOptions& options, const MakeOutput& makeOutput) {
     try {
         all = monitor.run() && all;
     } catch (const Failure& failure) {
-        if (failure.exitCode() != ExitCode::OutputClosed && failure.exitCode() != ExitCode::OutputFailed)
+        if (!failure.isOutputOver())
             monitor.end();
         throw;
     }

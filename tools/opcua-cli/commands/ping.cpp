@@ -105,11 +105,12 @@ public:
             while (m_sent < m_options.count)
                 probe();
         } catch (const Failure& failure) {
-            if (failure.exitCode() == ExitCode::OutputClosed || failure.exitCode() == ExitCode::OutputFailed)
+            if (failure.isOutputOver())
                 throw;
             interruption = failure;
         }
         summarise();
+        setLastWords(nullptr); // whatever keeps the session open
         // Ctrl-C is how it is meant to end.
         if (interruption && (m_answers.count() == 0 || interruption->exitCode() != ExitCode::Interrupted))
             throw Failure(*interruption);

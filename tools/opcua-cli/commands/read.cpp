@@ -27,6 +27,7 @@ Jobs jobsOf(const ReadOptions& options) {
     if (options.nodes.empty() == options.file.empty())
         throw usageFailure(options.file.empty() ? "NODE is required" : "NODE and --from exclude each other",
                            "nodes as arguments, or a file that names them");
+    checkInputIsFree(options, options.file);
     Jobs jobs;
     for (const std::string& given : options.nodes)
         jobs.push_back({{}, given, parseNodeReference(given)});

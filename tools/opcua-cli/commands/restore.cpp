@@ -137,6 +137,7 @@ std::string jsonReport(const RestoreOptions& options, const Restoration& restore
 }
 
 ExitCode runRestore(const RestoreOptions& options) {
+    checkInputIsFree(options, options.file);
     const Restoration restored = restoreValues(options, readSnapshot(options.file));
     writeOutput(options.json ? jsonReport(options, restored) : tableReport(restored));
     return reportProblems(restored.jobs);

@@ -25,9 +25,11 @@ struct WriteOptions : NodeListOptions {
     bool isSingle() const { return file.empty() && pairs.size() == 2; }
 };
 
+constexpr const char* inputSign = "-";
+
 /// The value as the user gave it; "-" stands for standard input, whose last line end is none of the value.
 std::string givenValue(const std::string& value) {
-    if (value != "-")
+    if (value != inputSign)
         return value;
     std::string text = readInput();
     if (!text.empty() && text.back() == '\n')
@@ -42,6 +44,12 @@ Jobs jobsOf(const std::vector<std::string>& pairs) {
         throw usageFailure("NODE is required", "a node and its value, or --from with a file");
     if (pairs.size() % 2 != 0)
         throw usageFailure("VALUE is required for " + pairs.back(), "a value behind each node");
+    std::size_t inputs = 0;
+    for (std::size_t i = 1; i < pairs.size(); i += 2)
+        inputs += pairs[i] == inputSign ? 1 : 0;
+    if (inputs > 1)
+        throw usageFailure("standard input is one value, and several are to be taken from there",
+                           "a command for each, or --from with a file");
     Jobs jobs;
     for (std::size_t i = 0; i < pairs.size(); i += 2)
         jobs.push_back({{}, pairs[i], parseNodeReference(pairs[i]), {}, {}, givenValue(pairs[i + 1])});
@@ -59,6 +67,9 @@ void checkStatedType(const Job& job) {
 Jobs jobsOf(const WriteOptions& options) {
     if (!options.file.empty() && !options.pairs.empty())
         throw usageFailure("NODE and --from exclude each other", "nodes as arguments, or a file with them");
+    checkInputIsFree(options, options.file);
+    for (std::size_t i = 1; i < options.pairs.size(); i += 2)
+        checkInputIsFree(options, options.pairs[i]);
     Jobs jobs = options.file.empty() ? jobsOf(options.pairs) : readNodeList(options.file, true);
     completeJobs(jobs, options);
     std::for_each(jobs.begin(), jobs.end(), checkStatedType);

@@ -17,8 +17,11 @@ namespace opcua_cli {
 namespace {
 
 constexpr const char* listKey = "nodes";
+/// More than any array has dimensions; what copies a document, or lets it go, goes down so far.
+constexpr int mostLevels = 32;
 
-/// Notes the lines of the list's entries while the parser goes through the text.
+/// Notes the lines of the list's entries while the parser goes through the text, and stops it where that is
+/// nested too deep.
 class EntryLines {
 public:
     explicit EntryLines(const std::string& text) : m_text(text), m_stream(text) {}
@@ -27,6 +30,8 @@ public:
 
     bool see(int depth, Json::parse_event_t event, const Json& parsed) {
         using Event = Json::parse_event_t;
+        if (depth >= mostLevels && (event == Event::object_start || event == Event::array_start))
+            throw FormatError(line(), "there are more than " + std::to_string(mostLevels) + " levels");
         if (event == Event::array_start && depth == 0)
             m_listDepth = 0;
         if (event == Event::key && depth == 1)
@@ -40,7 +45,6 @@ public:
 
     const std::vector<std::size_t>& lines() const { return m_lines; }
 
-private:
     /// Of the character that the parser has read last.
     std::size_t line() {
         const auto left = std::max<std::streamsize>(m_stream.rdbuf()->in_avail(), 0);
@@ -50,6 +54,7 @@ private:
         return m_line;
     }
 
+private:
     const std::string& m_text;
     std::istringstream m_stream;
     std::size_t m_counted = 0;
@@ -60,8 +65,10 @@ private:
 };
 
 /// "[json.exception...] parse error at line 2, column 5: what" without what we tell ourselves.
-std::string reasonOf(const Json::parse_error& error) {
-    const std::string text = error.what();
+std::string reasonOf(const Json::exception& error) {
+    std::string text = error.what();
+    if (const std::size_t name = text.find("] "); name != std::string::npos)
+        text.erase(0, name + 2);
     const std::size_t column = text.find("column ");
     const std::size_t colon = column == std::string::npos ? column : text.find(": ", column);
     return colon == std::string::npos ? text : text.substr(colon + 2);
@@ -85,6 +92,8 @@ JsonList parseJsonList(const std::string& text) {
             });
     } catch (const Json::parse_error& error) {
         throw FormatError(lineOf(text, error.byte), reasonOf(error));
+    } catch (const Json::exception& error) { // such as a number that is too great
+        throw FormatError(lines.line(), reasonOf(error));
     }
     const Json* const nodes = list.document.is_object() && list.document.contains(listKey)
                                   ? &list.document.at(listKey)

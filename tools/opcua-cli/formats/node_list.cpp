@@ -61,11 +61,11 @@ private:
     std::map<std::string_view, std::size_t> m_places;
 };
 
-/// What the program itself writes is also "Double[3]" and "other", which state too little: empty then, so
-/// that the node is looked for. Throws Failure (Usage).
+/// What the program itself writes is also "Double[3]", "other" and "other[3]", which state too little: empty
+/// then, so that the node is looked for. Throws Failure (Usage).
 std::string statedType(const std::string& text) {
     const std::string name = text.substr(0, text.find('['));
-    const bool isOther = text == typeName(OpcUaDataType_Null);
+    const bool isOther = name == typeName(OpcUaDataType_Null);
     if (!isOther && !name.empty() && !typeFromName(name))
         throw usageFailure(unknownTypeText(name));
     return isOther || name != text ? std::string() : text;
@@ -111,6 +111,14 @@ std::string indexField(const Json& entry) {
     return found->dump();
 }
 
+/// The type that an entry has is one of elements when there is a shape: it states as little then.
+std::string typeField(const Json& entry) {
+    const std::string type = statedType(textField(entry, "type"));
+    const auto shape = entry.find("shape");
+    const bool isArray = shape != entry.end() && shape->is_array() && !shape->empty();
+    return isArray ? std::string() : type;
+}
+
 Job fromEntry(const Json& entry, bool withValues) {
     if (entry.is_string() && !withValues)
         return makeJob(entry.get<std::string>(), {}, {}, std::nullopt);
@@ -124,7 +132,7 @@ Job fromEntry(const Json& entry, bool withValues) {
     std::optional<GivenValue> value;
     if (withValues)
         value = valueIn(entry);
-    return makeJob(node, textField(entry, "type"), indexField(entry), std::move(value));
+    return makeJob(node, typeField(entry), indexField(entry), std::move(value));
 }
 
 Jobs fromJson(const TextFile& file, bool withValues) {

@@ -23,6 +23,29 @@ std::string systemMessage() {
     return std::strerror(errno);
 }
 
+/// A signal may find it waiting for a reader that takes nothing.
+bool writeAll(int descriptor, const std::string& text, void (*onSignal)()) {
+    std::size_t done = 0;
+    while (done < text.size()) {
+        const ssize_t count = ::write(descriptor, text.data() + done, text.size() - done);
+        if (count < 0 && errno != EINTR)
+            return false;
+        done += count < 0 ? 0 : static_cast<std::size_t>(count);
+        if (done < text.size())
+            onSignal();
+    }
+    return true;
+}
+
+void endOutputIfInterrupted() {
+    try {
+        throwIfInterrupted();
+    } catch (Failure& failure) {
+        failure.setOutputOver();
+        throw;
+    }
+}
+
 } // namespace
 
 void secureStandardStreams() {
@@ -34,19 +57,11 @@ void secureStandardStreams() {
 }
 
 bool writeAll(int descriptor, const std::string& text) {
-    std::size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t count = ::write(descriptor, text.data() + done, text.size() - done);
-        if (count >= 0)
-            done += static_cast<std::size_t>(count);
-        else if (errno != EINTR)
-            return false;
-    }
-    return true;
+    return writeAll(descriptor, text, [] {});
 }
 
 void writeOutput(const std::string& text) {
-    if (writeAll(STDOUT_FILENO, text))
+    if (writeAll(STDOUT_FILENO, text, endOutputIfInterrupted))
         return;
     if (errno == EPIPE)
         throw Failure(ExitCode::OutputClosed, {});

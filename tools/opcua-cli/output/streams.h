@@ -10,7 +10,8 @@ namespace opcua_cli {
 /// never take one of these. A reader that goes away is a failed write and no signal.
 void secureStandardStreams();
 
-/// Writes everything, or throws Failure with OutputClosed (the reader went away) or OutputFailed.
+/// Writes everything, or throws Failure: OutputClosed (the reader went away), OutputFailed, or as
+/// throwIfInterrupted() for a signal that comes while it is being written.
 void writeOutput(const std::string& text);
 
 /// A problem for a person, on standard error: what, the library's word on it, what to try.

@@ -24,7 +24,10 @@ constexpr int applicationId = 0x4F504355; // "OPCU"
 constexpr int formatVersion = 1;
 constexpr int lockWaitMilliseconds = 10000;
 constexpr int longestText = 64 << 20;
-constexpr std::chrono::seconds longestTransaction{1};
+constexpr std::chrono::seconds longestWait{1};
+// What waits to be committed.
+constexpr std::size_t mostRows = 1000;
+constexpr std::size_t mostText = 16 << 20;
 
 constexpr const char* tables = R"(
 CREATE TABLE nodes (id INTEGER PRIMARY KEY, url TEXT NOT NULL, node TEXT NOT NULL, name TEXT NOT NULL,
@@ -121,6 +124,12 @@ std::string Statement::text(int column) const {
 }
 
 void Recording::Close::operator()(sqlite3* database) const {
+    // With its log gone a file can be read by those who may not write beside it. Who else has it open keeps
+    // it.
+    if (sqlite3_db_readonly(database, "main") == 0) {
+        sqlite3_busy_timeout(database, 0);
+        sqlite3_exec(database, "PRAGMA journal_mode = DELETE", nullptr, nullptr, nullptr);
+    }
     sqlite3_close_v2(database);
 }
 
@@ -194,32 +203,46 @@ std::int64_t Recording::node(const std::string& url, const std::string& nodeId, 
 
 void Recording::add(std::chrono::system_clock::time_point time, const char* event, std::int64_t node,
                     const std::string& type, const Value& value, const std::string& text) {
-    if (!m_pending) {
-        execute("BEGIN IMMEDIATE");
-        m_pending = true;
+    if (m_rows.empty())
         m_begun = std::chrono::steady_clock::now();
-    }
+    m_rows.push_back({time, event, node, type, value, text});
+    m_textSize += text.size();
+    if (m_rows.size() >= mostRows || m_textSize >= mostText)
+        commit();
+}
+
+void Recording::insert(const Row& row) {
     if (!m_insert)
         m_insert.emplace(m_database.get(), "INSERT INTO changes (time, event, node, type, value, text) "
                                            "VALUES (?1, ?2, ?3, nullif(?4, ''), ?5, ?6)");
-    m_insert->bind(1, utcText(time));
-    m_insert->bind(2, std::string(event));
-    m_insert->bind(3, node);
-    m_insert->bind(4, type);
-    m_insert->bind(5, value);
-    m_insert->bind(6, isValidUtf8(text) ? text : printable(text));
+    m_insert->bind(1, utcText(row.time));
+    m_insert->bind(2, std::string(row.event));
+    m_insert->bind(3, row.node);
+    m_insert->bind(4, row.type);
+    m_insert->bind(5, row.value);
+    m_insert->bind(6, isValidUtf8(row.text) ? row.text : printable(row.text));
     m_insert->step();
 }
 
 void Recording::commit() {
-    if (!m_pending)
+    if (m_rows.empty())
         return;
-    m_pending = false;
-    execute("COMMIT");
+    execute("BEGIN IMMEDIATE");
+    try {
+        for (const Row& row : m_rows)
+            insert(row);
+        execute("COMMIT");
+    } catch (...) {
+        m_insert.reset();
+        sqlite3_exec(m_database.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+        throw;
+    }
+    m_rows.clear();
+    m_textSize = 0;
 }
 
 void Recording::commitWhenDue() {
-    if (std::chrono::steady_clock::now() - m_begun >= longestTransaction)
+    if (std::chrono::steady_clock::now() - m_begun >= longestWait)
         commit();
 }
 

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "values/value.h"
 
@@ -56,7 +58,8 @@ struct RowFilter {
 };
 
 /// A SQLite file with recorded changes: README.md has its tables. Rows that were committed survive whatever
-/// happens to the program or the machine.
+/// happens to the program or the machine. Several programs may write to it at once: the file is locked for a
+/// commit alone.
 class Recording {
 public:
     /// Opens the file to add rows; makes it when there is none. Throws Failure: Usage for a file that is
@@ -68,9 +71,11 @@ public:
     /// The number that stands for a node, or for the server itself when its id is empty.
     std::int64_t node(const std::string& url, const std::string& nodeId, const std::string& name);
 
-    /// Adds a row, which is written with commit() at the latest. Throws Failure (OutputFailed).
+    /// Adds a row, which is written with commit() at the latest; `event` must live on until then. Throws
+    /// Failure (OutputFailed).
     void add(std::chrono::system_clock::time_point time, const char* event, std::int64_t node,
              const std::string& type, const Value& value, const std::string& text);
+    /// Throws Failure (OutputFailed).
     void commit();
     /// Commits what is older than a second.
     void commitWhenDue();
@@ -82,18 +87,28 @@ private:
     struct Close {
         void operator()(sqlite3* database) const;
     };
+    struct Row {
+        std::chrono::system_clock::time_point time;
+        const char* event;
+        std::int64_t node;
+        std::string type;
+        Value value;
+        std::string text;
+    };
 
     Recording(const std::string& path, bool writable);
     void execute(const char* sql);
     std::int64_t pragma(const char* sql);
     void prepareFile(bool writable);
     void makeTables();
+    void insert(const Row& row);
 
     std::string m_path;
     std::unique_ptr<sqlite3, Close> m_database;
     std::optional<Statement> m_insert;
-    bool m_pending = false; ///< a transaction is open
-    std::chrono::steady_clock::time_point m_begun{};
+    std::vector<Row> m_rows;                         ///< not yet committed
+    std::size_t m_textSize = 0;                      ///< theirs
+    std::chrono::steady_clock::time_point m_begun{}; ///< the first of them was added
 };
 
 } // namespace opcua_cli

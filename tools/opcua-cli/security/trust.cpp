@@ -60,6 +60,10 @@ bool isWord(const std::string& text, const std::string& word) {
 
 int TrustDecision::answer(const _OpcUaCertificateMsg& certificate) {
     m_refusal.reset();
+    m_isInTrustList = false;
+    if (certificate.thumbprint.empty() && m_rule != TrustRule::Once)
+        return refuse("the server shows no certificate: it seems to offer no security",
+                      "opcua-cli discover, which shows what it offers; --policy None");
     if (!certificate.thumbprint.empty() && certificate.thumbprint == m_acceptedThumbprint)
         return OpcUaTrust_Once;
     m_isInTrustList = isInTrustList(certificate);

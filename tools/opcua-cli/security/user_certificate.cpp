@@ -26,6 +26,15 @@ std::string contentOf(const fs::path& file) {
     }
 }
 
+/// How the targets of our own links begin, which shows that nobody else made them: "/./home/otto/user.der".
+constexpr const char* targetPrefix = "/.";
+
+bool isOwnLink(const fs::path& link) {
+    std::error_code error;
+    const std::string target = fs::read_symlink(link, error).string();
+    return target.compare(0, 3, targetPrefix + std::string("/")) == 0;
+}
+
 int lockDirectory(const fs::path& directory) {
     makePrivateDirectories(directory);
     const int lock = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -79,7 +88,7 @@ PlacedUserCertificate::~PlacedUserCertificate() {
 void PlacedUserCertificate::place(const fs::path& file, const fs::path& link) {
     std::error_code error;
     makePrivateDirectories(link.parent_path());
-    fs::create_symlink(fs::absolute(file), link, error);
+    fs::create_symlink(targetPrefix + fs::absolute(file).string(), link, error);
     if (error == std::errc::file_exists)
         throw usageFailure("the library keeps a user certificate of its own: " + link.string(),
                            "--user-cert default to use it, or move certificate and key away");
@@ -91,7 +100,7 @@ void PlacedUserCertificate::place(const fs::path& file, const fs::path& link) {
 void PlacedUserCertificate::remove() {
     for (const fs::path& link : {m_certificateLink, m_keyLink}) {
         std::error_code error;
-        if (fs::is_symlink(link, error))
+        if (isOwnLink(link))
             fs::remove(link, error);
     }
 }

@@ -17,7 +17,7 @@ struct UserCertificate {
 void checkUserCertificate(const UserCertificate& files);
 
 /// As long as it lives, the library finds the user's certificate and key where it looks for them, and no
-/// other run of the program puts another one there.
+/// other run of the program puts another one there. What somebody else placed there stays.
 class PlacedUserCertificate {
 public:
     /// Throws Failure, also when a certificate that the library keeps is in the way.

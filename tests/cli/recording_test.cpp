@@ -1,0 +1,120 @@
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <ios>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "failure.h"
+#include "record/recording.h"
+#include "support/temporary_directory.h"
+
+using namespace opcua_cli;
+using testing::ElementsAre;
+
+namespace {
+
+class RecordingFile : public testing::Test {
+protected:
+    Recording open() const { return Recording::toWrite(m_path); }
+
+    static void add(Recording& recording, const std::string& text) {
+        const std::int64_t node = 1;
+        recording.add(std::chrono::system_clock::now(), "value", node, "String", text, text);
+    }
+    /// The texts of all rows that another program sees.
+    std::vector<std::string> texts() const {
+        std::vector<std::string> found;
+        Recording::toRead(m_path).rows({}, [&](const RecordedRow& row) { found.push_back(row.text); });
+        return found;
+    }
+    bool hasWriteAheadLog() const {
+        std::ifstream file(m_path, std::ios::binary);
+        const std::streamoff writeVersion = 18;
+        return file.seekg(writeVersion).get() == 2;
+    }
+
+    test_support::TemporaryDirectory m_directory;
+    const std::string m_path = (m_directory.path() / "week.sqlite").string();
+};
+
+} // namespace
+
+TEST_F(RecordingFile, OneThatHasRowsToWriteHoldsNobodyUp) {
+    Recording one = open();
+    Recording other = open();
+    one.node("opc.tcp://one", "i=1", "Speed");
+    add(one, "first");
+    other.node("opc.tcp://other", "i=1", "Speed");
+    add(other, "second");
+    other.commit();
+    EXPECT_THAT(texts(), ElementsAre("second"));
+    one.commit();
+    EXPECT_THAT(texts(), ElementsAre("second", "first"));
+}
+
+TEST_F(RecordingFile, RowsDoNotPileUp) {
+    Recording recording = open();
+    recording.node("opc.tcp://one", "i=1", "Speed");
+    std::vector<std::string> added;
+    for (std::size_t i = 0; i < 5000; ++i)
+        add(recording, added.emplace_back(std::to_string(i)));
+    EXPECT_GE(texts().size(), 4000u);
+    recording.commit();
+    EXPECT_EQ(texts(), added);
+}
+
+TEST_F(RecordingFile, LongTextsDoNotPileUp) {
+    Recording recording = open();
+    recording.node("opc.tcp://one", "i=1", "Recipe");
+    for (std::size_t i = 0; i < 5; ++i)
+        add(recording, std::string(8 << 20, 'x'));
+    EXPECT_GE(texts().size(), 2u);
+}
+
+TEST_F(RecordingFile, ARowThatCannotBeWrittenLeavesTheFileToOthers) {
+    Recording one = open();
+    one.node("opc.tcp://one", "i=1", "Speed");
+    const auto addTooMuch = [&] {
+        add(one, std::string((64 << 20) + 1, 'x'));
+        one.commit();
+    };
+    EXPECT_THROW(addTooMuch(), Failure);
+    Recording other = open();
+    add(other, "second");
+    other.commit();
+    EXPECT_THAT(texts(), ElementsAre("second"));
+}
+
+TEST_F(RecordingFile, FinishedOnesNeedNoOtherFileBesideThem) {
+    std::optional<Recording> recording;
+    recording.emplace(open());
+    EXPECT_TRUE(hasWriteAheadLog());
+    recording->node("opc.tcp://one", "i=1", "Speed");
+    add(*recording, "first");
+    recording->commit();
+    recording.reset();
+    EXPECT_FALSE(hasWriteAheadLog());
+    EXPECT_FALSE(std::filesystem::exists(m_path + "-wal"));
+    EXPECT_THAT(texts(), ElementsAre("first"));
+}
+
+TEST_F(RecordingFile, StaysAsItIsForTheOneThatGoesOn) {
+    Recording goesOn = open();
+    goesOn.node("opc.tcp://one", "i=1", "Speed");
+    {
+        Recording ends = open();
+        add(ends, "first");
+        ends.commit();
+    }
+    EXPECT_TRUE(hasWriteAheadLog());
+    add(goesOn, "second");
+    goesOn.commit();
+    EXPECT_THAT(texts(), ElementsAre("first", "second"));
+}
