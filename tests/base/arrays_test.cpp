@@ -78,6 +78,18 @@ TEST(ProtocolArray, AsManyViewsTakeThePlaceOfTheOldOnes) {
     ids[0].indexRange = UA_String_fromChars("its own");
 }
 
+TEST(ProtocolArray, ViewsTakeThePlaceOfAsManyOwnElements) {
+    char text[] = "somebody else's";
+    UaStringArray texts;
+    texts.create(2);
+    texts[1] = UA_String_fromChars("its own");
+    texts.createViews(2);
+    EXPECT_EQ(texts[1].data, nullptr);
+    texts[1] = {sizeof text - 1, reinterpret_cast<UA_Byte*>(text)};
+    texts.clear();
+    EXPECT_STREQ(text, "somebody else's");
+}
+
 TEST(ProtocolArray, MovingLeavesTheSourceEmpty) {
     UaReferenceDescriptions source = twoReferences();
     const OpcUa_ReferenceDescription* const elements = source.rawData();

@@ -1,5 +1,7 @@
 #include <chrono>
 #include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <sys/wait.h>
 #include <thread>
@@ -71,6 +73,11 @@ TEST_F(DirectoryLock, OfWhatIsNoDirectoryIsNotHeld) {
     const UaDirectoryLock missing(UaString(m_name.text() + "/missing"), longTime);
     EXPECT_FALSE(missing.isHeld());
     EXPECT_EQ(missing.problem(), UaString("No such file or directory"));
+    const std::filesystem::path file = m_directory.path() / "file";
+    std::ofstream(file) << "content";
+    const UaDirectoryLock ofAFile(UaString(file.string()), longTime);
+    EXPECT_FALSE(ofAFile.isHeld());
+    EXPECT_EQ(ofAFile.problem(), UaString("Not a directory"));
     EXPECT_TRUE(UaDirectoryLock(UaString(), noTime).isHeld()) << "the working directory";
 }
 

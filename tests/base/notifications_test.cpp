@@ -102,6 +102,22 @@ TEST(Notifications, HoldScalarsThatAreLargerThanANumber) {
     EXPECT_EQ(list[1].value.toString(), UaString("5"));
 }
 
+TEST(Notifications, HoldAScalarThatIsALittleLargerThanANumber) {
+    UA_ChannelSecurityToken token = {};
+    static_assert(sizeof token == 24);
+    token.channelId = 7;
+    token.revisedLifetime = 3600000;
+    OpcUa_DataValue change = {};
+    UA_Variant_setScalarCopy(&change.value, &token, &UA_TYPES[UA_TYPES_CHANNELSECURITYTOKEN]);
+    UaMonitoredItemNotifications list;
+    list.append(1, change);
+    append(list, 2, number(5));
+    UA_clear(&change, &UA_TYPES[UA_TYPES_DATAVALUE]);
+    const auto* const held = static_cast<const UA_ChannelSecurityToken*>(list[0].value.raw().data);
+    EXPECT_EQ(held->channelId, 7U);
+    EXPECT_EQ(held->revisedLifetime, 3600000U);
+}
+
 TEST(Notifications, AppendingAListMovesItBehindWhatIsThere) {
     UaMonitoredItemNotifications list;
     UaMonitoredItemNotifications more;
@@ -263,6 +279,18 @@ TEST(Notifications, BytesAreThoseOfTheHeapForValuesOfEveryKind) {
             e.innerDiagnosticInfo = UA_DiagnosticInfo_new();
             e.innerDiagnosticInfo->additionalInfo = UA_STRING_ALLOC(longText);
         });
+    });
+}
+
+TEST(Notifications, BytesAreThoseOfTheHeapForDimensions) {
+    expectTrueBytes([] {
+        constexpr std::size_t count = 20000;
+        const UA_DataType& type = UA_TYPES[UA_TYPES_UINT32];
+        OpcUa_DataValue change = {};
+        UA_Variant_setArray(&change.value, UA_Array_new(1, &type), 1, &type);
+        change.value.arrayDimensions = static_cast<UA_UInt32*>(UA_Array_new(count, &type));
+        change.value.arrayDimensionsSize = count;
+        return change;
     });
 }
 

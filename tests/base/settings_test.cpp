@@ -106,6 +106,13 @@ TEST_F(Settings, AHugeFileIsEmpty) {
     EXPECT_EQ(valueInFile("key"), "default");
 }
 
+TEST_F(Settings, AFileMayHaveOneMebibyte) {
+    const std::string content = "[G]\nkey=1\n;";
+    const std::string comment((std::size_t{1} << 20) - content.size(), 'x');
+    EXPECT_EQ(value(content + comment, "key"), "1");
+    EXPECT_EQ(value(content + comment + 'x', "key"), "default");
+}
+
 TEST_F(Settings, AnEmptyFileNameIsEmpty) {
     const UaSettings settings{UaUniString("")};
     EXPECT_EQ(settings.value("key", UaVariant(UaString("default"))).toString(), UaString("default"));

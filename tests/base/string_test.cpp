@@ -36,6 +36,17 @@ TEST(String, MayHoldZeroBytes) {
     EXPECT_NE(text, UaString("a"));
 }
 
+TEST(String, WipingLeavesNothingInItsPlace) {
+    for (const std::string secret : {"short", "a text that is long enough for the heap"}) {
+        UaString text(secret);
+        const char* const place = text.toUtf8();
+        text.wipe();
+        EXPECT_TRUE(text.isEmpty());
+        ASSERT_EQ(text.toUtf8(), place) << "it keeps its memory";
+        EXPECT_EQ(std::string(place, secret.size()), std::string(secret.size(), '\0'));
+    }
+}
+
 TEST(String, ViewOfTheEmptyTextIsEmptyAndNotNull) {
     const UaString text;
     EXPECT_EQ(text.view().length, 0U);

@@ -351,6 +351,26 @@ TEST_F(ProbeWithoutAnswer, IsFollowedByAnother) {
     expectUnharmed();
 }
 
+class AnnouncedShutdown : public HostileTest {
+protected:
+    void answerReadsWith(std::int32_t value) {
+        server.edit<UA_ReadResponse>([value](UA_ReadResponse& response) {
+            for (std::size_t i = 0; i < response.resultsSize; ++i)
+                assign(response.results[i].value, value);
+        });
+    }
+};
+
+TEST_F(AnnouncedShutdown, MayBeCalledOff) {
+    ASSERT_EQ(connect(), 0);
+    answerReadsWith(UA_SERVERSTATE_SHUTDOWN);
+    ASSERT_TRUE(waitForStatus(4));
+    answerReadsWith(UA_SERVERSTATE_RUNNING);
+    EXPECT_TRUE(waitForStatus(connected));
+    server.behave();
+    expectUnharmed();
+}
+
 /// The watchdog's probe, whatever service it uses: it is the first request that nobody made.
 class Probe : public Answers, public testing::WithParamInterface<Answer> {};
 

@@ -65,6 +65,21 @@ INSTANTIATE_TEST_SUITE_P(Each, RefusedActivation, refusals, statusName);
 INSTANTIATE_TEST_SUITE_P(Each, RefusedCreation, refusals, statusName);
 INSTANTIATE_TEST_SUITE_P(Each, RefusedChannel, refusals, statusName);
 
+std::string shown(const UA_String& text) {
+    return {reinterpret_cast<const char*>(text.data), text.length};
+}
+
+TEST_F(Session, TellsTheServerWhoTheClientIs) {
+    ASSERT_EQ(connect(), 0);
+    const Owned<UA_CreateSessionRequest> request = server.last<UA_CreateSessionRequest>();
+    EXPECT_EQ(shown(request->sessionName), "Kestrova@RK4400");
+    const UA_ApplicationDescription& description = request->clientDescription;
+    EXPECT_EQ(shown(description.applicationName.text), "HMI_RK4400");
+    EXPECT_EQ(shown(description.applicationUri), "urn:HMI:Kestrova::RK4400");
+    EXPECT_EQ(shown(description.productUri), "urn:Kestrova::RK4400");
+    EXPECT_EQ(description.applicationType, UA_APPLICATIONTYPE_CLIENT);
+}
+
 TEST_F(Session, ThatIsNeverCreatedEndsTheConnectInTime) {
     server.on<UA_CreateSessionRequest>([](const Call&) {});
     EXPECT_EQ(connect(500), connectFailed);

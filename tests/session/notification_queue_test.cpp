@@ -237,6 +237,27 @@ TEST_F(Queue, BytesAreBoundedAndTheLatestArrives) {
     EXPECT_LT(heldMemory(), before + mebibyte);
 }
 
+// What the merge leaves is more than the bound, and so is what comes before the next one.
+TEST_F(Queue, BehindADeliveryTheBoundIsTheUsualOneAgain) {
+    constexpr std::size_t large = NotificationQueue::bound.bytes - mebibyte;
+    Hold first;
+    holdUp(first);
+    collectText(2, large, 'a');
+    collectText(3, large, 'b');
+    queue->handOver(*thread);
+    first.release();
+    thread->flush();
+    Hold second;
+    holdUp(second);
+    collectText(2, large, 'c');
+    collectText(2, large, 'd');
+    queue->handOver(*thread);
+    second.release();
+    thread->flush();
+    const auto text = [](char letter) { return std::string(20, letter) + ' '; };
+    EXPECT_EQ(receiver.shown(), "1:0 2:" + text('a') + "3:" + text('b') + "1:0 2:" + text('d'));
+}
+
 // Each takes a byte on the wire.
 TEST_F(Queue, EmptyVariantsCountWithTheMemoryThatTheyTake) {
     Hold hold;

@@ -63,6 +63,12 @@ TEST_F(ServiceTest, PagesWithContinuationPointsAndReleasesThem) {
     EXPECT_EQ(references.length(), 1U);
     EXPECT_EQ(continuationPoint.length(), 0);
     EXPECT_TRUE(session->browseNext(settings, false, released, references).isBad()); // used up
+
+    ASSERT_TRUE(
+        session->browse(settings, UaNodeId(OpcUaId_RootFolder), context, continuationPoint, references)
+            .isGood());
+    ASSERT_TRUE(session->browseNext(settings, true, continuationPoint, references).isGood());
+    EXPECT_EQ(references.length(), 0U) << "what is given back brings no page";
 }
 
 TEST_F(ServiceTest, BrowseOfAnUnknownNodeIsBad) {

@@ -286,6 +286,31 @@ TEST_F(DataChange, AWholeArrayLeavesTheValueOfTheChangeBefore) {
     EXPECT_EQ(std::memcmp(delivered()[0].value, delivered()[1].value, 8), 0);
 }
 
+TEST_F(DataChange, WhatIsNotDeliveredStillLeavesItsValue) {
+    const OpcUa_UInt32 handle = monitor();
+    const OpcUa_UInt32 element = monitor({0});
+    constexpr OpcUa_UInt32 nobodys = 4711;
+    const auto expectLeft = [this](double left) {
+        ASSERT_THAT(delivered(), SizeIs(1));
+        const _OpcUaDataChangeMsg& message = delivered()[0];
+        EXPECT_EQ(message.dataType, 6);
+        EXPECT_EQ(message.valueSize, 8);
+        EXPECT_EQ(std::memcmp(message.value, &left, sizeof left), 0);
+        delivered().clear();
+    };
+    Changes().add(nobodys, doubleVariant(1.5)).add(handle, int32Array(3)).deliver();
+    expectLeft(1.5);
+    Changes().add(element, doubleVariant(2.5)).add(handle, int32Array(3)).deliver();
+    expectLeft(2.5);
+    Changes()
+        .add(nobodys, doubleVariant(3.5))
+        .add(handle, int32Variant(7), badStatus)
+        .add(nobodys, int32Variant(7), uncertainStatus)
+        .add(handle, int32Array(3))
+        .deliver();
+    expectLeft(3.5);
+}
+
 TEST_F(DataChange, AnElementBeyondTheEndIsNotDelivered) {
     const OpcUa_UInt32 handle = monitor({5});
     EXPECT_FALSE(isDelivered(handle, int32Array(3)));
@@ -359,6 +384,24 @@ TEST_F(DataChange, ATypeThatIsNotConvertedLeavesTheMessageAsItWas) {
     const auto alone = deliverOne(handle, scalarVariant(OpcUaType_DateTime, &time));
     EXPECT_EQ(alone.dataType, 0) << "a delivery starts empty";
     EXPECT_EQ(alone.valueSize, 0);
+}
+
+TEST_F(DataChange, AShapeThatDoesNotFitIsNotDeliveredWhateverItsType) {
+    const std::vector<OpcUa_Int64> times = twelve<OpcUa_Int64>(1);
+    const auto shaped = [&times](std::vector<OpcUa_UInt32> dimensions) {
+        return arrayVariant(OpcUaType_DateTime, times.data(), times.size(), std::move(dimensions));
+    };
+    const UaVariant scalar = scalarVariant(OpcUaType_DateTime, times.data());
+    const UaVariant flat = arrayVariant(OpcUaType_DateTime, times.data(), times.size());
+    const OpcUa_UInt32 element = monitor({1});
+    const OpcUa_UInt32 ofMatrix = monitor({1, 2});
+    EXPECT_FALSE(isDelivered(element, scalar));
+    EXPECT_FALSE(isDelivered(element, shaped({3, 4})));
+    EXPECT_FALSE(isDelivered(ofMatrix, scalar));
+    EXPECT_FALSE(isDelivered(ofMatrix, flat));
+    EXPECT_FALSE(isDelivered(ofMatrix, shaped({2, 3, 2})));
+    EXPECT_TRUE(isDelivered(element, flat));
+    EXPECT_TRUE(isDelivered(ofMatrix, shaped({3, 4})));
 }
 
 TEST_F(DataChange, TypeAndShapeMayChangeFromOneToTheNext) {
@@ -442,6 +485,19 @@ TEST_F(DataChange, TheLastCallbackInstalledIsCalled) {
     Changes().add(handle, int32Variant(1)).deliver();
     EXPECT_THAT(delivered(), IsEmpty());
     EXPECT_THAT(other.messages, SizeIs(1));
+}
+
+TEST_F(DataChange, ACallbackInstalledDuringADeliveryGetsTheNextOne) {
+    const OpcUa_UInt32 handle = monitor();
+    RecordingApplication other;
+    m_application.onChange = [&] { EXPECT_EQ(m_client->installOpcUaCallBack(&other), 0); };
+    Changes().add(handle, int32Variant(1)).add(handle, int32Variant(2)).deliver();
+    EXPECT_THAT(delivered(), SizeIs(2)) << "a delivery has one callback";
+    EXPECT_THAT(other.messages, IsEmpty());
+    Changes().add(handle, int32Variant(3)).deliver();
+    EXPECT_THAT(delivered(), SizeIs(2));
+    ASSERT_THAT(other.messages, SizeIs(1));
+    expectValue<int>(other.messages[0], 6, 3);
 }
 
 TEST_F(DataChange, ChangeArrayCountsInRowMajorOrder) {

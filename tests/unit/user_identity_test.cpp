@@ -29,6 +29,12 @@ protected:
     std::string commonName() {
         return UaPkiCertificate::fromDERFile(UaString(userCertificate().string())).commonName().text();
     }
+    /// A key that is not RSA.
+    static void makeOtherKey(const std::filesystem::path& file) {
+        const auto made =
+            test_support::runProgram("openssl", {"genpkey", "-algorithm", "ED25519", "-out", file.string()});
+        ASSERT_EQ(made.end.exitCode, 0) << made.standardError;
+    }
     void expectRefused(int code) {
         script().forgetCalls();
         EXPECT_EQ(tryConnect(), code);
@@ -168,9 +174,7 @@ TEST_F(UserIdentity, AnEncryptedKeyGivesTwentyFive) {
 TEST_F(UserIdentity, AKeyThatIsNotRsaGivesTwentySix) {
     useCertificate();
     EXPECT_EQ(tryConnect(), 0);
-    const auto made =
-        test_support::runProgram("openssl", {"genpkey", "-algorithm", "ED25519", "-out", userKey().string()});
-    ASSERT_EQ(made.end.exitCode, 0) << made.standardError;
+    makeOtherKey(userKey());
     expectRefused(26);
 }
 
@@ -190,6 +194,26 @@ TEST_F(UserIdentity, RevocationListsThatCannotBeListedGiveTwentySeven) {
     std::filesystem::remove_all(lists);
     std::ofstream(lists) << "a file in their place";
     expectRefused(27);
+}
+
+TEST_F(UserIdentity, TheCertificateIsJudgedBeforeTheStoreAndTheStoreBeforeTheKey) {
+    useCertificate();
+    EXPECT_EQ(tryConnect(), 0);
+    const std::string certificate = contentOf(userCertificate());
+    const std::filesystem::path trusted = directory() / "pkiclient/trusted/certs";
+    std::ofstream(userCertificate()) << "no certificate";
+    std::filesystem::remove_all(trusted);
+    std::ofstream(trusted) << "a file in its place";
+    std::ofstream(userKey()) << "no key";
+    expectRefused(24);
+    std::ofstream(userCertificate(), std::ios::binary) << certificate;
+    expectRefused(27);
+    makeOtherKey(userKey());
+    expectRefused(27);
+    std::filesystem::remove(trusted);
+    expectRefused(26);
+    std::ofstream(userKey()) << "no key";
+    expectRefused(25);
 }
 
 TEST_F(UserIdentity, APairThatCannotBeWrittenGivesTwentyEight) {
@@ -222,4 +246,30 @@ TEST_F(UserIdentity, AfterALateFailureTheCertificateIsTheNewOneAndTheKeyTheOld) 
     std::ofstream(configuration.UserCertificate.toUtf8()) << "no certificate";
     EXPECT_EQ(configuration.loadUserCertificate(), 24);
     EXPECT_EQ(configuration.userCertificateData, serverCertificate());
+}
+
+TEST_F(UserIdentity, NeitherTheStoreNorAKeyThatIsNotRsaKeepsTheNewCertificateOut) {
+    const auto in = [this](const char* name) { return UaString((directory() / name).string()); };
+    Configuration configuration;
+    configuration.UserCertificate = in("certs/user.der");
+    configuration.UserPrivateKey = in("private/user.pem");
+    ASSERT_EQ(configuration.loadUserCertificate(), 0);
+    const UaByteString first = configuration.userCertificateData;
+    const UaByteString key = configuration.userPrivateKeyData;
+    EXPECT_GT(key.length(), 0);
+    const auto loadAnother = [&configuration](const UaByteString& certificate) {
+        EXPECT_EQ(UaPkiCertificate::fromDER(certificate).toDERFile(configuration.UserCertificate), 0);
+        return configuration.loadUserCertificate();
+    };
+
+    makeOtherKey(configuration.UserPrivateKey.toUtf8());
+    EXPECT_EQ(loadAnother(serverCertificate()), 26);
+    EXPECT_EQ(configuration.userCertificateData, serverCertificate());
+    EXPECT_EQ(configuration.userPrivateKeyData, key);
+
+    configuration.CertificateTrustListLocation = in("trusted");
+    std::ofstream(configuration.CertificateTrustListLocation.toUtf8()) << "a file in its place";
+    EXPECT_EQ(loadAnother(first), 27);
+    EXPECT_EQ(configuration.userCertificateData, first);
+    EXPECT_EQ(configuration.userPrivateKeyData, key);
 }

@@ -13,12 +13,11 @@ UaProtocolArray<Element>::UaProtocolArray(UaProtocolArray&& other) noexcept
 
 template <typename Element>
 UaProtocolArray<Element>& UaProtocolArray<Element>::operator=(UaProtocolArray&& other) noexcept {
-    if (this != &other) {
-        const OpcUa_UInt32 length = other.m_length;
-        const bool areViews = other.m_areViews;
-        attach(length, other.detach());
-        m_areViews = areViews;
-    }
+    // In this order an array that is moved onto itself stays as it is.
+    const OpcUa_UInt32 length = other.m_length;
+    const bool areViews = other.m_areViews;
+    attach(length, other.detach());
+    m_areViews = areViews;
     return *this;
 }
 

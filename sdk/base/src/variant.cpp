@@ -196,7 +196,7 @@ OpcUa_StatusCode UaVariant::copyTo(OpcUa_Variant* target) const {
 }
 
 OpcUa_StatusCode UaVariant::moveTo(OpcUa_Variant* target) {
-    if (m_variant.data == m_inline || isView())
+    if (isView()) // as what lies inside is
         return copyTo(target);
     *target = m_variant;
     UA_Variant_init(&m_variant);
