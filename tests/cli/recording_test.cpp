@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <ios>
 #include <optional>
 #include <string>
@@ -117,4 +118,22 @@ TEST_F(RecordingFile, StaysAsItIsForTheOneThatGoesOn) {
     add(goesOn, "second");
     goesOn.commit();
     EXPECT_THAT(texts(), ElementsAre("first", "second"));
+}
+
+TEST_F(RecordingFile, ManyBeginAndEndAtOnce) {
+    constexpr std::size_t rounds = 10;
+    constexpr std::size_t recorders = 6;
+    for (std::size_t round = 0; round < rounds; ++round) {
+        std::vector<std::future<void>> all;
+        for (std::size_t i = 0; i < recorders; ++i)
+            all.push_back(std::async(std::launch::async, [this] {
+                Recording recording = open();
+                recording.node("opc.tcp://one", "i=1", "Speed");
+                add(recording, "row");
+                recording.commit();
+            }));
+        for (std::future<void>& one : all)
+            EXPECT_NO_THROW(one.get());
+    }
+    EXPECT_EQ(texts().size(), rounds * recorders);
 }

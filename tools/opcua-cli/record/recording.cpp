@@ -14,6 +14,7 @@
 #include <variant>
 
 #include "failure.h"
+#include "interrupt.h"
 #include "text/time_text.h"
 #include "text/utf8.h"
 
@@ -22,7 +23,7 @@ namespace {
 
 constexpr int applicationId = 0x4F504355; // "OPCU"
 constexpr int formatVersion = 1;
-constexpr int lockWaitMilliseconds = 10000;
+constexpr std::chrono::milliseconds lockWait{10000};
 constexpr int longestText = 64 << 20;
 constexpr std::chrono::seconds longestWait{1};
 // What waits to be committed.
@@ -149,7 +150,7 @@ Recording::Recording(const std::string& path, bool writable) : m_path(path) {
         throw usageFailure("cannot read " + path + ": " + reason);
     if (!reason.empty())
         throw Failure(ExitCode::OutputFailed, {"cannot write " + path + ": " + reason, {}});
-    sqlite3_busy_timeout(database, lockWaitMilliseconds);
+    sqlite3_busy_timeout(database, static_cast<int>(lockWait.count()));
     sqlite3_limit(database, SQLITE_LIMIT_LENGTH, longestText);
     prepareFile(writable);
 }
@@ -176,7 +177,27 @@ void Recording::prepareFile(bool writable) {
     if (pragma("PRAGMA user_version") != formatVersion)
         throw usageFailure(m_path + " was written by another version of this program");
     if (writable)
-        execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL");
+        writeAhead();
+}
+
+/// SQLite itself does not wait for another program that changes the mode as well, because it begins or ends.
+void Recording::writeAhead() {
+    constexpr std::chrono::milliseconds pause{5};
+    const auto deadline = std::chrono::steady_clock::now() + lockWait;
+    const auto change = [this] {
+        // The read opens the log, which nobody removes then.
+        return sqlite3_exec(
+            m_database.get(),
+            "PRAGMA synchronous = FULL; PRAGMA journal_mode = WAL; SELECT count(*) FROM nodes", nullptr,
+            nullptr, nullptr);
+    };
+    int result = change();
+    while (result == SQLITE_BUSY && std::chrono::steady_clock::now() < deadline) {
+        pauseFor(pause);
+        result = change();
+    }
+    if (result != SQLITE_OK)
+        fail(m_database.get(), m_path);
 }
 
 /// Another program may do the same at this moment.

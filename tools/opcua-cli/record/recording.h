@@ -101,6 +101,7 @@ private:
     std::int64_t pragma(const char* sql);
     void prepareFile(bool writable);
     void makeTables();
+    void writeAhead();
     void insert(const Row& row);
 
     std::string m_path;
