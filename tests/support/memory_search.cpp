@@ -171,14 +171,17 @@ void Secret::writeTo(const std::string& file, const std::string& start) const {
 }
 
 std::vector<std::string> Secret::places() const {
+    if (size() < 2)
+        throw std::logic_error("so little is found everywhere");
+    const std::vector<unsigned char> rest(m_disguised.begin() + 1, m_disguised.end());
     std::vector<std::string> places;
     const Window window;
     for (const Region& region : regions()) {
         for (std::uintptr_t address = region.begin; address < region.end;) {
             const std::size_t size = window.moveTo(address, region.end);
-            searchWindow(region, window, address, size, m_disguised, places);
+            searchWindow(region, window, address, size, rest, places);
             const bool isLast = size < windowSize || address + size >= region.end;
-            address += isLast ? region.end - address : size - m_disguised.size() + 1;
+            address += isLast ? region.end - address : size - rest.size() + 1;
         }
     }
     return places;

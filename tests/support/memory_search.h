@@ -22,7 +22,8 @@ public:
     /// Writes them, in a line behind `start`, into a new file.
     void writeTo(const std::string& file, const std::string& start) const;
 
-    /// Where they are in this process's memory: "[heap] +1234" and so on.
+    /// Where they are in this process's memory: "[heap] +1234" and so on. The first byte may be missing: a
+    /// text that was emptied, and not wiped, has a zero there.
     std::vector<std::string> places() const;
 
 private:
