@@ -56,12 +56,6 @@ TEST(NodeInfo, ReadsShapes) {
     EXPECT_EQ(typeText(describe(record)), "");
 }
 
-TEST(NodeInfo, RecordsHoldTheIdWithItsTerminator) {
-    const OpcUaNode record = recordFor(std::string(300, 'x'), OpcUaDataType_Float);
-    EXPECT_EQ(std::strlen(record.nodeId), 255u);
-    EXPECT_EQ(record.dataType, OpcUaDataType_Float);
-}
-
 TEST(SearchRank, FollowsIdsThatBeginAlike) {
     const std::string target = "ns=2;s=Plant.Line1.Speed";
     EXPECT_GT(searchRank(target, candidate("ns=2;s=Plant.Line1")),

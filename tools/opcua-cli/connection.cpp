@@ -1,6 +1,5 @@
 #include "connection.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -20,21 +19,16 @@ namespace {
 
 constexpr int connectionLost = 3;
 
-template <std::size_t Size>
-void setField(char (&field)[Size], const std::string& text) {
-    text.copy(field, Size - 1);
-}
-
 _OpcUaClientConfig configFor(const ConnectOptions& options, const Security& security) {
     _OpcUaClientConfig config{};
     config.timeout = options.timeoutMilliseconds;
     config.securityPolicy = security.policy;
     config.securityMode = security.mode;
     config.userIdentity = security.identity;
-    setField(config.endpointUrl, options.url);
-    setField(config.userName, security.user);
+    OpcUaSetField(config.endpointUrl, options.url);
+    OpcUaSetField(config.userName, security.user);
     if (security.identity == OpcUaUserIdentity_UserName)
-        setField(config.password, passwordFor(options.security));
+        OpcUaSetField(config.password, passwordFor(options.security));
     return config;
 }
 
@@ -120,9 +114,7 @@ Problem Connection::problemOfBrowse(const std::string& nodeId) {
 }
 
 int Connection::readNumber(const std::string& nodeId) {
-    OpcUaNode record{};
-    setField(record.nodeId, nodeId);
-    record.dataType = OpcUaDataType_Int32;
+    OpcUaNode record = OpcUaMakeNode(nodeId, OpcUaDataType_Int32);
     std::int32_t number = 0;
     int size = sizeof number;
     return m_client.OpcUaGetValue(&record, &number, size);

@@ -7,6 +7,7 @@
 #include <variant>
 #include <vector>
 
+#include "OpcUaHelpers.h"
 #include "addressing/node_finder.h"
 #include "addressing/node_info.h"
 #include "interrupt.h"
@@ -61,7 +62,7 @@ BrowseTree::BrowseTree(Connection& connection, const NodeReference& reference)
     : m_connection(connection), m_first(connection.client().OpcUaReadRootNode() == nullptr) {
     const auto* id = std::get_if<std::string>(&reference);
     const std::string startId = id != nullptr ? *id : rootFolderId;
-    OpcUaNode record = recordFor(startId);
+    OpcUaNode record = OpcUaMakeNode(startId, OpcUaDataType_Null);
     // Without a record the tree that was begins anew, in the Root folder.
     const int code = connection.client().OpcUaBrowse(m_first ? &record : nullptr);
     connection.throwIfLost(code);

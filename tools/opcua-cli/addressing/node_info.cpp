@@ -114,11 +114,4 @@ Json toJson(const NodeInfo& node) {
             {"shape", node.hasValue() ? Json(node.dimensions) : Json(nullptr)}};
 }
 
-OpcUaNode recordFor(const std::string& nodeId, _OpcUaDataType dataType) {
-    OpcUaNode record{};
-    nodeId.copy(record.nodeId, sizeof record.nodeId - 1);
-    record.dataType = dataType;
-    return record;
-}
-
 } // namespace opcua_cli

@@ -68,7 +68,4 @@ std::string typeText(const NodeInfo& node);
 /// null; the shape of a scalar is [].
 Json toJson(const NodeInfo& node);
 
-/// A record that names a node to the library.
-OpcUaNode recordFor(const std::string& nodeId, _OpcUaDataType dataType = OpcUaDataType_Null);
-
 } // namespace opcua_cli

@@ -72,13 +72,6 @@ std::string settingsIn(const fs::path& configuration) {
     }
 }
 
-/// An absolute path from the environment; a relative one has no meaning there (XDG Base Directory).
-fs::path absolutePathIn(const char* variable) {
-    const char* text = secure_getenv(variable);
-    const fs::path path = text == nullptr ? "" : text;
-    return path.is_absolute() ? path : fs::path();
-}
-
 fs::path programsDirectory() {
     return fs::read_symlink("/proc/self/exe").parent_path();
 }
@@ -133,6 +126,12 @@ LibraryFiles libraryFilesIn(const fs::path& directory) {
         files.*setting.file = withDirectory(
             withoutQuotes(configuration.GetValue("UaClientConfig", setting.key, setting.usual)), directory);
     return files;
+}
+
+fs::path absolutePathIn(const char* variable) {
+    const char* text = secure_getenv(variable);
+    const fs::path path = text == nullptr ? "" : text;
+    return path.is_absolute() ? path : fs::path();
 }
 
 LibraryFiles libraryFiles() {

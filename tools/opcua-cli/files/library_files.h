@@ -32,6 +32,10 @@ LibraryFiles libraryFilesIn(const std::filesystem::path& directory);
 /// started. Throws Failure.
 void prepareLibraryFiles();
 
+/// An absolute path from the environment, else empty: a relative one has no meaning there (XDG Base
+/// Directory).
+std::filesystem::path absolutePathIn(const char* variable);
+
 /// A certificate, a key or settings. Throws std::runtime_error when the file cannot be read, and for one that
 /// is larger than any of these.
 std::string readSmallFile(const std::filesystem::path& file);

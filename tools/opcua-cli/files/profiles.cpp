@@ -1,12 +1,12 @@
 #include "files/profiles.h"
 
 #include <cstddef>
-#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "files/library_files.h"
 #include "security/names.h"
 
 namespace opcua_cli {
@@ -126,14 +126,9 @@ std::string namesOf(const Profiles& profiles) {
 } // namespace
 
 std::filesystem::path profilesFile() {
-    const auto directory = [](const char* variable) -> std::filesystem::path {
-        const char* text = std::getenv(variable);
-        const std::filesystem::path path = text != nullptr ? text : "";
-        return path.is_absolute() ? path : "";
-    };
-    std::filesystem::path base = directory("XDG_CONFIG_HOME");
-    if (base.empty() && !directory("HOME").empty())
-        base = directory("HOME") / ".config";
+    std::filesystem::path base = absolutePathIn("XDG_CONFIG_HOME");
+    if (base.empty() && !absolutePathIn("HOME").empty())
+        base = absolutePathIn("HOME") / ".config";
     if (base.empty())
         throw usageFailure("there is no place for profiles: HOME is not set", "set HOME or XDG_CONFIG_HOME");
     return base / "opcua-cli" / "profiles.ini";

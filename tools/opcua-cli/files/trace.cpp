@@ -71,29 +71,22 @@ private:
 
 } // namespace
 
-GrowingFile::~GrowingFile() {
-    if (m_descriptor >= 0)
-        close(m_descriptor);
-}
-
 void GrowingFile::open(const fs::path& path, bool fromEnd) {
-    if (m_descriptor >= 0)
-        close(m_descriptor);
     m_path = path;
-    m_descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    m_file.emplace(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     m_done = fromEnd ? size() : 0;
 }
 
 off_t GrowingFile::size() const {
     struct stat properties{};
-    return fstat(m_descriptor, &properties) == 0 ? properties.st_size : 0;
+    return fstat(descriptor(), &properties) == 0 ? properties.st_size : 0;
 }
 
 /// A full file gets another name, and goes on under its own.
 void GrowingFile::reopenWhenReplaced() {
     struct stat named{};
     struct stat opened{};
-    if (stat(m_path.c_str(), &named) == 0 && fstat(m_descriptor, &opened) == 0 &&
+    if (stat(m_path.c_str(), &named) == 0 && fstat(descriptor(), &opened) == 0 &&
         named.st_ino != opened.st_ino)
         open(m_path, false);
 }
@@ -102,7 +95,7 @@ std::string GrowingFile::newLines() {
     const off_t end = size();
     m_done = std::max(m_done, end - mostBytes);
     std::string text(static_cast<std::size_t>(std::max<off_t>(end - m_done, 0)), '\0');
-    const ssize_t count = text.empty() ? 0 : pread(m_descriptor, text.data(), text.size(), m_done);
+    const ssize_t count = text.empty() ? 0 : pread(descriptor(), text.data(), text.size(), m_done);
     text.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     text.resize(text.rfind('\n') + 1);
     m_done += static_cast<off_t>(text.size());

@@ -2,10 +2,12 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
 
+#include "files/descriptor.h"
 #include "options.h"
 
 class COpcUaClientInterface;
@@ -15,11 +17,6 @@ namespace opcua_cli {
 /// A file that another one writes to, line by line.
 class GrowingFile {
 public:
-    GrowingFile() = default;
-    ~GrowingFile();
-    GrowingFile(const GrowingFile&) = delete;
-    GrowingFile& operator=(const GrowingFile&) = delete;
-
     /// What is in the file already is passed over when `fromEnd`.
     void open(const std::filesystem::path& path, bool fromEnd);
     /// Whole lines that came since the last call; of very many the last.
@@ -27,10 +24,11 @@ public:
     off_t size() const;
 
 private:
+    int descriptor() const { return m_file ? m_file->number() : -1; }
     void reopenWhenReplaced();
 
     std::filesystem::path m_path;
-    int m_descriptor = -1;
+    std::optional<Descriptor> m_file;
     off_t m_done = 0;
 };
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "monitor/watched.h"
+#include "text/drawing.h"
 #include "text/utf8.h"
 
 namespace opcua_cli {
@@ -50,7 +51,7 @@ std::string elementsText(const NodeValue& value) {
         text += std::string(isLast ? dimensions : beginnings(i + 1, value.shape), ']');
         text += isLast ? "" : ", ";
     }
-    return count < elementCount(value.shape) ? text + "…" : text;
+    return count < elementCount(value.shape) ? text + drawing().dots : text;
 }
 
 void ArrayReader::begin(std::size_t node, const Job& watched) {

@@ -62,7 +62,7 @@ void Link::addAll() {
         throwIfInterrupted();
         std::vector<OpcUaNode> records;
         for (std::size_t i = done; i < std::min(done + size, whole.size()); ++i)
-            records.push_back(recordFor(whole[i]->node.nodeId));
+            records.push_back(OpcUaMakeNode(whole[i]->node.nodeId, OpcUaDataType_Null));
         m_connection.throwIfLost(
             m_connection.client().OpcUaAddMultiMonitNode(records.data(), static_cast<int>(records.size())));
         for (std::size_t i = 0; i < records.size(); ++i)
@@ -73,7 +73,7 @@ void Link::addAll() {
 void Link::addElement(Job& watched) {
     throwIfInterrupted();
     Index index = *watched.index;
-    OpcUaNode record = recordFor(watched.node.nodeId);
+    OpcUaNode record = OpcUaMakeNode(watched.node.nodeId, OpcUaDataType_Null);
     note(watched,
          m_connection.client().OpcUaAddMonitNode(&record, index.data(), static_cast<int>(index.size())));
 }

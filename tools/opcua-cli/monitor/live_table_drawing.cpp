@@ -12,6 +12,7 @@
 #include "monitor/live_table.h"
 #include "monitor/watched.h"
 #include "text/ascii.h"
+#include "text/drawing.h"
 #include "text/time_text.h"
 #include "text/utf8.h"
 
@@ -93,12 +94,11 @@ std::string LiveTable::withoutKeys(const Terminal& terminal, Time now) {
 
     std::string text = heading(terminal, printable(m_monitored.url) + "  " + countsText() + "  Ctrl-C ends") +
                        table(terminal, m_onScreen, now);
-    if (!all)
-        text += terminal.paint(cutToWidth("… " + countText(m_rows.size() - m_onScreen.size(), "more node") +
-                                              ": a higher window shows them, or --json",
-                                          width),
-                               Tone::Faint) +
-                "\n";
+    if (!all) {
+        const std::string more = countText(m_rows.size() - m_onScreen.size(), "more node");
+        const std::string note = drawing().dots + (" " + more) + ": a higher window shows them, or --json";
+        text += terminal.paint(cutToWidth(note, width), Tone::Faint) + "\n";
+    }
     return text + remarks(terminal);
 }
 

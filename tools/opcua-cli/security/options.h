@@ -29,7 +29,6 @@ struct Security {
     std::string user;
     UserCertificate userCertificate{};
 
-    bool isWanted() const { return policy != 0 || mode != 0 || identity != 0; }
     /// "Basic256Sha256, SignAndEncrypt, user operator"
     std::string text() const;
 };

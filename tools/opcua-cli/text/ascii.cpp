@@ -1,37 +1,13 @@
 #include "text/ascii.h"
 
-#include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdlib>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "text/utf8.h"
 
 namespace opcua_cli {
-namespace {
-
-constexpr std::array<std::pair<std::string_view, char>, 9> likenesses{{{"▁", '_'},
-                                                                       {"▂", '.'},
-                                                                       {"▃", ','},
-                                                                       {"▄", '-'},
-                                                                       {"▅", '~'},
-                                                                       {"▆", '+'},
-                                                                       {"▇", '*'},
-                                                                       {"█", '#'},
-                                                                       {"…", '~'}}};
-
-std::string likeness(std::string_view character) {
-    const auto found = std::find_if(likenesses.begin(), likenesses.end(),
-                                    [&](const auto& likeness) { return likeness.first == character; });
-    return found == likenesses.end() ? std::string(displayWidth(character), '?')
-                                     : std::string(1, found->second);
-}
-
-} // namespace
-
 bool localeHasUtf8() {
     // By name: the locale that a remote login hands on need not be installed here.
     for (const char* variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
@@ -57,7 +33,7 @@ std::string asciiText(std::string_view text) {
         if (character.size() == 1 && static_cast<unsigned char>(character[0]) < 0x80)
             result += character;
         else
-            result += likeness(character);
+            result.append(displayWidth(character), '?');
         begin = end;
     }
     return result;

@@ -7,6 +7,7 @@
 #include <variant>
 #include <vector>
 
+#include "OpcUaHelpers.h"
 #include "interrupt.h"
 #include "output/terminal.h"
 #include "values/job.h"
@@ -53,7 +54,7 @@ void call(Connection& connection, Operation<Request> operation, const std::vecto
           std::vector<ValueBuffer>& buffers) {
     std::vector<OpcUaNode> records;
     for (std::size_t i = 0; i < jobs.size(); ++i)
-        records.push_back(recordFor(jobs[i]->node.nodeId, buffers[i].recordType()));
+        records.push_back(OpcUaMakeNode(jobs[i]->node.nodeId, buffers[i].recordType()));
     std::vector<Request> requests;
     for (std::size_t i = 0; i < jobs.size(); ++i)
         requests.push_back({&records[i], buffers[i].data(), buffers[i].size()});
@@ -124,7 +125,7 @@ void throwIfTooLong(const NodeInfo& node, std::size_t maxElements) {
 
 Value readElement(Connection& connection, const NodeInfo& node, Index index) {
     const std::optional<Value> value = readGrowing(connection, node.dataType, [&](ValueBuffer& buffer) {
-        OpcUaNode record = recordFor(node.nodeId, buffer.recordType());
+        OpcUaNode record = OpcUaMakeNode(node.nodeId, buffer.recordType());
         return connection.client().OpcUaGetArrayValue(&record, index.data(), static_cast<int>(index.size()),
                                                       buffer.data(), buffer.size());
     });
@@ -135,7 +136,7 @@ Value readElement(Connection& connection, const NodeInfo& node, Index index) {
 
 void writeElement(Connection& connection, const NodeInfo& node, const Value& value, Index index) {
     ValueBuffer buffer(value);
-    OpcUaNode record = recordFor(node.nodeId, buffer.recordType());
+    OpcUaNode record = OpcUaMakeNode(node.nodeId, buffer.recordType());
     const int code = connection.client().OpcUaSetArrayValue(
         &record, index.data(), static_cast<int>(index.size()), buffer.data(), buffer.size());
     connection.throwIfLost(code);

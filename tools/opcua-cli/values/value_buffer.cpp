@@ -8,7 +8,7 @@
 #include <utility>
 #include <variant>
 
-#include "addressing/node_info.h"
+#include "OpcUaHelpers.h"
 
 namespace opcua_cli {
 namespace {
@@ -63,7 +63,7 @@ std::optional<Value> readGrowing(Connection& connection, _OpcUaDataType type,
 
 std::optional<Value> readSingle(Connection& connection, const std::string& nodeId, _OpcUaDataType type) {
     return readGrowing(connection, type, [&](ValueBuffer& buffer) {
-        OpcUaNode record = recordFor(nodeId, buffer.recordType());
+        OpcUaNode record = OpcUaMakeNode(nodeId, buffer.recordType());
         return connection.client().OpcUaGetValue(&record, buffer.data(), buffer.size());
     });
 }
