@@ -78,24 +78,30 @@ void GrowingFile::open(const fs::path& path, bool fromEnd) {
 }
 
 off_t GrowingFile::size() const {
+    if (!m_file)
+        return 0;
     struct stat properties{};
-    return fstat(descriptor(), &properties) == 0 ? properties.st_size : 0;
+    return fstat(m_file->number(), &properties) == 0 ? properties.st_size : 0;
 }
 
 /// A full file gets another name, and goes on under its own.
 void GrowingFile::reopenWhenReplaced() {
+    if (!m_file)
+        return;
     struct stat named{};
     struct stat opened{};
-    if (stat(m_path.c_str(), &named) == 0 && fstat(descriptor(), &opened) == 0 &&
+    if (stat(m_path.c_str(), &named) == 0 && fstat(m_file->number(), &opened) == 0 &&
         named.st_ino != opened.st_ino)
         open(m_path, false);
 }
 
 std::string GrowingFile::newLines() {
+    if (!m_file)
+        return {};
     const off_t end = size();
     m_done = std::max(m_done, end - mostBytes);
     std::string text(static_cast<std::size_t>(std::max<off_t>(end - m_done, 0)), '\0');
-    const ssize_t count = text.empty() ? 0 : pread(descriptor(), text.data(), text.size(), m_done);
+    const ssize_t count = text.empty() ? 0 : pread(m_file->number(), text.data(), text.size(), m_done);
     text.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     text.resize(text.rfind('\n') + 1);
     m_done += static_cast<off_t>(text.size());

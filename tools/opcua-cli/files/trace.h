@@ -24,7 +24,6 @@ public:
     off_t size() const;
 
 private:
-    int descriptor() const { return m_file ? m_file->number() : -1; }
     void reopenWhenReplaced();
 
     std::filesystem::path m_path;
