@@ -526,6 +526,16 @@ TEST_F(Browse, FailedReadOfAChildDropsItAndTheRest) {
     EXPECT_THAT(script().requests<ReadRequest>(), SizeIs(2));
 }
 
+TEST_F(Browse, SoDoesThatOfTheLastChild) {
+    answerReferences({{"ns=2;s=A", "A"}, {"ns=2;s=B", "B"}});
+    script().onRead = [](const ReadRequest& request, UaDataValues& values) {
+        values.create(1);
+        return request.items[0].nodeId == "ns=2;s=B" ? UaStatus(badStatus) : UaStatus();
+    };
+    EXPECT_EQ(m_client->OpcUaBrowse(nullptr), 4);
+    EXPECT_THAT(childIds(root()), ElementsAre("ns=2;s=A"));
+}
+
 TEST_F(Browse, FailedReadStopsBeforeTheNextPage) {
     script().onBrowse = [](const BrowseRequest&, UaByteString& point, UaReferenceDescriptions& references) {
         fillReferences(references, twoChildren);

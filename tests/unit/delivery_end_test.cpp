@@ -7,6 +7,7 @@
 #include <future>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -14,6 +15,7 @@
 
 #include "OpcUaClientInterface.h"
 #include "standin/standin.h"
+#include "subscription/delivery_gate.h"
 #include "subscription/notification_queue.h"
 
 using standin::script;
@@ -132,6 +134,22 @@ protected:
         };
         publisher->publish(100000);
         first.get_future().wait();
+    }
+    /// The result of a call that waits for a callback which acts.
+    int whileACallback(const std::function<void()>& acts, const std::function<int()>& call) {
+        std::promise<void> inside;
+        std::atomic<bool> isCalling{false};
+        application.onChange = [&] {
+            inside.set_value();
+            while (!isCalling)
+                std::this_thread::yield();
+            std::this_thread::sleep_for(std::chrono::milliseconds(50)); // it waits by now
+            acts();
+        };
+        publisher->publish(1);
+        inside.get_future().wait();
+        isCalling = true;
+        return call();
     }
     void expectSilence() {
         const int calls = application.calls;
@@ -272,6 +290,38 @@ TEST_F(DeliveryEnd, ACallbackThatReadsDoesNotHoldUpAConnect) {
     isConnecting = true;
     EXPECT_EQ(connect(), 0);
     EXPECT_EQ(application.calls, 1);
+}
+
+TEST_F(DeliveryEnd, ADeleteFindsNoSubscriptionBehindACallbackThatConnectedAnew) {
+    begin();
+    const auto connectAnew = [this] {
+        EXPECT_EQ(client->OpcUaDisConnect(), 0);
+        EXPECT_EQ(connect(), 0);
+    };
+    EXPECT_EQ(whileACallback(connectAnew, [this] { return client->OpcUaDeleteSubScription(); }), 11);
+    EXPECT_TRUE(script().requests<standin::DeleteSubscriptionRequest>().empty());
+}
+
+TEST_F(DeliveryEnd, ARemovalFindsNoSubscriptionBehindACallbackThatDisconnected) {
+    begin();
+    const auto disconnect = [this] { EXPECT_EQ(client->OpcUaDisConnect(), 0); };
+    const auto remove = [this] {
+        OpcUaNode node = {};
+        std::strcpy(node.nodeId, "ns=2;s=A");
+        return client->OpcUaRemoveMonitNode(&node, nullptr, 0);
+    };
+    EXPECT_EQ(whileACallback(disconnect, remove), 11);
+    EXPECT_TRUE(script().requests<standin::DeleteItemsRequest>().empty());
+}
+
+TEST(DeliveryGate, ADeliveryThatBeginsWhileItIsClosedStaysOutside) {
+    DeliveryGate gate;
+    std::optional<DeliveryGate::Closure> closure(std::in_place, gate);
+    const DeliveryGate::Passage early(gate);
+    closure.reset();
+    EXPECT_FALSE(early.isOpen());
+    const DeliveryGate::Passage later(gate);
+    EXPECT_TRUE(later.isOpen());
 }
 
 TEST_F(DeliveryEnd, OneOfTwoDisconnectsFindsTheSession) {

@@ -366,6 +366,8 @@ TEST_F(MonitoredItems, HandlesWrapAfterTwentyThousand) {
     EXPECT_EQ(items().at(0).monitoredItemId, 70000U);
     EXPECT_EQ(record_census::live(), 20000) << "the copy that was replaced is freed";
     EXPECT_THAT(script().requests<DeleteItemsRequest>(), IsEmpty());
+    EXPECT_EQ(m_client->OpcUaClearMonitNode(), 0);
+    EXPECT_THAT(script().requests<DeleteItemsRequest>().at(0).ids, SizeIs(20000));
 }
 
 TEST_F(MonitoredItems, ASingleOneIsRefusedWhenThereAreTwentyThousand) {
