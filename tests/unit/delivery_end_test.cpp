@@ -317,11 +317,12 @@ TEST_F(DeliveryEnd, ARemovalFindsNoSubscriptionBehindACallbackThatDisconnected) 
 TEST(DeliveryGate, ADeliveryThatBeginsWhileItIsClosedStaysOutside) {
     DeliveryGate gate;
     std::optional<DeliveryGate::Closure> closure(std::in_place, gate);
-    const DeliveryGate::Passage early(gate);
-    closure.reset();
-    EXPECT_FALSE(early.isOpen());
-    const DeliveryGate::Passage later(gate);
-    EXPECT_TRUE(later.isOpen());
+    {
+        const DeliveryGate::Passage early(gate);
+        closure.reset();
+        EXPECT_FALSE(early.isOpen());
+    }
+    EXPECT_TRUE(DeliveryGate::Passage(gate).isOpen());
 }
 
 TEST_F(DeliveryEnd, OneOfTwoDisconnectsFindsTheSession) {
