@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "addressing/node_finder.h"
 #include "addressing/node_info.h"
+#include "addressing/search_rank.h"
 
 using namespace opcua_cli;
 

@@ -2,14 +2,15 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <queue>
 #include <set>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include "OpcUaHelpers.h"
-#include "addressing/node_finder.h"
 #include "addressing/node_info.h"
+#include "addressing/search_rank.h"
 #include "interrupt.h"
 
 namespace opcua_cli {
@@ -91,15 +92,14 @@ std::vector<OpcUaNode*> BrowseTree::wayTo(const NodeReference& reference) {
     const auto* path = std::get_if<NodePath>(&reference);
     if (path != nullptr)
         return follow(*path);
-    return {m_first ? m_start : search(std::get<std::string>(reference))};
-}
-
-OpcUaNode* BrowseTree::search(const std::string& nodeId) {
+    if (m_first)
+        return {m_start};
+    const std::string& nodeId = std::get<std::string>(reference);
     Progress progress("looking for the node");
-    OpcUaNode* const record = NodeFinder(*this, defaultMaxNodes, progress).find(nodeId);
+    OpcUaNode* const record = search(nodeId, defaultMaxNodes, progress);
     if (record == nullptr)
         throw nodeFailure(nodeId + " was not found in the address space", "its path");
-    return record;
+    return {record};
 }
 
 std::vector<OpcUaNode*> BrowseTree::follow(const NodePath& path) {
@@ -122,6 +122,50 @@ std::vector<OpcUaNode*> BrowseTree::follow(const NodePath& path) {
         way.push_back(next);
     }
     return way;
+}
+
+/// Takes the children of a record into account. A branch that the server refuses to show is left out.
+void BrowseTree::look(OpcUaNode* record, Progress& progress) {
+    for (OpcUaNode* child : expand(record).children) {
+        const NodeInfo node = describe(*child);
+        if (node.nodeIdComplete && m_seen.emplace(node.nodeId, child).second)
+            m_frontier.push_back(child);
+    }
+    progress.show(m_seen.size());
+}
+
+OpcUaNode* BrowseTree::search(const std::string& nodeId, std::size_t maxNodes, Progress& progress) {
+    struct Candidate {
+        int rank;
+        std::size_t order; // earlier ones first: closer to the root
+        OpcUaNode* record;
+        bool operator<(const Candidate& other) const {
+            return rank != other.rank ? rank < other.rank : order > other.order;
+        }
+    };
+    std::priority_queue<Candidate> candidates;
+    std::size_t taken = 0;
+    const auto takeNew = [&] {
+        for (; taken < m_frontier.size(); ++taken)
+            candidates.push({searchRank(nodeId, describe(*m_frontier[taken])), taken, m_frontier[taken]});
+    };
+    std::set<const OpcUaNode*> looked;
+    if (m_seen.emplace(rootFolderId, m_start).second)
+        look(m_start, progress);
+    auto found = m_seen.find(nodeId);
+    takeNew();
+    while (found == m_seen.end() && !candidates.empty() && m_seen.size() + m_browsed.size() < maxNodes) {
+        OpcUaNode* const record = candidates.top().record;
+        candidates.pop();
+        look(record, progress);
+        looked.insert(record);
+        takeNew();
+        found = m_seen.find(nodeId);
+    }
+    m_frontier.erase(std::remove_if(m_frontier.begin(), m_frontier.end(),
+                                    [&](const OpcUaNode* record) { return looked.count(record) != 0; }),
+                     m_frontier.end());
+    return found == m_seen.end() ? nullptr : found->second;
 }
 
 } // namespace opcua_cli

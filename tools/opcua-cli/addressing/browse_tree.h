@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -44,17 +45,22 @@ public:
     /// looked for. Throws Failure (Failed) that names the step that leads nowhere.
     std::vector<OpcUaNode*> wayTo(const NodeReference& reference);
 
-    /// Number of browses so far.
-    std::size_t browses() const { return m_browsed.size(); }
+    /// The record with that id, which may be the start; null when it does not show up among the `maxNodes`
+    /// that all searches together look at. Walks through a tree that starts at the Root folder: the library
+    /// tells a node's type and shape only where the node shows up as somebody's child. The most promising
+    /// branches are browsed first.
+    OpcUaNode* search(const std::string& nodeId, std::size_t maxNodes, Progress& progress);
 
 private:
     std::vector<OpcUaNode*> follow(const NodePath& path);
-    OpcUaNode* search(const std::string& nodeId);
+    void look(OpcUaNode* record, Progress& progress);
 
     Connection& m_connection;
     bool m_first; ///< of its connection
     OpcUaNode* m_start = nullptr;
     std::unordered_set<const OpcUaNode*> m_browsed;
+    std::unordered_map<std::string, OpcUaNode*> m_seen; ///< by searches
+    std::vector<OpcUaNode*> m_frontier;                 ///< seen, but not browsed
 };
 
 /// One node that a walk met.

@@ -10,7 +10,6 @@
 
 #include "OpcUaHelpers.h"
 #include "addressing/browse_tree.h"
-#include "addressing/node_finder.h"
 #include "output/terminal.h"
 
 namespace opcua_cli {
@@ -50,12 +49,13 @@ public:
         : m_connection(connection), m_depth(depth), m_maxNodes(maxNodes) {}
 
     void add(const Job& job) {
-        if (!m_finder)
-            m_finder.emplace(m_connection, m_maxNodes, m_progress);
-        OpcUaNode* const record = m_finder->find(job.reference);
+        if (!m_tree)
+            m_tree.emplace(m_connection, rootFolderId);
+        const auto* id = std::get_if<std::string>(&job.reference);
+        OpcUaNode* const record =
+            id != nullptr ? m_tree->search(*id, m_maxNodes, m_progress) : m_tree->wayTo(job.reference).back();
         if (record == nullptr) {
-            const NodeInfo node = unmetNode(std::get<std::string>(job.reference), std::nullopt);
-            addVariable(node.nodeId, node, job.index);
+            addVariable(*id, unmetNode(*id, std::nullopt), job.index);
             return;
         }
         const NodeInfo node = describe(*record);
@@ -74,7 +74,7 @@ public:
 
 private:
     void addFolder(OpcUaNode* record, const std::optional<Index>& index) {
-        const Walk found = walk(m_finder->tree(), record, m_depth, m_maxNodes, m_progress);
+        const Walk found = walk(*m_tree, record, m_depth, m_maxNodes, m_progress);
         if (found.end)
             throw Failure(*found.end);
         bool any = false;
@@ -111,7 +111,7 @@ private:
     int m_depth;
     std::size_t m_maxNodes;
     Progress m_progress{"looking for the nodes"};
-    std::optional<NodeFinder> m_finder;
+    std::optional<BrowseTree> m_tree;
     std::unordered_set<std::string> m_known;
     Jobs m_watched;
 };

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "addressing/browse_tree.h"
-#include "addressing/node_finder.h"
 #include "interrupt.h"
 #include "output/terminal.h"
 #include "values/job.h"
@@ -25,11 +24,12 @@ std::string soughtId(const Job& job) {
 }
 
 /// Everything about the node but a type that is stated.
-NodeInfo lookUp(NodeFinder& finder, const Job& job) {
-    const OpcUaNode* record = finder.find(job.reference);
+NodeInfo lookUp(BrowseTree& tree, const Job& job, std::size_t maxNodes, Progress& progress) {
     const auto* id = std::get_if<std::string>(&job.reference);
+    const OpcUaNode* record =
+        id != nullptr ? tree.search(*id, maxNodes, progress) : tree.wayTo(job.reference).back();
     // The start is nobody's child here, so that class and type are missing.
-    const bool isMet = record != nullptr && record != finder.tree().start();
+    const bool isMet = record != nullptr && record != tree.start();
     if (id != nullptr && !isMet && needsShape(job))
         throw nodeFailure("the shape of this node was not found",
                           "the node's path, or --max-nodes to let the search go further");
@@ -59,7 +59,7 @@ void refuseUnreadable(Connection& connection, Jobs& jobs) {
 void resolve(Connection& connection, Jobs& jobs, std::size_t maxNodes) {
     refuseUnreadable(connection, jobs);
     Progress progress("looking for the type");
-    std::optional<NodeFinder> finder;
+    std::optional<BrowseTree> tree;
     for (Job& job : jobs) {
         throwIfInterrupted();
         attempt(job, [&] {
@@ -68,9 +68,9 @@ void resolve(Connection& connection, Jobs& jobs, std::size_t maxNodes) {
                 job.node = unmetNode(*id, job.type);
                 return;
             }
-            if (!finder)
-                finder.emplace(connection, maxNodes, progress);
-            job.node = lookUp(*finder, job);
+            if (!tree)
+                tree.emplace(connection, rootFolderId);
+            job.node = lookUp(*tree, job, maxNodes, progress);
             job.node.dataType = job.type.value_or(job.node.dataType);
         });
     }

@@ -1,16 +1,12 @@
-#include "addressing/node_finder.h"
+#include "addressing/search_rank.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <queue>
-#include <set>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <variant>
 
 #include "OpcUaHelpers.h"
 
@@ -83,73 +79,6 @@ int searchRank(const std::string& targetId, const NodeInfo& candidate) {
         return likely;
     const bool first = candidate.nodeClass == OpcUaNodeClass_Object || probableParent(target, id);
     return likely + (first ? 2 : 1) * classWeight;
-}
-
-NodeFinder::NodeFinder(Connection& connection, std::size_t maxNodes, Progress& progress)
-    : m_own(std::in_place, connection, rootFolderId), m_tree(*m_own), m_maxNodes(maxNodes),
-      m_progress(progress) {
-    begin();
-}
-
-NodeFinder::NodeFinder(BrowseTree& tree, std::size_t maxNodes, Progress& progress)
-    : m_tree(tree), m_maxNodes(maxNodes), m_progress(progress) {
-    begin();
-}
-
-void NodeFinder::begin() {
-    m_seen.emplace(rootFolderId, m_tree.start());
-    look(m_tree.start());
-}
-
-std::size_t NodeFinder::cost() const {
-    return m_seen.size() + m_tree.browses();
-}
-
-/// Takes the children of a record into account. A branch that the server refuses to show is left out.
-void NodeFinder::look(OpcUaNode* record) {
-    for (OpcUaNode* child : m_tree.expand(record).children) {
-        const NodeInfo node = describe(*child);
-        if (node.nodeIdComplete && m_seen.emplace(node.nodeId, child).second)
-            m_frontier.push_back(child);
-    }
-    m_progress.show(m_seen.size());
-}
-
-OpcUaNode* NodeFinder::find(const NodeReference& reference) {
-    const auto* id = std::get_if<std::string>(&reference);
-    return id != nullptr ? search(*id) : m_tree.wayTo(reference).back();
-}
-
-OpcUaNode* NodeFinder::search(const std::string& nodeId) {
-    struct Candidate {
-        int rank;
-        std::size_t order; // earlier ones first: closer to the root
-        OpcUaNode* record;
-        bool operator<(const Candidate& other) const {
-            return rank != other.rank ? rank < other.rank : order > other.order;
-        }
-    };
-    std::priority_queue<Candidate> candidates;
-    std::size_t taken = 0;
-    const auto takeNew = [&] {
-        for (; taken < m_frontier.size(); ++taken)
-            candidates.push({searchRank(nodeId, describe(*m_frontier[taken])), taken, m_frontier[taken]});
-    };
-    std::set<const OpcUaNode*> looked;
-    auto found = m_seen.find(nodeId);
-    takeNew();
-    while (found == m_seen.end() && !candidates.empty() && cost() < m_maxNodes) {
-        OpcUaNode* const record = candidates.top().record;
-        candidates.pop();
-        look(record);
-        looked.insert(record);
-        takeNew();
-        found = m_seen.find(nodeId);
-    }
-    m_frontier.erase(std::remove_if(m_frontier.begin(), m_frontier.end(),
-                                    [&](const OpcUaNode* record) { return looked.count(record) != 0; }),
-                     m_frontier.end());
-    return found == m_seen.end() ? nullptr : found->second;
 }
 
 } // namespace opcua_cli
