@@ -60,6 +60,21 @@ protected:
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         return status();
     }
+    /// All that wait.
+    std::vector<Call> takeRequests() {
+        std::vector<Call> calls;
+        for (int i = 0; i < 10; ++i)
+            if (std::optional<Call> call = server.publisher().takeRequest())
+                calls.push_back(std::move(*call));
+        EXPECT_EQ(calls.size(), 10U);
+        return calls;
+    }
+    void loseRequests() { takeRequests(); }
+    void subscribeAnew(const char* node) {
+        EXPECT_EQ(client.OpcUaDeleteSubScription(), 0);
+        ASSERT_EQ(client.OpcUaCreateSubScription(50), 0);
+        ASSERT_EQ(add(node), 0);
+    }
     void expectStillPublishing() {
         server.publisher().publish(1234);
         EXPECT_TRUE(waitForValue(1234));
@@ -766,16 +781,75 @@ TEST_F(Publishing, KeepsFewRequestsWaiting) {
     EXPECT_LE(server.publisher().waiting(), 20U);
 }
 
-TEST_F(Publishing, GoesOnWithANewSubscriptionWhenTheOldRequestsAreLost) {
+TEST_F(Publishing, GoesOnWithANewSubscriptionWheneverTheOldRequestsAreLost) {
     monitor();
     ASSERT_TRUE(waitForValue(42));
-    for (int i = 0; i < 10; ++i)
-        ASSERT_TRUE(server.publisher().takeRequest()) << "the server forgets it";
-    EXPECT_EQ(client.OpcUaDeleteSubScription(), 0);
-    ASSERT_EQ(client.OpcUaCreateSubScription(50), 0);
-    ASSERT_EQ(add("ns=1;s=Later"), 0);
-    EXPECT_TRUE(waitForValue(42, "ns=1;s=Later"));
+    for (const char* node : {"ns=1;s=Second", "ns=1;s=Third", "ns=1;s=Fourth"}) {
+        loseRequests();
+        subscribeAnew(node);
+        EXPECT_TRUE(waitForValue(42, node));
+    }
     EXPECT_EQ(status(), connected);
+}
+
+TEST_F(Publishing, DoesNotPressAServerThatKeepsTheOldRequests) {
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    const std::vector<Call> kept = takeRequests();
+    std::atomic<int> refused{0};
+    server.on<UA_PublishRequest>([&refused](const Call& call) {
+        ++refused;
+        call.fault(UA_STATUSCODE_BADTOOMANYPUBLISHREQUESTS);
+    });
+    subscribeAnew("ns=1;s=Second");
+    EXPECT_EQ(statusFor(std::chrono::seconds(3)), connected);
+    EXPECT_LE(refused, 20);
+    const std::uint32_t handle = server.publisher().items().back().clientHandle;
+    kept.front().answerBody(kept.front().bodyOf(
+        *Publisher::dataChange(server.publisher().subscriptionId(), 1, {{handle, 1234}})));
+    EXPECT_TRUE(waitForValue(1234, "ns=1;s=Second"));
+}
+
+TEST_F(Publishing, KeepsFewRequestsWaitingWhereOldOnesAreAnsweredLate) {
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    const std::vector<Call> kept = takeRequests();
+    subscribeAnew("ns=1;s=Second");
+    ASSERT_TRUE(waitForValue(42, "ns=1;s=Second"));
+    ASSERT_TRUE(server.publisher().waitForWaiting(10));
+    for (const Call& call : kept)
+        call.answerBody(call.faultBody(UA_STATUSCODE_BADNOSUBSCRIPTION));
+    EXPECT_EQ(read(), 0);
+    EXPECT_EQ(statusFor(std::chrono::milliseconds(500)), connected);
+    EXPECT_EQ(server.publisher().waiting(), 10U);
+}
+
+TEST_F(Publishing, AsksAnewWhereTheServerFellSilentOnTheSubscription) {
+    server.edit<UA_CreateSubscriptionResponse>(
+        [](UA_CreateSubscriptionResponse& response) { response.revisedMaxKeepAliveCount = 1; });
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    loseRequests();
+    EXPECT_TRUE(waitForStatus(subscriptionLost));
+    expectStillPublishing();
+}
+
+TEST_F(Publishing, OneRefusalBehindManyMessagesCostsOneRequest) {
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    const std::uint32_t subscription = server.publisher().subscriptionId();
+    const std::vector<Call> calls = takeRequests();
+    Bytes answers; // at once, so that no request goes out in between
+    for (std::uint32_t i = 0; i < 8; ++i) {
+        const auto value = static_cast<std::int32_t>(100 + i);
+        answers += calls[i].connection().bytesOf(calls[i].chunk(
+            'F', calls[i].bodyOf(*Publisher::dataChange(subscription, 2 + i, {{handle(), value}}))));
+    }
+    answers += calls[8].connection().bytesOf(
+        calls[8].chunk('F', calls[8].faultBody(UA_STATUSCODE_BADTOOMANYPUBLISHREQUESTS)));
+    calls.front().connection().send(answers);
+    ASSERT_TRUE(waitForValue(107));
+    EXPECT_TRUE(server.publisher().waitForWaiting(8)) << "and the tenth, which the test holds";
 }
 
 TEST_F(Publishing, GoesOnWhereItsAcknowledgementsDoNotFitIntoARequest) {

@@ -9,6 +9,9 @@ namespace {
 /// So many messages may be on their way while an acknowledgement is.
 constexpr unsigned int wantedRequests = 10;
 
+/// What a server would not take may have been another client's doing.
+constexpr unsigned int servedBeforeOneMore = 1000;
+
 constexpr std::chrono::milliseconds firstPause(100);
 constexpr unsigned int doublings = 7; // 12.8 s
 /// After that many refusals in a row it counts as lasting.
@@ -37,8 +40,18 @@ bool PublishPace::refused() {
     return true;
 }
 
-void PublishPace::limitTo(unsigned int waiting) {
-    m_limit = std::max(1U, std::min(m_limit - 1, waiting));
+void PublishPace::served() {
+    m_refusals = 0;
+    if (++m_servedAtLimit >= servedBeforeOneMore) {
+        m_servedAtLimit = 0;
+        m_limit = std::min(m_limit + 1, wantedRequests);
+    }
+}
+
+/// Others that wait may have been answered in the same breath: they say nothing about what the server takes.
+void PublishPace::takesOneLess() {
+    m_limit = std::max(1U, m_limit - 1);
+    m_servedAtLimit = 0;
 }
 
 void PublishPace::pause() {

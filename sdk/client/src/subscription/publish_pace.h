@@ -17,15 +17,15 @@ public:
     Clock::time_point notBefore() const { return m_notBefore; }
 
     /// A request was answered with a message...
-    void served() { m_refusals = 0; }
+    void served();
     void messageOfUse() { m_keepAlives = m_uselessMessages = 0; }
     void keepAlive() { pace(m_keepAlives); }
     /// For a subscription that is not known, or one with nothing to hand on now.
     void messageOfNoUse() { pace(m_uselessMessages); }
     /// ...or refused. False when it was one of several that were refused together, which count as one.
     bool refused();
-    /// The server takes no more than those that wait.
-    void limitTo(unsigned int waiting);
+    /// The server has its fill. After many messages one more is tried again.
+    void takesOneLess();
     /// A request did not get out.
     void pause();
 
@@ -36,6 +36,7 @@ private:
     void pace(unsigned int& messages);
 
     unsigned int m_limit = 0;           ///< how many the server takes
+    unsigned int m_servedAtLimit = 0;   ///< messages since that was found
     unsigned int m_refusals = 0;        ///< in a row
     unsigned int m_keepAlives = 0;      ///< since the last message of use
     unsigned int m_uselessMessages = 0; ///< likewise

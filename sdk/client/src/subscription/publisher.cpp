@@ -10,6 +10,9 @@
 namespace UaClientSdk {
 namespace {
 
+/// Beyond so many a server that loses requests gets no others in their place.
+constexpr unsigned int mostDoubtful = 100;
+
 bool isWithoutSubscription(UaStatus status) {
     return status.statusCode() == UA_STATUSCODE_BADNOSUBSCRIPTION ||
            status.statusCode() == UA_STATUSCODE_BADSUBSCRIPTIONIDINVALID;
@@ -30,10 +33,9 @@ void Publisher::add(std::uint32_t id, const PublishedSubscription::Target& targe
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_subscriptions.erase(id);
-        // What waits since the last subscription may be lost with it. Late answers are taken all the same;
-        // and this is believed once, or a server could have them pile up.
-        if (m_subscriptions.empty() && m_doubtful == 0)
-            m_doubtful = m_waiting;
+        // Some servers lose with the last subscription what waits for it, and never answer that.
+        if (m_subscriptions.empty())
+            doubtWaiting();
         m_subscriptions.try_emplace(id, target);
         ++m_generation;
         m_pace.restart();
@@ -63,7 +65,7 @@ void Publisher::published(const SentPublish& sent, UaStatus status, UaByteView b
     bool gone = false;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        noLongerWaits();
+        noLongerWaits(sent.generation);
         if (m_closed)
             return;
         if (status.isBad()) {
@@ -80,9 +82,31 @@ void Publisher::published(const SentPublish& sent, UaStatus status, UaByteView b
     m_listener.publishDue();
 }
 
-void Publisher::noLongerWaits() {
-    --m_waiting;
-    m_doubtful = std::min(m_doubtful, m_waiting);
+void Publisher::doubtWaiting() {
+    m_doubtful += std::exchange(m_waiting, 0);
+    m_doubtfulUpTo = m_generation++;
+}
+
+void Publisher::noLongerWaits(std::uint32_t generation) {
+    --(isDoubtful(generation) ? m_doubtful : m_waiting);
+}
+
+unsigned int Publisher::waiting() const {
+    return m_waiting + std::max(m_doubtful, mostDoubtful) - mostDoubtful;
+}
+
+bool Publisher::hasItsFill() {
+    if (m_waiting > 0) {
+        m_pace.takesOneLess();
+        return true;
+    }
+    if (m_doubtful == 0)
+        return false;
+    // It is those that it has, then.
+    m_waiting = std::exchange(m_doubtful, 0);
+    m_doubtfulUpTo = 0;
+    m_pace.restart();
+    return true;
 }
 
 /// What went with a request that the server has not served goes with the next one.
@@ -94,12 +118,11 @@ void Publisher::acknowledgeAgain(const Acknowledgements::List& acknowledgements)
 
 bool Publisher::refused(std::uint32_t generation, UaStatus status) {
     // Requests from before the newest subscription have nothing to say about it.
-    if (isWithoutSubscription(status) && (generation != m_generation || !isAnyAlive()))
+    if (isDoubtful(generation) ||
+        (isWithoutSubscription(status) && (generation != m_generation || !isAnyAlive())))
         return false;
-    if (status.statusCode() == UA_STATUSCODE_BADTOOMANYPUBLISHREQUESTS && m_waiting > 0) {
-        m_pace.limitTo(m_waiting);
+    if (status.statusCode() == UA_STATUSCODE_BADTOOMANYPUBLISHREQUESTS && hasItsFill())
         return false;
-    }
     if (!m_pace.refused())
         return false;
     if (m_pace.refusals() == 1) {

@@ -64,7 +64,14 @@ private:
     // All with the lock.
     /// True when the server is not to be asked any more.
     bool refused(std::uint32_t generation, UaStatus status);
-    void noLongerWaits();
+    /// What waits may be lost: it is asked for anew.
+    void doubtWaiting();
+    bool isDoubtful(std::uint32_t generation) const { return generation <= m_doubtfulUpTo; }
+    void noLongerWaits(std::uint32_t generation);
+    /// How many requests a server has that takes its time.
+    unsigned int waiting() const;
+    /// The server has its fill. False when it has none of ours.
+    bool hasItsFill();
     void acknowledgeAgain(const Acknowledgements::List& acknowledgements);
     using TakeMessage = bool (PublishedSubscription::*)(UA_NotificationMessage&);
     void takeMessage(std::uint32_t id, UA_NotificationMessage& message, TakeMessage take);
@@ -81,12 +88,13 @@ private:
 
     std::mutex m_mutex; ///< guards what follows
     std::map<std::uint32_t, PublishedSubscription> m_subscriptions;
-    std::uint32_t m_generation = 0; ///< counts subscriptions that came
+    std::uint32_t m_generation = 0; ///< counts subscriptions and doubts
     Acknowledgements m_acknowledgements;
     MissingMessages m_missing;
     PublishPace m_pace;
-    unsigned int m_waiting = 0;  ///< publish requests at the server
-    unsigned int m_doubtful = 0; ///< so many of them it may have dropped
+    unsigned int m_waiting = 0;       ///< publish requests at the server
+    unsigned int m_doubtful = 0;      ///< more of them, which it may have dropped
+    std::uint32_t m_doubtfulUpTo = 0; ///< the newest generation of those
     bool m_flows = true;
     bool m_closed = false;
 };

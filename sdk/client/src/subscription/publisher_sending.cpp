@@ -73,8 +73,12 @@ void Publisher::forgetSilence() {
 
 Clock::time_point Publisher::judgeSilence(Clock::time_point now, Clock::time_point serverHeard) {
     Clock::time_point next = Clock::time_point::max();
-    for (auto& entry : m_subscriptions)
-        next = std::min(next, entry.second.judgeSilence(now, serverHeard));
+    for (auto& [id, subscription] : m_subscriptions) {
+        const bool flowed = subscription.flows();
+        next = std::min(next, subscription.judgeSilence(now, serverHeard));
+        if (flowed && !subscription.flows() && m_doubtful == 0)
+            doubtWaiting();
+    }
     tellFlow();
     return next;
 }
@@ -92,7 +96,7 @@ bool Publisher::sendPublish(Pipe& pipe) {
     SentPublish& sent = answer->sent();
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (!isAnyAlive() || !m_pace.mayAsk(m_waiting - m_doubtful, Clock::now()))
+        if (!isAnyAlive() || !m_pace.mayAsk(waiting(), Clock::now()))
             return false;
         ++m_waiting;
         sent = {m_generation, m_acknowledgements.takeAll()};
@@ -105,7 +109,7 @@ bool Publisher::sendPublish(Pipe& pipe) {
                                       Deadline(Pipe::postLimit), Pipe::Answered::SomeTime, answer);
     if (status.isBad()) {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        noLongerWaits();
+        noLongerWaits(sent.generation);
         if (status.statusCode() == UA_STATUSCODE_BADREQUESTTOOLARGE) {
             // What cannot be told need not be: a server lets the oldest messages go by itself.
             m_pace.refused();
