@@ -46,6 +46,7 @@ add_sdk_library(uaclientcpp FOLDER client
     socket/tcp_socket.cpp
     subscription/acknowledgements.cpp
     subscription/callback_thread.cpp
+    subscription/item_handles.cpp
     subscription/missing_messages.cpp
     subscription/notification_order.cpp
     subscription/notification_queue.cpp

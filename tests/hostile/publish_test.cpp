@@ -70,6 +70,15 @@ protected:
         return calls;
     }
     void loseRequests() { takeRequests(); }
+    /// The server has the item and says something else.
+    void addUnconfirmed(const char* node, const std::function<Bytes(const Call&)>& body) {
+        server.on<UA_CreateMonitoredItemsRequest>([body](const Call& call) {
+            call.usualBody();
+            call.answerBody(body(call));
+        });
+        EXPECT_EQ(add(node), 12);
+        server.on<UA_CreateMonitoredItemsRequest>([](const Call& call) { call.answer(); });
+    }
     void subscribeAnew(const char* node) {
         EXPECT_EQ(client.OpcUaDeleteSubScription(), 0);
         ASSERT_EQ(client.OpcUaCreateSubScription(50), 0);
@@ -779,6 +788,40 @@ TEST_F(Publishing, KeepsFewRequestsWaiting) {
     ASSERT_TRUE(server.publisher().waitForWaiting(1));
     EXPECT_EQ(read(), 0);
     EXPECT_LE(server.publisher().waiting(), 20U);
+}
+
+TEST_F(Publishing, AnItemThatWasNeverConfirmedIsNotTakenForTheNextOne) {
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    addUnconfirmed("ns=1;s=Unconfirmed", [](const Call&) { return hex("07"); });
+    addUnconfirmed("ns=1;s=Uncertain", [](const Call& call) {
+        Owned<UA_CreateMonitoredItemsResponse> response;
+        resize(response->results, response->resultsSize, 1);
+        response->results[0].statusCode = UA_STATUSCODE_UNCERTAIN;
+        return call.bodyOf(*response);
+    });
+    ASSERT_EQ(add("ns=1;s=Next"), 0);
+    ASSERT_TRUE(waitForValue(42, "ns=1;s=Next"));
+    const std::vector<Publisher::Item> items = server.publisher().items();
+    ASSERT_EQ(items.size(), 4U);
+    recordValues();
+    server.publisher().publish(
+        {{items[1].clientHandle, 98}, {items[2].clientHandle, 99}, {items[3].clientHandle, 7}});
+    EXPECT_TRUE(waitForValue(7, "ns=1;s=Next"));
+    EXPECT_THAT(values(), ElementsAre(7));
+    expectStillPublishing();
+}
+
+TEST_F(Publishing, AnItemThatIsAskedForAgainComesOnce) {
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    addUnconfirmed("ns=1;s=Again", [](const Call&) { return hex("07"); });
+    ASSERT_EQ(add("ns=1;s=Again"), 0);
+    ASSERT_TRUE(waitForValue(42, "ns=1;s=Again"));
+    server.publisher().publish(7);
+    EXPECT_TRUE(waitForValue(7, "ns=1;s=Again"));
+    EXPECT_EQ(read(), 0);
+    EXPECT_EQ(application.count("ns=1;s=Again"), 2);
 }
 
 TEST_F(Publishing, GoesOnWithANewSubscriptionWheneverTheOldRequestsAreLost) {

@@ -153,6 +153,27 @@ int linesOf(const std::filesystem::path& file) {
 
 constexpr std::size_t mebibyte = std::size_t{1} << 20;
 
+TEST_F(Queue, ChangesOfAnItemThatIsDoubtedMeanwhileAreNobodys) {
+    Hold hold;
+    EXPECT_EQ(queue->handles().toTell(3), 3U);
+    holdUp(hold);
+    collect(3, 7);
+    queue->handOver(*thread);
+    {
+        const std::lock_guard<std::mutex> asking(queue->handles().asking);
+        hold.release();
+        queue->handles().doubt(3);
+    }
+    const OpcUa_UInt32 told = queue->handles().toTell(3);
+    EXPECT_FALSE(queue->handles().isExpected(3));
+    EXPECT_TRUE(queue->handles().isExpected(told));
+    EXPECT_FALSE(queue->handles().isExpected(told + 1)) << "made up";
+    collect(told, 8);
+    queue->handOver(*thread);
+    thread->flush();
+    EXPECT_EQ(receiver.shown(), "1:0 0:7 3:8 ");
+}
+
 TEST_F(Queue, DeliversWhatWasHandedOverInOrderAndAtOnce) {
     collect(1, 10);
     collect(2, 20);

@@ -35,6 +35,12 @@ public:
     /// Frees all but the latest of each client handle; those keep their order. Takes time in proportion to
     /// the length.
     void keepLatest();
+    /// `change` gives for each client handle the one to put into its place.
+    template <typename Change>
+    void changeHandles(Change change) {
+        for (Item& item : m_items)
+            item.clientHandle = change(item.clientHandle);
+    }
     void clear() { dropFirst(static_cast<OpcUa_UInt32>(m_items.size())); }
     /// Exchanges the notifications.
     void swap(UaMonitoredItemNotifications& other) noexcept;

@@ -33,7 +33,8 @@ public:
     UaSubscription& operator=(const UaSubscription&) = delete;
 
     /// OPC UA Part 4, 5.13.2. Notifications carry the client handle of the request. On success `results` has
-    /// as many elements as `items`.
+    /// as many elements as `items`. Where there is none, or an uncertain one, the server may have the item
+    /// all the same: its notifications are dropped, whatever its client handle is used for next.
     UaStatus createMonitoredItems(ServiceSettings& settings, OpcUa_TimestampsToReturn timestamps,
                                   const UaMonitoredItemCreateRequests& items,
                                   UaMonitoredItemCreateResults& results);

@@ -66,11 +66,13 @@ void NotificationQueue::close() {
 
 void NotificationQueue::deliver() {
     {
+        const std::lock_guard<std::mutex> asking(m_handles.asking);
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_deliveryPosted = false;
         if (m_closed)
             return;
         m_delivering.swap(m_waiting);
+        m_handles.translate(m_delivering);
         m_mergeBeyond = bound;
         m_merged = false;
     }

@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "subscription/callback_thread.h"
+#include "subscription/item_handles.h"
 #include "uabase/notifications.h"
 #include "uaclient/callbacks.h"
 
@@ -28,14 +29,9 @@ public:
     NotificationQueue(UaSubscriptionCallback* callback, unsigned int clientSubscriptionHandle)
         : m_callback(callback), m_handle(clientSubscriptionHandle) {}
 
-    /// There will be changes with client handles up to this one. A server that makes handles up is not to
-    /// fill the queue with them.
-    void expect(OpcUa_UInt32 clientHandle) {
-        OpcUa_UInt32 highest = m_highestHandle;
-        while (highest < clientHandle && !m_highestHandle.compare_exchange_weak(highest, clientHandle)) {
-        }
-    }
-    bool isExpected(OpcUa_UInt32 clientHandle) const { return clientHandle <= m_highestHandle; }
+    /// What collect() is given are handles that were told the server; what is delivered are the
+    /// application's.
+    ItemHandles& handles() { return m_handles; }
 
     /// Takes over what a value holds; the caller clears what is left of it. By one thread at a time, like the
     /// next two. Takes nothing after close().
@@ -59,7 +55,7 @@ private:
     UaSubscriptionCallback* const m_callback;
     const unsigned int m_handle;
     std::atomic<bool> m_closed{false};
-    std::atomic<OpcUa_UInt32> m_highestHandle{0};
+    ItemHandles m_handles;
     UaMonitoredItemNotifications m_collected; ///< the collector's own
 
     std::mutex m_mutex;

@@ -51,7 +51,7 @@ void PublishedSubscription::deliver(UA_ExtensionObject& notification) {
         auto& change = *static_cast<UA_DataChangeNotification*>(data);
         for (std::size_t i = 0; i < change.monitoredItemsSize; ++i) {
             UA_MonitoredItemNotification& item = change.monitoredItems[i];
-            if (m_target.queue->isExpected(item.clientHandle)) {
+            if (m_target.queue->handles().isExpected(item.clientHandle)) {
                 m_target.queue->collect(item.clientHandle, item.value);
                 m_hasHandedOn = true;
             }

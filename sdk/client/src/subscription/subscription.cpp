@@ -5,7 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <utility>
+#include <vector>
 
 #include "session/calls_ahead.h"
 #include "subscription/subscription_impl.h"
@@ -68,16 +70,18 @@ PublishedSubscription::Target UaSubscription::Impl::published(CallbackThread& de
 }
 
 /// The items' first values may come before the answer.
-UA_CreateMonitoredItemsRequest
-UaSubscription::Impl::itemsRequest(OpcUa_TimestampsToReturn timestamps,
-                                   const UaMonitoredItemCreateRequests& items) const {
+UA_CreateMonitoredItemsRequest UaSubscription::Impl::itemsRequest(OpcUa_TimestampsToReturn timestamps,
+                                                                  UA_MonitoredItemCreateRequest* items,
+                                                                  std::size_t count) const {
     UA_CreateMonitoredItemsRequest request{};
     request.subscriptionId = m_id;
     request.timestampsToReturn = timestamps;
-    request.itemsToCreate = borrow(items);
-    request.itemsToCreateSize = items.length();
-    for (const UA_MonitoredItemCreateRequest& item : items)
-        m_queue->expect(item.requestedParameters.clientHandle);
+    request.itemsToCreate = items;
+    request.itemsToCreateSize = count;
+    for (std::size_t i = 0; i < count; ++i) {
+        OpcUa_UInt32& handle = items[i].requestedParameters.clientHandle;
+        handle = m_queue->handles().toTell(handle);
+    }
     return request;
 }
 
@@ -85,10 +89,19 @@ UaStatus UaSubscription::Impl::createMonitoredItems(const ServiceSettings& setti
                                                     OpcUa_TimestampsToReturn timestamps,
                                                     const UaMonitoredItemCreateRequests& items,
                                                     UaMonitoredItemCreateResults& results) {
-    UA_CreateMonitoredItemsRequest request = itemsRequest(timestamps, items);
+    const std::lock_guard<std::mutex> asking(m_queue->handles().asking);
+    std::vector<UA_MonitoredItemCreateRequest> told(items.begin(), items.end()); // what they hold stays there
+    UA_CreateMonitoredItemsRequest request = itemsRequest(timestamps, told.data(), told.size());
     Answer<UA_CreateMonitoredItemsRequest> answer;
     const UaStatus status = m_session.call(settings, request, answer, items.length());
     take(answer.results, answer.resultsSize, results);
+    for (OpcUa_UInt32 i = 0; i < items.length(); ++i) {
+        const bool isDoubtful =
+            status.isBad() ? !answer.isRefusal
+                           : OpcUa_IsNotGood(results[i].statusCode) && !OpcUa_IsBad(results[i].statusCode);
+        if (isDoubtful)
+            m_queue->handles().doubt(items[i].requestedParameters.clientHandle);
+    }
     return status;
 }
 
@@ -101,7 +114,7 @@ void UaSubscription::Impl::createMonitoredItems(const ServiceSettings& settings,
         [&](UA_CreateMonitoredItemsRequest& request, std::size_t& count) {
             if (!sequence.next(items))
                 return false;
-            request = itemsRequest(timestamps, items);
+            request = itemsRequest(timestamps, borrow(items), items.length());
             count = items.length();
             return true;
         },

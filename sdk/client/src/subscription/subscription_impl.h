@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <memory>
 
 #include "session/session_impl.h"
@@ -37,8 +38,10 @@ public:
                                   UaStatusCodeArray& results);
 
 private:
+    /// `items` get the handles that are told.
     UA_CreateMonitoredItemsRequest itemsRequest(OpcUa_TimestampsToReturn timestamps,
-                                                const UaMonitoredItemCreateRequests& items) const;
+                                                UA_MonitoredItemCreateRequest* items,
+                                                std::size_t count) const;
 
     UaSession::Impl& m_session;
     std::shared_ptr<NotificationQueue> m_queue;
