@@ -48,7 +48,8 @@ int COpcUaClient::OpcUaRemoveMonitNode(OpcUaNode* node, unsigned long* index, in
 }
 
 int COpcUaClient::OpcUaClearMonitNode() {
-    if (!m_session.connected())
+    const auto session = m_session.connected();
+    if (!session)
         return m_error.fail(result::notConnected);
     const MutexLock lock(m_session.mutex);
     if (!m_callback)

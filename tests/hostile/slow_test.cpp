@@ -2,6 +2,7 @@
 #include <chrono>
 #include <cstdint>
 #include <future>
+#include <set>
 #include <string>
 #include <thread>
 
@@ -57,6 +58,20 @@ TEST_F(SlowServer, ThatReadsNothingForAWhileGetsTheWholeWrite) {
     server.readAtMost(0);
     std::thread later = readFreelyAfter(std::chrono::seconds(2));
     EXPECT_EQ(writeText(longText), 0);
+    later.join();
+    expectUnharmed();
+}
+
+TEST_F(SlowServer, ThatTakesALongWriteInIsNotTakenForASilentOne) {
+    ASSERT_EQ(connect(), 0);
+    server.readAtMost(1 << 20);
+    std::thread later = readFreelyAfter(std::chrono::seconds(7));
+    std::future<int> written = std::async(std::launch::async, [this] { return writeText(longText); });
+    std::set<int> statuses;
+    while (written.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
+        statuses.insert(status());
+    EXPECT_THAT(statuses, testing::ElementsAre(connected));
+    EXPECT_EQ(written.get(), 0);
     later.join();
     expectUnharmed();
 }

@@ -71,7 +71,8 @@ public:
     /// Several calls on this thread, sent before the answers to the ones before are there.
     class Series;
 
-    /// What post() and renew() need at the most to get a small request onto the wire.
+    /// What post() and renew() need at the most to get a small request onto the wire; one of which a part is
+    /// on it already has as long as a call.
     static constexpr int postLimit = 1000; // ms
     using Answered = PendingRequest::Answered;
     /// Sends a request whose answer `receiver` is given on the thread that reads it. Bad when it could not be
@@ -88,6 +89,8 @@ public:
 
     /// When the server last spoke.
     Clock::time_point lastHeard() const { return Clock::time_point(Clock::duration(m_lastHeard)); }
+    /// When it last took some of what did not fit into the socket at once.
+    Clock::time_point lastTook() const { return Clock::time_point(Clock::duration(m_lastTook)); }
     /// When the oldest request was sent whose answer has to come soon; the end of time without one.
     Clock::time_point oldestUnanswered() const;
     /// Waits no longer for the answers that had to come soon to what was posted before `limit`: their
@@ -134,6 +137,7 @@ private:
     std::atomic<ConnectionListener*> m_listener{nullptr};
     std::atomic<IdleReader*> m_idleReader{nullptr};
     std::atomic<Clock::rep> m_lastHeard{Clock::now().time_since_epoch().count()};
+    std::atomic<Clock::rep> m_lastTook{0};
     std::atomic<bool> m_ended{false};
     unsigned int m_unexpected = 0; ///< the reading thread's
 

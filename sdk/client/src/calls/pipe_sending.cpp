@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -11,6 +13,10 @@
 
 namespace UaClientSdk {
 namespace {
+
+/// For the rest of a request: without it the connection is lost.
+constexpr int halfSentLimit = 10000; // ms
+constexpr std::chrono::milliseconds betweenLooks(500);
 
 /// Whether the connection can be used although a request did not get out.
 bool leavesConnection(UaStatus status) {
@@ -37,18 +43,21 @@ UA_RequestHeader& fillHeader(void* request, std::uint32_t requestId) {
 /// Reads, while it waits for room, if nobody else does.
 class Pipe::Room : public RoomToSend {
 public:
-    Room(Pipe& pipe, const Deadline& deadline, ReadingTurn& turn)
-        : m_pipe(pipe), m_deadline(deadline), m_turn(turn) {}
+    Room(Pipe& pipe, const Deadline& deadline, const Deadline& halfSentDeadline, ReadingTurn& turn)
+        : m_pipe(pipe), m_deadline(deadline), m_halfSentDeadline(halfSentDeadline), m_turn(turn) {}
 
     UaStatus wait() override {
         noteStuck();
         if (m_pipe.m_ended)
             return m_pipe.endReason();
-        if (m_deadline.expired())
+        const Deadline& deadline = m_pipe.m_channel->isHalfSent() ? m_halfSentDeadline : m_deadline;
+        if (deadline.expired())
             return UA_STATUSCODE_BADTIMEOUT;
         m_turn.tryTake();
         const auto interest = m_turn.isHeld() ? TcpSocket::Interest::Both : TcpSocket::Interest::Send;
-        const TcpSocket::Readiness ready = m_pipe.m_channel->socket().wait(interest, m_deadline);
+        const Deadline look(std::min(deadline.end(), Clock::now() + betweenLooks));
+        const TcpSocket::Readiness ready = m_pipe.m_channel->socket().wait(interest, look);
+        noteTaken();
         UaStatus status;
         if (m_turn.isHeld() && ready.readable) {
             status = m_pipe.receiveSome();
@@ -67,8 +76,18 @@ private:
         m_pipe.m_sendingFree.notify_all(); // for who has something better to do than to wait
     }
 
+    /// There may be room after a long time only, although bytes go all the time.
+    void noteTaken() {
+        const std::size_t unconfirmed = m_pipe.m_channel->socket().unconfirmed();
+        if (unconfirmed < m_unconfirmed)
+            m_pipe.m_lastTook = Clock::now().time_since_epoch().count();
+        m_unconfirmed = unconfirmed;
+    }
+
     Pipe& m_pipe;
+    std::size_t m_unconfirmed = 0; ///< at the last look
     const Deadline& m_deadline;
+    const Deadline& m_halfSentDeadline;
     ReadingTurn& m_turn;
 };
 
@@ -129,7 +148,8 @@ UaStatus Pipe::send(PendingRequest& request, const Deadline& deadline, ReadingTu
     } const sending{*this};
     if (request.call != nullptr)
         turn.tryTake();
-    Room room(*this, deadline, turn);
+    const Deadline halfSentDeadline = request.call != nullptr ? deadline : Deadline(halfSentLimit);
+    Room room(*this, deadline, halfSentDeadline, turn);
     try {
         status = sendRequest(room);
     } catch (...) { // no memory; the call is about to leave its stack

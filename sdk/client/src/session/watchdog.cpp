@@ -86,7 +86,8 @@ Clock::time_point Watchdog::judge(Pipe& pipe, Clock::time_point now) {
     if (asked == Clock::time_point::max())
         return now + halfPatience; // nobody tells when something is asked
     const Clock::time_point heard = pipe.lastHeard();
-    const Clock::time_point quietSince = std::max({asked, heard, m_notBefore});
+    // A server that takes in a long request is there, whatever else it has not got yet.
+    const Clock::time_point quietSince = std::max({asked, heard, pipe.lastTook(), m_notBefore});
     const Clock::time_point limit = quietSince + m_times.patience;
     if (now < limit) {
         // One call that takes its time says nothing about a server that answers others.

@@ -4,12 +4,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <fcntl.h>
+#include <linux/sockios.h>
 #include <memory>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <string>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 
@@ -135,6 +137,11 @@ TcpSocket::Readiness TcpSocket::wait(Interest interest, const Deadline& deadline
     readiness.readable = ended || (ready > 0 && (entry.revents & POLLIN) != 0);
     readiness.writable = ended || (ready > 0 && (entry.revents & POLLOUT) != 0);
     return readiness;
+}
+
+std::size_t TcpSocket::unconfirmed() const {
+    int bytes = 0;
+    return ioctl(descriptor(), SIOCOUTQ, &bytes) == 0 && bytes > 0 ? static_cast<std::size_t>(bytes) : 0;
 }
 
 void TcpSocket::shutDown() {

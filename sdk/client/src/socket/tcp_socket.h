@@ -39,6 +39,9 @@ public:
     Readiness wait(Interest interest, const Deadline& deadline) const;
     bool isReadable() const { return wait(Interest::Receive, Deadline(Clock::now())).readable; }
 
+    /// Bytes that were sent and the peer's system has not confirmed.
+    std::size_t unconfirmed() const;
+
     int descriptor() const { return m_socket.get(); }
     /// Both ends see the end of the connection; the descriptor stays until this object goes. What was sent
     /// still goes out.
