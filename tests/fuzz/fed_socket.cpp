@@ -78,6 +78,10 @@ TcpSocket::Readiness TcpSocket::wait(Interest, const Deadline&) const {
     return {FedSocket::instance().wait(), true};
 }
 
+std::size_t TcpSocket::unconfirmed() const {
+    return 0;
+}
+
 void TcpSocket::shutDown() {}
 void TcpSocket::abort() {}
 

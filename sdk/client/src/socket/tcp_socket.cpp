@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <fcntl.h>
-#include <linux/sockios.h>
 #include <memory>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -14,6 +13,8 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
+
+#include <linux/sockios.h>
 
 namespace UaClientSdk {
 namespace {
