@@ -379,8 +379,8 @@ public:
     /// @param count number of indices, at most 16; 0 for the whole value. A negative count makes an item that
     ///        never delivers. Without meaning when `index` is null.
     /// @return 0. 29: `node` is null; or, with a subscription there, `count` of indices is above 16. 3: not
-    ///         connected. 11: no subscription. 12: the server refused (the trace tells why), or there are
-    ///         20000 items.
+    ///         connected. 11: no subscription. 12: the server refused or did not answer in time (the trace
+    ///         tells why), or there are 20000 items.
     int OpcUaAddMonitNode(OpcUaNode* node, unsigned long* index, int count);
     /// Stops monitoring a node (OPC UA Part 4, 5.13.6): the first item whose `nodeId` **begins with** the
     /// text of this one's, in the order of client handles: that of adding, until handles begin anew.
@@ -428,11 +428,11 @@ public:
     ///
     ///     0    not connected
     ///     1    connected
-    ///     2    nothing at all has come from the server for 5 s although it was asked for something: it
-    ///          stands still, or there is an outage. Session, subscription and items are kept. Until its next
-    ///          sign of life, which makes this 1 again, operations answer 3 at once (OpcUaBrowse() 4, after
-    ///          freeing what it was to read anew); a call that was under way goes on to its own time-out
-    ///          of 10 s
+    ///     2    nothing at all has come from the server for 5 s although it was asked for something, nor has
+    ///          it taken in more of a long request: it stands still, or there is an outage. Session,
+    ///          subscription and items are kept. Until its next sign of life, which makes this 1 again,
+    ///          operations answer 3 at once (OpcUaBrowse() 4, after freeing what it was to read anew); a call
+    ///          that was under way goes on to its own time-out of 10 s
     ///     3    the connection was closed or lost, or given up because a request could not be sent whole
     ///          within its time-out
     ///     4    the server announced its shutdown
