@@ -111,8 +111,10 @@ int COpcUaClient::OpcUaAddMonitNode(OpcUaNode* node, unsigned long* index, int c
         traceRefused(*node, status);
         return m_error.fail(result::monitorFailed);
     }
-    items.add(items.nextHandle(), results[0].monitoredItemId, *node, selection);
+    // Taken even if there is no memory for the item: the server has it.
+    const unsigned int handle = items.nextHandle();
     items.advance();
+    items.add(handle, results[0].monitoredItemId, *node, selection);
     return result::success;
 }
 

@@ -1,3 +1,5 @@
+#include <new>
+
 #include "client/opcua_client.h"
 #include "values/value_buffer.h"
 #include "values/value_service.h"
@@ -24,7 +26,8 @@ int COpcUaClient::OpcUaSetValue(OpcUaNode* node, const void* buffer, int& size) 
     UaVariant value;
     decodeValue(value, node->dataType, buffer, size);
     UaWriteValues request = writeRequest(*node);
-    value.copyTo(&request[0].value.value);
+    if (value.copyTo(&request[0].value.value) != OpcUa_Good)
+        throw std::bad_alloc();
     return writeValue(*session.connected(), *node, request) ? result::success
                                                             : m_error.fail(result::writeFailed);
 }

@@ -294,6 +294,18 @@ TEST(Notifications, BytesAreThoseOfTheHeapForDimensions) {
     });
 }
 
+TEST(Notifications, BytesAreThoseOfTheHeapForAnEmptyMatrix) {
+    expectTrueBytes([] {
+        constexpr std::size_t count = 20000;
+        const UA_DataType& type = UA_TYPES[UA_TYPES_UINT32];
+        OpcUa_DataValue change = {};
+        UA_Variant_setArray(&change.value, UA_EMPTY_ARRAY_SENTINEL, 0, &type);
+        change.value.arrayDimensions = static_cast<UA_UInt32*>(UA_Array_new(count, &type));
+        change.value.arrayDimensionsSize = count;
+        return change;
+    });
+}
+
 TEST(Notifications, BytesAreThoseOfTheHeapForStructures) {
     const auto fillObject = [](UA_ExtensionObject& object) {
         UA_EndpointDescription* endpoint = UA_EndpointDescription_new();

@@ -379,6 +379,40 @@ INSTANTIATE_TEST_SUITE_P(
         Nameless{"CertificateAlways", byCertificate, "Basic256Sha256", Operator::always, notSaved}),
     [](const auto& one) { return one.param.name; });
 
+/// What a user's key signs begins with the server's certificate, or the server could have anything signed.
+class SignedByTheUser : public WithoutCertificate {
+protected:
+    int connectTo(const Bytes& certificate, std::size_t nonceLength) {
+        Offer open;
+        open.tokens = {{"user", UA_USERTOKENTYPE_CERTIFICATE, policyUri("Basic256Sha256")}};
+        server.offer({open}, {certificate, usualIdentity().privateKey, "odd"});
+        server.edit<UA_CreateSessionResponse>([nonceLength](UA_CreateSessionResponse& response) {
+            UA_ByteString_clear(&response.serverNonce);
+            UA_ByteString_allocBuffer(&response.serverNonce, nonceLength);
+            std::fill_n(response.serverNonce.data, nonceLength, UA_Byte{7});
+        });
+        Operator decides(Operator::once);
+        COpcUaClientInterface user;
+        user.installOpcUaCallBack(&decides);
+        const int code = connectAs(user);
+        EXPECT_EQ(server.count<UA_ActivateSessionRequest>(), code == 0 ? 1 : 0);
+        return code;
+    }
+};
+
+TEST_P(SignedByTheUser, IsNoNonceAloneThatHoldsACertificate) {
+    EXPECT_EQ(connectTo(Bytes(), 129), connectFailed);
+    EXPECT_EQ(connectTo(Bytes(), 128), 0);
+}
+
+TEST_P(SignedByTheUser, IsNothingThatIsNoCertificate) {
+    EXPECT_EQ(connectTo(Bytes("no certificate"), 32), connectFailed);
+}
+
+INSTANTIATE_TEST_SUITE_P(Once, SignedByTheUser,
+                         testing::Values(Nameless{"", byCertificate, "Basic256Sha256", Operator::once, 0}),
+                         [](const auto&) { return "Asked"; });
+
 /// What a strict server decrypts: the length, the password and its nonce, and nothing behind them (OPC UA
 /// Part 4, 7.41.2.2).
 class EncryptedPassword : public Password, public testing::WithParamInterface<int> {};

@@ -70,12 +70,26 @@ protected:
         return calls;
     }
     void loseRequests() { takeRequests(); }
-    /// The server has the item and says something else.
-    void addUnconfirmed(const char* node, const std::function<Bytes(const Call&)>& body) {
+    /// The server makes the items and says something else.
+    void answerCreateItems(const std::function<Bytes(const Call&)>& body) {
         server.on<UA_CreateMonitoredItemsRequest>([body](const Call& call) {
             call.usualBody();
             call.answerBody(body(call));
         });
+    }
+    /// Their results.
+    std::vector<int> addMany(const std::string& name, int count) {
+        std::vector<OpcUaNode> nodes(static_cast<std::size_t>(count));
+        for (std::size_t i = 0; i < nodes.size(); ++i)
+            setField(nodes[i].nodeId, "ns=1;s=" + name + std::to_string(i));
+        EXPECT_EQ(client.OpcUaAddMultiMonitNode(nodes.data(), count), 0);
+        std::vector<int> results;
+        for (const OpcUaNode& node : nodes)
+            results.push_back(node.result);
+        return results;
+    }
+    void addUnconfirmed(const char* node, const std::function<Bytes(const Call&)>& body) {
+        answerCreateItems(body);
         EXPECT_EQ(add(node), 12);
         server.on<UA_CreateMonitoredItemsRequest>([](const Call& call) { call.answer(); });
     }
@@ -800,16 +814,53 @@ TEST_F(Publishing, AnItemThatWasNeverConfirmedIsNotTakenForTheNextOne) {
         response->results[0].statusCode = UA_STATUSCODE_UNCERTAIN;
         return call.bodyOf(*response);
     });
+    addUnconfirmed("ns=1;s=UncertainService", [](const Call& call) {
+        Owned<UA_CreateMonitoredItemsResponse> response;
+        response->responseHeader.serviceResult = UA_STATUSCODE_UNCERTAIN;
+        resize(response->results, response->resultsSize, 1);
+        return call.bodyOf(*response);
+    });
     ASSERT_EQ(add("ns=1;s=Next"), 0);
     ASSERT_TRUE(waitForValue(42, "ns=1;s=Next"));
     const std::vector<Publisher::Item> items = server.publisher().items();
-    ASSERT_EQ(items.size(), 4U);
+    ASSERT_EQ(items.size(), 5U);
     recordValues();
-    server.publisher().publish(
-        {{items[1].clientHandle, 98}, {items[2].clientHandle, 99}, {items[3].clientHandle, 7}});
+    server.publisher().publish({{items[1].clientHandle, 97},
+                                {items[2].clientHandle, 98},
+                                {items[3].clientHandle, 99},
+                                {items[4].clientHandle, 7}});
     EXPECT_TRUE(waitForValue(7, "ns=1;s=Next"));
     EXPECT_THAT(values(), ElementsAre(7));
     expectStillPublishing();
+}
+
+TEST_F(Publishing, ABatchThatWasNeverConfirmedIsNotTakenForALaterOne) {
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    server.publisher().firstValues(false);
+    answerCreateItems([](const Call&) { return hex("07"); });
+    EXPECT_THAT(addMany("Lost", 2), ElementsAre(12, 12));
+    server.on<UA_CreateMonitoredItemsRequest>([](const Call& call) { call.answer(); });
+    const std::vector<Publisher::Item> lostItems = server.publisher().items();
+    ASSERT_EQ(lostItems.size(), 3U);
+    addMany("Filling", 19997); // the handles begin anew
+    EXPECT_EQ(client.OpcUaClearMonitNode(), 0);
+    EXPECT_THAT(addMany("Later", 3), ElementsAre(0, 0, 0));
+    const std::vector<Publisher::Item> items = server.publisher().items();
+    recordValues();
+    server.publisher().publish({{lostItems[1].clientHandle, 98},
+                                {lostItems[2].clientHandle, 99},
+                                {items[items.size() - 2].clientHandle, 7}});
+    EXPECT_TRUE(waitForValue(7, "ns=1;s=Later1"));
+    EXPECT_THAT(values(), ElementsAre(7));
+}
+
+TEST_F(Publishing, AnUncertainDeletionIsNone) {
+    monitor();
+    server.edit<UA_DeleteSubscriptionsResponse>([](UA_DeleteSubscriptionsResponse& response) {
+        response.responseHeader.serviceResult = UA_STATUSCODE_UNCERTAIN;
+    });
+    EXPECT_EQ(client.OpcUaDeleteSubScription(), 9);
 }
 
 TEST_F(Publishing, AnItemThatIsAskedForAgainComesOnce) {

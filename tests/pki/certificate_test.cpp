@@ -47,6 +47,13 @@ TEST(Certificate, AnEmptyOneAnswersEverythingWithNothing) {
     expectEmpty(UaPkiCertificate::fromDER(UaByteString()));
 }
 
+TEST(Certificate, OneThatNoStoreCouldHoldIsEmpty) {
+    EXPECT_FALSE(UaPkiCertificate::fromDER(material::chain("self_of_60_kilobytes")).isNull());
+    const UaByteString tooLong = material::chain("self_of_300_kilobytes");
+    ASSERT_GT(tooLong.length(), 256 * 1024);
+    expectEmpty(UaPkiCertificate::fromDER(tooLong));
+}
+
 TEST(Certificate, WhatIsNoDerFileGivesAnEmptyOne) {
     const test_support::TemporaryDirectory directory;
     expectEmpty(fromFile(directory.path() / "missing.der"));

@@ -23,8 +23,9 @@ openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:1024 -out short.k
 openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:4096 -out long.key &
 openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:4104 -out too_long.key &
 openssl genpkey -quiet -algorithm ED25519 -out edwards.key &
+openssl genpkey -quiet -algorithm EC -pkeyopt ec_paramgen_curve:prime192v1 -out weak_curve.key &
 wait
-for key in server authority intermediate stranger tiny short long too_long edwards; do
+for key in server authority intermediate stranger tiny short long too_long edwards weak_curve; do
   openssl req -new -batch -key "$key.key" -subj /CN=replaced -out "$key.csr"
 done
 
@@ -97,6 +98,7 @@ EOF
   application address_blocks "URI:$uri" 'sbgp-ipAddrBlock=critical,IPv4:10.0.0.0/8'
   application harmless_address_blocks "URI:$uri" 'sbgp-ipAddrBlock=IPv4:10.0.0.0/8'
   application system_numbers "URI:$uri" 'sbgp-autonomousSysNum=critical,AS:64512'
+  application demanding_policies "URI:$uri" 'policyConstraints=critical,requireExplicitPolicy:0'
   printf '[with_issuer]\nfullname=URI:http://plant/1\nCRLissuer=dirName:lister\n[lister]\nCN=lister\n'
   printf '[relative_to_issuer]\nrelativename=relative\n[relative]\nOU=lists\n'
   printf '[with_reasons]\nfullname=URI:http://plant/1\nreasons=keyCompromise\n'
@@ -104,6 +106,7 @@ EOF
   application uri_in_utf8 "DER:$(sequence "$(named 86 "$uri:ä")")"
   application uri_in_latin1 "DER:$(sequence "$(named 86 "$uri:$(printf '\344')")")"
   application of_60_kilobytes "URI:$uri" "1.2.3.4.6=DER:0482ea60$(head -c 60000 /dev/zero | od -An -v -tx1 | tr -d ' \n')"
+  application of_300_kilobytes "URI:$uri" "1.2.3.4.6=DER:04830493e0$(head -c 300000 /dev/zero | od -An -v -tx1 | tr -d ' \n')"
 } >config
 
 # ---- certificates
@@ -156,7 +159,7 @@ issue middle_below_last middle_last stranger authority
 issue middle_no_ca_bit root intermediate no_ca_bit
 issue middle_no_sign_usage root intermediate no_sign_usage
 
-for extensions in address_blocks harmless_address_blocks system_numbers any_extended_usage proxy repudiable address_of_three_bytes uri_in_utf8 uri_in_latin1 of_60_kilobytes; do
+for extensions in address_blocks harmless_address_blocks system_numbers demanding_policies any_extended_usage proxy repudiable address_of_three_bytes uri_in_utf8 uri_in_latin1 of_60_kilobytes of_300_kilobytes; do
   issue "self_$extensions" self server "$extensions"
 done
 issue middle_no_list_usage root intermediate no_list_usage
@@ -199,6 +202,8 @@ issue by_middle_no_usage middle_no_usage server app
 issue by_root_edwards root edwards app
 issue middle_edwards root edwards authority
 issue by_middle_edwards middle_edwards server app "" "" default
+issue middle_weak_curve root weak_curve authority
+issue by_middle_weak_curve middle_weak_curve server app
 for extensions in at_point at_relative_point at_partial_point at_others_point; do
   issue "by_root_$extensions" root server "$extensions"
 done
@@ -325,6 +330,7 @@ list root_with_sha1_revokes root "$bad" "" "$later" "" -md sha1
 list root_revokes_itself root root ""
 list other_root_revokes other_root root_cross ""
 list middle_edwards middle_edwards "" "" "" "" -md null
+list middle_weak_curve middle_weak_curve "" ""
 list first_revokes first by_first ""
 cn=self_good issue self_good_namesake self stranger authority
 list stray self_good_namesake "" ""

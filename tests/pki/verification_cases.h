@@ -325,15 +325,18 @@ const Case cases[] = {
     {"NewKeyIsNotBoundToItsOwnNames", "root", "root middle_bounded middle_bounded_new_key", "middle_bounded middle_bounded_new_key", "", "by_middle_bounded_new_key", good, good},
     {"UncriticalAddressBlocks",     "self_harmless_address_blocks", "", "", "", "self_harmless_address_blocks", good, good},
     {"CriticalSystemNumbers",       "self_system_numbers", "", "", "", "self_system_numbers", invalid, invalid},
+    {"CriticalPolicyConstraints",   "self_demanding_policies", "", "", "", "self_demanding_policies", invalid, invalid},
     {"CriticalAddressBlocks",       "self_address_blocks", "", "", "", "self_address_blocks", invalid, invalid},
     // ---- alternative names
     {"AddressOfThreeBytes",         "self_address_of_three_bytes", "", "", "", "self_address_of_three_bytes", good, good},
     {"OtherUriInUtf8",              "self_uri_in_utf8",   "", "", "", "self_uri_in_utf8",   uriInvalid, uriInvalid},
     {"OtherUriInLatin1",            "self_uri_in_latin1", "", "", "", "self_uri_in_latin1", uriInvalid, uriInvalid},
+    {"ThreeHundredKilobytes",       "", "", "", "", "self_of_300_kilobytes", invalid, invalid},
     {"SixtyKilobytes",              "self_of_60_kilobytes", "", "", "", "self_of_60_kilobytes", good, good},
     // ---- keys that are not RSA
     {"KeyThatIsNotRsa",             "root", "root", "", "", "by_root_edwards",           policyFailed, policyFailed},
     {"KeyThatCannotBeUsed",         "self_unusable_key", "", "", "", "self_unusable_key", invalid, invalid},
+    {"AuthoritysWeakCurve",         "root", "root middle_weak_curve", "middle_weak_curve", "", "by_middle_weak_curve", policyFailed, policyFailed},
     {"AuthoritysKeyThatIsNotRsa",   "root", "root middle_edwards", "middle_edwards", "", "by_middle_edwards", good, good},
     // ---- not a certificate: nothing can be saved either
     {"Empty",                       "self_good", "", "", "", "",            invalid, invalid},

@@ -81,11 +81,13 @@ std::size_t heldByUnion(const std::uint8_t* place, const UA_DataType& type) {
 }
 
 std::size_t heldByVariant(const UA_Variant& value) {
-    if (value.type == nullptr || value.data <= UA_EMPTY_ARRAY_SENTINEL)
+    if (value.type == nullptr)
         return 0;
-    const std::size_t count = UA_Variant_isScalar(&value) ? 1 : value.arrayLength;
     const std::size_t dimensions =
         value.arrayDimensionsSize == 0 ? 0 : heapBlock(value.arrayDimensionsSize * sizeof(UA_UInt32));
+    if (value.data <= UA_EMPTY_ARRAY_SENTINEL)
+        return dimensions;
+    const std::size_t count = UA_Variant_isScalar(&value) ? 1 : value.arrayLength;
     return heldByArray(value.data, count, *value.type) + dimensions;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <array>
+#include <cstddef>
 #include <ctime>
 #include <string>
 #include <string_view>
@@ -12,6 +13,7 @@
 #include <openssl/pem.h>
 
 #include "distinguished_name.h"
+#include "file_access.h"
 
 namespace pki {
 namespace {
@@ -100,9 +102,14 @@ void visitAlternativeNames(const X509* certificate, int kind, Visitor visit) {
     }
 }
 
+/// What a store's file may have, and a server's chain. What is read takes many times the memory.
+constexpr std::ptrdiff_t longestBytes = certificateFileLimit;
+
 } // namespace
 
 X509Ptr parseCertificate(const unsigned char*& position, const unsigned char* end) {
+    if (end - position > longestBytes)
+        return nullptr;
     const ErrorQueueGuard guard;
     const unsigned char* next = position;
     X509Ptr certificate(d2i_X509(nullptr, &next, end - position));

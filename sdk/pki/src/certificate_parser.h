@@ -12,8 +12,8 @@
 namespace pki {
 
 /// Reads one certificate from the start of `[position, end)` and moves `position` behind it. Null, with
-/// `position` where it was, when there is none, or when the bytes are not the one (DER) encoding of what they
-/// say: thumbprints and trust are about bytes.
+/// `position` where it was, when there is none, when the bytes are not the one (DER) encoding of what they
+/// say, or more than a store's file may have: thumbprints and trust are about bytes.
 X509Ptr parseCertificate(const unsigned char*& position, const unsigned char* end);
 
 /// Reads certificates one behind the other; false when something else is among them, or nothing is there.

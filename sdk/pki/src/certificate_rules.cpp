@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <ctime>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "certificate_parser.h"
@@ -18,8 +19,11 @@ std::string keyProblem(const X509* certificate, bool isLeaf, const SecurityDeman
     const EVP_PKEY* key = X509_get0_pubkey(certificate);
     if (key == nullptr)
         return "its public key cannot be read";
-    if (EVP_PKEY_is_a(key, "RSA") != 1)
-        return isLeaf ? "its key is not an RSA key" : "";
+    if (EVP_PKEY_is_a(key, "RSA") != 1) {
+        if (isLeaf)
+            return "its key is not an RSA key";
+        return EVP_PKEY_get_security_bits(key) < demands.fewestSecurityBits() ? "its key is too weak" : "";
+    }
     const int bits = EVP_PKEY_get_bits(key);
     const std::string has = "its RSA key has " + std::to_string(bits) + " bits, the policy ";
     if (bits < demands.fewestRsaBits)
@@ -85,25 +89,35 @@ void checkStructure(const std::vector<X509Ptr>& sent, CertificateFindings& findi
 
 void checkExtensions(const Chain& chain, CertificateFindings& findings) {
     for (X509* certificate : chain.certificates) {
-        // OpenSSL knows address blocks (RFC 3779) and proxies; nobody checks them here.
+        // OpenSSL knows address blocks (RFC 3779), proxies and demands of policies; nobody checks them here.
         if ((X509_get_extension_flags(certificate) & (EXFLAG_CRITICAL | EXFLAG_PROXY)) != 0 ||
             isCritical(certificate, NID_sbgp_ipAddrBlock) ||
-            isCritical(certificate, NID_sbgp_autonomousSysNum)) {
+            isCritical(certificate, NID_sbgp_autonomousSysNum) ||
+            isCritical(certificate, NID_policy_constraints)) {
             findings.add(Step::Signature, OpcUa_BadCertificateInvalid, certificate,
                          "it has a critical extension that is not known here");
         }
     }
 }
 
-void checkNameConstraints(const Chain& chain, CertificateFindings& findings) {
+bool NameBounds::isOutside(X509* certificate, bool isLeaf, X509* authority) {
+    const auto known = m_known.find({certificate, authority});
+    if (known != m_known.end())
+        return known->second;
+    const NameConstraintsPtr bounds(
+        static_cast<NAME_CONSTRAINTS*>(X509_get_ext_d2i(authority, NID_name_constraints, nullptr, nullptr)));
+    const bool outside = bounds != nullptr && !isWithin(certificate, isLeaf, bounds.get());
+    m_known.emplace(std::pair{certificate, authority}, outside);
+    return outside;
+}
+
+void NameBounds::check(const Chain& chain, CertificateFindings& findings) {
     const auto& certificates = chain.certificates;
     for (std::size_t above = 1; above < certificates.size(); ++above) {
-        const NameConstraintsPtr bounds(static_cast<NAME_CONSTRAINTS*>(
-            X509_get_ext_d2i(certificates[above], NID_name_constraints, nullptr, nullptr)));
-        for (std::size_t i = 0; bounds != nullptr && i < above; ++i) {
+        for (std::size_t i = 0; i < above; ++i) {
             // An authority may certify its own new key under its own name (RFC 5280, 6.1.4).
             if ((i == 0 || !isSelfIssued(certificates[i])) &&
-                !isWithin(certificates[i], i == 0, bounds.get())) {
+                isOutside(certificates[i], i == 0, certificates[above])) {
                 findings.add(Step::Signature, OpcUa_BadCertificateInvalid, certificates[i],
                              "its names are not within the bounds of one of its issuers");
             }
@@ -144,16 +158,14 @@ void checkValidity(const Chain& chain, std::time_t now, CertificateFindings& fin
     }
 }
 
-void checkApplicationUri(const X509* leaf, const UaString& expected, CertificateFindings& findings) {
+UaString applicationUriProblem(const X509* leaf, const UaString& expected) {
     const std::vector<std::string> uris = uriBytes(leaf);
-    if (uris.empty()) {
-        findings.add(Step::ApplicationUri, OpcUa_BadCertificateUriInvalid, leaf,
-                     "the certificate names no application URI");
-    } else if (uris.front() != expected.text() || expected.isEmpty()) {
-        findings.add(Step::ApplicationUri, OpcUa_BadCertificateUriInvalid, leaf,
-                     UaString("the certificate is for \"" + alternativeNames(leaf, GEN_URI).front().text() +
-                              "\", the server says it is \"" + expected.text() + "\""));
-    }
+    if (uris.empty())
+        return "the certificate names no application URI";
+    if (uris.front() == expected.text() && !expected.isEmpty())
+        return {};
+    return UaString("the certificate is for \"" + alternativeNames(leaf, GEN_URI).front().text() +
+                    "\", the server says it is \"" + expected.text() + "\"");
 }
 
 void checkUsage(const Chain& chain, CertificateFindings& findings) {

@@ -15,12 +15,10 @@ namespace {
 
 using Step = UaPkiVerificationStep;
 
-constexpr int longestChainBytes = 256 * 1024;
 constexpr std::size_t mostCertificates = 11;
 
 bool readSentCertificates(const UaByteString& bytes, std::vector<pki::X509Ptr>& sent) {
-    return bytes.length() <= longestChainBytes &&
-           pki::parseCertificates(bytes.data(), bytes.data() + bytes.length(), sent) &&
+    return pki::parseCertificates(bytes.data(), bytes.data() + bytes.length(), sent) &&
            sent.size() <= mostCertificates;
 }
 

@@ -30,11 +30,11 @@ void ChainCheck::check(const Chain& chain, CertificateFindings& findings) {
     const ErrorQueueGuard guard;
     checkEnd(chain, findings);
     checkExtensions(chain, findings);
-    checkNameConstraints(chain, findings);
+    m_nameBounds.check(chain, findings);
     checkPolicy(chain, m_demands.security, findings);
     checkTrust(chain, findings);
     checkValidity(chain, m_demands.now, findings);
-    checkApplicationUri(chain.certificates.front(), m_demands.applicationUri, findings);
+    checkApplicationUri(chain.certificates.front(), findings);
     checkUsage(chain, findings);
     checkRevocation(chain, findings);
 }
@@ -61,6 +61,14 @@ void ChainCheck::checkEnd(const Chain& chain, CertificateFindings& findings) con
         findings.add(Step::Signature, OpcUa_BadCertificateInvalid, last, "its issuer has not signed it");
         break;
     }
+}
+
+/// The leaf is the same in all chains, and may have many names.
+void ChainCheck::checkApplicationUri(const X509* leaf, CertificateFindings& findings) {
+    if (!m_uriProblem)
+        m_uriProblem = applicationUriProblem(leaf, m_demands.applicationUri);
+    if (!m_uriProblem->isEmpty())
+        findings.add(Step::ApplicationUri, OpcUa_BadCertificateUriInvalid, leaf, *m_uriProblem);
 }
 
 void ChainCheck::checkTrust(const Chain& chain, CertificateFindings& findings) const {

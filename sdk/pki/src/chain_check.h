@@ -1,9 +1,11 @@
 #pragma once
 
 #include <ctime>
+#include <optional>
 #include <set>
 
 #include "certificate_findings.h"
+#include "certificate_rules.h"
 #include "chain_finder.h"
 #include "file_access.h"
 #include "revocation_check.h"
@@ -30,6 +32,7 @@ public:
 private:
     bool isTrusted(const X509* certificate) const;
     void checkEnd(const Chain& chain, CertificateFindings& findings) const;
+    void checkApplicationUri(const X509* leaf, CertificateFindings& findings);
     void checkTrust(const Chain& chain, CertificateFindings& findings) const;
     void checkRevocation(const Chain& chain, CertificateFindings& findings);
 
@@ -37,6 +40,8 @@ private:
     const UaPkiStoreLocations& m_locations;
     const ChainDemands& m_demands;
     std::set<Bytes> m_trusted;
+    NameBounds m_nameBounds;
+    std::optional<UaString> m_uriProblem; ///< of the leaf; empty when there is none
     RevocationCheck m_revocation;
 };
 

@@ -10,7 +10,8 @@ namespace {
 using Signature = UaPkiSecurityPolicy::Signature;
 using Encryption = UaPkiSecurityPolicy::Encryption;
 
-constexpr int fewestBits = 8 * (32 + 32 + 2); // PSS with SHA-256 and its salt (RFC 8017, 9.1.1)
+/// OAEP with SHA-256 has room for a byte then (RFC 8017, 7.1.1), and PSS with SHA-256 for its salt (9.1.1).
+constexpr int fewestBits = 8 * (2 * 32 + 2) + 1;
 constexpr int mostBits = OPENSSL_RSA_MAX_MODULUS_BITS;
 
 bool setOaep(EVP_PKEY_CTX* context, const EVP_MD* digest) {

@@ -12,7 +12,8 @@ namespace pki {
 using KeyContextPtr = std::unique_ptr<EVP_PKEY_CTX, Releaser<EVP_PKEY_CTX_free>>;
 using DigestContextPtr = std::unique_ptr<EVP_MD_CTX, Releaser<EVP_MD_CTX_free>>;
 
-/// An RSA key that holds a signature of any policy and that OpenSSL calculates with: 528 to 16384 bits.
+/// An RSA key that holds a signature and a secret of any policy and that OpenSSL calculates with: 529 to
+/// 16384 bits.
 bool isUsableRsaKey(const EVP_PKEY* key);
 std::size_t modulusLength(const EVP_PKEY* key);
 

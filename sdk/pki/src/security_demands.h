@@ -15,6 +15,8 @@ struct SecurityDemands {
     /// An unknown policy demands the most.
     static SecurityDemands of(const UaString& securityPolicyUri);
 
+    /// Of a key that is not RSA (NIST SP 800-57 part 1, 5.6.1.1).
+    int fewestSecurityBits() const { return fewestRsaBits < 2048 ? 80 : 112; }
     bool allowDigest(int digest) const;
     bool allowSignature(X509* certificate) const;
 };

@@ -110,6 +110,12 @@ UaStatus SessionSecurity::checkUser() const {
         return refuse(UA_STATUSCODE_BADCERTIFICATEINVALID,
                       "the server has no certificate to encrypt the password to");
     }
+    const bool isSignedFor = user.kind == User::Kind::Certificate && isTokenProtected();
+    if (isSignedFor && m_info.serverCertificate.length() > 0 &&
+        UaPkiCertificate::fromDER(m_info.serverCertificate).isNull()) {
+        return refuse(UA_STATUSCODE_BADCERTIFICATEINVALID,
+                      "the user's key would sign what the server shows, and that is no certificate");
+    }
     // Whoever takes the known protection away from a list leaves the one that nobody knows.
     if (isPasswordReadable() && m_choice.hasUnknownProtection) {
         return refuse(UA_STATUSCODE_BADIDENTITYTOKENREJECTED,

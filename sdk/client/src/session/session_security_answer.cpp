@@ -15,6 +15,9 @@ namespace {
 constexpr std::size_t shortestNonce = 32;
 /// Nobody needs more, and each of its bytes is signed and encrypted.
 constexpr std::size_t longestNonce = 1024;
+/// Where no certificate stands before it, all that the user's key signs is the server's choice: there is no
+/// room for another server's certificate and nonce.
+constexpr std::size_t longestNonceAlone = 128;
 
 } // namespace
 
@@ -42,11 +45,12 @@ UaStatus SessionSecurity::checkAnswer(const UA_CreateSessionResponse& response) 
 UaStatus SessionSecurity::checkNonce(const UA_ByteString& nonce) const {
     const bool isSigned =
         isChannelSecured() || (isTokenProtected() && m_info.user().kind == User::Kind::Certificate);
-    if ((isSigned && nonce.length < shortestNonce) || nonce.length > longestNonce) {
+    const std::size_t longest = m_info.serverCertificate.length() > 0 ? longestNonce : longestNonceAlone;
+    if ((isSigned && nonce.length < shortestNonce) || nonce.length > longest) {
         return refuse(UA_STATUSCODE_BADNONCEINVALID, "the server's nonce for the session has " +
                                                          std::to_string(nonce.length) + " bytes instead of " +
                                                          std::to_string(shortestNonce) + " to " +
-                                                         std::to_string(longestNonce));
+                                                         std::to_string(longest));
     }
     return OpcUa_Good;
 }

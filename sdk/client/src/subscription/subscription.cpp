@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -36,6 +37,13 @@ std::chrono::milliseconds longestSilence(double interval, OpcUa_UInt32 keepAlive
     return std::chrono::milliseconds(static_cast<std::int64_t>(std::min(silence, aMonth))) + grace;
 }
 
+std::vector<OpcUa_UInt32> handlesOf(const UaMonitoredItemCreateRequests& items) {
+    std::vector<OpcUa_UInt32> handles;
+    for (const UA_MonitoredItemCreateRequest& item : items)
+        handles.push_back(item.requestedParameters.clientHandle);
+    return handles;
+}
+
 } // namespace
 
 UaStatus UaSubscription::Impl::create(const ServiceSettings& settings, const SubscriptionSettings& parameters,
@@ -62,7 +70,7 @@ UaStatus UaSubscription::Impl::remove(const ServiceSettings& settings) {
     request.subscriptionIdsSize = 1;
     Answer<UA_DeleteSubscriptionsRequest> answer;
     const UaStatus status = m_session.call(settings, request, answer, 1);
-    return status.isBad() ? status : UaStatus(answer.results[0]);
+    return status.isNotGood() ? status : UaStatus(answer.results[0]);
 }
 
 PublishedSubscription::Target UaSubscription::Impl::published(CallbackThread& deliveryThread) const {
@@ -95,32 +103,44 @@ UaStatus UaSubscription::Impl::createMonitoredItems(const ServiceSettings& setti
     Answer<UA_CreateMonitoredItemsRequest> answer;
     const UaStatus status = m_session.call(settings, request, answer, items.length());
     take(answer.results, answer.resultsSize, results);
-    for (OpcUa_UInt32 i = 0; i < items.length(); ++i) {
-        const bool isDoubtful =
-            status.isBad() ? !answer.isRefusal
-                           : OpcUa_IsNotGood(results[i].statusCode) && !OpcUa_IsBad(results[i].statusCode);
-        if (isDoubtful)
-            m_queue->handles().doubt(items[i].requestedParameters.clientHandle);
-    }
+    doubtUnconfirmed(handlesOf(items), status, answer.isRefusal, results);
     return status;
+}
+
+/// The server may have items of which it does not say so in so many words.
+void UaSubscription::Impl::doubtUnconfirmed(const std::vector<OpcUa_UInt32>& handles, UaStatus status,
+                                            bool isRefusal, const UaMonitoredItemCreateResults& results) {
+    for (OpcUa_UInt32 i = 0; i < handles.size(); ++i) {
+        const bool isDoubtful = status.isBad()
+                                    ? !isRefusal
+                                    : !OpcUa_IsBad(results[i].statusCode) &&
+                                          (status.isNotGood() || OpcUa_IsNotGood(results[i].statusCode));
+        if (isDoubtful)
+            m_queue->handles().doubt(handles[i]);
+    }
 }
 
 void UaSubscription::Impl::createMonitoredItems(const ServiceSettings& settings,
                                                 OpcUa_TimestampsToReturn timestamps,
                                                 const CreateItemsSequence& sequence) {
+    const std::lock_guard<std::mutex> asking(m_queue->handles().asking);
     UaMonitoredItemCreateRequests items;
+    std::deque<std::vector<OpcUa_UInt32>> asked; // of the requests that are on their way
     m_session.callAhead<UA_CreateMonitoredItemsRequest>(
         settings,
         [&](UA_CreateMonitoredItemsRequest& request, std::size_t& count) {
             if (!sequence.next(items))
                 return false;
+            asked.push_back(handlesOf(items));
             request = itemsRequest(timestamps, borrow(items), items.length());
             count = items.length();
             return true;
         },
-        [&sequence](UaStatus status, Answer<UA_CreateMonitoredItemsRequest>& answer, std::size_t) {
+        [&](UaStatus status, Answer<UA_CreateMonitoredItemsRequest>& answer, std::size_t) {
             UaMonitoredItemCreateResults results;
             take(answer.results, answer.resultsSize, results);
+            doubtUnconfirmed(asked.front(), status, answer.isRefusal, results);
+            asked.pop_front();
             return sequence.answered(status, results);
         });
 }

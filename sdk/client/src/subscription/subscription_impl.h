@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <memory>
+#include <vector>
 
 #include "session/session_impl.h"
 #include "subscription/notification_queue.h"
@@ -42,6 +43,8 @@ private:
     UA_CreateMonitoredItemsRequest itemsRequest(OpcUa_TimestampsToReturn timestamps,
                                                 UA_MonitoredItemCreateRequest* items,
                                                 std::size_t count) const;
+    void doubtUnconfirmed(const std::vector<OpcUa_UInt32>& handles, UaStatus status, bool isRefusal,
+                          const UaMonitoredItemCreateResults& results);
 
     UaSession::Impl& m_session;
     std::shared_ptr<NotificationQueue> m_queue;

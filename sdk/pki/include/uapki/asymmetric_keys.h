@@ -21,7 +21,7 @@ public:
 
     /// `certificate` is DER, possibly with its issuers behind it. BadCertificateInvalid when there is none,
     /// or its key is no RSA key; BadCertificatePolicyCheckFailed when the key's length is not within the
-    /// policy's limits and `limits` is Enforced, and for a key below 528 or above 16384 bits in any case;
+    /// policy's limits and `limits` is Enforced, and for a key below 529 or above 16384 bits in any case;
     /// BadInvalidArgument for the policy that protects nothing. `policy` is one of the table's.
     enum class Limits { Enforced, AlreadyDecidedOn };
     static UaStatus open(const UaPkiSecurityPolicy& policy, const UaByteString& certificate, Limits limits,
@@ -56,7 +56,7 @@ public:
     /// OpenSecureChannel needs a few.
     static constexpr std::size_t mostBlocks = 64;
 
-    /// BadSecurityChecksFailed when the record holds no RSA private key, or one below 528 or above 16384
+    /// BadSecurityChecksFailed when the record holds no RSA private key, or one below 529 or above 16384
     /// bits; BadInvalidArgument for the policy that protects nothing. `policy` is one of the table's.
     /// Decoding takes its time: keep the key rather than the record.
     static UaStatus open(const UaPkiSecurityPolicy& policy, const OpcUa_Key& record, UaPkiOwnKey& key);
