@@ -3,9 +3,11 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <iterator>
 #include <string>
@@ -39,6 +41,7 @@ struct System {
     std::vector<std::string> calls;
     bool failsToFlush = false;
     bool hasForeseeableNames = false;
+    std::string unopenedName; ///< of the file that cannot be opened for want of descriptors
 };
 
 System theSystem;
@@ -63,6 +66,17 @@ extern "C" __attribute__((visibility("default"))) int rename(const char* from, c
     if (theSystem.isWatched)
         theSystem.calls.push_back(std::string("rename to ") + to);
     return nextDefinition<int (*)(const char*, const char*)>("rename")(from, to);
+}
+extern "C" __attribute__((visibility("default"))) int open(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    if (!theSystem.unopenedName.empty() && fs::path(path).filename() == theSystem.unopenedName) {
+        errno = EMFILE;
+        return -1;
+    }
+    return nextDefinition<int (*)(const char*, int, ...)>("open")(path, flags, mode);
 }
 // NOLINTNEXTLINE(readability-identifier-naming)
 extern "C" __attribute__((visibility("default"))) int RAND_bytes(unsigned char* bytes, int count) {
@@ -129,6 +143,21 @@ TEST_F(FileWriting, GoesThroughNothingThatLiesInItsWay) {
         EXPECT_FALSE(fs::exists(path("key.pem")));
         fs::remove(trap);
     }
+}
+
+/// The key that was kept before is in the place where the next one is to be kept.
+TEST_F(FileWriting, WithoutADescriptorLeavesWhatIsThere) {
+    ASSERT_EQ(writeKey(path("key.pem")), 0);
+    ASSERT_EQ(writeKey(path("key.pem")), 0);
+    const std::string key = content(path("key.pem"));
+    const std::string kept = content(path("key.pem.old"));
+    theSystem.unopenedName = "key.pem.old";
+    EXPECT_EQ(writeKey(path("key.pem")), -1);
+    theSystem = System();
+    EXPECT_EQ(content(path("key.pem")), key);
+    ASSERT_TRUE(fs::exists(path("key.pem.old")));
+    EXPECT_EQ(content(path("key.pem.old")), kept);
+    EXPECT_EQ(filesIn(m_directory.path()), 2);
 }
 
 TEST_F(FileWriting, GivesCertificatesToAllAndKeysToTheirOwner) {
