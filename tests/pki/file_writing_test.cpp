@@ -96,6 +96,14 @@ protected:
 
     fs::path path(const char* name) const { return m_directory.path() / name; }
     int writeKey(const fs::path& file) const { return m_keys.toPEMFile(file.c_str(), nullptr); }
+    UaPkiCertificate certificate() const {
+        UaPkiIdentity name;
+        name.commonName = "panel";
+        UaPkiCertificateInfo info;
+        info.validTime = 3600;
+        return UaPkiCertificate(info, name, m_keys.publicKey(), name, m_keys.privateKey(), false,
+                                UaPkiCertificate::Sha256);
+    }
     static std::string content(const fs::path& file) {
         const UaByteString bytes = material::read(file);
         return {reinterpret_cast<const char*>(bytes.data()), static_cast<std::size_t>(bytes.length())};
@@ -123,13 +131,17 @@ TEST_F(FileWriting, IsOnTheDiskBeforeItHasItsName) {
 
 TEST_F(FileWriting, ThatCannotBeFlushedLeavesTheOldFile) {
     material::write(path("key.pem"), "the old key");
+    material::write(path("own.der"), "the old certificate");
     theSystem.isWatched = true;
     theSystem.failsToFlush = true;
     const Trace trace(UaTrace::Errors);
     EXPECT_EQ(writeKey(path("key.pem")), -1);
+    EXPECT_EQ(certificate().toDERFile(path("own.der").c_str()), -1);
     EXPECT_EQ(content(path("key.pem")), "the old key");
-    EXPECT_EQ(filesIn(m_directory.path()), 1);
-    EXPECT_THAT(trace.text(), HasSubstr("cannot write " + path("key.pem").string() + ": Input/output error"));
+    EXPECT_EQ(content(path("own.der")), "the old certificate");
+    EXPECT_EQ(filesIn(m_directory.path()), 2);
+    for (const char* name : {"key.pem", "own.der"})
+        EXPECT_THAT(trace.text(), HasSubstr("cannot write " + path(name).string() + ": Input/output error"));
 }
 
 TEST_F(FileWriting, GoesThroughNothingThatLiesInItsWay) {
@@ -162,13 +174,7 @@ TEST_F(FileWriting, WithoutADescriptorLeavesWhatIsThere) {
 
 TEST_F(FileWriting, GivesCertificatesToAllAndKeysToTheirOwner) {
     const mode_t mask = ::umask(0);
-    UaPkiIdentity name;
-    name.commonName = "panel";
-    UaPkiCertificateInfo info;
-    info.validTime = 3600;
-    const UaPkiCertificate certificate(info, name, m_keys.publicKey(), name, m_keys.privateKey(), false,
-                                       UaPkiCertificate::Sha256);
-    EXPECT_EQ(certificate.toDERFile(path("new.der").c_str()), 0);
+    EXPECT_EQ(certificate().toDERFile(path("new.der").c_str()), 0);
     EXPECT_EQ(writeKey(path("key.pem")), 0);
     ::umask(mask);
     EXPECT_EQ(modeOf(path("new.der")), 0644U);
@@ -189,7 +195,8 @@ TEST_F(FileWriting, ToALinkChangesWhatItLeadsTo) {
         EXPECT_EQ(modeOf(path(target)), 0600U);
     }
     EXPECT_TRUE(fs::is_symlink(path("near")));
-    EXPECT_EQ(filesIn(m_directory.path()), 4);
+    EXPECT_EQ(content(path("key.pem.old")), "the old key");
+    EXPECT_EQ(filesIn(m_directory.path()), 5);
     EXPECT_EQ(filesIn(path("elsewhere")), 2);
 }
 
