@@ -119,7 +119,7 @@ TEST_F(PrivateKey, LeavesAFileThatIsTooLongToBeKept) {
     material::write(path("key.pem"), padded);
     const Trace trace(UaTrace::Errors);
     EXPECT_EQ(m_keys.toPEMFile(path("key.pem").c_str(), nullptr), -1);
-    EXPECT_EQ(content("key.pem"), padded);
+    EXPECT_TRUE(content("key.pem") == padded);
     EXPECT_FALSE(fs::exists(path("key.pem.old")));
     EXPECT_THAT(trace.text(), HasSubstr("cannot write " + path("key.pem").string() + ": larger than 64 KiB"));
 }
