@@ -247,10 +247,10 @@ public:
     ///     UserPrivateKey                     [ConfigPath]/pkiuser/own/private/user.pem
     ///
     /// "[ConfigPath]" and "[ApplicationPath]" both stand for that directory. The first of each
-    /// is replaced, what stands before it is dropped, and the result is cut at 511 bytes. A directory ends
-    /// with a slash. Directories are made as they are needed. Certificates are DER files; what lies in the
-    /// trust list, among the issuers and the revocation lists may be PEM, too. Keys are PEM without a
-    /// password.
+    /// is replaced, what stands before it is dropped, and the result is cut at 511 bytes: with the defaults
+    /// the directory may have 475 of them. A directory ends with a slash. Directories are made as they are
+    /// needed. Certificates are DER files; what lies in the trust list, among the issuers and the revocation
+    /// lists may be PEM, too. Keys are PEM without a password.
     ///
     /// @return 0: connected, and the status reads 1. 1: not within `config.timeout`, or refused by the
     ///         server or by this client, which the trace explains. 19, without a message: the server gave

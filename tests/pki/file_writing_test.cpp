@@ -3,9 +3,11 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <iterator>
 #include <string>
@@ -39,6 +41,7 @@ struct System {
     std::vector<std::string> calls;
     bool failsToFlush = false;
     bool hasForeseeableNames = false;
+    std::string unopenedName; ///< of the file that cannot be opened for want of descriptors
 };
 
 System theSystem;
@@ -64,6 +67,17 @@ extern "C" __attribute__((visibility("default"))) int rename(const char* from, c
         theSystem.calls.push_back(std::string("rename to ") + to);
     return nextDefinition<int (*)(const char*, const char*)>("rename")(from, to);
 }
+extern "C" __attribute__((visibility("default"))) int open(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    if (!theSystem.unopenedName.empty() && fs::path(path).filename() == theSystem.unopenedName) {
+        errno = EMFILE;
+        return -1;
+    }
+    return nextDefinition<int (*)(const char*, int, ...)>("open")(path, flags, mode);
+}
 // NOLINTNEXTLINE(readability-identifier-naming)
 extern "C" __attribute__((visibility("default"))) int RAND_bytes(unsigned char* bytes, int count) {
     if (theSystem.hasForeseeableNames) {
@@ -82,6 +96,14 @@ protected:
 
     fs::path path(const char* name) const { return m_directory.path() / name; }
     int writeKey(const fs::path& file) const { return m_keys.toPEMFile(file.c_str(), nullptr); }
+    UaPkiCertificate certificate() const {
+        UaPkiIdentity name;
+        name.commonName = "panel";
+        UaPkiCertificateInfo info;
+        info.validTime = 3600;
+        return UaPkiCertificate(info, name, m_keys.publicKey(), name, m_keys.privateKey(), false,
+                                UaPkiCertificate::Sha256);
+    }
     static std::string content(const fs::path& file) {
         const UaByteString bytes = material::read(file);
         return {reinterpret_cast<const char*>(bytes.data()), static_cast<std::size_t>(bytes.length())};
@@ -109,13 +131,17 @@ TEST_F(FileWriting, IsOnTheDiskBeforeItHasItsName) {
 
 TEST_F(FileWriting, ThatCannotBeFlushedLeavesTheOldFile) {
     material::write(path("key.pem"), "the old key");
+    material::write(path("own.der"), "the old certificate");
     theSystem.isWatched = true;
     theSystem.failsToFlush = true;
     const Trace trace(UaTrace::Errors);
     EXPECT_EQ(writeKey(path("key.pem")), -1);
+    EXPECT_EQ(certificate().toDERFile(path("own.der").c_str()), -1);
     EXPECT_EQ(content(path("key.pem")), "the old key");
-    EXPECT_EQ(filesIn(m_directory.path()), 1);
-    EXPECT_THAT(trace.text(), HasSubstr("cannot write " + path("key.pem").string() + ": Input/output error"));
+    EXPECT_EQ(content(path("own.der")), "the old certificate");
+    EXPECT_EQ(filesIn(m_directory.path()), 2);
+    for (const char* name : {"key.pem", "own.der"})
+        EXPECT_THAT(trace.text(), HasSubstr("cannot write " + path(name).string() + ": Input/output error"));
 }
 
 TEST_F(FileWriting, GoesThroughNothingThatLiesInItsWay) {
@@ -131,15 +157,24 @@ TEST_F(FileWriting, GoesThroughNothingThatLiesInItsWay) {
     }
 }
 
+/// The key that was kept before is in the place where the next one is to be kept.
+TEST_F(FileWriting, WithoutADescriptorLeavesWhatIsThere) {
+    ASSERT_EQ(writeKey(path("key.pem")), 0);
+    ASSERT_EQ(writeKey(path("key.pem")), 0);
+    const std::string key = content(path("key.pem"));
+    const std::string kept = content(path("key.pem.old"));
+    theSystem.unopenedName = "key.pem.old";
+    EXPECT_EQ(writeKey(path("key.pem")), -1);
+    theSystem = System();
+    EXPECT_EQ(content(path("key.pem")), key);
+    ASSERT_TRUE(fs::exists(path("key.pem.old")));
+    EXPECT_EQ(content(path("key.pem.old")), kept);
+    EXPECT_EQ(filesIn(m_directory.path()), 2);
+}
+
 TEST_F(FileWriting, GivesCertificatesToAllAndKeysToTheirOwner) {
     const mode_t mask = ::umask(0);
-    UaPkiIdentity name;
-    name.commonName = "panel";
-    UaPkiCertificateInfo info;
-    info.validTime = 3600;
-    const UaPkiCertificate certificate(info, name, m_keys.publicKey(), name, m_keys.privateKey(), false,
-                                       UaPkiCertificate::Sha256);
-    EXPECT_EQ(certificate.toDERFile(path("new.der").c_str()), 0);
+    EXPECT_EQ(certificate().toDERFile(path("new.der").c_str()), 0);
     EXPECT_EQ(writeKey(path("key.pem")), 0);
     ::umask(mask);
     EXPECT_EQ(modeOf(path("new.der")), 0644U);
@@ -160,7 +195,8 @@ TEST_F(FileWriting, ToALinkChangesWhatItLeadsTo) {
         EXPECT_EQ(modeOf(path(target)), 0600U);
     }
     EXPECT_TRUE(fs::is_symlink(path("near")));
-    EXPECT_EQ(filesIn(m_directory.path()), 4);
+    EXPECT_EQ(content(path("key.pem.old")), "the old key");
+    EXPECT_EQ(filesIn(m_directory.path()), 5);
     EXPECT_EQ(filesIn(path("elsewhere")), 2);
 }
 

@@ -87,6 +87,58 @@ TEST_F(PrivateKey, ReplacesAFileThatOthersCouldRead) {
     EXPECT_EQ(properties.st_mode & 07777U, 0600U);
 }
 
+/// Whatever it is: only its owner knows what it is good for.
+TEST_F(PrivateKey, KeepsAsideWhatLiesInItsPlace) {
+    for (const char* form : {"DER", "PEM"}) {
+        openssl({"pkey", "-in", material::file("server.key").string(), "-outform", form, "-out",
+                 path("key.pem").string()});
+        const std::string before = content("key.pem");
+        EXPECT_EQ(m_keys.toPEMFile(path("key.pem").c_str(), nullptr), 0);
+        EXPECT_EQ(content("key.pem.old"), before);
+        fs::remove(path("key.pem.old"));
+    }
+    openssl({"rsa", "-in", material::file("server.key").string(), "-traditional", "-outform", "DER", "-out",
+             path("key.pem").string()});
+    fs::permissions(path("key.pem"), fs::perms(0666));
+    const std::string before = content("key.pem");
+    EXPECT_EQ(m_keys.toPEMFile(path("key.pem").c_str(), nullptr), 0);
+    EXPECT_EQ(content("key.pem.old"), before);
+    EXPECT_EQ(fs::status(path("key.pem.old")).permissions(), fs::perms(0600));
+}
+
+TEST_F(PrivateKey, KeepsNothingOfAnEmptyFile) {
+    material::write(path("key.pem"), "");
+    EXPECT_EQ(m_keys.toPEMFile(path("key.pem").c_str(), nullptr), 0);
+    EXPECT_FALSE(fs::exists(path("key.pem.old")));
+}
+
+TEST_F(PrivateKey, LeavesAFileThatIsTooLongToBeKept) {
+    const UaByteString key = material::read(material::file("server.key"));
+    std::string padded(reinterpret_cast<const char*>(key.data()), static_cast<std::size_t>(key.length()));
+    padded.resize(std::size_t{65} * 1024, '\n');
+    material::write(path("key.pem"), padded);
+    const Trace trace(UaTrace::Errors);
+    EXPECT_EQ(m_keys.toPEMFile(path("key.pem").c_str(), nullptr), -1);
+    EXPECT_TRUE(content("key.pem") == padded);
+    EXPECT_FALSE(fs::exists(path("key.pem.old")));
+    EXPECT_THAT(trace.text(), HasSubstr("cannot write " + path("key.pem").string() + ": larger than 64 KiB"));
+}
+
+TEST_F(PrivateKey, IsKeptAsideOnceHoweverOftenItCannotBeReplaced) {
+    fs::permissions(m_directory.path(), fs::perms(0777));
+    material::write(path("key.pem"), "the old key");
+    fs::permissions(path("key.pem"), fs::perms(0444));
+    const int answer = runUnprivileged([this] {
+        return m_keys.toPEMFile(path("key.pem").c_str(), nullptr) == -1 &&
+                       m_keys.toPEMFile(path("key.pem").c_str(), nullptr) == -1
+                   ? 0
+                   : 1;
+    });
+    EXPECT_EQ(answer, 0);
+    EXPECT_EQ(content("key.pem.old"), "the old key");
+    EXPECT_FALSE(fs::exists(path("key.pem.old2")));
+}
+
 TEST_F(PrivateKey, ComesBackAndBelongsToItsCertificateAlone) {
     ASSERT_EQ(m_keys.toPEMFile(path("key.pem").c_str(), nullptr), 0);
     UaPkiIdentity name;
@@ -213,7 +265,8 @@ TEST_F(PrivateKey, AFullDiskLeavesTheOldKey) {
     });
     EXPECT_EQ(answer, 0);
     EXPECT_EQ(content("key.pem"), "the old key");
-    EXPECT_EQ(std::distance(fs::directory_iterator(m_directory.path()), fs::directory_iterator()), 1);
+    EXPECT_EQ(content("key.pem.old"), "the old key");
+    EXPECT_EQ(std::distance(fs::directory_iterator(m_directory.path()), fs::directory_iterator()), 2);
 }
 
 TEST_F(PrivateKey, ASizeThatNobodyUsesGivesNoPair) {

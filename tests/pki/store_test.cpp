@@ -320,6 +320,30 @@ TEST_F(Store, AFileThatHoldsAnotherCertificateIsNotReplaced) {
     }
 }
 
+/// Somebody's certificates, with one byte too much or too little: nobody but their owner takes them away.
+TEST_F(Store, AFileOfCertificatesThatCannotBeReadAsAWholeIsNotReplaced) {
+    const fs::path file = m_folders.trusted / "server.der";
+    const auto bytes = [](const UaByteString& content) {
+        return std::string(reinterpret_cast<const char*>(content.data()),
+                           static_cast<std::size_t>(content.length()));
+    };
+    const std::string two = bytes(material::chain("root middle"));
+    const std::string pem = bytes(material::read(material::file("root.pem")));
+    for (const std::string& content :
+         {two + "\n", two.substr(0, two.size() - 1), bytes(certificate().toDER()) + "\n",
+          pem.substr(0, pem.size() / 2), pem + pem.substr(0, pem.size() / 2)}) {
+        material::write(file, content);
+        const Trace trace(UaTrace::Errors);
+        EXPECT_EQ(UaPkiStore(m_folders.locations()).saveTrusted(certificate(), "server").statusCode(),
+                  OpcUa_BadNotWritable);
+        EXPECT_EQ(textOf("server.der"), content);
+        EXPECT_THAT(
+            trace.text(),
+            HasSubstr(file.string() +
+                      " is not replaced: it holds a certificate, or was to hold one, but cannot be read"));
+    }
+}
+
 TEST_F(Store, AFileThatNobodyCanReadIsNotReplaced) {
     fs::create_directory(m_folders.trusted / "server.der");
     EXPECT_EQ(UaPkiStore(m_folders.locations()).saveTrusted(certificate(), "server").statusCode(),

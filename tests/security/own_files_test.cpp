@@ -2,6 +2,7 @@
 // message and the trace tell, nothing is asked, nothing is left half-written, and what cannot be read is not
 // replaced.
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -18,6 +19,7 @@
 #include <sys/resource.h>
 #include <tuple>
 #include <unistd.h>
+#include <utility>
 
 #include <gmock/gmock.h>
 
@@ -262,6 +264,42 @@ TEST_F(OwnFiles, AKeyThatIsReplacedIsKeptAside) {
     fs::remove(userCertificate());
     ASSERT_EQ(secureConnect(byCertificate), 0);
     EXPECT_EQ(contentOf(userKey().string() + ".old"), ofUser);
+}
+
+/// In whatever form: one that this client cannot read may be somebody's all the same.
+TEST_F(OwnFiles, AKeyInAnotherFormThatIsReplacedIsKeptAside) {
+    connectForTheFirstTime();
+    for (const auto& [certificate, key] :
+         {std::pair(clientCertificate(), clientKey()), std::pair(userCertificate(), userKey())}) {
+        const test_support::ProgramResult der =
+            test_support::runProgram("openssl", {"pkey", "-in", key.string(), "-outform", "DER"});
+        ASSERT_EQ(der.end.exitCode, 0) << der.standardError;
+        put(key, der.standardOutput);
+        fs::remove(certificate);
+        ASSERT_EQ(secureConnect(byCertificate), 0);
+        EXPECT_EQ(contentOf(key.string() + ".old"), der.standardOutput);
+    }
+}
+
+TEST_F(OwnFiles, AKeyThatCannotBeKeptAsideIsNotReplaced) {
+    connectForTheFirstTime();
+    for (const auto& [certificate, key, code, message] :
+         {std::tuple(clientCertificate(), clientKey(), 21, ownMessage),
+          std::tuple(userCertificate(), userKey(), 28, userMessage)}) {
+        const std::string ofCertificate = contentOf(certificate);
+        const std::string ofKey = contentOf(key);
+        put(key, ofKey + std::string(std::size_t{65} * 1024, '\n'));
+        fs::remove(certificate);
+        const auto before = files();
+        startTrace(1);
+        EXPECT_EQ(secureConnect(byCertificate), code);
+        EXPECT_EQ(errorText(), message);
+        EXPECT_THAT(trace(), HasSubstr("cannot write " + key.string() + ": larger than 64 KiB"));
+        EXPECT_EQ(files(), before);
+        put(key, ofKey);
+        put(certificate, ofCertificate);
+    }
+    EXPECT_EQ(secureConnect(byCertificate), 0);
 }
 
 /// What is no certificate at all is made anew, with its key: such a file serves nobody.

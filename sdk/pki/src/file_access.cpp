@@ -74,9 +74,22 @@ bool syncDirectoryOf(const std::filesystem::path& path) {
     return !directory.isOpen() || ::fsync(directory.get()) == 0 || errno == EINVAL;
 }
 
+/// Takes back what this has made; errno stays.
+void discard(const std::string& path) {
+    const int error = errno;
+    ::unlink(path.c_str());
+    errno = error;
+}
+
+/// False, with the reason in errno, when it cannot, or something is there; what was there is then untouched.
 bool writeAndFlush(const std::string& path, const void* data, std::size_t length, mode_t mode) {
     UaFileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-    return file.isOpen() && writeAll(file.get(), data, length) && ::fsync(file.get()) == 0 && file.close();
+    if (!file.isOpen())
+        return false;
+    if (writeAll(file.get(), data, length) && ::fsync(file.get()) == 0 && file.close())
+        return true;
+    discard(path);
+    return false;
 }
 
 /// A rename asks the directory alone: without this it would replace a file that its owner has protected.
@@ -87,12 +100,10 @@ bool mayBeReplaced(const std::string& path) {
 /// False, with the reason in errno, when it cannot; what was there is then untouched.
 bool replace(const std::string& path, const void* data, std::size_t length, mode_t mode) {
     const std::string temporary = temporaryName(path);
-    if (temporary.empty() || !mayBeReplaced(path))
+    if (temporary.empty() || !mayBeReplaced(path) || !writeAndFlush(temporary, data, length, mode))
         return false;
-    if (!writeAndFlush(temporary, data, length, mode) || ::rename(temporary.c_str(), path.c_str()) != 0) {
-        const int error = errno;
-        ::unlink(temporary.c_str());
-        errno = error;
+    if (::rename(temporary.c_str(), path.c_str()) != 0) {
+        discard(temporary);
         return false;
     }
     return syncDirectoryOf(path);
@@ -126,13 +137,7 @@ UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, st
 }
 
 bool writeNewFile(const std::string& path, const void* data, std::size_t length, mode_t mode) {
-    if (writeAndFlush(path, data, length, mode))
-        return syncDirectoryOf(path);
-    const int error = errno;
-    if (error != EEXIST)
-        ::unlink(path.c_str());
-    errno = error;
-    return false;
+    return writeAndFlush(path, data, length, mode) && syncDirectoryOf(path);
 }
 
 bool writeFileAtomically(const std::string& path, const void* data, std::size_t length, mode_t mode) {

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <system_error>
 
 #include <openssl/pem.h>
 
@@ -68,17 +69,6 @@ UaByteView plainRsaKey(const PemContent& content) {
     return name == PEM_STRING_PKCS8INF ? rsaKeyWithin(der) : UaByteView();
 }
 
-/// Encrypted or not, of whatever algorithm.
-bool isPrivateKey(const SecretBytes& content) {
-    const ErrorQueueGuard guard;
-    PasswordQuestion question{nullptr};
-    const BioPtr input(BIO_new_mem_buf(content.bytes.data(), static_cast<int>(content.bytes.size())));
-    const KeyPtr key(input != nullptr
-                         ? PEM_read_bio_PrivateKey(input.get(), nullptr, answerPassword, &question)
-                         : nullptr);
-    return key != nullptr || question.asked;
-}
-
 BioPtr readerOf(const SecretBytes& content) {
     return BioPtr(BIO_new_mem_buf(content.bytes.data(), static_cast<int>(content.bytes.size())));
 }
@@ -117,26 +107,44 @@ UaStatus readKey(const UaString& file, const char* password, OpcUa_Key* key, std
     return question.asked ? OpcUa_BadSecurityChecksFailed : OpcUa_BadDecodingError;
 }
 
-} // namespace
-
-bool keepPrivateKey(const UaString& file) {
-    constexpr int mostKept = 100;
-    SecretBytes content;
+/// From an attempt that got no further.
+bool isKeptIn(const std::string& kept, const SecretBytes& content) {
+    SecretBytes there;
     std::string problem;
-    if (readFile(file.text(), keyFileLimit, content.bytes, problem).isBad() || !isPrivateKey(content))
-        return true;
+    return readFile(kept, keyFileLimit, there.bytes, problem).isGood() && there.bytes == content.bytes;
+}
+
+bool writeBeside(const UaString& file, const SecretBytes& content, std::string& problem) {
+    constexpr int mostKept = 100;
     for (int number = 1; number <= mostKept; ++number) {
         const std::string kept = file.text() + ".old" + (number == 1 ? "" : std::to_string(number));
         if (writeNewFile(kept, content.bytes.data(), content.bytes.size(), keyFileMode)) {
-            UaTrace::write(UaTrace::Warnings, "pki", "%s is replaced; the private key in it is now in %s",
+            UaTrace::write(UaTrace::Warnings, "pki", "%s is replaced; what was in it is now in %s",
                            file.toUtf8(), kept.c_str());
             return true;
         }
+        problem = std::generic_category().message(errno);
         if (errno != EEXIST)
-            break;
+            return false;
+        if (isKeptIn(kept, content))
+            return true;
     }
-    UaTrace::write(UaTrace::Errors, "pki", "cannot write %s: the private key in it cannot be kept beside it",
-                   file.toUtf8());
+    return false;
+}
+
+} // namespace
+
+bool keepPrivateKey(const UaString& file) {
+    SecretBytes content;
+    std::string problem;
+    const UaStatus status = readFile(file.text(), keyFileLimit, content.bytes, problem);
+    const bool isEmpty = status.isGood() && content.bytes.empty();
+    if (isEmpty || status.statusCode() == OpcUa_BadNotFound)
+        return true;
+    if (status.isGood() && writeBeside(file, content, problem))
+        return true;
+    UaTrace::write(UaTrace::Errors, "pki", "cannot write %s: %s; what is in it cannot be kept beside it",
+                   file.toUtf8(), problem.c_str());
     return false;
 }
 

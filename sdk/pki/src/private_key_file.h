@@ -9,8 +9,9 @@ namespace pki {
 /// Reads a PEM private key as UaPkiProvider::loadPrivateKey() describes it.
 UaStatus loadPrivateKeyFile(const UaString& file, const char* password, OpcUa_Key* key);
 
-/// Copies a private key that is about to be replaced to "<file>.old", or to a number behind that: what was
-/// certified for it would be lost with it. True when that is done, or there is no key in the file.
+/// Copies what lies in the place of a private key that is about to be written to "<file>.old", or to a number
+/// behind that: it may be a key in any form, and what was certified for it would be lost with it. True when
+/// that is done, or nothing is there; false when it cannot be read, has more than 64 KiB, or cannot be kept.
 bool keepPrivateKey(const UaString& file);
 
 } // namespace pki

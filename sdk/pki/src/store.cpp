@@ -57,8 +57,9 @@ Place placeFor(const UaPkiCertificate& certificate, const std::string& file, std
     });
     if (isAmong)
         return Place::HoldsIt;
-    problem = "it holds another certificate";
-    return held.empty() ? Place::Free : Place::HoldsAnother;
+    problem = held.empty() ? "it holds a certificate, or was to hold one, but cannot be read as a whole"
+                           : "it holds another certificate";
+    return held.empty() && !pki::looksLikeCertificate(content) ? Place::Free : Place::HoldsAnother;
 }
 
 bool isFileName(const UaString& name) {

@@ -50,7 +50,7 @@ public:
     /// The password goes out encrypted to the server's certificate wherever the endpoint has a token policy
     /// for that.
     void setUserPasswordUserIdentity(const UaString& userName, const UaString& password);
-    /// A certificate (DER) with its private key (DER, PKCS#1 or PKCS#8).
+    /// A certificate (DER) with its private key (an RSAPrivateKey in DER: RFC 8017, A.1.2).
     void setCertificateUserIdentity(const UaByteString& certificate, const UaByteString& privateKey);
 
     /// OPC UA Part 4, 6.1.3: verifies `serverCertificate` against the store, for `securityPolicyUri` and the

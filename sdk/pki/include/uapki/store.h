@@ -27,10 +27,10 @@ public:
     UaStatus open() const;
 
     /// Saves a certificate as "<trusted certificates>/<name>.der", making the directory (0700) if needed. The
-    /// file appears whole or not at all; one that holds another certificate, or cannot be read, is not
-    /// replaced: BadNotWritable. BadInvalidArgument for an empty certificate or a name that is not
-    /// made of letters, digits, '-', '_' and inner '.' alone; BadConfigurationError without a directory for
-    /// it; BadNotWritable when it cannot be written.
+    /// file appears whole or not at all; one that holds another certificate, or cannot be read (as a whole,
+    /// where certificates are in it), is not replaced: BadNotWritable. BadInvalidArgument for an empty
+    /// certificate or a name that is not made of letters, digits, '-', '_' and inner '.' alone;
+    /// BadConfigurationError without a directory for it; BadNotWritable when it cannot be written.
     UaStatus saveTrusted(const UaPkiCertificate& certificate, const UaString& name) const;
 
 private:
