@@ -124,7 +124,7 @@ inline const char* OpcUaResultText(int code) {
     case 26:
         return "the user's key is not an RSA key";
     case 27:
-        return "a directory of the certificate store cannot be listed";
+        return "a directory of the user's certificate store cannot be listed";
     case 28:
         return "a new user certificate or its key cannot be written";
     case 29:

@@ -166,7 +166,15 @@ bool decodeValue(UaVariant& value, _OpcUaDataType type, const void* buffer, int&
 }
 
 bool encodeElement(UaVariant&& value, unsigned int position, _OpcUaDataType type, void* buffer, int& size) {
-    return visitType(type, ElementEncoder{value, position, buffer, size});
+    const bool isConverted = type >= OpcUaDataType_Boolean && type <= OpcUaDataType_String &&
+                             value.type() != static_cast<OpcUa_BuiltInType>(type);
+    if (!isConverted)
+        return visitType(type, ElementEncoder{value, position, buffer, size});
+    // One is enough: all of them may take many times the memory.
+    if (position >= value.arraySize())
+        return false;
+    encodeValue(value.element(position), type, buffer, size);
+    return true;
 }
 
 bool decodeElement(UaVariant& value, unsigned int position, _OpcUaDataType type, const void* buffer,

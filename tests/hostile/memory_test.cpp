@@ -1,4 +1,5 @@
 // A few bytes must not make the client take much memory: eight times a message and a little, whatever it is.
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -208,6 +209,24 @@ TEST_F(Memory, BoundsAMessageOfTheLargestSize) {
     const Bytes rest = u32(15 << 20) + Bytes(15 << 20, '\0') + noList;
     ASSERT_EQ(connect(), 0);
     expectBounded(reads, answerOf(typeOf<UA_ReadResponse>(), rest));
+}
+
+TEST_F(Memory, BoundsAnElementOfAnotherTypeThanExpected) {
+    const std::uint32_t count = 15 << 20;
+    const auto answer =
+        answerOf(typeOf<UA_ReadResponse>(), u32(1) + hex("01 83") + u32(count) + Bytes(count, '\7') + noList);
+    ASSERT_EQ(connect(), 0);
+    server.onType(typeOf<UA_ReadRequest>(), [answer](const Call& call) { send(call, *answer); });
+    OpcUaNode node{};
+    setField(node.nodeId, "ns=1;s=Value");
+    node.dataType = OpcUaDataType_String;
+    unsigned long index = count - 1;
+    std::array<char, 8> text{};
+    int size = text.size();
+    const HeapPeak peak;
+    EXPECT_EQ(client.OpcUaGetArrayValue(&node, &index, 1, text.data(), size), 0);
+    EXPECT_LE(peak.growth(), boundFor(answer->size()));
+    EXPECT_STREQ(text.data(), "7");
 }
 
 TEST_F(Memory, BoundsNamesInTheHeader) {
