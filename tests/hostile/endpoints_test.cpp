@@ -1,4 +1,5 @@
 // What a server announces before there is a channel, and what no client may fall for.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
