@@ -808,12 +808,14 @@ TEST_F(Publishing, AnItemThatWasNeverConfirmedIsNotTakenForTheNextOne) {
     monitor();
     ASSERT_TRUE(waitForValue(42));
     addUnconfirmed("ns=1;s=Unconfirmed", [](const Call&) { return hex("07"); });
+    ASSERT_EQ(add("ns=1;s=BehindUnconfirmed"), 0);
     addUnconfirmed("ns=1;s=Uncertain", [](const Call& call) {
         Owned<UA_CreateMonitoredItemsResponse> response;
         resize(response->results, response->resultsSize, 1);
         response->results[0].statusCode = UA_STATUSCODE_UNCERTAIN;
         return call.bodyOf(*response);
     });
+    ASSERT_EQ(add("ns=1;s=BehindUncertain"), 0);
     addUnconfirmed("ns=1;s=UncertainService", [](const Call& call) {
         Owned<UA_CreateMonitoredItemsResponse> response;
         response->responseHeader.serviceResult = UA_STATUSCODE_UNCERTAIN;
@@ -823,12 +825,12 @@ TEST_F(Publishing, AnItemThatWasNeverConfirmedIsNotTakenForTheNextOne) {
     ASSERT_EQ(add("ns=1;s=Next"), 0);
     ASSERT_TRUE(waitForValue(42, "ns=1;s=Next"));
     const std::vector<Publisher::Item> items = server.publisher().items();
-    ASSERT_EQ(items.size(), 5U);
+    ASSERT_EQ(items.size(), 7U);
     recordValues();
     server.publisher().publish({{items[1].clientHandle, 97},
-                                {items[2].clientHandle, 98},
-                                {items[3].clientHandle, 99},
-                                {items[4].clientHandle, 7}});
+                                {items[3].clientHandle, 98},
+                                {items[5].clientHandle, 99},
+                                {items[6].clientHandle, 7}});
     EXPECT_TRUE(waitForValue(7, "ns=1;s=Next"));
     EXPECT_THAT(values(), ElementsAre(7));
     expectStillPublishing();
