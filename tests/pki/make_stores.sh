@@ -368,7 +368,12 @@ for line in BEGIN END; do
 done
 { cat root.crl.pem; sed 's/BEGIN/BEGIM/' root_revoking.crl.pem; } >spoilt_begim_pem.crl
 { echo 'What the authority has published:'; cat root.crl.pem root.pem root.crl.pem; } >told_pem.crl
+cat root.crl.pem root_revoking.crl >spoilt_binary_behind_pem.crl
+cat root.pem root_revoking.crl >spoilt_behind_certificate.crl
+{ cat root.pem; sed '2s/^M/A/' root_revoking.crl.pem; } >spoilt_content_behind_certificate.crl
+{ cat root.pem; sed 's/-----BEGIN/----BEGIN/' root_revoking.crl.pem; } >spoilt_begin_behind_certificate.crl
 cp root.der spoilt_certificate.crl
+cp root.pem spoilt_certificate_pem.crl
 head -c 500 self_good.der >truncated.der
 head -c 1048576 /dev/zero >megabyte.der
 : >empty.der

@@ -315,7 +315,12 @@ const Case cases[] = {
     {"ListCutAmongTheIssuers",      "root", "root", "", "spoilt_cut", "by_root",         listUnknown, listUnknown},
     {"ListCutOfARevokedOne",        "root", "root_revoking spoilt_cut", "", "", "by_root_revoked", listUnknown, listUnknown},
     {"ListCutAndSelfSigned",        "self_good", "spoilt_cut", "", "", "self_good",      good, good},
+    {"ListBehindAnotherInBinary",   "root", "spoilt_binary_behind_pem", "", "", "by_root", listUnknown, listUnknown},
+    {"ListBehindACertificateInBinary", "root", "root spoilt_behind_certificate", "", "", "by_root", listUnknown, listUnknown},
+    {"ListDamagedBehindACertificate", "root", "root spoilt_content_behind_certificate", "", "", "by_root", listUnknown, listUnknown},
+    {"ListBeginDamagedBehindACertificate", "root", "root spoilt_begin_behind_certificate", "", "", "by_root", listUnknown, listUnknown},
     {"CertificateAmongTheLists",    "root", "root spoilt_certificate", "", "", "by_root", good, good},
+    {"PemCertificateAmongTheLists", "root", "root spoilt_certificate_pem", "", "", "by_root", good, good},
     // ---- names that an authority is bound to
     {"NameWithinBounds",            "root", "root middle_bounded", "middle_bounded", "", "by_middle_bounded", good, good},
     {"NameOutOfBounds",             "root", "root middle_bounded", "middle_bounded", "", "by_middle_bounded_elsewhere", invalid, invalid},

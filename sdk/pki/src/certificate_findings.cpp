@@ -53,33 +53,37 @@ UaString UaPkiFinding::toString() const {
 }
 
 namespace pki {
+namespace {
 
-void CertificateFindings::add(UaPkiVerificationStep step, OpcUa_StatusCode status, const X509* certificate,
+bool isSame(const X509* one, const X509* other) {
+    return one == other || (one != nullptr && other != nullptr && X509_cmp(one, other) == 0);
+}
+
+} // namespace
+
+void CertificateFindings::add(UaPkiVerificationStep step, OpcUa_StatusCode status, X509* certificate,
                               UaString text, UaString location) {
-    UaPkiFinding finding;
-    finding.step = step;
-    finding.status = status;
-    finding.text = std::move(text);
-    finding.location = std::move(location);
-    if (certificate != nullptr) {
-        finding.subject = nameText(X509_get_subject_name(certificate));
-        finding.thumbprint = thumbprint(certificate).toHex(false);
-    }
-    const bool known =
-        std::any_of(m_findings.begin(), m_findings.end(), [&finding](const UaPkiFinding& other) {
-            return other.step == finding.step && other.thumbprint == finding.thumbprint;
-        });
-    if (!known) {
-        const auto place = std::upper_bound(
-            m_findings.begin(), m_findings.end(), finding.step,
-            [](UaPkiVerificationStep added, const UaPkiFinding& other) { return added < other.step; });
-        m_findings.insert(place, std::move(finding));
-    }
+    const bool known = std::any_of(m_entries.begin(), m_entries.end(), [&](const Entry& other) {
+        return other.finding.step == step && isSame(other.certificate.get(), certificate);
+    });
+    if (known)
+        return;
+    Entry entry;
+    entry.finding.step = step;
+    entry.finding.status = status;
+    entry.finding.text = std::move(text);
+    entry.finding.location = std::move(location);
+    if (certificate != nullptr && X509_up_ref(certificate) == 1)
+        entry.certificate.reset(certificate);
+    const auto place = std::upper_bound(
+        m_entries.begin(), m_entries.end(), step,
+        [](UaPkiVerificationStep added, const Entry& other) { return added < other.finding.step; });
+    m_entries.insert(place, std::move(entry));
 }
 
 bool CertificateFindings::has(Step step) const {
-    return std::any_of(m_findings.begin(), m_findings.end(),
-                       [step](const UaPkiFinding& finding) { return finding.step == step; });
+    return std::any_of(m_entries.begin(), m_entries.end(),
+                       [step](const Entry& entry) { return entry.finding.step == step; });
 }
 
 bool CertificateFindings::areBetterThan(const CertificateFindings& others) const {
@@ -87,15 +91,23 @@ bool CertificateFindings::areBetterThan(const CertificateFindings& others) const
         const bool isSound =
             !findings.has(Step::Structure) && !findings.has(Step::Chain) && !findings.has(Step::Signature);
         const int firstStep = findings.empty() ? std::numeric_limits<int>::max()
-                                               : static_cast<int>(findings.m_findings.front().step);
+                                               : static_cast<int>(findings.m_entries.front().finding.step);
         return std::make_tuple(isSound, !findings.has(Step::ValidityPeriod), firstStep,
-                               std::numeric_limits<std::size_t>::max() - findings.m_findings.size());
+                               std::numeric_limits<std::size_t>::max() - findings.m_entries.size());
     };
     return rank(*this) > rank(others);
 }
 
 std::vector<UaPkiFinding> CertificateFindings::takeSorted() {
-    return std::move(m_findings);
+    std::vector<UaPkiFinding> findings;
+    for (Entry& entry : std::exchange(m_entries, {})) {
+        if (entry.certificate != nullptr) {
+            entry.finding.subject = nameText(X509_get_subject_name(entry.certificate.get()));
+            entry.finding.thumbprint = thumbprint(entry.certificate.get()).toHex(false);
+        }
+        findings.push_back(std::move(entry.finding));
+    }
+    return findings;
 }
 
 } // namespace pki

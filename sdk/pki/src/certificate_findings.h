@@ -11,10 +11,10 @@ namespace pki {
 class CertificateFindings {
 public:
     /// `certificate` may be null when none could be read.
-    void add(UaPkiVerificationStep step, OpcUa_StatusCode status, const X509* certificate, UaString text,
+    void add(UaPkiVerificationStep step, OpcUa_StatusCode status, X509* certificate, UaString text,
              UaString location = {});
 
-    bool empty() const { return m_findings.empty(); }
+    bool empty() const { return m_entries.empty(); }
     /// Of two chains, the one to tell of: a complete one, then one that is within its time, then the one
     /// whose first objection is of the later step, then the one with fewer.
     bool areBetterThan(const CertificateFindings& others) const;
@@ -23,9 +23,15 @@ public:
     std::vector<UaPkiFinding> takeSorted();
 
 private:
+    /// The certificate is named when all is known: there may be many chains, and names of any length.
+    struct Entry {
+        UaPkiFinding finding;
+        X509Ptr certificate;
+    };
+
     bool has(UaPkiVerificationStep step) const;
 
-    std::vector<UaPkiFinding> m_findings;
+    std::vector<Entry> m_entries;
 };
 
 } // namespace pki

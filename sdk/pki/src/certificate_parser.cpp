@@ -58,12 +58,22 @@ std::size_t count(const Bytes& content, std::string_view mark) {
     return number;
 }
 
+bool isControl(unsigned char byte) {
+    const bool isLayout = byte >= '\t' && byte <= '\r';
+    return (byte < ' ' && !isLayout) || byte == 0x7F;
+}
+
 /// A list whose first or last line has come to harm is no entry any more, and may be the one that revokes:
 /// there must be as many entries as there are such lines. One dash is looked at, for others may be damaged.
+/// Nor is one that stands behind the text in binary form.
+bool isPemOf(std::size_t entries, const Bytes& content) {
+    return count(content, "-BEGIN") == entries && count(content, "-END") == entries &&
+           std::none_of(content.begin(), content.end(), isControl);
+}
+
 std::vector<X509CrlPtr> readPemLists(const Bytes& content) {
     std::vector<X509CrlPtr> lists = readPemEntries<X509CrlPtr>(content);
-    const std::size_t entries = lists.size() + readPemEntries<X509Ptr>(content).size();
-    if (count(content, "-BEGIN") != entries || count(content, "-END") != entries)
+    if (!isPemOf(lists.size() + readPemEntries<X509Ptr>(content).size(), content))
         lists.clear();
     return lists;
 }
@@ -140,6 +150,14 @@ std::vector<X509Ptr> parseCertificateFile(const Bytes& content) {
     if (parseCertificates(content.data(), content.data() + content.size(), certificates))
         return certificates;
     return certificates.empty() ? readPemEntries<X509Ptr>(content) : std::vector<X509Ptr>();
+}
+
+bool holdsCertificatesAlone(const Bytes& content) {
+    std::vector<X509Ptr> certificates;
+    if (parseCertificates(content.data(), content.data() + content.size(), certificates))
+        return true;
+    const std::size_t entries = readPemEntries<X509Ptr>(content).size();
+    return entries != 0 && isPemOf(entries, content);
 }
 
 bool looksLikeCertificate(const Bytes& content) {

@@ -22,6 +22,8 @@ bool parseCertificates(const unsigned char* position, const unsigned char* end,
 
 /// The content of a store's file: one or more entries, DER or PEM. Empty when anything in it cannot be read.
 std::vector<X509Ptr> parseCertificateFile(const Bytes& content);
+/// Whether that is all there is, so that nothing else came to harm there.
+bool holdsCertificatesAlone(const Bytes& content);
 /// Whether somebody has put a certificate there, in whatever form: any PEM text counts, spoilt or not.
 bool looksLikeCertificate(const Bytes& content);
 std::vector<X509CrlPtr> parseRevocationListFile(const Bytes& content);

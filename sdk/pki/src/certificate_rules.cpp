@@ -101,14 +101,13 @@ void checkExtensions(const Chain& chain, CertificateFindings& findings) {
 }
 
 bool NameBounds::isOutside(X509* certificate, bool isLeaf, X509* authority) {
-    const auto known = m_known.find({certificate, authority});
-    if (known != m_known.end())
-        return known->second;
-    const NameConstraintsPtr bounds(
-        static_cast<NAME_CONSTRAINTS*>(X509_get_ext_d2i(authority, NID_name_constraints, nullptr, nullptr)));
-    const bool outside = bounds != nullptr && !isWithin(certificate, isLeaf, bounds.get());
-    m_known.emplace(std::pair{certificate, authority}, outside);
-    return outside;
+    const auto [known, isNew] = m_known.try_emplace({certificate, authority});
+    if (isNew) {
+        const NameConstraintsPtr bounds(static_cast<NAME_CONSTRAINTS*>(
+            X509_get_ext_d2i(authority, NID_name_constraints, nullptr, nullptr)));
+        known->second = bounds != nullptr && !isWithin(certificate, isLeaf, bounds.get());
+    }
+    return known->second;
 }
 
 void NameBounds::check(const Chain& chain, CertificateFindings& findings) {
@@ -144,7 +143,7 @@ void checkPolicy(const Chain& chain, const SecurityDemands& demands, Certificate
 // X509_cmp_time answers 0 for what is no time.
 void checkValidity(const Chain& chain, std::time_t now, CertificateFindings& findings) {
     for (std::size_t i = 0; i < chain.certificates.size(); ++i) {
-        const X509* certificate = chain.certificates[i];
+        X509* certificate = chain.certificates[i];
         const int start = X509_cmp_time(X509_get0_notBefore(certificate), &now);
         const int end = X509_cmp_time(X509_get0_notAfter(certificate), &now);
         if (start == 0 || end == 0) {

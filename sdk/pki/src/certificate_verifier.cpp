@@ -64,7 +64,7 @@ UaPkiVerification UaPkiCertificateVerifier::verify(const UaByteString& chain, co
     UaPkiVerification result;
     std::vector<pki::X509Ptr> sent;
     if (!readSentCertificates(chain, sent)) {
-        const X509* leaf = sent.empty() ? nullptr : sent.front().get();
+        X509* leaf = sent.empty() ? nullptr : sent.front().get();
         findings.add(Step::Structure, OpcUa_BadCertificateInvalid, leaf,
                      "what the server sent is not a DER certificate, or a chain of at most eleven");
     } else {

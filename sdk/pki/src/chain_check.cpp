@@ -40,7 +40,7 @@ void ChainCheck::check(const Chain& chain, CertificateFindings& findings) {
 }
 
 void ChainCheck::checkEnd(const Chain& chain, CertificateFindings& findings) const {
-    const X509* last = chain.certificates.back();
+    X509* last = chain.certificates.back();
     switch (chain.end) {
     case Chain::End::Root:
         break;
@@ -64,7 +64,7 @@ void ChainCheck::checkEnd(const Chain& chain, CertificateFindings& findings) con
 }
 
 /// The leaf is the same in all chains, and may have many names.
-void ChainCheck::checkApplicationUri(const X509* leaf, CertificateFindings& findings) {
+void ChainCheck::checkApplicationUri(X509* leaf, CertificateFindings& findings) {
     if (!m_uriProblem)
         m_uriProblem = applicationUriProblem(leaf, m_demands.applicationUri);
     if (!m_uriProblem->isEmpty())

@@ -32,7 +32,7 @@ public:
 private:
     bool isTrusted(const X509* certificate) const;
     void checkEnd(const Chain& chain, CertificateFindings& findings) const;
-    void checkApplicationUri(const X509* leaf, CertificateFindings& findings);
+    void checkApplicationUri(X509* leaf, CertificateFindings& findings);
     void checkTrust(const Chain& chain, CertificateFindings& findings) const;
     void checkRevocation(const Chain& chain, CertificateFindings& findings);
 

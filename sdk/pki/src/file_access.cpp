@@ -19,10 +19,6 @@
 namespace pki {
 namespace {
 
-std::string errorText(int error) {
-    return std::generic_category().message(error);
-}
-
 bool readAll(int descriptor, Bytes& content) {
     std::size_t done = 0;
     while (done < content.size()) {
@@ -134,6 +130,10 @@ UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, st
         return OpcUa_BadNotReadable;
     }
     return OpcUa_Good;
+}
+
+std::string errorText(int error) {
+    return std::generic_category().message(error);
 }
 
 bool writeNewFile(const std::string& path, const void* data, std::size_t length, mode_t mode) {

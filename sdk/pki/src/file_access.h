@@ -22,12 +22,16 @@ UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, st
 
 /// Writes a file that appears whole, flushed to the disk, or not at all: under another name first, then
 /// renamed. A symbolic link stays and its target is written, unless another user has made the link. False,
-/// with the reason in the trace, when it cannot be written; what was there before is then untouched.
+/// with the reason in the trace, when it cannot be written; what was there before is then untouched, but
+/// where the disk has failed at the last, on the directory.
 bool writeFileAtomically(const std::string& path, const void* data, std::size_t length, mode_t mode);
 
 /// Writes a file that was not there, flushed to the disk. False, with the reason in errno, when there is one,
 /// or it cannot be written; nothing is left then that was not there.
 bool writeNewFile(const std::string& path, const void* data, std::size_t length, mode_t mode);
+
+/// What the system says of an errno.
+std::string errorText(int error);
 
 enum class Access { Read, Write };
 /// Who beside this user and root may read or write a file or directory, for messages; empty when nobody may,

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
-#include <system_error>
 
 #include <openssl/pem.h>
 
@@ -123,8 +122,9 @@ bool writeBeside(const UaString& file, const SecretBytes& content, std::string& 
                            file.toUtf8(), kept.c_str());
             return true;
         }
-        problem = std::generic_category().message(errno);
-        if (errno != EEXIST)
+        const int error = errno;
+        problem = errorText(error);
+        if (error != EEXIST)
             return false;
         if (isKeptIn(kept, content))
             return true;

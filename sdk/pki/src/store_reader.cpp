@@ -69,9 +69,10 @@ void readCertificates(const UaString& location, std::vector<X509Ptr>& certificat
 bool mayBeList(const std::string& file) {
     std::error_code error;
     std::string problem;
-    std::vector<X509Ptr> certificates;
+    Bytes content;
     return !fs::is_directory(file, error) &&
-           !readEntries(file, certificateFileLimit, parseCertificateFile, problem, certificates);
+           !(readFile(file, certificateFileLimit, content, problem).isGood() &&
+             holdsCertificatesAlone(content));
 }
 
 void readRevocationLists(const UaString& location, StoreContent& content) {
