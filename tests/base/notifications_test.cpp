@@ -282,28 +282,22 @@ TEST(Notifications, BytesAreThoseOfTheHeapForValuesOfEveryKind) {
     });
 }
 
+OpcUa_DataValue withManyDimensions(void* elements, std::size_t count) {
+    constexpr std::size_t dimensions = 20000;
+    const UA_DataType& type = UA_TYPES[UA_TYPES_UINT32];
+    OpcUa_DataValue change = {};
+    UA_Variant_setArray(&change.value, elements, count, &type);
+    change.value.arrayDimensions = static_cast<UA_UInt32*>(UA_Array_new(dimensions, &type));
+    change.value.arrayDimensionsSize = dimensions;
+    return change;
+}
+
 TEST(Notifications, BytesAreThoseOfTheHeapForDimensions) {
-    expectTrueBytes([] {
-        constexpr std::size_t count = 20000;
-        const UA_DataType& type = UA_TYPES[UA_TYPES_UINT32];
-        OpcUa_DataValue change = {};
-        UA_Variant_setArray(&change.value, UA_Array_new(1, &type), 1, &type);
-        change.value.arrayDimensions = static_cast<UA_UInt32*>(UA_Array_new(count, &type));
-        change.value.arrayDimensionsSize = count;
-        return change;
-    });
+    expectTrueBytes([] { return withManyDimensions(UA_Array_new(1, &UA_TYPES[UA_TYPES_UINT32]), 1); });
 }
 
 TEST(Notifications, BytesAreThoseOfTheHeapForAnEmptyMatrix) {
-    expectTrueBytes([] {
-        constexpr std::size_t count = 20000;
-        const UA_DataType& type = UA_TYPES[UA_TYPES_UINT32];
-        OpcUa_DataValue change = {};
-        UA_Variant_setArray(&change.value, UA_EMPTY_ARRAY_SENTINEL, 0, &type);
-        change.value.arrayDimensions = static_cast<UA_UInt32*>(UA_Array_new(count, &type));
-        change.value.arrayDimensionsSize = count;
-        return change;
-    });
+    expectTrueBytes([] { return withManyDimensions(UA_EMPTY_ARRAY_SENTINEL, 0); });
 }
 
 TEST(Notifications, BytesAreThoseOfTheHeapForStructures) {

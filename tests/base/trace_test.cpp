@@ -1,5 +1,6 @@
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -127,6 +128,49 @@ TEST_F(Trace, GoesThroughALinkOfItsOwnUser) {
     EXPECT_THAT(lines(), SizeIs(1));
     EXPECT_TRUE(fs::is_symlink(m_file));
     EXPECT_TRUE(fs::is_regular_file(m_directory.path() / "logs/real.log"));
+}
+
+TEST_F(Trace, ALinkStaysWhenItsFileIsFull) {
+    fs::create_directory(m_directory.path() / "logs");
+    fs::create_symlink("logs/real.log", m_file);
+    ASSERT_EQ(open(UaTrace::Errors, 2, 1), 0);
+    writeNumbers(1, 3);
+    EXPECT_TRUE(fs::is_symlink(m_file));
+    EXPECT_THAT(lines(), ElementsAre(EndsWith("number 3")));
+    EXPECT_THAT(linesOf(m_directory.path() / "logs/real.log.1"),
+                ElementsAre(EndsWith("number 1"), EndsWith("number 2")));
+    EXPECT_FALSE(fs::exists(backup(1)));
+}
+
+TEST_F(Trace, GoesOnInTheFileThatAnotherProcessHasBegun) {
+    ASSERT_EQ(open(UaTrace::Errors, 3, 2), 0);
+    writeNumbers(1, 1);
+    fs::rename(m_file, backup(1));
+    std::ofstream(m_file) << "of another process\nof another process\n";
+    writeNumbers(2, 3);
+    EXPECT_THAT(lines(), ElementsAre(EndsWith("number 3"))) << "what was in it counts";
+    EXPECT_THAT(linesOf(backup(1)), ElementsAre("of another process", "of another process", EndsWith("2")));
+    EXPECT_THAT(linesOf(backup(2)), ElementsAre(EndsWith("number 1")));
+}
+
+TEST_F(Trace, GoesOnUnseenWhenItsFileIsRemoved) {
+    ASSERT_EQ(open(UaTrace::Errors), 0);
+    writeNumbers(1, 1);
+    const fs::path unseen = m_directory.path() / "still.log";
+    fs::create_hard_link(m_file, unseen);
+    fs::remove(m_file);
+    writeNumbers(2, 2);
+    EXPECT_FALSE(fs::exists(m_file));
+    EXPECT_THAT(linesOf(unseen), ElementsAre(EndsWith("number 1"), EndsWith("number 2")));
+}
+
+TEST_F(Trace, AFileWithoutEndIsFull) {
+    std::ofstream(m_file).close();
+    fs::resize_file(m_file, std::uintmax_t{1} << 40);
+    ASSERT_EQ(open(UaTrace::Errors, 3, 1), 0);
+    writeNumbers(1, 1);
+    EXPECT_THAT(lines(), ElementsAre(EndsWith("number 1")));
+    EXPECT_EQ(fs::file_size(backup(1)), std::uintmax_t{1} << 40);
 }
 
 /// Root alone can make one.

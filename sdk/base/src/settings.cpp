@@ -1,11 +1,14 @@
 #include "uabase/settings.h"
 
 #include <array>
+#include <cerrno>
 #include <cstddef>
-#include <fstream>
-#include <ios>
+#include <fcntl.h>
 #include <memory>
 #include <string>
+#include <unistd.h>
+
+#include "uabase/file_descriptor.h"
 
 // The reader of char texts, compiled in here: Debian's library would bring ICU along for the wide one.
 #define SI_IMPLEMENTATION
@@ -20,13 +23,24 @@ constexpr off_t sizeLimit = 1 << 20;
 
 /// Empty for whatever is not a readable regular file of a sane size.
 std::string contentOf(const std::string& fileName) {
+    // Not to block on a pipe that someone put there.
+    const UaFileDescriptor file(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     struct stat status = {};
-    if (::stat(fileName.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > sizeLimit)
+    if (!file.isOpen() || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_size > sizeLimit) {
         return std::string();
-    std::ifstream file(fileName, std::ios::binary);
+    }
     std::string content(static_cast<std::size_t>(status.st_size), '\0');
-    file.read(content.data(), status.st_size);
-    content.resize(static_cast<std::size_t>(file.gcount()));
+    std::size_t done = 0;
+    while (done < content.size()) {
+        const ssize_t count = ::read(file.get(), content.data() + done, content.size() - done);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            break;
+        done += static_cast<std::size_t>(count);
+    }
+    content.resize(done);
     return content;
 }
 

@@ -9,8 +9,9 @@
 /// std::bad_alloc. What cannot be written is dropped.
 ///
 /// Every entry is one write() call: it survives the process, however that ends, and another process that
-/// appends to the same file never cuts through it. That costs about a microsecond an entry and needs no
-/// flushing.
+/// appends to the same file never cuts through it. That costs a few microseconds an entry and needs no
+/// flushing. A file that another process has made into a backup is written no more;
+/// a link stays, and the backups lie beside what it leads to.
 class TraceFile {
 public:
     TraceFile(std::string name, unsigned int maxEntries, unsigned int backups);
@@ -21,11 +22,13 @@ public:
 
 private:
     void open(int extraFlags);
+    bool isReplaced() const;
     void countEntries();
     void rotate();
     std::string backupName(unsigned int number) const;
 
     std::string m_name;
+    std::string m_target; ///< what a link leads to, or the name itself
     unsigned int m_maxEntries;
     unsigned int m_backups;
     UaFileDescriptor m_file;
