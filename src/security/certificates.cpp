@@ -168,6 +168,9 @@ int makeUserCertificate(const Configuration& configuration) {
     const UaString name = configuration.userCertificateName.size() != 0 ? configuration.userCertificateName
                                                                         : UaString(defaultUserName);
     const UaPkiCertificate certificate = selfSigned(identityNamed(name), info, keys);
+    // Such as for a name that is not UTF-8: nothing is replaced for its sake.
+    if (certificate.isNull())
+        return result::userCertificateNotWritten;
     const bool written = files.isKeyMissing() ? files.writeKeyLast(certificate, keys)
                                               : files.writeCertificateLast(certificate, keys);
     return written ? result::success : result::userCertificateNotWritten;

@@ -223,6 +223,17 @@ TEST_F(UserIdentity, APairThatCannotBeWrittenGivesTwentyEight) {
     EXPECT_FALSE(std::filesystem::exists(userKey())) << "it would belong to nothing";
 }
 
+TEST_F(UserIdentity, ANameThatMakesNoCertificateReplacesNoKey) {
+    useCertificate();
+    EXPECT_EQ(tryConnect(), 0);
+    const std::string key = contentOf(userKey());
+    std::filesystem::remove(userCertificate());
+    setField(m_config.userName, "\xD5\xC5"); // GBK
+    expectRefused(28);
+    EXPECT_EQ(contentOf(userKey()), key);
+    EXPECT_FALSE(std::filesystem::exists(userKey().string() + ".old"));
+}
+
 TEST_F(UserIdentity, AKeyThatCannotBeWrittenGivesTwentyEight) {
     useCertificate();
     std::filesystem::create_directories(userKey());
