@@ -1,5 +1,7 @@
 #include <cstddef>
 #include <cstdint>
+#include <fstream>
+#include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -7,6 +9,8 @@
 #include <open62541/types_generated_handling.h>
 
 #include "subscription/notification_order.h"
+#include "support/temporary_directory.h"
+#include "uabase/trace.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -34,6 +38,14 @@ protected:
     }
 
     void comeAgain(std::uint32_t number) { arrive(number, 1, &NotificationOrder::cameAgain); }
+
+    static int linesWith(const std::string& file, const std::string& words) {
+        std::ifstream stream(file);
+        int count = 0;
+        for (std::string line; std::getline(stream, line);)
+            count += line.find(words) != std::string::npos ? 1 : 0;
+        return count;
+    }
 
     NotificationOrder order;
     std::vector<std::uint32_t> delivered;
@@ -104,6 +116,19 @@ TEST_F(NotificationOrderTest, AKeepAliveShowsThatTheLastOneIsMissing) {
     EXPECT_THAT(delivered, ElementsAre(1, 2, 3, 4));
 }
 
+TEST_F(NotificationOrderTest, AKeepAliveWithoutANumberShowsNothing) {
+    order.keptAlive(0, deliver);
+    arrive(1);
+    EXPECT_THAT(order.takeMissing(), IsEmpty());
+    for (std::uint32_t number = 2; number <= 1100; ++number)
+        arrive(number);
+    order.keptAlive(0, deliver);
+    arrive(1101);
+    arrive(1101);
+    EXPECT_THAT(order.takeMissing(), IsEmpty());
+    EXPECT_EQ(delivered.size(), 1101U);
+}
+
 TEST_F(NotificationOrderTest, TakesALeapAsItComes) {
     arrive(1);
     arrive(1000000);
@@ -112,6 +137,20 @@ TEST_F(NotificationOrderTest, TakesALeapAsItComes) {
     arrive(4000000001U);
     EXPECT_THAT(delivered, ElementsAre(1, 1000000, 4000000000U, 4000000001U));
     EXPECT_THAT(order.takeMissing(), IsEmpty());
+}
+
+TEST_F(NotificationOrderTest, LeapAfterLeapIsTracedOnce) {
+    test_support::TemporaryDirectory directory;
+    const std::string file = (directory.path() / "trace.log").string();
+    ASSERT_EQ(UaTrace::initTrace(UaTrace::Errors, 1000, 1, UaString(file.c_str()), "test"), 0);
+    for (std::uint32_t number = 1000; number <= 10000; number += 1000)
+        arrive(number);
+    EXPECT_EQ(linesWith(file, "are lost"), 1);
+    for (std::uint32_t number = 10001; number <= 10100; ++number)
+        arrive(number);
+    arrive(20000);
+    EXPECT_EQ(linesWith(file, "are lost"), 2);
+    UaTrace::closeTrace();
 }
 
 TEST_F(NotificationOrderTest, ALeapDeliversWhatWasHeldBefore) {

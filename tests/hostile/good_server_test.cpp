@@ -20,6 +20,12 @@ TEST_F(GoodServer, ServesAConnection) {
     EXPECT_EQ(server.count<UA_CloseSessionRequest>(), 1);
 }
 
+TEST_F(GoodServer, IsToldToDeleteTheSubscriptionsWithTheSession) {
+    monitor();
+    EXPECT_EQ(client.OpcUaDisConnect(), 0);
+    EXPECT_TRUE(server.last<UA_CloseSessionRequest>()->deleteSubscriptions);
+}
+
 TEST_F(GoodServer, ServesDiscovery) {
     const auto found = std::make_unique<_OpcUa_ServerConfigMsg>();
     std::string url = server.url();

@@ -73,6 +73,7 @@ TEST_F(Session, TellsTheServerWhoTheClientIs) {
     ASSERT_EQ(connect(), 0);
     const Owned<UA_CreateSessionRequest> request = server.last<UA_CreateSessionRequest>();
     EXPECT_EQ(shown(request->sessionName), "Kestrova@RK4400");
+    EXPECT_EQ(request->requestedSessionTimeout, 1200000);
     const UA_ApplicationDescription& description = request->clientDescription;
     EXPECT_EQ(shown(description.applicationName.text), "HMI_RK4400");
     EXPECT_EQ(shown(description.applicationUri), "urn:HMI:Kestrova::RK4400");

@@ -3,10 +3,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
+#include <new>
 #include <vector>
 
 #include "calls/call.h"
 #include "calls/reading_turn.h"
+#include "uabase/trace.h"
 
 namespace UaClientSdk {
 
@@ -45,6 +47,15 @@ void Pipe::giveUpPosted(Clock::time_point limit) {
     }
     for (const PendingRequest& one : late)
         one.receiver->answered(UA_STATUSCODE_BADTIMEOUT, UaByteView());
+}
+
+/// That one of them has no memory is no reason for the others not to be told.
+void Pipe::tellEnd(AnswerReceiver& receiver, UaStatus reason) {
+    try {
+        receiver.answered(reason, UaByteView());
+    } catch (const std::bad_alloc&) {
+        UaTrace::write(UaTrace::Errors, "session", "no memory to end a request");
+    }
 }
 
 void Pipe::close(UaStatus reason) {
@@ -91,7 +102,7 @@ void Pipe::end(UaStatus reason, bool byThisSide) {
         m_channel->socket().abort();
     for (const PendingRequest& one : pending)
         if (one.receiver != nullptr)
-            one.receiver->answered(reason, UaByteView());
+            tellEnd(*one.receiver, reason);
     ConnectionListener* const listener = m_listener;
     if (!byThisSide && listener != nullptr)
         listener->connectionEnded(reason, waiting);

@@ -127,10 +127,10 @@ private:
     UaStatus receiveSome();
     void heard(std::size_t count);
 
-    /// Waits for its answer no longer.
-    /// False for one that has been answered.
+    /// Waits for its answer no longer; false for one that has been answered.
     bool forget(std::uint32_t requestId);
     void end(UaStatus reason, bool byThisSide);
+    static void tellEnd(AnswerReceiver& receiver, UaStatus reason);
     UaStatus endReason() const;
 
     const std::unique_ptr<SecureChannel> m_channel;

@@ -10,12 +10,11 @@
 #include "calls/pipe.h"
 #include "calls/reading_turn.h"
 #include "uabase/date_time.h"
+#include "uaclient/service_settings.h"
 
 namespace UaClientSdk {
 namespace {
 
-/// For the rest of a request: without it the connection is lost.
-constexpr int halfSentLimit = 10000; // ms
 constexpr std::chrono::milliseconds betweenLooks(500);
 
 /// Whether the connection can be used although a request did not get out.
@@ -148,7 +147,11 @@ UaStatus Pipe::send(PendingRequest& request, const Deadline& deadline, ReadingTu
     } const sending{*this};
     if (request.call != nullptr)
         turn.tryTake();
-    const Deadline halfSentDeadline = request.call != nullptr ? deadline : Deadline(halfSentLimit);
+    // The rest of a request that nobody waits for has a call's time: without it the connection is lost. One
+    // that was not to wait at all is a farewell.
+    const bool isOwnDeadline = request.call != nullptr || deadline.expired();
+    const Deadline halfSentDeadline =
+        isOwnDeadline ? deadline : Deadline(ServiceSettings::defaultCallTimeout);
     Room room(*this, deadline, halfSentDeadline, turn);
     try {
         status = sendRequest(room);

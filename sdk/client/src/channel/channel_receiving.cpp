@@ -131,7 +131,7 @@ UaStatus SecureChannel::assemble(const Chunk& chunk, UaByteView sequenced, Incom
         reader.readUInt32(code);
         message.status = UaStatus(code).isBad() ? code : UA_STATUSCODE_BADCOMMUNICATIONERROR;
         message.body = UaByteView();
-        m_assembled.clear();
+        m_assembledGivenOut = true;
         m_assembledChunks = 0;
         found = true;
         return UaStatus();

@@ -83,8 +83,8 @@ UaStatus SecureChannel::sendInPieces(std::uint32_t requestId, UaByteView body, R
         const std::size_t size = std::min(bodyRoom, body.size);
         writeBytes(m_sendBuffer.get() + symmetricHeaderLength + sequenceHeaderLength, body.data, size);
         body = body.from(size);
+        m_halfSent = begun;
         status = sendChunk(body.size > 0 ? "MSGC" : "MSGF", requestId, size, room);
-        m_halfSent = m_halfSent || (begun && status.isBad());
         begun = true;
     }
     return status;

@@ -113,8 +113,8 @@ void ConnectionState::report() {
     if (now != m_reported) {
         UaTrace::write(now == UaClient::Connected ? UaTrace::LifeCycle : UaTrace::Errors, "session", "%s",
                        describe(now));
-        m_reported = now;
         m_thread->post(reportTask(m_callback, now));
+        m_reported = now;
     }
 }
 

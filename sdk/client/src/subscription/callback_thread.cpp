@@ -14,7 +14,17 @@
 
 namespace UaClientSdk {
 
+namespace {
+
+/// Room that is there from the beginning, so that the few things that must be told can be when memory is
+/// short.
+constexpr std::size_t fewTasks = 64;
+
+} // namespace
+
 struct CallbackThread::State {
+    State() { waiting.reserve(fewTasks); }
+
     std::mutex mutex;
     std::condition_variable wakeUp;
     std::condition_variable idle; ///< or ended
@@ -90,10 +100,11 @@ void CallbackThread::run(State& state) {
 
 void CallbackThread::runWaiting(State& state) {
     std::vector<Task> batch;
+    batch.reserve(fewTasks);
     std::unique_lock<std::mutex> lock(state.mutex);
     while (!state.stopping) {
         state.wakeUp.wait(lock, [&state] { return state.stopping || !state.waiting.empty(); });
-        batch.swap(state.waiting);
+        batch.swap(state.waiting); // which keep their room by turns
         state.running = true;
         for (std::size_t i = 0; i < batch.size() && !state.stopping; ++i) {
             lock.unlock();

@@ -19,8 +19,7 @@ OpcUa_UInt32 ItemHandles::toTell(OpcUa_UInt32 handle) {
     if (!m_anyDoubted)
         return handle;
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const auto doubts = m_doubts.find(handle);
-    return doubts != m_doubts.end() ? doubts->second << handleBits | handle : handle;
+    return withDoubts(handle);
 }
 
 void ItemHandles::doubt(OpcUa_UInt32 handle) {
@@ -44,9 +43,12 @@ void ItemHandles::translate(UaMonitoredItemNotifications& changes) const {
 OpcUa_UInt32 ItemHandles::handleOf(OpcUa_UInt32 told) const {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const OpcUa_UInt32 handle = m_highest <= handleMask ? told & handleMask : told;
+    return told == withDoubts(handle) && handle <= m_highest ? handle : 0;
+}
+
+OpcUa_UInt32 ItemHandles::withDoubts(OpcUa_UInt32 handle) const {
     const auto doubts = m_doubts.find(handle);
-    const OpcUa_UInt32 current = doubts != m_doubts.end() ? doubts->second << handleBits | handle : handle;
-    return told == current && handle <= m_highest ? handle : 0;
+    return doubts != m_doubts.end() ? doubts->second << handleBits | handle : handle;
 }
 
 } // namespace UaClientSdk

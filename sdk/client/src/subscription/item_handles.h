@@ -16,8 +16,8 @@ namespace UaClientSdk {
 /// comes of the first is nobody's.
 class ItemHandles {
 public:
-    /// Held by who asks for single items, until it is known what became of them, and by who delivers, while
-    /// he takes what there is: so no change is delivered under a handle that is being doubted.
+    /// Held by who asks for items, until it is known what became of them, and by who delivers, while he takes
+    /// what there is: so no change is delivered under a handle that is being doubted.
     std::mutex asking;
 
     /// What to tell the server. There will be changes with handles up to this one.
@@ -32,6 +32,8 @@ public:
 
 private:
     OpcUa_UInt32 handleOf(OpcUa_UInt32 told) const;
+    /// As it is told now. With m_mutex held.
+    OpcUa_UInt32 withDoubts(OpcUa_UInt32 handle) const;
 
     std::atomic<OpcUa_UInt32> m_highest{0};
     std::atomic<bool> m_anyDoubted{false};

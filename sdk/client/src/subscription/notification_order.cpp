@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include <open62541/types_generated_handling.h>
@@ -41,6 +42,7 @@ void NotificationOrder::goOn() {
     constexpr std::uint32_t repetitionsKnown = 1024;
     m_expected = following(m_expected);
     m_inOrder = std::min(m_inOrder + 1, repetitionsKnown);
+    m_lossIsTold = m_lossIsTold && m_inOrder < longestGap;
 }
 
 void NotificationOrder::arrived(UA_NotificationMessage& message, const Deliver& deliver) {
@@ -68,7 +70,11 @@ void NotificationOrder::hold(UA_NotificationMessage& message) {
 
 /// What is missing is not waited for any longer.
 void NotificationOrder::goOnWithHeld(const Deliver& deliver) {
-    UaTrace::write(UaTrace::Errors, "subscription", "messages of the server from %u on are lost", m_expected);
+    // Once for a server that leaps with each message.
+    if (!std::exchange(m_lossIsTold, true)) {
+        UaTrace::write(UaTrace::Errors, "subscription", "messages of the server from %u on are lost",
+                       m_expected);
+    }
     m_missing.clear();
     while (!m_held.empty()) {
         m_expected = m_held.begin()->first;
@@ -78,7 +84,8 @@ void NotificationOrder::goOnWithHeld(const Deliver& deliver) {
 }
 
 void NotificationOrder::keptAlive(std::uint32_t nextNumber, const Deliver& deliver) {
-    expectUpTo(nextNumber, deliver);
+    if (nextNumber != 0) // which is none (OPC UA Part 4, 7.26)
+        expectUpTo(nextNumber, deliver);
 }
 
 /// Notes what is missing before `number`, or takes it as it comes when that is too much to ask for.

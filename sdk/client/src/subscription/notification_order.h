@@ -50,6 +50,7 @@ private:
 
     std::uint32_t m_expected = 1;
     std::uint32_t m_inOrder = 0;     ///< messages before the expected one, as far as they matter
+    bool m_lossIsTold = false;       ///< and not much came in order since
     std::uint32_t m_missingUpTo = 1; ///< numbers below were told
     std::vector<std::uint32_t> m_missing;
     /// An empty message stands for one that will not come.

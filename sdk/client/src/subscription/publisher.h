@@ -68,7 +68,7 @@ private:
     void doubtWaiting();
     bool isDoubtful(std::uint32_t generation) const { return generation <= m_doubtfulUpTo; }
     void noLongerWaits(std::uint32_t generation);
-    /// How many requests a server has that takes its time.
+    /// How many requests the server has for sure: of those that may be lost a few are taken for lost.
     unsigned int waiting() const;
     /// The server has its fill. False when it has none of ours.
     bool hasItsFill();
