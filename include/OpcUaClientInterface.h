@@ -45,11 +45,11 @@
 ///     21  加载客户端证书失败                    the client's certificate or key can't be loaded
 ///     22  检查服务器证书是否信任时出错          the server's certificate could not be saved
 ///     23  检查服务器证书是否信任时出错          the application rejected the server's certificate
-///     24  设置证书身份令牌类型失败              the user certificate's file holds none
+///     24  设置证书身份令牌类型失败              the user certificate's file holds none that can be used
 ///     25  设置证书身份令牌类型失败              the user's key can't be loaded
 ///     26  设置证书身份令牌类型失败              the user's key is not an RSA key
 ///     27  设置证书身份令牌类型失败              a directory of the certificate store can't be listed
-///     28  设置证书身份令牌类型失败              a new user certificate or its key can't be written
+///     28  设置证书身份令牌类型失败              user certificate and key can't be made, or be read
 ///     29  传入的参数为空或者无效                a pointer is null, or a count is out of range
 ///
 /// A message without a code: "读数据类型失败", left by a successful browse for a node without a readable
@@ -361,7 +361,8 @@ public:
     /// @param publishingInterval milliseconds between two deliveries; passed on as it is, and the server
     ///        revises it to what it can do
     /// @return 0. 3: not connected. 9: the server refused. 10: the old subscription could not be deleted;
-    ///         it is forgotten all the same, there is none then, and the message is that of the delete.
+    ///         it is forgotten all the same, there is none then, but where the connection failed meanwhile;
+    ///         the message is that of the delete.
     int OpcUaCreateSubScription(double publishingInterval);
     /// Deletes the subscription with all its items (OPC UA Part 4, 5.14.8). No data change is delivered any
     /// more when it returns: it waits for a callback that is running, so don't call it from inside one.
@@ -416,7 +417,8 @@ public:
     ///
     /// The records are valid as long as the client. The first one made has the others as its children. What
     /// the application adds to them with COpcUaNodelist::addNode() stays where it is and is the client's to
-    /// free; a record that is added beside the others answers lookups, too.
+    /// free; a record that is added beside the others, below the first, answers lookups, too. One that is
+    /// added behind the first, or below another, need not.
     /// Don't change `nodeId`: no lookup returns a record whose `nodeId` does not begin with the text
     /// asked for, but whether the new text is found is open.
     ///
@@ -465,7 +467,8 @@ public:
     ///
     /// Elements are numbered in row-major order: the last index varies fastest. Only the position that comes
     /// out must lie inside the value: an index beyond its own dimension names the element that its position
-    /// hits. Positions are reckoned in 32 bits; of each index the low 32 bits count.
+    /// hits. Positions are reckoned in 32 bits; of each index the low 32 bits count. To the type Null and to
+    /// other numbers, which read nothing, the position does not matter.
     ///
     /// @param index one index a dimension, outermost first
     /// @param count number of indices: 1 for an array, the number of dimensions for a matrix; at most 16
@@ -478,16 +481,17 @@ public:
     /// all of it back (OPC UA Part 4, 5.11.2 and 5.11.4). What another client writes in between is
     /// overwritten.
     ///
-    /// The array is written in the type of the record: other elements that this type can't hold make the
-    /// operation fail before anything is sent. Null and other numbers send an empty value.
+    /// The array is written in the type of the record: elements that this type can't hold, the one to be
+    /// replaced among them, make the operation fail before anything is sent. Null and other numbers send an
+    /// empty value.
     ///
     /// @param index, count as in OpcUaGetArrayValue()
     /// @param buffer, size as in OpcUaSetValue(), for the one element; `size` is cut also when no element
     ///        is there or the write fails, but not when the value can't be read or has another number of
     ///        dimensions
     /// @return 0. 29: a pointer is null, or `count` is not in 1 to 16. 3: not connected. 8: reading or
-    ///         writing failed, the value has another number of dimensions, no element is there, or another
-    ///         element would be lost.
+    ///         writing failed, the value has another number of dimensions, no element is there, or the
+    ///         record's type can't hold one of its elements.
     int OpcUaSetArrayValue(OpcUaNode* node, unsigned long* index, int count, const void* buffer, int& size);
 
     /// Reads the values of many nodes, in requests of 20 (OPC UA Part 4, 5.11.2), each as OpcUaGetValue()

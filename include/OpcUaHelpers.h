@@ -118,7 +118,7 @@ inline const char* OpcUaResultText(int code) {
     case 23:
         return "the server's certificate is not trusted";
     case 24:
-        return "the user certificate's file holds none";
+        return "the user certificate's file holds none that can be used";
     case 25:
         return "the user's key cannot be loaded";
     case 26:
@@ -126,7 +126,7 @@ inline const char* OpcUaResultText(int code) {
     case 27:
         return "a directory of the user's certificate store cannot be listed";
     case 28:
-        return "a new user certificate or its key cannot be written";
+        return "user certificate and key cannot be made, or be read";
     case 29:
         return "a pointer is null, or a count is out of range";
     default:

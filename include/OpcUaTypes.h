@@ -48,7 +48,8 @@ struct OpcUaNode {
     OpcUaNode* parent;
     /// Next sibling, null at the end.
     OpcUaNode* next;
-    /// First child; null without children and before the node was browsed.
+    /// First child; null without children and before the node was browsed. The first looked-up node has the
+    /// others here.
     OpcUaNode* child;
     /// What the value operations convert to and from. Browsing sets the type of the value that the node
     /// has then: Null when it has none, when it can't be read, and for types that this interface does not

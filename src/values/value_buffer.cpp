@@ -166,9 +166,9 @@ bool decodeValue(UaVariant& value, _OpcUaDataType type, const void* buffer, int&
 }
 
 bool encodeElement(UaVariant&& value, unsigned int position, _OpcUaDataType type, void* buffer, int& size) {
-    const bool isConverted = type >= OpcUaDataType_Boolean && type <= OpcUaDataType_String &&
-                             value.type() != static_cast<OpcUa_BuiltInType>(type);
-    if (!isConverted)
+    const bool isOfAnotherType = type >= OpcUaDataType_Boolean && type <= OpcUaDataType_String &&
+                                 value.type() != static_cast<OpcUa_BuiltInType>(type);
+    if (!isOfAnotherType)
         return visitType(type, ElementEncoder{value, position, buffer, size});
     // One is enough: all of them may take many times the memory.
     if (position >= value.arraySize())

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr int itemCount = 20000;
+constexpr int itemCount = 5000;
 constexpr int batchSize = 20;
 
 std::string tag(int number) {

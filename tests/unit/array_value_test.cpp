@@ -575,6 +575,14 @@ TEST_P(ArrayConversion, ArrayOfOnesOfEveryTypeIsWrittenBackInTheRecordsType) {
     }
 }
 
+TEST_P(ArrayConversion, BehindTheEndOfAnArrayOfEveryTypeThereIsNothing) {
+    for (const std::vector<UaVariant>& scalars : criticalValues()) {
+        const UaVariant array = arrayOfScalars(scalars);
+        EXPECT_EQ(readElement(array, scalars.size()).result, 7) << "type " << array.type();
+        EXPECT_EQ(readElement(array, scalars.size() + 1).result, 7) << "type " << array.type();
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(EveryType, ArrayConversion, ::testing::ValuesIn(exampleTypes()), typeName);
 
 TEST_F(ArrayValue, WriteThatWouldLoseAnotherElementIsNotSent) {
@@ -585,6 +593,20 @@ TEST_F(ArrayValue, WriteThatWouldLoseAnotherElementIsNotSent) {
         script().onRead = answerValue(array);
         expectWriteFailsUnsent({0});
     }
+}
+
+TEST_F(ArrayValue, WriteThatWouldLoseAnotherElementOfAMatrixIsNotSent) {
+    storeEarlierMessage();
+    UaDoubleArray numbers;
+    numbers.create(4);
+    numbers[1] = std::nan("");
+    UaUInt32Array lengths;
+    lengths.create(2);
+    lengths[0] = lengths[1] = 2;
+    UaVariant matrix;
+    ASSERT_EQ(matrix.setDoubleMatrix(std::move(numbers), std::move(lengths)), OpcUa_Good);
+    script().onRead = answerValue(matrix);
+    expectWriteFailsUnsent({0, 0});
 }
 
 TEST_F(ArrayValue, ElementsWithoutAFormReadAsZeroAndAreNotWrittenBack) {

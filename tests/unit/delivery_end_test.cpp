@@ -143,7 +143,7 @@ protected:
             inside.set_value();
             while (!isCalling)
                 std::this_thread::yield();
-            std::this_thread::sleep_for(std::chrono::milliseconds(50)); // it waits by now
+            std::this_thread::sleep_for(std::chrono::milliseconds(50)); // it waits by now, or has gone on
             acts();
         };
         publisher->publish(1);
@@ -272,23 +272,14 @@ TEST_F(DeliveryEnd, ACallbackDisconnectsWhileAnotherThreadConnects) {
 
 TEST_F(DeliveryEnd, ACallbackThatReadsDoesNotHoldUpAConnect) {
     begin();
-    std::promise<void> inside;
-    std::atomic<bool> isConnecting{false};
-    application.onChange = [&] {
-        inside.set_value();
-        while (!isConnecting)
-            std::this_thread::yield();
-        std::this_thread::sleep_for(std::chrono::milliseconds(50)); // it waits by now, or has gone on
+    const auto read = [this] {
         OpcUaNode node = {};
         std::strcpy(node.nodeId, "ns=2;s=A");
         std::array<char, 8> value{};
         int size = value.size();
         EXPECT_NE(client->OpcUaGetValue(&node, value.data(), size), 3);
     };
-    publisher->publish(1);
-    inside.get_future().wait();
-    isConnecting = true;
-    EXPECT_EQ(connect(), 0);
+    EXPECT_EQ(whileACallback(read, [this] { return connect(); }), 0);
     EXPECT_EQ(application.calls, 1);
 }
 
