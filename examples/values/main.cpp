@@ -19,7 +19,7 @@ OpcUaNode nodeOf(const std::string& name, _OpcUaDataType type) {
 
 void show(const char* what, int code, const void* bytes, int count, int size) {
     std::printf("%-24s result %d, size %2d, bytes", what, code, size);
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; code == 0 && i < count; ++i)
         std::printf(" %02x", static_cast<const unsigned char*>(bytes)[i]);
     std::printf("\n");
 }
@@ -40,7 +40,7 @@ void readTheTwelveTypes(COpcUaClientInterface& client) {
 int write(COpcUaClientInterface& client, const char* name, _OpcUaDataType type, const void* buffer,
           int size) {
     OpcUaNode node = nodeOf(name, type);
-    return client.OpcUaSetValue(&node, buffer, size);
+    return client.OpcUaSetValue(&node, buffer, size) == 0 ? 0 : 1;
 }
 
 void writeTheTwelveTypes(COpcUaClientInterface& client) {
@@ -101,7 +101,7 @@ void readWithAnotherType(COpcUaClientInterface& client) {
     int size = 0;
     client.OpcUaGetValue(&node, &number, size);
     node.dataType = OpcUaDataType_String;
-    char text[16];
+    char text[16] = "not read";
     size = sizeof text;
     client.OpcUaGetValue(&node, text, size);
     node.dataType = OpcUaDataType_Byte; // can't hold it
@@ -135,7 +135,7 @@ void useManyNodes(COpcUaClientInterface& client) {
                          nodeOf("Scalar.String", OpcUaDataType_String),
                          nodeOf("No.Such.Node", OpcUaDataType_Int32)};
     double pressure = 0;
-    char recipe[32];
+    char recipe[32] = "not read";
     int nothing = 0;
     OpcUa_ReadNode reads[] = {
         {&nodes[0], &pressure, 0}, {&nodes[1], recipe, sizeof recipe}, {&nodes[2], &nothing, 0}};

@@ -18,9 +18,9 @@ _opcua_cli_values() {
     esac
 }
 
-# The names of the profiles.
+# The names of the profiles, but for those that mean something to the shell: compgen expands what it is given.
 _opcua_cli_profiles() {
-    sed -nE 's/^[[:space:]]*\[[[:space:]]*([^][:space:]]+)[[:space:]]*\][[:space:]]*$/\1/p' \
+    sed -nE 's/^[[:space:]]*\[[[:space:]]*([[:alnum:]_.-]+)[[:space:]]*\][[:space:]]*$/\1/p' \
         "${XDG_CONFIG_HOME:-$HOME/.config}/opcua-cli/profiles.ini" 2>/dev/null
 }
 

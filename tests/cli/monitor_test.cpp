@@ -96,6 +96,11 @@ protected:
     StrictMonitor() : Monitor({"--max-nodes-per-monitor", "7"}) {}
 };
 
+class TaggedMonitor : public Monitor {
+protected:
+    TaggedMonitor() : Monitor({"--tags", "2"}) {}
+};
+
 /// The program on a terminal.
 class MonitorOnTerminal : public Monitor {
 protected:
@@ -232,6 +237,18 @@ TEST_F(Monitor, FollowsElements) {
     EXPECT_EQ(endBy(SIGINT), 130);
 }
 
+/// What the library's message then holds is of another change.
+TEST_F(Monitor, ReadsElementsThatTheLibraryDoesNotDeliver) {
+    const std::string times = rack + "Special.DateTimeArray";
+    startJson({rack + "Array.Double", times, "--index", "1"});
+    const auto values = awaitNodes(2);
+    EXPECT_EQ(values.at(rack + "Array.Double")["type"], "Double");
+    EXPECT_TRUE(values.at(times)["type"].is_null());
+    EXPECT_EQ(values.at(times)["value"],
+              cli("read", {times, "--index", "1", "--json"}).json()["nodes"][0]["value"]);
+    EXPECT_EQ(endBy(SIGINT), 130);
+}
+
 TEST_F(Monitor, RefusesElementsThatAreNotThere) {
     const std::vector<std::pair<Arguments, std::string>> cases{
         {{"/TestRack/Array/Int32", "--index", "10"}, "no element [10]"},
@@ -319,6 +336,40 @@ TEST_F(Monitor, GoesOnAfterTheServerCameBack) {
                 AllOf(HasSubstr("lost; trying again in 0.5 s"), HasSubstr("trying again in 1.0 s"),
                       HasSubstr("connected again after")));
     EXPECT_EQ(sessions(), 1u);
+}
+
+TEST_F(TaggedMonitor, WaitsForAServerThatHasNotLoadedItsNodes) {
+    const std::string tag = "ns=2;s=Tags.Tag00001";
+    startJson({tag});
+    awaitValue(tag);
+    const std::string port = std::to_string(m_server.port());
+    m_server.kill(SIGKILL);
+    awaitEvent("lost");
+    {
+        const ServerProcess empty(test_support::PlantServer::program(),
+                                  {"--port", port, "--die-with-parent"});
+        await([](const json& document) {
+            return document["event"] == "noAnswer" &&
+                   document["message"].get<std::string>().find("none of the nodes") != std::string::npos;
+        });
+    }
+    const ServerProcess loaded(test_support::PlantServer::program(),
+                               {"--port", port, "--die-with-parent", "--tags", "2"});
+    awaitEvent("connected");
+    awaitValue(tag);
+    EXPECT_EQ(endBy(SIGINT), 130);
+}
+
+TEST_F(Monitor, KeepsItsSessionInAnOutage) {
+    startJson({counter});
+    awaitValue(counter);
+    m_server.freeze();
+    awaitEvent("outage");
+    m_server.resume();
+    EXPECT_GT(awaitEvent("outageOver")["seconds"], 0);
+    awaitValue(counter);
+    EXPECT_EQ(endBy(SIGINT), 130);
+    EXPECT_THAT(m_program->standardError(), AllOf(HasSubstr("answers again"), Not(HasSubstr("lost"))));
 }
 
 TEST_F(Monitor, WithoutAConnectionInTheEndItIsExitCode3) {

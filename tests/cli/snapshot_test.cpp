@@ -15,6 +15,7 @@ using namespace cli_test;
 using nlohmann::json;
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
@@ -108,6 +109,10 @@ TEST_F(Snapshots, OfLargeFoldersAndLongArraysAreBounded) {
     const CliResult many = cli("snapshot", {"/TestRack/Many", "--max-nodes", "10"});
     EXPECT_EQ(many.exitCode, 1);
     EXPECT_EQ(many.json()["complete"], false);
+    const CliResult restored = restore({"--dry-run", "--max-nodes", "10"});
+    EXPECT_EQ(restored.exitCode, 1);
+    EXPECT_THAT(restored.error, AllOf(HasSubstr("not all of the folder"), HasSubstr("--max-nodes"),
+                                      Not(HasSubstr("any more"))));
     const CliResult longOnes = cli("snapshot", {"/TestRack/Array", "--max-elements", "9"});
     EXPECT_EQ(longOnes.exitCode, 1);
     EXPECT_EQ(longOnes.json()["leftOut"].size(), 12u);

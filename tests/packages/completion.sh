@@ -52,12 +52,14 @@ XDG_CONFIG_HOME=$(mktemp -d)
 trap 'rm -r "$XDG_CONFIG_HOME"' EXIT
 mkdir "$XDG_CONFIG_HOME/opcua-cli"
 printf '[boiler]\nurl = h\n[ line1 ]\nurl = h\n' >"$XDG_CONFIG_HOME/opcua-cli/profiles.ini"
+printf '[$(touch${IFS}%s/touched)]\nurl = h\n' "$XDG_CONFIG_HOME" >>"$XDG_CONFIG_HOME/opcua-cli/profiles.ini"
 complete_words read @bo
 expect @boiler "${COMPREPLY[*]}"
 complete_words read @ li # as bash parts it
 expect line1 "${COMPREPLY[*]}"
 complete_words read @
 expect "@boiler @line1" "${COMPREPLY[*]}"
+[ ! -e "$XDG_CONFIG_HOME/touched" ] # what a file says is nothing to run
 complete_words nonsense ''
 expect "" "${COMPREPLY[*]}$asked_for"
 

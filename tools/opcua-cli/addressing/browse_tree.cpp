@@ -89,17 +89,21 @@ BrowseTree::Level BrowseTree::expand(OpcUaNode* record) {
 }
 
 std::vector<OpcUaNode*> BrowseTree::wayTo(const NodeReference& reference) {
-    const auto* path = std::get_if<NodePath>(&reference);
-    if (path != nullptr)
-        return follow(*path);
+    const auto* id = std::get_if<std::string>(&reference);
+    if (id == nullptr)
+        return follow(std::get<NodePath>(reference));
     if (m_first)
         return {m_start};
-    const std::string& nodeId = std::get<std::string>(reference);
     Progress progress("looking for the node");
-    OpcUaNode* const record = search(nodeId, defaultMaxNodes, progress);
+    OpcUaNode* const record = search(*id, defaultMaxNodes, progress);
     if (record == nullptr)
-        throw nodeFailure(nodeId + " was not found in the address space", "its path");
+        throw nodeFailure(*id + " was not found in the address space", "its path");
     return {record};
+}
+
+OpcUaNode* BrowseTree::find(const NodeReference& reference, std::size_t maxNodes, Progress& progress) {
+    const auto* id = std::get_if<std::string>(&reference);
+    return id != nullptr ? search(*id, maxNodes, progress) : wayTo(reference).back();
 }
 
 std::vector<OpcUaNode*> BrowseTree::follow(const NodePath& path) {

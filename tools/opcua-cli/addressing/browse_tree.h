@@ -45,14 +45,15 @@ public:
     /// looked for. Throws Failure (Failed) that names the step that leads nowhere.
     std::vector<OpcUaNode*> wayTo(const NodeReference& reference);
 
-    /// The record with that id, which may be the start; null when it does not show up among the `maxNodes`
-    /// that all searches together look at. Walks through a tree that starts at the Root folder: the library
-    /// tells a node's type and shape only where the node shows up as somebody's child. The most promising
-    /// branches are browsed first.
-    OpcUaNode* search(const std::string& nodeId, std::size_t maxNodes, Progress& progress);
+    /// The record of the node, which may be the start, in a tree that starts at the Root folder; null for an
+    /// id that does not show up among the `maxNodes` that all searches together look at. The library tells a
+    /// node's type and shape only where the node shows up as somebody's child. The most promising branches
+    /// are browsed first. Throws as wayTo().
+    OpcUaNode* find(const NodeReference& reference, std::size_t maxNodes, Progress& progress);
 
 private:
     std::vector<OpcUaNode*> follow(const NodePath& path);
+    OpcUaNode* search(const std::string& nodeId, std::size_t maxNodes, Progress& progress);
     void look(OpcUaNode* record, Progress& progress);
 
     Connection& m_connection;

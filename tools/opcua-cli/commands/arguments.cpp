@@ -13,6 +13,7 @@
 #include "OpcUaTypes.h"
 #include "address.h"
 #include "files/library_files.h"
+#include "formats/text_file.h"
 #include "interrupt.h"
 #include "output/streams.h"
 
@@ -169,7 +170,7 @@ void addNodeListOptions(Command& command, NodeListOptions& options, const std::s
 }
 
 void checkInputIsFree(const CommonOptions& options, const std::string& name) {
-    if (name == "-" && options.session && isatty(STDIN_FILENO) != 1)
+    if (name == standardInput && options.session && isatty(STDIN_FILENO) != 1)
         throw usageFailure("standard input holds the shell's own lines", "a file, or the value itself");
 }
 

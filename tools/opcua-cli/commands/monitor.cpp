@@ -4,12 +4,14 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <poll.h>
 #include <ratio>
 #include <string>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include "commands/commands.h"
@@ -53,7 +55,7 @@ public:
         takeRefusals();
         const Clock::time_point start = Clock::now();
         for (bool isBusy = false; anyMonitored() && !isOver(start);) {
-            wait(start, isBusy);
+            wait(start, isBusy || !m_pending.empty());
             takeChanges();
             if (const std::optional<LinkEvent> event = m_link.look())
                 takeEvent(*event);
@@ -69,7 +71,8 @@ public:
 
     /// What has come until now is still shown, but nothing is asked of the server any more.
     void end() {
-        for (const Change& change : m_inbox.collect())
+        collect();
+        for (const Change& change : m_pending)
             if (!isReadWhenChanged(change))
                 m_output.change(change);
         m_output.end();
@@ -99,8 +102,19 @@ private:
             throw Failure(ExitCode::OutputClosed, {});
     }
 
+    void collect() {
+        for (Change& change : m_inbox.collect())
+            m_pending.push_back(std::move(change));
+    }
+
+    /// For a while: a change that has to be read takes a round trip, and keys and signals are waiting as
+    /// well.
     void takeChanges() {
-        for (Change& change : m_inbox.collect()) {
+        const Clock::time_point end = Clock::now() + lookAtConnection;
+        collect();
+        for (; !m_pending.empty() && Clock::now() < end; m_pending.pop_front()) {
+            throwIfInterrupted();
+            Change& change = m_pending.front();
             complete(change);
             m_silent[change.node] = false;
             m_output.change(change);
@@ -111,7 +125,7 @@ private:
 
     bool isReadWhenChanged(const Change& change) const {
         const Job& watched = m_monitored.nodes[change.node];
-        return !isWatchedWhole(watched) && !watched.index && (isReadAsText(watched) || change.cut);
+        return !isWatchedWhole(watched) && (isReadAsText(watched) || change.cut);
     }
 
     /// The library's message holds no whole array, no long text, and nothing that it does not convert.
@@ -120,9 +134,10 @@ private:
         if (isWatchedWhole(watched)) {
             change.value = {};
         } else if (isReadWhenChanged(change)) {
-            const std::optional<std::string> text = m_link.readText(watched.node.nodeId);
-            change.readable = text.has_value();
-            change.value = text ? Value(*text) : Value{};
+            const std::optional<Value> read = watched.index ? m_link.readElement(watched, *watched.index)
+                                                            : m_link.readText(watched.node.nodeId);
+            change.readable = read.has_value();
+            change.value = read.value_or(Value{});
         }
     }
 
@@ -181,7 +196,8 @@ private:
     Link& m_link;
     MonitorOutput& m_output;
     ArrayReader m_arrays;
-    std::vector<bool> m_silent; ///< no value came since the node was monitored
+    std::deque<Change> m_pending; ///< collected, and not yet shown
+    std::vector<bool> m_silent;   ///< no value came since the node was monitored
     std::size_t m_refused = 0;
     Clock::time_point m_silenceToldAt = Clock::time_point::max();
 };

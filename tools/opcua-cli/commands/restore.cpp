@@ -60,13 +60,18 @@ struct Restoration {
 
 /// Gives a problem to what is not in the folder as it was.
 void compareNodes(const Folder& folder, Jobs& jobs) {
+    const bool isWhole = folder.complete && folder.unbrowsed.empty();
+    const Problem missing =
+        isWhole ? Problem{"the node is not in the folder any more"}
+                : Problem{"the node was not found, and not all of the folder could be looked at",
+                          "a greater --max-nodes, or --user NAME of one who may browse all of it"};
     std::unordered_map<std::string, const NodeInfo*> present;
     for (const Job& variable : folder.variables)
         present.emplace(variable.node.nodeId, &variable.node);
     for (Job& job : jobs) {
         const auto found = present.find(job.node.nodeId);
         if (found == present.end())
-            job.problem = Problem{"the node is not in the folder any more"};
+            job.problem = missing;
         else if (found->second->dataType != job.node.dataType ||
                  found->second->dimensions != job.node.dimensions)
             job.problem = Problem{"the value was " + typeAndShape(job.node) + " and is " +

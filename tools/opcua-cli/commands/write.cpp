@@ -25,11 +25,9 @@ struct WriteOptions : NodeListOptions {
     bool isSingle() const { return file.empty() && pairs.size() == 2; }
 };
 
-constexpr const char* inputSign = "-";
-
 /// The value as the user gave it; "-" stands for standard input, whose last line end is none of the value.
 std::string givenValue(const std::string& value) {
-    if (value != inputSign)
+    if (value != standardInput)
         return value;
     std::string text = readInput();
     if (!text.empty() && text.back() == '\n')
@@ -46,7 +44,7 @@ Jobs jobsOf(const std::vector<std::string>& pairs) {
         throw usageFailure("VALUE is required for " + pairs.back(), "a value behind each node");
     std::size_t inputs = 0;
     for (std::size_t i = 1; i < pairs.size(); i += 2)
-        inputs += pairs[i] == inputSign ? 1 : 0;
+        inputs += pairs[i] == standardInput ? 1 : 0;
     if (inputs > 1)
         throw usageFailure("standard input is one value, and several are to be taken from there",
                            "a command for each, or --from with a file");

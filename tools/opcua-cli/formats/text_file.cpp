@@ -64,7 +64,8 @@ bool replaceFile(const std::string& path, const std::string& text) {
 } // namespace
 
 TextFile readTextFile(const std::string& path) {
-    TextFile file = path == "-" ? TextFile{"standard input", readInput()} : TextFile{path, contents(path)};
+    TextFile file =
+        path == standardInput ? TextFile{"standard input", readInput()} : TextFile{path, contents(path)};
     if (std::string_view(file.text).substr(0, byteOrderMark.size()) == byteOrderMark)
         file.text.erase(0, byteOrderMark.size());
     throwUnlessUtf8(file);

@@ -8,7 +8,10 @@
 
 namespace opcua_cli {
 
-/// A file as users name it on the command line; "-" stands for standard input.
+/// Stands for standard input where users name a file or a value.
+constexpr const char* standardInput = "-";
+
+/// A file as users name it on the command line, or standard input.
 struct TextFile {
     std::string name; ///< for messages
     std::string text; ///< UTF-8, without a byte order mark

@@ -78,6 +78,10 @@ const char* eventName(LinkEvent::Kind kind) {
         return "connected";
     case LinkEvent::Kind::ShuttingDown:
         return "shuttingDown";
+    case LinkEvent::Kind::Silent:
+        return "outage";
+    case LinkEvent::Kind::Answers:
+        return "outageOver";
     }
     return "";
 }

@@ -63,10 +63,15 @@ void Link::addAll() {
         std::vector<OpcUaNode> records;
         for (std::size_t i = done; i < std::min(done + size, whole.size()); ++i)
             records.push_back(OpcUaMakeNode(whole[i]->node.nodeId, OpcUaDataType_Null));
-        m_connection.throwIfLost(
-            m_connection.client().OpcUaAddMultiMonitNode(records.data(), static_cast<int>(records.size())));
+        const int code =
+            m_connection.client().OpcUaAddMultiMonitNode(records.data(), static_cast<int>(records.size()));
+        // Once for all that were refused: it asks the server.
+        const auto refused = std::find_if(records.begin(), records.end(),
+                                          [](const OpcUaNode& record) { return record.result != 0; });
+        m_connection.throwIfLost(code != 0 || refused == records.end() ? code : refused->result);
         for (std::size_t i = 0; i < records.size(); ++i)
-            note(*whole[done + i], records[i].result);
+            if (records[i].result != 0)
+                whole[done + i]->problem = m_connection.problemOf(whole[done + i]->node.nodeId);
     }
 }
 
@@ -74,15 +79,11 @@ void Link::addElement(Job& watched) {
     throwIfInterrupted();
     Index index = *watched.index;
     OpcUaNode record = OpcUaMakeNode(watched.node.nodeId, OpcUaDataType_Null);
-    note(watched,
-         m_connection.client().OpcUaAddMonitNode(&record, index.data(), static_cast<int>(index.size())));
-}
-
-void Link::note(Job& watched, int resultCode) {
-    if (resultCode == 0)
-        return;
-    m_connection.throwIfLost(resultCode);
-    watched.problem = m_connection.problemOf(watched.node.nodeId);
+    const int code =
+        m_connection.client().OpcUaAddMonitNode(&record, index.data(), static_cast<int>(index.size()));
+    m_connection.throwIfLost(code);
+    if (code != 0)
+        watched.problem = m_connection.problemOf(watched.node.nodeId);
 }
 
 std::optional<LinkEvent> Link::look() {
@@ -95,7 +96,9 @@ std::optional<LinkEvent> Link::look() {
 std::optional<LinkEvent> Link::checkStatus() {
     switch (m_connection.client().OpcUaGetConnectStatus()) {
     case OpcUaConnectStatus_Connected:
-        return std::nullopt;
+        return noteSilence(false);
+    case OpcUaConnectStatus_Silent:
+        return noteSilence(true);
     case OpcUaConnectStatus_ShuttingDown:
         // The connection goes on until the server closes it.
         if (std::exchange(m_shutdownTold, true))
@@ -108,8 +111,22 @@ std::optional<LinkEvent> Link::checkStatus() {
     }
 }
 
+/// Session and subscription outlive an outage: what changes meanwhile is delivered afterwards.
+std::optional<LinkEvent> Link::noteSilence(bool isSilent) {
+    if (std::exchange(m_isSilent, isSilent) == isSilent)
+        return std::nullopt;
+    if (isSilent) {
+        m_lostAt = Clock::now();
+        return LinkEvent{LinkEvent::Kind::Silent, "the server does not answer; waiting for it"};
+    }
+    const Seconds outage = Clock::now() - m_lostAt;
+    return LinkEvent{LinkEvent::Kind::Answers, "the server answers again after " + durationText(outage),
+                     outage.count()};
+}
+
 LinkEvent Link::lose(const std::string& reason) {
     m_up = false;
+    m_isSilent = false;
     m_lostAt = Clock::now();
     m_pause = firstPause;
     m_connection.client().OpcUaDisConnect();
@@ -120,6 +137,7 @@ std::optional<LinkEvent> Link::tryAgain() {
     try {
         m_connection.reconnect();
         subscribe();
+        throwIfNothingIsWatched();
     } catch (const Failure& failure) {
         throwIfInterrupted();
         m_connection.client().OpcUaDisConnect();
@@ -133,17 +151,23 @@ std::optional<LinkEvent> Link::tryAgain() {
                      outage.count()};
 }
 
+/// A server may let clients in before it has loaded its nodes.
+void Link::throwIfNothingIsWatched() const {
+    if (std::all_of(m_watched->begin(), m_watched->end(),
+                    [](const Job& job) { return job.problem.has_value(); }))
+        throw nodeFailure("the server has none of the nodes");
+}
+
 LinkEvent Link::waitForNextTry(LinkEvent::Kind kind, const std::string& reason) {
     m_nextTry = Clock::now() + std::chrono::duration_cast<Clock::duration>(m_pause);
     return {kind, reason + "; trying again in " + durationText(m_pause), m_pause.count()};
 }
 
-std::optional<std::string> Link::readText(const std::string& nodeId) {
-    if (!m_up)
+std::optional<Value> Link::readText(const std::string& nodeId) {
+    if (!isUp())
         return std::nullopt;
     try {
-        const std::optional<Value> value = readSingle(m_connection, nodeId, OpcUaDataType_Null);
-        return value ? std::optional(std::get<std::string>(*value)) : std::nullopt;
+        return readSingle(m_connection, nodeId, OpcUaDataType_Null);
     } catch (const Failure&) {
         // Whether the connection is gone is found out by look().
         return std::nullopt;
@@ -155,7 +179,7 @@ std::optional<Value> Link::readElement(const Job& watched, const Index& index) {
     jobs.front().index = index;
     jobs.front().problem.reset();
     try {
-        if (m_up)
+        if (isUp())
             read(m_connection, jobs, 1);
     } catch (const Failure&) { // NOLINT(bugprone-empty-catch): as in readText()
     }
@@ -164,7 +188,7 @@ std::optional<Value> Link::readElement(const Job& watched, const Index& index) {
 }
 
 std::optional<Problem> Link::write(const Job& job) {
-    if (!m_up)
+    if (!isUp())
         return Problem{"there is no connection to the server"};
     Jobs jobs{job};
     try {

@@ -11,7 +11,14 @@ namespace opcua_cli {
 
 /// Something about the connection that the user should know.
 struct LinkEvent {
-    enum class Kind { Lost, NoAnswer, Connected, ShuttingDown };
+    enum class Kind {
+        Lost,
+        NoAnswer, ///< of a server that is tried again
+        Connected,
+        ShuttingDown,
+        Silent, ///< an outage: everything is kept
+        Answers ///< again, and nothing was lost
+    };
 
     Kind kind;
     std::string text;
@@ -27,7 +34,7 @@ public:
     Link(const ConnectOptions& options, int intervalMilliseconds, Connection::DataChangeHandler onDataChange);
 
     Connection& connection() { return m_connection; }
-    bool isUp() const { return m_up; }
+    bool isUp() const { return m_up && !m_isSilent; }
 
     /// Subscribes to the changes of these nodes, which must live on. With each connect those have a problem
     /// that the server does not monitor. Throws Failure.
@@ -38,7 +45,7 @@ public:
     std::optional<LinkEvent> look();
 
     /// The text form of a value, where the library delivers none; nothing when it can't be read now.
-    std::optional<std::string> readText(const std::string& nodeId);
+    std::optional<Value> readText(const std::string& nodeId);
     /// One element of an array; nothing when it can't be read now.
     std::optional<Value> readElement(const Job& watched, const Index& index);
     /// Writes what is wanted; gives what went wrong.
@@ -50,8 +57,9 @@ private:
     void subscribe();
     void addAll();
     void addElement(Job& watched);
-    void note(Job& watched, int resultCode);
     std::optional<LinkEvent> checkStatus();
+    std::optional<LinkEvent> noteSilence(bool isSilent);
+    void throwIfNothingIsWatched() const;
     LinkEvent lose(const std::string& reason);
     std::optional<LinkEvent> tryAgain();
     LinkEvent waitForNextTry(LinkEvent::Kind kind, const std::string& reason);
@@ -60,6 +68,7 @@ private:
     int m_interval;
     Jobs* m_watched = nullptr;
     bool m_up = true;
+    bool m_isSilent = false;
     bool m_shutdownTold = false;
     Clock::time_point m_lostAt{};
     Clock::time_point m_nextTry{};

@@ -55,9 +55,10 @@ void LiveTable::dropped(std::size_t count) {
 
 void LiveTable::event(const LinkEvent& event) {
     const Lock lock(m_mutex);
-    m_up = event.kind == LinkEvent::Kind::Connected || event.kind == LinkEvent::Kind::ShuttingDown;
+    const bool isGood = event.kind == LinkEvent::Kind::Connected || event.kind == LinkEvent::Kind::Answers;
+    m_up = isGood || event.kind == LinkEvent::Kind::ShuttingDown;
     m_state = event.text;
-    m_stateTone = event.kind == LinkEvent::Kind::Connected ? Tone::Good : Tone::Bad;
+    m_stateTone = isGood ? Tone::Good : Tone::Bad;
 }
 
 void LiveTable::remark(const std::string& text) {

@@ -51,11 +51,10 @@ public:
     void add(const Job& job) {
         if (!m_tree)
             m_tree.emplace(m_connection, rootFolderId);
-        const auto* id = std::get_if<std::string>(&job.reference);
-        OpcUaNode* const record =
-            id != nullptr ? m_tree->search(*id, m_maxNodes, m_progress) : m_tree->wayTo(job.reference).back();
+        OpcUaNode* const record = m_tree->find(job.reference, m_maxNodes, m_progress);
         if (record == nullptr) {
-            addVariable(*id, unmetNode(*id, std::nullopt), job.index);
+            const auto& id = std::get<std::string>(job.reference);
+            addVariable(id, unmetNode(id, std::nullopt), job.index);
             return;
         }
         const NodeInfo node = describe(*record);

@@ -49,6 +49,12 @@ void takeKeys() {
     tcsetattr(STDIN_FILENO, TCSANOW, &settings);
 }
 
+/// Keys first: a program in the background is stopped there, before it draws on somebody else's screen.
+void takeTerminal() {
+    takeKeys();
+    send(enter);
+}
+
 void giveTerminalBack() {
     send(leave);
     if (hasKeys)
@@ -79,12 +85,11 @@ LiveScreen::LiveScreen(bool withKeys) {
     if (wakeUp < 0)
         wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     holdTrace(true);
-    writeOutput(std::string(enter));
     on = true;
     hasKeys = withKeys && tcgetattr(STDIN_FILENO, &usualSettings) == 0;
     setLastAct(giveTerminalBack);
     setHandlers(onSignal);
-    takeKeys();
+    takeTerminal();
 }
 
 LiveScreen::~LiveScreen() {
@@ -114,9 +119,7 @@ void LiveScreen::follow() {
     }
     if (!isResumed.exchange(false))
         return;
-    // Keys first: a program in the background is stopped there, before it draws on somebody else's screen.
-    takeKeys();
-    send(enter);
+    takeTerminal();
 }
 
 void LiveScreen::draw(const std::string& lines) {

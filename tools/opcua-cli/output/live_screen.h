@@ -10,7 +10,6 @@ namespace opcua_cli {
 /// at a time.
 class LiveScreen {
 public:
-    /// Throws as writeOutput().
     explicit LiveScreen(bool withKeys);
     ~LiveScreen();
     LiveScreen(const LiveScreen&) = delete;

@@ -14,8 +14,10 @@ namespace opcua_cli {
 Recorder::Recorder(const Monitored& monitored, Recording& recording, std::size_t& changes)
     : m_monitored(monitored), m_recording(recording), m_server(recording.node(monitored.url, "", "")),
       m_changes(changes) {
-    for (const Job& watched : monitored.nodes)
-        m_nodes.push_back(recording.node(monitored.url, watchedId(watched), watched.given));
+    recording.together([&] {
+        for (const Job& watched : monitored.nodes)
+            m_nodes.push_back(recording.node(monitored.url, watchedId(watched), watched.given));
+    });
     note("started", m_server, "");
 }
 
@@ -57,6 +59,8 @@ void Recorder::event(const LinkEvent& event) {
     case LinkEvent::Kind::ShuttingDown:
         return note("shuttingDown", m_server, event.text);
     case LinkEvent::Kind::NoAnswer: // the gap goes on
+    case LinkEvent::Kind::Silent:   // there is none
+    case LinkEvent::Kind::Answers:
         return;
     }
 }

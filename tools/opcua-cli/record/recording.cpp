@@ -245,19 +245,25 @@ void Recording::insert(const Row& row) {
     m_insert->step();
 }
 
-void Recording::commit() {
-    if (m_rows.empty())
-        return;
+void Recording::together(const std::function<void()>& work) {
     execute("BEGIN IMMEDIATE");
     try {
-        for (const Row& row : m_rows)
-            insert(row);
+        work();
         execute("COMMIT");
     } catch (...) {
         m_insert.reset();
         sqlite3_exec(m_database.get(), "ROLLBACK", nullptr, nullptr, nullptr);
         throw;
     }
+}
+
+void Recording::commit() {
+    if (m_rows.empty())
+        return;
+    together([this] {
+        for (const Row& row : m_rows)
+            insert(row);
+    });
     m_rows.clear();
     m_textSize = 0;
 }

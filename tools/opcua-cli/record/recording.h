@@ -68,6 +68,9 @@ public:
     /// Throws Failure (Usage).
     static Recording toRead(const std::string& path) { return {path, false}; }
 
+    /// Does something that changes the file, all of it or nothing.
+    void together(const std::function<void()>& work);
+
     /// The number that stands for a node, or for the server itself when its id is empty.
     std::int64_t node(const std::string& url, const std::string& nodeId, const std::string& name);
 

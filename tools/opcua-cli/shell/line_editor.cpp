@@ -9,10 +9,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <termios.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
 
+#include "interrupt.h"
 #include "output/dialogue.h"
 #include "text/utf8.h"
 
@@ -40,6 +42,20 @@ public:
 private:
     locale_t m_locale;
     locale_t m_before = nullptr;
+};
+
+termios settingsBefore{};
+
+/// The terminal gets its settings back when the program ends in the middle of a line.
+class HeldTerminal {
+public:
+    HeldTerminal() {
+        if (tcgetattr(STDIN_FILENO, &settingsBefore) == 0)
+            setLastAct([] { tcsetattr(STDIN_FILENO, TCSANOW, &settingsBefore); });
+    }
+    ~HeldTerminal() { setLastAct(nullptr); }
+    HeldTerminal(const HeldTerminal&) = delete;
+    HeldTerminal& operator=(const HeldTerminal&) = delete;
 };
 
 /// 1 for a character, 0 at the end, as the library wants it.
@@ -119,6 +135,7 @@ LineEditor::~LineEditor() = default;
 
 std::optional<std::string> LineEditor::read(const std::string& prompt) {
     const Utf8Locale utf8;
+    const HeldTerminal held;
     m_state->prompt = printable(prompt);
     el_resize(m_state->editor.get());
     // As soon as the prompt is there, its keys mean what they do in a line.

@@ -8,6 +8,7 @@
 #include "text/utf8.h"
 
 namespace opcua_cli {
+
 bool localeHasUtf8() {
     // By name: the locale that a remote login hands on need not be installed here.
     for (const char* variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {

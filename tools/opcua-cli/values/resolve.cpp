@@ -26,8 +26,7 @@ std::string soughtId(const Job& job) {
 /// Everything about the node but a type that is stated.
 NodeInfo lookUp(BrowseTree& tree, const Job& job, std::size_t maxNodes, Progress& progress) {
     const auto* id = std::get_if<std::string>(&job.reference);
-    const OpcUaNode* record =
-        id != nullptr ? tree.search(*id, maxNodes, progress) : tree.wayTo(job.reference).back();
+    const OpcUaNode* record = tree.find(job.reference, maxNodes, progress);
     // The start is nobody's child here, so that class and type are missing.
     const bool isMet = record != nullptr && record != tree.start();
     if (id != nullptr && !isMet && needsShape(job))
