@@ -140,7 +140,7 @@ TEST_F(NotificationOrderTest, TakesALeapAsItComes) {
 }
 
 TEST_F(NotificationOrderTest, LeapAfterLeapIsTracedOnce) {
-    test_support::TemporaryDirectory directory;
+    const test_support::TemporaryDirectory directory;
     const std::string file = (directory.path() / "trace.log").string();
     ASSERT_EQ(UaTrace::initTrace(UaTrace::Errors, 1000, 1, UaString(file.c_str()), "test"), 0);
     for (std::uint32_t number = 1000; number <= 10000; number += 1000)
