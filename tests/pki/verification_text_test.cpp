@@ -52,6 +52,16 @@ TEST_F(VerificationText, EveryObjectionIsListedInTheOrderOfTheSteps) {
     EXPECT_EQ(result.status.statusCode(), result.findings[0].status.statusCode());
 }
 
+TEST_F(VerificationText, AnObjectionToEachOfTwoCertificatesIsListedTwice) {
+    material::StoreFolders::fill(m_folders.trusted, "root", ".der");
+    material::StoreFolders::fill(m_folders.issuers, "middle", ".der");
+    UaPkiVerification result = verify("by_middle");
+    ASSERT_THAT(result.findings, SizeIs(2));
+    EXPECT_EQ(result.findings[0].step, UaPkiVerificationStep::FindRevocationList);
+    EXPECT_EQ(result.findings[1].step, UaPkiVerificationStep::FindRevocationList);
+    EXPECT_NE(result.findings[0].thumbprint, result.findings[1].thumbprint);
+}
+
 TEST_F(VerificationText, AWeakKeySaysHowWeak) {
     material::StoreFolders::fill(m_folders.trusted, "self_short", ".der");
     UaPkiVerification result = verify("self_short");
