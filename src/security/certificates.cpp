@@ -95,8 +95,9 @@ public:
     bool writeKeyLast(const UaPkiCertificate& certificate, const UaPkiRsaKeyPair& keys) const {
         return writeCertificate(certificate) && writeKey(keys);
     }
+    /// No key is replaced for a certificate that could not be made, as for a name that is not UTF-8.
     bool writeCertificateLast(const UaPkiCertificate& certificate, const UaPkiRsaKeyPair& keys) const {
-        return writeKey(keys) && writeCertificate(certificate);
+        return !certificate.isNull() && writeKey(keys) && writeCertificate(certificate);
     }
 
 private:
@@ -168,9 +169,6 @@ int makeUserCertificate(const Configuration& configuration) {
     const UaString name = configuration.userCertificateName.size() != 0 ? configuration.userCertificateName
                                                                         : UaString(defaultUserName);
     const UaPkiCertificate certificate = selfSigned(identityNamed(name), info, keys);
-    // Such as for a name that is not UTF-8: nothing is replaced for its sake.
-    if (certificate.isNull())
-        return result::userCertificateNotWritten;
     const bool written = files.isKeyMissing() ? files.writeKeyLast(certificate, keys)
                                               : files.writeCertificateLast(certificate, keys);
     return written ? result::success : result::userCertificateNotWritten;

@@ -10,8 +10,8 @@
 ///
 /// Every entry is one write() call: it survives the process, however that ends, and another process that
 /// appends to the same file never cuts through it. That costs a few microseconds an entry and needs no
-/// flushing. A file that another process has made into a backup is written no more;
-/// a link stays, and the backups lie beside what it leads to.
+/// flushing. A file that another process has made into a backup is written no more; a link stays, and the
+/// backups lie beside what it leads to.
 class TraceFile {
 public:
     TraceFile(std::string name, unsigned int maxEntries, unsigned int backups);

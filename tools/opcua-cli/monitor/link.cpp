@@ -100,6 +100,7 @@ std::optional<LinkEvent> Link::checkStatus() {
     case OpcUaConnectStatus_Silent:
         return noteSilence(true);
     case OpcUaConnectStatus_ShuttingDown:
+        m_isSilent = false;
         // The connection goes on until the server closes it.
         if (std::exchange(m_shutdownTold, true))
             return std::nullopt;

@@ -13,7 +13,6 @@
 #include "uabase/trace.h"
 
 namespace UaClientSdk {
-
 namespace {
 
 /// Room that is there from the beginning, so that the few things that must be told can be when memory is
@@ -104,7 +103,7 @@ void CallbackThread::runWaiting(State& state) {
     std::unique_lock<std::mutex> lock(state.mutex);
     while (!state.stopping) {
         state.wakeUp.wait(lock, [&state] { return state.stopping || !state.waiting.empty(); });
-        batch.swap(state.waiting); // which keep their room by turns
+        batch.swap(state.waiting); // each keeps its room
         state.running = true;
         for (std::size_t i = 0; i < batch.size() && !state.stopping; ++i) {
             lock.unlock();
