@@ -9,7 +9,6 @@
 #include <stdexcept>
 #include <string>
 #include <sys/prctl.h>
-#include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
 #include <vector>
@@ -69,10 +68,10 @@ Placed::Placed(Placement placement, pid_t server) : m_server(server), m_before(a
 }
 
 Placed::~Placed() {
-    for (const pid_t spinner : m_spinners) {
+    // Nobody waits for their ends: at idle priority a process needs an idle CPU even to die, and on a busy
+    // machine that takes seconds. What is left of them goes with this process.
+    for (const pid_t spinner : m_spinners)
         kill(spinner, SIGKILL);
-        waitpid(spinner, nullptr, 0);
-    }
     try {
         pin(0, m_before);
         pinProcess(m_server, m_before);
@@ -92,6 +91,8 @@ void Placed::keepAwake(int cpu) {
         m_spinners.push_back(spinner);
         return;
     }
+    // It may outlive its parent for a moment, whose readers wait for the end of what it writes.
+    close_range(0, ~0U, 0);
     const cpu_set_t cpus = only(cpu);
     const sched_param idle{};
     // At any other priority it would disturb what it is there to help.
