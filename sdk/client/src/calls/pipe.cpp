@@ -11,6 +11,18 @@
 #include "uabase/trace.h"
 
 namespace UaClientSdk {
+namespace {
+
+/// That one of them has no memory is no reason for the others not to be told.
+void tellEnd(AnswerReceiver& receiver, UaStatus reason) {
+    try {
+        receiver.answered(reason, UaByteView());
+    } catch (const std::bad_alloc&) {
+        UaTrace::write(UaTrace::Errors, "session", "no memory to end a request");
+    }
+}
+
+} // namespace
 
 UaStatus Pipe::call(void* request, const UA_DataType& type, const Deadline& deadline,
                     AnswerReceiver& receiver) {
@@ -47,15 +59,6 @@ void Pipe::giveUpPosted(Clock::time_point limit) {
     }
     for (const PendingRequest& one : late)
         one.receiver->answered(UA_STATUSCODE_BADTIMEOUT, UaByteView());
-}
-
-/// That one of them has no memory is no reason for the others not to be told.
-void Pipe::tellEnd(AnswerReceiver& receiver, UaStatus reason) {
-    try {
-        receiver.answered(reason, UaByteView());
-    } catch (const std::bad_alloc&) {
-        UaTrace::write(UaTrace::Errors, "session", "no memory to end a request");
-    }
 }
 
 void Pipe::close(UaStatus reason) {

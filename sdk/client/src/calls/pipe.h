@@ -130,7 +130,6 @@ private:
     /// Waits for its answer no longer; false for one that has been answered.
     bool forget(std::uint32_t requestId);
     void end(UaStatus reason, bool byThisSide);
-    static void tellEnd(AnswerReceiver& receiver, UaStatus reason);
     UaStatus endReason() const;
 
     const std::unique_ptr<SecureChannel> m_channel;
