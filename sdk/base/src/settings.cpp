@@ -1,7 +1,6 @@
 #include "uabase/settings.h"
 
 #include <array>
-#include <cerrno>
 #include <cstddef>
 #include <fcntl.h>
 #include <memory>
@@ -31,17 +30,7 @@ std::string contentOf(const std::string& fileName) {
         return std::string();
     }
     std::string content(static_cast<std::size_t>(status.st_size), '\0');
-    std::size_t done = 0;
-    while (done < content.size()) {
-        const ssize_t count = ::read(file.get(), content.data() + done, content.size() - done);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            break;
-        done += static_cast<std::size_t>(count);
-    }
-    content.resize(done);
-    return content;
+    return file.readInto(content) ? content : std::string();
 }
 
 std::string withoutQuotes(const std::string& text) {

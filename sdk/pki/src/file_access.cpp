@@ -19,20 +19,6 @@
 namespace pki {
 namespace {
 
-bool readAll(int descriptor, Bytes& content) {
-    std::size_t done = 0;
-    while (done < content.size()) {
-        const ssize_t count = ::read(descriptor, content.data() + done, content.size() - done);
-        if (count < 0 && errno != EINTR)
-            return false;
-        if (count == 0)
-            break;
-        done += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
-    content.resize(done);
-    return true;
-}
-
 bool writeAll(int descriptor, const void* data, std::size_t length) {
     const auto* position = static_cast<const unsigned char*>(data);
     while (length > 0) {
@@ -125,7 +111,7 @@ UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, st
         return OpcUa_BadOutOfRange;
     }
     content.resize(static_cast<std::size_t>(properties.st_size));
-    if (!readAll(file.get(), content)) {
+    if (!file.readInto(content)) {
         problem = errorText(errno);
         return OpcUa_BadNotReadable;
     }
