@@ -1,5 +1,6 @@
 #include "connection.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -100,6 +101,12 @@ void Connection::throwIfLost(int resultCode) {
     problem.resultCode = resultCode;
     problem.storedMessage = m_lastProblem.storedMessage;
     throw Failure(ExitCode::NoConnection, std::move(problem));
+}
+
+void Connection::throwIfLost(int resultCode, const std::vector<OpcUaNode>& records) {
+    const auto failed = std::find_if(records.begin(), records.end(),
+                                     [](const OpcUaNode& record) { return record.result != 0; });
+    throwIfLost(resultCode != 0 || failed == records.end() ? resultCode : failed->result);
 }
 
 /// The library's trace tells why a read failed, not why a browse did.

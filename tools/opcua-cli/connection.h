@@ -37,6 +37,8 @@ public:
     /// Takes the result code of the operation just made. Throws Failure (NoConnection) when it failed because
     /// the connection is gone.
     void throwIfLost(int resultCode);
+    /// The same for an operation on many nodes, once for all that failed: it asks the server.
+    void throwIfLost(int resultCode, const std::vector<OpcUaNode>& records);
 
     /// Why the last operation failed that did.
     Problem lastProblem() const { return problemOf({}); }

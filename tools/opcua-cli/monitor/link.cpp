@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -65,10 +66,7 @@ void Link::addAll() {
             records.push_back(OpcUaMakeNode(whole[i]->node.nodeId, OpcUaDataType_Null));
         const int code =
             m_connection.client().OpcUaAddMultiMonitNode(records.data(), static_cast<int>(records.size()));
-        // Once for all that were refused: it asks the server.
-        const auto refused = std::find_if(records.begin(), records.end(),
-                                          [](const OpcUaNode& record) { return record.result != 0; });
-        m_connection.throwIfLost(code != 0 || refused == records.end() ? code : refused->result);
+        m_connection.throwIfLost(code, records);
         for (std::size_t i = 0; i < records.size(); ++i)
             if (records[i].result != 0)
                 whole[done + i]->problem = m_connection.problemOf(whole[done + i]->node.nodeId);
@@ -164,28 +162,30 @@ LinkEvent Link::waitForNextTry(LinkEvent::Kind kind, const std::string& reason) 
     return {kind, reason + "; trying again in " + durationText(m_pause), m_pause.count()};
 }
 
-std::optional<Value> Link::readText(const std::string& nodeId) {
+std::optional<Value> Link::whileUp(const std::function<std::optional<Value>()>& read) const {
     if (!isUp())
         return std::nullopt;
     try {
-        return readSingle(m_connection, nodeId, OpcUaDataType_Null);
+        return read();
     } catch (const Failure&) {
         // Whether the connection is gone is found out by look().
         return std::nullopt;
     }
 }
 
+std::optional<Value> Link::readText(const std::string& nodeId) {
+    return whileUp([&] { return readSingle(m_connection, nodeId, OpcUaDataType_Null); });
+}
+
 std::optional<Value> Link::readElement(const Job& watched, const Index& index) {
-    Jobs jobs{watched};
-    jobs.front().index = index;
-    jobs.front().problem.reset();
-    try {
-        if (isUp())
-            read(m_connection, jobs, 1);
-    } catch (const Failure&) { // NOLINT(bugprone-empty-catch): as in readText()
-    }
-    const std::vector<Value>& elements = jobs.front().value.elements;
-    return elements.empty() ? std::nullopt : std::optional(elements.front());
+    return whileUp([&] {
+        Jobs jobs(1);
+        jobs.front().node = watched.node;
+        jobs.front().index = index;
+        read(m_connection, jobs, 1);
+        const std::vector<Value>& elements = jobs.front().value.elements;
+        return elements.empty() ? std::nullopt : std::optional(elements.front());
+    });
 }
 
 std::optional<Problem> Link::write(const Job& job) {

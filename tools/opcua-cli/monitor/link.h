@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -62,6 +63,7 @@ private:
     void throwIfNothingIsWatched() const;
     LinkEvent lose(const std::string& reason);
     std::optional<LinkEvent> tryAgain();
+    std::optional<Value> whileUp(const std::function<std::optional<Value>()>& read) const;
     LinkEvent waitForNextTry(LinkEvent::Kind kind, const std::string& reason);
 
     Connection m_connection;

@@ -58,11 +58,8 @@ void call(Connection& connection, Operation<Request> operation, const std::vecto
     std::vector<Request> requests;
     for (std::size_t i = 0; i < jobs.size(); ++i)
         requests.push_back({&records[i], buffers[i].data(), buffers[i].size()});
-    (connection.client().*operation)(requests.data(), static_cast<int>(requests.size()));
-    const auto failed = std::find_if(records.begin(), records.end(),
-                                     [](const OpcUaNode& record) { return record.result != 0; });
-    if (failed != records.end())
-        connection.throwIfLost(failed->result);
+    const int code = (connection.client().*operation)(requests.data(), static_cast<int>(requests.size()));
+    connection.throwIfLost(code, records);
     for (std::size_t i = 0; i < jobs.size(); ++i) {
         buffers[i].size() = requests[i].size;
         if (records[i].result != 0)
