@@ -4,7 +4,6 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <regex>
 #include <string>
 #include <sys/resource.h>
@@ -17,12 +16,14 @@
 #include <gtest/gtest.h>
 
 #include "support/temporary_directory.h"
+#include "support/text_file.h"
 #include "uabase/platform_layer.h"
 #include "uabase/trace.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using test_support::linesOf;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -31,14 +32,6 @@ using testing::SizeIs;
 
 constexpr unsigned int stackErrors = 0x20;
 constexpr unsigned int stackWarnings = 0x10;
-
-std::vector<std::string> linesOf(const fs::path& file) {
-    std::ifstream stream(file);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
 
 class Trace : public testing::Test {
 protected:

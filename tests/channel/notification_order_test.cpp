@@ -1,6 +1,5 @@
 #include <cstddef>
 #include <cstdint>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -10,6 +9,7 @@
 
 #include "subscription/notification_order.h"
 #include "support/temporary_directory.h"
+#include "support/text_file.h"
 #include "uabase/trace.h"
 
 using testing::ElementsAre;
@@ -38,14 +38,6 @@ protected:
     }
 
     void comeAgain(std::uint32_t number) { arrive(number, 1, &NotificationOrder::cameAgain); }
-
-    static int linesWith(const std::string& file, const std::string& words) {
-        std::ifstream stream(file);
-        int count = 0;
-        for (std::string line; std::getline(stream, line);)
-            count += line.find(words) != std::string::npos ? 1 : 0;
-        return count;
-    }
 
     NotificationOrder order;
     std::vector<std::uint32_t> delivered;
@@ -145,11 +137,11 @@ TEST_F(NotificationOrderTest, LeapAfterLeapIsTracedOnce) {
     ASSERT_EQ(UaTrace::initTrace(UaTrace::Errors, 1000, 1, UaString(file.c_str()), "test"), 0);
     for (std::uint32_t number = 1000; number <= 10000; number += 1000)
         arrive(number);
-    EXPECT_EQ(linesWith(file, "are lost"), 1);
+    EXPECT_EQ(test_support::linesWith(file, "are lost"), 1);
     for (std::uint32_t number = 10001; number <= 10100; ++number)
         arrive(number);
     arrive(20000);
-    EXPECT_EQ(linesWith(file, "are lost"), 2);
+    EXPECT_EQ(test_support::linesWith(file, "are lost"), 2);
     UaTrace::closeTrace();
 }
 

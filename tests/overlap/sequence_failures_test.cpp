@@ -1,13 +1,9 @@
 // What a session learns from requests that fail because of others, and what other threads have of it.
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstddef>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <future>
-#include <iterator>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -17,18 +13,13 @@
 #include "integration/client_fixture.h"
 #include "overlap/sequence_fixture.h"
 #include "support/temporary_directory.h"
+#include "support/text_file.h"
 #include "uabase/trace.h"
 
 using namespace scripted;
 using namespace UaClientSdk;
 
 namespace {
-
-int linesOf(const std::filesystem::path& file) {
-    std::ifstream stream(file);
-    return static_cast<int>(
-        std::count(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>(), '\n'));
-}
 
 /// What a server does that serves one request at a time; those that come meanwhile are `others`.
 HeldRequests::Answer answerTheFirst(std::function<void(const Call&)> others) {
@@ -115,7 +106,7 @@ TEST_F(Sequence, TellsOnceOfEachLessThatItSendsAtATime) {
     });
     EXPECT_EQ(read(60), std::vector<OpcUa_StatusCode>(60, UA_STATUSCODE_BADTCPSERVERTOOBUSY));
     UaTrace::closeTrace();
-    EXPECT_EQ(linesOf(file), 1);
+    EXPECT_EQ(test_support::linesOf(file).size(), 1U);
     server.on<UA_ReadRequest>(answerWell);
 }
 
@@ -131,7 +122,7 @@ TEST_F(Sequence, ThatIsEndedLeavesNoTraceOfTheAnswersItDrops) {
         EXPECT_EQ(readOne(), OpcUa_Good); // behind the answers that are dropped
     }
     UaTrace::closeTrace();
-    EXPECT_EQ(linesOf(file), 0);
+    EXPECT_TRUE(test_support::linesOf(file).empty());
 }
 
 TEST_F(Sequence, TellsTheServerHowLongItWaits) {

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "support/temporary_directory.h"
+#include "support/text_file.h"
 #include "uabase/trace.h"
 
 /// A trace into a file of its own, for as long as it lives.
@@ -17,10 +16,7 @@ public:
     Trace(const Trace&) = delete;
     Trace& operator=(const Trace&) = delete;
 
-    std::string text() const {
-        std::ifstream stream(m_file);
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    }
+    std::string text() const { return test_support::contentOf(m_file); }
 
 private:
     test_support::TemporaryDirectory m_directory;

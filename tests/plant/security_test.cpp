@@ -1,9 +1,6 @@
 #include <cstdarg>
 #include <cstddef>
 #include <filesystem>
-#include <fstream>
-#include <ios>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -14,8 +11,10 @@
 
 #include "plant_fixture.h"
 #include "support/temporary_directory.h"
+#include "support/text_file.h"
 #include "uapki/certificate.h"
 
+using test_support::contentOf;
 using test_support::RawClient;
 using test_support::TemporaryDirectory;
 using testing::ElementsAre;
@@ -31,11 +30,6 @@ const std::vector<std::string> allPolicies{"Basic256Sha256", "Aes128_Sha256_RsaO
 const std::string clientUri = "urn:kestrova:plant-test:client";
 const std::string userUri = "urn:kestrova:plant-test:anna";
 const std::string serverUri = "urn:kestrova:plant-server";
-
-std::string contentOf(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 UA_ByteString view(const std::string& text) {
     return {text.size(), reinterpret_cast<UA_Byte*>(const_cast<char*>(text.data()))};

@@ -13,8 +13,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <ios>
-#include <iterator>
 #include <memory>
 #include <set>
 #include <sstream>
@@ -32,6 +30,7 @@
 #include "security/configuration.h"
 #include "support/next_definition.h"
 #include "support/temporary_directory.h"
+#include "support/text_file.h"
 #include "support/unprivileged.h"
 #include "uabase/trace.h"
 #include "uaclient/security_info.h"
@@ -39,6 +38,7 @@
 #include "uapki/rsa_key_pair.h"
 
 namespace fs = std::filesystem;
+using test_support::contentOf;
 using testing::SizeIs;
 
 namespace {
@@ -88,11 +88,6 @@ extern "C" __attribute__((visibility("default"))) int open(const char* path, int
 }
 
 namespace {
-
-std::string contentOf(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 std::string bytesOf(const UaByteString& bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), static_cast<std::size_t>(bytes.length())};

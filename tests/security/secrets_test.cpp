@@ -6,8 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <malloc.h>
 #include <memory>
 #include <string>
@@ -20,6 +18,7 @@
 #include "security/configuration.h"
 #include "support/child_process.h"
 #include "support/memory_search.h"
+#include "support/text_file.h"
 #include "support/unprivileged.h"
 
 namespace fs = std::filesystem;
@@ -95,8 +94,7 @@ std::vector<std::string> secretNumbers(const std::string& der) {
 
 /// Pieces of what is secret in a key file, in every form that it takes.
 std::vector<std::string> piecesOf(const fs::path& file) {
-    std::ifstream stream(file);
-    const std::string pem{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    const std::string pem = test_support::contentOf(file);
     std::vector<std::string> pieces = secretNumbers(
         test_support::runProgram("openssl", {"rsa", "-in", file.string(), "-traditional", "-outform", "DER"})
             .standardOutput);

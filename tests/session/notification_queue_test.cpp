@@ -2,7 +2,6 @@
 #include <atomic>
 #include <cstddef>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <future>
 #include <memory>
@@ -19,6 +18,7 @@
 #include "subscription/notification_queue.h"
 #include "support/held_memory.h"
 #include "support/temporary_directory.h"
+#include "support/text_file.h"
 #include "uabase/trace.h"
 
 using test_support::heldMemory;
@@ -142,14 +142,6 @@ protected:
     std::shared_ptr<NotificationQueue> queue = std::make_shared<NotificationQueue>(&receiver, 7);
     std::unique_ptr<CallbackThread> thread;
 };
-
-int linesOf(const std::filesystem::path& file) {
-    std::ifstream stream(file);
-    int lines = 0;
-    for (std::string line; std::getline(stream, line);)
-        ++lines;
-    return lines;
-}
 
 constexpr std::size_t mebibyte = std::size_t{1} << 20;
 
@@ -352,7 +344,7 @@ TEST_F(Queue, MergingIsOneLineForEachTimeTheCallbackHoldsUp) {
     const test_support::TemporaryDirectory directory;
     const auto file = directory.path() / "client.log";
     ASSERT_EQ(UaTrace::initTrace(UaTrace::Warnings, 1000, 1, UaString(file.c_str()), "test"), 0);
-    for (const int expected : {1, 2}) {
+    for (const std::size_t expected : {1U, 2U}) {
         Hold hold;
         holdUp(hold);
         for (int batch = 0; batch < 3; ++batch) {
@@ -362,7 +354,7 @@ TEST_F(Queue, MergingIsOneLineForEachTimeTheCallbackHoldsUp) {
         }
         hold.release();
         thread->flush();
-        EXPECT_EQ(linesOf(file), expected);
+        EXPECT_EQ(test_support::linesOf(file).size(), expected);
     }
     UaTrace::closeTrace();
 }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,6 +10,7 @@
 #include "security_peer.h"
 #include "session/session_security.h"
 #include "support/temporary_directory.h"
+#include "support/text_file.h"
 #include "uabase/trace.h"
 
 constexpr UA_MessageSecurityMode none = UA_MESSAGESECURITYMODE_NONE;
@@ -122,10 +121,7 @@ protected:
     }
 
     void traceEverything() { openTrace(UaTrace::Everything); }
-    std::string trace() const {
-        std::ifstream stream(m_traceFile);
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    }
+    std::string trace() const { return test_support::contentOf(m_traceFile); }
 
     const UaString url{"opc.tcp://plant:4840"};
     security_peer::Info info;
