@@ -46,8 +46,9 @@ void Panel::work() {
     while (!m_lines.isClosed()) {
         watching = watching ? lookAfter() : connect() && findVariables() && subscribe();
         pause = watching ? shortest : std::min(2 * pause, longest);
+        // All of them: what is not written now must not be written minutes later.
         std::string line;
-        if (m_lines.next(line, pause))
+        for (auto wait = pause; m_lines.next(line, wait); wait = std::chrono::milliseconds(0))
             write(line);
     }
     m_client.OpcUaDisConnect(); // no callback comes any more
@@ -167,6 +168,11 @@ void Panel::write(const std::string& line) {
     const double value = std::strtod(line.c_str(), &end);
     if (end == line.c_str() || *end != '\0' || !std::isfinite(value)) {
         show("a number, please");
+        return;
+    }
+    // A write would wait for the outage's end, and nobody knows what is right by then.
+    if (m_client.OpcUaGetConnectStatus() == OpcUaConnectStatus_Silent) {
+        show(std::string("not written: ") + OpcUaConnectStatusText(OpcUaConnectStatus_Silent));
         return;
     }
     int size = sizeof value;

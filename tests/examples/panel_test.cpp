@@ -179,6 +179,8 @@ TEST(Panel, SitsOutAnOutageInItsSession) {
 
     server.freeze();
     panel.await("the server is silent");
+    panel.type("9.5");
+    panel.await("not written: the server is silent");
     server.resume();
     panel.await("connected");
     panel.type("2.75");
