@@ -136,7 +136,8 @@ public:
         /// disconnect or destroy its own, and ask for status and message. Of its own client it must not add,
         /// remove or clear items or delete or replace the subscription: that waits for itself for good. And
         /// as long as another thread does that it must not connect, read, write or browse: the two would
-        /// wait for each other. What it throws is traced and goes no further.
+        /// wait for each other. What it throws is traced and goes no further. Neither of
+        /// the two may end or cancel the thread that it is called on.
         virtual void OpcUaDataChange(_OpcUaDataChangeMsg message) = 0;
         /// Decides on a server certificate that the client does not find good (OPC UA Part 4, 6.1.3): most
         /// often one that nobody trusted yet, but also one that has expired, was revoked or belongs to
@@ -282,8 +283,8 @@ public:
     /// - a record of the application's own, and there is a tree: a record of the tree must have a
     ///   `nodeId` that begins with the text of this one's, else the result is 6. The children go under
     ///   the application's record; those that it has are freed first. `child` must therefore be null or
-    ///   have been set by OpcUaBrowse(). The application frees them with
-    ///   `COpcUaNodelist().deleteMemory(&node.child)`.
+    ///   have been set by OpcUaBrowse() in this very record: in a copy of a record that was browsed set it to
+    ///   null first. The application frees them with `COpcUaNodelist().deleteMemory(&node.child)`.
     /// - a looked-up node: as a record of the application's own, but the library frees the children in
     ///   the end. Never browse the node that was looked up first: the other looked-up nodes are its
     ///   children and would be freed. Browse a copy with `child` set to null.
@@ -344,8 +345,8 @@ public:
     ///   width, and `size` is set to it; fewer are filled up with zeros; a negative `size` counts as 0. A
     ///   Boolean is true when its byte is not 0.
     /// - String: `buffer` is zero-terminated UTF-8; `size` is neither read nor changed.
-    /// - Null and other numbers: an empty value is sent. Most servers refuse it; some take it, and the result
-    ///   is 0 although nothing was written.
+    /// - Null and other numbers: an empty value is sent. Most servers refuse it; some take it: the result
+    ///   is 0, and the node's value is gone.
     ///
     /// @return 0. 29: `node` or `buffer` is null. 3: not connected. 8: the service failed, or the server
     ///         refused.
@@ -374,6 +375,12 @@ public:
     /// Monitors the value of a node (OPC UA Part 4, 5.13.2), sampled every 100 ms; the first value comes with
     /// the next delivery, then every change. Of several changes between two deliveries the server keeps the
     /// latest. A copy of `node`, 1.5 kB, is kept until the item goes.
+    ///
+    /// Client handles number what is added, from 1 to 20000, and then begin anew, however many items there
+    /// are by then. An item that is still there takes up its handle in vain: the new one takes its place. The
+    /// old one is forgotten, but the server goes on sampling it, and what it reports arrives as values of the
+    /// new item's node. Who swaps items for long while others stay clears all of them before 20000 were
+    /// added.
     ///
     /// @param index one index a dimension, outermost first, to be told of one element of an array or matrix
     ///        alone; null for the whole value. The server sends the whole value in either case.
@@ -456,7 +463,8 @@ public:
     char* GetErrorMsg(char* buffer, int size);
 
     /// Installs the application's callback; a second call replaces the first. Call it before connecting.
-    /// Replaced while changes are delivered, the old one still gets those that came in the same message.
+    /// Replaced while changes are delivered, the old one still gets all that waited when their delivery
+    /// began.
     ///
     /// @return 0; 29 when `callback` is null: a callback can be replaced, not removed; 17, without a
     ///         message, on an incomplete client
@@ -533,10 +541,7 @@ public:
     /// subscription. A request that fails, or is answered with another number of results, gives 12 to all its
     /// nodes.
     ///
-    /// Client handles number 20000 items and then begin anew. There is no limit here, but an item whose
-    /// handle another one has takes its place: that one is forgotten, but the server goes on sampling it, and
-    /// what it reports arrives as values of the new item's node. Clear the items before there are more of
-    /// them.
+    /// There is no limit to their number here; but see OpcUaAddMonitNode() on handles.
     ///
     /// @return 29 when `nodes` is null or `count` below 1 (no node is touched); 3 when the connection is
     ///         lost; else 0, also without a session

@@ -1,6 +1,7 @@
 #ifndef OPCUA_HELPERS_H
 #define OPCUA_HELPERS_H
 
+#include <cmath>
 #include <cstddef>
 #include <cstring>
 #include <limits>
@@ -179,12 +180,12 @@ bool OpcUaSetField(char (&field)[Size], const std::string& text) {
 /// A record of the application's own for a node that is known by its id, to read, write or monitor it. It
 /// stands for exactly this node, where OpcUaGetUaNode() also finds one whose id only begins so.
 ///
-/// @param nodeId "ns=2;s=Line1.Speed"; one that no record can hold (more than 256 bytes, or a zero inside)
-///        gives a record of no node, which operations refuse as they do an unknown one
+/// @param nodeId "ns=2;s=Line1.Speed"; an empty one, and one that no record can hold (more than 256 bytes, or
+///        a zero inside), gives a record of no node, which operations refuse as they do an unknown one
 inline OpcUaNode OpcUaMakeNode(const std::string& nodeId, _OpcUaDataType dataType) {
     OpcUaNode node = OpcUaNode();
     node.dataType = dataType;
-    if (!OpcUaSetField(node.nodeId, nodeId))
+    if (nodeId.empty() || !OpcUaSetField(node.nodeId, nodeId))
         node.nodeId[0] = '?'; // an empty id would be the beginning of every other
     return node;
 }
@@ -305,6 +306,8 @@ template <typename Number>
 std::string floatingText(const _OpcUaDataChangeMsg& change) {
     Number number = Number();
     OpcUaChangeValue(change, number);
+    if (std::isnan(number))
+        return "nan"; // whatever its sign, which says nothing
     std::string text;
     for (int digits = std::numeric_limits<Number>::digits10;
          digits <= std::numeric_limits<Number>::max_digits10; ++digits) {

@@ -121,6 +121,7 @@ TEST(Nodes, AreNoneWhenTheirIdHasNoRoom) {
     EXPECT_EQ(OpcUaFieldText(OpcUaMakeNode(std::string(256, 's'), OpcUaDataType_Int32).nodeId).size(), 256U);
     EXPECT_EQ(OpcUaFieldText(OpcUaMakeNode(std::string(257, 's'), OpcUaDataType_Int32).nodeId), "?");
     EXPECT_EQ(OpcUaFieldText(OpcUaMakeNode(std::string("s=a\0b", 5), OpcUaDataType_Int32).nodeId), "?");
+    EXPECT_EQ(OpcUaFieldText(OpcUaMakeNode("", OpcUaDataType_Int32).nodeId), "?");
 }
 
 TEST(Children, AreFoundByNameInAnyNamespace) {
@@ -194,6 +195,7 @@ TEST(Changes, AreShownWithTheirOwnDigits) {
     EXPECT_EQ(textOf(1.0 / 3), "0.3333333333333333");
     EXPECT_EQ(textOf(-2.718281828459045), "-2.718281828459045");
     EXPECT_EQ(textOf(std::numeric_limits<double>::quiet_NaN()), "nan");
+    EXPECT_EQ(textOf(-std::numeric_limits<float>::quiet_NaN()), "nan");
     EXPECT_EQ(textOf(-std::numeric_limits<double>::infinity()), "-inf");
     EXPECT_EQ(textOf(std::numeric_limits<long>::min()), "-9223372036854775808");
     EXPECT_EQ(textOf(std::numeric_limits<unsigned long>::max()), "18446744073709551615");
