@@ -3,6 +3,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -44,7 +45,11 @@ SessionEnd::SessionEnd(ClientSession& session, CCallback& sink)
 
 void SessionEnd::release() {
     const auto ended = std::atomic_exchange(&m_session.m_session, std::shared_ptr<UaSession>());
-    if (ended && ended->wasLostAhead())
-        m_session.m_carefulUrls.insert(m_session.m_url);
     m_sink.items.forgetSubscription();
+    if (!ended || !ended->wasLostAhead())
+        return;
+    try {
+        m_session.m_carefulUrls.insert(m_session.m_url);
+    } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): the next connection is no less useful
+    }
 }

@@ -4,8 +4,10 @@
 #include <cstddef>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "subscription/callback.h"
+#include "uabase/trace.h"
 
 COpcUaClient::COpcUaClient() : m_callback(std::make_shared<CCallback>()) {}
 
@@ -15,14 +17,18 @@ COpcUaClient::~COpcUaClient() {
     constexpr OpcUa_Int32 hardly = 1;
     m_removalSettings.callTimeout = shortly;
     m_callback->deliveries.close();
-    // A callback holds the lock of the items. Disconnecting deletes its subscription as well.
-    if (m_callback->items.subscription != nullptr && !m_callback->deliveries.isInside()) {
-        if (COpcUaClient::OpcUaClearMonitNode() != result::success)
-            m_removalSettings.callTimeout = hardly;
-        COpcUaClient::OpcUaDeleteSubScription();
+    try {
+        // A callback holds the lock of the items. Disconnecting deletes its subscription as well.
+        if (m_callback->items.subscription != nullptr && !m_callback->deliveries.isInside()) {
+            if (COpcUaClient::OpcUaClearMonitNode() != result::success)
+                m_removalSettings.callTimeout = hardly;
+            COpcUaClient::OpcUaDeleteSubScription();
+        }
+        if (m_session.connected())
+            COpcUaClient::OpcUaDisConnect();
+    } catch (const std::bad_alloc&) {
+        UaTrace::write(UaTrace::Errors, "client", "no memory to take leave of the server");
     }
-    if (m_session.connected())
-        COpcUaClient::OpcUaDisConnect();
     // A session that could not be disconnected must not call a sink that is gone.
     SessionEnd(m_session, *m_callback).release();
 

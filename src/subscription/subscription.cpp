@@ -18,6 +18,12 @@ SubscriptionSettings settingsFor(double publishingInterval) {
     return settings;
 }
 
+/// However its deletion ends, the subscription is gone in the end; also when memory runs out.
+struct Forgotten {
+    MonitoredItems& items;
+    ~Forgotten() { items.forgetSubscription(); }
+};
+
 /// A turn at the items behind the change that is being delivered; what was to be delivered with it is
 /// dropped.
 ItemsTurn endDelivery(CCallback& sink) {
@@ -56,7 +62,7 @@ int COpcUaClient::OpcUaDeleteSubScription() {
     UaSubscription* subscription = turn.subscription();
     if (!session || subscription == nullptr)
         return m_error.fail(result::noSubscription);
+    const Forgotten forgotten{m_callback->items};
     const UaStatus status = session->deleteSubscription(m_removalSettings, &subscription, 100);
-    m_callback->items.forgetSubscription();
     return status.isNotGood() ? m_error.fail(result::deleteSubscriptionFailed) : result::success;
 }
