@@ -108,7 +108,7 @@ void CCallback::dataChange(unsigned int, const UaMonitoredItemNotifications& not
     const DeliveryGate::Passage passage(deliveries);
     if (!passage.isOpen())
         return;
-    const MutexLock lock(items.mutex);
+    const auto lock = items.lock();
     auto* const application = static_cast<Application*>(applicationCallback.load());
     _OpcUaDataChangeMsg message = {};
     for (OpcUa_UInt32 i = 0; passage.isOpen() && i < notifications.length(); ++i) {

@@ -11,6 +11,11 @@
 #include "client/node_record.h"
 #include "subscription/selection.h"
 
+std::unique_lock<Mutex> MonitoredItems::lock() {
+    const std::lock_guard<std::mutex> next(m_turnstile);
+    return std::unique_lock<Mutex>(mutex);
+}
+
 void MonitoredItems::add(unsigned int handle, OpcUa_UInt32 id, const OpcUaNode& node,
                          const _ArrayType& selection) {
     MonitoredItem added{id, std::make_unique<OpcUaNode>(node), nullptr};
@@ -52,9 +57,9 @@ void MonitoredItems::forgetSubscription() {
         forgetAll();
 }
 
-ItemsTurn::ItemsTurn(MonitoredItems& items) : m_lock(items.mutex, std::defer_lock) {
+ItemsTurn::ItemsTurn(MonitoredItems& items) {
     if (items.subscription != nullptr) {
-        m_lock.lock();
+        m_lock = items.lock();
         // The callback that held the lock until now may have disconnected.
         m_subscription = items.subscription;
     }

@@ -31,6 +31,9 @@ public:
     std::atomic<UaClientSdk::UaSubscription*> subscription{nullptr};
     /// The bookkeeping mutex: guards all that follows. A delivery holds it from beginning to end.
     Mutex mutex;
+    /// Takes it, behind those that wait for it already: deliveries that follow each other closely would keep
+    /// everybody else from it.
+    std::unique_lock<Mutex> lock();
 
     /// Handle of the next item.
     unsigned int nextHandle() const { return m_nextHandle; }
@@ -66,6 +69,7 @@ public:
     void forgetSubscription();
 
 private:
+    std::mutex m_turnstile;             ///< held by the next one to have the mutex
     std::vector<MonitoredItem> m_items; ///< by handle, from 1; without a node where there is none
     std::size_t m_count = 0;
     unsigned int m_nextHandle = 1;

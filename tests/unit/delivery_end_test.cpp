@@ -3,12 +3,15 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <future>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -37,6 +40,17 @@ struct Application final : COpcUaClientInterface::OpcUaCallBack {
     std::atomic<int> calls{0};
     std::function<void()> onChange;
 };
+
+/// Until a thread of this process waits for something.
+void waitUntilAsleep(pid_t thread) {
+    std::string state;
+    while (state != "S") {
+        std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/stat");
+        std::string number;
+        std::string name;
+        status >> number >> name >> state;
+    }
+}
 
 /// Publishes and ends as a real session does.
 class Publisher {
@@ -198,6 +212,37 @@ TEST_F(DeliveryEnd, SoDoesDestroyingTheClient) {
     publishABacklog();
     client.reset();
     expectSilence();
+}
+
+TEST_F(DeliveryEnd, WhoWaitsForTheItemsIsNextHoweverCloselyDeliveriesFollow) {
+    begin();
+    std::promise<pid_t> adder;
+    application.onChange = [this, &adder] {
+        if (application.calls == 1)
+            waitUntilAsleep(adder.get_future().get());
+    };
+    std::atomic<bool> goesOn{true};
+    std::thread server([this, &goesOn, sink = script().subscriptionCallback()] {
+        UaMonitoredItemNotifications changes;
+        OpcUa_DataValue value{};
+        changes.append(1, value);
+        while (goesOn)
+            sink->dataChange(1, changes, UaDiagnosticInfos());
+    });
+    while (application.calls == 0)
+        std::this_thread::yield();
+    int callsBefore = 0;
+    script().onCreateItems = [this, &callsBefore](const standin::CreateItemsRequest&,
+                                                  UaMonitoredItemCreateResults& results) {
+        callsBefore = application.calls;
+        results.create(1);
+        return UaStatus();
+    };
+    adder.set_value(gettid());
+    EXPECT_EQ(add(), 0);
+    EXPECT_EQ(callsBefore, 1);
+    goesOn = false;
+    server.join();
 }
 
 TEST_F(DeliveryEnd, WhatComesAfterwardsIsDelivered) {
