@@ -50,6 +50,23 @@ TEST(CallbackThread, RunsNothingOnTheCallersThread) {
     EXPECT_NE(ran, std::this_thread::get_id());
 }
 
+TEST(CallbackThread, MayBeDestroyedWhileTheCallbackRunsThatHasStoppedIt) {
+    std::promise<void> stopped;
+    std::promise<void> release;
+    std::promise<void> over;
+    auto thread = startedThread();
+    thread->post(task([&] {
+        thread->stop();
+        stopped.set_value();
+        release.get_future().wait();
+        over.set_value();
+    }));
+    stopped.get_future().wait();
+    thread.reset(); // the callback waits for this thread
+    release.set_value();
+    over.get_future().wait();
+}
+
 TEST(CallbackThread, StopDropsWhatWaitsAndRunsTheLastTask) {
     std::promise<void> started;
     std::promise<void> release;

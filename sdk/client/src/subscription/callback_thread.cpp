@@ -30,6 +30,7 @@ struct CallbackThread::State {
     std::vector<Task> waiting;
     bool running = false;
     bool stopping = false;
+    bool stoppedInside = false; ///< by one of its own callbacks
     bool ended = false;
     Task last;
 };
@@ -48,10 +49,16 @@ CallbackThread::~CallbackThread() {
     if (!m_thread.joinable())
         return;
     stop();
-    if (std::this_thread::get_id() == m_thread.get_id())
+    if (std::this_thread::get_id() == m_thread.get_id() || endsByItself())
         m_thread.detach();
     else
         m_thread.join();
+}
+
+/// The callback that has stopped it may be waiting for the very thread that destroys it now.
+bool CallbackThread::endsByItself() const {
+    const std::lock_guard<std::mutex> lock(m_state->mutex);
+    return m_state->stoppedInside;
 }
 
 void CallbackThread::post(Task task) {
@@ -71,9 +78,10 @@ void CallbackThread::stop(const Task& last) {
     if (first) {
         dropped.swap(m_state->waiting);
         m_state->stopping = true;
+        m_state->stoppedInside = inCallback;
         m_state->wakeUp.notify_one();
     }
-    if (!inCallback) {
+    if (!m_state->stoppedInside && !inCallback) {
         if (first)
             m_state->last = last;
         m_state->idle.wait(lock, [this] { return m_state->ended; });

@@ -21,7 +21,8 @@ struct CallbackTask {
 /// runs here can hold up the network or another kind of callback.
 ///
 /// All may be called on any thread, its own included. The object may be destroyed by one of its own
-/// callbacks: the thread then ends by itself when that callback returns.
+/// callbacks, or while one runs that has called stop(): the thread then ends by itself when that callback
+/// returns.
 class CallbackThread {
 public:
     using Task = CallbackTask;
@@ -45,6 +46,7 @@ public:
 private:
     struct State;
     explicit CallbackThread(UaStatus& status);
+    bool endsByItself() const;
     static void run(State& state);
     static void runWaiting(State& state);
     static void execute(const Task& task);
