@@ -257,7 +257,8 @@ TEST_F(ArrayValue, ShapeInTheRecordIsNotAsked) {
 
 TEST_F(ArrayValue, TypeNullReadsNothingAndSetsTheSizeToZero) {
     script().onRead = answerValue(exampleArray(int32Type(), {5}));
-    EXPECT_EQ(get(OpcUaDataType_Null, {2}), 0);
+    for (const unsigned long index : {2UL, 5UL, 0xFFFFFFFFUL})
+        EXPECT_EQ(get(OpcUaDataType_Null, {index}), 0) << index;
     EXPECT_EQ(m_size, 0);
     EXPECT_TRUE(m_buffer.untouched());
     script().onRead = answerValue(int32Variant(7));
@@ -268,6 +269,7 @@ TEST_F(ArrayValue, UnknownTypesReadNothing) {
     script().onRead = answerValue(exampleArray(int32Type(), {5}));
     for (const int type : {13, 22, INT_MAX, -1, INT_MIN}) {
         EXPECT_EQ(get(type, {2}), 0);
+        EXPECT_EQ(get(type, {5}), 0);
         EXPECT_EQ(m_size, 4);
         EXPECT_TRUE(m_buffer.untouched());
     }

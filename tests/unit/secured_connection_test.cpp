@@ -30,6 +30,19 @@ struct SettingRow {
     int identity;
 };
 
+struct StepRow {
+    const char* name;
+    const char* operation; ///< null: the server has no endpoints
+    int code;
+};
+
+class RefusedStep : public SecuredConnection, public ::testing::WithParamInterface<StepRow> {
+public:
+    using SecuredConnection::initialize;
+    using SecuredConnection::loadCertificate;
+    using SecuredConnection::verify;
+};
+
 class AnySecuritySetting : public SecuredConnection, public ::testing::WithParamInterface<SettingRow> {};
 
 } // namespace
@@ -109,6 +122,7 @@ TEST_F(SecuredConnection, TheNewCertificateNamesThePanel) {
     EXPECT_TRUE(info.email.isEmpty());
     EXPECT_EQ(info.validTime, 157680000);
     EXPECT_TRUE(belongTogether(clientCertificate(), clientKey()));
+    EXPECT_TRUE(standsForItselfAlone(clientCertificate()));
     EXPECT_EQ(bitsOf(clientKey()), 2048);
 }
 
@@ -230,6 +244,29 @@ TEST_F(SecuredConnection, ARefusedSessionGivesOne) {
     EXPECT_EQ(message(), messages::connectFailed);
     expectNoSession();
 }
+
+TEST_P(RefusedStep, EndsTheSessionThatThereWas) {
+    Application application; // trusts nobody
+    EXPECT_EQ(m_client->installOpcUaCallBack(&application), 0);
+    EXPECT_EQ(tryConnect(), 0);
+    EXPECT_EQ(m_client->OpcUaCreateSubScription(100), 0);
+    script().forgetCalls();
+    if (GetParam().operation != nullptr)
+        answer(GetParam().operation, badStatus);
+    else
+        script().onGetEndpoints = nullptr;
+    EXPECT_EQ(tryConnect(), GetParam().code);
+    EXPECT_EQ(steps().front(), "UaSession::disconnect");
+    EXPECT_EQ(m_client->OpcUaDeleteSubScription(), 3);
+    expectNoSession();
+}
+
+INSTANTIATE_TEST_SUITE_P(All, RefusedStep,
+                         ::testing::Values(StepRow{"Endpoints", nullptr, 19},
+                                           StepRow{"Store", RefusedStep::initialize, 20},
+                                           StepRow{"OwnCertificate", RefusedStep::loadCertificate, 21},
+                                           StepRow{"Trust", RefusedStep::verify, 23}),
+                         [](const auto& row) { return row.param.name; });
 
 TEST_F(SecuredConnection, HoldsTheClientMutexThroughout) {
     EXPECT_EQ(tryConnect(), 0);

@@ -92,6 +92,7 @@ TEST_F(UserIdentity, ACertificateIsMadeForTheUser) {
     EXPECT_TRUE(info.email.isEmpty());
     EXPECT_EQ(info.validTime, 31536000);
     EXPECT_TRUE(belongTogether(userCertificate(), userKey()));
+    EXPECT_TRUE(standsForItselfAlone(userCertificate()));
     EXPECT_EQ(bitsOf(userKey()), 2048);
     EXPECT_THAT(contentOf(userKey()), HasSubstr("BEGIN PRIVATE KEY"));
 }

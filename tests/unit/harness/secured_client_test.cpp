@@ -126,3 +126,11 @@ bool belongTogether(const std::filesystem::path& certificateFile, const std::fil
     return UaPkiCertificate::fromDERFile(UaString(certificateFile.string()))
         .matchesPrivateKey(KeyOfFile(keyFile).key);
 }
+
+bool standsForItselfAlone(const std::filesystem::path& certificateFile) {
+    const std::string shown =
+        test_support::runProgram("openssl", {"x509", "-inform", "DER", "-in", certificateFile.string(),
+                                             "-noout", "-ext", "basicConstraints"})
+            .standardOutput;
+    return shown.find("CA:FALSE") != std::string::npos;
+}

@@ -54,3 +54,5 @@ std::string keyBytes(const std::filesystem::path& keyFile);
 int bitsOf(const std::filesystem::path& keyFile);
 /// Whether the key is that of the certificate.
 bool belongTogether(const std::filesystem::path& certificateFile, const std::filesystem::path& keyFile);
+/// Whether nobody else's certificate can be signed with it.
+bool standsForItselfAlone(const std::filesystem::path& certificateFile);
