@@ -176,6 +176,31 @@ TEST_F(NotificationOrderTest, BeginsAnewAfterTheLastNumberWithout0) {
     EXPECT_THAT(order.takeMissing(), IsEmpty());
 }
 
+TEST_F(NotificationOrderTest, WhatIsHeldComesInOrderAcrossTheLastNumber) {
+    arrive(UINT32_MAX - 3);
+    arrive(1);
+    arrive(UINT32_MAX - 1);
+    arrive(1000000);
+    EXPECT_THAT(delivered, ElementsAre(UINT32_MAX - 3, UINT32_MAX - 1, 1, 1000000));
+}
+
+TEST_F(NotificationOrderTest, AMessageNumbered0BeforeTheLastNumberHoldsNothingUp) {
+    arrive(UINT32_MAX - 1);
+    arrive(0);
+    arrive(1);
+    EXPECT_THAT(delivered, ElementsAre(UINT32_MAX - 1, 0, 1));
+    EXPECT_THAT(order.takeMissing(), IsEmpty());
+}
+
+TEST_F(NotificationOrderTest, AServerThatCountsAnewIsFollowed) {
+    for (std::uint32_t number = 1; number <= 500; ++number)
+        arrive(number);
+    arrive(1);
+    arrive(2);
+    EXPECT_EQ(delivered.size(), 502U);
+    EXPECT_EQ(delivered.back(), 2U);
+}
+
 TEST_F(NotificationOrderTest, HoldsBackNoMoreThanItsBound) {
     arrive(1);
     for (std::uint32_t number = 3; number < 30; ++number)

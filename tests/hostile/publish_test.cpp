@@ -557,6 +557,27 @@ TEST_F(Publishing, AsksForGapAfterGapNotWithoutEnd) {
     EXPECT_EQ(status(), connected);
 }
 
+TEST_F(Publishing, ASpellOfLossesAndRefusalsIsTracedOnce) {
+    client.OpcUaInit(OpcUaTraceLevel_Warnings);
+    const TraceFile trace;
+    server.on<UA_RepublishRequest>(
+        [](const Call& call) { call.fault(UA_STATUSCODE_BADMESSAGENOTAVAILABLE); });
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    const std::uint32_t id = server.publisher().subscriptionId();
+    std::int32_t value = 1000;
+    for (std::uint32_t number = 3; number < 43; number += 2) {
+        answerPublish([&](const Call& call) {
+            return call.bodyOf(*Publisher::dataChange(id, number, {{handle(), ++value}}));
+        });
+        ASSERT_TRUE(waitForValue(value));
+        answerPublish([](const Call& call) { return call.faultBody(UA_STATUSCODE_BADOUTOFMEMORY); });
+    }
+    EXPECT_EQ(trace.linesWith("is missing and asked for again"), 1);
+    EXPECT_EQ(trace.linesWith("is lost: BadMessageNotAvailable"), 1);
+    EXPECT_EQ(trace.linesWith("no answer to a publish request"), 1);
+}
+
 TEST_F(Publishing, WaitsForALostNotificationThroughASilence) {
     std::vector<Call> reads;
     std::optional<Call> again;
@@ -734,6 +755,43 @@ TEST_F(Publishing, IgnoresHandlesThatItNeverGave) {
     EXPECT_EQ(application.count("ns=1;s=Item0"), 2);
 }
 
+TEST_F(Publishing, PacesAServerThatSendsChangesOfNoItem) {
+    connect();
+    ASSERT_EQ(client.OpcUaCreateSubScription(50), 0);
+    const std::uint32_t id = server.publisher().subscriptionId();
+    std::atomic<std::uint32_t> sent{0};
+    server.on<UA_PublishRequest>(
+        [&sent, id](const Call& call) { call.answer(*Publisher::dataChange(id, ++sent, {{0, 5}})); });
+    EXPECT_EQ(statusFor(std::chrono::seconds(1)), connected);
+    EXPECT_LE(sent, 40U);
+}
+
+TEST_F(Publishing, AnItemThatWasDeletedWithoutAnAnswerCanBeRemoved) {
+    monitor();
+    const auto remove = [this] {
+        OpcUaNode node{};
+        setField(node.nodeId, "ns=1;s=Item0");
+        return client.OpcUaRemoveMonitNode(&node, nullptr, 0);
+    };
+    server.on<UA_DeleteMonitoredItemsRequest>([](const Call& call) {
+        call.usualBody();
+        call.answerBody(hex("07"));
+    });
+    EXPECT_EQ(remove(), 13);
+    server.on<UA_DeleteMonitoredItemsRequest>([](const Call& call) { call.answer(); });
+    EXPECT_EQ(remove(), 0);
+    EXPECT_EQ(remove(), 15);
+}
+
+TEST_F(Publishing, AnItemThatTheServerHasLostStays) {
+    monitor();
+    ASSERT_TRUE(server.publisher().removeItem(server.publisher().items().at(0).itemId));
+    OpcUaNode node{};
+    setField(node.nodeId, "ns=1;s=Item0");
+    EXPECT_EQ(client.OpcUaRemoveMonitNode(&node, nullptr, 0), 13);
+    EXPECT_EQ(client.OpcUaRemoveMonitNode(&node, nullptr, 0), 13);
+}
+
 TEST_F(Publishing, TellsWhenTheServerEndsTheSubscription) {
     monitor();
     ASSERT_TRUE(waitForValue(42));
@@ -879,10 +937,11 @@ TEST_F(Publishing, AnItemThatIsAskedForAgainComesOnce) {
 TEST_F(Publishing, GoesOnWithANewSubscriptionWheneverTheOldRequestsAreLost) {
     monitor();
     ASSERT_TRUE(waitForValue(42));
-    for (const char* node : {"ns=1;s=Second", "ns=1;s=Third", "ns=1;s=Fourth"}) {
+    for (int i = 2; i < 20; ++i) { // more of them than are counted as lost
+        const std::string node = "ns=1;s=Item" + std::to_string(i);
         loseRequests();
-        subscribeAnew(node);
-        EXPECT_TRUE(waitForValue(42, node));
+        subscribeAnew(node.c_str());
+        ASSERT_TRUE(waitForValue(42, node)) << i;
     }
     EXPECT_EQ(status(), connected);
 }

@@ -56,6 +56,17 @@ std::vector<PendingRequest> PendingRequests::takePostedBefore(Clock::time_point 
     return taken;
 }
 
+PendingRequest PendingRequests::abandonOldestForData() {
+    const auto oldest = std::find_if(m_requests.begin(), m_requests.end(), [](const PendingRequest& request) {
+        return request.answered == PendingRequest::Answered::WhenThereIsData;
+    });
+    if (oldest == m_requests.end())
+        return PendingRequest();
+    PendingRequest abandoned = *oldest;
+    abandon(abandoned.id);
+    return abandoned;
+}
+
 Clock::time_point PendingRequests::oldestUnanswered() const {
     Clock::time_point oldest = Clock::time_point::max();
     for (const PendingRequest& request : m_requests)

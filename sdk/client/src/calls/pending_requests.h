@@ -15,8 +15,8 @@ class AnswerReceiver;
 
 /// A request that was sent, or is about to be.
 struct PendingRequest {
-    /// Whether an answer has to come soon. That one is missing which may take its time means nothing.
-    enum class Answered { Soon, SomeTime };
+    /// When an answer has to come. That one is missing which may take its time means nothing.
+    enum class Answered { Soon, SomeTime, WhenThereIsData };
 
     std::uint32_t id = 0;
     Clock::time_point sentAt;
@@ -40,6 +40,8 @@ public:
     std::vector<PendingRequest> takeAll();
     /// Those of nobody's call that were sent before `limit` and whose answer had to come soon.
     std::vector<PendingRequest> takePostedBefore(Clock::time_point limit);
+    /// Abandons the oldest of those that are answered when there is data, and gives it out, if there is one.
+    PendingRequest abandonOldestForData();
 
     /// When the oldest request was sent whose answer has to come soon; the end of time without one.
     Clock::time_point oldestUnanswered() const;

@@ -61,6 +61,19 @@ void Pipe::giveUpPosted(Clock::time_point limit) {
         one.receiver->answered(UA_STATUSCODE_BADTIMEOUT, UaByteView());
 }
 
+void Pipe::giveUpOldestForData(unsigned int count) {
+    for (; count > 0; --count) {
+        PendingRequest lost;
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            lost = m_pending.abandonOldestForData();
+        }
+        if (lost.receiver == nullptr)
+            return;
+        lost.receiver->answered(UA_STATUSCODE_BADTIMEOUT, UaByteView());
+    }
+}
+
 void Pipe::close(UaStatus reason) {
     end(reason, true);
 }

@@ -96,6 +96,9 @@ public:
     /// Waits no longer for the answers that had to come soon to what was posted before `limit`: their
     /// receivers are given BadTimeout.
     void giveUpPosted(Clock::time_point limit);
+    /// Waits no longer for the oldest `count` of those that are answered when there is data: their receivers
+    /// are given BadTimeout.
+    void giveUpOldestForData(unsigned int count);
     bool isEnded() const { return m_ended; }
 
     /// Ends all calls with `reason`, and the connection with them. The server is told as far as the system

@@ -32,7 +32,7 @@ void ItemHandles::doubt(OpcUa_UInt32 handle) {
 }
 
 bool ItemHandles::isExpected(OpcUa_UInt32 told) const {
-    return m_anyDoubted ? handleOf(told) != 0 : told <= m_highest;
+    return m_anyDoubted ? handleOf(told) != 0 : told != 0 && told <= m_highest;
 }
 
 void ItemHandles::translate(UaMonitoredItemNotifications& changes) const {

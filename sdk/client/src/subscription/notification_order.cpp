@@ -39,9 +39,11 @@ bool NotificationOrder::isOld(std::uint32_t number) const {
 }
 
 void NotificationOrder::goOn() {
-    constexpr std::uint32_t repetitionsKnown = 1024;
     m_expected = following(m_expected);
-    m_inOrder = std::min(m_inOrder + 1, repetitionsKnown);
+    if (isBefore(m_missingUpTo, m_expected))
+        m_missingUpTo = m_expected;
+    // Further back lies no repetition, but the beginning of a server that counts anew.
+    m_inOrder = std::min(m_inOrder + 1, longestGap);
     m_lossIsTold = m_lossIsTold && m_inOrder < longestGap;
 }
 
@@ -77,7 +79,8 @@ void NotificationOrder::goOnWithHeld(const Deliver& deliver) {
     }
     m_missing.clear();
     while (!m_held.empty()) {
-        m_expected = m_held.begin()->first;
+        const auto next = m_held.lower_bound(m_expected);
+        m_expected = (next != m_held.end() ? next : m_held.begin())->first;
         deliverHeld(deliver);
     }
     m_missingUpTo = m_expected;
@@ -92,14 +95,12 @@ void NotificationOrder::keptAlive(std::uint32_t nextNumber, const Deliver& deliv
 void NotificationOrder::expectUpTo(std::uint32_t number, const Deliver& deliver) {
     if (isOld(number) || number == m_expected)
         return;
-    if (number - m_expected > longestGap) {
+    if (number == 0 || number - m_expected > longestGap) { // no number is 0 (OPC UA Part 4, 7.26)
         goOnWithHeld(deliver);
         m_expected = m_missingUpTo = number;
         m_inOrder = 0;
         return;
     }
-    if (isBefore(m_missingUpTo, m_expected))
-        m_missingUpTo = m_expected;
     for (; isBefore(m_missingUpTo, number); m_missingUpTo = following(m_missingUpTo))
         if (m_held.count(m_missingUpTo) == 0)
             m_missing.push_back(m_missingUpTo);

@@ -4,13 +4,14 @@
 #include <cstdint>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 #include "uabase/trace.h"
 
 namespace UaClientSdk {
 namespace {
 
-/// Beyond so many a server that loses requests gets no others in their place.
+/// Of more than so many requests that may be lost, the oldest are.
 constexpr unsigned int mostDoubtful = 100;
 
 bool isWithoutSubscription(UaStatus status) {
@@ -73,6 +74,7 @@ void Publisher::published(const SentPublish& sent, UaStatus status, UaByteView b
             gone = refused(sent.generation, status);
         } else {
             m_pace.served();
+            m_servedInARow = std::min(m_servedInARow + 1, worthALine);
             takeMessage(answer.subscriptionId, answer.notificationMessage, &PublishedSubscription::arrived);
         }
         tellFlow();
@@ -91,8 +93,9 @@ void Publisher::noLongerWaits(std::uint32_t generation) {
     --(isDoubtful(generation) ? m_doubtful : m_waiting);
 }
 
-unsigned int Publisher::waiting() const {
-    return m_waiting + std::max(m_doubtful, mostDoubtful) - mostDoubtful;
+unsigned int Publisher::lost() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return std::max(m_doubtful, mostDoubtful) - mostDoubtful;
 }
 
 bool Publisher::hasItsFill() {
@@ -125,7 +128,8 @@ bool Publisher::refused(std::uint32_t generation, UaStatus status) {
         return false;
     if (!m_pace.refused())
         return false;
-    if (m_pace.refusals() == 1) {
+    // Once for a server that refuses and serves by turns.
+    if (m_pace.refusals() == 1 && std::exchange(m_servedInARow, 0) >= worthALine) {
         UaTrace::write(UaTrace::Warnings, "subscription", "no answer to a publish request: %s",
                        status.name());
     }
@@ -156,14 +160,19 @@ void Publisher::takeMessage(std::uint32_t id, UA_NotificationMessage& message, T
 }
 
 void Publisher::noteMissing(std::uint32_t id, PublishedSubscription& subscription) {
-    for (const std::uint32_t number : subscription.takeMissing()) {
-        if (m_missing.note({id, number})) {
+    const std::vector<std::uint32_t> missing = subscription.takeMissing();
+    if (missing.empty()) {
+        m_inOrder = std::min(m_inOrder + 1, worthALine);
+        return;
+    }
+    // Once for a server that leaves out one after the other.
+    m_tellsLoss = std::exchange(m_inOrder, 0) >= worthALine;
+    for (const std::uint32_t number : missing)
+        if (!m_missing.note({id, number}))
+            giveUp({id, number});
+        else if (m_tellsLoss)
             UaTrace::write(UaTrace::Warnings, "subscription",
                            "message %u of the server is missing and asked for again", number);
-        } else {
-            giveUp({id, number});
-        }
-    }
 }
 
 void Publisher::republished(MissingMessages::Message asked, UaStatus status, UaByteView body) {
@@ -176,7 +185,7 @@ void Publisher::republished(MissingMessages::Message asked, UaStatus status, UaB
             return;
         if (!status.isBad() && answer.notificationMessage.sequenceNumber == asked.number) {
             takeMessage(asked.subscriptionId, answer.notificationMessage, &PublishedSubscription::cameAgain);
-        } else {
+        } else if (m_tellsLoss) {
             UaTrace::write(UaTrace::Errors, "subscription", "message %u of the server is lost: %s",
                            asked.number, status.name());
         }

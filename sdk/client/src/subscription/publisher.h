@@ -61,6 +61,9 @@ private:
     bool sendPublish(Pipe& pipe);
     bool sendRepublish(Pipe& pipe);
 
+    /// How many requests are nothing to wait for.
+    unsigned int lost();
+
     // All with the lock.
     /// True when the server is not to be asked any more.
     bool refused(std::uint32_t generation, UaStatus status);
@@ -68,8 +71,6 @@ private:
     void doubtWaiting();
     bool isDoubtful(std::uint32_t generation) const { return generation <= m_doubtfulUpTo; }
     void noLongerWaits(std::uint32_t generation);
-    /// How many requests the server has for sure: of those that may be lost a few are taken for lost.
-    unsigned int waiting() const;
     /// The server has its fill. False when it has none of ours.
     bool hasItsFill();
     void acknowledgeAgain(const Acknowledgements::List& acknowledgements);
@@ -83,6 +84,9 @@ private:
     Clock::time_point judgeSilence(Clock::time_point now, Clock::time_point serverHeard);
     Clock::time_point giveUpLate(Clock::time_point now, Clock::time_point serverHeard);
 
+    /// So many messages in order, or requests served, make the next loss or refusal worth a line of trace.
+    static constexpr unsigned int worthALine = 64;
+
     PublishListener& m_listener;
     const UaNodeId m_authenticationToken;
 
@@ -92,9 +96,12 @@ private:
     Acknowledgements m_acknowledgements;
     MissingMessages m_missing;
     PublishPace m_pace;
-    unsigned int m_waiting = 0;       ///< publish requests at the server
-    unsigned int m_doubtful = 0;      ///< more of them, which it may have dropped
-    std::uint32_t m_doubtfulUpTo = 0; ///< the newest generation of those
+    unsigned int m_waiting = 0;               ///< publish requests at the server
+    unsigned int m_doubtful = 0;              ///< more of them, which it may have dropped
+    std::uint32_t m_doubtfulUpTo = 0;         ///< the newest generation of those
+    unsigned int m_servedInARow = worthALine; ///< up to that
+    unsigned int m_inOrder = worthALine;      ///< messages since one was missing, likewise
+    bool m_tellsLoss = true;                  ///< of the latest that was missing
     bool m_flows = true;
     bool m_closed = false;
 };

@@ -55,6 +55,7 @@ Clock::time_point Publisher::keepHouse(Pipe& pipe, bool silent) {
         const Clock::time_point now = Clock::now();
         next = std::min(judgeSilence(now, pipe.lastHeard()), giveUpLate(now, pipe.lastHeard()));
     }
+    pipe.giveUpOldestForData(lost());
     int sent = 0;
     while (sent < mostAtOnce && (sendRepublish(pipe) || sendPublish(pipe)))
         ++sent;
@@ -96,7 +97,7 @@ bool Publisher::sendPublish(Pipe& pipe) {
     SentPublish& sent = answer->sent();
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (!isAnyAlive() || !m_pace.mayAsk(waiting(), Clock::now()))
+        if (!isAnyAlive() || !m_pace.mayAsk(m_waiting, Clock::now()))
             return false;
         ++m_waiting;
         sent = {m_generation, m_acknowledgements.takeAll()};
@@ -106,7 +107,7 @@ bool Publisher::sendPublish(Pipe& pipe) {
     request.subscriptionAcknowledgements = sent.acknowledgements.data();
     request.subscriptionAcknowledgementsSize = sent.acknowledgements.size();
     const UaStatus status = pipe.post(&request, Service<UA_PublishRequest>::requestType(),
-                                      Deadline(Pipe::postLimit), Pipe::Answered::SomeTime, answer);
+                                      Deadline(Pipe::postLimit), Pipe::Answered::WhenThereIsData, answer);
     if (status.isBad()) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         noLongerWaits(sent.generation);

@@ -155,7 +155,19 @@ UaStatus UaSubscription::Impl::deleteMonitoredItems(const ServiceSettings& setti
     Answer<UA_DeleteMonitoredItemsRequest> answer;
     const UaStatus status = m_session.call(settings, request, answer, monitoredItemIds.length());
     take(answer.results, answer.resultsSize, results);
+    judgeRemovals(monitoredItemIds, status, answer.isRefusal, results);
     return status;
+}
+
+/// A server that has deleted an item, but too late to tell, does not know it when it is asked once more.
+void UaSubscription::Impl::judgeRemovals(const UaUInt32Array& ids, UaStatus status, bool isRefusal,
+                                         UaStatusCodeArray& results) {
+    const std::lock_guard<std::mutex> lock(m_removalsMutex);
+    if (status.isBad() && !isRefusal)
+        m_unconfirmedRemovals.insert(ids.begin(), ids.end());
+    for (OpcUa_UInt32 i = 0; status.isGood() && i < results.length(); ++i)
+        if (m_unconfirmedRemovals.erase(ids[i]) != 0 && results[i] == UA_STATUSCODE_BADMONITOREDITEMIDINVALID)
+            results[i] = UA_STATUSCODE_GOOD;
 }
 
 UaSubscription::UaSubscription(std::unique_ptr<Impl> impl) : m_impl(std::move(impl)) {}

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <cstddef>
 #include <memory>
+#include <mutex>
+#include <set>
 #include <vector>
 
 #include "session/session_impl.h"
@@ -46,8 +48,12 @@ private:
     void doubtUnconfirmed(const std::vector<OpcUa_UInt32>& handles, UaStatus status, bool isRefusal,
                           const UaMonitoredItemCreateResults& results);
 
+    void judgeRemovals(const UaUInt32Array& ids, UaStatus status, bool isRefusal, UaStatusCodeArray& results);
+
     UaSession::Impl& m_session;
     std::shared_ptr<NotificationQueue> m_queue;
+    std::mutex m_removalsMutex;
+    std::set<OpcUa_UInt32> m_unconfirmedRemovals; ///< items that the server may have deleted; guarded by it
     OpcUa_UInt32 m_id = 0;
     std::chrono::milliseconds m_longestSilence{0};
 };
