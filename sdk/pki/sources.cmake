@@ -15,6 +15,7 @@ add_sdk_library(uapkicpp FOLDER pki
     key_derivation.cpp
     key_record.cpp
     keyed_hash.cpp
+    openssl_use.cpp
     own_key.cpp
     peer_key.cpp
     private_key_file.cpp

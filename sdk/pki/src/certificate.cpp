@@ -9,6 +9,7 @@
 #include "distinguished_name.h"
 #include "file_access.h"
 #include "key_record.h"
+#include "openssl_use.h"
 #include "uabase/trace.h"
 
 namespace {
@@ -33,6 +34,9 @@ UaPkiCertificate UaPkiCertificate::fromDERFile(const UaString& path) {
 }
 
 UaStatus UaPkiCertificate::probeDERFile(const UaString& path) {
+    const pki::OpenSslUse use;
+    if (!use.isPossible())
+        return OpcUa_BadNotReadable;
     pki::Bytes content;
     std::string problem;
     const UaStatus status = pki::readFile(path.text(), pki::certificateFileLimit, content, problem);
@@ -46,25 +50,30 @@ UaStatus UaPkiCertificate::probeDERFile(const UaString& path) {
 }
 
 UaPkiCertificate UaPkiCertificate::fromDER(const UaByteString& der) {
+    const pki::OpenSslUse use;
+    if (!use.isPossible())
+        return {};
     const unsigned char* position = der.data();
     pki::X509Ptr x509 = pki::parseCertificate(position, position + der.length());
     return UaPkiCertificate(std::shared_ptr<X509>(std::move(x509)));
 }
 
 bool UaPkiCertificate::isValid() const {
-    const pki::ErrorQueueGuard guard;
-    return m_x509 != nullptr && X509_get0_pubkey(m_x509.get()) != nullptr;
+    const pki::OpenSslUse use;
+    return use.isPossible() && m_x509 != nullptr && X509_get0_pubkey(m_x509.get()) != nullptr;
 }
 
 UaByteString UaPkiCertificate::toDER() const {
-    if (isNull())
+    const pki::OpenSslUse use;
+    if (isNull() || !use.isPossible())
         return {};
     pki::Bytes bytes = pki::encode(m_x509.get());
     return UaByteString(static_cast<int>(bytes.size()), bytes.data());
 }
 
 int UaPkiCertificate::toDERFile(const char* path) const {
-    if (isNull() || path == nullptr)
+    const pki::OpenSslUse use;
+    if (!use.isPossible() || isNull() || path == nullptr)
         return -1;
     pki::Bytes bytes = pki::encode(m_x509.get());
     return pki::writeFileAtomically(path, bytes.data(), bytes.size(), certificateFileMode) ? 0 : -1;
@@ -75,16 +84,21 @@ int UaPkiCertificate::toDERFile(const UaString& path) const {
 }
 
 UaPkiIdentity UaPkiCertificate::subject() const {
-    return isNull() ? UaPkiIdentity() : pki::readName(X509_get_subject_name(m_x509.get()));
+    const pki::OpenSslUse use;
+    return isNull() || !use.isPossible() ? UaPkiIdentity()
+                                         : pki::readName(X509_get_subject_name(m_x509.get()));
 }
 
 UaPkiIdentity UaPkiCertificate::issuer() const {
-    return isNull() ? UaPkiIdentity() : pki::readName(X509_get_issuer_name(m_x509.get()));
+    const pki::OpenSslUse use;
+    return isNull() || !use.isPossible() ? UaPkiIdentity()
+                                         : pki::readName(X509_get_issuer_name(m_x509.get()));
 }
 
 UaPkiCertificateInfo UaPkiCertificate::info() const {
+    const pki::OpenSslUse use;
     UaPkiCertificateInfo info;
-    if (isNull())
+    if (isNull() || !use.isPossible())
         return info;
     auto first = [this](int kind) {
         std::vector<UaString> names = pki::alternativeNames(m_x509.get(), kind);
@@ -99,9 +113,9 @@ UaPkiCertificateInfo UaPkiCertificate::info() const {
 }
 
 UaString UaPkiCertificate::serialNumber() const {
-    if (isNull())
+    const pki::OpenSslUse use;
+    if (isNull() || !use.isPossible())
         return {};
-    const pki::ErrorQueueGuard guard;
     const pki::BignumPtr number(ASN1_INTEGER_to_BN(X509_get0_serialNumber(m_x509.get()), nullptr));
     char* text = number != nullptr ? BN_bn2hex(number.get()) : nullptr;
     UaString result(text);
@@ -110,7 +124,8 @@ UaString UaPkiCertificate::serialNumber() const {
 }
 
 UaByteArray UaPkiCertificate::thumbPrint() const {
-    return isNull() ? UaByteArray() : pki::thumbprint(m_x509.get());
+    const pki::OpenSslUse use;
+    return isNull() || !use.isPossible() ? UaByteArray() : pki::thumbprint(m_x509.get());
 }
 
 UaDateTime UaPkiCertificate::validFrom() const {
@@ -122,16 +137,17 @@ UaDateTime UaPkiCertificate::validTo() const {
 }
 
 UaString UaPkiCertificate::description() const {
-    if (isNull())
+    const pki::OpenSslUse use;
+    if (isNull() || !use.isPossible())
         return "no certificate";
     return UaString("certificate \"" + pki::nameText(X509_get_subject_name(m_x509.get())).text() +
                     "\", thumbprint " + thumbPrint().toHex(false).text());
 }
 
 bool UaPkiCertificate::matchesPrivateKey(const OpcUa_Key& key) const {
-    if (isNull())
+    const pki::OpenSslUse use;
+    if (isNull() || !use.isPossible())
         return false;
-    const pki::ErrorQueueGuard guard;
     const pki::KeyPtr privateKey = pki::readRsaPrivateKey(key);
     return privateKey != nullptr && X509_check_private_key(m_x509.get(), privateKey.get()) == 1;
 }

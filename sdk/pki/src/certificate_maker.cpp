@@ -6,6 +6,7 @@
 
 #include "distinguished_name.h"
 #include "openssl_handles.h"
+#include "openssl_use.h"
 #include "uabase/trace.h"
 #include "uapki/certificate.h"
 
@@ -143,8 +144,8 @@ UaPkiCertificate::UaPkiCertificate(const UaPkiCertificateInfo& info, const UaPki
                                    const UaPkiPublicKey& subjectKey, const UaPkiIdentity& issuer,
                                    const UaPkiPrivateKey& issuerKey, bool certificateAuthority,
                                    SignatureAlgorithm algorithm) {
-    const pki::ErrorQueueGuard guard;
-    if (!subjectKey.isValid() || !issuerKey.isValid() || algorithm != Sha256)
+    const pki::OpenSslUse use;
+    if (!use.isPossible() || !subjectKey.isValid() || !issuerKey.isValid() || algorithm != Sha256)
         return;
     EVP_PKEY* signer = issuerKey.m_key.get();
     const Request request{info, subjectKey.m_key.get(), signer,

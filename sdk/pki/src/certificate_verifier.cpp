@@ -9,6 +9,7 @@
 #include "certificate_rules.h"
 #include "chain_check.h"
 #include "chain_finder.h"
+#include "openssl_use.h"
 #include "uabase/trace.h"
 
 namespace {
@@ -16,6 +17,7 @@ namespace {
 using Step = UaPkiVerificationStep;
 
 constexpr std::size_t mostCertificates = 11;
+constexpr const char* notCarriedOut = "the verification could not be carried out";
 
 bool readSentCertificates(const UaByteString& bytes, std::vector<pki::X509Ptr>& sent) {
     return pki::parseCertificates(bytes.data(), bytes.data() + bytes.length(), sent) &&
@@ -46,10 +48,8 @@ pki::CertificateFindings checkChains(const std::vector<pki::X509Ptr>& sent, cons
         if (!best.has_value() || findings.areBetterThan(*best))
             best = std::move(findings);
     }
-    if (!best.has_value()) {
-        best.emplace().add(Step::Chain, OpcUa_BadSecurityChecksFailed, sent.front().get(),
-                           "the verification could not be carried out");
-    }
+    if (!best.has_value())
+        best.emplace().add(Step::Chain, OpcUa_BadSecurityChecksFailed, sent.front().get(), notCarriedOut);
     return std::move(*best);
 }
 
@@ -60,10 +60,13 @@ UaPkiCertificateVerifier::UaPkiCertificateVerifier(UaPkiStore store) : m_store(s
 UaPkiVerification UaPkiCertificateVerifier::verify(const UaByteString& chain, const UaString& applicationUri,
                                                    const UaString& securityPolicyUri,
                                                    const UaDateTime& now) const {
+    const pki::OpenSslUse use;
     pki::CertificateFindings findings;
     UaPkiVerification result;
     std::vector<pki::X509Ptr> sent;
-    if (!readSentCertificates(chain, sent)) {
+    if (!use.isPossible()) {
+        findings.add(Step::Chain, OpcUa_BadSecurityChecksFailed, nullptr, notCarriedOut);
+    } else if (!readSentCertificates(chain, sent)) {
         X509* leaf = sent.empty() ? nullptr : sent.front().get();
         findings.add(Step::Structure, OpcUa_BadCertificateInvalid, leaf,
                      "what the server sent is not a DER certificate, or a chain of at most eleven");

@@ -7,6 +7,7 @@
 #include <openssl/rand.h>
 
 #include "openssl_handles.h"
+#include "openssl_use.h"
 #include "uapki/asymmetric_keys.h"
 
 namespace {
@@ -28,7 +29,9 @@ UaByteView firstSequence(const UaByteString& bytes) {
 
 // Parsing a certificate takes OpenSSL a hundred times as long as this.
 std::vector<OpcUa_Byte> UaPkiThumbprint(const UaByteString& certificate) {
-    const pki::ErrorQueueGuard guard;
+    const pki::OpenSslUse use;
+    if (!use.isPossible())
+        return {};
     const UaByteView der = firstSequence(certificate);
     std::array<OpcUa_Byte, EVP_MAX_MD_SIZE> digest{};
     unsigned int length = 0;
@@ -38,8 +41,10 @@ std::vector<OpcUa_Byte> UaPkiThumbprint(const UaByteString& certificate) {
 }
 
 bool UaPkiRandomBytes(OpcUa_Byte* bytes, std::size_t count) {
-    const pki::ErrorQueueGuard guard;
-    return count <= INT_MAX && RAND_bytes(bytes, static_cast<int>(count)) == 1;
+    if (count == 0)
+        return true;
+    const pki::OpenSslUse use;
+    return use.isPossible() && count <= INT_MAX && RAND_bytes(bytes, static_cast<int>(count)) == 1;
 }
 
 void UaPkiWipe(void* bytes, std::size_t count) {

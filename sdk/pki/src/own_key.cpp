@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "key_record.h"
+#include "openssl_use.h"
 #include "rsa.h"
 #include "uapki/asymmetric_keys.h"
 
@@ -10,7 +11,9 @@ UaStatus UaPkiOwnKey::open(const UaPkiSecurityPolicy& policy, const OpcUa_Key& r
     key = UaPkiOwnKey();
     if (policy.isNone())
         return OpcUa_BadInvalidArgument;
-    const pki::ErrorQueueGuard guard;
+    const pki::OpenSslUse use;
+    if (!use.isPossible())
+        return OpcUa_BadSecurityChecksFailed;
     pki::KeyPtr privateKey = pki::readRsaPrivateKey(record);
     if (!pki::isUsableRsaKey(privateKey.get()))
         return OpcUa_BadSecurityChecksFailed;
@@ -21,9 +24,9 @@ UaStatus UaPkiOwnKey::open(const UaPkiSecurityPolicy& policy, const OpcUa_Key& r
 }
 
 std::vector<OpcUa_Byte> UaPkiOwnKey::sign(UaByteView data) const {
-    if (!isValid())
+    const pki::OpenSslUse use;
+    if (!isValid() || !use.isPossible())
         return {};
-    const pki::ErrorQueueGuard guard;
     const pki::DigestContextPtr context(EVP_MD_CTX_new());
     EVP_PKEY_CTX* keyContext = nullptr; // the digest context's
     std::vector<OpcUa_Byte> signature(m_blockLength);
@@ -42,7 +45,9 @@ std::vector<OpcUa_Byte> UaPkiOwnKey::decrypt(UaByteView cipher) const {
         cipher.size / m_blockLength > mostBlocks) {
         return {};
     }
-    const pki::ErrorQueueGuard guard;
+    const pki::OpenSslUse use;
+    if (!use.isPossible())
+        return {};
     const pki::KeyContextPtr context(EVP_PKEY_CTX_new_from_pkey(nullptr, m_key.get(), nullptr));
     if (context == nullptr || EVP_PKEY_decrypt_init(context.get()) != 1 ||
         !pki::setPadding(context.get(), m_policy->asymmetricEncryption)) {

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "certificate_parser.h"
+#include "openssl_use.h"
 #include "rsa.h"
 #include "uapki/asymmetric_keys.h"
 
@@ -23,7 +24,9 @@ UaStatus UaPkiPeerKey::open(const UaPkiSecurityPolicy& policy, const UaByteStrin
     key = UaPkiPeerKey();
     if (policy.isNone())
         return OpcUa_BadInvalidArgument;
-    const pki::ErrorQueueGuard guard;
+    const pki::OpenSslUse use;
+    if (!use.isPossible())
+        return OpcUa_BadSecurityChecksFailed;
     pki::KeyPtr publicKey = publicKeyOf(certificate);
     if (publicKey == nullptr || EVP_PKEY_is_a(publicKey.get(), "RSA") != 1)
         return OpcUa_BadCertificateInvalid;
@@ -39,9 +42,9 @@ UaStatus UaPkiPeerKey::open(const UaPkiSecurityPolicy& policy, const UaByteStrin
 }
 
 bool UaPkiPeerKey::verify(UaByteView data, UaByteView signature) const {
-    if (!isValid() || signature.size != m_blockLength)
+    const pki::OpenSslUse use;
+    if (!use.isPossible() || !isValid() || signature.size != m_blockLength)
         return false;
-    const pki::ErrorQueueGuard guard;
     const pki::DigestContextPtr context(EVP_MD_CTX_new());
     EVP_PKEY_CTX* keyContext = nullptr; // the digest context's
     return context != nullptr &&
@@ -52,9 +55,9 @@ bool UaPkiPeerKey::verify(UaByteView data, UaByteView signature) const {
 }
 
 std::vector<OpcUa_Byte> UaPkiPeerKey::encrypt(UaByteView plain) const {
-    if (!isValid())
+    const pki::OpenSslUse use;
+    if (!isValid() || !use.isPossible())
         return {};
-    const pki::ErrorQueueGuard guard;
     const pki::KeyContextPtr context(EVP_PKEY_CTX_new_from_pkey(nullptr, m_key.get(), nullptr));
     if (context == nullptr || EVP_PKEY_encrypt_init(context.get()) != 1 ||
         !pki::setPadding(context.get(), m_policy->asymmetricEncryption)) {

@@ -1,5 +1,6 @@
 #include "uapki/provider.h"
 
+#include "openssl_use.h"
 #include "private_key_file.h"
 
 UaPkiProvider::~UaPkiProvider() = default;
@@ -18,6 +19,9 @@ UaStatus UaPkiProviderOpenSSL::loadPrivateKey(const UaString& file, OpcUa_UInt32
                                               const char* password, OpcUa_Key* key) {
     if (key == nullptr)
         return OpcUa_BadInvalidArgument;
+    const pki::OpenSslUse use;
+    if (!use.isPossible())
+        return OpcUa_BadDecodingError;
     return encoding == OpcUa_KeyEncoding_Pem ? pki::loadPrivateKeyFile(file, password, key)
                                              : UaStatus(OpcUa_BadNotSupported);
 }

@@ -7,6 +7,7 @@
 
 #include "file_access.h"
 #include "openssl_handles.h"
+#include "openssl_use.h"
 #include "private_key_file.h"
 
 namespace {
@@ -17,15 +18,15 @@ constexpr int mostBits = 8192;
 } // namespace
 
 UaPkiRsaKeyPair::UaPkiRsaKeyPair(int bits) {
-    const pki::ErrorQueueGuard guard;
-    if (bits >= fewestBits && bits <= mostBits)
+    const pki::OpenSslUse use;
+    if (use.isPossible() && bits >= fewestBits && bits <= mostBits)
         m_key = pki::KeyPtr(EVP_RSA_gen(static_cast<unsigned int>(bits)));
 }
 
 int UaPkiRsaKeyPair::toPEMFile(const char* path, const char* password) const {
-    if (!isValid() || path == nullptr)
+    const pki::OpenSslUse use;
+    if (!use.isPossible() || !isValid() || path == nullptr)
         return -1;
-    const pki::ErrorQueueGuard guard;
     const bool encrypted = password != nullptr && *password != '\0';
     const pki::BioPtr text(BIO_new(BIO_s_secmem())); // overwritten when it is released
     const EVP_CIPHER* cipher = encrypted ? EVP_aes_256_cbc() : nullptr;

@@ -10,6 +10,7 @@
 
 #include "certificate_parser.h"
 #include "file_access.h"
+#include "openssl_use.h"
 #include "uabase/byte_array.h"
 #include "uabase/directory.h"
 #include "uabase/trace.h"
@@ -94,6 +95,9 @@ UaStatus UaPkiStore::saveTrusted(const UaPkiCertificate& certificate, const UaSt
         return OpcUa_BadInvalidArgument;
     if (m_locations.trustedCertificates.isEmpty())
         return OpcUa_BadConfigurationError;
+    const pki::OpenSslUse use;
+    if (!use.isPossible())
+        return OpcUa_BadNotWritable;
     const std::string file =
         (fs::path(m_locations.trustedCertificates.text()) / (name.text() + ".der")).string();
     UaDir(UaUniString("")).mkpath(UaUniString(file.c_str())); // what it could not make, the write reports

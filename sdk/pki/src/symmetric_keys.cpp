@@ -6,10 +6,11 @@
 #include "chained_cipher.h"
 #include "key_derivation.h"
 #include "keyed_hash.h"
+#include "openssl_use.h"
 #include "secret_bytes.h"
 
-// No ErrorQueueGuard where messages pass: with prepared contexts OpenSSL has nothing to report but lack of
-// memory.
+// No OpenSslUse where messages pass: prepared contexts have all they need, also once OpenSSL has been cleaned
+// up, and with them it has nothing to report but lack of memory.
 
 struct UaPkiSymmetricKeys::Keys {
     pki::KeyedHash hash;
@@ -19,6 +20,9 @@ struct UaPkiSymmetricKeys::Keys {
 };
 
 bool UaPkiSymmetricKeys::Keys::derive(const UaPkiSecurityPolicy& policy, UaByteView secret, UaByteView seed) {
+    const pki::OpenSslUse use;
+    if (!use.isPossible())
+        return false;
     const std::size_t hashKeyLength = policy.signatureKeyLength;
     const std::size_t cipherKeyLength = policy.encryptionKeyLength;
     pki::SecretBytes derived(hashKeyLength + cipherKeyLength + UaPkiSecurityPolicy::encryptionBlockLength);
@@ -26,7 +30,6 @@ bool UaPkiSymmetricKeys::Keys::derive(const UaPkiSecurityPolicy& policy, UaByteV
         return false;
     const UaByteView keys(derived.bytes.data(), derived.bytes.size());
     const UaByteView cipherKeys = keys.from(hashKeyLength);
-    const pki::ErrorQueueGuard guard;
     return hash.setKey(policy.digest, keys.first(hashKeyLength)) && hash.length() == policy.signatureLength &&
            cipher.setKey(cipherKeys.first(cipherKeyLength), cipherKeys.from(cipherKeyLength));
 }
