@@ -7,6 +7,7 @@ add_sdk_library(uabasecpp FOLDER base
     directory.cpp
     directory_lock.cpp
     held_bytes.cpp
+    nearest_integer.cpp
     node_id.cpp
     notifications.cpp
     platform_layer.cpp

@@ -192,11 +192,78 @@ TEST(VariantConversion, TextConvertsAsTheNumberItDenotes) {
     expectRow(text("-1e309"), "MRRRRRRRRRR", 0);
 }
 
+TEST(VariantConversion, TextWithAFractionOrAnExponentIsTheNearestInteger) {
+    struct Row {
+        std::string source;
+        OpcUa_Int64 integer;
+    };
+    constexpr OpcUa_Int64 highest = std::numeric_limits<OpcUa_Int64>::max();
+    constexpr OpcUa_Int64 lowest = std::numeric_limits<OpcUa_Int64>::min();
+    const std::string zeros(1000, '0');
+    const Row rows[] = {{"9007199254740993.0", 9007199254740993},
+                        {"-9007199254740993.0", -9007199254740993},
+                        {"9007199254740993e0", 9007199254740993},
+                        {"90071992547409.93E+2", 9007199254740993},
+                        {"900719925474099300e-2", 9007199254740993},
+                        {"9007199254740992.5", 9007199254740993},
+                        {"9007199254740992.49999999999999999999999999", 9007199254740992},
+                        {"5000000000000000000.3", 5000000000000000000},
+                        {"9223372036854775807.0", highest},
+                        {"9223372036854775807.4999", highest},
+                        {"9223372036854775806.5", highest},
+                        {"9223372036854775.807e3", highest},
+                        {"-9223372036854775808.0", lowest},
+                        {"-9223372036854775808.4", lowest},
+                        {"-9223372036854775807.5", lowest},
+                        {"0.5", 1},
+                        {".5", 1},
+                        {"5.", 5},
+                        {"5e-1", 1},
+                        {"5e-2", 0},
+                        {"-0.5", -1},
+                        {"-0.49999999999999999999999999", 0},
+                        {"2.4999999999999999999999999", 2},
+                        {"1e18", 1000000000000000000},
+                        {"0e99999999999999999999", 0},
+                        {"-0.0e2000000000", 0},
+                        {zeros + "7." + zeros + "9", 7},
+                        {"0." + zeros + "7e1001", 7},
+                        {"7" + zeros + "e-1000", 7}};
+    for (const Row& row : rows) {
+        OpcUa_Int64 value = 99;
+        EXPECT_EQ(text(row.source).toInt64(value), OpcUa_Good) << row.source;
+        EXPECT_EQ(value, row.integer) << row.source;
+    }
+}
+
+TEST(VariantConversion, TextWithAFractionReachesTheEndsOfTheIntegers) {
+    expectRow(text("18446744073709551615.0"), "MRRRRRRRGGG", greatest<OpcUa_UInt64>);
+    expectRow(text("18446744073709551614.5"), "MRRRRRRRGGG", greatest<OpcUa_UInt64>);
+    expectRow(text("9223372036854775808.5e0"), "MRRRRRRRGGG", 9223372036854775809.0L);
+    expectRow(text("18446744073709551615.5"), "MRRRRRRRRGG", 18446744073709551616.0L);
+    expectRow(text("18446744073709551616.0"), "MRRRRRRRRGG", 18446744073709551616.0L);
+    expectRow(text("184467440737095516150e-1"), "MRRRRRRRGGG", greatest<OpcUa_UInt64>);
+    OpcUa_Int64 value = 0;
+    for (const char* const source :
+         {"9223372036854775807.5", "-9223372036854775808.5", "-18446744073709551615.0", "-1e300", "1e300",
+          "1e4000", "-1e4000", "1e99999999999999999999"}) {
+        EXPECT_EQ(text(source).toInt64(value), OpcUa_BadOutOfRange) << source;
+    }
+    OpcUa_Byte byte = 99;
+    EXPECT_EQ(text("-0.4").toByte(byte), OpcUa_Good);
+    EXPECT_EQ(byte, 0);
+    EXPECT_EQ(text("255.4").toByte(byte), OpcUa_Good);
+    EXPECT_EQ(byte, 255);
+    EXPECT_EQ(text("255.5").toByte(byte), OpcUa_BadOutOfRange);
+    EXPECT_EQ(text("-0.5").toByte(byte), OpcUa_BadOutOfRange);
+}
+
 TEST(VariantConversion, TextThatIsNoNumberIsAMismatch) {
-    const char* const texts[] = {"",    " ",        "1 ",     " 1",    "\t1",  "1\n", "+1",        "--1",
-                                 "-",   "1-",       "1,5",    "1.5.",  "0x10", "1e",  "1e+",       "e1",
-                                 ".",   "1a",       "a1",     "1_000", "nan",  "NaN", "inf",       "-inf",
-                                 "INF", "infinity", "nan(1)", "True",  "TRUE", "yes", "truefalse", "١"};
+    const char* const texts[] = {"",     " ",    "1 ",   " 1",  "\t1",       "1\n",    "+1",
+                                 "--1",  "-",    "1-",   "1,5", "1.5.",      "0x10",   "1e",
+                                 "1e+",  "e1",   ".",    "1a",  "a1",        "1_000",  "nan",
+                                 "NaN",  "inf",  "-inf", "INF", "infinity",  "nan(1)", "0x1p4",
+                                 "1.0e", "True", "TRUE", "yes", "truefalse", "١"};
     for (const char* source : texts)
         expectRow(text(source), "MMMMMMMMMMM", 0);
     expectRow(text(std::string("1\0", 2)), "MMMMMMMMMMM", 0);

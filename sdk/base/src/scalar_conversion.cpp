@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -11,6 +12,7 @@
 #include <variant>
 
 #include "engine.h"
+#include "nearest_integer.h"
 #include "uabase/date_time.h"
 #include "uabase/node_id.h"
 #include "uabase/qualified_name.h"
@@ -151,21 +153,28 @@ OpcUa_StatusCode convertText(std::string_view text, OpcUa_Boolean& value) {
     return OpcUa_Good;
 }
 
+template <typename Target>
+OpcUa_StatusCode convertInteger(const NearestInteger& number, Target& value) {
+    constexpr auto lowest = OpcUa_UInt64(1) << 63;
+    if (!number.isNegative)
+        return convertNumber(number.magnitude, value);
+    if (number.magnitude > lowest)
+        return OpcUa_BadOutOfRange;
+    return convertNumber(static_cast<OpcUa_Int64>(0 - number.magnitude), value);
+}
+
 /// The text converts as the number would that it denotes.
 template <typename Target>
 OpcUa_StatusCode convertText(std::string_view text, Target& value) {
     if constexpr (std::is_floating_point_v<Target>) {
         return parse(text, value);
     } else {
-        OpcUa_Int64 number = 0;
-        if (parse(text, number) == OpcUa_Good)
-            return convertNumber(number, value);
-        OpcUa_UInt64 greatNumber = 0;
-        if (parse(text, greatNumber) == OpcUa_Good)
-            return convertNumber(greatNumber, value);
-        OpcUa_Double fraction = 0;
-        const OpcUa_StatusCode status = parse(text, fraction);
-        return status == OpcUa_Good ? convertNumber(fraction, value) : status;
+        OpcUa_Double approximate = 0;
+        const OpcUa_StatusCode status = parse(text, approximate);
+        if (status != OpcUa_Good)
+            return status;
+        const std::optional<NearestInteger> number = nearestInteger(text);
+        return number ? convertInteger(*number, value) : OpcUa_BadOutOfRange;
     }
 }
 
