@@ -1,12 +1,17 @@
 // A program that knows the library by its file name alone, as a plug-in host does.
 //   loader_probe LIBRARY WHAT [URL]
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <filesystem>
+#include <future>
+#include <iterator>
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 #include "OpcUaClientInterface.h"
@@ -42,6 +47,21 @@ public:
         if (function<int(void*, _OpcUaClientConfig&)>(
                 "_ZN21COpcUaClientInterface12OpcUaConnectER18_OpcUaClientConfig")(client, config) != 0) {
             fail("connect failed");
+        }
+    }
+    void monitor(COpcUaClientInterface* client, const char* node,
+                 COpcUaClientInterface::OpcUaCallBack& callback) const {
+        function<int(void*, COpcUaClientInterface::OpcUaCallBack*)>(
+            "_ZN21COpcUaClientInterface20installOpcUaCallBackEPNS_13OpcUaCallBackE")(client, &callback);
+        auto* const record = function<OpcUaNode*(void*, const char*, _OpcUaDataType)>(
+            "_ZN21COpcUaClientInterface14OpcUaGetUaNodeEPKc14_OpcUaDataType")(client, node,
+                                                                              OpcUaDataType_Int32);
+        if (function<int(void*, double)>("_ZN21COpcUaClientInterface23OpcUaCreateSubScriptionEd")(client,
+                                                                                                  50) != 0 ||
+            function<int(void*, OpcUaNode*, unsigned long*, int)>(
+                "_ZN21COpcUaClientInterface17OpcUaAddMonitNodeEP9OpcUaNodePmi")(client, record, nullptr, 0) !=
+                0) {
+            fail("monitoring failed");
         }
     }
     int disconnect(COpcUaClientInterface* client) const {
@@ -86,6 +106,37 @@ void runAnotherProgram(const char* self) {
         fail("the program started from a connected process did not end well, or inherited its connection");
 }
 
+/// Its first callback destroys the client once nobody else uses it, and has done with the library.
+class Leaver final : public COpcUaClientInterface::OpcUaCallBack {
+public:
+    Leaver(Library& library, COpcUaClientInterface* client) : m_library(library), m_client(client) {}
+    void OpcUaDataChange(_OpcUaDataChangeMsg) override {
+        m_othersAreDone.get_future().wait();
+        delete m_client;
+        m_library.unload();
+    }
+    void othersAreDone() { m_othersAreDone.set_value(); }
+    int OpcUaTrustServerCertificate(_OpcUaCertificateMsg) override { return 0; }
+
+private:
+    Library& m_library;
+    COpcUaClientInterface* m_client;
+    std::promise<void> m_othersAreDone;
+};
+
+void waitForOtherThreadsToEnd() {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    const auto threads = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/task"),
+                             std::filesystem::directory_iterator());
+    };
+    while (threads() > 1) {
+        if (std::chrono::steady_clock::now() > end)
+            fail("threads are left");
+        std::this_thread::yield();
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -121,6 +172,14 @@ int main(int argc, char** argv) {
             delete client;
             library.unload();
         }
+    } else if (what == "unload-in-callback") {
+        Library library(path);
+        COpcUaClientInterface* const client = library.createClient();
+        library.connect(client, url);
+        Leaver leaver(library, client);
+        library.monitor(client, "ns=1;s=Item0", leaver);
+        leaver.othersAreDone();
+        waitForOtherThreadsToEnd();
     } else if (what == "fork-exec") {
         const Library library(path);
         COpcUaClientInterface* const client = library.createClient();

@@ -70,6 +70,12 @@ TEST(Loader, UnloadsAfterEachConnection) {
     loaderProbeEndsWell({"connected-cycles", server.url()});
 }
 
+// The callback's thread returns through the library.
+TEST(Loader, UnloadsInsideACallback) {
+    const scripted::Server server;
+    loaderProbeEndsWell({"unload-in-callback", server.url()});
+}
+
 TEST(Loader, ConnectionOutlivesTheStartOfAnotherProgram) {
     const PlantServer server;
     loaderProbeEndsWell({"fork-exec", server.url()});
