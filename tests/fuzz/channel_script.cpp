@@ -139,8 +139,10 @@ void ChannelScript::answerOpening() {
 
 void ChannelScript::openChannel() {
     UaStatus status;
-    m_memory += test_support::bytesAllocatedDuring(
-        [&] { status = m_channel.open(UaString("opc.tcp://plant"), "192.0.2.7", 4840, Deadline(anHour)); });
+    m_memory += test_support::bytesAllocatedDuring([&] {
+        const Deadline deadline(anHour);
+        status = m_channel.open(UaString("opc.tcp://plant"), "192.0.2.7", 4840, deadline, deadline);
+    });
     m_isOpen = status.isGood();
     checkSent();
     require(m_outlook == Outlook::Unknown || m_isOpen == (m_outlook == Outlook::Certain && !m_tokens.empty()),

@@ -66,6 +66,7 @@ UaStatus SecureChannel::next(IncomingMessage& message, bool& found) {
 }
 
 UaStatus SecureChannel::takeError(const Chunk& chunk) {
+    m_reached = true;
     m_endedByServer = true;
     WireReader body(chunk.view().from(messageHeaderLength));
     std::uint32_t code = 0;

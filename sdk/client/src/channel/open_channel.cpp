@@ -30,16 +30,20 @@ std::unique_ptr<SecureChannel> openChannel(const UaString& url, const ChannelSec
     }
     for (std::size_t i = 0; i < addresses.size() && !failure.wasReached; ++i) {
         // What is left is shared among the addresses, so that a dead one does not use up the time of the
-        // others.
+        // others. Who has answered has all of it: another address would only repeat what he says.
         const Deadline share(deadline.remaining() / static_cast<int>(addresses.size() - i));
         auto channel = std::make_unique<SecureChannel>(security, requestedLifetime);
-        status = channel->open(url, addresses[i], target.port, share);
-        if (!status.isBad())
+        const UaStatus opened = channel->open(url, addresses[i], target.port, share, deadline);
+        if (!opened.isBad()) {
+            status = opened;
             return channel;
+        }
         UaTrace::write(UaTrace::Errors, "connect", "%s at address %s: %s", url.toUtf8(), addresses[i].c_str(),
-                       status.name());
-        // Where something answered, another address would only repeat its refusal.
-        failure = {channel->wasReached(), channel->wasEndedByServer()};
+                       opened.name());
+        if (channel->wasConnected() || !failure.wasConnected) {
+            status = opened;
+            failure = {channel->wasConnected(), channel->wasReached(), channel->wasEndedByServer()};
+        }
     }
     return nullptr;
 }

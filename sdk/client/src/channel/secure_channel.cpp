@@ -44,14 +44,14 @@ SecureChannel::~SecureChannel() {
 }
 
 UaStatus SecureChannel::open(const UaString& url, const std::string& address, std::uint16_t port,
-                             const Deadline& deadline) {
+                             const Deadline& answerBy, const Deadline& deadline) {
     UaStatus status = m_openProtection.prepare(m_security);
     if (!status.isBad()) {
-        status = m_socket.connect(address, port, deadline);
-        m_reached = !status.isBad();
+        status = m_socket.connect(address, port, answerBy);
+        m_connected = !status.isBad();
     }
     if (!status.isBad())
-        status = greet(url, deadline);
+        status = greet(url, answerBy);
     return status.isBad() ? status : openToken(deadline);
 }
 
@@ -96,6 +96,7 @@ UaStatus SecureChannel::takeAcknowledge(const Chunk& chunk) {
         return giveUp(UA_STATUSCODE_BADTCPMESSAGETYPEINVALID,
                       "the server answers the greeting with something else");
     }
+    m_reached = true;
     const auto field = [&chunk](std::size_t index) -> std::size_t {
         return readUInt32(chunk.data + messageHeaderLength + index * uint32Length);
     };

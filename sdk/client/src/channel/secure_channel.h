@@ -49,11 +49,14 @@ public:
     SecureChannel(ChannelSecurity security, std::uint32_t requestedLifetime);
     ~SecureChannel();
 
-    /// Connects, greets and opens. `address` is numeric, `url` what the server is told. On failure the object
-    /// is of no more use.
+    /// Connects, greets and opens. `address` is numeric, `url` what the server is told. Until `answerBy` the
+    /// greeting must be answered; who has done so has time until `deadline`. On failure the object is of no
+    /// more use.
     UaStatus open(const UaString& url, const std::string& address, std::uint16_t port,
-                  const Deadline& deadline);
+                  const Deadline& answerBy, const Deadline& deadline);
     /// Whether a peer answered the TCP connect.
+    bool wasConnected() const { return m_connected; }
+    /// Whether it answered the greeting as a server does, be it with an error.
     bool wasReached() const { return m_reached; }
     /// Whether it was the server that ended or refused the channel, and not this side.
     bool wasEndedByServer() const { return m_endedByServer; }
@@ -135,6 +138,7 @@ private:
     const ChunkProtection m_protection;
     OpenProtection m_openProtection;
     TcpSocket m_socket;
+    bool m_connected = false;
     bool m_reached = false;
     std::atomic<bool> m_endedByServer{false};
     std::uint32_t m_channelId = 0;

@@ -75,8 +75,8 @@ UaStatus openSession(const UaString& url, const SessionConnectInfo& info, Sessio
     auto channel = openChannel(url, security.channelSecurity(), info.secureChannelLifetime, deadline, status,
                                channelFailure);
     if (channel == nullptr) {
-        failure = {channelFailure.wasReached ? ConnectFailure::Step::OpenChannel
-                                             : ConnectFailure::Step::Reach,
+        failure = {channelFailure.wasConnected ? ConnectFailure::Step::OpenChannel
+                                               : ConnectFailure::Step::Reach,
                    channelFailure.endedByServer};
         return status;
     }
