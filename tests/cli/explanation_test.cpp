@@ -68,6 +68,14 @@ TEST(Reasons, AServerThatHangsUpMayBeStartingUnlessItWasShownACertificate) {
     EXPECT_THAT(problem.explanation, HasSubstr("do not trust this client's certificate"));
 }
 
+TEST(Reasons, AServerThatTellsOfATimeOutHasAnswered) {
+    const Problem problem =
+        connectProblem({url + " at address 10.0.0.7: BadTimeout",
+                        "refused by the server " + url + " while opening the secure channel: BadTimeout"});
+    EXPECT_EQ(problem.explanation, "plant answers that something took it too long (BadTimeout)");
+    EXPECT_TRUE(problem.canPass);
+}
+
 TEST(Reasons, WhatIsNotKnownIsShownAsItIs) {
     EXPECT_EQ(connectProblem({"refused by this client: the nonce is short", "something else"}).explanation,
               "the server could not be connected: refused by this client: the nonce is short");

@@ -84,4 +84,54 @@ TEST_F(HangingUp, InsteadOfAGreetingIsToldAsTheServers) {
     expectRefusedByServer(error, "come back at noon");
 }
 
+TEST_F(HangingUp, ForATimeOutOfItsOwnIsToldAsTheServers) {
+    expectRefusedByServer(errorMessage(UA_STATUSCODE_BADTIMEOUT, "my database sleeps"), "BadTimeout");
+}
+
+/// Says that something took it too long: it has answered.
+class TimedOutServer : public HostileTest {
+protected:
+    void expectRefusedByServer(const std::string& step) {
+        client.OpcUaInit(OpcUaTraceLevel_Errors);
+        const TraceFile trace;
+        EXPECT_EQ(connect(), connectFailed);
+        EXPECT_EQ(
+            trace.linesWith("refused by the server " + server.url() + " while " + step + ": BadTimeout"), 1);
+        EXPECT_EQ(trace.linesWith("no answer in time"), 0);
+    }
+    const Script fault = [](const Call& call) { call.fault(UA_STATUSCODE_BADTIMEOUT); };
+};
+
+TEST_F(TimedOutServer, ThatOpensNoChannelHasRefused) {
+    server.on<UA_OpenSecureChannelRequest>(fault);
+    expectRefusedByServer("opening the secure channel");
+}
+
+TEST_F(TimedOutServer, WhoseAnswerOpensNoChannelHasRefused) {
+    server.edit<UA_OpenSecureChannelResponse>([](UA_OpenSecureChannelResponse& response) {
+        response.responseHeader.serviceResult = UA_STATUSCODE_BADTIMEOUT;
+    });
+    expectRefusedByServer("opening the secure channel");
+}
+
+TEST_F(TimedOutServer, ThatCreatesNoSessionHasRefused) {
+    server.on<UA_CreateSessionRequest>(fault);
+    expectRefusedByServer("creating the session");
+}
+
+TEST_F(TimedOutServer, ThatEndsTheConnectionInsteadHasRefused) {
+    server.on<UA_ActivateSessionRequest>([](const Call& call) {
+        call.connection().send(errorMessage(UA_STATUSCODE_BADTIMEOUT, "my database sleeps"));
+    });
+    expectRefusedByServer("activating the session for its user");
+}
+
+TEST_F(TimedOutServer, IsNoneThatSaysNothing) {
+    server.on<UA_CreateSessionRequest>([](const Call&) {});
+    client.OpcUaInit(OpcUaTraceLevel_Errors);
+    const TraceFile trace;
+    EXPECT_EQ(connect(500), connectFailed);
+    EXPECT_EQ(trace.linesWith("no answer in time from the server " + server.url()), 1);
+}
+
 } // namespace

@@ -333,6 +333,14 @@ TEST_F(SessionFailure, WithoutAnAnswerIsNobodysRefusal) {
     }
 }
 
+TEST_F(SessionFailure, ThatTheServerItselfCallsATimeOutIsTheServers) {
+    createSession({endpoint({anyone})});
+    security->explainFailure({Step::CreateSession, true, true}, UA_STATUSCODE_BADTIMEOUT);
+    EXPECT_THAT(trace(), AllOf(HasSubstr("refused by the server opc.tcp://plant:4840 while creating the "
+                                         "session: BadTimeout"),
+                               Not(HasSubstr("no answer in time"))));
+}
+
 TEST_F(SessionFailure, ToReachTheServerIsToldElsewhere) {
     createSession({endpoint({anyone})});
     EXPECT_EQ(explained(Step::Reach, false, UA_STATUSCODE_BADCONNECTIONREJECTED), "");

@@ -50,6 +50,8 @@ constexpr Reason ofConnect[]{
     {"at address", "BadConnectionRejected", "nothing listens on port {port} of {host}",
      "see whether the server runs, and on which port (often 4840); --wait tries until it is there", true},
     {"no answer in time", "", noAnswer, noAnswerAdvice, true},
+    {"refused by the server", "BadTimeout", "{host} answers that something took it too long",
+     "see what the server itself waits for; --wait tries until it lets this client in", true},
     {"at address", "BadTimeout", noAnswer, noAnswerAdvice, true},
     {"told no endpoint", "BadTimeout", noAnswer, noAnswerAdvice, true},
     {"at address", "BadConnectionClosed",

@@ -67,7 +67,6 @@ UaStatus SecureChannel::next(IncomingMessage& message, bool& found) {
 
 UaStatus SecureChannel::takeError(const Chunk& chunk) {
     m_reached = true;
-    m_endedByServer = true;
     WireReader body(chunk.view().from(messageHeaderLength));
     std::uint32_t code = 0;
     UaByteView reason;
@@ -78,7 +77,13 @@ UaStatus SecureChannel::takeError(const Chunk& chunk) {
     UaTrace::write(UaTrace::Errors, "channel", "the server ended the connection: %s \"%.*s\"", status.name(),
                    static_cast<int>(std::min(reason.size, longestReason)),
                    reason.data != nullptr ? reinterpret_cast<const char*>(reason.data) : "");
-    return status;
+    return endedByServer(status);
+}
+
+UaStatus SecureChannel::endedByServer(UaStatus word) {
+    m_serversWord = word.statusCode();
+    m_endedByServer = true;
+    return word;
 }
 
 UaStatus SecureChannel::openChunk(const Chunk& chunk, UaByteView& sequenced) {

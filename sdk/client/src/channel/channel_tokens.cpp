@@ -189,10 +189,8 @@ UaStatus SecureChannel::decodeOpenAnswer(UaByteView sequenced, UA_OpenSecureChan
     if (isTypeId(typeId, UA_TYPES[UA_TYPES_SERVICEFAULT])) {
         UA_ServiceFault fault{};
         UaStatus status = decodeAnswer(body, UA_TYPES[UA_TYPES_SERVICEFAULT], anyNumber, &fault);
-        if (!status.isBad()) {
-            m_endedByServer = true;
-            status = fault.responseHeader.serviceResult;
-        }
+        if (!status.isBad())
+            status = endedByServer(fault.responseHeader.serviceResult);
         UA_ServiceFault_clear(&fault);
         return status.isBad() ? status : UaStatus(UA_STATUSCODE_BADUNKNOWNRESPONSE);
     }
@@ -200,10 +198,8 @@ UaStatus SecureChannel::decodeOpenAnswer(UaByteView sequenced, UA_OpenSecureChan
         return UA_STATUSCODE_BADUNKNOWNRESPONSE;
     const UaStatus status =
         decodeAnswer(body, UA_TYPES[UA_TYPES_OPENSECURECHANNELRESPONSE], anyNumber, &answer);
-    if (!status.isBad() && UaStatus(answer.responseHeader.serviceResult).isBad()) {
-        m_endedByServer = true;
-        return answer.responseHeader.serviceResult;
-    }
+    if (!status.isBad() && UaStatus(answer.responseHeader.serviceResult).isBad())
+        return endedByServer(answer.responseHeader.serviceResult);
     return status;
 }
 

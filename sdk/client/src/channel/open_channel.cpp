@@ -42,7 +42,8 @@ std::unique_ptr<SecureChannel> openChannel(const UaString& url, const ChannelSec
                        opened.name());
         if (channel->wasConnected() || !failure.wasConnected) {
             status = opened;
-            failure = {channel->wasConnected(), channel->wasReached(), channel->wasEndedByServer()};
+            failure = {channel->wasConnected(), channel->wasReached(), channel->wasEndedByServer(),
+                       channel->serversWord() == status.statusCode()};
         }
     }
     return nullptr;

@@ -12,6 +12,7 @@ struct ChannelFailure {
     bool wasConnected = false; ///< something accepted the connection
     bool wasReached = false;   ///< and answered as a server does
     bool endedByServer = false;
+    bool isServersWord = false; ///< the status is what the server itself said
 };
 
 /// Opens a channel to the host that `url` names, at the first of its addresses where a server answers. Null

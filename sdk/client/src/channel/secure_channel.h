@@ -60,6 +60,8 @@ public:
     bool wasReached() const { return m_reached; }
     /// Whether it was the server that ended or refused the channel, and not this side.
     bool wasEndedByServer() const { return m_endedByServer; }
+    /// The status that the server gave when it ended or refused the channel; good when it gave none.
+    OpcUa_StatusCode serversWord() const { return m_serversWord; }
     TcpSocket& socket() { return m_socket; }
     /// A session may have a lower limit than the connection; 0 is no limit.
     void limitRequests(std::size_t size) {
@@ -130,6 +132,7 @@ private:
     UaStatus takeSequenceNumber(std::uint32_t number);
     UaStatus assemble(const Chunk& chunk, UaByteView sequenced, IncomingMessage& message, bool& found);
     UaStatus takeError(const Chunk& chunk);
+    UaStatus endedByServer(UaStatus word);
     Token* findToken(std::uint32_t id);
     bool maySpeakUnder(const Token& token, std::uint32_t requestId) const;
 
@@ -141,6 +144,7 @@ private:
     bool m_connected = false;
     bool m_reached = false;
     std::atomic<bool> m_endedByServer{false};
+    std::atomic<OpcUa_StatusCode> m_serversWord{UA_STATUSCODE_GOOD};
     std::uint32_t m_channelId = 0;
 
     // What the server takes (OPC UA Part 6, 7.1.2.4); 0 is no limit.

@@ -9,6 +9,8 @@ struct ConnectFailure {
     Step step = Step::Reach;
     /// Whether the server said no, or hung up; else it was this side.
     bool byPeer = false;
+    /// Whether the status is what the server itself said.
+    bool isPeersWord = false;
 };
 
 } // namespace UaClientSdk

@@ -22,7 +22,9 @@ template <typename Request>
 UaStatus callAndTell(Pipe& pipe, const Deadline& deadline, Request& request, Answer<Request>& answer,
                      ConnectFailure::Step step, ConnectFailure& failure) {
     const UaStatus status = callService(pipe, deadline, request, answer);
-    failure = {step, answer.isRefusal || pipe.channel().wasEndedByServer()};
+    const SecureChannel& channel = pipe.channel();
+    failure = {step, answer.isRefusal || channel.wasEndedByServer(),
+               answer.isRefusal || channel.serversWord() == status.statusCode()};
     return status;
 }
 
@@ -77,7 +79,7 @@ UaStatus openSession(const UaString& url, const SessionConnectInfo& info, Sessio
     if (channel == nullptr) {
         failure = {channelFailure.wasConnected ? ConnectFailure::Step::OpenChannel
                                                : ConnectFailure::Step::Reach,
-                   channelFailure.endedByServer};
+                   channelFailure.endedByServer, channelFailure.isServersWord};
         return status;
     }
     auto pipe = std::make_unique<Pipe>(std::move(channel));

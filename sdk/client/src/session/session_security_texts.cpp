@@ -44,7 +44,7 @@ void SessionSecurity::explainFailure(ConnectFailure failure, UaStatus status) co
     if (failure.step == ConnectFailure::Step::Reach || m_refusedHere)
         return;
     const char* step = stepText(failure.step);
-    if (status.statusCode() == UA_STATUSCODE_BADTIMEOUT) {
+    if (status.statusCode() == UA_STATUSCODE_BADTIMEOUT && !failure.isPeersWord) {
         UaTrace::write(UaTrace::Errors, "security", "no answer in time from the server %s while %s",
                        m_url.toUtf8(), step);
         return;
