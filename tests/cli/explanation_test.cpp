@@ -76,6 +76,17 @@ TEST(Reasons, AServerThatTellsOfATimeOutHasAnswered) {
     EXPECT_TRUE(problem.canPass);
 }
 
+TEST(Reasons, AResolverThatIsDownIsNoUnknownName) {
+    EXPECT_EQ(connectProblem({"the host name \"plant\" does not resolve: Name or service not known "
+                              "(BadNotFound)"})
+                  .explanation,
+              "the name plant does not resolve (BadNotFound)");
+    EXPECT_EQ(connectProblem({"the host name \"plant\" does not resolve: Temporary failure in name "
+                              "resolution (BadCommunicationError)"})
+                  .explanation,
+              "the name plant does not resolve: this machine cannot look it up now");
+}
+
 TEST(Reasons, WhatIsNotKnownIsShownAsItIs) {
     EXPECT_EQ(connectProblem({"refused by this client: the nonce is short", "something else"}).explanation,
               "the server could not be connected: refused by this client: the nonce is short");

@@ -41,8 +41,9 @@ void CallbackThread::post(Task task) {
     waitingTasks().push_back(std::move(task));
 }
 
-std::vector<std::string> resolveHost(const std::string& host, const Deadline&) {
-    return {host};
+UaStatus resolveHost(const std::string& host, const Deadline&, std::vector<std::string>& addresses) {
+    addresses = {host};
+    return UaStatus();
 }
 
 } // namespace UaClientSdk

@@ -1,13 +1,27 @@
 #include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <netdb.h>
 #include <pthread.h>
+#include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "socket/name_resolution.h"
 #include "support/next_definition.h"
+#include "support/own_resolver.h"
+#include "support/temporary_directory.h"
+#include "support/text_file.h"
+#include "uabase/trace.h"
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using UaClientSdk::Deadline;
@@ -29,26 +43,146 @@ pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*star
 
 namespace {
 
+/// Answers no name before it is told to. Threads that look up may outlive it.
+class HeldResolver {
+public:
+    HeldResolver() {
+        test_support::setResolver(
+            [held = m_held](const std::string& name, std::vector<std::string>& addresses) {
+                std::unique_lock<std::mutex> lock(held->mutex);
+                held->asked.push_back(name);
+                held->changed.notify_all();
+                held->changed.wait(lock, [&held] { return held->isReleased; });
+                addresses = {"192.0.2.7"};
+                return 0;
+            });
+    }
+    ~HeldResolver() { release(); }
+    HeldResolver(const HeldResolver&) = delete;
+    HeldResolver& operator=(const HeldResolver&) = delete;
+
+    void release() const {
+        const std::lock_guard<std::mutex> lock(m_held->mutex);
+        m_held->isReleased = true;
+        m_held->changed.notify_all();
+    }
+    bool waitForQuestions(std::size_t count) const {
+        std::unique_lock<std::mutex> lock(m_held->mutex);
+        return m_held->changed.wait_for(lock, std::chrono::seconds(10),
+                                        [&] { return m_held->asked.size() >= count; });
+    }
+    std::vector<std::string> asked() const {
+        const std::lock_guard<std::mutex> lock(m_held->mutex);
+        return m_held->asked;
+    }
+
+private:
+    struct Held {
+        std::mutex mutex;
+        std::condition_variable changed;
+        bool isReleased = false;
+        std::vector<std::string> asked;
+    };
+
+    const std::shared_ptr<Held> m_held = std::make_shared<Held>();
+};
+
 class NameResolution : public testing::Test {
 protected:
-    ~NameResolution() override { noMoreThreads = false; }
+    ~NameResolution() override {
+        noMoreThreads = false;
+        test_support::setResolver(nullptr);
+    }
+
+    OpcUa_StatusCode resolve(const std::string& host) { return resolve(host, m_deadline); }
+    OpcUa_StatusCode resolve(const std::string& host, const Deadline& deadline) {
+        return resolveHost(host, deadline, m_addresses).statusCode();
+    }
+    /// What becomes of a name that the resolver answers with this error.
+    OpcUa_StatusCode resolveWith(int error) {
+        test_support::setResolver([error](const std::string&, std::vector<std::string>&) { return error; });
+        const OpcUa_StatusCode status = resolve("plant");
+        EXPECT_THAT(m_addresses, IsEmpty());
+        return status;
+    }
 
     const Deadline m_deadline{10000};
+    const Deadline m_noTime{0};
+    std::vector<std::string> m_addresses;
 };
 
 TEST_F(NameResolution, AnAddressNeedsNoResolver) {
     noMoreThreads = true;
-    EXPECT_THAT(resolveHost("127.0.0.1", m_deadline), ElementsAre("127.0.0.1"));
-    EXPECT_THAT(resolveHost("::1", m_deadline), ElementsAre("::1"));
+    EXPECT_EQ(resolve("127.0.0.1"), OpcUa_Good);
+    EXPECT_THAT(m_addresses, ElementsAre("127.0.0.1"));
+    EXPECT_EQ(resolve("::1"), OpcUa_Good);
+    EXPECT_THAT(m_addresses, ElementsAre("::1"));
 }
 
 TEST_F(NameResolution, ANameHasAddresses) {
-    EXPECT_THAT(resolveHost("localhost", m_deadline), Not(IsEmpty()));
+    EXPECT_EQ(resolve("localhost"), OpcUa_Good);
+    EXPECT_THAT(m_addresses, Not(IsEmpty()));
 }
 
 TEST_F(NameResolution, ASystemWithoutAThreadLeftFailsWithoutAnException) {
     noMoreThreads = true;
-    EXPECT_THAT(resolveHost("localhost", m_deadline), IsEmpty());
+    EXPECT_EQ(resolve("localhost"), UA_STATUSCODE_BADRESOURCEUNAVAILABLE);
+    EXPECT_THAT(m_addresses, IsEmpty());
+    noMoreThreads = false;
+    EXPECT_EQ(resolve("localhost"), OpcUa_Good);
+}
+
+TEST_F(NameResolution, AnUnknownNameIsNotFound) {
+    EXPECT_EQ(resolveWith(EAI_NONAME), OpcUa_BadNotFound);
+    EXPECT_EQ(resolveWith(EAI_NODATA), OpcUa_BadNotFound);
+}
+
+TEST_F(NameResolution, AResolverThatIsDownIsNoUnknownName) {
+    EXPECT_EQ(resolveWith(EAI_AGAIN), OpcUa_BadCommunicationError);
+    EXPECT_EQ(resolveWith(EAI_FAIL), OpcUa_BadCommunicationError);
+    EXPECT_EQ(resolveWith(EAI_SYSTEM), OpcUa_BadCommunicationError);
+    EXPECT_EQ(resolveWith(EAI_MEMORY), OpcUa_BadOutOfMemory);
+}
+
+TEST_F(NameResolution, TellsTheTraceWhatTheResolverSays) {
+    const test_support::TemporaryDirectory directory;
+    const std::string file = (directory.path() / "trace.log").string();
+    UaTrace::initTrace(UaTrace::Errors, 1000, 1, UaString(file.c_str()), "test");
+    resolveWith(EAI_AGAIN);
+    UaTrace::setTraceActive(false);
+    EXPECT_THAT(test_support::contentOf(file),
+                HasSubstr(std::string("the host name \"plant\" does not resolve: ") +
+                          gai_strerror(EAI_AGAIN) + " (BadCommunicationError)"));
+}
+
+TEST_F(NameResolution, OfANameThatIsLookedUpAlreadyIsThatLookUp) {
+    const HeldResolver resolver;
+    EXPECT_EQ(resolve("plant", m_noTime), OpcUa_BadTimeout);
+    EXPECT_TRUE(resolver.waitForQuestions(1));
+    EXPECT_EQ(resolve("plant", m_noTime), OpcUa_BadTimeout);
+    auto third = std::async(std::launch::async, [this] { return resolve("plant"); });
+    std::vector<std::string> others;
+    auto fourth =
+        std::async(std::launch::async, [&] { return resolveHost("other", m_deadline, others).statusCode(); });
+    EXPECT_TRUE(resolver.waitForQuestions(2));
+    EXPECT_THAT(resolver.asked(), ElementsAre("plant", "other"));
+    resolver.release();
+    EXPECT_EQ(third.get(), OpcUa_Good);
+    EXPECT_EQ(fourth.get(), OpcUa_Good);
+    EXPECT_THAT(m_addresses, ElementsAre("192.0.2.7"));
+}
+
+TEST_F(NameResolution, HasABoundForNamesThatAreNotAnswered) {
+    const HeldResolver resolver;
+    for (std::size_t i = 0; i < UaClientSdk::mostLookUps; ++i) {
+        EXPECT_EQ(resolve("plant" + std::to_string(i), m_noTime), OpcUa_BadTimeout);
+        EXPECT_EQ(resolve("plant" + std::to_string(i), m_noTime), OpcUa_BadTimeout);
+    }
+    EXPECT_EQ(resolve("one more"), UA_STATUSCODE_BADRESOURCEUNAVAILABLE);
+    EXPECT_TRUE(resolver.waitForQuestions(UaClientSdk::mostLookUps));
+    EXPECT_EQ(resolver.asked().size(), UaClientSdk::mostLookUps);
+    resolver.release();
+    EXPECT_EQ(resolve("plant0"), OpcUa_Good);
 }
 
 } // namespace

@@ -44,8 +44,12 @@ constexpr const char* noAnswerAdvice = "see whether machine and server run and n
 
 /// The first that fits counts.
 constexpr Reason ofConnect[]{
-    {"does not resolve", "", "the name {host} does not resolve",
+    {"does not resolve", "BadNotFound", "the name {host} does not resolve",
      "see whether the name is right and this machine asks the right name server, or use the IP address",
+     true},
+    {"does not resolve", "", "the name {host} does not resolve: this machine cannot look it up now",
+     "see whether this machine's network and its name server work, or use the IP address; --wait tries until "
+     "they do",
      true},
     {"at address", "BadConnectionRejected", "nothing listens on port {port} of {host}",
      "see whether the server runs, and on which port (often 4840); --wait tries until it is there", true},

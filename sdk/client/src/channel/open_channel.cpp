@@ -21,13 +21,10 @@ std::unique_ptr<SecureChannel> openChannel(const UaString& url, const ChannelSec
         UaTrace::write(UaTrace::Errors, "connect", "\"%s\" is not an opc.tcp:// URL", url.toUtf8());
         return nullptr;
     }
-    const std::vector<std::string> addresses = resolveHost(target.host, deadline);
-    if (addresses.empty()) {
-        status = deadline.expired() ? UA_STATUSCODE_BADTIMEOUT : UA_STATUSCODE_BADNOTFOUND;
-        UaTrace::write(UaTrace::Errors, "connect", "the host name \"%s\" does not resolve (%s)",
-                       target.host.c_str(), status.name());
+    std::vector<std::string> addresses;
+    status = resolveHost(target.host, deadline, addresses);
+    if (status.isBad())
         return nullptr;
-    }
     for (std::size_t i = 0; i < addresses.size() && !failure.wasReached; ++i) {
         // What is left is shared among the addresses, so that a dead one does not use up the time of the
         // others. Who has answered has all of it: another address would only repeat what he says.
