@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <fcntl.h>
 #include <memory>
 #include <netdb.h>
@@ -47,6 +48,18 @@ bool isTemporary(int error) {
     return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
 }
 
+/// Where nobody listens on a local port that the system gives to clients, it may give it to this one, and the
+/// two ends meet.
+bool isConnectedToItself(int descriptor) {
+    sockaddr_storage own{};
+    sockaddr_storage peer{};
+    socklen_t ownSize = sizeof own;
+    socklen_t peerSize = sizeof peer;
+    return getsockname(descriptor, reinterpret_cast<sockaddr*>(&own), &ownSize) == 0 &&
+           getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &peerSize) == 0 &&
+           ownSize == peerSize && std::memcmp(&own, &peer, ownSize) == 0;
+}
+
 void set(int descriptor, int level, int option, unsigned int value) {
     setsockopt(descriptor, level, option, &value, sizeof value);
 }
@@ -86,6 +99,10 @@ UaStatus TcpSocket::finish(const Deadline& deadline) {
     getsockopt(descriptor(), SOL_SOCKET, SO_ERROR, &error, &size);
     if (error != 0)
         return statusOf(error);
+    if (isConnectedToItself(descriptor())) {
+        abort(); // an orderly end would keep the port from the server for a while
+        return UA_STATUSCODE_BADCONNECTIONREJECTED;
+    }
     // From here on each call says whether it waits.
     fcntl(descriptor(), F_SETFL, fcntl(descriptor(), F_GETFL) & ~O_NONBLOCK);
     setsockopt(descriptor(), SOL_SOCKET, SO_RCVTIMEO, &moment, sizeof moment);
