@@ -4,6 +4,8 @@
 #include <charconv>
 #include <cstddef>
 #include <limits>
+#include <optional>
+#include <string_view>
 
 namespace {
 
