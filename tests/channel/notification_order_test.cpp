@@ -195,10 +195,23 @@ TEST_F(NotificationOrderTest, AMessageNumbered0BeforeTheLastNumberHoldsNothingUp
 TEST_F(NotificationOrderTest, AServerThatCountsAnewIsFollowed) {
     for (std::uint32_t number = 1; number <= 500; ++number)
         arrive(number);
-    arrive(1);
-    arrive(2);
-    EXPECT_EQ(delivered.size(), 502U);
-    EXPECT_EQ(delivered.back(), 2U);
+    for (std::uint32_t number = 1; number <= 20; ++number)
+        arrive(number);
+    EXPECT_EQ(delivered.size(), 511U) << "the tenth in order shows it";
+    EXPECT_EQ(delivered.back(), 20U);
+}
+
+TEST_F(NotificationOrderTest, WhatComesAgainHoweverLateOrOftenIsNotDelivered) {
+    for (std::uint32_t number = 1; number <= 500; ++number)
+        arrive(number);
+    for (int i = 0; i < 30; ++i)
+        arrive(100);
+    for (std::uint32_t number = 200; number < 209; ++number)
+        arrive(number);
+    arrive(501);
+    arrive(209);
+    EXPECT_EQ(delivered.size(), 501U);
+    EXPECT_THAT(order.takeMissing(), IsEmpty());
 }
 
 TEST_F(NotificationOrderTest, HoldsBackNoMoreThanItsBound) {

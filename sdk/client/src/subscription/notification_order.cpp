@@ -39,16 +39,27 @@ bool NotificationOrder::isOld(std::uint32_t number) const {
 }
 
 void NotificationOrder::goOn() {
+    constexpr std::uint32_t repetitionsKnown = 1024;
     m_expected = following(m_expected);
     if (isBefore(m_missingUpTo, m_expected))
         m_missingUpTo = m_expected;
-    // Further back lies no repetition, but the beginning of a server that counts anew.
-    m_inOrder = std::min(m_inOrder + 1, longestGap);
+    m_inOrder = std::min(m_inOrder + 1, repetitionsKnown);
+    m_oldInARow = 0;
     m_lossIsTold = m_lossIsTold && m_inOrder < longestGap;
+}
+
+/// What comes again comes alone; so many old numbers in order are a server's that counts anew.
+bool NotificationOrder::countsAnew(std::uint32_t number) {
+    constexpr unsigned int noRepetition = 10;
+    m_oldInARow = number == following(m_lastOld) ? m_oldInARow + 1 : 1;
+    m_lastOld = number;
+    return m_oldInARow >= noRepetition;
 }
 
 void NotificationOrder::arrived(UA_NotificationMessage& message, const Deliver& deliver) {
     const std::uint32_t number = message.sequenceNumber;
+    if (isOld(number) && countsAnew(number))
+        leapTo(number, deliver);
     expectUpTo(number, deliver);
     if (number == m_expected) {
         deliver(message);
@@ -96,14 +107,18 @@ void NotificationOrder::expectUpTo(std::uint32_t number, const Deliver& deliver)
     if (isOld(number) || number == m_expected)
         return;
     if (number == 0 || number - m_expected > longestGap) { // no number is 0 (OPC UA Part 4, 7.26)
-        goOnWithHeld(deliver);
-        m_expected = m_missingUpTo = number;
-        m_inOrder = 0;
+        leapTo(number, deliver);
         return;
     }
     for (; isBefore(m_missingUpTo, number); m_missingUpTo = following(m_missingUpTo))
         if (m_held.count(m_missingUpTo) == 0)
             m_missing.push_back(m_missingUpTo);
+}
+
+void NotificationOrder::leapTo(std::uint32_t number, const Deliver& deliver) {
+    goOnWithHeld(deliver);
+    m_expected = m_missingUpTo = number;
+    m_inOrder = 0;
 }
 
 /// After a leap nobody waits any more for what was missing before it.

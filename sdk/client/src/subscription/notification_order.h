@@ -37,7 +37,9 @@ public:
 private:
     static std::uint32_t following(std::uint32_t number) { return number == UINT32_MAX ? 1 : number + 1; }
     bool isOld(std::uint32_t number) const;
+    bool countsAnew(std::uint32_t number);
     bool isMissing(std::uint32_t number) const;
+    void leapTo(std::uint32_t number, const Deliver& deliver);
     void expectUpTo(std::uint32_t number, const Deliver& deliver);
     struct Held {
         UA_NotificationMessage message;
@@ -49,7 +51,9 @@ private:
     void deliverHeld(const Deliver& deliver);
 
     std::uint32_t m_expected = 1;
-    std::uint32_t m_inOrder = 0;     ///< messages before the expected one, as far as they matter
+    std::uint32_t m_inOrder = 0; ///< messages before the expected one, as far as they matter
+    std::uint32_t m_lastOld = 0;
+    unsigned int m_oldInARow = 0;
     bool m_lossIsTold = false;       ///< and not much came in order since
     std::uint32_t m_missingUpTo = 1; ///< numbers below were told
     std::vector<std::uint32_t> m_missing;
