@@ -1,4 +1,5 @@
 // What a session learns from requests that fail because of others, and what other threads have of it.
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstddef>

@@ -51,7 +51,7 @@ struct Material {
 };
 
 void refuseKeys() {
-    Material made;
+    const Material made;
     const Bytes cipher = made.peer.encrypt(view(counted(10)));
     const Bytes signature = made.own.sign(view(counted(10)));
     OPENSSL_cleanup();

@@ -222,7 +222,7 @@ TEST_F(DeliveryEnd, WhoWaitsForTheItemsIsNextHoweverCloselyDeliveriesFollow) {
             waitUntilAsleep(adder.get_future().get());
     };
     std::atomic<bool> goesOn{true};
-    std::thread server([this, &goesOn, sink = script().subscriptionCallback()] {
+    std::thread server([&goesOn, sink = script().subscriptionCallback()] {
         UaMonitoredItemNotifications changes;
         OpcUa_DataValue value{};
         changes.append(1, value);
