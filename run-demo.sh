@@ -63,6 +63,7 @@ explain "Compiling the library, its command-line client and the plant; about a m
 } >"$work/build.log" 2>&1 || { cat "$work/build.log" >&2; die "the build failed"; }
 
 # Certificates and trust lie beside the program: those of this tour go with it.
+unset OPCUACLIENT_DIRECTORY
 mkdir "$work/bin"
 cp "$build/bin/opcua-cli" "$work/bin"
 

@@ -18,11 +18,24 @@ constexpr std::chrono::milliseconds shortest(250);
 constexpr std::chrono::milliseconds longest(10000);
 constexpr int certificateRejected = 23;
 
+/// What comes from a server or a certificate must not steer the terminal, nor begin lines of its own.
+std::string harmless(std::string text) {
+    char before = 0;
+    for (char& byte : text) {
+        const auto code = static_cast<unsigned char>(byte);
+        const bool isLateControl = before == '\xC2' && code < 0xA0; // U+0080 to U+009F
+        before = byte;
+        if (code < 0x20 || code == 0x7F || isLateControl)
+            byte = '?';
+    }
+    return text;
+}
+
 /// A line of what the panel shows; two threads have something to say.
 void show(const std::string& line) {
     static std::mutex mutex;
     const std::lock_guard<std::mutex> lock(mutex);
-    std::cout << line << '\n' << std::flush;
+    std::cout << harmless(line) << '\n' << std::flush;
 }
 
 } // namespace

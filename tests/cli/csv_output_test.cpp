@@ -94,6 +94,16 @@ TEST_F(CsvOutput, IsMadeHarmlessForATerminalAlone) {
     EXPECT_THAT(run(arguments).output, HasSubstr(",\x1b[31mred,"));
 }
 
+TEST_F(CsvOutput, OfARecordingIsMadeHarmlessAsWell) {
+    const test_support::TemporaryDirectory directory;
+    const std::string file = (directory.path() / "week.sqlite").string();
+    EXPECT_EQ(cli("write", {rack + "Scalar.String", "\x1b[31mred"}).exitCode, 0);
+    EXPECT_EQ(cli("record", {file, rack + "Scalar.String", "--duration", "1"}).exitCode, 0);
+    PseudoTerminal terminal(200);
+    EXPECT_EQ(runInShell(R"("$0" "$@" >)" + terminal.path(), {"export", file}).exitCode, 0);
+    EXPECT_THAT(terminal.text(), AllOf(HasSubstr(R"(\x1b[31mred)"), Not(HasSubstr("\x1b"))));
+}
+
 TEST_F(CsvOutput, ExcludesJson) {
     for (const char* command : {"read", "find", "snapshot", "monitor"}) {
         const CliResult result = cli(command, {"i=2261", "--csv", "--json"});

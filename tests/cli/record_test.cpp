@@ -201,11 +201,12 @@ TEST_F(Record, RefusesWhatIsNoRecording) {
     EXPECT_FALSE(std::filesystem::exists(m_file));
 
     std::ofstream(m_file).close();
-    query("CREATE TABLE changes (mine)");
+    query("PRAGMA journal_mode = WAL; CREATE TABLE changes (mine)");
     const CliResult other = recordFor("1", {counter});
     EXPECT_EQ(other.exitCode, 2);
     EXPECT_THAT(other.error, HasSubstr("is no recording of this program"));
     EXPECT_THAT(query("SELECT count(*) FROM sqlite_master"), ElementsAre("1"));
+    EXPECT_THAT(query("PRAGMA journal_mode"), ElementsAre("wal"));
     EXPECT_EQ(cli("record", {"", counter}).exitCode, 2);
     EXPECT_EQ(cli("record", {(m_directory.path() / "none/week.sqlite").string(), counter}).exitCode, 4);
 }

@@ -71,6 +71,20 @@ TEST_F(RecordingFile, RowsDoNotPileUp) {
     EXPECT_EQ(texts(), added);
 }
 
+TEST_F(RecordingFile, RowsAreKeptWhileAnotherProgramLocksIt) {
+    Recording recording = open();
+    recording.node("opc.tcp://one", "i=1", "Speed");
+    Recording other = open();
+    std::vector<std::string> added;
+    other.together([&] {
+        for (std::size_t i = 0; i < 2500; ++i)
+            add(recording, added.emplace_back(std::to_string(i)));
+        recording.commitWhenDue();
+    });
+    recording.commit();
+    EXPECT_EQ(texts(), added);
+}
+
 TEST_F(RecordingFile, LongTextsDoNotPileUp) {
     Recording recording = open();
     recording.node("opc.tcp://one", "i=1", "Recipe");

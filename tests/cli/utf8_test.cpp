@@ -41,6 +41,11 @@ TEST(Utf8, ShowsWhatWouldSteerATerminal) {
     EXPECT_EQ(printable("Füllstand 温度"), "Füllstand 温度");
 }
 
+TEST(Utf8, WritesWhatWouldSteerATerminalAsJsonDoes) {
+    EXPECT_EQ(printableJson("{\n \"a\": \"\\u001b\xC2\x9B\x7F\xE2\x80\xAE\xD8\x9C \xC3\xA4\"\n}"),
+              "{\n \"a\": \"\\u001b\\u009b\\u007f\\u202e\\u061c \xC3\xA4\"\n}");
+}
+
 TEST(Utf8, MeasuresTerminalColumns) {
     EXPECT_EQ(displayWidth(""), 0u);
     EXPECT_EQ(displayWidth("Speed"), 5u);

@@ -44,6 +44,12 @@ public:
         EXPECT_EQ(m_client.OpcUaSetValue(&node, &code, size), 0);
     }
 
+    void setText(const std::string& id, const std::string& text) {
+        int size = 0;
+        OpcUaNode node = OpcUaMakeNode(id, OpcUaDataType_String);
+        EXPECT_EQ(m_client.OpcUaSetValue(&node, text.c_str(), size), 0);
+    }
+
 private:
     COpcUaClientInterface m_client;
 };
@@ -167,6 +173,17 @@ TEST(Panel, NoticesASensorThatFails) {
     panel.await(sensor + " has failed");
     onlooker.setStatus(0);
     panel.await(sensor + " is good again");
+    EXPECT_EQ(panel.endOfInput().text(), "exit code 0");
+}
+
+TEST(Panel, IsNotSteeredByWhatAServerSends) {
+    const PlantServer server({"--security"});
+    RunningPanel panel(server.url(), "ns=3;s=TestRack.Scalar", setPoint);
+    trustAlways(panel);
+    Onlooker(server.url())
+        .setText("ns=3;s=TestRack.Scalar.String", "red\x1b[31m\xC2\x9B"
+                                                  "1mtrust it?\n");
+    panel.await("ns=3;s=TestRack.Scalar.String = red?[31m\xC2?1mtrust it??");
     EXPECT_EQ(panel.endOfInput().text(), "exit code 0");
 }
 

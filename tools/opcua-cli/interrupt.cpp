@@ -1,5 +1,6 @@
 #include "interrupt.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -137,7 +138,7 @@ void forgetInterrupt() {
 
 void pauseFor(std::chrono::milliseconds time) {
     pollfd interrupt{wakeUp, POLLIN, 0};
-    poll(&interrupt, 1, static_cast<int>(time.count()));
+    poll(&interrupt, 1, static_cast<int>(std::max<std::chrono::milliseconds::rep>(time.count(), 0)));
     throwIfInterrupted();
 }
 

@@ -37,9 +37,14 @@ private:
     std::size_t meet(OpcUaNode* record, std::size_t parent, int depth) {
         const std::size_t index = m_walk.nodes.size();
         WalkedNode walked{describe(*record), parent, depth};
-        walked.repeated = !m_met.insert(walked.node.nodeId).second;
-        if (!walked.repeated && walked.node.nodeIdComplete && depth < m_depth)
-            m_pending.push_back({record, index});
+        // A beginning of an id may be that of many.
+        walked.repeated = walked.node.nodeIdComplete && !m_met.insert(walked.node.nodeId).second;
+        if (!walked.repeated && depth < m_depth) {
+            if (walked.node.nodeIdComplete)
+                m_pending.push_back({record, index});
+            else if (!walked.node.isVariable())
+                walked.browseProblem = Problem{"its id is too long for this program"};
+        }
         m_walk.nodes.push_back(std::move(walked));
         return index;
     }

@@ -48,7 +48,7 @@ public:
     void flush() {
         const std::string text = std::exchange(m_pending, {});
         if (m_path.empty())
-            writeOutput(text);
+            writeOutput(forStandardOutput(text));
         else if (!writeAll(m_file.number(), text))
             fail();
     }

@@ -71,10 +71,18 @@ public:
 
     /// What has come until now is still shown, but nothing is asked of the server any more.
     void end() {
-        collect();
-        for (const Change& change : m_pending)
-            if (!isReadWhenChanged(change))
-                m_output.change(change);
+        std::size_t unread = 0;
+        for (collect(); !m_pending.empty(); collect()) {
+            Change change = std::move(m_pending.front());
+            m_pending.pop_front();
+            if (isReadWhenChanged(change)) {
+                ++unread;
+                continue;
+            }
+            complete(change);
+            m_output.change(change);
+        }
+        tellDropped(unread);
         m_output.end();
     }
 
@@ -102,9 +110,15 @@ private:
             throw Failure(ExitCode::OutputClosed, {});
     }
 
+    /// What waits beyond these waits in the inbox, which has a bound.
     void collect() {
-        for (Change& change : m_inbox.collect())
-            m_pending.push_back(std::move(change));
+        if (m_pending.empty())
+            m_pending = m_inbox.collect();
+    }
+
+    void tellDropped(std::size_t others) {
+        if (const std::size_t count = m_inbox.collectDropped() + others)
+            m_output.dropped(count);
     }
 
     /// For a while: a change that has to be read takes a round trip, and keys and signals are waiting as
@@ -119,8 +133,7 @@ private:
             m_silent[change.node] = false;
             m_output.change(change);
         }
-        if (const std::size_t count = m_inbox.collectDropped())
-            m_output.dropped(count);
+        tellDropped(0);
     }
 
     bool isReadWhenChanged(const Change& change) const {
@@ -138,6 +151,7 @@ private:
                                                             : m_link.readText(watched.node.nodeId);
             change.readable = read.has_value();
             change.value = read.value_or(Value{});
+            change.time = std::chrono::system_clock::now(); // the value is of now
         }
     }
 

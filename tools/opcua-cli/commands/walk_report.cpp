@@ -21,10 +21,13 @@ std::optional<std::string> pathOf(const NodeReference& reference, const std::vec
 }
 
 std::string pathOf(const Walk& walk, std::size_t index, const std::string& startPath) {
-    std::string path;
+    std::vector<std::size_t> steps;
     for (std::size_t at = index; at != 0; at = walk.nodes[at].parent)
-        path.insert(0, pathStepText(walk.nodes[at].node.browseName));
-    return startPath + path;
+        steps.push_back(at);
+    std::string path = startPath;
+    for (auto step = steps.rbegin(); step != steps.rend(); ++step)
+        path += pathStepText(walk.nodes[*step].node.browseName);
+    return path;
 }
 
 ExitCode reportWalk(const Walk& walk, const std::string& boundNote) {

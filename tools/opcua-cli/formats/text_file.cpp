@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -49,10 +50,21 @@ bool write(const std::string& path, int flags, const std::string& text) {
     return file.isOpen() && writeAll(file.number(), text);
 }
 
+/// On the disk, with the permissions of the one that it replaces, if there is one.
+bool writeReplacement(const std::string& part, const std::string& path, const std::string& text) {
+    const Descriptor file(openFile(part, O_WRONLY | O_CREAT | O_EXCL));
+    if (!file.isOpen())
+        return false;
+    struct stat old{};
+    if (stat(path.c_str(), &old) == 0 && fchmod(file.number(), old.st_mode & 07777U) != 0)
+        return false;
+    return writeAll(file.number(), text) && fsync(file.number()) == 0;
+}
+
 /// The old file stays whole until the new one is.
 bool replaceFile(const std::string& path, const std::string& text) {
     const std::string part = path + "." + std::to_string(getpid()) + ".part";
-    if (write(part, O_CREAT | O_EXCL, text) && std::rename(part.c_str(), path.c_str()) == 0)
+    if (writeReplacement(part, path, text) && std::rename(part.c_str(), path.c_str()) == 0)
         return true;
     const int reason = errno;
     if (reason != EEXIST)

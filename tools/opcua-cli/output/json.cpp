@@ -5,6 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "text/utf8.h"
+
 namespace opcua_cli {
 
 Json toJson(const Problem& problem) {
@@ -19,11 +21,11 @@ Json toJson(const std::optional<Problem>& problem) {
 }
 
 std::string document(const Json& json) {
-    return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    return printableJson(json.dump(2, ' ', false, Json::error_handler_t::replace)) + "\n";
 }
 
 std::string compactJson(const Json& json) {
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return printableJson(json.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
 std::string documentLine(const Json& json) {

@@ -29,6 +29,9 @@ constexpr std::chrono::seconds longestWait{1};
 // What waits to be committed.
 constexpr std::size_t mostRows = 1000;
 constexpr std::size_t mostText = 16 << 20;
+/// While another program keeps the file locked.
+constexpr std::size_t mostKeptRows = 100000;
+constexpr std::size_t mostKeptText = 64 << 20;
 
 constexpr const char* tables = R"(
 CREATE TABLE nodes (id INTEGER PRIMARY KEY, url TEXT NOT NULL, node TEXT NOT NULL, name TEXT NOT NULL,
@@ -127,7 +130,7 @@ std::string Statement::text(int column) const {
 void Recording::Close::operator()(sqlite3* database) const {
     // With its log gone a file can be read by those who may not write beside it. Who else has it open keeps
     // it.
-    if (sqlite3_db_readonly(database, "main") == 0) {
+    if (endsLog) {
         sqlite3_busy_timeout(database, 0);
         sqlite3_exec(database, "PRAGMA journal_mode = DELETE", nullptr, nullptr, nullptr);
     }
@@ -176,8 +179,10 @@ void Recording::prepareFile(bool writable) {
         throw usageFailure(m_path + " is no recording of this program");
     if (pragma("PRAGMA user_version") != formatVersion)
         throw usageFailure(m_path + " was written by another version of this program");
-    if (writable)
+    if (writable) {
         writeAhead();
+        m_database.get_deleter().endsLog = true;
+    }
 }
 
 /// SQLite itself does not wait for another program that changes the mode as well, because it begins or ends.
@@ -228,8 +233,10 @@ void Recording::add(std::chrono::system_clock::time_point time, const char* even
         m_begun = std::chrono::steady_clock::now();
     m_rows.push_back({time, event, node, type, value, text});
     m_textSize += text.size();
-    if (m_rows.size() >= mostRows || m_textSize >= mostText)
+    if (m_rows.size() >= mostKeptRows || m_textSize >= mostKeptText)
         commit();
+    else if (m_rows.size() % mostRows == 0 || m_textSize >= mostText)
+        commitUnlessLocked();
 }
 
 void Recording::insert(const Row& row) {
@@ -270,7 +277,25 @@ void Recording::commit() {
 
 void Recording::commitWhenDue() {
     if (std::chrono::steady_clock::now() - m_begun >= longestWait)
+        commitUnlessLocked();
+}
+
+void Recording::commitUnlessLocked() {
+    constexpr std::chrono::milliseconds shortWait{200};
+    if (std::chrono::steady_clock::now() < m_nextTry)
+        return;
+    sqlite3_busy_timeout(m_database.get(), static_cast<int>(shortWait.count()));
+    bool isLocked = false;
+    try {
         commit();
+    } catch (const Failure&) {
+        isLocked = sqlite3_errcode(m_database.get()) == SQLITE_BUSY;
+        if (!isLocked)
+            throw;
+    }
+    sqlite3_busy_timeout(m_database.get(), static_cast<int>(lockWait.count()));
+    if (isLocked)
+        m_nextTry = std::chrono::steady_clock::now() + longestWait;
 }
 
 void Recording::rows(const RowFilter& filter, const std::function<void(const RecordedRow&)>& take) {

@@ -80,7 +80,8 @@ public:
              const std::string& type, const Value& value, const std::string& text);
     /// Throws Failure (OutputFailed).
     void commit();
-    /// Commits what is older than a second.
+    /// Commits what is older than a second. While another program keeps the file locked rows are kept, as
+    /// many as there may be.
     void commitWhenDue();
 
     /// In the order in which they were added. Throws Failure (Usage) when the file is damaged.
@@ -88,6 +89,8 @@ public:
 
 private:
     struct Close {
+        bool endsLog; ///< which only a file of ours has from us
+
         void operator()(sqlite3* database) const;
     };
     struct Row {
@@ -106,13 +109,15 @@ private:
     void makeTables();
     void writeAhead();
     void insert(const Row& row);
+    void commitUnlessLocked();
 
     std::string m_path;
-    std::unique_ptr<sqlite3, Close> m_database;
+    std::unique_ptr<sqlite3, Close> m_database{nullptr, Close{false}};
     std::optional<Statement> m_insert;
-    std::vector<Row> m_rows;                         ///< not yet committed
-    std::size_t m_textSize = 0;                      ///< theirs
-    std::chrono::steady_clock::time_point m_begun{}; ///< the first of them was added
+    std::vector<Row> m_rows;                           ///< not yet committed
+    std::size_t m_textSize = 0;                        ///< theirs
+    std::chrono::steady_clock::time_point m_begun{};   ///< the first of them was added
+    std::chrono::steady_clock::time_point m_nextTry{}; ///< after the file was found locked
 };
 
 } // namespace opcua_cli

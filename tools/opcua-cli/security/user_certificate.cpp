@@ -1,6 +1,7 @@
 #include "security/user_certificate.h"
 
 #include <cerrno>
+#include <chrono>
 #include <exception>
 #include <fcntl.h>
 #include <filesystem>
@@ -10,7 +11,9 @@
 #include <system_error>
 
 #include "failure.h"
+#include "files/descriptor.h"
 #include "files/library_files.h"
+#include "interrupt.h"
 #include "security/certificate.h"
 
 namespace opcua_cli {
@@ -35,12 +38,16 @@ bool isOwnLink(const fs::path& link) {
     return target.compare(0, 3, targetPrefix + std::string("/")) == 0;
 }
 
-int lockDirectory(const fs::path& directory) {
-    makePrivateDirectories(directory);
-    const int lock = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    while (lock >= 0 && flock(lock, LOCK_EX) != 0 && errno == EINTR) {
+/// Where there are no locks, runs with different certificates must not meet.
+void lockDirectory(const Descriptor& directory, const fs::path& path) {
+    constexpr std::chrono::milliseconds pause{20};
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (directory.isOpen() && flock(directory.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        if (std::chrono::steady_clock::now() >= deadline)
+            throw Failure(ExitCode::Failed,
+                          {"another run of this program keeps " + path.string() + " locked", {}});
+        pauseFor(pause);
     }
-    return lock;
 }
 
 } // namespace
@@ -66,7 +73,10 @@ PlacedUserCertificate::PlacedUserCertificate(const UserCertificate& files) {
     const LibraryFiles places = libraryFiles();
     // The library locks the certificate's own directory while it makes one.
     makePrivateDirectories(places.userCertificate.parent_path());
-    m_lock.emplace(lockDirectory(places.userCertificate.parent_path().parent_path()));
+    const fs::path locked = places.userCertificate.parent_path().parent_path();
+    makePrivateDirectories(locked);
+    m_lock.emplace(open(locked.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    lockDirectory(*m_lock, locked);
     m_certificateLink = places.userCertificate;
     m_keyLink = places.userKey;
     remove(); // links of a run that was killed

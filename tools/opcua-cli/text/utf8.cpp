@@ -63,7 +63,7 @@ bool isControl(char32_t value) {
 }
 
 bool isDirectionOrLineMark(char32_t value) {
-    return value == 0x200E || value == 0x200F || (value >= 0x2028 && value <= 0x202E) ||
+    return value == 0x061C || value == 0x200E || value == 0x200F || (value >= 0x2028 && value <= 0x202E) ||
            (value >= 0x2066 && value <= 0x2069);
 }
 
@@ -140,6 +140,24 @@ std::string printable(std::string_view text) {
         else
             result += text.substr(0, character.size);
         text.remove_prefix(character.size);
+    }
+    return result;
+}
+
+std::string printableJson(std::string_view json) {
+    std::string result;
+    while (!json.empty()) {
+        const Character character = firstCharacter(json);
+        const bool isFrame = character.value < 0x20; // of a string such a character has its own form already
+        if (character.valid && !isFrame &&
+            (isControl(character.value) || isDirectionOrLineMark(character.value))) {
+            std::array<char, 16> text{};
+            std::snprintf(text.data(), text.size(), "\\u%04x", static_cast<unsigned>(character.value));
+            result += text.data();
+        } else {
+            result += json.substr(0, character.size);
+        }
+        json.remove_prefix(character.size);
     }
     return result;
 }

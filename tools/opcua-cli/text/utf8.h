@@ -27,6 +27,9 @@ std::string_view withoutCutCharacter(std::string_view text);
 /// control and direction characters become visible (`\n`, `\x1b`, `\u{202e}`), broken bytes U+FFFD.
 std::string printable(std::string_view text);
 
+/// The same JSON with those characters as `\u009b`.
+std::string printableJson(std::string_view json);
+
 /// Terminal columns of a printable text: 2 for a wide character, 0 for a combining one.
 std::size_t displayWidth(std::string_view text);
 
