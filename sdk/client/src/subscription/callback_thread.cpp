@@ -48,15 +48,19 @@ std::unique_ptr<CallbackThread> CallbackThread::start(UaStatus& status) {
 CallbackThread::~CallbackThread() {
     if (!m_thread.joinable())
         return;
+    if (wasStoppedInside()) {
+        m_thread.detach();
+        return;
+    }
     stop();
-    if (std::this_thread::get_id() == m_thread.get_id() || endsByItself())
+    if (std::this_thread::get_id() == m_thread.get_id())
         m_thread.detach();
     else
         m_thread.join();
 }
 
 /// The callback that has stopped it may be waiting for the very thread that destroys it now.
-bool CallbackThread::endsByItself() const {
+bool CallbackThread::wasStoppedInside() const {
     const std::lock_guard<std::mutex> lock(m_state->mutex);
     return m_state->stoppedInside;
 }
@@ -81,7 +85,7 @@ void CallbackThread::stop(const Task& last) {
         m_state->stoppedInside = inCallback;
         m_state->wakeUp.notify_one();
     }
-    if (!m_state->stoppedInside && !inCallback) {
+    if (!inCallback) {
         if (first)
             m_state->last = last;
         m_state->idle.wait(lock, [this] { return m_state->ended; });

@@ -29,7 +29,7 @@ public:
 
     /// Null when no thread can be started; `status` then says so.
     static std::unique_ptr<CallbackThread> start(UaStatus& status);
-    /// Same as stop().
+    /// Same as stop(), but waits for no callback that has called it.
     ~CallbackThread();
     CallbackThread(const CallbackThread&) = delete;
     CallbackThread& operator=(const CallbackThread&) = delete;
@@ -46,7 +46,7 @@ public:
 private:
     struct State;
     explicit CallbackThread(UaStatus& status);
-    bool endsByItself() const;
+    bool wasStoppedInside() const;
     static void run(State& state);
     static void runWaiting(State& state);
     static void execute(const Task& task);
