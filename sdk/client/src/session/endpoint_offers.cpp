@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "channel/channel_security.h"
@@ -17,7 +18,7 @@ constexpr const char* binaryTcpTransport =
     "http://opcfoundation.org/UA-Profile/Transport/uatcp-uasc-uabinary";
 
 std::string securityText(const UaString& policyUri, int mode) {
-    static const std::string prefix = UaPkiSecurityPolicy::uriPrefix;
+    constexpr std::string_view prefix = UaPkiSecurityPolicy::uriPrefix;
     const std::string& uri = policyUri.text();
     return (uri.compare(0, prefix.size(), prefix) == 0 ? uri.substr(prefix.size()) : uri) + " with mode " +
            modeName(mode);
