@@ -5,6 +5,7 @@
 #                                 format  source files are formatted
 #                                 layers  nobody includes what is not theirs
 #                                 headers each header compiles alone
+#                                 names   no two of one name: each library compiles as one file
 #                                 asan    all suites under the address and undefined-behaviour sanitizers
 #                                 tsan    the suites with threads under the thread sanitizer
 #                                 dev     all suites plain
@@ -21,7 +22,7 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 stages=("$@")
-[ ${#stages[@]} -gt 0 ] || stages=(format layers headers asan tsan dev)
+[ ${#stages[@]} -gt 0 ] || stages=(format layers headers names asan tsan dev)
 jobs=$(nproc)
 
 . scripts/use-ccache.sh
@@ -45,6 +46,10 @@ stage_layers() {
 stage_headers() {
   cmake --preset dev >/dev/null
   scripts/check-headers.py build/dev "$jobs"
+}
+stage_names() {
+  cmake --preset names >/dev/null
+  cmake --build --preset names -j "$jobs" --target plant_server opcua-cli
 }
 stage_lint() {
   if ! command -v clang-tidy-19 >/dev/null; then

@@ -74,7 +74,7 @@ void takeWordByWord(CLI::Option& option) {
         ->allow_extra_args(false);
 }
 
-void describe(CLI::App& command, const Option& option) {
+void declare(CLI::App& command, const Option& option) {
     CLI::Option& described = *bind(command, option);
     described.required(option.required)->envname(option.environment);
     if (option.wordByWord)
@@ -91,14 +91,14 @@ void describe(CLI::App& command, const Option& option) {
         described.transform(CLI::Validator(option.check, ""));
 }
 
-void describe(CLI::App& app, const Command& command) {
+void declare(CLI::App& app, const Command& command) {
     CLI::App& described = *app.add_subcommand(command.name, command.description);
     described.footer(command.footer)->callback(command.chosen);
     for (const Option& option : command.options)
-        describe(described, option);
+        declare(described, option);
 }
 
-void describe(CLI::App& app, const Program& program) {
+void declare(CLI::App& app, const Program& program) {
     app.name(program.name)->description(program.description)->footer(program.footer);
     if (!program.version.empty())
         app.set_version_flag("--version", program.version);
@@ -106,7 +106,7 @@ void describe(CLI::App& app, const Program& program) {
         app.require_subcommand(1);
     app.formatter(std::make_shared<Formatter>(program.helpForm));
     for (const Command& command : program.commands)
-        describe(app, command);
+        declare(app, command);
 }
 
 } // namespace
@@ -130,7 +130,7 @@ Check numberOf(const std::map<std::string, int>& names) {
 std::optional<std::string> takeWords(const Program& program, std::vector<std::string> words,
                                      const std::string& advice) {
     CLI::App app;
-    describe(app, program);
+    declare(app, program);
     std::reverse(words.begin(), words.end());
     try {
         app.parse(std::move(words));
@@ -146,7 +146,7 @@ std::optional<std::string> takeWords(const Program& program, std::vector<std::st
 
 std::string helpOf(const Program& program, const Command& command) {
     CLI::App app;
-    describe(app, program);
+    declare(app, program);
     return app.get_subcommand(command.name)->help();
 }
 

@@ -161,7 +161,7 @@ std::string tableReport(const Store& store) {
     return text;
 }
 
-Json toJson(const StoredCertificate& stored) {
+Json certificateJson(const StoredCertificate& stored) {
     Json json{{"file", stored.file.string()}};
     const Certificate certificate = stored.certificate.value_or(Certificate{});
     const auto known = [&](const std::string& text) { return stored.certificate ? Json(text) : Json(); };
@@ -178,22 +178,22 @@ Json toJson(const StoredCertificate& stored) {
     return json;
 }
 
-Json toJson(const std::vector<StoredCertificate>& certificates) {
+Json certificateJson(const std::vector<StoredCertificate>& certificates) {
     Json list = Json::array();
     for (const StoredCertificate& stored : certificates)
-        list.push_back(toJson(stored));
+        list.push_back(certificateJson(stored));
     return list;
 }
 
 std::string jsonReport(const Store& store) {
-    Json client = toJson(store.client);
+    Json client = certificateJson(store.client);
     client["keyFile"] = store.files.clientKey.string();
     client["hasKey"] = store.hasKey;
     return document({{"client", std::move(client)},
                      {"trustList", store.files.trustedCertificates.string()},
-                     {"trusted", toJson(store.trusted)},
+                     {"trusted", certificateJson(store.trusted)},
                      {"issuerList", store.files.issuerCertificates.string()},
-                     {"issuers", toJson(store.issuers)}});
+                     {"issuers", certificateJson(store.issuers)}});
 }
 
 ExitCode runCert(const CertOptions& options) {

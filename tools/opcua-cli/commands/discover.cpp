@@ -26,7 +26,7 @@ namespace opcua_cli {
 namespace {
 
 /// Stands in an entry that the library did not fill: what it leaves alone says that a URL did not answer.
-constexpr unsigned int noAnswer = std::numeric_limits<unsigned int>::max();
+constexpr unsigned int unanswered = std::numeric_limits<unsigned int>::max();
 
 template <typename Entry, std::size_t Size>
 std::size_t bounded(const Entry (&)[Size], unsigned int count) {
@@ -41,7 +41,7 @@ std::unique_ptr<_OpcUa_ServerConfigMsg> askServers(const CommonOptions& options)
     auto result = std::make_unique<_OpcUa_ServerConfigMsg>();
     for (_OpcUa_ServerMsg& server : result->servers)
         for (_OpcUa_DiscoveryUrlMsg& url : server.discoveryUrls)
-            url.endpointCount = noAnswer;
+            url.endpointCount = unanswered;
     std::string url = options.url;
     const int code = client.OpcUaDiscover(url.data(), *result);
     throwIfInterrupted();
@@ -65,21 +65,21 @@ std::vector<const _OpcUa_EndpointMsg*> endpointsOf(const _OpcUa_DiscoveryUrlMsg&
     return endpoints;
 }
 
-Json toJson(const _OpcUa_DiscoveryUrlMsg& url) {
+Json urlJson(const _OpcUa_DiscoveryUrlMsg& url) {
     Json endpoints = Json::array();
     for (const _OpcUa_EndpointMsg* endpoint : endpointsOf(url))
         endpoints.push_back({{"url", fieldText(endpoint->endpointUrl)},
                              {"securityPolicy", policyName(endpoint->securityPolicy, endpoint->securityMode)},
                              {"securityMode", modeName(endpoint->securityMode)}});
     return {{"url", fieldText(url.discoveryUrl)},
-            {"answered", url.endpointCount != noAnswer},
+            {"answered", url.endpointCount != unanswered},
             {"endpoints", std::move(endpoints)}};
 }
 
-Json toJson(const _OpcUa_ServerMsg& server) {
+Json serverJson(const _OpcUa_ServerMsg& server) {
     Json urls = Json::array();
     for (std::size_t i = 0; i < bounded(server.discoveryUrls, server.discoveryUrlCount); ++i)
-        urls.push_back(toJson(server.discoveryUrls[i]));
+        urls.push_back(urlJson(server.discoveryUrls[i]));
     return {{"applicationName", fieldText(server.applicationName)},
             {"applicationUri", fieldText(server.applicationUri)},
             {"discoveryUrls", std::move(urls)}};
@@ -88,12 +88,12 @@ Json toJson(const _OpcUa_ServerMsg& server) {
 std::string jsonReport(const CommonOptions& options, const _OpcUa_ServerConfigMsg& result) {
     Json servers = Json::array();
     for (std::size_t i = 0; i < bounded(result.servers, result.serverCount); ++i)
-        servers.push_back(toJson(result.servers[i]));
+        servers.push_back(serverJson(result.servers[i]));
     return document({{"url", options.url}, {"servers", std::move(servers)}});
 }
 
 void addRows(Table& table, const _OpcUa_DiscoveryUrlMsg& url) {
-    if (url.endpointCount == noAnswer) {
+    if (url.endpointCount == unanswered) {
         table.add({fieldText(url.discoveryUrl), "", {"did not answer", Tone::Bad}});
         return;
     }

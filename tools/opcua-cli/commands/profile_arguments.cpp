@@ -21,7 +21,7 @@ bool agree(std::optional<int> policy, std::optional<int> mode) {
 }
 
 /// What the command line says stays, and of the profile what does not contradict it.
-void complete(SecurityOptions& security, const Profile& profile) {
+void fillFrom(SecurityOptions& security, const Profile& profile) {
     const std::optional<int> policy = security.policy;
     if (!policy && agree(profile.policy, security.mode))
         security.policy = profile.policy;
@@ -54,7 +54,7 @@ void useProfile(CommonOptions& options) {
     const Profile profile = findProfile(options.url.substr(1));
     options.url = urlOf(profile);
     if (SecurityOptions* security = options.securityOptions())
-        complete(*security, profile);
+        fillFrom(*security, profile);
 }
 
 std::vector<std::string> withUrl(std::vector<std::string> words) {

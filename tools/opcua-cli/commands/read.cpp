@@ -56,7 +56,7 @@ std::string shownType(const NodeInfo& node) {
     return typeAndShape(node);
 }
 
-std::string tableReport(const Jobs& jobs) {
+std::string valueTable(const Jobs& jobs) {
     const Terminal terminal = terminalOn(STDOUT_FILENO);
     Table table({{"Node", false}, {"Name"}, {"Type"}, {"Index"}, {"Value"}});
     std::string arrays;
@@ -89,7 +89,7 @@ ExitCode runRead(const ReadOptions& options) {
     if (options.csv)
         writeOutput(forStandardOutput(jobsCsv(jobs)));
     else
-        writeOutput(options.json ? jsonReport(options, jobs) : tableReport(jobs));
+        writeOutput(options.json ? jsonReport(options, jobs) : valueTable(jobs));
     for (const Job& job : jobs)
         if (!job.node.typeKnown)
             reportNote(job.given + ": its type was not found; the value is shown as text (--type states the "

@@ -95,7 +95,7 @@ void prepare(Job& job) {
     });
 }
 
-std::string tableReport(const Jobs& jobs) {
+std::string outcomeTable(const Jobs& jobs) {
     Table table({{"Node", false}, {"Name"}, {"Type"}, {"Index"}, {"Value"}, {"Result"}});
     for (const Job& job : jobs) {
         const NodeInfo& node = job.node;
@@ -151,7 +151,7 @@ ExitCode runWrite(const WriteOptions& options) {
     }
     if (options.isSingle())
         throwIfFailed(jobs.front());
-    writeOutput(options.json ? jsonReport(options, jobs) : tableReport(jobs));
+    writeOutput(options.json ? jsonReport(options, jobs) : outcomeTable(jobs));
     return reportProblems(jobs);
 }
 

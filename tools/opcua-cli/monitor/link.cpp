@@ -22,7 +22,7 @@ constexpr std::chrono::duration<double> firstPause{0.5};
 constexpr std::chrono::duration<double> longestPause{30};
 
 /// Nodes handed to the library at a time: enough for its requests, few enough to notice Ctrl-C.
-constexpr std::size_t nodesPerCall = 200;
+constexpr std::size_t itemsPerCall = 200;
 
 std::string durationText(std::chrono::duration<double> duration) {
     return ageText(std::chrono::duration_cast<std::chrono::milliseconds>(duration));
@@ -58,7 +58,7 @@ void Link::addAll() {
     for (Job& watched : *m_watched)
         if (!watched.index)
             whole.push_back(&watched);
-    const std::size_t size = callSize(m_connection, Limited::MonitoredItems, whole.size(), nodesPerCall);
+    const std::size_t size = callSize(m_connection, Limited::MonitoredItems, whole.size(), itemsPerCall);
     for (std::size_t done = 0; done < whole.size(); done += size) {
         throwIfInterrupted();
         std::vector<OpcUaNode> records;

@@ -15,7 +15,7 @@
 namespace opcua_cli {
 namespace {
 
-bool holds(std::string_view text, std::string_view part) {
+bool holdsWord(std::string_view text, std::string_view part) {
     for (std::size_t at = 0; at + part.size() <= text.size(); ++at)
         if (sameWord(text.substr(at, part.size()), part))
             return true;
@@ -117,7 +117,7 @@ std::optional<std::size_t> TableView::selected() const {
 
 bool TableView::passesFilter(std::size_t node) const {
     const Job& watched = m_monitored.nodes[node];
-    return holds(watched.given, m_filter) || holds(watchedId(watched), m_filter);
+    return holdsWord(watched.given, m_filter) || holdsWord(watchedId(watched), m_filter);
 }
 
 void TableView::arrange(const Rows& rows) {

@@ -29,7 +29,7 @@ std::atomic<bool> on{false};
 std::atomic<bool> isToSuspend{false};
 std::atomic<bool> isResumed{false};
 std::atomic<bool> hasKeys{false};
-int wakeUp = -1;         // made once, before there is a handler
+int screenWakeUp = -1;   // made once, before there is a handler
 termios usualSettings{}; // not written while hasKeys
 
 /// Nothing more can be done about a terminal that takes no text.
@@ -40,13 +40,13 @@ void send(std::string_view sequence) {
 void takeKeys() {
     if (!hasKeys)
         return;
-    termios settings = usualSettings;
-    settings.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
-    settings.c_iflag &= ~static_cast<tcflag_t>(IXON);
-    settings.c_cc[VQUIT] = _POSIX_VDISABLE; // would leave the terminal as it is now
-    settings.c_cc[VMIN] = 1;
-    settings.c_cc[VTIME] = 0;
-    tcsetattr(STDIN_FILENO, TCSANOW, &settings);
+    termios wanted = usualSettings;
+    wanted.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    wanted.c_iflag &= ~static_cast<tcflag_t>(IXON);
+    wanted.c_cc[VQUIT] = _POSIX_VDISABLE; // would leave the terminal as it is now
+    wanted.c_cc[VMIN] = 1;
+    wanted.c_cc[VTIME] = 0;
+    tcsetattr(STDIN_FILENO, TCSANOW, &wanted);
 }
 
 /// Keys first: a program in the background is stopped there, before it draws on somebody else's screen.
@@ -61,13 +61,13 @@ void giveTerminalBack() {
         tcsetattr(STDIN_FILENO, TCSANOW, &usualSettings);
 }
 
-void onSignal(int number) {
+void onScreenSignal(int number) {
     const int savedError = errno;
     if (number == SIGTSTP)
         isToSuspend = true;
     if (number == SIGCONT)
         isResumed = true;
-    eventfd_write(wakeUp, 1);
+    eventfd_write(screenWakeUp, 1);
     errno = savedError;
 }
 
@@ -82,13 +82,13 @@ void setHandlers(void (*handler)(int)) {
 } // namespace
 
 LiveScreen::LiveScreen(bool withKeys) {
-    if (wakeUp < 0)
-        wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (screenWakeUp < 0)
+        screenWakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     holdTrace(true);
     on = true;
     hasKeys = withKeys && tcgetattr(STDIN_FILENO, &usualSettings) == 0;
     setLastAct(giveTerminalBack);
-    setHandlers(onSignal);
+    setHandlers(onScreenSignal);
     takeTerminal();
 }
 
@@ -106,12 +106,12 @@ bool LiveScreen::isOn() {
 }
 
 int LiveScreen::descriptor() const {
-    return wakeUp;
+    return screenWakeUp;
 }
 
 void LiveScreen::follow() {
     eventfd_t count = 0;
-    eventfd_read(wakeUp, &count);
+    eventfd_read(screenWakeUp, &count);
     if (isToSuspend.exchange(false)) {
         giveTerminalBack();
         raise(SIGSTOP);

@@ -5,14 +5,14 @@
 namespace opcua_cli {
 namespace {
 
-constexpr Drawing unicode{"├─ ", "└─ ", "│  ", "…", {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"}};
-constexpr Drawing ascii{"|- ", "`- ", "|  ", "...", {"_", ".", "-", "~", "=", "+", "*", "#"}};
+constexpr Drawing unicodeDrawing{"├─ ", "└─ ", "│  ", "…", {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"}};
+constexpr Drawing asciiDrawing{"|- ", "`- ", "|  ", "...", {"_", ".", "-", "~", "=", "+", "*", "#"}};
 
 } // namespace
 
 const Drawing& drawing() {
     static const bool isUtf8 = localeHasUtf8();
-    return isUtf8 ? unicode : ascii;
+    return isUtf8 ? unicodeDrawing : asciiDrawing;
 }
 
 } // namespace opcua_cli

@@ -13,7 +13,7 @@
 namespace opcua_cli {
 namespace {
 
-constexpr std::size_t widestCell = 40;
+constexpr std::size_t widestElement = 40;
 constexpr unsigned long elementsPerLine = 10;
 
 bool holdsTexts(const NodeValue& value) {
@@ -79,7 +79,7 @@ private:
 bool needsTable(const NodeValue& value) {
     if (value.shape.empty() || value.elements.empty())
         return false;
-    return value.shape.size() > 1 || displayWidth(printable(toText(value))) > widestCell;
+    return value.shape.size() > 1 || displayWidth(printable(toText(value))) > widestElement;
 }
 
 std::string arrayTable(const NodeValue& value, const Terminal& terminal) {

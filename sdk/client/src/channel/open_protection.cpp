@@ -29,20 +29,20 @@ OpcUa_Byte* writeString(OpcUa_Byte* target, UaByteView bytes) {
     return writeBytes(target, bytes.data, bytes.size);
 }
 
-std::size_t paddingSizeLength(std::size_t blockLength) {
+std::size_t paddingSizeLengthOf(std::size_t blockLength) {
     return blockLength > longestBlockWithOneByte ? 2 : 1;
 }
 
 /// Padding, with the count of its bytes in front and the count's upper half behind where the key is long.
 void appendPadding(std::vector<OpcUa_Byte>& plain, std::size_t padding, std::size_t blockLength) {
     plain.insert(plain.end(), padding + 1, static_cast<OpcUa_Byte>(padding));
-    if (paddingSizeLength(blockLength) == 2)
+    if (paddingSizeLengthOf(blockLength) == 2)
         plain.push_back(static_cast<OpcUa_Byte>(padding >> 8U));
 }
 
 /// Cuts padding and its count off. False when there is less than that.
 bool dropPadding(std::size_t& size, const OpcUa_Byte* plain, std::size_t blockLength) {
-    const std::size_t countLength = paddingSizeLength(blockLength);
+    const std::size_t countLength = paddingSizeLengthOf(blockLength);
     if (size < sequenceHeaderLength + countLength)
         return false;
     std::size_t padding = plain[size - 1];
@@ -102,7 +102,7 @@ std::vector<OpcUa_Byte> OpenProtection::seal(std::uint32_t channelId, std::uint3
 
     const std::size_t signatureLength = m_own.blockLength();
     const std::size_t unpadded =
-        chunk.size() - headerLength + paddingSizeLength(m_peer.blockLength()) + signatureLength;
+        chunk.size() - headerLength + paddingSizeLengthOf(m_peer.blockLength()) + signatureLength;
     const std::size_t padding = paddingFor(unpadded);
     appendPadding(chunk, padding, m_peer.blockLength());
     // What is signed holds the size that the chunk will have.

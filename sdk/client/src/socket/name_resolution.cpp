@@ -21,7 +21,7 @@
 namespace UaClientSdk {
 namespace {
 
-struct Answer {
+struct Resolution {
     UaStatus status;
     std::vector<std::string> addresses;
     std::string reason;
@@ -32,7 +32,7 @@ bool isAboutName(int error) {
     return error == EAI_NONAME || error == EAI_NODATA || error == EAI_ADDRFAMILY || error == EAI_IDN_ENCODE;
 }
 
-Answer failed(int error, int systemError) {
+Resolution failed(int error, int systemError) {
     const UaStatus status = isAboutName(error)    ? UA_STATUSCODE_BADNOTFOUND
                             : error == EAI_MEMORY ? UA_STATUSCODE_BADOUTOFMEMORY
                                                   : UA_STATUSCODE_BADCOMMUNICATIONERROR;
@@ -40,7 +40,7 @@ Answer failed(int error, int systemError) {
         status, {}, error == EAI_SYSTEM ? std::system_category().message(systemError) : gai_strerror(error)};
 }
 
-Answer lookUp(const std::string& host, int flags) {
+Resolution lookUp(const std::string& host, int flags) {
     addrinfo hints{};
     hints.ai_family = AF_UNSPEC;
     hints.ai_socktype = SOCK_STREAM;
@@ -50,7 +50,7 @@ Answer lookUp(const std::string& host, int flags) {
     if (error != 0)
         return failed(error, errno);
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> owner(found, &freeaddrinfo);
-    Answer answer;
+    Resolution answer;
     for (const addrinfo* entry = found; entry != nullptr; entry = entry->ai_next) {
         char text[NI_MAXHOST];
         if (getnameinfo(entry->ai_addr, entry->ai_addrlen, text, sizeof text, nullptr, 0, NI_NUMERICHOST) ==
@@ -65,8 +65,8 @@ Answer lookUp(const std::string& host, int flags) {
 /// when the caller's time is over. Who asks for the same name meanwhile waits for the same answer.
 class LookUps {
 public:
-    Answer ask(const std::string& host, const Deadline& deadline) {
-        std::shared_future<Answer> answer;
+    Resolution ask(const std::string& host, const Deadline& deadline) {
+        std::shared_future<Resolution> answer;
         const UaStatus status = join(host, answer);
         if (status.isBad())
             return {status, {}, "too many look-ups or threads at a time"};
@@ -76,7 +76,7 @@ public:
     }
 
 private:
-    UaStatus join(const std::string& host, std::shared_future<Answer>& answer) {
+    UaStatus join(const std::string& host, std::shared_future<Resolution>& answer) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         const auto running = m_running.find(host);
         if (running != m_running.end()) {
@@ -85,7 +85,7 @@ private:
         }
         if (m_running.size() >= mostLookUps)
             return UA_STATUSCODE_BADRESOURCEUNAVAILABLE;
-        std::promise<Answer> promise;
+        std::promise<Resolution> promise;
         answer = promise.get_future().share();
         UaStatus status;
         // It has to wait for the lock before it removes what it is noted as.
@@ -98,8 +98,8 @@ private:
         return status;
     }
 
-    void run(const std::string& host, std::promise<Answer>& promise) {
-        Answer answer;
+    void run(const std::string& host, std::promise<Resolution>& promise) {
+        Resolution answer;
         try {
             answer = lookUp(host, 0);
         } catch (const std::bad_alloc&) {
@@ -113,28 +113,19 @@ private:
     }
 
     std::mutex m_mutex;
-    std::map<std::string, std::shared_future<Answer>> m_running;
+    std::map<std::string, std::shared_future<Resolution>> m_running;
 };
 
-/// Is not destroyed when the process ends: threads may still look up then.
-union LookUpsForGood {
-    LookUpsForGood() : lookUps() {}
-    ~LookUpsForGood() {}
-    LookUpsForGood(const LookUpsForGood&) = delete;
-    LookUpsForGood& operator=(const LookUpsForGood&) = delete;
-
-    LookUps lookUps;
-};
-
+/// Never destroyed: threads may still look up when the process ends.
 LookUps& lookUps() {
-    static LookUpsForGood instance;
-    return instance.lookUps;
+    static LookUps* const instance = new LookUps;
+    return *instance;
 }
 
 } // namespace
 
 UaStatus resolveHost(const std::string& host, const Deadline& deadline, std::vector<std::string>& addresses) {
-    Answer answer = lookUp(host, AI_NUMERICHOST);
+    Resolution answer = lookUp(host, AI_NUMERICHOST);
     if (answer.status.isBad())
         answer = lookUps().ask(host, deadline);
     if (answer.status.isBad()) {
