@@ -136,8 +136,8 @@ public:
         /// disconnect or destroy its own, and ask for status and message. Of its own client it must not add,
         /// remove or clear items or delete or replace the subscription: that waits for itself for good. And
         /// as long as another thread does that it must not connect, read, write or browse: the two would
-        /// wait for each other. What it throws is traced and goes no further. Neither of
-        /// the two may end or cancel the thread that it is called on.
+        /// wait for each other. What it throws is traced and goes no further. Neither of the two
+        /// may end or cancel the thread that it is called on.
         virtual void OpcUaDataChange(_OpcUaDataChangeMsg message) = 0;
         /// Decides on a server certificate that the client does not find good (OPC UA Part 4, 6.1.3): most
         /// often one that nobody trusted yet, but also one that has expired, was revoked or belongs to

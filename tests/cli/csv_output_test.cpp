@@ -1,12 +1,12 @@
 #include <fstream>
 #include <ios>
-#include <iterator>
 #include <string>
 
 #include <gmock/gmock.h>
 
 #include "plant_fixture.h"
 #include "support/temporary_directory.h"
+#include "support/text_file.h"
 
 using namespace cli_test;
 using nlohmann::json;
@@ -81,8 +81,7 @@ TEST_F(CsvOutput, OfASnapshotHoldsItsValues) {
     const std::string path = file("");
     const CliResult stored = cli("snapshot", {"/TestRack/Scalar", "--csv", "--output", path});
     EXPECT_THAT(stored.output, HasSubstr("12 values in " + path));
-    std::ifstream stream(path);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), result.output);
+    EXPECT_EQ(test_support::contentOf(path), result.output);
 }
 
 TEST_F(CsvOutput, IsMadeHarmlessForATerminalAlone) {

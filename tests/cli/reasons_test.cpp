@@ -1,7 +1,6 @@
 // Why something failed, as the program says it.
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -11,6 +10,7 @@
 #include "own_program.h"
 #include "plant_fixture.h"
 #include "support/server_process.h"
+#include "support/text_file.h"
 
 using namespace cli_test;
 using test_support::PlantServer;
@@ -179,8 +179,7 @@ TEST_F(Plant, VerboseShowsWhatIsKept) {
     const CliResult result = program.run(call("read", {"ns=2;s=Nowhere", "-v", "--trace", "warnings"}));
     const std::string line = "ns=2;s=Nowhere is not read: BadNodeIdUnknown";
     EXPECT_THAT(result.error, AllOf(HasSubstr(line), Not(HasSubstr("LIFECYCLE"))));
-    std::ifstream log(program.directory() / "OpcUaClient.log");
-    EXPECT_THAT(std::string(std::istreambuf_iterator<char>(log), {}), HasSubstr(line));
+    EXPECT_THAT(test_support::contentOf(program.directory() / "OpcUaClient.log"), HasSubstr(line));
 }
 
 TEST(Verbose, TellsHowDiscoverAndCertWork) {

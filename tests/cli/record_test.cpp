@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <set>
@@ -20,6 +19,7 @@
 #include "plant_fixture.h"
 #include "support/child_process.h"
 #include "support/temporary_directory.h"
+#include "support/text_file.h"
 
 using namespace cli_test;
 using test_support::ChildProcess;
@@ -237,8 +237,7 @@ TEST_F(Record, ExportsAPart) {
     const std::string csv = (m_directory.path() / "part.csv").string();
     const CliResult toFile = exported({"--output", csv});
     EXPECT_EQ(toFile.output, "");
-    std::ifstream written(csv);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(written), {}), exported().output);
+    EXPECT_EQ(test_support::contentOf(csv), exported().output);
     EXPECT_EQ(exported({"--output", m_file}).exitCode, 2) << "the recording itself";
     EXPECT_EQ(exported({"--output", "/dev/full"}).exitCode, 4);
     EXPECT_EQ(exported({"--from", "yesterday"}).exitCode, 2);

@@ -93,7 +93,12 @@ protected:
         EXPECT_EQ(add(node), 12);
         server.on<UA_CreateMonitoredItemsRequest>([](const Call& call) { call.answer(); });
     }
-    void subscribeAnew(const char* node) {
+    int removeFirst() {
+        OpcUaNode node{};
+        setField(node.nodeId, "ns=1;s=Item0");
+        return client.OpcUaRemoveMonitNode(&node, nullptr, 0);
+    }
+    void subscribeAnew(const std::string& node) {
         EXPECT_EQ(client.OpcUaDeleteSubScription(), 0);
         ASSERT_EQ(client.OpcUaCreateSubScription(50), 0);
         ASSERT_EQ(add(node), 0);
@@ -768,28 +773,21 @@ TEST_F(Publishing, PacesAServerThatSendsChangesOfNoItem) {
 
 TEST_F(Publishing, AnItemThatWasDeletedWithoutAnAnswerCanBeRemoved) {
     monitor();
-    const auto remove = [this] {
-        OpcUaNode node{};
-        setField(node.nodeId, "ns=1;s=Item0");
-        return client.OpcUaRemoveMonitNode(&node, nullptr, 0);
-    };
     server.on<UA_DeleteMonitoredItemsRequest>([](const Call& call) {
         call.usualBody();
         call.answerBody(hex("07"));
     });
-    EXPECT_EQ(remove(), 13);
+    EXPECT_EQ(removeFirst(), 13);
     server.on<UA_DeleteMonitoredItemsRequest>([](const Call& call) { call.answer(); });
-    EXPECT_EQ(remove(), 0);
-    EXPECT_EQ(remove(), 15);
+    EXPECT_EQ(removeFirst(), 0);
+    EXPECT_EQ(removeFirst(), 15);
 }
 
 TEST_F(Publishing, AnItemThatTheServerHasLostStays) {
     monitor();
     ASSERT_TRUE(server.publisher().removeItem(server.publisher().items().at(0).itemId));
-    OpcUaNode node{};
-    setField(node.nodeId, "ns=1;s=Item0");
-    EXPECT_EQ(client.OpcUaRemoveMonitNode(&node, nullptr, 0), 13);
-    EXPECT_EQ(client.OpcUaRemoveMonitNode(&node, nullptr, 0), 13);
+    EXPECT_EQ(removeFirst(), 13);
+    EXPECT_EQ(removeFirst(), 13);
 }
 
 TEST_F(Publishing, TellsWhenTheServerEndsTheSubscription) {
@@ -940,7 +938,7 @@ TEST_F(Publishing, GoesOnWithANewSubscriptionWheneverTheOldRequestsAreLost) {
     for (int i = 2; i < 20; ++i) { // more of them than are counted as lost
         const std::string node = "ns=1;s=Item" + std::to_string(i);
         loseRequests();
-        subscribeAnew(node.c_str());
+        subscribeAnew(node);
         ASSERT_TRUE(waitForValue(42, node)) << i;
     }
     EXPECT_EQ(status(), connected);

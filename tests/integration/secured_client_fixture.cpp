@@ -2,9 +2,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <ios>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -51,11 +48,4 @@ void SecuredClientTest::startTrace(int level) {
 
 std::string SecuredClientTest::trace() const {
     return contentOf(directory() / "OpcUaClient.log").substr(m_traceStart);
-}
-
-std::string SecuredClientTest::contentOf(const fs::path& file) {
-    const std::ifstream stream(file, std::ios::binary);
-    std::ostringstream content;
-    content << stream.rdbuf();
-    return content.str();
 }

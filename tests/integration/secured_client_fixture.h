@@ -6,6 +6,9 @@
 #include <vector>
 
 #include "client_fixture.h"
+#include "support/text_file.h"
+
+using test_support::contentOf;
 
 /// Decides about server certificates as the case says, and counts how often it was asked.
 class Operator final : public COpcUaClientInterface::OpcUaCallBack {
@@ -70,7 +73,6 @@ protected:
     void startTrace(int level = 2);
     /// What came to the trace since startTrace().
     std::string trace() const;
-    static std::string contentOf(const std::filesystem::path& file);
 
 private:
     std::uintmax_t m_traceStart = 0;

@@ -128,6 +128,13 @@ protected:
         EXPECT_EQ(m_application->standardError(), "");
     }
 
+    void keepsItsConnection(const std::string& security, const std::string& cryptography) {
+        begin(security, "connected", cryptography);
+        channelsGoOn();
+        endsWell();
+        EXPECT_EQ(m_server.count<UA_CloseSessionRequest>(), 1);
+    }
+
     static constexpr std::chrono::seconds patience{60};
 
     scripted::Server m_server;
@@ -136,17 +143,11 @@ protected:
 };
 
 TEST_F(LateTeardown, KeepsTheConnection) {
-    begin("unsecured", "connected", "first-used-here");
-    channelsGoOn();
-    endsWell();
-    EXPECT_EQ(m_server.count<UA_CloseSessionRequest>(), 1);
+    keepsItsConnection("unsecured", "first-used-here");
 }
 
 TEST_F(LateTeardown, KeepsASecuredConnection) {
-    begin("secured", "connected", "first-used-here");
-    channelsGoOn();
-    endsWell();
-    EXPECT_EQ(m_server.count<UA_CloseSessionRequest>(), 1);
+    keepsItsConnection("secured", "first-used-here");
 }
 
 TEST_F(LateTeardown, LetsOtherThreadsConnect) {
@@ -157,10 +158,7 @@ TEST_F(LateTeardown, LetsOtherThreadsConnect) {
 
 // The application's cryptography is cleaned up before its teardown begins.
 TEST_F(LateTeardown, KeepsAConnectionThatNeedsNoCryptography) {
-    begin("unsecured", "connected", "used-before");
-    channelsGoOn();
-    endsWell();
-    EXPECT_EQ(m_server.count<UA_CloseSessionRequest>(), 1);
+    keepsItsConnection("unsecured", "used-before");
 }
 
 TEST_F(LateTeardown, GivesASecuredConnectionUpOnceThereIsNoCryptographyAnyMore) {

@@ -2,9 +2,6 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <ios>
-#include <sstream>
 #include <vector>
 
 #include "support/child_process.h"
@@ -100,13 +97,6 @@ void expectOwner(const UaPkiIdentity& subject) {
     EXPECT_EQ(subject.state.text(), "Northvale");
     EXPECT_EQ(subject.country.text(), "SZ");
     EXPECT_EQ(subject.domainComponent.text(), "HMI_Client");
-}
-
-std::string contentOf(const std::filesystem::path& file) {
-    const std::ifstream stream(file, std::ios::binary);
-    std::ostringstream content;
-    content << stream.rdbuf();
-    return content.str();
 }
 
 std::string keyBytes(const std::filesystem::path& keyFile) {

@@ -6,6 +6,7 @@
 
 #include "client_test.h"
 #include "support/temporary_directory.h"
+#include "support/text_file.h"
 #include "uabase/byte_string.h"
 #include "uapki/identity.h"
 
@@ -48,7 +49,8 @@ private:
 /// What every certificate of the client says of its owner, the common name aside.
 void expectOwner(const UaPkiIdentity& subject);
 
-std::string contentOf(const std::filesystem::path& file);
+using test_support::contentOf;
+
 /// The key of an unencrypted file, DER.
 std::string keyBytes(const std::filesystem::path& keyFile);
 int bitsOf(const std::filesystem::path& keyFile);

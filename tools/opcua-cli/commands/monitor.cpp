@@ -71,18 +71,9 @@ public:
 
     /// What has come until now is still shown, but nothing is asked of the server any more.
     void end() {
-        std::size_t unread = 0;
-        for (collect(); !m_pending.empty(); collect()) {
-            Change change = std::move(m_pending.front());
-            m_pending.pop_front();
-            if (isReadWhenChanged(change)) {
-                ++unread;
-                continue;
-            }
-            complete(change);
-            m_output.change(change);
-        }
-        tellDropped(unread);
+        // In this order, and each once: the server goes on sending.
+        const std::size_t unread = showUnlessRead(std::exchange(m_pending, {}));
+        tellDropped(unread + showUnlessRead(m_inbox.collect()));
         m_output.end();
     }
 
@@ -110,10 +101,18 @@ private:
             throw Failure(ExitCode::OutputClosed, {});
     }
 
-    /// What waits beyond these waits in the inbox, which has a bound.
-    void collect() {
-        if (m_pending.empty())
-            m_pending = m_inbox.collect();
+    /// Shows the changes but those that would have to be read; how many these are.
+    std::size_t showUnlessRead(std::deque<Change> changes) {
+        std::size_t unread = 0;
+        for (Change& change : changes) {
+            if (isReadWhenChanged(change)) {
+                ++unread;
+                continue;
+            }
+            complete(change);
+            m_output.change(change);
+        }
+        return unread;
     }
 
     void tellDropped(std::size_t others) {
@@ -125,7 +124,9 @@ private:
     /// well.
     void takeChanges() {
         const Clock::time_point end = Clock::now() + lookAtConnection;
-        collect();
+        // What waits beyond these waits in the inbox, which has a bound.
+        if (m_pending.empty())
+            m_pending = m_inbox.collect();
         for (; !m_pending.empty() && Clock::now() < end; m_pending.pop_front()) {
             throwIfInterrupted();
             Change& change = m_pending.front();

@@ -45,8 +45,8 @@ void throwUnlessUtf8(const TextFile& file) {
     }
 }
 
-bool write(const std::string& path, int flags, const std::string& text) {
-    const Descriptor file(openFile(path, O_WRONLY | flags));
+bool writeDevice(const std::string& path, const std::string& text) {
+    const Descriptor file(openFile(path, O_WRONLY));
     return file.isOpen() && writeAll(file.number(), text);
 }
 
@@ -94,7 +94,8 @@ void writeTextFile(const std::string& path, const std::string& text) {
     const std::string target = std::filesystem::weakly_canonical(path, unknown).string();
     const auto status = std::filesystem::status(path, unknown);
     const bool isDevice = std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
-    const bool written = isDevice ? write(path, 0, text) : replaceFile(target.empty() ? path : target, text);
+    const bool written =
+        isDevice ? writeDevice(path, text) : replaceFile(target.empty() ? path : target, text);
     if (!written)
         throw Failure(ExitCode::OutputFailed, {"cannot write " + path + ": " + std::strerror(errno), {}});
 }

@@ -285,17 +285,14 @@ void Recording::commitUnlessLocked() {
     if (std::chrono::steady_clock::now() < m_nextTry)
         return;
     sqlite3_busy_timeout(m_database.get(), static_cast<int>(shortWait.count()));
-    bool isLocked = false;
     try {
         commit();
     } catch (const Failure&) {
-        isLocked = sqlite3_errcode(m_database.get()) == SQLITE_BUSY;
-        if (!isLocked)
+        if (sqlite3_errcode(m_database.get()) != SQLITE_BUSY)
             throw;
+        m_nextTry = std::chrono::steady_clock::now() + longestWait;
     }
     sqlite3_busy_timeout(m_database.get(), static_cast<int>(lockWait.count()));
-    if (isLocked)
-        m_nextTry = std::chrono::steady_clock::now() + longestWait;
 }
 
 void Recording::rows(const RowFilter& filter, const std::function<void(const RecordedRow&)>& take) {

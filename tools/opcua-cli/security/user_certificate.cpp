@@ -74,7 +74,6 @@ PlacedUserCertificate::PlacedUserCertificate(const UserCertificate& files) {
     // The library locks the certificate's own directory while it makes one.
     makePrivateDirectories(places.userCertificate.parent_path());
     const fs::path locked = places.userCertificate.parent_path().parent_path();
-    makePrivateDirectories(locked);
     m_lock.emplace(open(locked.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     lockDirectory(*m_lock, locked);
     m_certificateLink = places.userCertificate;

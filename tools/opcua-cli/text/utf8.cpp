@@ -67,6 +67,10 @@ bool isDirectionOrLineMark(char32_t value) {
            (value >= 0x2066 && value <= 0x2069);
 }
 
+bool steersATerminal(char32_t value) {
+    return isControl(value) || isDirectionOrLineMark(value);
+}
+
 std::string visibleForm(char32_t value) {
     if (value == '\n')
         return "\\n";
@@ -78,6 +82,24 @@ std::string visibleForm(char32_t value) {
     std::snprintf(text.data(), text.size(), isControl(value) ? "\\x%02x" : "\\u{%x}",
                   static_cast<unsigned>(value));
     return text.data();
+}
+
+std::string jsonForm(char32_t value) {
+    std::array<char, 16> text{};
+    std::snprintf(text.data(), text.size(), "\\u%04x", static_cast<unsigned>(value));
+    return text.data();
+}
+
+/// The text with the form of each character in its place.
+template <typename Form>
+std::string rewritten(std::string_view text, Form form) {
+    std::string result;
+    while (!text.empty()) {
+        const Character character = firstCharacter(text);
+        result += form(character, text.substr(0, character.size));
+        text.remove_prefix(character.size);
+    }
+    return result;
 }
 
 std::size_t characterWidth(const Character& character) {
@@ -130,36 +152,19 @@ std::string_view withoutCutCharacter(std::string_view text) {
 }
 
 std::string printable(std::string_view text) {
-    std::string result;
-    while (!text.empty()) {
-        const Character character = firstCharacter(text);
+    return rewritten(text, [](const Character& character, std::string_view piece) {
         if (!character.valid)
-            result += replacementCharacter;
-        else if (isControl(character.value) || isDirectionOrLineMark(character.value))
-            result += visibleForm(character.value);
-        else
-            result += text.substr(0, character.size);
-        text.remove_prefix(character.size);
-    }
-    return result;
+            return std::string(replacementCharacter);
+        return steersATerminal(character.value) ? visibleForm(character.value) : std::string(piece);
+    });
 }
 
 std::string printableJson(std::string_view json) {
-    std::string result;
-    while (!json.empty()) {
-        const Character character = firstCharacter(json);
-        const bool isFrame = character.value < 0x20; // of a string such a character has its own form already
-        if (character.valid && !isFrame &&
-            (isControl(character.value) || isDirectionOrLineMark(character.value))) {
-            std::array<char, 16> text{};
-            std::snprintf(text.data(), text.size(), "\\u%04x", static_cast<unsigned>(character.value));
-            result += text.data();
-        } else {
-            result += json.substr(0, character.size);
-        }
-        json.remove_prefix(character.size);
-    }
-    return result;
+    return rewritten(json, [](const Character& character, std::string_view piece) {
+        // Below that it is JSON's own white space; within a string it has its form already.
+        const bool isWritten = character.valid && character.value >= 0x20 && steersATerminal(character.value);
+        return isWritten ? jsonForm(character.value) : std::string(piece);
+    });
 }
 
 std::size_t displayWidth(std::string_view text) {

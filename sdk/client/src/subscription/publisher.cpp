@@ -74,7 +74,7 @@ void Publisher::published(const SentPublish& sent, UaStatus status, UaByteView b
             gone = refused(sent.generation, status);
         } else {
             m_pace.served();
-            m_servedInARow = std::min(m_servedInARow + 1, worthALine);
+            m_refusals.wentWell();
             takeMessage(answer.subscriptionId, answer.notificationMessage, &PublishedSubscription::arrived);
         }
         tellFlow();
@@ -129,7 +129,7 @@ bool Publisher::refused(std::uint32_t generation, UaStatus status) {
     if (!m_pace.refused())
         return false;
     // Once for a server that refuses and serves by turns.
-    if (m_pace.refusals() == 1 && std::exchange(m_servedInARow, 0) >= worthALine) {
+    if (m_pace.refusals() == 1 && m_refusals.begins()) {
         UaTrace::write(UaTrace::Warnings, "subscription", "no answer to a publish request: %s",
                        status.name());
     }
@@ -162,11 +162,11 @@ void Publisher::takeMessage(std::uint32_t id, UA_NotificationMessage& message, T
 void Publisher::noteMissing(std::uint32_t id, PublishedSubscription& subscription) {
     const std::vector<std::uint32_t> missing = subscription.takeMissing();
     if (missing.empty()) {
-        m_inOrder = std::min(m_inOrder + 1, worthALine);
+        m_losses.wentWell();
         return;
     }
     // Once for a server that leaves out one after the other.
-    m_tellsLoss = std::exchange(m_inOrder, 0) >= worthALine;
+    m_tellsLoss = m_losses.begins();
     for (const std::uint32_t number : missing)
         if (!m_missing.note({id, number}))
             giveUp({id, number});

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -84,8 +85,17 @@ private:
     Clock::time_point judgeSilence(Clock::time_point now, Clock::time_point serverHeard);
     Clock::time_point giveUpLate(Clock::time_point now, Clock::time_point serverHeard);
 
-    /// So many messages in order, or requests served, make the next loss or refusal worth a line of trace.
-    static constexpr unsigned int worthALine = 64;
+    /// One line of trace for a spell of troubles, which is over when so much went well in a row.
+    class Spell {
+    public:
+        void wentWell() { m_wentWell = std::min(m_wentWell + 1, isOver); }
+        /// Notes a trouble; whether it is the first of a spell.
+        bool begins() { return std::exchange(m_wentWell, 0U) == isOver; }
+
+    private:
+        static constexpr unsigned int isOver = 64;
+        unsigned int m_wentWell = isOver;
+    };
 
     PublishListener& m_listener;
     const UaNodeId m_authenticationToken;
@@ -96,12 +106,12 @@ private:
     Acknowledgements m_acknowledgements;
     MissingMessages m_missing;
     PublishPace m_pace;
-    unsigned int m_waiting = 0;               ///< publish requests at the server
-    unsigned int m_doubtful = 0;              ///< more of them, which it may have dropped
-    std::uint32_t m_doubtfulUpTo = 0;         ///< the newest generation of those
-    unsigned int m_servedInARow = worthALine; ///< up to that
-    unsigned int m_inOrder = worthALine;      ///< messages since one was missing, likewise
-    bool m_tellsLoss = true;                  ///< of the latest that was missing
+    unsigned int m_waiting = 0;       ///< publish requests at the server
+    unsigned int m_doubtful = 0;      ///< more of them, which it may have dropped
+    std::uint32_t m_doubtfulUpTo = 0; ///< the newest generation of those
+    Spell m_refusals;
+    Spell m_losses;
+    bool m_tellsLoss = true; ///< of the latest messages that were missing
     bool m_flows = true;
     bool m_closed = false;
 };
