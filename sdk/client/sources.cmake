@@ -42,6 +42,7 @@ add_sdk_library(uaclientcpp FOLDER client
     session/user_token.cpp
     session/watchdog.cpp
     socket/endpoint_url.cpp
+    socket/look_ups.cpp
     socket/name_resolution.cpp
     socket/tcp_socket.cpp
     subscription/acknowledgements.cpp

@@ -1,3 +1,4 @@
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
@@ -8,11 +9,13 @@
 #include <netdb.h>
 #include <pthread.h>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "socket/look_ups.h"
 #include "socket/name_resolution.h"
 #include "support/next_definition.h"
 #include "support/own_resolver.h"
@@ -25,6 +28,9 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using UaClientSdk::Deadline;
+using UaClientSdk::LookUps;
+using UaClientSdk::mostLookUps;
+using UaClientSdk::Resolution;
 using UaClientSdk::resolveHost;
 
 namespace {
@@ -174,15 +180,57 @@ TEST_F(NameResolution, OfANameThatIsLookedUpAlreadyIsThatLookUp) {
 
 TEST_F(NameResolution, HasABoundForNamesThatAreNotAnswered) {
     const HeldResolver resolver;
-    for (std::size_t i = 0; i < UaClientSdk::mostLookUps; ++i) {
+    for (std::size_t i = 0; i < mostLookUps; ++i) {
         EXPECT_EQ(resolve("plant" + std::to_string(i), m_noTime), OpcUa_BadTimeout);
         EXPECT_EQ(resolve("plant" + std::to_string(i), m_noTime), OpcUa_BadTimeout);
     }
-    EXPECT_EQ(resolve("one more"), UA_STATUSCODE_BADRESOURCEUNAVAILABLE);
-    EXPECT_TRUE(resolver.waitForQuestions(UaClientSdk::mostLookUps));
-    EXPECT_EQ(resolver.asked().size(), UaClientSdk::mostLookUps);
+    EXPECT_EQ(resolve("one more", m_noTime), UA_STATUSCODE_BADRESOURCEUNAVAILABLE);
+    EXPECT_TRUE(resolver.waitForQuestions(mostLookUps));
+    EXPECT_EQ(resolver.asked().size(), mostLookUps);
+    auto patient = std::async(std::launch::async, [this] { return resolve("one more"); });
     resolver.release();
-    EXPECT_EQ(resolve("plant0"), OpcUa_Good);
+    EXPECT_EQ(patient.get(), OpcUa_Good);
+    EXPECT_THAT(m_addresses, ElementsAre("192.0.2.7"));
+}
+
+/// Has no patience, and is still there for a thread that ends late.
+LookUps& impatient(LookUps::LookUp lookUp) {
+    static std::vector<LookUps*> all;
+    return *all.emplace_back(new LookUps(std::move(lookUp), std::chrono::milliseconds(0)));
+}
+
+TEST(ALookUpThatNeverEnds, DoesNotShutItsNameOut) {
+    std::promise<void> release;
+    const auto begun = std::make_shared<std::promise<void>>();
+    LookUps& lookUps =
+        impatient([begun, end = release.get_future().share(),
+                   isFirst = std::make_shared<std::atomic<bool>>(true)](const std::string&) -> Resolution {
+            if (isFirst->exchange(false)) {
+                begun->set_value();
+                end.wait();
+            }
+            return {UaStatus(), {"192.0.2.8"}, ""};
+        });
+    EXPECT_EQ(lookUps.ask("plant", Deadline(0)).status.statusCode(), OpcUa_BadTimeout);
+    begun->get_future().wait();
+    EXPECT_THAT(lookUps.ask("plant", Deadline(10000)).addresses, ElementsAre("192.0.2.8"));
+    release.set_value();
+}
+
+TEST(ALookUpThatNeverEnds, HasABoundedNumberBesideIt) {
+    std::promise<void> release;
+    const auto questions = std::make_shared<std::atomic<std::size_t>>(0);
+    LookUps& lookUps =
+        impatient([questions, end = release.get_future().share()](const std::string&) -> Resolution {
+            ++*questions;
+            end.wait();
+            return {UaStatus(), {"192.0.2.8"}, ""};
+        });
+    for (std::size_t i = 0; i < 2 * mostLookUps; ++i)
+        EXPECT_EQ(lookUps.ask("plant", Deadline(0)).status.statusCode(), OpcUa_BadTimeout);
+    release.set_value();
+    EXPECT_THAT(lookUps.ask("plant", Deadline(10000)).addresses, ElementsAre("192.0.2.8"));
+    EXPECT_LE(*questions, mostLookUps + 1);
 }
 
 } // namespace
