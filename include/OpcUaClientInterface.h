@@ -348,6 +348,11 @@ public:
     /// - Null and other numbers: an empty value is sent. Most servers refuse it; some take it: the result
     ///   is 0, and the node's value is gone.
     ///
+    /// A request that had no answer in its 10 s, or whose connection was lost, fails with 8 although the
+    /// server may have carried it out, or will when a cut network is back: the system goes on delivering for
+    /// up to 2 minutes. Disconnecting, or connecting anew, ends that: what has not reached the server's
+    /// machine by then never does.
+    ///
     /// @return 0. 29: `node` or `buffer` is null. 3: not connected. 8: the service failed, or the server
     ///         refused.
     int OpcUaSetValue(OpcUaNode* node, const void* buffer, int& size);
@@ -525,9 +530,10 @@ public:
     /// Writes the values of many nodes, in requests of 20 (OPC UA Part 4, 5.11.4), each as OpcUaSetValue()
     /// does: the values alone, `size` cut to the type's width.
     ///
-    /// Look at every node's `result`: 0 written, 8 not written, 3 not connected. Beyond that all is as in
-    /// OpcUaGetMultiValue(), but that each request waits for the answer to the one before it: a server may
-    /// serve requests in any order, and of two values for one node the later one is to stay.
+    /// Look at every node's `result`: 0 written, 8 not written as far as is known, 3 not connected. Beyond
+    /// that all is as in OpcUaGetMultiValue(), but that each request waits for the answer to the one before
+    /// it: a server may serve requests in any order, and of two values for one node the later one is to stay.
+    /// That does not hold behind a request that had no answer in its time.
     ///
     /// Within one request of 20 a record whose `dataType` is Null or another number sends what the record
     /// before it sent; as the first of a request it sends an empty value.

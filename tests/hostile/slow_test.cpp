@@ -76,6 +76,20 @@ TEST_F(SlowServer, ThatTakesALongWriteInIsNotTakenForASilentOne) {
     expectUnharmed();
 }
 
+// The system would go on delivering after the end of the connection.
+TEST_F(SlowServer, DoesNotGetAFailedWriteBehindTheNextConnectionsOwn) {
+    ASSERT_EQ(connect(), 0);
+    server.readAtMost(0);
+    EXPECT_EQ(writeText(std::string(1 << 20, 'x')), writeFailed) << "all of it is on its way";
+    EXPECT_EQ(client.OpcUaDisConnect(), 0);
+    server.readFreely();
+    EXPECT_TRUE(server.waitForOpenConnections(0));
+    EXPECT_EQ(server.count<UA_WriteRequest>(), 0);
+    ASSERT_EQ(connect(), 0);
+    EXPECT_EQ(writeText("y"), 0);
+    EXPECT_EQ(server.count<UA_WriteRequest>(), 1);
+}
+
 /// A long write holds up what else is to be sent, and that is not the server's fault.
 class SlowServerWithTokens : public SlowServer {
 protected:

@@ -75,6 +75,12 @@ Clock::time_point PendingRequests::oldestUnanswered() const {
     return oldest;
 }
 
+bool PendingRequests::hasCallSince(Clock::time_point time) const {
+    return std::any_of(m_requests.begin(), m_requests.end(), [time](const PendingRequest& request) {
+        return request.call != nullptr && request.sentAt > time;
+    });
+}
+
 Call* PendingRequests::waitingCall() const {
     const auto found = std::find_if(m_requests.begin(), m_requests.end(), [](const PendingRequest& request) {
         return request.call != nullptr && request.call->waits;

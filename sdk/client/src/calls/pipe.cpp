@@ -75,11 +75,21 @@ void Pipe::giveUpOldestForData(unsigned int count) {
 }
 
 void Pipe::close(UaStatus reason) {
-    end(reason, true);
+    end(reason, Ending::InOrder);
+}
+
+void Pipe::abandon(UaStatus reason) {
+    end(reason, Ending::WithoutAWord);
 }
 
 void Pipe::fail(UaStatus reason) {
-    end(reason, false);
+    end(reason, Ending::Failed);
+}
+
+bool Pipe::mayDeliverLate() const {
+    const Clock::time_point heard = lastHeard();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return (m_lastGivenUp > heard || m_pending.hasCallSince(heard)) && m_channel->socket().unconfirmed() > 0;
 }
 
 UaStatus Pipe::endReason() const {
@@ -87,7 +97,7 @@ UaStatus Pipe::endReason() const {
     return m_endReason;
 }
 
-void Pipe::end(UaStatus reason, bool byThisSide) {
+void Pipe::end(UaStatus reason, Ending ending) {
     std::vector<PendingRequest> pending;
     bool tellServer = false;
     std::size_t waiting = 0;
@@ -98,7 +108,7 @@ void Pipe::end(UaStatus reason, bool byThisSide) {
             return;
         m_endReason = reason;
         m_ended = true;
-        tellServer = byThisSide && !m_sending;
+        tellServer = ending == Ending::InOrder && !m_sending;
         requestId = m_lastRequestId + 1;
         pending = m_pending.takeAll();
         for (const PendingRequest& one : pending) {
@@ -112,7 +122,7 @@ void Pipe::end(UaStatus reason, bool byThisSide) {
     }
     if (tellServer)
         m_channel->sendClose(requestId);
-    if (byThisSide)
+    if (ending == Ending::InOrder)
         m_channel->socket().shutDown();
     else
         m_channel->socket().abort();
@@ -120,7 +130,7 @@ void Pipe::end(UaStatus reason, bool byThisSide) {
         if (one.receiver != nullptr)
             tellEnd(*one.receiver, reason);
     ConnectionListener* const listener = m_listener;
-    if (!byThisSide && listener != nullptr)
+    if (ending == Ending::Failed && listener != nullptr)
         listener->connectionEnded(reason, waiting);
 }
 

@@ -104,8 +104,13 @@ public:
     /// Ends all calls with `reason`, and the connection with them. The server is told as far as the system
     /// takes it at once; the listener is not.
     void close(UaStatus reason);
+    /// The same without a word to the server: what the system has not delivered yet never is.
+    void abandon(UaStatus reason);
     /// The same for a connection that is found to be of no use: the listener is told.
     void fail(UaStatus reason);
+    /// Whether the system may still deliver a request whose caller was told that it failed, or will be when
+    /// the connection ends now: nothing was heard since, and not all that was sent has arrived.
+    bool mayDeliverLate() const;
 
 private:
     class ReadingTurn;
@@ -132,7 +137,9 @@ private:
 
     /// Waits for its answer no longer; false for one that has been answered.
     bool forget(std::uint32_t requestId);
-    void end(UaStatus reason, bool byThisSide);
+    enum class Ending { InOrder, WithoutAWord, Failed };
+    void end(UaStatus reason, Ending ending);
+    UaStatus giveUp(const Call& call);
     UaStatus endReason() const;
 
     const std::unique_ptr<SecureChannel> m_channel;
@@ -152,6 +159,7 @@ private:
     bool m_reading = false;
     std::uint32_t m_lastRequestId = 1; ///< the channel was opened with that
     PendingRequests m_pending;
+    Clock::time_point m_lastGivenUp; ///< of a call that was sent and had no answer in its time
     UaStatus m_endReason;
 };
 

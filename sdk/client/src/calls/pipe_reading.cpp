@@ -45,8 +45,7 @@ UaStatus Pipe::awaitAnswer(Call& call, ReadingTurn& turn, AnswerReceiver& receiv
                 continue;
             }
             lock.unlock();
-            forget(call.requestId);
-            return UA_STATUSCODE_BADTIMEOUT;
+            return giveUp(call);
         }
     }
     if (call.mayRead)
@@ -67,10 +66,8 @@ UaStatus Pipe::readFor(Call& call, AnswerReceiver& receiver) {
             return receiver.answered(message.status, message.body);
         }
         if (!status.isBad() && !m_ended) {
-            if (late) {
-                forget(call.requestId);
-                return UA_STATUSCODE_BADTIMEOUT;
-            }
+            if (late)
+                return giveUp(call);
             std::size_t count = 0;
             status = m_channel->awaitSome(call.deadline, count);
             heard(count);
@@ -86,6 +83,13 @@ UaStatus Pipe::readFor(Call& call, AnswerReceiver& receiver) {
         if (m_ended)
             return endReason();
     }
+}
+
+UaStatus Pipe::giveUp(const Call& call) {
+    forget(call.requestId);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_lastGivenUp = Clock::now();
+    return UA_STATUSCODE_BADTIMEOUT;
 }
 
 void Pipe::takeOwnAnswer(Call& call, const IncomingMessage& message) {

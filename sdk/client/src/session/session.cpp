@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <utility>
 
 #include "session/session_impl.h"
@@ -38,7 +39,11 @@ Watchdog::Times watchdogTimes(const SessionConnectInfo& info, double sessionTime
 } // namespace
 
 UaSession::Impl::~Impl() {
-    disconnect(ServiceSettings(), true);
+    try {
+        disconnect(ServiceSettings(), true);
+    } catch (const std::bad_alloc&) {
+        UaTrace::write(UaTrace::Errors, "session", "no memory to end the session in order");
+    }
     releaseConnection();
 }
 
@@ -110,17 +115,27 @@ UaStatus UaSession::Impl::disconnect(const ServiceSettings& settings, bool delet
             subscription->impl().abandon();
         delivery = m_delivery.get();
     }
-    if (silent)
-        closeSessionUnheard(*m_pipe, m_authenticationToken, deleteSubscriptions);
-    else
-        closeSession(settings, deleteSubscriptions);
-    m_pipe->close(UA_STATUSCODE_BADSERVERNOTCONNECTED);
+    endConnection(settings, deleteSubscriptions, silent);
     m_network->stop();
     if (delivery != nullptr)
         delivery->stop();
     m_state.stopReports();
     UaTrace::write(UaTrace::LifeCycle, "session", "disconnected");
     return UA_STATUSCODE_GOOD;
+}
+
+void UaSession::Impl::endConnection(const ServiceSettings& settings, bool deleteSubscriptions, bool silent) {
+    // The system would go on delivering for minutes, and a write that failed would then be carried out behind
+    // one that came after it over the next connection.
+    if (m_pipe->mayDeliverLate()) {
+        m_pipe->abandon(UA_STATUSCODE_BADSERVERNOTCONNECTED);
+        return;
+    }
+    if (silent)
+        closeSessionUnheard(*m_pipe, m_authenticationToken, deleteSubscriptions);
+    else
+        closeSession(settings, deleteSubscriptions);
+    m_pipe->close(UA_STATUSCODE_BADSERVERNOTCONNECTED);
 }
 
 void UaSession::Impl::closeSession(const ServiceSettings& settings, bool deleteSubscriptions) {
@@ -171,6 +186,7 @@ Clock::time_point UaSession::Impl::keepHouse() {
         m_pipe->readArrived();
         m_watchdog->forgetSilence();
         m_publisher->forgetSilence();
+        m_notJudgedBefore = Clock::now() + stoodStill; // a call may be reading it
     }
     m_nextHousekeeping = keepChannel();
     m_nextHousekeeping = std::min(m_nextHousekeeping, m_watchdog->keepHouse(*m_pipe));
@@ -184,7 +200,7 @@ Clock::time_point UaSession::Impl::keepChannel() {
     // First asked, then judged: who stood still may have missed both.
     if (Clock::now() >= m_pipe->channel().renewalDue())
         m_pipe->renew(Deadline(Pipe::postLimit));
-    if (Clock::now() >= m_pipe->channel().tokenExpiry()) {
+    if (Clock::now() >= std::max(m_pipe->channel().tokenExpiry(), m_notJudgedBefore)) {
         UaTrace::write(UaTrace::Errors, "channel", "the server has not renewed the channel's token in time");
         m_pipe->fail(UA_STATUSCODE_BADSECURECHANNELTOKENUNKNOWN);
         return Clock::time_point::max();

@@ -72,6 +72,7 @@ private:
                   UaSessionCallback* callback);
     UaStatus startThreads(UaSessionCallback* callback);
     UaStatus startDelivery();
+    void endConnection(const ServiceSettings& settings, bool deleteSubscriptions, bool silent);
     void closeSession(const ServiceSettings& settings, bool deleteSubscriptions);
     void releaseConnection();
 
@@ -99,6 +100,7 @@ private:
     std::unique_ptr<Pipe> m_pipe;
     std::unique_ptr<NetworkThread> m_network;
     Clock::time_point m_nextHousekeeping = Clock::time_point::max(); ///< the network thread's
+    Clock::time_point m_notJudgedBefore{};                           ///< likewise
 
     std::mutex m_subscriptionsMutex; ///< guards the next two
     std::vector<std::unique_ptr<UaSubscription>> m_subscriptions;

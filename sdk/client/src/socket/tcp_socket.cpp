@@ -171,8 +171,12 @@ void TcpSocket::abort() {
     if (m_socket.isOpen()) {
         sockaddr nobody{};
         nobody.sa_family = AF_UNSPEC;
-        if (::connect(descriptor(), &nobody, sizeof nobody) != 0)
-            shutDown(); // there are kernels that refuse while a thread waits to receive
+        if (::connect(descriptor(), &nobody, sizeof nobody) != 0) {
+            // There are kernels that refuse while a thread waits to receive.
+            const linger nothingIsDelivered{1, 0};
+            setsockopt(descriptor(), SOL_SOCKET, SO_LINGER, &nothingIsDelivered, sizeof nothingIsDelivered);
+            shutDown();
+        }
     }
 }
 
