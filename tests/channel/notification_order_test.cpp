@@ -26,6 +26,7 @@ protected:
         UA_NotificationMessage message;
         UA_NotificationMessage_init(&message);
         message.sequenceNumber = number;
+        message.publishTime = publishTime;
         message.notificationDataSize = 1;
         message.notificationData = UA_ExtensionObject_new();
         UA_ByteString body;
@@ -40,6 +41,7 @@ protected:
     void comeAgain(std::uint32_t number) { arrive(number, 1, &NotificationOrder::cameAgain); }
 
     NotificationOrder order;
+    UA_DateTime publishTime = 0;
     std::vector<std::uint32_t> delivered;
     const NotificationOrder::Deliver deliver = [this](UA_NotificationMessage& message) {
         if (message.notificationDataSize > 0)
@@ -199,6 +201,39 @@ TEST_F(NotificationOrderTest, AServerThatCountsAnewIsFollowed) {
         arrive(number);
     EXPECT_EQ(delivered.size(), 511U) << "the tenth in order shows it";
     EXPECT_EQ(delivered.back(), 20U);
+}
+
+TEST_F(NotificationOrderTest, AServerThatCountsAnewIsFollowedByTheTimeOfItsMessages) {
+    for (std::uint32_t number = 1; number <= 500; ++number, ++publishTime)
+        arrive(number);
+    publishTime -= 30; // another server's clock
+    for (std::uint32_t number = 1; number <= 60; ++number, ++publishTime)
+        arrive(number);
+    EXPECT_EQ(delivered.size(), 521U) << "the tenth that is newer shows it";
+    EXPECT_EQ(delivered.back(), 60U);
+}
+
+// A server that kept them back, and was asked for them again.
+TEST_F(NotificationOrderTest, ManyThatComeLateInOrderAreNoServerThatCountsAnew) {
+    const auto arriveAt = [this](std::uint32_t number) {
+        publishTime = 1000 + number;
+        arrive(number);
+    };
+    for (std::uint32_t number = 1; number <= 40; ++number)
+        arriveAt(number);
+    for (std::uint32_t number = 51; number <= 60; ++number)
+        arriveAt(number);
+    for (std::uint32_t number = 41; number <= 50; ++number) {
+        publishTime = 1000 + number;
+        comeAgain(number);
+    }
+    ASSERT_EQ(delivered.back(), 60U);
+    for (std::uint32_t number = 31; number <= 60; ++number)
+        arriveAt(number);
+    EXPECT_EQ(delivered.back(), 60U);
+    EXPECT_EQ(delivered.size(), 60U);
+    arriveAt(61);
+    EXPECT_EQ(delivered.back(), 61U);
 }
 
 TEST_F(NotificationOrderTest, WhatComesAgainHoweverLateOrOftenIsNotDelivered) {

@@ -583,6 +583,25 @@ TEST_F(Publishing, ASpellOfLossesAndRefusalsIsTracedOnce) {
     EXPECT_EQ(trace.linesWith("no answer to a publish request"), 1);
 }
 
+TEST_F(Publishing, TellsWhyItEndsAlsoSoonAfterARefusalThatPassed) {
+    client.OpcUaInit(OpcUaTraceLevel_Warnings);
+    const TraceFile trace;
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    answerPublish([](const Call& call) { return call.faultBody(UA_STATUSCODE_BADOUTOFMEMORY); });
+    server.publisher().publish(43);
+    ASSERT_TRUE(waitForValue(43));
+    const auto refuse = [](const Call& call) { return call.faultBody(UA_STATUSCODE_BADINTERNALERROR); };
+    server.on<UA_PublishRequest>([refuse](const Call& call) { call.answerBody(refuse(call)); });
+    while (server.publisher().waiting() > 0)
+        answerPublish(refuse);
+    ASSERT_TRUE(waitForStatus(subscriptionLost));
+    EXPECT_TRUE(waitUntil([&] {
+        return trace.linesWith("no answer to a publish request: BadOutOfMemory") == 1 &&
+               trace.linesWith("no answer to a publish request: BadInternalError") == 1;
+    }));
+}
+
 TEST_F(Publishing, WaitsForALostNotificationThroughASilence) {
     std::vector<Call> reads;
     std::optional<Call> again;
@@ -980,10 +999,14 @@ TEST_F(Publishing, AsksAnewWhereTheServerFellSilentOnTheSubscription) {
     server.edit<UA_CreateSubscriptionResponse>(
         [](UA_CreateSubscriptionResponse& response) { response.revisedMaxKeepAliveCount = 1; });
     monitor();
-    ASSERT_TRUE(waitForValue(42));
-    loseRequests();
-    EXPECT_TRUE(waitForStatus(subscriptionLost));
-    expectStillPublishing();
+    for (int i = 0; i < 3; ++i) {
+        server.publisher().publish(42 + i);
+        ASSERT_TRUE(waitForValue(42 + i));
+        ASSERT_TRUE(server.publisher().waitForWaiting(10));
+        loseRequests();
+        EXPECT_TRUE(waitForStatus(subscriptionLost)) << i;
+        expectStillPublishing();
+    }
 }
 
 TEST_F(Publishing, OneRefusalBehindManyMessagesCostsOneRequest) {

@@ -48,20 +48,29 @@ void NotificationOrder::goOn() {
     m_lossIsTold = m_lossIsTold && m_inOrder < longestGap;
 }
 
-/// What comes again comes alone; so many old numbers in order are a server's that counts anew.
-bool NotificationOrder::countsAnew(std::uint32_t number) {
+/// What comes again was published before what came last, and comes alone; so many old numbers in order that
+/// were not are a server's that counts anew.
+bool NotificationOrder::countsAnew(const UA_NotificationMessage& message) {
     constexpr unsigned int noRepetition = 10;
-    m_oldInARow = number == following(m_lastOld) ? m_oldInARow + 1 : 1;
-    m_lastOld = number;
+    const std::uint32_t number = message.sequenceNumber;
+    const bool isRepetition = message.publishTime != 0 && message.publishTime <= m_latest;
+    const bool isInOrder = number == following(std::exchange(m_lastOld, number));
+    m_oldInARow = isRepetition ? 0 : isInOrder ? m_oldInARow + 1 : 1;
     return m_oldInARow >= noRepetition;
 }
 
 void NotificationOrder::arrived(UA_NotificationMessage& message, const Deliver& deliver) {
     const std::uint32_t number = message.sequenceNumber;
-    if (isOld(number) && countsAnew(number))
+    if (isOld(number) && countsAnew(message)) {
+        if (isLossNew()) {
+            UaTrace::write(UaTrace::Errors, "subscription",
+                           "the server counts its messages anew: those before %u are lost", number);
+        }
         leapTo(number, deliver);
+    }
     expectUpTo(number, deliver);
     if (number == m_expected) {
+        m_latest = std::max(m_latest, message.publishTime);
         deliver(message);
         goOn();
         deliverHeld(deliver);
@@ -81,10 +90,14 @@ void NotificationOrder::hold(UA_NotificationMessage& message) {
     }
 }
 
+/// One line for a server that leaps with each message.
+bool NotificationOrder::isLossNew() {
+    return !std::exchange(m_lossIsTold, true);
+}
+
 /// What is missing is not waited for any longer.
 void NotificationOrder::goOnWithHeld(const Deliver& deliver) {
-    // Once for a server that leaps with each message.
-    if (!std::exchange(m_lossIsTold, true)) {
+    if (isLossNew()) {
         UaTrace::write(UaTrace::Errors, "subscription", "messages of the server from %u on are lost",
                        m_expected);
     }
@@ -141,6 +154,7 @@ void NotificationOrder::givenUp(std::uint32_t number, const Deliver& deliver) {
 void NotificationOrder::deliverHeld(const Deliver& deliver) {
     for (auto held = m_held.find(m_expected); held != m_held.end(); held = m_held.find(m_expected)) {
         m_heldBytes -= held->second.bytes;
+        m_latest = std::max(m_latest, held->second.message.publishTime);
         deliver(held->second.message);
         UA_NotificationMessage_clear(&held->second.message);
         m_held.erase(held);

@@ -37,8 +37,9 @@ public:
 private:
     static std::uint32_t following(std::uint32_t number) { return number == UINT32_MAX ? 1 : number + 1; }
     bool isOld(std::uint32_t number) const;
-    bool countsAnew(std::uint32_t number);
+    bool countsAnew(const UA_NotificationMessage& message);
     bool isMissing(std::uint32_t number) const;
+    bool isLossNew();
     void leapTo(std::uint32_t number, const Deliver& deliver);
     void expectUpTo(std::uint32_t number, const Deliver& deliver);
     struct Held {
@@ -52,6 +53,7 @@ private:
 
     std::uint32_t m_expected = 1;
     std::uint32_t m_inOrder = 0; ///< messages before the expected one, as far as they matter
+    UA_DateTime m_latest = 0;    ///< publish time among what was delivered
     std::uint32_t m_lastOld = 0;
     unsigned int m_oldInARow = 0;
     bool m_lossIsTold = false;       ///< and not much came in order since

@@ -128,8 +128,11 @@ bool Publisher::refused(std::uint32_t generation, UaStatus status) {
         return false;
     if (!m_pace.refused())
         return false;
-    // Once for a server that refuses and serves by turns.
-    if (m_pace.refusals() == 1 && m_refusals.begins()) {
+    // Once for a server that refuses and serves by turns, and when it serves no more.
+    if (m_pace.refusals() == 1)
+        m_refusalIsTold = false;
+    const bool isWorthALine = m_pace.refusals() == 1 ? m_refusals.begins() : m_pace.isRefusedForGood();
+    if (isWorthALine && !std::exchange(m_refusalIsTold, true)) {
         UaTrace::write(UaTrace::Warnings, "subscription", "no answer to a publish request: %s",
                        status.name());
     }

@@ -110,6 +110,7 @@ private:
     unsigned int m_doubtful = 0;      ///< more of them, which it may have dropped
     std::uint32_t m_doubtfulUpTo = 0; ///< the newest generation of those
     Spell m_refusals;
+    bool m_refusalIsTold = false; ///< in the present row of refusals
     Spell m_losses;
     bool m_tellsLoss = true; ///< of the latest messages that were missing
     bool m_flows = true;

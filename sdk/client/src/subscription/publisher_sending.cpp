@@ -77,7 +77,7 @@ Clock::time_point Publisher::judgeSilence(Clock::time_point now, Clock::time_poi
     for (auto& [id, subscription] : m_subscriptions) {
         const bool flowed = subscription.flows();
         next = std::min(next, subscription.judgeSilence(now, serverHeard));
-        if (flowed && !subscription.flows() && m_doubtful == 0)
+        if (flowed && !subscription.flows())
             doubtWaiting();
     }
     tellFlow();
