@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "hostile/hostile_fixture.h"
+#include "integration/trace_file.h"
 
 using namespace scripted;
 
@@ -349,6 +350,41 @@ TEST_F(ProbeWithoutAnswer, IsFollowedByAnother) {
     ASSERT_TRUE(waitForStatus(2));
     EXPECT_TRUE(waitForStatus(connected));
     expectUnharmed();
+}
+
+/// A server, or what stands before it, that keeps the connection and knows nothing of the session.
+class RefusedProbe : public HostileTest, public testing::WithParamInterface<UA_StatusCode> {};
+
+TEST_P(RefusedProbe, EndsTheConnectionThatIsOfNoUse) {
+    ASSERT_EQ(connect(), 0);
+    server.on<UA_ReadRequest>([](const Call& call) { call.fault(GetParam()); });
+    EXPECT_TRUE(waitForStatus(lost));
+    EXPECT_GE(server.count<UA_ReadRequest>(), 2);
+}
+
+TEST_P(RefusedProbe, OnceEndsNothing) {
+    ASSERT_EQ(connect(), 0);
+    server.onNext<UA_ReadRequest>([](const Call& call) { call.fault(GetParam()); });
+    ASSERT_TRUE(server.waitForCount<UA_ReadRequest>(3));
+    EXPECT_EQ(status(), connected);
+    expectUnharmed();
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, RefusedProbe,
+                         testing::Values(UA_STATUSCODE_BADSESSIONNOTACTIVATED,
+                                         UA_STATUSCODE_BADSECURECHANNELIDINVALID,
+                                         UA_STATUSCODE_BADSECURECHANNELCLOSED,
+                                         UA_STATUSCODE_BADSECURECHANNELTOKENUNKNOWN),
+                         [](const auto& one) { return std::string(UA_StatusCode_name(one.param)); });
+
+TEST_F(ProbeWithoutAnswer, ThatIsRefusedIsToldOnce) {
+    client.OpcUaInit(OpcUaTraceLevel_Warnings);
+    const TraceFile trace;
+    ASSERT_EQ(connect(), 0);
+    server.on<UA_ReadRequest>([](const Call& call) { call.fault(UA_STATUSCODE_BADUSERACCESSDENIED); });
+    ASSERT_TRUE(server.waitForCount<UA_ReadRequest>(3));
+    EXPECT_EQ(trace.linesWith("the server refuses to tell its state: BadUserAccessDenied"), 1);
+    EXPECT_EQ(status(), connected);
 }
 
 class AnnouncedShutdown : public HostileTest {

@@ -16,6 +16,14 @@ constexpr std::chrono::seconds readAnswerLimit(10);
 /// Until somebody has read what has arrived.
 constexpr std::chrono::milliseconds soon(20);
 
+/// Whether the server says that this connection serves no session, which the next moment may disprove.
+bool isOfNoUse(UaStatus status) {
+    return status.statusCode() == UA_STATUSCODE_BADSESSIONNOTACTIVATED ||
+           status.statusCode() == UA_STATUSCODE_BADSECURECHANNELIDINVALID ||
+           status.statusCode() == UA_STATUSCODE_BADSECURECHANNELCLOSED ||
+           status.statusCode() == UA_STATUSCODE_BADSECURECHANNELTOKENUNKNOWN;
+}
+
 } // namespace
 
 class Watchdog::ProbeAnswer : public AnswerReceiver {
@@ -70,12 +78,24 @@ void Watchdog::answered(UaByteView body) {
     UA_ReadResponse& response = answer;
     const UaStatus status =
         decodeResponse(body, Service<UA_ReadRequest>::responseType(), 1, &response, answer);
-    if (answer.isRefusal && isSessionGone(status))
-        m_listener.sessionGone(status);
+    if (answer.isRefusal)
+        refused(status);
+    else
+        m_refusals = 0;
     if (status.isBad() || !UA_Variant_hasScalarType(&answer.results[0].value, &UA_TYPES[UA_TYPES_INT32]))
         return;
     const auto serverState = *static_cast<const UA_Int32*>(answer.results[0].value.data);
     m_state.setServerShutdown(serverState == UA_SERVERSTATE_SHUTDOWN);
+}
+
+void Watchdog::refused(UaStatus status) {
+    const bool isFirst = m_refusals++ == 0;
+    if (isSessionGone(status) || (!isFirst && isOfNoUse(status))) {
+        m_listener.sessionGone(status);
+    } else if (isFirst) {
+        UaTrace::write(UaTrace::Warnings, "session", "the server refuses to tell its state: %s",
+                       status.name());
+    }
 }
 
 Clock::time_point Watchdog::judge(Pipe& pipe, Clock::time_point now) {

@@ -32,6 +32,7 @@ private:
     class ProbeAnswer;
     void probe(Pipe& pipe);
     void answered(UaByteView body);
+    void refused(UaStatus status);
     Clock::time_point judge(Pipe& pipe, Clock::time_point now);
 
     ConnectionState& m_state;
@@ -42,6 +43,7 @@ private:
     bool m_probeIsDue = false; ///< and could not be sent while somebody else was sending
     Clock::time_point m_notBefore{};
     std::atomic<bool> m_asked{false};
+    std::atomic<unsigned int> m_refusals{0}; ///< in a row
 };
 
 } // namespace UaClientSdk
