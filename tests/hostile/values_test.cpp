@@ -72,6 +72,27 @@ TEST_P(UndecodableValues, LeaveABrowsedTypeNull) {
     expectUnharmed();
 }
 
+/// The server cannot send the value: it says so of the whole answer, which holds nothing else.
+class UnsendableValue : public Values, public testing::WithParamInterface<UA_StatusCode> {};
+
+TEST_P(UnsendableValue, LeavesABrowsedTypeNull) {
+    ASSERT_EQ(connect(), 0);
+    server.on<UA_ReadRequest>([](const Call& call) { call.fault(GetParam()); });
+    EXPECT_EQ(browse(), 0);
+    const OpcUaNode* child = client.OpcUaReadRootNode()->child;
+    ASSERT_NE(child, nullptr);
+    EXPECT_EQ(child->dataType, OpcUaDataType_Null);
+    EXPECT_EQ(read(), readFailed);
+    server.behave();
+    expectUnharmed();
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, UnsendableValue,
+                         testing::Values(UA_STATUSCODE_BADRESPONSETOOLARGE,
+                                         UA_STATUSCODE_BADENCODINGLIMITSEXCEEDED,
+                                         UA_STATUSCODE_BADTCPMESSAGETOOLARGE),
+                         [](const auto& one) { return std::string(UA_StatusCode_name(one.param)); });
+
 TEST_P(UndecodableValues, InANotificationCostNoMore) {
     monitor();
     ASSERT_TRUE(waitForValue(42));

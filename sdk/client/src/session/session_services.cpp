@@ -40,9 +40,17 @@ UA_ReadRequest readRequest(OpcUa_Double maxAge, OpcUa_TimestampsToReturn timesta
     return request;
 }
 
+/// For one message.
+bool isTooLong(UaStatus status) {
+    return status.statusCode() == UA_STATUSCODE_BADRESPONSETOOLARGE ||
+           status.statusCode() == UA_STATUSCODE_BADENCODINGLIMITSEXCEEDED ||
+           status.statusCode() == UA_STATUSCODE_BADTCPMESSAGETOOLARGE;
+}
+
 UaStatus takeValues(UaStatus status, Answer<UA_ReadRequest>& answer, std::size_t count,
                     UaDataValues& values) {
-    if (answer.isUndecodable) {
+    const bool isUnsendable = count == 1 && answer.isRefusal && isTooLong(status);
+    if (answer.isUndecodable || isUnsendable) {
         // The server has served the request: it is the values that are of no use.
         makeUnreadable(status, static_cast<OpcUa_UInt32>(count), values);
         return UaStatus();
