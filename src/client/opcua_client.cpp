@@ -9,6 +9,19 @@
 #include "subscription/callback.h"
 #include "uabase/trace.h"
 
+namespace {
+
+template <typename Step>
+void asFarAsMemoryGoes(Step step) {
+    try {
+        step();
+    } catch (const std::bad_alloc&) {
+        UaTrace::write(UaTrace::Errors, "client", "no memory to take leave of the server");
+    }
+}
+
+} // namespace
+
 COpcUaClient::COpcUaClient() : m_callback(std::make_shared<CCallback>()) {}
 
 COpcUaClient::~COpcUaClient() {
@@ -17,18 +30,16 @@ COpcUaClient::~COpcUaClient() {
     constexpr OpcUa_Int32 hardly = 1;
     m_removalSettings.callTimeout = shortly;
     m_callback->deliveries.close();
-    try {
-        // A callback holds the lock of the items. Disconnecting deletes its subscription as well.
-        if (m_callback->items.subscription != nullptr && !m_callback->deliveries.isInside()) {
+    // A callback holds the lock of the items. Disconnecting deletes its subscription as well.
+    if (m_callback->items.subscription != nullptr && !m_callback->deliveries.isInside()) {
+        asFarAsMemoryGoes([this] {
             if (COpcUaClient::OpcUaClearMonitNode() != result::success)
                 m_removalSettings.callTimeout = hardly;
             COpcUaClient::OpcUaDeleteSubScription();
-        }
-        if (m_session.connected())
-            COpcUaClient::OpcUaDisConnect();
-    } catch (const std::bad_alloc&) {
-        UaTrace::write(UaTrace::Errors, "client", "no memory to take leave of the server");
+        });
     }
+    if (m_session.connected())
+        asFarAsMemoryGoes([this] { COpcUaClient::OpcUaDisConnect(); });
     // A session that could not be disconnected must not call a sink that is gone.
     SessionEnd(m_session, *m_callback).release();
 

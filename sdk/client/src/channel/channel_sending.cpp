@@ -107,7 +107,8 @@ UaStatus SecureChannel::sendChunk(const char* kind, std::uint32_t requestId, std
 }
 
 void SecureChannel::wipeSent() {
-    UaPkiWipe(m_sendBuffer.get(), m_sendChunkSize);
+    if (m_sendBuffer != nullptr)
+        UaPkiWipe(m_sendBuffer.get(), m_sendChunkSize);
 }
 
 void SecureChannel::sendClose(std::uint32_t requestId) {

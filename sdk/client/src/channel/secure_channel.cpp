@@ -41,6 +41,7 @@ SecureChannel::SecureChannel(ChannelSecurity security, std::uint32_t requestedLi
 
 SecureChannel::~SecureChannel() {
     UaPkiWipe(m_clientNonce.data(), m_clientNonce.size());
+    wipeSent(); // a call that threw has not
 }
 
 UaStatus SecureChannel::open(const UaString& url, const std::string& address, std::uint16_t port,

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <new>
 
 #include "session/security_material.h"
 #include "uabase/date_time.h"
@@ -80,7 +81,9 @@ void SessionSecurityInfo::User::set(Kind newKind, const UaString& newName, const
     name = newName;
     certificate = newCertificate;
     OpcUa_Key_Clear(&secret);
-    OpcUa_Key_Assign(&secret, OpcUa_KeyType_OtherPrivate, bytes, static_cast<std::size_t>(length));
+    if (OpcUa_Key_Assign(&secret, OpcUa_KeyType_OtherPrivate, bytes, static_cast<std::size_t>(length)) !=
+        OpcUa_Good)
+        throw std::bad_alloc();
 }
 
 SessionSecurityInfo::SessionSecurityInfo()
