@@ -1,5 +1,4 @@
 #include <cstddef>
-#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,7 +8,6 @@
 
 #include "formats/csv.h"
 #include "formats/text_file.h"
-#include "support/temporary_directory.h"
 
 using namespace opcua_cli;
 using testing::ElementsAre;
@@ -42,16 +40,6 @@ TEST(Csv, RowsEndWithEitherLineEndOrTheText) {
     EXPECT_THAT(fields("\r\n\n"), IsEmpty());
     for (const char* text : {"a,b\r\nc,d\r\n", "a,b\nc,d\n", "a,b\r\nc,d", "\na,b\n\r\nc,d\n\n"})
         EXPECT_THAT(fields(text), ElementsAre(ElementsAre("a", "b"), ElementsAre("c", "d"))) << text;
-}
-
-TEST(TextFile, KeepsThePermissionsOfTheOneThatItReplaces) {
-    const test_support::TemporaryDirectory directory;
-    const std::filesystem::path file = directory.path() / "snapshot.csv";
-    writeTextFile(file.string(), "old");
-    std::filesystem::permissions(file, std::filesystem::perms(0640));
-    writeTextFile(file.string(), "new");
-    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0640));
-    EXPECT_EQ(readTextFile(file.string()).text, "new");
 }
 
 TEST(Csv, FieldsMayBeEmpty) {

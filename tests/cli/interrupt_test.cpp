@@ -26,7 +26,36 @@ namespace {
     std::_Exit(0);
 }
 
+constexpr std::chrono::milliseconds longerThanAServerHas{2500};
+
+[[noreturn]] void writeLate() {
+    watchForInterrupt();
+    std::raise(SIGINT);
+    {
+        const Writing writing;
+        std::this_thread::sleep_for(longerThanAServerHas);
+    }
+    std::_Exit(0);
+}
+
+[[noreturn]] void interruptWhatIsWritten() {
+    watchForInterrupt();
+    const Writing writing;
+    std::raise(SIGINT);
+    std::raise(SIGINT);
+    std::this_thread::sleep_for(longerThanAServerHas);
+    std::_Exit(0);
+}
+
 } // namespace
+
+TEST(InterruptDeathTest, WhatIsBeingWrittenIsWrittenToItsEnd) {
+    EXPECT_EXIT(writeLate(), testing::ExitedWithCode(0), "");
+}
+
+TEST(InterruptDeathTest, ASecondSignalDoesNotWaitForWhatIsBeingWritten) {
+    EXPECT_EXIT(interruptWhatIsWritten(), testing::KilledBySignal(SIGINT), "");
+}
 
 TEST(InterruptDeathTest, TheTimeToEndBeginsWithEachLineAnew) {
     EXPECT_EXIT(interruptTwoLines(), testing::ExitedWithCode(0), "");

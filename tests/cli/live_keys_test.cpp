@@ -1,19 +1,26 @@
+#include <array>
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <thread>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "files/descriptor.h"
 #include "live_table_pieces.h"
 #include "monitor/array_reader.h"
 #include "monitor/live_table.h"
+#include "monitor/screen_thread.h"
 #include "monitor/table_view.h"
 #include "monitor/write_dialogue.h"
 #include "output/keys.h"
@@ -68,6 +75,25 @@ Row rowWith(Value value, milliseconds later = milliseconds(0)) {
     row.changed = true;
     return row;
 }
+
+/// Standard input holds these bytes and no more, as long as the object lives.
+class StandardInput {
+public:
+    explicit StandardInput(const std::string& bytes) : m_usual(dup(STDIN_FILENO)) {
+        std::array<int, 2> ends{};
+        if (pipe(ends.data()) != 0 || write(ends[1], bytes.data(), bytes.size()) < 0)
+            throw std::runtime_error("no pipe");
+        dup2(ends[0], STDIN_FILENO);
+        close(ends[0]);
+        close(ends[1]);
+    }
+    ~StandardInput() { dup2(m_usual.number(), STDIN_FILENO); }
+    StandardInput(const StandardInput&) = delete;
+    StandardInput& operator=(const StandardInput&) = delete;
+
+private:
+    const Descriptor m_usual;
+};
 
 /// A table with keys.
 class Keys : public testing::Test {
@@ -398,6 +424,25 @@ TEST(LiveArrays, AreReadOnceASecondAtMost) {
     EXPECT_THAT(linesOf(table.draw(terminal(), start))[3], HasSubstr("not readable"));
 }
 
+TEST(LiveArrays, AreReadAgainOnceAfterAnOutage) {
+    const Monitored monitored{"", Jobs(2, watched("Array", OpcUaDataType_Int32, {10}))};
+    LiveTable table(monitored);
+    table.change(changed(0, Value{}));
+    table.draw(terminal(), start);
+    LiveTable::Clock::time_point later = now;
+    EXPECT_EQ(table.arrayToRead(later), 0u);
+    for (const LinkEvent::Kind kind : {LinkEvent::Kind::Connected, LinkEvent::Kind::Answers}) {
+        table.arrayRead(0, std::nullopt);
+        table.event({LinkEvent::Kind::Silent, "waiting"});
+        EXPECT_EQ(table.arrayToRead(later += milliseconds(1000)), std::nullopt);
+        table.event({kind, "the server is back"});
+        EXPECT_EQ(table.arrayToRead(later), 0u);
+        EXPECT_EQ(table.arrayToRead(later += milliseconds(1000)), std::nullopt) << "1 has no value yet";
+    }
+    table.arrayRead(0, "[1]");
+    EXPECT_THAT(linesOf(table.draw(terminal(), start))[2], HasSubstr("[1]"));
+}
+
 TEST(LiveArrays, AreReadInTurnAndOnTheScreenOnly) {
     const Monitored monitored{"", Jobs(10, watched("Array", OpcUaDataType_Int32, {10}))};
     LiveTable table(monitored, true);
@@ -412,4 +457,49 @@ TEST(LiveArrays, AreReadInTurnAndOnTheScreenOnly) {
     EXPECT_EQ(table.arrayToRead(now + milliseconds(2000)), 1u) << "0 had its turn";
     EXPECT_EQ(table.arrayToRead(now + milliseconds(2000)), 0u);
     EXPECT_EQ(table.arrayToRead(now + milliseconds(2000)), std::nullopt) << "the others don't show";
+}
+
+TEST(LongTexts, AreKeptUpToABound) {
+    const Monitored monitored{
+        "", {watched("Text", OpcUaDataType_String), watched("Array", OpcUaDataType_Int32, {10})}};
+    std::string longText = "x"; // a bound on bytes lies within a character
+    for (int i = 0; i < 10000; ++i)
+        longText += "ü";
+    LiveTable table(monitored, true);
+    table.change(changed(0, longText));
+    table.change(changed(1, Value{}));
+    table.arrayRead(1, longText);
+    for (const int key : {int{KeyHome}, int{KeyEnd}}) {
+        table.draw(terminal(), start);
+        table.press(key);
+        table.press('w');
+        const auto text = linesOf(table.draw(terminal(20000, 24), start));
+        const std::string& present = text[text.size() - 2];
+        EXPECT_THAT(present, AllOf(HasSubstr("xüüü"), HasSubstr("üüü…"))) << "no half character";
+        EXPECT_LT(displayWidth(present), 2500u);
+        table.press(KeyEscape);
+    }
+}
+
+/// Whether the last key is Escape or begins a sequence is known only after the keyboard is gone.
+TEST(ScreenThread, GoesOnWhenTheKeyboardGoesBehindAnEscape) {
+    const StandardInput keyboard("\x1b");
+    testing::internal::CaptureStdout();
+    std::atomic<int> frames{0};
+    {
+        ScreenThread screen(
+            [&] {
+                ++frames;
+                return std::string("a line\n");
+            },
+            [](int) {});
+        // One before the key, one before the end of the keyboard, one before the sequence is given up.
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (frames < 5 && std::chrono::steady_clock::now() < deadline) {
+            ASSERT_NO_THROW(screen.throwIfFailed());
+            std::this_thread::yield();
+        }
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_GE(frames, 5);
 }

@@ -23,6 +23,7 @@ using namespace cli_test;
 using namespace opcua_cli;
 using std::chrono::milliseconds;
 using testing::AllOf;
+using testing::Each;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -150,6 +151,44 @@ TEST(LiveTable, SaysWhyThereIsNoValue) {
     EXPECT_THAT(text[4], AllOf(HasSubstr("changed"), HasSubstr("Double[8]")));
 }
 
+// A node may be refused anew after each outage.
+TEST(LiveTable, TellsAtItsEndOnceOfEachNodeThatIsStillRefused) {
+    Monitored monitored = nodes(3);
+    for (Job& job : monitored.nodes)
+        job.problem = Problem{"not monitored"};
+    LiveTable table(monitored);
+    for (int i = 0; i < 3; ++i) {
+        table.refused(0);
+        table.refused(1);
+    }
+    table.change(changed(1, 1.0));
+    testing::internal::CaptureStderr();
+    table.end();
+    const std::vector<std::string> reports = linesOf(testing::internal::GetCapturedStderr());
+    EXPECT_EQ(std::count_if(reports.begin(), reports.end(),
+                            [](const std::string& line) {
+                                return line.find("ns=2;s=Node0: not monitored") != line.npos;
+                            }),
+              1);
+    EXPECT_THAT(reports, Each(Not(HasSubstr("Node1"))));
+}
+
+TEST(LiveTable, ANodeThatIsAcceptedWhenConnectedAnewIsRefusedNoMore) {
+    Monitored monitored = nodes(2);
+    for (Job& job : monitored.nodes)
+        job.problem = Problem{"not monitored"};
+    LiveTable table(monitored);
+    table.refused(0);
+    table.refused(1);
+    table.event({LinkEvent::Kind::Lost, "lost"});
+    EXPECT_THAT(linesOf(table.draw(terminal(), start))[2], HasSubstr("cannot be monitored"));
+    table.event({LinkEvent::Kind::Connected, "connected again"});
+    table.refused(1);
+    const auto text = linesOf(table.draw(terminal(), start));
+    EXPECT_THAT(text[2], HasSubstr("no good value yet"));
+    EXPECT_THAT(text[3], HasSubstr("cannot be monitored"));
+}
+
 TEST(LiveTable, FitsTheTerminal) {
     Monitored monitored = nodes(50);
     monitored.nodes[0].given = std::string(200, 'n');
@@ -186,6 +225,14 @@ TEST(LiveTable, SaysHowTheConnectionIs) {
               0u);
     table.event({LinkEvent::Kind::Connected, "connected again after 3.2 s"});
     EXPECT_EQ(table.draw(terminal(80, 24), start).rfind("connected again after 3.2 s", 0), 0u);
+}
+
+TEST(WatchedNodes, ABeginningIsTheWholeOfWhatIsShort) {
+    const std::string longest(4096, 'x');
+    EXPECT_EQ(beginningOf(longest), longest);
+    EXPECT_EQ(beginningOf(longest + "y"), longest + "…");
+    EXPECT_EQ(beginningOf(Value(1.5)), Value(1.5));
+    EXPECT_EQ(beginningOf(Value(longest + "y")), Value(longest + "…"));
 }
 
 TEST(WatchedNodes, OfOneNameShowTheirIds) {

@@ -1,15 +1,22 @@
 #include <algorithm>
+#include <array>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <functional>
 #include <map>
 #include <optional>
+#include <poll.h>
 #include <regex>
 #include <set>
+#include <spawn.h>
 #include <stdexcept>
 #include <string>
+#include <sys/socket.h>
 #include <sys/wait.h>
+#include <system_error>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -114,6 +121,41 @@ protected:
     PseudoTerminal m_terminal{100};
 };
 
+/// The program, ended after a minute.
+pid_t startWithOutput(int output, const Arguments& arguments) {
+    std::vector<std::string> words{"timeout", "60", program()};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> pointers;
+    for (std::string& word : words)
+        pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+    posix_spawn_file_actions_t actions{};
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    pid_t started = -1;
+    const int error = posix_spawnp(&started, "timeout", &actions, nullptr, pointers.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (error != 0)
+        throw std::system_error(error, std::generic_category(), "cannot start the program");
+    return started;
+}
+
+std::string nextText(int descriptor) {
+    constexpr int limitMilliseconds = 60000;
+    pollfd watched{descriptor, POLLIN, 0};
+    std::array<char, 1024> text{};
+    const bool came = poll(&watched, 1, limitMilliseconds) == 1;
+    const ssize_t size = came ? read(descriptor, text.data(), text.size()) : 0;
+    return {text.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
+}
+
+int exitCodeOf(pid_t started) {
+    int status = 0;
+    while (waitpid(started, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
 const std::string enterScreen = "\x1b[?1049h";
 const std::string leaveScreen = "\x1b[?1049l";
 
@@ -214,6 +256,16 @@ TEST_F(Monitor, ArgumentsOfMethodsAreNoVariablesOfAFolder) {
     startJson({"/TestRack/Methods"});
     EXPECT_EQ(awaitEnd(), 1);
     EXPECT_THAT(m_program->standardError(), HasSubstr("no variable below"));
+}
+
+TEST_F(Monitor, SaysWhatAFolderHoldsAndIsNotFollowed) {
+    const CliResult result = cli("monitor", {"/TestRack/Names", "--duration", "1", "--csv"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.output, AllOf(HasSubstr("Names.Füllstand"), Not(HasSubstr("NodeId256"))));
+    EXPECT_THAT(result.error,
+                HasSubstr("/TestRack/Names: NodeId256: the id of this node is too long for this program "
+                          "(and 1 more like it)"));
+    EXPECT_EQ(cli("monitor", {"/TestRack/Names", "--duration", "1", "--index", "0"}).exitCode, 1);
 }
 
 TEST_F(Monitor, FollowsElements) {
@@ -408,6 +460,20 @@ TEST_F(Monitor, EndsWhenItsReaderLeaves) {
                                         call("monitor", {rack + "Scalar.Int32", "--interval", "100"}));
     EXPECT_THAT(result.output, HasSubstr("\t-123456789\tGood"));
     EXPECT_EQ(result.error, "exit 141\n");
+    EXPECT_EQ(sessions(), 1u);
+}
+
+TEST_F(Monitor, EndsWhenTheReaderOfItsSocketLeaves) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+    test_support::Descriptor reader(ends[0]);
+    test_support::Descriptor output(ends[1]);
+    // A value that never changes again.
+    const pid_t started = startWithOutput(output.get(), call("monitor", {rack + "Scalar.Int32"}));
+    output.reset();
+    EXPECT_THAT(nextText(reader.get()), HasSubstr("-123456789"));
+    reader.reset();
+    EXPECT_EQ(exitCodeOf(started), 141);
     EXPECT_EQ(sessions(), 1u);
 }
 

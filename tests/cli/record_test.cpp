@@ -34,11 +34,15 @@ using testing::StartsWith;
 namespace {
 
 constexpr std::chrono::seconds limit{60};
+/// To end after a signal.
+constexpr std::chrono::seconds longerThanAServerHas{3};
 
 const std::string counter = rack + "Moving.Counter";
 
 class Record : public Plant {
 protected:
+    using Database = std::unique_ptr<sqlite3, decltype(&sqlite3_close)>;
+
     void start(const Arguments& nodes) {
         Arguments rest{m_file};
         rest.insert(rest.end(), nodes.begin(), nodes.end());
@@ -63,9 +67,7 @@ protected:
     }
     /// What the query gives, a text a row, with a bar between two columns.
     std::vector<std::string> query(const std::string& sql) const {
-        sqlite3* opened = nullptr;
-        const int code = sqlite3_open_v2(m_file.c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr);
-        const std::unique_ptr<sqlite3, decltype(&sqlite3_close)> database(opened, sqlite3_close);
+        const Database database = open();
         std::vector<std::string> rows;
         const auto take = [](void* taken, int count, char** texts, char**) {
             std::string row;
@@ -74,9 +76,8 @@ protected:
             static_cast<std::vector<std::string>*>(taken)->push_back(row);
             return 0;
         };
-        if (code != SQLITE_OK || sqlite3_busy_timeout(opened, 10000) != SQLITE_OK ||
-            sqlite3_exec(opened, sql.c_str(), take, &rows, nullptr) != SQLITE_OK)
-            throw std::runtime_error(sqlite3_errmsg(opened));
+        if (sqlite3_exec(database.get(), sql.c_str(), take, &rows, nullptr) != SQLITE_OK)
+            throw std::runtime_error(sqlite3_errmsg(database.get()));
         return rows;
     }
     std::vector<std::string> events() const {
@@ -84,6 +85,19 @@ protected:
     }
     std::size_t count(const std::string& condition) const {
         return std::stoul(query("SELECT count(*) FROM record WHERE " + condition).front());
+    }
+    /// Of another program, until the database is closed.
+    Database lock() const {
+        Database database = open();
+        if (sqlite3_exec(database.get(), "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK)
+            throw std::runtime_error(sqlite3_errmsg(database.get()));
+        return database;
+    }
+    void awaitClosedSession() const {
+        const auto deadline = std::chrono::steady_clock::now() + limit;
+        while (sessions() > 1)
+            if (std::chrono::steady_clock::now() > deadline)
+                throw std::runtime_error("the session stays");
     }
     /// Waits until there are more such rows.
     void awaitMore(const std::string& condition) const {
@@ -103,6 +117,14 @@ protected:
     std::optional<ChildProcess> m_program;
 
 private:
+    Database open() const {
+        sqlite3* opened = nullptr;
+        const int code = sqlite3_open_v2(m_file.c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr);
+        Database database(opened, sqlite3_close);
+        if (code != SQLITE_OK || sqlite3_busy_timeout(opened, 10000) != SQLITE_OK)
+            throw std::runtime_error(sqlite3_errmsg(opened));
+        return database;
+    }
     bool hasTables() const { return query("SELECT 1 FROM sqlite_master WHERE name = 'record'").size() == 1; }
 };
 
@@ -175,6 +197,32 @@ TEST_F(Record, WhatWasCommittedSurvivesAKill) {
     EXPECT_EQ(query("SELECT DISTINCT node FROM record WHERE event = 'value'").size(), 1u);
 }
 
+TEST_F(Record, CtrlCKeepsTheRowsThatAnotherProgramHoldsUp) {
+    start({counter});
+    awaitMore("event = 'value'");
+    auto locked = lock();
+    m_program->signal(SIGINT);
+    awaitClosedSession();
+    EXPECT_FALSE(m_program->wait(longerThanAServerHas)) << m_program->standardError();
+    locked.reset();
+    const auto end = m_program->wait(limit);
+    ASSERT_TRUE(end);
+    EXPECT_EQ(end->exitCode, 130);
+    EXPECT_THAT(events(), ElementsAre("started", "ended"));
+    EXPECT_THAT(m_program->standardError(), Not(HasSubstr("not answered")));
+}
+
+TEST_F(Record, ShowsAnOutageThatTheConnectionSurvives) {
+    start({counter});
+    awaitMore("event = 'value'");
+    m_server.freeze();
+    awaitMore("event = 'outage'");
+    m_server.resume();
+    awaitMore("event = 'outageOver'");
+    EXPECT_EQ(endBy(SIGINT), 130);
+    EXPECT_THAT(events(), ElementsAre("started", "outage", "outageOver", "ended"));
+}
+
 TEST_F(Record, NotesWhatIsLeftOutAndRefused) {
     const CliResult result =
         recordFor("1", {"ns=2;s=Nowhere", counter, "/Plant/Nowhere", "--max-nodes", "50"});
@@ -242,4 +290,25 @@ TEST_F(Record, ExportsAPart) {
     EXPECT_EQ(exported({"--output", "/dev/full"}).exitCode, 4);
     EXPECT_EQ(exported({"--from", "yesterday"}).exitCode, 2);
     EXPECT_EQ(exported({"--to", "2024-13-01"}).exitCode, 2);
+}
+
+TEST_F(Record, AnExportThatFailsLeavesTheOldFile) {
+    ASSERT_EQ(recordFor("1", {rack + "Scalar.Int32"}).exitCode, 0);
+    const std::string csv = (m_directory.path() / "part.csv").string();
+    std::ofstream(csv) << "an earlier one";
+    query("ALTER TABLE changes RENAME COLUMN text TO words");
+    EXPECT_NE(exported({"--output", csv}).exitCode, 0);
+    EXPECT_EQ(test_support::contentOf(csv), "an earlier one");
+    query("ALTER TABLE changes RENAME COLUMN words TO text");
+    EXPECT_EQ(exported({"--output", csv}).exitCode, 0);
+    EXPECT_EQ(test_support::contentOf(csv), exported().output);
+    for (const auto& file : std::filesystem::directory_iterator(m_directory.path()))
+        EXPECT_NE(file.path().extension(), ".part");
+}
+
+TEST_F(Record, NotesWhatAFolderHoldsAndIsNotFollowed) {
+    const CliResult result = recordFor("1", {"/TestRack/Names"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.error, HasSubstr("/TestRack/Names: NodeId256: the id of this node is too long"));
+    EXPECT_EQ(count("event = 'leftOut' AND text LIKE '%NodeId256%'"), 1u);
 }

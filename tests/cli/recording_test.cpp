@@ -1,18 +1,22 @@
 #include <chrono>
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <future>
 #include <ios>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "failure.h"
+#include "interrupt.h"
 #include "record/recording.h"
 #include "support/temporary_directory.h"
 
@@ -44,6 +48,23 @@ protected:
     test_support::TemporaryDirectory m_directory;
     const std::string m_path = (m_directory.path() / "week.sqlite").string();
 };
+
+/// What hangs between the lock and the last commit may be the server.
+[[noreturn]] void endLateWithRowsThatALockHoldsUp(const std::string& path) {
+    constexpr std::chrono::milliseconds longerThanAServerHas{2500};
+    Recording recording = Recording::toWrite(path);
+    recording.node("opc.tcp://one", "i=1", "Speed");
+    Recording other = Recording::toWrite(path);
+    watchForInterrupt();
+    other.together([&] {
+        recording.add(std::chrono::system_clock::now(), "value", 1, "String", std::string("kept"), "kept");
+        recording.commitUnlessLocked();
+        std::raise(SIGINT);
+        std::this_thread::sleep_for(longerThanAServerHas);
+    });
+    recording.commit();
+    std::_Exit(0);
+}
 
 } // namespace
 
@@ -83,6 +104,11 @@ TEST_F(RecordingFile, RowsAreKeptWhileAnotherProgramLocksIt) {
     });
     recording.commit();
     EXPECT_EQ(texts(), added);
+}
+
+TEST_F(RecordingFile, ASignalLeavesTimeForTheRowsThatALockHoldsUp) {
+    EXPECT_EXIT(endLateWithRowsThatALockHoldsUp(m_path), testing::ExitedWithCode(0), "");
+    EXPECT_THAT(texts(), ElementsAre("kept"));
 }
 
 TEST_F(RecordingFile, LongTextsDoNotPileUp) {

@@ -80,6 +80,16 @@ TEST_F(UserCertificateFiles, LinksThatSomebodyElseMadeStay) {
     }
 }
 
+TEST_F(UserCertificateFiles, WhereThereIsNoPlaceForThemTheConnectFailsAndNotTheProgram) {
+    std::ofstream(m_directory.path() / "pkiuser") << "a file where a directory should be";
+    try {
+        const PlacedUserCertificate nowhere(filesOf("otto"));
+        FAIL();
+    } catch (const Failure& failure) {
+        EXPECT_THAT(failure.problem().explanation, HasSubstr("pkiuser"));
+    }
+}
+
 TEST_F(UserCertificateFiles, LinksOfARunThatWasKilledGo) {
     {
         const PlacedUserCertificate killed(filesOf("otto"));

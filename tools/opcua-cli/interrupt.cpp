@@ -22,11 +22,14 @@ namespace {
 
 /// A server that answers has closed the session by then, also behind a browse of a thousand nodes.
 constexpr std::chrono::seconds timeToEnd{2};
+/// Longer than a recording waits for another program that keeps its file locked.
+constexpr std::chrono::seconds timeToWrite{15};
 
 // What the handler touches: it may run on any thread of the library.
 std::atomic<int> received{0};
 std::atomic<int> wakeUp{-1};
 std::atomic<unsigned> forgotten{0}; ///< counts
+std::atomic<int> writings{0};       ///< under way
 std::atomic<const char*> lastWords{nullptr};
 std::atomic<void (*)()> lastAct{nullptr};
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<const char*>::is_always_lock_free &&
@@ -76,12 +79,31 @@ constexpr std::array<WatchedSignal, 3> watchedSignals{
      {SIGHUP, ExitCode::HungUp, "the terminal was closed"}}};
 
 [[noreturn]] void endNow(const WatchedSignal& watched) {
+    const char* const reason =
+        writings > 0 ? "not all could be written in time"
+                     : "the server has not answered in time, and keeps a session until that one's time-out";
     takeLeave();
     writeNow(STDERR_FILENO,
-             (std::string("opcua-cli: ") + watched.explanation +
-              "; the server has not answered in time, and keeps a session until that one's time-out\n")
-                 .c_str());
+             (std::string("opcua-cli: ") + watched.explanation + "; " + reason + "\n").c_str());
     _exit(static_cast<int>(watched.exitCode));
+}
+
+/// True when there was something to wait for and it is written.
+bool awaitWritings(std::chrono::steady_clock::time_point deadline) {
+    constexpr std::chrono::milliseconds pause{20};
+    if (writings == 0)
+        return false;
+    while (writings > 0 && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(pause);
+    return writings == 0;
+}
+
+/// What is left to do behind the writing, such as to close the session, has its own time.
+void giveTimeToEnd() {
+    const auto deadline = std::chrono::steady_clock::now() + timeToEnd + timeToWrite;
+    do
+        std::this_thread::sleep_for(timeToEnd);
+    while (awaitWritings(deadline));
 }
 
 /// Ends what does not end by itself. A shell forgets a signal that ended one of its commands; the next one
@@ -92,7 +114,7 @@ void endLate() {
         while (poll(&interrupt, 1, -1) < 1) {
         }
         const unsigned before = forgotten;
-        std::this_thread::sleep_for(timeToEnd);
+        giveTimeToEnd();
         const int number = received;
         if (forgotten != before)
             continue;
@@ -134,6 +156,14 @@ void forgetInterrupt() {
     std::uint64_t count = 0;
     [[maybe_unused]] const ssize_t taken = ::read(wakeUp, &count, sizeof count);
     received = 0;
+}
+
+Writing::Writing() {
+    ++writings;
+}
+
+Writing::~Writing() {
+    --writings;
 }
 
 void pauseFor(std::chrono::milliseconds time) {

@@ -8,8 +8,8 @@ namespace opcua_cli {
 
 /// From now on the first Ctrl-C (SIGINT), SIGTERM or hang-up asks the running command to end in good order,
 /// so that no session stays on the server. A command that has not ended after two seconds, because it waits
-/// for a server that does not answer, is ended with the program, which says so; a second signal ends it at
-/// once.
+/// for a server that does not answer, is ended with the program, which says so; what is being written then
+/// (Writing) has longer. A second signal ends it at once.
 void watchForInterrupt();
 
 /// Throws Failure (Interrupted, Terminated or HungUp) once such a signal came. Long jobs call it between two
@@ -27,6 +27,16 @@ void pauseFor(std::chrono::milliseconds time);
 
 /// A thread that no signal of the program interrupts.
 std::thread startThreadWithoutSignals(const std::function<void()>& work);
+
+/// As long as it lives, something is written that would be lost, and that a disk or another program may hold
+/// up: a command that was asked to end has fifteen seconds more for it.
+class Writing {
+public:
+    Writing();
+    ~Writing();
+    Writing(const Writing&) = delete;
+    Writing& operator=(const Writing&) = delete;
+};
 
 /// What is done before the program ends in the middle of a command, to leave a terminal as it was; null for
 /// nothing. It may run in a signal handler.

@@ -23,8 +23,6 @@
 namespace opcua_cli {
 namespace {
 
-constexpr int greatestDepth = 100;
-
 struct BrowseOptions : ConnectOptions {
     std::string node = "/0:Objects";
     int depth = 1;
@@ -204,7 +202,7 @@ void addBrowseCommand(Program& program, Action& chosen) {
     command.addPositional("NODE", &options.node,
                           "Where to start: node id or path (default: the Objects folder)");
     command.addOption("--depth", "N", &options.depth, "Levels to show below it, 1 to 100 (default: 1)",
-                      inRange(1, greatestDepth));
+                      inRange(1, greatestWalkDepth));
     command.addFlag("--values", &options.values, "Read the values of the variables, too");
     addMaxNodesOption(command, options.maxNodes, "Stop after so many nodes");
 }

@@ -1,19 +1,15 @@
-#include <cerrno>
 #include <cstddef>
-#include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <optional>
 #include <regex>
 #include <string>
 #include <system_error>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
 #include "commands/commands.h"
-#include "files/descriptor.h"
 #include "formats/csv.h"
+#include "formats/text_file.h"
 #include "interrupt.h"
 #include "output/streams.h"
 #include "record/recording.h"
@@ -30,12 +26,9 @@ struct ExportOptions : CommonOptions {
 /// Standard output or a file, written in pieces: a recording may be longer than memory.
 class Output {
 public:
-    explicit Output(const std::string& path)
-        : m_path(path),
-          m_file(path.empty() ? dup(STDOUT_FILENO)
-                              : open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
-        if (!m_file.isOpen())
-            fail();
+    explicit Output(const std::string& path) {
+        if (!path.empty())
+            m_file.emplace(path);
     }
 
     void put(const std::string& text) {
@@ -45,21 +38,22 @@ public:
             flush();
     }
 
-    void flush() {
-        const std::string text = std::exchange(m_pending, {});
-        if (m_path.empty())
-            writeOutput(forStandardOutput(text));
-        else if (!writeAll(m_file.number(), text))
-            fail();
+    void finish() {
+        flush();
+        if (m_file)
+            m_file->finish();
     }
 
 private:
-    [[noreturn]] void fail() const {
-        throw Failure(ExitCode::OutputFailed, {"cannot write " + m_path + ": " + std::strerror(errno), {}});
+    void flush() {
+        const std::string text = std::exchange(m_pending, {});
+        if (m_file)
+            m_file->write(text);
+        else
+            writeOutput(forStandardOutput(text));
     }
 
-    std::string m_path;
-    Descriptor m_file;
+    std::optional<NewTextFile> m_file;
     std::string m_pending;
 };
 
@@ -74,7 +68,7 @@ ExitCode runExport(const ExportOptions& options) {
         throwIfInterrupted();
         output.put(csvLine({row.time, row.event, row.url, row.node, row.name, row.type, row.text}));
     });
-    output.flush();
+    output.finish();
     return ExitCode::Success;
 }
 

@@ -31,6 +31,9 @@ struct FindOptions : ConnectOptions {
     std::size_t maxNodes = 100000; // of about 2 kB
 };
 
+/// Of all paths in a document together: those of deep nodes with long names are longer than all else.
+constexpr std::size_t mostPathBytes = 200'000'000;
+
 /// "12,345"
 std::string grouped(std::size_t number) {
     std::string text = std::to_string(number);
@@ -55,12 +58,12 @@ public:
 
     /// Looks at what is new in the walk; false when that is enough.
     bool take(const Walk& walk) {
-        for (; m_seen < walk.nodes.size() && m_count < m_options.limit; ++m_seen) {
+        for (; m_seen < walk.nodes.size() && !isEnough(); ++m_seen) {
             const WalkedNode& walked = walk.nodes[m_seen];
             if (m_seen != 0 && !walked.repeated && isWanted(walked.node))
                 add(walked.node, pathOf(walk, m_seen, m_startPath.value_or(".")));
         }
-        return m_count < m_options.limit;
+        return !isEnough();
     }
 
     void showProgress(const Walk& walk, std::size_t next) {
@@ -71,6 +74,7 @@ public:
     }
 
     std::size_t count() const { return m_count; }
+    bool isEnough() const { return m_count >= m_options.limit || m_pathBytes > mostPathBytes; }
     Json& nodes() { return m_nodes; }
 
 private:
@@ -81,6 +85,7 @@ private:
     void add(const NodeInfo& node, const std::string& path) {
         ++m_count;
         if (m_options.json) {
+            m_pathBytes += path.size();
             m_nodes.push_back(toJson(node));
             m_nodes.back()["path"] = m_startPath ? Json(path) : Json();
         } else if (m_options.csv) {
@@ -118,6 +123,7 @@ private:
     std::array<std::size_t, 3> m_widths{};
     std::size_t m_seen = 0; ///< of the walk
     std::size_t m_count = 0;
+    std::size_t m_pathBytes = 0; ///< of what is in the document
     Json m_nodes = Json::array();
 };
 
@@ -133,13 +139,19 @@ std::string jsonReport(const FindOptions& options, const Walk& walk, Finds& find
     return document(json);
 }
 
-ExitCode conclude(const FindOptions& options, const Walk& walk, std::size_t count) {
-    const bool enough = count >= options.limit;
-    const ExitCode code =
-        reportWalk(walk, enough ? "stopped after " + std::to_string(count) + " finds; there may be more"
-                                : "stopped after " + std::to_string(options.maxNodes) +
-                                      " nodes; --max-nodes sets another bound, --from "
-                                      "a node further down");
+/// What to say of a walk that is not complete.
+std::string whatEndedTheSearch(const FindOptions& options, const Walk& walk, std::size_t count, bool enough) {
+    if (enough)
+        return "stopped after " + std::to_string(count) + " finds; there may be more";
+    if (walk.nodes.size() > options.maxNodes)
+        return "stopped after " + std::to_string(options.maxNodes) +
+               " nodes; --max-nodes sets another bound, --from a node further down";
+    return "what lies more than " + std::to_string(greatestWalkDepth) +
+           " levels down is not searched; --from a node further down";
+}
+
+ExitCode conclude(const FindOptions& options, const Walk& walk, std::size_t count, bool enough) {
+    const ExitCode code = reportWalk(walk, whatEndedTheSearch(options, walk, count, enough));
     if (count != 0 || walk.end)
         return code;
     const bool hasWildcard = options.name.find_first_of("*?") != std::string::npos;
@@ -155,19 +167,20 @@ ExitCode runFind(const FindOptions& options) {
     BrowseTree tree(connection, start);
     const std::vector<OpcUaNode*> way = tree.wayTo(start);
     std::optional<Finds> finds(std::in_place, options, pathOf(start, way));
-    Walk found = walk(tree, way.back(), std::numeric_limits<int>::max(), options.maxNodes,
-                      [&](const Walk& sofar, std::size_t next) {
-                          const bool goOn = finds->take(sofar);
-                          finds->showProgress(sofar, next);
-                          return goOn;
-                      });
+    Walk found =
+        walk(tree, way.back(), greatestWalkDepth, options.maxNodes, [&](const Walk& sofar, std::size_t next) {
+            const bool goOn = finds->take(sofar);
+            finds->showProgress(sofar, next);
+            return goOn;
+        });
     // What came with the last browse, or before a failure.
-    found.complete = finds->take(found) && found.complete;
+    found.complete = finds->take(found) && found.complete && !endsAtDepth(found, greatestWalkDepth);
     const std::size_t count = finds->count();
+    const bool enough = finds->isEnough();
     if (options.json)
         writeOutput(jsonReport(options, found, *finds));
     finds.reset();
-    return conclude(options, found, count);
+    return conclude(options, found, count, enough);
 }
 
 constexpr const char* findExamples = R"(Examples:

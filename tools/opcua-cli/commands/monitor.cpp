@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstddef>
 #include <deque>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <poll.h>
@@ -72,8 +73,11 @@ public:
     /// What has come until now is still shown, but nothing is asked of the server any more.
     void end() {
         // In this order, and each once: the server goes on sending.
-        const std::size_t unread = showUnlessRead(std::exchange(m_pending, {}));
-        tellDropped(unread + showUnlessRead(m_inbox.collect()));
+        std::size_t unread = showUnlessRead(std::exchange(m_pending, {}));
+        unread += showUnlessRead(m_inbox.collect());
+        tellDropped();
+        if (unread > 0)
+            m_output.leftUnread(unread);
         m_output.end();
     }
 
@@ -97,7 +101,7 @@ private:
                                        {m_output.descriptor(), 0, 0}}};
         poll(watched.data(), watched.size(), isBusy ? 0 : std::max(static_cast<int>(limit.count()) + 1, 0));
         throwIfInterrupted();
-        if ((watched[2].revents & POLLERR) != 0)
+        if ((watched[2].revents & (POLLERR | POLLHUP)) != 0) // a pipe, a socket
             throw Failure(ExitCode::OutputClosed, {});
     }
 
@@ -115,8 +119,8 @@ private:
         return unread;
     }
 
-    void tellDropped(std::size_t others) {
-        if (const std::size_t count = m_inbox.collectDropped() + others)
+    void tellDropped() {
+        if (const std::size_t count = m_inbox.collectDropped())
             m_output.dropped(count);
     }
 
@@ -134,7 +138,7 @@ private:
             m_silent[change.node] = false;
             m_output.change(change);
         }
-        tellDropped(0);
+        tellDropped();
     }
 
     bool isReadWhenChanged(const Change& change) const {
@@ -256,6 +260,9 @@ ExitCode follow(const FollowOptions& options, const MakeOutput& makeOutput) {
     } catch (const Failure& failure) {
         if (!failure.isOutputOver())
             monitor.end();
+        throw;
+    } catch (const std::exception&) {
+        monitor.end();
         throw;
     }
     monitor.end();

@@ -19,12 +19,24 @@ struct RecordOptions : FollowOptions {
     std::string file;
 };
 
+/// What another program's lock has held up is written at last without a connection, whatever the end was.
+ExitCode followInto(Recording& recording, const RecordOptions& options, std::size_t& changes) {
+    try {
+        const ExitCode result = follow(options, [&](const Monitored& monitored) {
+            return std::make_unique<Recorder>(monitored, recording, changes);
+        });
+        recording.commit();
+        return result;
+    } catch (...) {
+        recording.commit();
+        throw;
+    }
+}
+
 ExitCode runRecord(const RecordOptions& options) {
     Recording recording = Recording::toWrite(options.file);
     std::size_t changes = 0;
-    const ExitCode result = follow(options, [&](const Monitored& monitored) {
-        return std::make_unique<Recorder>(monitored, recording, changes);
-    });
+    const ExitCode result = followInto(recording, options, changes);
     writeOutput(options.json ? document({{"url", options.url}, {"file", options.file}, {"changes", changes}})
                              : std::to_string(changes) + " changes recorded in " + options.file + "\n");
     return result;

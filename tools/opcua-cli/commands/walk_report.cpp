@@ -1,5 +1,6 @@
 #include "commands/walk_report.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <set>
@@ -28,6 +29,11 @@ std::string pathOf(const Walk& walk, std::size_t index, const std::string& start
     for (auto step = steps.rbegin(); step != steps.rend(); ++step)
         path += pathStepText(walk.nodes[*step].node.browseName);
     return path;
+}
+
+bool endsAtDepth(const Walk& walk, int depth) {
+    return std::any_of(walk.nodes.begin(), walk.nodes.end(),
+                       [&](const WalkedNode& walked) { return walked.depth >= depth && !walked.repeated; });
 }
 
 ExitCode reportWalk(const Walk& walk, const std::string& boundNote) {

@@ -15,6 +15,12 @@ std::optional<std::string> pathOf(const NodeReference& reference, const std::vec
 /// The path of a node of the walk, behind that of the start.
 std::string pathOf(const Walk& walk, std::size_t index, const std::string& startPath);
 
+/// So many levels at most are walked through: a server may have a node in each, and a path names them all.
+constexpr int greatestWalkDepth = 100;
+
+/// True when a walk of that depth may have ended above something.
+bool endsAtDepth(const Walk& walk, int depth);
+
 /// Tells people what a walk left open, with what to do about a bound, and gives the exit code that says so.
 ExitCode reportWalk(const Walk& walk, const std::string& boundNote);
 

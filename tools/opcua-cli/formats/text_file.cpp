@@ -13,7 +13,7 @@
 #include <system_error>
 #include <unistd.h>
 
-#include "files/descriptor.h"
+#include "interrupt.h"
 #include "output/streams.h"
 #include "text/utf8.h"
 
@@ -22,9 +22,11 @@ namespace {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
-int openFile(const std::string& path, int flags) {
-    constexpr mode_t whatTheUmaskLeaves = 0666;
-    return open(path.c_str(), flags | O_CLOEXEC, whatTheUmaskLeaves);
+constexpr mode_t whatTheUmaskLeaves = 0666;
+constexpr mode_t forTheOwnerAlone = 0600;
+
+int openFile(const std::string& path, int flags, mode_t mode = whatTheUmaskLeaves) {
+    return open(path.c_str(), flags | O_CLOEXEC, mode);
 }
 
 std::string contents(const std::string& path) {
@@ -45,32 +47,48 @@ void throwUnlessUtf8(const TextFile& file) {
     }
 }
 
-bool writeDevice(const std::string& path, const std::string& text) {
-    const Descriptor file(openFile(path, O_WRONLY));
-    return file.isOpen() && writeAll(file.number(), text);
+/// A link keeps pointing to the file, and a device is not replaced.
+std::string replacedBy(const std::string& path) {
+    std::error_code unknown;
+    const auto status = std::filesystem::status(path, unknown);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        return "";
+    const std::string target = std::filesystem::weakly_canonical(path, unknown).string();
+    return target.empty() ? path : target;
 }
 
-/// On the disk, with the permissions of the one that it replaces, if there is one.
-bool writeReplacement(const std::string& part, const std::string& path, const std::string& text) {
-    const Descriptor file(openFile(part, O_WRONLY | O_CREAT | O_EXCL));
-    if (!file.isOpen())
+/// The group alone where the owner may not be given; both stay as they are where that is refused, too.
+void takeOwner(int file, const struct stat& old) {
+    if (fchown(file, old.st_uid, old.st_gid) != 0) [[maybe_unused]]
+        const int refused = fchown(file, static_cast<uid_t>(-1), old.st_gid);
+}
+
+/// Who may do what with the old file may with this one, whose owner alone may do anything so far. False when
+/// it would let anybody do more.
+bool takePermissions(int file, const struct stat& old) {
+    constexpr mode_t withoutSetId = 0777;
+    const mode_t wanted = old.st_mode & withoutSetId;
+    takeOwner(file, old);
+    struct stat now{};
+    if (fstat(file, &now) != 0)
         return false;
+    const mode_t given = now.st_mode & withoutSetId;
+    return given == wanted || fchmod(file, wanted) == 0 || (given & ~wanted) == 0;
+}
+
+/// Beside the file that is to be written; nobody else may look into it before it is known who may.
+int openPart(const std::string& part, const std::string& target) {
     struct stat old{};
-    if (stat(path.c_str(), &old) == 0 && fchmod(file.number(), old.st_mode & 07777U) != 0)
-        return false;
-    return writeAll(file.number(), text) && fsync(file.number()) == 0;
-}
-
-/// The old file stays whole until the new one is.
-bool replaceFile(const std::string& path, const std::string& text) {
-    const std::string part = path + "." + std::to_string(getpid()) + ".part";
-    if (writeReplacement(part, path, text) && std::rename(part.c_str(), path.c_str()) == 0)
-        return true;
+    const bool replaces = stat(target.c_str(), &old) == 0;
+    const int file =
+        openFile(part, O_WRONLY | O_CREAT | O_EXCL, replaces ? forTheOwnerAlone : whatTheUmaskLeaves);
+    if (file < 0 || !replaces || takePermissions(file, old))
+        return file;
     const int reason = errno;
-    if (reason != EEXIST)
-        unlink(part.c_str());
+    close(file);
+    unlink(part.c_str());
     errno = reason;
-    return false;
+    return -1;
 }
 
 } // namespace
@@ -88,16 +106,40 @@ std::string placeIn(const TextFile& file, std::size_t line) {
     return file.name + ", line " + std::to_string(line);
 }
 
+NewTextFile::NewTextFile(const std::string& path)
+    : m_path(path), m_target(replacedBy(path)),
+      m_part(m_target.empty() ? "" : m_target + "." + std::to_string(getpid()) + ".part"),
+      m_file(m_target.empty() ? openFile(path, O_WRONLY) : openPart(m_part, m_target)) {
+    if (!m_file.isOpen())
+        fail();
+}
+
+NewTextFile::~NewTextFile() {
+    if (!m_isFinished && !m_part.empty())
+        unlink(m_part.c_str());
+}
+
+void NewTextFile::write(const std::string& text) {
+    if (!writeAll(m_file.number(), text))
+        fail();
+}
+
+void NewTextFile::finish() {
+    const Writing writing;
+    if (!m_part.empty() &&
+        (fsync(m_file.number()) != 0 || std::rename(m_part.c_str(), m_target.c_str()) != 0))
+        fail();
+    m_isFinished = true;
+}
+
+void NewTextFile::fail() const {
+    throw Failure(ExitCode::OutputFailed, {"cannot write " + m_path + ": " + std::strerror(errno), {}});
+}
+
 void writeTextFile(const std::string& path, const std::string& text) {
-    std::error_code unknown;
-    // A link keeps pointing to the file, and a device is not replaced.
-    const std::string target = std::filesystem::weakly_canonical(path, unknown).string();
-    const auto status = std::filesystem::status(path, unknown);
-    const bool isDevice = std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
-    const bool written =
-        isDevice ? writeDevice(path, text) : replaceFile(target.empty() ? path : target, text);
-    if (!written)
-        throw Failure(ExitCode::OutputFailed, {"cannot write " + path + ": " + std::strerror(errno), {}});
+    NewTextFile file(path);
+    file.write(text);
+    file.finish();
 }
 
 Failure failureAt(const std::string& place, const std::string& explanation, const std::string& advice) {

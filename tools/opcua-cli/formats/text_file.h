@@ -5,6 +5,7 @@
 #include <string>
 
 #include "failure.h"
+#include "files/descriptor.h"
 
 namespace opcua_cli {
 
@@ -53,6 +54,29 @@ auto inFile(const TextFile& file, const Work& work) {
         throw failureAt(placeIn(file, error.line), error.what());
     }
 }
+
+/// A file that is written anew, in pieces. An old one stays whole until the new one is, which then belongs to
+/// the same people, as far as the system lets this program say so. Throws Failure (OutputFailed).
+class NewTextFile {
+public:
+    explicit NewTextFile(const std::string& path);
+    /// Without finish() nothing is left of it.
+    ~NewTextFile();
+    NewTextFile(const NewTextFile&) = delete;
+    NewTextFile& operator=(const NewTextFile&) = delete;
+
+    void write(const std::string& text);
+    void finish();
+
+private:
+    [[noreturn]] void fail() const;
+
+    std::string m_path;   ///< as the user named it
+    std::string m_target; ///< empty for a device, which is written to as it is
+    std::string m_part;   ///< takes the target's place in the end
+    Descriptor m_file;
+    bool m_isFinished = false;
+};
 
 /// Writes the file anew, or throws Failure (OutputFailed) and leaves an old one as it was.
 void writeTextFile(const std::string& path, const std::string& text);

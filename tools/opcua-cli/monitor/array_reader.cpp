@@ -66,7 +66,7 @@ bool ArrayReader::readOn() {
     if (m_value.elements.size() < count)
         element = m_link.readElement(*m_watched, indexAt(m_value.elements.size(), m_value.shape));
     if (element)
-        m_value.elements.push_back(*element);
+        m_value.elements.push_back(beginningOf(*element));
     if (element && m_value.elements.size() < count &&
         displayWidth(printable(elementsText(m_value))) <= widestText)
         return false;

@@ -52,6 +52,9 @@ public:
     void dropped(std::size_t count) override {
         reportNote(std::to_string(count) + " changes were dropped: they come faster than the output is read");
     }
+    void leftUnread(std::size_t count) override {
+        reportNote(std::to_string(count) + " changes were not read any more before the end");
+    }
     void event(const LinkEvent& event) override {
         flush();
         reportNote(event.text);
@@ -67,24 +70,6 @@ private:
     const Monitored& m_monitored;
     std::string m_lines;
 };
-
-const char* eventName(LinkEvent::Kind kind) {
-    switch (kind) {
-    case LinkEvent::Kind::Lost:
-        return "lost";
-    case LinkEvent::Kind::NoAnswer:
-        return "noAnswer";
-    case LinkEvent::Kind::Connected:
-        return "connected";
-    case LinkEvent::Kind::ShuttingDown:
-        return "shuttingDown";
-    case LinkEvent::Kind::Silent:
-        return "outage";
-    case LinkEvent::Kind::Answers:
-        return "outageOver";
-    }
-    return "";
-}
 
 /// Everything is a document; what people should know goes to standard error, too.
 class JsonLines final : public TextLines {
@@ -121,8 +106,12 @@ public:
         put("dropped", {{"count", count}});
         TextLines::dropped(count);
     }
+    void leftUnread(std::size_t count) override {
+        put("leftUnread", {{"count", count}});
+        TextLines::leftUnread(count);
+    }
     void event(const LinkEvent& event) override {
-        put(eventName(event.kind), {{"message", event.text}, {"seconds", event.seconds}});
+        put(event.name(), {{"message", event.text}, {"seconds", event.seconds}});
         TextLines::event(event);
     }
 

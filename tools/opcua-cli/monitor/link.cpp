@@ -30,6 +30,24 @@ std::string durationText(std::chrono::duration<double> duration) {
 
 } // namespace
 
+const char* LinkEvent::name() const {
+    switch (kind) {
+    case Kind::Lost:
+        return "lost";
+    case Kind::NoAnswer:
+        return "noAnswer";
+    case Kind::Connected:
+        return "connected";
+    case Kind::ShuttingDown:
+        return "shuttingDown";
+    case Kind::Silent:
+        return "outage";
+    case Kind::Answers:
+        return "outageOver";
+    }
+    return "";
+}
+
 Link::Link(const ConnectOptions& options, int intervalMilliseconds,
            Connection::DataChangeHandler onDataChange)
     : m_connection(options, std::move(onDataChange)), m_interval(intervalMilliseconds) {}
@@ -110,7 +128,7 @@ std::optional<LinkEvent> Link::checkStatus() {
     }
 }
 
-/// Session and subscription outlive an outage: what changes meanwhile is delivered afterwards.
+/// Session and subscription outlive an outage: the latest of what changes meanwhile is delivered afterwards.
 std::optional<LinkEvent> Link::noteSilence(bool isSilent) {
     if (std::exchange(m_isSilent, isSilent) == isSilent)
         return std::nullopt;

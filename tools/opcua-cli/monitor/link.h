@@ -17,9 +17,12 @@ struct LinkEvent {
         NoAnswer, ///< of a server that is tried again
         Connected,
         ShuttingDown,
-        Silent, ///< an outage: everything is kept
-        Answers ///< again, and nothing was lost
+        Silent, ///< an outage: connection, session and items are kept
+        Answers ///< again; of what changed meanwhile the latest values come
     };
+
+    /// In documents and recordings.
+    const char* name() const;
 
     Kind kind;
     std::string text;

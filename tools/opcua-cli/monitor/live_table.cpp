@@ -26,8 +26,9 @@ LiveTable::LiveTable(const Monitored& monitored, bool withKeys)
 void LiveTable::change(const Change& change) {
     const Lock lock(m_mutex);
     Row& row = m_rows[change.node];
-    row.last = change;
-    row.refused = false;
+    // A text may be as long as a message, and there may be many of them.
+    row.last = {change.node, beginningOf(change.value), change.cut, change.readable, change.time};
+    row.refusal.reset();
     row.changed = true;
     row.unread = isWatchedWhole(m_monitored.nodes[change.node]);
     row.trend.add(change.value);
@@ -38,19 +39,23 @@ void LiveTable::change(const Change& change) {
 void LiveTable::refused(std::size_t node) {
     const Lock lock(m_mutex);
     const Job& watched = m_monitored.nodes[node];
-    m_rows[node].refused = true;
-    m_problems.push_back(namedProblem(watched.node.nodeId, *watched.problem));
+    m_rows[node].refusal = namedProblem(watched.node.nodeId, *watched.problem);
 }
 
 void LiveTable::leftOut(const Problem& problem) {
     const Lock lock(m_mutex);
     remark(problem.explanation);
-    m_problems.push_back(problem);
+    m_leftOut.push_back(problem);
 }
 
 void LiveTable::dropped(std::size_t count) {
     const Lock lock(m_mutex);
     remark("changes dropped, more than can be shown: " + std::to_string(count));
+}
+
+void LiveTable::leftUnread(std::size_t count) {
+    const Lock lock(m_mutex);
+    remark("changes that were not read any more: " + std::to_string(count));
 }
 
 void LiveTable::event(const LinkEvent& event) {
@@ -59,6 +64,23 @@ void LiveTable::event(const LinkEvent& event) {
     m_up = isGood || event.kind == LinkEvent::Kind::ShuttingDown;
     m_state = event.text;
     m_stateTone = isGood ? Tone::Good : Tone::Bad;
+    if (event.kind == LinkEvent::Kind::Connected)
+        forgetRefusals();
+    if (isGood)
+        readArraysAgain();
+}
+
+/// Those of the connection that was before.
+void LiveTable::forgetRefusals() {
+    for (Row& row : m_rows)
+        row.refusal.reset();
+}
+
+/// What was read as the outage began may have failed or be a part only.
+void LiveTable::readArraysAgain() {
+    for (std::size_t node = 0; node < m_rows.size(); ++node)
+        if (m_rows[node].changed && isWatchedWhole(m_monitored.nodes[node]))
+            m_rows[node].unread = true;
 }
 
 void LiveTable::remark(const std::string& text) {
@@ -80,8 +102,11 @@ void LiveTable::end() {
     m_withKeys = false;
     m_still.reset();
     writeOutput(frame());
-    for (const Problem& problem : m_problems)
+    for (const Problem& problem : m_leftOut)
         reportProblem(problem);
+    for (const Row& row : m_rows)
+        if (row.refusal)
+            reportProblem(*row.refusal);
 }
 
 bool LiveTable::isEnded() {
@@ -109,7 +134,7 @@ std::optional<std::size_t> LiveTable::arrayToRead(Clock::time_point now) {
 void LiveTable::arrayRead(std::size_t node, const std::optional<std::string>& elements) {
     const Lock lock(m_mutex);
     m_rows[node].last.readable = elements.has_value();
-    m_rows[node].elements = elements.value_or("");
+    m_rows[node].elements = beginningOf(elements.value_or(""));
     widenFor(node);
 }
 

@@ -35,6 +35,7 @@ public:
     void leftOut(const Problem& problem) override;
     void silent(const std::vector<std::size_t>&) override {}
     void dropped(std::size_t count) override;
+    void leftUnread(std::size_t count) override;
     void event(const LinkEvent& event) override;
     void flush() override;
     void end() override;
@@ -76,6 +77,8 @@ private:
     /// A message below the table; the last few are kept.
     void remark(const std::string& text);
     void widenFor(std::size_t node);
+    void forgetRefusals();
+    void readArraysAgain();
 
     // Keys
     void pressInFilter(int key);
@@ -94,7 +97,7 @@ private:
     bool m_up = true;
     std::deque<std::string> m_remarks;
     std::size_t m_valueWidth = 0; ///< only grows, so that the columns stand still
-    std::vector<Problem> m_problems;
+    std::vector<Problem> m_leftOut;
 
     TableView m_view;
     std::vector<std::size_t> m_onScreen;

@@ -185,7 +185,7 @@ std::string LiveTable::table(const Terminal& terminal, const std::vector<std::si
 }
 
 Cell LiveTable::valueCell(const Row& row, const Job& watched) const {
-    if (row.refused)
+    if (row.refusal)
         return {"cannot be monitored", Tone::Bad};
     if (!row.changed)
         return {"no good value yet", Tone::Faint};
@@ -201,7 +201,7 @@ Cell LiveTable::valueCell(const Row& row, const Job& watched) const {
 std::string LiveTable::presentText(std::size_t node) const {
     const Row& row = m_rows[node];
     const Job& watched = m_monitored.nodes[node];
-    const bool isSingle = row.changed && !row.refused && row.last.readable && !isWatchedWhole(watched);
+    const bool isSingle = row.changed && !row.refusal && row.last.readable && !isWatchedWhole(watched);
     return isSingle ? watchedValue(watched, row.last.value) : valueCell(row, watched).text;
 }
 

@@ -35,6 +35,8 @@ public:
     virtual void silent(const std::vector<std::size_t>& nodes) = 0;
     /// Changes were lost because they could not be shown fast enough.
     virtual void dropped(std::size_t count) = 0;
+    /// Changes that came last would have to be read, and are not any more.
+    virtual void leftUnread(std::size_t count) = 0;
     virtual void event(const LinkEvent& event) = 0;
 
     /// What poll() tells of when nobody reads any more; negative for what has no reader.

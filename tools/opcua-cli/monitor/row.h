@@ -1,9 +1,11 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "failure.h"
 #include "monitor/change_inbox.h"
 #include "monitor/trend.h"
 
@@ -12,7 +14,7 @@ namespace opcua_cli {
 /// What a live table knows of one node.
 struct Row {
     Change last{};
-    bool refused = false;
+    std::optional<Problem> refusal{};
     bool changed = false; ///< since it is monitored
     Trend trend{};
 

@@ -72,8 +72,10 @@ void ScreenThread::readKeys() {
 }
 
 void ScreenThread::press(const std::vector<int>& keys) {
+    // What was typed last may be told from a sequence only after the keyboard is gone.
     for (const int key : keys)
-        m_press(key);
+        if (m_press)
+            m_press(key);
 }
 
 } // namespace opcua_cli

@@ -12,6 +12,9 @@ namespace opcua_cli {
 ///
 /// An id is looked for in the address space, for its type and because it may be a folder. One that does not
 /// show up is taken as it is; whether it can be monitored is for the server to say.
+///
+/// For what a folder holds and cannot be followed or looked into, further jobs with the folder's name and a
+/// problem are put behind the others.
 Jobs variablesToWatch(Connection& connection, Jobs& jobs, int depth, std::size_t maxNodes);
 
 /// Two nodes with one name get their ids behind it.
@@ -22,6 +25,11 @@ std::string watchedId(const Job& watched);
 std::string watchedType(const Job& watched);
 /// The text form of a value comes without the quotes of a String.
 std::string watchedValue(const Job& watched, const Value& value);
+
+/// As much of a text as a screen may show, with dots behind it; the text itself when it is no longer.
+std::string beginningOf(const std::string& text);
+/// The same of a value that is a text; any other as it is.
+Value beginningOf(const Value& value);
 
 /// The type of what came, which may be another one than there was when the node was looked for; Null when it
 /// is no type of the library's.

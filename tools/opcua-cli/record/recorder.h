@@ -21,13 +21,16 @@ public:
     void leftOut(const Problem& problem) override;
     void silent(const std::vector<std::size_t>&) override {}
     void dropped(std::size_t count) override;
+    void leftUnread(std::size_t count) override;
     void event(const LinkEvent& event) override;
     int descriptor() const override { return -1; }
     void flush() override { m_recording.commitWhenDue(); }
+    /// What another program's lock holds up then is left to the recording's last commit().
     void end() override;
 
 private:
-    /// A row that is no change of a value; on disk when this returns.
+    /// A row that is no change of a value; on disk when this returns, unless another program keeps the file
+    /// locked.
     void note(const char* event, std::int64_t node, const std::string& text);
 
     const Monitored& m_monitored;

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <sqlite3.h>
 #include <string>
@@ -57,6 +58,18 @@ SELECT time, event, url, nodes.node, name, ifnull(type, ''), ifnull(text, '')
         throw usageFailure("cannot read " + what + ": " + reason);
     throw Failure(ExitCode::OutputFailed, {"cannot write " + what + ": " + reason, {}});
 }
+
+/// For the lock of another program.
+class ShortWait {
+public:
+    explicit ShortWait(sqlite3* database) : m_database(database) { sqlite3_busy_timeout(database, 200); }
+    ~ShortWait() { sqlite3_busy_timeout(m_database, static_cast<int>(lockWait.count())); }
+    ShortWait(const ShortWait&) = delete;
+    ShortWait& operator=(const ShortWait&) = delete;
+
+private:
+    sqlite3* m_database;
+};
 
 struct Binder {
     sqlite3_stmt* statement;
@@ -130,6 +143,7 @@ std::string Statement::text(int column) const {
 void Recording::Close::operator()(sqlite3* database) const {
     // With its log gone a file can be read by those who may not write beside it. Who else has it open keeps
     // it.
+    const Writing writing;
     if (endsLog) {
         sqlite3_busy_timeout(database, 0);
         sqlite3_exec(database, "PRAGMA journal_mode = DELETE", nullptr, nullptr, nullptr);
@@ -232,7 +246,8 @@ void Recording::add(std::chrono::system_clock::time_point time, const char* even
     if (m_rows.empty())
         m_begun = std::chrono::steady_clock::now();
     m_rows.push_back({time, event, node, type, value, text});
-    m_textSize += text.size();
+    const auto* valueText = std::get_if<std::string>(&value);
+    m_textSize += text.size() + (valueText != nullptr ? valueText->size() : 0);
     if (m_rows.size() >= mostKeptRows || m_textSize >= mostKeptText)
         commit();
     else if (m_rows.size() % mostRows == 0 || m_textSize >= mostText)
@@ -267,12 +282,14 @@ void Recording::together(const std::function<void()>& work) {
 void Recording::commit() {
     if (m_rows.empty())
         return;
+    const Writing writing;
     together([this] {
         for (const Row& row : m_rows)
             insert(row);
     });
     m_rows.clear();
     m_textSize = 0;
+    m_held.reset();
 }
 
 void Recording::commitWhenDue() {
@@ -281,18 +298,18 @@ void Recording::commitWhenDue() {
 }
 
 void Recording::commitUnlessLocked() {
-    constexpr std::chrono::milliseconds shortWait{200};
     if (std::chrono::steady_clock::now() < m_nextTry)
         return;
-    sqlite3_busy_timeout(m_database.get(), static_cast<int>(shortWait.count()));
+    const ShortWait shortWait(m_database.get());
     try {
         commit();
     } catch (const Failure&) {
         if (sqlite3_errcode(m_database.get()) != SQLITE_BUSY)
             throw;
         m_nextTry = std::chrono::steady_clock::now() + longestWait;
+        if (!m_held)
+            m_held = std::make_unique<Writing>();
     }
-    sqlite3_busy_timeout(m_database.get(), static_cast<int>(lockWait.count()));
 }
 
 void Recording::rows(const RowFilter& filter, const std::function<void(const RecordedRow&)>& take) {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "interrupt.h"
 #include "values/value.h"
 
 struct sqlite3;
@@ -78,10 +79,11 @@ public:
     /// Failure (OutputFailed).
     void add(std::chrono::system_clock::time_point time, const char* event, std::int64_t node,
              const std::string& type, const Value& value, const std::string& text);
-    /// Throws Failure (OutputFailed).
+    /// Waits for another program that keeps the file locked. Throws Failure (OutputFailed).
     void commit();
-    /// Commits what is older than a second. While another program keeps the file locked rows are kept, as
-    /// many as there may be.
+    /// While another program keeps the file locked rows are kept, as many as there may be.
+    void commitUnlessLocked();
+    /// The same for rows that are older than a second.
     void commitWhenDue();
 
     /// In the order in which they were added. Throws Failure (Usage) when the file is damaged.
@@ -109,13 +111,13 @@ private:
     void makeTables();
     void writeAhead();
     void insert(const Row& row);
-    void commitUnlessLocked();
 
     std::string m_path;
     std::unique_ptr<sqlite3, Close> m_database{nullptr, Close{false}};
     std::optional<Statement> m_insert;
     std::vector<Row> m_rows;                           ///< not yet committed
     std::size_t m_textSize = 0;                        ///< theirs
+    std::unique_ptr<Writing> m_held;                   ///< up by another program
     std::chrono::steady_clock::time_point m_begun{};   ///< the first of them was added
     std::chrono::steady_clock::time_point m_nextTry{}; ///< after the file was found locked
 };

@@ -70,6 +70,15 @@ void checkUserCertificate(const UserCertificate& files) {
 }
 
 PlacedUserCertificate::PlacedUserCertificate(const UserCertificate& files) {
+    try {
+        placeBoth(files);
+    } catch (const fs::filesystem_error& error) {
+        throw Failure(ExitCode::Failed,
+                      {std::string("there is no place for the user certificate: ") + error.what(), {}});
+    }
+}
+
+void PlacedUserCertificate::placeBoth(const UserCertificate& files) {
     const LibraryFiles places = libraryFiles();
     // The library locks the certificate's own directory while it makes one.
     makePrivateDirectories(places.userCertificate.parent_path());

@@ -27,6 +27,7 @@ public:
     PlacedUserCertificate& operator=(const PlacedUserCertificate&) = delete;
 
 private:
+    void placeBoth(const UserCertificate& files);
     void place(const std::filesystem::path& file, const std::filesystem::path& link);
     void remove();
 
