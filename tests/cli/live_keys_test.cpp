@@ -487,7 +487,7 @@ TEST(ScreenThread, GoesOnWhenTheKeyboardGoesBehindAnEscape) {
     testing::internal::CaptureStdout();
     std::atomic<int> frames{0};
     {
-        ScreenThread screen(
+        const ScreenThread screen(
             [&] {
                 ++frames;
                 return std::string("a line\n");
