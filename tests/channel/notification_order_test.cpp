@@ -213,6 +213,20 @@ TEST_F(NotificationOrderTest, AServerThatCountsAnewIsFollowedByTheTimeOfItsMessa
     EXPECT_EQ(delivered.back(), 60U);
 }
 
+TEST_F(NotificationOrderTest, AServerThatCountsAnewIsFollowedWhateverItsClockSays) {
+    publishTime = 1000000;
+    for (std::uint32_t number = 1; number <= 500; ++number, ++publishTime)
+        arrive(number);
+    publishTime = 1;
+    for (std::uint32_t number = 1; number <= 100; ++number, ++publishTime)
+        arrive(number);
+    EXPECT_EQ(delivered.size(), 536U) << "more in order than can have been asked for";
+    EXPECT_EQ(delivered.back(), 100U);
+    for (std::uint32_t number = 70; number <= 90; ++number, ++publishTime)
+        arrive(number);
+    EXPECT_EQ(delivered.size(), 548U) << "its clock counts from then on";
+}
+
 // A server that kept them back, and was asked for them again.
 TEST_F(NotificationOrderTest, ManyThatComeLateInOrderAreNoServerThatCountsAnew) {
     const auto arriveAt = [this](std::uint32_t number) {

@@ -100,12 +100,13 @@ protected:
                 throw std::runtime_error("the session stays");
     }
     /// Waits until there are more such rows.
-    void awaitMore(const std::string& condition) const {
+    std::size_t rows(const std::string& condition) const {
+        return std::filesystem::exists(m_file) && hasTables() ? count(condition) : 0;
+    }
+    void awaitMore(const std::string& condition) const { awaitRows(condition, rows(condition) + 1); }
+    void awaitRows(const std::string& condition, std::size_t wanted) const {
         const auto deadline = std::chrono::steady_clock::now() + limit;
-        const auto rows = [&] {
-            return std::filesystem::exists(m_file) && hasTables() ? count(condition) : 0;
-        };
-        for (const std::size_t before = rows(); rows() <= before;) {
+        while (rows(condition) < wanted) {
             if (std::chrono::steady_clock::now() > deadline)
                 throw std::runtime_error("no more rows with " + condition);
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
@@ -218,7 +219,7 @@ TEST_F(Record, ShowsAnOutageThatTheConnectionSurvives) {
     m_server.freeze();
     awaitMore("event = 'outage'");
     m_server.resume();
-    awaitMore("event = 'outageOver'");
+    awaitRows("event = 'outageOver'", 1);
     EXPECT_EQ(endBy(SIGINT), 130);
     EXPECT_THAT(events(), ElementsAre("started", "outage", "outageOver", "ended"));
 }

@@ -87,7 +87,7 @@ TEST_F(RecorderRows, ALongTextTakesNoOtherRowWithIt) {
     const std::string readable(60 << 20, 'x');
     Recorder recorder(m_monitored, m_recording, m_changes);
     change(recorder, std::string("before"));
-    EXPECT_NO_THROW(change(recorder, controlCharacters + "\xff"));
+    EXPECT_NO_THROW(change(recorder, "\xff" + controlCharacters));
     EXPECT_NO_THROW(change(recorder, readable));
     change(recorder, std::string("behind"));
     EXPECT_NO_THROW(recorder.end());

@@ -370,6 +370,17 @@ TEST_P(RefusedProbe, OnceEndsNothing) {
     expectUnharmed();
 }
 
+TEST_P(RefusedProbe, OnceBehindAnotherRefusalEndsNothing) {
+    ASSERT_EQ(connect(), 0);
+    server.onNext<UA_ReadRequest>(
+        [](const Call& refused) { refused.fault(UA_STATUSCODE_BADUSERACCESSDENIED); });
+    ASSERT_TRUE(server.waitForCount<UA_ReadRequest>(1));
+    server.onNext<UA_ReadRequest>([](const Call& call) { call.fault(GetParam()); });
+    ASSERT_TRUE(server.waitForCount<UA_ReadRequest>(4));
+    EXPECT_EQ(status(), connected);
+    expectUnharmed();
+}
+
 INSTANTIATE_TEST_SUITE_P(Each, RefusedProbe,
                          testing::Values(UA_STATUSCODE_BADSESSIONNOTACTIVATED,
                                          UA_STATUSCODE_BADSECURECHANNELIDINVALID,

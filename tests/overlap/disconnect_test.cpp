@@ -52,6 +52,7 @@ TEST_P(EachOperationDisconnected, ByAnotherThreadFailsWhatWasNotAnswered) {
     EXPECT_EQ(codes.front(), 0);
     EXPECT_EQ(status(), 0);
     EXPECT_EQ(server.connections(), 1);
+    EXPECT_EQ(server.count<UA_CloseSessionRequest>(), 1);
 }
 
 /// Adding items keeps callbacks waiting, so there is none that could disconnect meanwhile.

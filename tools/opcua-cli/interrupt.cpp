@@ -142,6 +142,10 @@ void watchForInterrupt() {
     startThreadWithoutSignals(endLate).detach();
 }
 
+bool isInterrupted() {
+    return received != 0;
+}
+
 void throwIfInterrupted() {
     for (const WatchedSignal& watched : watchedSignals)
         if (received == watched.number)

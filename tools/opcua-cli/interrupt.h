@@ -16,6 +16,8 @@ void watchForInterrupt();
 /// services.
 void throwIfInterrupted();
 
+bool isInterrupted();
+
 /// The Ctrl-C that came is dealt with: the next one counts as a first one.
 void forgetInterrupt();
 

@@ -131,10 +131,11 @@ private:
         // What waits beyond these waits in the inbox, which has a bound.
         if (m_pending.empty())
             m_pending = m_inbox.collect();
-        for (; !m_pending.empty() && Clock::now() < end; m_pending.pop_front()) {
+        while (!m_pending.empty() && Clock::now() < end) {
             throwIfInterrupted();
-            Change& change = m_pending.front();
-            complete(change);
+            complete(m_pending.front());
+            const Change change = std::move(m_pending.front());
+            m_pending.pop_front();
             m_silent[change.node] = false;
             m_output.change(change);
         }
@@ -299,7 +300,7 @@ void addFollowOptions(Command& command, FollowOptions& options) {
                       inRange(0.1, 1e9));
     command.addOption("--index", "I,...", &options.index,
                       "One element of an array or matrix, counted from 0: 4, or 2,3 for row 2 and column 3");
-    command.addOption("--depth", "N", &options.depth, "Levels below a folder, 1 to 100 (default: all)",
+    command.addOption("--depth", "N", &options.depth, "Levels below a folder, 1 to 100 (default: 100)",
                       inRange(1, greatestFollowDepth));
     addMaxNodesOption(command, options.maxNodes, "Look at so many nodes at most, in each search or folder");
 }

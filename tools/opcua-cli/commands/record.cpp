@@ -19,18 +19,32 @@ struct RecordOptions : FollowOptions {
     std::string file;
 };
 
-/// What another program's lock has held up is written at last without a connection, whatever the end was.
-ExitCode followInto(Recording& recording, const RecordOptions& options, std::size_t& changes) {
+/// What another program's lock has held up is written at last without a connection, whatever the end was: it
+/// stays what is told in the end.
+void writeTheRest(Recording& recording) {
     try {
-        const ExitCode result = follow(options, [&](const Monitored& monitored) {
+        recording.commit();
+    } catch (const Failure& failure) {
+        reportProblem(failure.problem());
+    }
+}
+
+ExitCode followInto(Recording& recording, const RecordOptions& options, std::size_t& changes) {
+    ExitCode result = ExitCode::Success;
+    try {
+        result = follow(options, [&](const Monitored& monitored) {
             return std::make_unique<Recorder>(monitored, recording, changes);
         });
-        recording.commit();
-        return result;
+    } catch (const Failure& failure) {
+        if (failure.exitCode() != ExitCode::OutputFailed)
+            writeTheRest(recording);
+        throw;
     } catch (...) {
-        recording.commit();
+        writeTheRest(recording);
         throw;
     }
+    recording.commit();
+    return result;
 }
 
 ExitCode runRecord(const RecordOptions& options) {

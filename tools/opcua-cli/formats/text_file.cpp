@@ -47,13 +47,22 @@ void throwUnlessUtf8(const TextFile& file) {
     }
 }
 
+/// Also behind a link to a file that is not there yet.
+std::filesystem::path behindLinks(std::filesystem::path path) {
+    constexpr int mostLinks = 40;
+    std::error_code unknown;
+    for (int i = 0; i < mostLinks && std::filesystem::is_symlink(path, unknown); ++i)
+        path = path.parent_path() / std::filesystem::read_symlink(path, unknown);
+    return path;
+}
+
 /// A link keeps pointing to the file, and a device is not replaced.
 std::string replacedBy(const std::string& path) {
     std::error_code unknown;
     const auto status = std::filesystem::status(path, unknown);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
         return "";
-    const std::string target = std::filesystem::weakly_canonical(path, unknown).string();
+    const std::string target = std::filesystem::weakly_canonical(behindLinks(path), unknown).string();
     return target.empty() ? path : target;
 }
 
@@ -67,11 +76,13 @@ void takeOwner(int file, const struct stat& old) {
 /// it would let anybody do more.
 bool takePermissions(int file, const struct stat& old) {
     constexpr mode_t withoutSetId = 0777;
-    const mode_t wanted = old.st_mode & withoutSetId;
+    mode_t wanted = old.st_mode & withoutSetId;
     takeOwner(file, old);
     struct stat now{};
     if (fstat(file, &now) != 0)
         return false;
+    if (now.st_gid != old.st_gid) // another group has what all others have
+        wanted &= ~static_cast<mode_t>(S_IRWXG) | ((wanted & S_IRWXO) << 3U);
     const mode_t given = now.st_mode & withoutSetId;
     return given == wanted || fchmod(file, wanted) == 0 || (given & ~wanted) == 0;
 }
@@ -80,6 +91,8 @@ bool takePermissions(int file, const struct stat& old) {
 int openPart(const std::string& part, const std::string& target) {
     struct stat old{};
     const bool replaces = stat(target.c_str(), &old) == 0;
+    if (replaces && access(target.c_str(), W_OK) != 0)
+        return -1;
     const int file =
         openFile(part, O_WRONLY | O_CREAT | O_EXCL, replaces ? forTheOwnerAlone : whatTheUmaskLeaves);
     if (file < 0 || !replaces || takePermissions(file, old))
@@ -120,6 +133,7 @@ NewTextFile::~NewTextFile() {
 }
 
 void NewTextFile::write(const std::string& text) {
+    const Writing writing;
     if (!writeAll(m_file.number(), text))
         fail();
 }

@@ -317,9 +317,18 @@ void Recording::rows(const RowFilter& filter, const std::function<void(const Rec
     select.bind(1, filter.node);
     select.bind(2, filter.from);
     select.bind(3, filter.to);
-    while (select.step())
-        take({select.text(0), select.text(1), select.text(2), select.text(3), select.text(4), select.text(5),
-              select.text(6)});
+    // Rows that are not wanted are many, too, and take their time.
+    constexpr int stepsBetweenLooks = 100000;
+    sqlite3_progress_handler(
+        m_database.get(), stepsBetweenLooks, [](void*) { return isInterrupted() ? 1 : 0; }, nullptr);
+    try {
+        while (select.step())
+            take({select.text(0), select.text(1), select.text(2), select.text(3), select.text(4),
+                  select.text(5), select.text(6)});
+    } catch (const Failure&) {
+        throwIfInterrupted();
+        throw;
+    }
 }
 
 } // namespace opcua_cli

@@ -75,10 +75,9 @@ Clock::time_point PendingRequests::oldestUnanswered() const {
     return oldest;
 }
 
-bool PendingRequests::hasCallSince(Clock::time_point time) const {
-    return std::any_of(m_requests.begin(), m_requests.end(), [time](const PendingRequest& request) {
-        return request.call != nullptr && request.sentAt > time;
-    });
+bool PendingRequests::hasCall() const {
+    return std::any_of(m_requests.begin(), m_requests.end(),
+                       [](const PendingRequest& request) { return request.call != nullptr; });
 }
 
 Call* PendingRequests::waitingCall() const {

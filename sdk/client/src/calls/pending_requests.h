@@ -45,7 +45,7 @@ public:
 
     /// When the oldest request was sent whose answer has to come soon; the end of time without one.
     Clock::time_point oldestUnanswered() const;
-    bool hasCallSince(Clock::time_point time) const;
+    bool hasCall() const;
     /// A call whose thread waits for another one to read; null when none does.
     Call* waitingCall() const;
 

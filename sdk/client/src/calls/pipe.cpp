@@ -86,10 +86,9 @@ void Pipe::fail(UaStatus reason) {
     end(reason, Ending::Failed);
 }
 
-bool Pipe::mayDeliverLate() const {
-    const Clock::time_point heard = lastHeard();
+bool Pipe::hasUnansweredCall() const {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return (m_lastGivenUp > heard || m_pending.hasCallSince(heard)) && m_channel->socket().unconfirmed() > 0;
+    return m_hasGivenUp || m_pending.hasCall();
 }
 
 UaStatus Pipe::endReason() const {

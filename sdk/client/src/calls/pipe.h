@@ -108,9 +108,9 @@ public:
     void abandon(UaStatus reason);
     /// The same for a connection that is found to be of no use: the listener is told.
     void fail(UaStatus reason);
-    /// Whether the system may still deliver a request whose caller was told that it failed, or will be when
-    /// the connection ends now: nothing was heard since, and not all that was sent has arrived.
-    bool mayDeliverLate() const;
+    /// Whether there is a call whose caller was told that it had no answer, or will be when the connection
+    /// ends now.
+    bool hasUnansweredCall() const;
 
 private:
     class ReadingTurn;
@@ -159,7 +159,7 @@ private:
     bool m_reading = false;
     std::uint32_t m_lastRequestId = 1; ///< the channel was opened with that
     PendingRequests m_pending;
-    Clock::time_point m_lastGivenUp; ///< of a call that was sent and had no answer in its time
+    bool m_hasGivenUp = false; ///< a call that was sent and had no answer in its time
     UaStatus m_endReason;
 };
 

@@ -88,7 +88,7 @@ UaStatus Pipe::readFor(Call& call, AnswerReceiver& receiver) {
 UaStatus Pipe::giveUp(const Call& call) {
     forget(call.requestId);
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_lastGivenUp = Clock::now();
+    m_hasGivenUp = true;
     return UA_STATUSCODE_BADTIMEOUT;
 }
 

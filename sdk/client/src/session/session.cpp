@@ -124,26 +124,29 @@ UaStatus UaSession::Impl::disconnect(const ServiceSettings& settings, bool delet
     return UA_STATUSCODE_GOOD;
 }
 
+/// What the system has not delivered when a failed write is among it goes with the connection: it would be
+/// delivered for minutes, and carried out behind what came after it over the next connection.
 void UaSession::Impl::endConnection(const ServiceSettings& settings, bool deleteSubscriptions, bool silent) {
-    // The system would go on delivering for minutes, and a write that failed would then be carried out behind
-    // one that came after it over the next connection.
-    if (m_pipe->mayDeliverLate()) {
+    const bool hasFailedCall = m_pipe->hasUnansweredCall();
+    const bool isHeard = !silent && closeSession(settings, deleteSubscriptions);
+    if (hasFailedCall && !isHeard && m_pipe->channel().socket().unconfirmed() > 0) {
         m_pipe->abandon(UA_STATUSCODE_BADSERVERNOTCONNECTED);
         return;
     }
     if (silent)
         closeSessionUnheard(*m_pipe, m_authenticationToken, deleteSubscriptions);
-    else
-        closeSession(settings, deleteSubscriptions);
     m_pipe->close(UA_STATUSCODE_BADSERVERNOTCONNECTED);
 }
 
-void UaSession::Impl::closeSession(const ServiceSettings& settings, bool deleteSubscriptions) {
+/// Whether the server has said something to it.
+bool UaSession::Impl::closeSession(const ServiceSettings& settings, bool deleteSubscriptions) {
     UA_CloseSessionRequest request{};
     request.requestHeader.authenticationToken = m_authenticationToken.raw();
     request.deleteSubscriptions = deleteSubscriptions;
     Answer<UA_CloseSessionRequest> answer;
-    callService(*m_pipe, Deadline(std::min(timeoutOf(settings), closeLimit)), request, answer);
+    const UaStatus status =
+        callService(*m_pipe, Deadline(std::min(timeoutOf(settings), closeLimit)), request, answer);
+    return !status.isBad() || answer.isRefusal;
 }
 
 /// Other threads may still be on their way out of a call when a disconnect is done, so what they use stays

@@ -73,7 +73,7 @@ private:
     UaStatus startThreads(UaSessionCallback* callback);
     UaStatus startDelivery();
     void endConnection(const ServiceSettings& settings, bool deleteSubscriptions, bool silent);
-    void closeSession(const ServiceSettings& settings, bool deleteSubscriptions);
+    bool closeSession(const ServiceSettings& settings, bool deleteSubscriptions);
     void releaseConnection();
 
     // ConnectionListener and PublishListener, on the thread that reads the network.

@@ -81,7 +81,7 @@ void Watchdog::answered(UaByteView body) {
     if (answer.isRefusal)
         refused(status);
     else
-        m_refusals = 0;
+        m_isRefused = m_isOfNoUse = false;
     if (status.isBad() || !UA_Variant_hasScalarType(&answer.results[0].value, &UA_TYPES[UA_TYPES_INT32]))
         return;
     const auto serverState = *static_cast<const UA_Int32*>(answer.results[0].value.data);
@@ -89,10 +89,10 @@ void Watchdog::answered(UaByteView body) {
 }
 
 void Watchdog::refused(UaStatus status) {
-    const bool isFirst = m_refusals++ == 0;
-    if (isSessionGone(status) || (!isFirst && isOfNoUse(status))) {
+    const bool isSecond = m_isOfNoUse.exchange(isOfNoUse(status));
+    if (isSessionGone(status) || (isSecond && isOfNoUse(status))) {
         m_listener.sessionGone(status);
-    } else if (isFirst) {
+    } else if (!m_isRefused.exchange(true)) {
         UaTrace::write(UaTrace::Warnings, "session", "the server refuses to tell its state: %s",
                        status.name());
     }

@@ -43,7 +43,8 @@ private:
     bool m_probeIsDue = false; ///< and could not be sent while somebody else was sending
     Clock::time_point m_notBefore{};
     std::atomic<bool> m_asked{false};
-    std::atomic<unsigned int> m_refusals{0}; ///< in a row
+    std::atomic<bool> m_isRefused{false}; ///< lately
+    std::atomic<bool> m_isOfNoUse{false}; ///< likewise, in the server's words
 };
 
 } // namespace UaClientSdk

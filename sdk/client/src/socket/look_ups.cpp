@@ -3,7 +3,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <future>
-#include <iterator>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <string>
@@ -27,13 +27,18 @@ Resolution LookUps::ask(const std::string& host, const Deadline& deadline) {
 UaStatus LookUps::join(const std::string& host, const Deadline& deadline,
                        std::shared_future<Resolution>& answer) {
     std::unique_lock<std::mutex> lock(m_mutex);
+    UaStatus status;
     for (;;) {
-        if (const Running* const known = running(host)) {
-            answer = known->answer;
+        if (isToBeLookedUp(host))
+            status = begin(host);
+        // One that does not begin leaves those that run already.
+        const auto question = m_questions.find(host);
+        if (question != m_questions.end()) {
+            answer = question->second->answer;
             return UaStatus();
         }
-        if (m_running.size() < mostLookUps)
-            return begin(host, answer);
+        if (status.isBad())
+            return status;
         if (m_oneEnded.wait_for(lock, std::chrono::milliseconds(deadline.remaining())) ==
                 std::cv_status::timeout &&
             deadline.expired()) {
@@ -42,47 +47,52 @@ UaStatus LookUps::join(const std::string& host, const Deadline& deadline,
     }
 }
 
-/// The newest look-up of the name, while it may be waited for.
-const LookUps::Running* LookUps::running(const std::string& host) const {
-    const auto [first, end] = m_running.equal_range(host);
-    if (first == end)
-        return nullptr;
-    const Running& newest = std::prev(end)->second;
-    const auto patience = m_patience * (1U << (std::distance(first, end) - 1));
-    return Clock::now() - newest.begun < patience || m_running.size() >= mostLookUps ? &newest : nullptr;
+bool LookUps::isToBeLookedUp(const std::string& host) const {
+    if (m_threads >= mostLookUpThreads)
+        return false;
+    const auto known = m_questions.find(host);
+    if (known == m_questions.end())
+        return m_questions.size() < mostLookUps;
+    const Question& question = *known->second;
+    return Clock::now() - question.lookedUp >= m_patience * (1U << (question.lookUps - 1));
 }
 
-UaStatus LookUps::begin(const std::string& host, std::shared_future<Resolution>& answer) {
-    std::promise<Resolution> promise;
-    answer = promise.get_future().share();
-    const auto self = m_running.emplace(host, Running{Clock::now(), answer});
+UaStatus LookUps::begin(const std::string& host) {
+    std::shared_ptr<Question>& known = m_questions[host];
+    if (known == nullptr)
+        known = std::make_shared<Question>();
     UaStatus status;
-    try {
-        std::thread thread = startOwnThread(
-            [this, self, promise = std::move(promise)]() mutable { run(self, promise); }, status);
-        if (!status.isBad())
-            thread.detach();
-    } catch (const std::bad_alloc&) {
-        status = UA_STATUSCODE_BADOUTOFMEMORY;
+    std::thread thread = startOwnThread([this, host, question = known]() { run(host, question); }, status);
+    if (!status.isBad()) {
+        thread.detach();
+        known->lookedUp = Clock::now();
+        ++known->lookUps;
+        ++m_threads;
+    } else if (known->lookUps == 0) {
+        m_questions.erase(host);
     }
-    if (status.isBad())
-        m_running.erase(self);
     return status;
 }
 
-void LookUps::run(AllRunning::iterator self, std::promise<Resolution>& promise) {
+void LookUps::run(const std::string& host, const std::shared_ptr<Question>& question) {
     Resolution answer;
     try {
-        answer = m_lookUp(self->first);
+        answer = m_lookUp(host);
     } catch (const std::bad_alloc&) {
         answer = {UA_STATUSCODE_BADOUTOFMEMORY, {}, ""};
     }
+    bool isFirst = false;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_running.erase(self);
+        --m_threads;
+        const auto open = m_questions.find(host);
+        isFirst = open != m_questions.end() && open->second == question;
+        if (isFirst)
+            m_questions.erase(open);
         m_oneEnded.notify_all();
     }
-    promise.set_value(std::move(answer));
+    if (isFirst)
+        question->promise.set_value(std::move(answer));
 }
 
 } // namespace UaClientSdk

@@ -6,6 +6,7 @@
 #include <functional>
 #include <future>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -16,8 +17,10 @@
 
 namespace UaClientSdk {
 
-/// Names that are looked up at a time: each takes a thread.
+/// Names that are looked up at a time: each takes a thread...
 constexpr std::size_t mostLookUps = 16;
+/// ...and more of them when the resolver falls silent.
+constexpr std::size_t mostLookUpThreads = 64;
 
 /// What the resolver says of a name: numeric addresses, or why there are none.
 struct Resolution {
@@ -28,8 +31,9 @@ struct Resolution {
 
 /// The resolver has time-outs of its own, or none, and cannot be interrupted: it runs on a thread that is
 /// left behind when the caller's time is over. Who asks for the same name meanwhile waits for the same
-/// answer. After `patience` the name is looked up anew beside that, then after twice as long, and so on: a
-/// name may not depend on an answer that never comes, nor may its threads become many.
+/// answer. After `patience` the name is looked up anew beside that, then after twice as long, and so on, and
+/// the first that ends has the answer for all: a name may not depend on an answer that never comes, nor may
+/// its threads become many.
 ///
 /// Is not destroyed while one of them runs.
 class LookUps {
@@ -44,23 +48,25 @@ public:
     Resolution ask(const std::string& host, const Deadline& deadline);
 
 private:
-    struct Running {
-        Clock::time_point begun;
-        std::shared_future<Resolution> answer;
+    /// For one name.
+    struct Question {
+        Clock::time_point lookedUp; ///< the last time
+        unsigned int lookUps = 0;
+        std::promise<Resolution> promise;
+        std::shared_future<Resolution> answer = promise.get_future().share();
     };
-    /// Those of one name in the order of their beginning.
-    using AllRunning = std::multimap<std::string, Running>;
 
     UaStatus join(const std::string& host, const Deadline& deadline, std::shared_future<Resolution>& answer);
-    const Running* running(const std::string& host) const;
-    UaStatus begin(const std::string& host, std::shared_future<Resolution>& answer);
-    void run(AllRunning::iterator self, std::promise<Resolution>& promise);
+    bool isToBeLookedUp(const std::string& host) const;
+    UaStatus begin(const std::string& host);
+    void run(const std::string& host, const std::shared_ptr<Question>& question);
 
     const LookUp m_lookUp;
     const std::chrono::milliseconds m_patience;
     std::mutex m_mutex;
     std::condition_variable m_oneEnded;
-    AllRunning m_running;
+    std::map<std::string, std::shared_ptr<Question>> m_questions; ///< without an answer
+    std::size_t m_threads = 0;
 };
 
 } // namespace UaClientSdk

@@ -44,19 +44,20 @@ void NotificationOrder::goOn() {
     if (isBefore(m_missingUpTo, m_expected))
         m_missingUpTo = m_expected;
     m_inOrder = std::min(m_inOrder + 1, repetitionsKnown);
-    m_oldInARow = 0;
+    m_oldInARow = m_newerInARow = 0;
     m_lossIsTold = m_lossIsTold && m_inOrder < longestGap;
 }
 
-/// What comes again was published before what came last, and comes alone; so many old numbers in order that
-/// were not are a server's that counts anew.
+/// What comes again was published before what came last, and is no more than was asked for; so many old
+/// numbers in order that were not, or are more than that, are a server's that counts anew.
 bool NotificationOrder::countsAnew(const UA_NotificationMessage& message) {
     constexpr unsigned int noRepetition = 10;
     const std::uint32_t number = message.sequenceNumber;
     const bool isRepetition = message.publishTime != 0 && message.publishTime <= m_latest;
     const bool isInOrder = number == following(std::exchange(m_lastOld, number));
-    m_oldInARow = isRepetition ? 0 : isInOrder ? m_oldInARow + 1 : 1;
-    return m_oldInARow >= noRepetition;
+    m_oldInARow = isInOrder ? m_oldInARow + 1 : 1;
+    m_newerInARow = isRepetition ? 0 : isInOrder ? m_newerInARow + 1 : 1;
+    return m_newerInARow >= noRepetition || m_oldInARow > longestGap;
 }
 
 void NotificationOrder::arrived(UA_NotificationMessage& message, const Deliver& deliver) {
@@ -132,6 +133,7 @@ void NotificationOrder::leapTo(std::uint32_t number, const Deliver& deliver) {
     goOnWithHeld(deliver);
     m_expected = m_missingUpTo = number;
     m_inOrder = 0;
+    m_latest = 0;
 }
 
 /// After a leap nobody waits any more for what was missing before it.

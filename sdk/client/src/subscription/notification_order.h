@@ -56,6 +56,7 @@ private:
     UA_DateTime m_latest = 0;    ///< publish time among what was delivered
     std::uint32_t m_lastOld = 0;
     unsigned int m_oldInARow = 0;
+    unsigned int m_newerInARow = 0;  ///< of these, by their time
     bool m_lossIsTold = false;       ///< and not much came in order since
     std::uint32_t m_missingUpTo = 1; ///< numbers below were told
     std::vector<std::uint32_t> m_missing;
