@@ -27,6 +27,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using UaClientSdk::Clock;
 using UaClientSdk::Deadline;
 using UaClientSdk::LookUps;
 using UaClientSdk::mostLookUps;
@@ -194,10 +195,24 @@ TEST_F(NameResolution, HasABoundForNamesThatAreNotAnswered) {
     EXPECT_THAT(m_addresses, ElementsAre("192.0.2.7"));
 }
 
-/// Has no patience, and is still there for a thread that ends late.
-LookUps& impatient(LookUps::LookUp lookUp) {
+/// Still there for a thread that ends late.
+LookUps& lastingLookUps(std::chrono::milliseconds patience, LookUps::LookUp lookUp) {
     static auto& all = *new std::vector<LookUps*>; // not destroyed: what is in it would be lost
-    return *all.emplace_back(new LookUps(std::move(lookUp), std::chrono::milliseconds(0)));
+    return *all.emplace_back(new LookUps(std::move(lookUp), patience));
+}
+
+LookUps& impatient(LookUps::LookUp lookUp) {
+    return lastingLookUps(std::chrono::milliseconds(0), std::move(lookUp));
+}
+
+/// A look-up that ends when the test says so.
+LookUps::LookUp countedUntil(const std::shared_ptr<std::atomic<std::size_t>>& questions,
+                             std::promise<void>& release) {
+    return [questions, end = release.get_future().share()](const std::string&) -> Resolution {
+        ++*questions;
+        end.wait();
+        return {UaStatus(), {"192.0.2.8"}, ""};
+    };
 }
 
 TEST(ALookUpThatNeverEnds, DoesNotShutItsNameOut) {
@@ -221,17 +236,24 @@ TEST(ALookUpThatNeverEnds, DoesNotShutItsNameOut) {
 TEST(ALookUpThatNeverEnds, HasABoundedNumberBesideIt) {
     std::promise<void> release;
     const auto questions = std::make_shared<std::atomic<std::size_t>>(0);
-    LookUps& lookUps =
-        impatient([questions, end = release.get_future().share()](const std::string&) -> Resolution {
-            ++*questions;
-            end.wait();
-            return {UaStatus(), {"192.0.2.8"}, ""};
-        });
+    LookUps& lookUps = impatient(countedUntil(questions, release));
     for (std::size_t i = 0; i < 2 * mostLookUpThreads; ++i)
         EXPECT_EQ(lookUps.ask("plant", Deadline(0)).status.statusCode(), OpcUa_BadTimeout);
     release.set_value();
     EXPECT_THAT(lookUps.ask("plant", Deadline(10000)).addresses, ElementsAre("192.0.2.8"));
     EXPECT_LE(*questions, mostLookUpThreads + 1);
+}
+
+TEST(ALookUpThatNeverEnds, HasTheNextOneBesideItAfterTwiceAsLong) {
+    std::promise<void> release;
+    const auto questions = std::make_shared<std::atomic<std::size_t>>(0);
+    LookUps& lookUps = lastingLookUps(std::chrono::milliseconds(20), countedUntil(questions, release));
+    const auto start = Clock::now();
+    while (*questions < 5)
+        EXPECT_EQ(lookUps.ask("plant", Deadline(1)).status.statusCode(), OpcUa_BadTimeout);
+    EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(20 + 40 + 80 + 160));
+    release.set_value();
+    EXPECT_THAT(lookUps.ask("plant", Deadline(10000)).addresses, ElementsAre("192.0.2.8"));
 }
 
 } // namespace

@@ -53,22 +53,24 @@ bool LookUps::isToBeLookedUp(const std::string& host) const {
     const auto known = m_questions.find(host);
     if (known == m_questions.end())
         return m_questions.size() < mostLookUps;
-    const Question& question = *known->second;
-    return Clock::now() - question.lookedUp >= m_patience * (1U << (question.lookUps - 1));
+    return Clock::now() >= known->second->dueAnew;
 }
 
 UaStatus LookUps::begin(const std::string& host) {
     std::shared_ptr<Question>& known = m_questions[host];
-    if (known == nullptr)
+    const bool isNew = known == nullptr;
+    if (isNew) {
         known = std::make_shared<Question>();
+        known->patience = m_patience;
+    }
     UaStatus status;
     std::thread thread = startOwnThread([this, host, question = known]() { run(host, question); }, status);
     if (!status.isBad()) {
         thread.detach();
-        known->lookedUp = Clock::now();
-        ++known->lookUps;
+        known->dueAnew = Clock::now() + known->patience;
+        known->patience *= 2;
         ++m_threads;
-    } else if (known->lookUps == 0) {
+    } else if (isNew) {
         m_questions.erase(host);
     }
     return status;

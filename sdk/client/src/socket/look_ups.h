@@ -50,8 +50,8 @@ public:
 private:
     /// For one name.
     struct Question {
-        Clock::time_point lookedUp; ///< the last time
-        unsigned int lookUps = 0;
+        Clock::time_point dueAnew;
+        std::chrono::milliseconds patience; ///< with the next look-up
         std::promise<Resolution> promise;
         std::shared_future<Resolution> answer = promise.get_future().share();
     };
