@@ -403,10 +403,10 @@ public:
     /// @return 0. 29, 3, 11: as OpcUaAddMonitNode(). 15: no such item. 13: the server refused; the item
     ///         stays.
     int OpcUaRemoveMonitNode(OpcUaNode* node, unsigned long* index, int count);
-    /// Stops monitoring all nodes in one request.
+    /// Stops monitoring all nodes in one request. What the server says of the first item counts for all.
     ///
     /// @return 0, also when there are none. 3: not connected. 11: no subscription. 14: the server refused;
-    ///         the items stay.
+    ///         the items stay in the client's list, although it may have deleted others than the first.
     int OpcUaClearMonitNode();
 
     /// The root of the browse tree, null before the first OpcUaBrowse(). Follow `child` and `next` from

@@ -71,6 +71,8 @@ struct OpcUaNode {
     /// "<namespace index>:<name>"; "Root" or "Self_Root" for a root.
     char browseName[256];
     /// The record's key, in the form of OPC UA Part 6, 5.3.1.10: "ns=2;s=Line1.Speed", "i=84".
+    /// One that browsing had to cut, or that ends early because the server's id holds a zero byte, names
+    /// another node or none; the trace tells. Do not read or write by such a record.
     char nodeId[256];
     /// Outcome for this node of a multi-node operation: 0 or a result code.
     int result;

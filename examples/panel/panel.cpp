@@ -183,7 +183,7 @@ void Panel::write(const std::string& line) {
         show("a number, please");
         return;
     }
-    // A write would wait for the outage's end, and nobody knows what is right by then.
+    // Not a value that waits for the outage's end: nobody knows what is right by then.
     if (m_client.OpcUaGetConnectStatus() == OpcUaConnectStatus_Silent) {
         show(std::string("not written: ") + OpcUaConnectStatusText(OpcUaConnectStatus_Silent));
         return;

@@ -129,6 +129,12 @@ OpcUaNode* makeChild(const OpcUa_ReferenceDescription& reference, const UaString
     setField(child->displayName, viewOf(reference.displayName.text));
     setField(child->browseName, viewOf(browseName));
     setField(child->nodeId, viewOf(nodeId));
+    if (fieldText(child->nodeId) != viewOf(nodeId)) {
+        UaTrace::write(UaTrace::Warnings, "browse",
+                       "the record of %.*s names another node or none: the server's id of %zu bytes does not "
+                       "fit into it",
+                       static_cast<int>(sizeof child->nodeId), child->nodeId, viewOf(nodeId).size());
+    }
     return child;
 }
 

@@ -95,9 +95,10 @@ public:
     bool writeKeyLast(const UaPkiCertificate& certificate, const UaPkiRsaKeyPair& keys) const {
         return writeCertificate(certificate) && writeKey(keys);
     }
-    /// No key is replaced for a certificate that could not be made, as for a name that is not UTF-8.
+    /// No key is replaced for a certificate that could not be made, as for a name that is not UTF-8, or
+    /// cannot be written.
     bool writeCertificateLast(const UaPkiCertificate& certificate, const UaPkiRsaKeyPair& keys) const {
-        return !certificate.isNull() && writeKey(keys) && writeCertificate(certificate);
+        return certificate.couldBeWrittenTo(m_certificate) && writeKey(keys) && writeCertificate(certificate);
     }
 
 private:

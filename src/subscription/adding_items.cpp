@@ -104,8 +104,14 @@ int COpcUaClient::OpcUaAddMonitNode(OpcUaNode* node, unsigned long* index, int c
     describeItem(requests[0], id, items.nextHandle());
     ServiceSettings settings;
     UaMonitoredItemCreateResults results;
-    const UaStatus service =
-        turn.subscription()->createMonitoredItems(settings, OpcUa_TimestampsToReturn_Both, requests, results);
+    UaStatus service;
+    try {
+        service = turn.subscription()->createMonitoredItems(settings, OpcUa_TimestampsToReturn_Both, requests,
+                                                            results);
+    } catch (...) { // no memory for what the server may have done
+        items.advance();
+        throw;
+    }
     const UaStatus status = statusOf(checked(service, results, 1), results, 0);
     if (status.isNotGood()) {
         traceRefused(*node, status);

@@ -57,6 +57,11 @@ void MonitoredItems::forgetSubscription() {
         forgetAll();
 }
 
+void MonitoredItems::forgetSubscription(UaClientSdk::UaSubscription* which) {
+    if (subscription.compare_exchange_strong(which, nullptr))
+        forgetAll();
+}
+
 ItemsTurn::ItemsTurn(MonitoredItems& items) {
     if (items.subscription != nullptr) {
         m_lock = items.lock();

@@ -67,6 +67,8 @@ public:
     void forgetAll();
     /// The subscription with all its items. Nothing when there is none.
     void forgetSubscription();
+    /// The same for this one. Nothing when it is another by now.
+    void forgetSubscription(UaClientSdk::UaSubscription* which);
 
 private:
     std::mutex m_turnstile;             ///< held by the next one to have the mutex

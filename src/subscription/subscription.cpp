@@ -21,7 +21,8 @@ SubscriptionSettings settingsFor(double publishingInterval) {
 /// However its deletion ends, the subscription is gone in the end; also when memory runs out.
 struct Forgotten {
     MonitoredItems& items;
-    ~Forgotten() { items.forgetSubscription(); }
+    UaSubscription* const subscription;
+    ~Forgotten() { items.forgetSubscription(subscription); }
 };
 
 /// A turn at the items behind the change that is being delivered; what was to be delivered with it is
@@ -37,8 +38,12 @@ int COpcUaClient::OpcUaCreateSubScription(double publishingInterval) {
     const SessionTurn session(m_session);
     if (session.connected() == nullptr)
         return m_error.fail(result::notConnected);
-    if (m_callback->items.subscription != nullptr && this->OpcUaDeleteSubScription() != result::success)
-        return m_error.fail(result::subscriptionNotReplaced);
+    if (m_callback->items.subscription != nullptr) {
+        const int deleted = this->OpcUaDeleteSubScription();
+        // Another thread may have deleted it meanwhile.
+        if (deleted != result::success && deleted != result::noSubscription.code)
+            return m_error.fail(result::subscriptionNotReplaced);
+    }
     ServiceSettings settings;
     SubscriptionSettings parameters = settingsFor(publishingInterval);
     UaSubscription* subscription = nullptr;
@@ -57,12 +62,13 @@ int COpcUaClient::OpcUaDeleteSubScription() {
         return m_error.fail(result::deleteWithoutSink);
     if (m_callback->items.subscription == nullptr)
         return m_error.fail(result::noSubscription);
-    const ItemsTurn turn = endDelivery(*m_callback);
     const auto session = m_session.get();
+    const ItemsTurn turn = endDelivery(*m_callback);
     UaSubscription* subscription = turn.subscription();
-    if (!session || subscription == nullptr)
+    // Another thread may have connected anew: what there is now is not what was to be deleted.
+    if (!session || subscription == nullptr || m_session.get() != session)
         return m_error.fail(result::noSubscription);
-    const Forgotten forgotten{m_callback->items};
+    const Forgotten forgotten{m_callback->items, subscription};
     const UaStatus status = session->deleteSubscription(m_removalSettings, &subscription, 100);
     return status.isNotGood() ? m_error.fail(result::deleteSubscriptionFailed) : result::success;
 }

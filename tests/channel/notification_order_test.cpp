@@ -227,6 +227,24 @@ TEST_F(NotificationOrderTest, AServerThatCountsAnewIsFollowedWhateverItsClockSay
     EXPECT_EQ(delivered.size(), 548U) << "its clock counts from then on";
 }
 
+TEST_F(NotificationOrderTest, NumbersThatAreNoneAreFollowedByTheirTime) {
+    for (std::uint32_t number = 1; number <= 200; ++number, ++publishTime)
+        arrive(number);
+    for (int i = 0; i < 50; ++i, ++publishTime)
+        arrive(0);
+    EXPECT_EQ(delivered.size(), 250U) << "no message has number 0";
+    for (std::uint32_t i = 0; i < 200; ++i, ++publishTime)
+        arrive(1 + i % 9);
+    EXPECT_GT(delivered.size(), 250U + 50U) << "a new beginning is found in every ten";
+}
+
+TEST_F(NotificationOrderTest, OneNumberOverAndOverIsNoBeginning) {
+    arrive(1);
+    for (int i = 0; i < 100; ++i, ++publishTime)
+        arrive(1);
+    EXPECT_THAT(delivered, ElementsAre(1));
+}
+
 // A server that kept them back, and was asked for them again.
 TEST_F(NotificationOrderTest, ManyThatComeLateInOrderAreNoServerThatCountsAnew) {
     const auto arriveAt = [this](std::uint32_t number) {

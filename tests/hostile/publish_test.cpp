@@ -503,13 +503,38 @@ INSTANTIATE_TEST_SUITE_P(Each, LostForGood,
                          [](const auto& one) { return one.param.name; });
 
 TEST_F(Publishing, SurvivesARepublishThatIsNeverAnswered) {
+    client.OpcUaInit(OpcUaTraceLevel_Warnings);
+    const TraceFile trace;
     server.on<UA_RepublishRequest>([](const Call&) {});
     monitor();
     ASSERT_TRUE(waitForValue(42));
     server.publisher().lose({{handle(), 7}});
     server.publisher().publish(8);
     EXPECT_TRUE(waitForValue(8));
+    EXPECT_EQ(trace.linesWith("message 2 of the server is lost: BadTimeout"), 1);
     expectStillPublishing();
+}
+
+TEST_F(Publishing, TellsOfALossAlsoWhenTheNextIsNotedBeforeIt) {
+    client.OpcUaInit(OpcUaTraceLevel_Warnings);
+    const TraceFile trace;
+    std::vector<Call> asked;
+    std::mutex mutex;
+    server.on<UA_RepublishRequest>([&](const Call& call) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        asked.push_back(call);
+        if (asked.size() == 2)
+            for (const Call& one : asked)
+                one.fault(UA_STATUSCODE_BADMESSAGENOTAVAILABLE);
+    });
+    monitor();
+    ASSERT_TRUE(waitForValue(42));
+    server.publisher().lose({{handle(), 7}});
+    server.publisher().publish(8);
+    server.publisher().lose({{handle(), 9}});
+    server.publisher().publish(10);
+    EXPECT_TRUE(waitForValue(10));
+    EXPECT_EQ(trace.linesWith("is lost: BadMessageNotAvailable"), 1);
 }
 
 TEST_F(Publishing, DeliversNothingThatWasAskedForBeforeALeap) {

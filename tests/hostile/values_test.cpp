@@ -87,6 +87,21 @@ TEST_P(UnsendableValue, LeavesABrowsedTypeNull) {
     expectUnharmed();
 }
 
+TEST_P(UnsendableValue, LeavesABrowsedTypeNullAlsoWhenThatIsFoundOnTheWay) {
+    ASSERT_EQ(connect(), 0);
+    server.on<UA_ReadRequest>([](const Call& call) {
+        call.connection().send(call.chunk('C', call.usualBody().substr(0, 10)));
+        call.connection().send(call.chunk('A', u32(GetParam()) + nullText()));
+    });
+    EXPECT_EQ(browse(), 0);
+    const OpcUaNode* child = client.OpcUaReadRootNode()->child;
+    ASSERT_NE(child, nullptr);
+    EXPECT_EQ(child->dataType, OpcUaDataType_Null);
+    EXPECT_EQ(read(), readFailed);
+    server.behave();
+    expectUnharmed();
+}
+
 INSTANTIATE_TEST_SUITE_P(Each, UnsendableValue,
                          testing::Values(UA_STATUSCODE_BADRESPONSETOOLARGE,
                                          UA_STATUSCODE_BADENCODINGLIMITSEXCEEDED,

@@ -99,6 +99,12 @@ EOF
   application harmless_address_blocks "URI:$uri" 'sbgp-ipAddrBlock=IPv4:10.0.0.0/8'
   application system_numbers "URI:$uri" 'sbgp-autonomousSysNum=critical,AS:64512'
   application demanding_policies "URI:$uri" 'policyConstraints=critical,requireExplicitPolicy:0'
+  application objects_alone "URI:$uri" 'nsCertType=critical,objsign'
+  application also_for_servers "URI:$uri" 'nsCertType=server'
+  issuing mail_authority critical,CA:TRUE critical,keyCertSign,cRLSign
+  printf 'extendedKeyUsage=critical,emailProtection\n'
+  issuing server_authority critical,CA:TRUE critical,keyCertSign,cRLSign
+  printf 'extendedKeyUsage=serverAuth,clientAuth\n'
   printf '[with_issuer]\nfullname=URI:http://plant/1\nCRLissuer=dirName:lister\n[lister]\nCN=lister\n'
   printf '[relative_to_issuer]\nrelativename=relative\n[relative]\nOU=lists\n'
   printf '[with_reasons]\nfullname=URI:http://plant/1\nreasons=keyCompromise\n'
@@ -158,8 +164,11 @@ issue middle_last root intermediate last_authority
 issue middle_below_last middle_last stranger authority
 issue middle_no_ca_bit root intermediate no_ca_bit
 issue middle_no_sign_usage root intermediate no_sign_usage
+issue middle_for_mail root intermediate mail_authority
+issue middle_for_servers root intermediate server_authority
+issue root_for_mail self authority mail_authority
 
-for extensions in address_blocks harmless_address_blocks system_numbers demanding_policies any_extended_usage proxy repudiable address_of_three_bytes uri_in_utf8 uri_in_latin1 of_60_kilobytes of_300_kilobytes; do
+for extensions in address_blocks harmless_address_blocks system_numbers demanding_policies objects_alone also_for_servers any_extended_usage proxy repudiable address_of_three_bytes uri_in_utf8 uri_in_latin1 of_60_kilobytes of_300_kilobytes; do
   issue "self_$extensions" self server "$extensions"
 done
 issue middle_no_list_usage root intermediate no_list_usage
@@ -188,7 +197,8 @@ for poison in a_poison z_poison; do
 done
 
 for issuer in root root_expired root_future root_short root_too_long root_sha1 impostor middle middle_expired \
-  middle_revoked middle_below_last middle_no_ca_bit middle_no_sign_usage middle_no_list_usage middle_bounded; do
+  middle_revoked middle_below_last middle_no_ca_bit middle_no_sign_usage middle_no_list_usage middle_bounded middle_for_mail middle_for_servers \
+  root_for_mail; do
   issue "by_$issuer" "$issuer" server app
 done
 issue by_middle_bounded_elsewhere middle_bounded server other_host
@@ -221,7 +231,7 @@ revocation_list() {
 for issuer in root root_expired root_future root_short root_too_long root_sha1 impostor middle middle_expired \
   middle_revoked middle_last middle_below_last middle_no_ca_bit middle_no_sign_usage middle_no_list_usage middle_bounded \
   middle_no_usage middle_bounded_new_key \
-  middle_last_new_key other_root first second; do
+  middle_last_new_key middle_for_mail middle_for_servers root_for_mail other_root first second; do
   revocation_list "$issuer" "$issuer"
 done
 revocation_list root_stale root 20250101000000Z 20250201000000Z

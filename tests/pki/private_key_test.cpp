@@ -1,5 +1,6 @@
 #include <csignal>
 #include <cstddef>
+#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <string>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include <gmock/gmock.h>
+#include <openssl/crypto.h>
 
 #include "material.h"
 #include "support/child_process.h"
@@ -166,6 +168,17 @@ TEST_F(PrivateKey, TheLoadedBytesAreAnRsaKeyInDer) {
     openssl({"rsa", "-in", material::file("server.key").string(), "-traditional", "-outform", "DER", "-out",
              path("expected.der").string()});
     EXPECT_EQ(UaByteString(loaded.key.bytes), material::read(path("expected.der")));
+}
+
+// As an application that keeps its own secrets there has made it.
+TEST_F(PrivateKey, OpensWhereThereIsASecureHeap) {
+    ASSERT_EQ(m_keys.toPEMFile(path("key.pem").c_str(), nullptr), 0);
+    EXPECT_EXIT(
+        {
+            CRYPTO_secure_malloc_init(1 << 16, 1 << 5);
+            std::exit(LoadedKey(path("key.pem"), nullptr).status.isGood() ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST_F(PrivateKey, AnEncryptedOneOpensWithItsPasswordOnly) {

@@ -64,6 +64,8 @@ const Case cases[] = {
     {"SelfSignedWrongSignature",    "self_forged",     "", "", "", "self_forged",     invalid,     invalid},
     {"OnlyTheSignatureDiffers",     "self_good",       "", "", "", "self_forged",     invalid,     invalid},
     {"UnknownCriticalExtension",    "self_unknown_critical", "", "", "", "self_unknown_critical", invalid, invalid},
+    {"ForObjectsAlone",             "self_objects_alone", "", "", "", "self_objects_alone", invalid, invalid},
+    {"AlsoForServers",              "self_also_for_servers", "", "", "", "self_also_for_servers", good, good},
     {"MalformedExtension",          "self_malformed_usage", "", "", "", "self_malformed_usage", invalid, invalid},
     // ---- application URI and host name
     {"OtherUri",                    "self_other_uri",  "", "", "", "self_other_uri",  uriInvalid,  uriInvalid},
@@ -125,6 +127,9 @@ const Case cases[] = {
     {"TrustedIssuerWithoutAuthorityBit", "middle_no_ca_bit", "root middle_no_ca_bit", "root", "", "by_middle_no_ca_bit", issuerUse, issuerUse},
     {"IssuerMayNotSign",            "root", "root middle_no_sign_usage", "middle_no_sign_usage", "", "by_middle_no_sign_usage", issuerUse, issuerUse},
     {"IssuerWithoutKeyUsage",       "root", "root middle_no_usage", "middle_no_usage", "", "by_middle_no_usage", good, good},
+    {"IssuerForMailAlone",          "root", "root middle_for_mail", "middle_for_mail", "", "by_middle_for_mail", issuerUse, issuerUse},
+    {"RootForMailAlone",            "root_for_mail", "root_for_mail", "", "", "by_root_for_mail", issuerUse, issuerUse},
+    {"IssuerForServers",            "root", "root middle_for_servers", "middle_for_servers", "", "by_middle_for_servers", good, good},
     {"TooManyAuthorities",          "root", "root middle_last middle_below_last", "middle_last middle_below_last", "", "by_middle_below_last", issuerUse, issuerUse},
     // ---- security policies
     {"Sha1Basic256Sha256",          "self_sha1",  "", "", "", "self_sha1",  policyFailed, policyFailed, basic256Sha256},

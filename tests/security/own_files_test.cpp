@@ -365,6 +365,24 @@ TEST_F(OwnFiles, WhereNothingMayBeWrittenTheCodesTell) {
     EXPECT_TRUE(fs::is_empty(trustList()));
 }
 
+TEST_F(OwnFiles, AKeyIsNotReplacedForACertificateThatCannotBeWritten) {
+    connectForTheFirstTime();
+    for (const auto& [certificate, key, code] :
+         {std::tuple(clientCertificate(), clientKey(), 21), std::tuple(userCertificate(), userKey(), 28)}) {
+        SCOPED_TRACE(certificate.string());
+        const std::string before = contentOf(key);
+        fs::remove(certificate);
+        fs::create_symlink(directory() / "nowhere" / "certificate.der", certificate);
+        for (int i = 0; i < 3; ++i)
+            EXPECT_EQ(secureConnect(byCertificate), code);
+        EXPECT_EQ(contentOf(key), before);
+        EXPECT_FALSE(fs::exists(key.string() + ".old"));
+        fs::remove(certificate);
+        EXPECT_EQ(secureConnect(byCertificate), 0);
+        EXPECT_EQ(contentOf(key.string() + ".old"), before);
+    }
+}
+
 /// The kernel cuts every file of the process at this size, as a disk does that is full.
 void fillTheDisk() {
     std::signal(SIGXFSZ, SIG_IGN);

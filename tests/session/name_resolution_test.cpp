@@ -3,10 +3,12 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
+#include <cstdlib>
 #include <future>
 #include <memory>
 #include <mutex>
 #include <netdb.h>
+#include <new>
 #include <pthread.h>
 #include <string>
 #include <utility>
@@ -39,7 +41,26 @@ namespace {
 
 bool noMoreThreads = false;
 
+/// What the thread may still allocate before one allocation fails; negative for all it likes.
+thread_local int allocationsLeft = -1;
+
 } // namespace
+
+// A system that has no memory left, when the test says so.
+__attribute__((visibility("default"))) void* operator new(std::size_t size) {
+    void* const block = allocationsLeft == 0 ? nullptr : std::malloc(size == 0 ? 1 : size);
+    if (allocationsLeft >= 0)
+        --allocationsLeft;
+    if (block == nullptr)
+        throw std::bad_alloc();
+    return block;
+}
+__attribute__((visibility("default"))) void operator delete(void* block) noexcept {
+    std::free(block);
+}
+__attribute__((visibility("default"))) void operator delete(void* block, std::size_t) noexcept {
+    std::free(block);
+}
 
 // A system that has no thread left, when the test says so.
 extern "C" __attribute__((visibility("default"))) int
@@ -213,6 +234,22 @@ LookUps::LookUp countedUntil(const std::shared_ptr<std::atomic<std::size_t>>& qu
         end.wait();
         return {UaStatus(), {"192.0.2.8"}, ""};
     };
+}
+
+TEST(ALookUpWithoutMemory, LeavesNothingInTheWayOfTheNext) {
+    for (int allocations = 0; allocations < 20; ++allocations) {
+        LookUps& lookUps =
+            impatient([](const std::string&) -> Resolution { return {UaStatus(), {"192.0.2.8"}, ""}; });
+        const std::string name = "a name that is too long to be kept without an allocation";
+        const Deadline deadline(10000);
+        try {
+            allocationsLeft = allocations;
+            lookUps.ask(name, deadline);
+        } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): it may end so
+        }
+        allocationsLeft = -1;
+        EXPECT_THAT(lookUps.ask(name, deadline).addresses, ElementsAre("192.0.2.8")) << allocations;
+    }
 }
 
 TEST(ALookUpThatNeverEnds, DoesNotShutItsNameOut) {

@@ -240,6 +240,18 @@ TEST_F(Browse, LongerTextsFillTheirFieldsWithoutTerminator) {
     }
 }
 
+TEST_F(Browse, TellsOfARecordThatNamesAnotherNode) {
+    const auto told = [](const std::string& name, std::size_t size) {
+        return "browse | the record of " + name + " names another node or none: the server's id of " +
+               std::to_string(size) + " bytes does not fit into it";
+    };
+    browseOne({"ns=2;s=" + field('n', 249), "x", 0, "", ""});
+    EXPECT_THAT(platform_recorder::traceLines(),
+                testing::Not(Contains(testing::HasSubstr("names another node"))));
+    browseOne({"ns=2;s=" + field('n', 250), "x", 0, "", ""});
+    EXPECT_THAT(platform_recorder::traceLines(), Contains(told("ns=2;s=" + field('n', 249), 257)));
+}
+
 TEST_F(Browse, KeepsUtf8Bytes) {
     const OpcUaNode* child =
         browseOne({"ns=2;s=\xE9\x94\x85\xE7\x82\x89", "\xC3\xBC", 0, "zh", "\xE9\x94\x85"});

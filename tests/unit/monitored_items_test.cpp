@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstring>
 #include <map>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -241,6 +242,17 @@ TEST_F(MonitoredItems, OneThatFailsIsNotKeptAndKeepsItsHandleFree) {
     script().onCreateItems = answerItems(goodWithDetails);
     EXPECT_EQ(add("ns=2;s=A"), 0);
     EXPECT_EQ(items().at(0).clientHandle, 1U);
+}
+
+TEST_F(MonitoredItems, OneThatTheServerMayHaveUsesItsHandleUp) {
+    script().onCreateItems = [](const CreateItemsRequest&, UaMonitoredItemCreateResults&) -> UaStatus {
+        throw std::bad_alloc();
+    };
+    EXPECT_THROW(add("ns=2;s=A"), std::bad_alloc);
+    EXPECT_THAT(items(), IsEmpty());
+    script().onCreateItems = nullptr;
+    EXPECT_EQ(add("ns=2;s=B"), 0);
+    EXPECT_EQ(items().at(0).clientHandle, 2U);
 }
 
 TEST_F(MonitoredItems, AnAnswerWithoutResultsFails) {

@@ -83,6 +83,14 @@ int UaPkiCertificate::toDERFile(const UaString& path) const {
     return toDERFile(path.toUtf8());
 }
 
+bool UaPkiCertificate::couldBeWrittenTo(const UaString& path) const {
+    const pki::OpenSslUse use;
+    if (!use.isPossible() || isNull())
+        return false;
+    const pki::Bytes bytes = pki::encode(m_x509.get());
+    return pki::couldWriteFile(path.text(), bytes.data(), bytes.size(), certificateFileMode);
+}
+
 UaPkiIdentity UaPkiCertificate::subject() const {
     const pki::OpenSslUse use;
     return isNull() || !use.isPossible() ? UaPkiIdentity()

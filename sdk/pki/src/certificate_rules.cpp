@@ -33,6 +33,11 @@ std::string keyProblem(const X509* certificate, bool isLeaf, const SecurityDeman
     return {};
 }
 
+bool mayAuthenticateServers(X509* certificate) {
+    return (X509_get_extension_flags(certificate) & EXFLAG_XKUSAGE) == 0 ||
+           (X509_get_extended_key_usage(certificate) & (XKU_SSL_SERVER | XKU_ANYEKU)) != 0;
+}
+
 /// What the OPC UA profile asks of an application instance certificate (OPC UA Part 6, 6.2.2).
 std::string leafUsageProblem(X509* leaf) {
     constexpr std::uint32_t neededUsage =
@@ -44,10 +49,8 @@ std::string leafUsageProblem(X509* leaf) {
         return "it has no key usage";
     if ((X509_get_key_usage(leaf) & neededUsage) != neededUsage)
         return "its key usage lacks one of digital signature, non-repudiation, key and data encipherment";
-    if ((flags & EXFLAG_XKUSAGE) != 0 &&
-        (X509_get_extended_key_usage(leaf) & (XKU_SSL_SERVER | XKU_ANYEKU)) == 0) {
+    if (!mayAuthenticateServers(leaf))
         return "its extended key usage does not allow server authentication";
-    }
     return {};
 }
 
@@ -58,6 +61,9 @@ std::string issuerUsageProblem(X509* issuer, long authoritiesBelow) {
         return "it has issued a certificate but is no certificate authority";
     if ((flags & EXFLAG_KUSAGE) != 0 && (X509_get_key_usage(issuer) & KU_KEY_CERT_SIGN) == 0)
         return "it has issued a certificate but its key usage does not allow it";
+    // An authority for mail or for code has no say about servers, although the standards leave that open.
+    if (!mayAuthenticateServers(issuer))
+        return "it has issued a server's certificate but its extended key usage does not allow it";
     if (mostBelow >= 0 && authoritiesBelow > mostBelow)
         return "it has more authorities below it than it may have";
     return {};
@@ -89,11 +95,13 @@ void checkStructure(const std::vector<X509Ptr>& sent, CertificateFindings& findi
 
 void checkExtensions(const Chain& chain, CertificateFindings& findings) {
     for (X509* certificate : chain.certificates) {
-        // OpenSSL knows address blocks (RFC 3779), proxies and demands of policies; nobody checks them here.
+        // OpenSSL knows address blocks (RFC 3779), proxies, demands of policies and Netscape's types; nobody
+        // checks them here.
         if ((X509_get_extension_flags(certificate) & (EXFLAG_CRITICAL | EXFLAG_PROXY)) != 0 ||
             isCritical(certificate, NID_sbgp_ipAddrBlock) ||
             isCritical(certificate, NID_sbgp_autonomousSysNum) ||
-            isCritical(certificate, NID_policy_constraints)) {
+            isCritical(certificate, NID_policy_constraints) ||
+            isCritical(certificate, NID_netscape_cert_type)) {
             findings.add(Step::Signature, OpcUa_BadCertificateInvalid, certificate,
                          "it has a critical extension that is not known here");
         }
@@ -103,9 +111,12 @@ void checkExtensions(const Chain& chain, CertificateFindings& findings) {
 bool NameBounds::isOutside(X509* certificate, bool isLeaf, X509* authority) {
     const auto [known, isNew] = m_known.try_emplace({certificate, authority});
     if (isNew) {
+        constexpr int hasNone = -1;
+        int presence = hasNone;
         const NameConstraintsPtr bounds(static_cast<NAME_CONSTRAINTS*>(
-            X509_get_ext_d2i(authority, NID_name_constraints, nullptr, nullptr)));
-        known->second = bounds != nullptr && !isWithin(certificate, isLeaf, bounds.get());
+            X509_get_ext_d2i(authority, NID_name_constraints, &presence, nullptr)));
+        known->second =
+            bounds != nullptr ? !isWithin(certificate, isLeaf, bounds.get()) : presence != hasNone;
     }
     return known->second;
 }

@@ -79,16 +79,38 @@ bool mayBeReplaced(const std::string& path) {
     return ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 || errno == ENOENT;
 }
 
+/// Writes it under another name, which is empty, with the reason in errno, when it cannot.
+std::string writeTemporary(const std::string& path, const void* data, std::size_t length, mode_t mode) {
+    std::string temporary = temporaryName(path);
+    if (temporary.empty() || !mayBeReplaced(path) || !writeAndFlush(temporary, data, length, mode))
+        temporary.clear();
+    return temporary;
+}
+
 /// False, with the reason in errno, when it cannot; what was there is then untouched.
 bool replace(const std::string& path, const void* data, std::size_t length, mode_t mode) {
-    const std::string temporary = temporaryName(path);
-    if (temporary.empty() || !mayBeReplaced(path) || !writeAndFlush(temporary, data, length, mode))
+    const std::string temporary = writeTemporary(path, data, length, mode);
+    if (temporary.empty())
         return false;
     if (::rename(temporary.c_str(), path.c_str()) != 0) {
         discard(temporary);
         return false;
     }
     return syncDirectoryOf(path);
+}
+
+bool traceFailure(const std::string& path, const char* why) {
+    const int error = errno;
+    UaTrace::write(UaTrace::Errors, "pki", "cannot write %s%s: %s", path.c_str(), why,
+                   errorText(error).c_str());
+    return false;
+}
+
+/// The file that is behind the path's links. False, with the reason in the trace, when they are not followed.
+bool findFile(const std::string& path, std::string& file) {
+    file = path;
+    return (!path.empty() && UaBase_FollowOwnLinks(file)) ||
+           traceFailure(path, ", a symbolic link that is not followed");
 }
 
 } // namespace
@@ -127,14 +149,18 @@ bool writeNewFile(const std::string& path, const void* data, std::size_t length,
 }
 
 bool writeFileAtomically(const std::string& path, const void* data, std::size_t length, mode_t mode) {
-    std::string file = path;
-    const bool found = !path.empty() && UaBase_FollowOwnLinks(file);
-    if (!found || !replace(file, data, length, mode)) {
-        const int error = errno;
-        UaTrace::write(UaTrace::Errors, "pki", "cannot write %s%s: %s", path.c_str(),
-                       found ? "" : ", a symbolic link that is not followed", errorText(error).c_str());
+    std::string file;
+    return findFile(path, file) && (replace(file, data, length, mode) || traceFailure(path, ""));
+}
+
+bool couldWriteFile(const std::string& path, const void* data, std::size_t length, mode_t mode) {
+    std::string file;
+    if (!findFile(path, file))
         return false;
-    }
+    const std::string temporary = writeTemporary(file, data, length, mode);
+    if (temporary.empty())
+        return traceFailure(path, "");
+    discard(temporary);
     return true;
 }
 

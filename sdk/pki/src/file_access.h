@@ -26,6 +26,10 @@ UaStatus readFile(const std::string& path, std::size_t limit, Bytes& content, st
 /// where the disk has failed at the last, on the directory.
 bool writeFileAtomically(const std::string& path, const void* data, std::size_t length, mode_t mode);
 
+/// Whether writeFileAtomically() would come to the renaming: writes the file under the other name and removes
+/// it. False, with the reason in the trace, when not.
+bool couldWriteFile(const std::string& path, const void* data, std::size_t length, mode_t mode);
+
 /// Writes a file that was not there, flushed to the disk. False, with the reason in errno, when there is one,
 /// or it cannot be written; nothing is left then that was not there.
 bool writeNewFile(const std::string& path, const void* data, std::size_t length, mode_t mode);

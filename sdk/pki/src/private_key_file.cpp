@@ -48,7 +48,7 @@ UaStatus storeKey(const EVP_PKEY* privateKey, OpcUa_Key* key) {
 struct PemContent {
     PemContent() = default;
     ~PemContent() {
-        OPENSSL_free(name);
+        OPENSSL_secure_free(name);
         OPENSSL_secure_clear_free(der, static_cast<std::size_t>(length));
     }
     PemContent(const PemContent&) = delete;

@@ -28,6 +28,7 @@ void Call::answer(const IncomingMessage& message, Clock::time_point at) {
     }
     body.assign(message.body.data, message.body.data + size);
     status = message.status;
+    hasMessage = true;
     answered = true;
 }
 

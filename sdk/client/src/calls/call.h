@@ -41,6 +41,7 @@ struct Call {
     bool waits = false;           ///< for another thread to read, or to pass the reading on
     bool mayRead = false;
     bool answered = false;
+    bool hasMessage = false; ///< from the server; else it was ended here
     UaStatus status;
     std::vector<OpcUa_Byte> body;
     std::condition_variable wakeUp;

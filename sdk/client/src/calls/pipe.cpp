@@ -34,7 +34,7 @@ UaStatus Pipe::call(void* request, const UA_DataType& type, const Deadline& dead
     try {
         return awaitAnswer(call, turn, receiver);
     } catch (...) { // no memory
-        forget(call.requestId);
+        giveUp(call);
         throw;
     }
 }
@@ -88,7 +88,7 @@ void Pipe::fail(UaStatus reason) {
 
 bool Pipe::hasUnansweredCall() const {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_hasGivenUp || m_pending.hasCall();
+    return m_lastGivenUp != 0 || m_pending.hasCall();
 }
 
 UaStatus Pipe::endReason() const {

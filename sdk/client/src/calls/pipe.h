@@ -21,7 +21,7 @@ class AnswerReceiver {
 public:
     virtual ~AnswerReceiver() = default;
     /// `body` is type id and answer, valid for the time of the call; with a bad `status` there is none.
-    /// Called once at the most. May not use the pipe.
+    /// Called once at the most, for a call with what the server says alone. May not use the pipe.
     virtual UaStatus answered(UaStatus status, UaByteView body) = 0;
 };
 
@@ -109,7 +109,7 @@ public:
     /// The same for a connection that is found to be of no use: the listener is told.
     void fail(UaStatus reason);
     /// Whether there is a call whose caller was told that it had no answer, or will be when the connection
-    /// ends now.
+    /// ends now, and that may still lie in the system: nothing was answered that was sent behind it.
     bool hasUnansweredCall() const;
 
 private:
@@ -129,6 +129,7 @@ private:
     UaStatus awaitAnswer(Call& call, ReadingTurn& turn, AnswerReceiver& receiver);
     UaStatus readFor(Call& call, AnswerReceiver& receiver);
     void takeOwnAnswer(Call& call, const IncomingMessage& message);
+    void noteReached(std::uint32_t requestId);
     UaStatus dispatchUntil(std::uint32_t requestId, IncomingMessage& message, bool& found);
     UaStatus dispatchAll();
     void dispatch(const IncomingMessage& message);
@@ -159,7 +160,7 @@ private:
     bool m_reading = false;
     std::uint32_t m_lastRequestId = 1; ///< the channel was opened with that
     PendingRequests m_pending;
-    bool m_hasGivenUp = false; ///< a call that was sent and had no answer in its time
+    std::uint32_t m_lastGivenUp = 0; ///< a call that was sent, and may not have reached the server
     UaStatus m_endReason;
 };
 

@@ -51,7 +51,8 @@ UaStatus Pipe::awaitAnswer(Call& call, ReadingTurn& turn, AnswerReceiver& receiv
     if (call.mayRead)
         turn.inherit();
     lock.unlock();
-    return receiver.answered(call.status, {call.body.data(), call.body.size()});
+    return call.hasMessage ? receiver.answered(call.status, {call.body.data(), call.body.size()})
+                           : call.status;
 }
 
 UaStatus Pipe::readFor(Call& call, AnswerReceiver& receiver) {
@@ -86,16 +87,23 @@ UaStatus Pipe::readFor(Call& call, AnswerReceiver& receiver) {
 }
 
 UaStatus Pipe::giveUp(const Call& call) {
-    forget(call.requestId);
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_hasGivenUp = true;
+    if (m_pending.take(call.requestId).call != nullptr)
+        m_lastGivenUp = call.requestId;
     return UA_STATUSCODE_BADTIMEOUT;
 }
 
 void Pipe::takeOwnAnswer(Call& call, const IncomingMessage& message) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_pending.take(call.requestId);
+    noteReached(call.requestId);
     call.noteAnswer(message, lastHeard());
+}
+
+/// What was sent before a request that the server has answered has reached it, too.
+void Pipe::noteReached(std::uint32_t requestId) {
+    if (static_cast<std::int32_t>(requestId - m_lastGivenUp) > 0)
+        m_lastGivenUp = 0;
 }
 
 /// A message for which there is no memory is lost, and all that follows is of no use without it.
@@ -140,6 +148,7 @@ void Pipe::dispatch(const IncomingMessage& message) {
         }
         return;
     }
+    noteReached(message.requestId);
     if (Call* const call = found->call) {
         call->answer(message, lastHeard());
         m_pending.take(message.requestId);

@@ -82,6 +82,8 @@ void clearAnswer(void* response, const UA_DataType& type);
 struct AnswerOutcome {
     /// The server said no in so many words.
     bool isRefusal = false;
+    /// The server had begun to say something else, and broke that off with the reason.
+    bool isBrokenOff = false;
     /// It is of the type that was asked for, and cannot be decoded.
     bool isUndecodable = false;
 };
@@ -124,6 +126,7 @@ public:
         : m_type(type), m_expectedResults(expectedResults), m_response(response), m_outcome(outcome) {}
 
     UaStatus answered(UaStatus status, UaByteView body) override {
+        m_outcome.isBrokenOff = status.isBad();
         return status.isBad() ? status
                               : decodeResponse(body, m_type, m_expectedResults, m_response, m_outcome);
     }

@@ -26,6 +26,8 @@ std::unique_ptr<SecureChannel> openChannel(const UaString& url, const ChannelSec
     if (status.isBad())
         return nullptr;
     for (std::size_t i = 0; i < addresses.size() && !failure.wasReached; ++i) {
+        if (i > 0 && deadline.expired())
+            break;
         // What is left is shared among the addresses, so that a dead one does not use up the time of the
         // others. Who has answered has all of it: another address would only repeat what he says.
         const Deadline share(deadline.remaining() / static_cast<int>(addresses.size() - i));

@@ -39,11 +39,7 @@ Watchdog::Times watchdogTimes(const SessionConnectInfo& info, double sessionTime
 } // namespace
 
 UaSession::Impl::~Impl() {
-    try {
-        disconnect(ServiceSettings(), true);
-    } catch (const std::bad_alloc&) {
-        UaTrace::write(UaTrace::Errors, "session", "no memory to end the session in order");
-    }
+    disconnect(ServiceSettings(), true);
     releaseConnection();
 }
 
@@ -115,7 +111,12 @@ UaStatus UaSession::Impl::disconnect(const ServiceSettings& settings, bool delet
             subscription->impl().abandon();
         delivery = m_delivery.get();
     }
-    endConnection(settings, deleteSubscriptions, silent);
+    try {
+        endConnection(settings, deleteSubscriptions, silent);
+    } catch (const std::bad_alloc&) {
+        UaTrace::write(UaTrace::Errors, "session", "no memory to end the session in order");
+        m_pipe->abandon(UA_STATUSCODE_BADSERVERNOTCONNECTED);
+    }
     m_network->stop();
     if (delivery != nullptr)
         delivery->stop();

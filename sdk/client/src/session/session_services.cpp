@@ -49,7 +49,8 @@ bool isTooLong(UaStatus status) {
 
 UaStatus takeValues(UaStatus status, Answer<UA_ReadRequest>& answer, std::size_t count,
                     UaDataValues& values) {
-    const bool isUnsendable = count == 1 && answer.isRefusal && isTooLong(status);
+    const bool isServersWord = answer.isRefusal || answer.isBrokenOff;
+    const bool isUnsendable = count == 1 && isServersWord && isTooLong(status);
     if (answer.isUndecodable || isUnsendable) {
         // The server has served the request: it is the values that are of no use.
         makeUnreadable(status, static_cast<OpcUa_UInt32>(count), values);

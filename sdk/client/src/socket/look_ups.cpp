@@ -57,22 +57,25 @@ bool LookUps::isToBeLookedUp(const std::string& host) const {
 }
 
 UaStatus LookUps::begin(const std::string& host) {
-    std::shared_ptr<Question>& known = m_questions[host];
-    const bool isNew = known == nullptr;
-    if (isNew) {
-        known = std::make_shared<Question>();
-        known->patience = m_patience;
-    }
+    const auto known = m_questions.find(host);
+    const bool isNew = known == m_questions.end();
     UaStatus status;
-    std::thread thread = startOwnThread([this, host, question = known]() { run(host, question); }, status);
-    if (!status.isBad()) {
-        thread.detach();
-        known->dueAnew = Clock::now() + known->patience;
-        known->patience *= 2;
-        ++m_threads;
-    } else if (isNew) {
-        m_questions.erase(host);
+    try {
+        const auto question = isNew ? std::make_shared<Question>(m_patience) : known->second;
+        if (isNew)
+            m_questions.emplace(host, question);
+        std::thread thread = startOwnThread([this, host, question]() { run(host, question); }, status);
+        if (!status.isBad()) {
+            thread.detach();
+            question->dueAnew = Clock::now() + question->patience;
+            question->patience *= 2;
+            ++m_threads;
+        }
+    } catch (const std::bad_alloc&) {
+        status = UA_STATUSCODE_BADOUTOFMEMORY;
     }
+    if (status.isBad() && isNew)
+        m_questions.erase(host);
     return status;
 }
 

@@ -50,6 +50,8 @@ public:
 private:
     /// For one name.
     struct Question {
+        explicit Question(std::chrono::milliseconds first) : patience(first) {}
+
         Clock::time_point dueAnew;
         std::chrono::milliseconds patience; ///< with the next look-up
         std::promise<Resolution> promise;

@@ -27,6 +27,8 @@ public:
     /// A request was answered, whatever came of it.
     void answered() { --m_requests; }
 
+    /// Whether it was noted and has neither come nor been given up.
+    bool isMissing(Message message) { return find(message) != m_missing.end(); }
     /// It has come, or will not.
     void remove(Message message);
     void removeAll(std::uint32_t subscriptionId);

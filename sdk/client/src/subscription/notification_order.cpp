@@ -33,9 +33,10 @@ NotificationOrder::~NotificationOrder() {
         UA_NotificationMessage_clear(&held.second.message);
 }
 
-/// What lies further back than there were messages is no repetition, but a leap.
+/// What lies further back than there were messages is no repetition, but a leap; so is 0, which no message
+/// has (OPC UA Part 4, 7.26).
 bool NotificationOrder::isOld(std::uint32_t number) const {
-    return m_expected - number - 1 < m_inOrder;
+    return number != 0 && m_expected - number - 1 < m_inOrder;
 }
 
 void NotificationOrder::goOn() {
@@ -45,18 +46,23 @@ void NotificationOrder::goOn() {
         m_missingUpTo = m_expected;
     m_inOrder = std::min(m_inOrder + 1, repetitionsKnown);
     m_oldInARow = m_newerInARow = 0;
+    m_latestOld = 0;
     m_lossIsTold = m_lossIsTold && m_inOrder < longestGap;
 }
 
 /// What comes again was published before what came last, and is no more than was asked for; so many old
-/// numbers in order that were not, or are more than that, are a server's that counts anew.
+/// numbers in order that were not, or are more than that, are a server's that counts anew. One whose messages
+/// are newer and have other numbers each time need not even count.
 bool NotificationOrder::countsAnew(const UA_NotificationMessage& message) {
     constexpr unsigned int noRepetition = 10;
     const std::uint32_t number = message.sequenceNumber;
     const bool isRepetition = message.publishTime != 0 && message.publishTime <= m_latest;
-    const bool isInOrder = number == following(std::exchange(m_lastOld, number));
+    const std::uint32_t last = std::exchange(m_lastOld, number);
+    const bool isInOrder = number == following(last);
     m_oldInARow = isInOrder ? m_oldInARow + 1 : 1;
-    m_newerInARow = isRepetition ? 0 : isInOrder ? m_newerInARow + 1 : 1;
+    const bool isNewest = number != last && message.publishTime > std::max(m_latest, m_latestOld);
+    m_latestOld = std::max(m_latestOld, message.publishTime);
+    m_newerInARow = isRepetition ? 0 : isInOrder || isNewest ? m_newerInARow + 1 : 1;
     return m_newerInARow >= noRepetition || m_oldInARow > longestGap;
 }
 

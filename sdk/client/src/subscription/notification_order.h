@@ -54,6 +54,7 @@ private:
     std::uint32_t m_expected = 1;
     std::uint32_t m_inOrder = 0; ///< messages before the expected one, as far as they matter
     UA_DateTime m_latest = 0;    ///< publish time among what was delivered
+    UA_DateTime m_latestOld = 0; ///< the same among what was not, since
     std::uint32_t m_lastOld = 0;
     unsigned int m_oldInARow = 0;
     unsigned int m_newerInARow = 0;  ///< of these, by their time

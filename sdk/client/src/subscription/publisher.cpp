@@ -169,11 +169,12 @@ void Publisher::noteMissing(std::uint32_t id, PublishedSubscription& subscriptio
         return;
     }
     // Once for a server that leaves out one after the other.
-    m_tellsLoss = m_losses.begins();
+    const bool isFirst = m_losses.begins();
+    m_tellsLoss = m_tellsLoss || isFirst;
     for (const std::uint32_t number : missing)
         if (!m_missing.note({id, number}))
-            giveUp({id, number});
-        else if (m_tellsLoss)
+            lose({id, number}, UA_STATUSCODE_BADTOOMANYOPERATIONS);
+        else if (isFirst)
             UaTrace::write(UaTrace::Warnings, "subscription",
                            "message %u of the server is missing and asked for again", number);
 }
@@ -188,13 +189,21 @@ void Publisher::republished(MissingMessages::Message asked, UaStatus status, UaB
             return;
         if (!status.isBad() && answer.notificationMessage.sequenceNumber == asked.number) {
             takeMessage(asked.subscriptionId, answer.notificationMessage, &PublishedSubscription::cameAgain);
-        } else if (m_tellsLoss) {
-            UaTrace::write(UaTrace::Errors, "subscription", "message %u of the server is lost: %s",
-                           asked.number, status.name());
+            giveUp(asked);
+        } else if (m_missing.isMissing(asked)) {
+            lose(asked, status);
         }
-        giveUp(asked);
     }
     m_listener.publishDue();
+}
+
+/// One line for a spell of them.
+void Publisher::lose(MissingMessages::Message message, UaStatus reason) {
+    if (std::exchange(m_tellsLoss, false)) {
+        UaTrace::write(UaTrace::Errors, "subscription", "message %u of the server is lost: %s",
+                       message.number, reason.name());
+    }
+    giveUp(message);
 }
 
 /// Nothing happens to what has come meanwhile.

@@ -78,6 +78,7 @@ private:
     using TakeMessage = bool (PublishedSubscription::*)(UA_NotificationMessage&);
     void takeMessage(std::uint32_t id, UA_NotificationMessage& message, TakeMessage take);
     void noteMissing(std::uint32_t id, PublishedSubscription& subscription);
+    void lose(MissingMessages::Message message, UaStatus reason);
     void giveUp(MissingMessages::Message message);
     void pauseUnsent(UaStatus status);
     void tellFlow();
@@ -112,7 +113,7 @@ private:
     Spell m_refusals;
     bool m_refusalIsTold = false; ///< in the present row of refusals
     Spell m_losses;
-    bool m_tellsLoss = true; ///< of the latest messages that were missing
+    bool m_tellsLoss = false; ///< none of this spell of losses was told yet
     bool m_flows = true;
     bool m_closed = false;
 };

@@ -88,7 +88,7 @@ Clock::time_point Publisher::judgeSilence(Clock::time_point now, Clock::time_poi
 Clock::time_point Publisher::giveUpLate(Clock::time_point now, Clock::time_point serverHeard) {
     Clock::time_point next = Clock::time_point::max();
     for (const MissingMessages::Message& late : m_missing.overdue(now, serverHeard - dataLag, next))
-        giveUp(late);
+        lose(late, UA_STATUSCODE_BADTIMEOUT);
     return next;
 }
 

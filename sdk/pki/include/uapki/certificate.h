@@ -57,6 +57,8 @@ public:
     /// on failure.
     int toDERFile(const char* path) const;
     int toDERFile(const UaString& path) const;
+    /// Whether that would succeed, as far as it can be tried: a file is written beside it, and removed.
+    bool couldBeWrittenTo(const UaString& path) const;
 
     UaPkiIdentity subject() const;
     UaPkiIdentity issuer() const;
