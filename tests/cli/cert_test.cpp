@@ -106,6 +106,35 @@ TEST(Cert, FollowsTheConfiguration) {
     EXPECT_EQ(client["hasKey"], true);
 }
 
+TEST(Cert, AStoreThatCannotBeLookedIntoIsExplained) {
+    for (const char* place : {"pkiclient/own/certs", "pkiclient/trusted/certs"}) {
+        const OwnProgram program;
+        const fs::path store = program.directory() / place;
+        fs::create_directories(store.parent_path());
+        fs::create_symlink(store, store); // for root, too, it leads nowhere
+        const CliResult table = program.run({"cert"});
+        EXPECT_EQ(table.exitCode, 1);
+        EXPECT_EQ(table.output, "");
+        EXPECT_THAT(table.error, HasSubstr("cannot look at " + store.string()));
+        const CliResult result = program.run({"cert", "--json"});
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_THAT(result.json()["error"]["explanation"], HasSubstr(store.string()));
+    }
+}
+
+TEST(Cert, NamesOfFilesSteerNoTerminalThatReadsBytes) {
+    const OwnProgram program;
+    const fs::path trusted = program.directory() / "pkiclient/trusted/certs";
+    fs::create_directories(trusted);
+    std::ofstream(trusted / "\u00DB31m.txt") << "no certificate";
+    for (const std::string command : {"\"$0\" cert", "\"$0\" cert --json"}) {
+        PseudoTerminal terminal(200);
+        program.runInShell("LC_ALL=C TERM=xterm " + command + " >" + terminal.path(), {});
+        EXPECT_THAT(terminal.text(), AllOf(HasSubstr("?31m.txt"), Not(HasSubstr("\x9B"))));
+        EXPECT_THAT(program.runInShell("LC_ALL=C " + command, {}).output, HasSubstr("\u00DB31m.txt"));
+    }
+}
+
 TEST(Cert, AStoreThatCannotBeUsedIsExplained) {
     const OwnProgram program;
     std::ofstream(program.directory() / "pkiclient") << "in the way";

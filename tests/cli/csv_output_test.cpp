@@ -5,12 +5,14 @@
 #include <gmock/gmock.h>
 
 #include "plant_fixture.h"
+#include "support/raw_client.h"
 #include "support/temporary_directory.h"
 #include "support/text_file.h"
 
 using namespace cli_test;
 using nlohmann::json;
 using testing::AllOf;
+using testing::AnyOf;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -71,6 +73,26 @@ TEST_F(CsvOutput, OfANodeThatFailsIsNoValueToWrite) {
     const CliResult written = cli("write", {"--from", file(result.output)});
     EXPECT_EQ(written.exitCode, 2);
     EXPECT_THAT(written.error, HasSubstr("line 3: there is no value: "));
+}
+
+TEST_F(CsvOutput, OfATextThatCannotBeWrittenBackIsNoValueToWrite) {
+    test_support::RawClient(m_server.url()).writeText(rack + "Scalar.String", "caf\xE9\nzwei");
+    const CliResult result = cli("read", {rack + "Scalar.String", "ns=2;s=Line1.Batch", "--csv"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.output, AllOf(HasSubstr("String,String,,,"), HasSubstr("it is not UTF-8"),
+                                     HasSubstr("Batch,String,,B-2041,\n")));
+    EXPECT_EQ(cli("write", {"--from", file(result.output)}).exitCode, 2);
+
+    const CliResult document = cli("read", {rack + "Scalar.String", rack + "Text.EmbeddedZero", "--json"});
+    EXPECT_EQ(document.exitCode, 1);
+    for (const json& node : document.json()["nodes"]) {
+        EXPECT_EQ(node["ok"], false);
+        EXPECT_TRUE(node["value"].is_null());
+        EXPECT_THAT(node["error"]["explanation"].get<std::string>(),
+                    AnyOf(HasSubstr("it is not UTF-8"), HasSubstr("it holds a zero byte")));
+    }
+    EXPECT_EQ(cli("write", {"--from", file(document.output)}).exitCode, 2);
+    EXPECT_EQ(cli("read", {rack + "Scalar.String"}).exitCode, 0) << "a table shows it";
 }
 
 TEST_F(CsvOutput, OfASnapshotHoldsItsValues) {

@@ -396,6 +396,17 @@ TEST_F(Keys, WriteWhatIsSelectedAndTellWhatCameOfIt) {
     EXPECT_EQ(bottom(), "not written: refused: Node1 = 3") << "seen although something was typed meanwhile";
 }
 
+TEST_F(Keys, WriteANodeThatCouldNotBeMonitored) {
+    m_monitored.nodes[0].problem = Problem{"there are too many"};
+    m_table.refused(0);
+    draw();
+    type("w3\ny");
+    const std::optional<Job> job = m_table.valueToWrite();
+    ASSERT_TRUE(job);
+    EXPECT_FALSE(job->problem) << "it would be passed over";
+    EXPECT_EQ(job->given, "Node0");
+}
+
 TEST_F(Keys, EndTheProgram) {
     EXPECT_FALSE(m_table.isEnded());
     type("/q\x1b");

@@ -244,6 +244,18 @@ TEST(WatchedNodes, OfOneNameShowTheirIds) {
     EXPECT_EQ(all[2].given, "Level (ns=2;s=Other)");
 }
 
+TEST(WatchedNodes, HaveNamesUpToABound) {
+    WatchList list(10);
+    list.add("12345", watched("A").node, {});
+    list.add("1234567890", watched("A").node, {});
+    list.add("67890", watched("B").node, {});
+    EXPECT_THROW(list.add("1", watched("C").node, {}), Failure);
+    const Jobs all = list.take();
+    ASSERT_EQ(all.size(), 2u);
+    EXPECT_EQ(all[0].given, "12345");
+    EXPECT_EQ(all[1].given, "67890");
+}
+
 TEST(ChangeInbox, KeepsChangesInTheirOrder) {
     ChangeInbox inbox;
     inbox.expect({"a", "b"});
@@ -277,13 +289,20 @@ TEST(ChangeInbox, KnowsTextsThatAreCut) {
     ChangeInbox inbox;
     inbox.expect({"a"});
     inbox.add(textMessage("abc", 3));
-    inbox.add(textMessage(std::string(255, 'x'), 255));
+    inbox.add(textMessage(std::string(254, 'x'), 254));
     inbox.add(textMessage(std::string(256, 'x'), 255));
     const auto changes = inbox.collect();
     ASSERT_EQ(changes.size(), 3u);
     EXPECT_EQ(changes[0].value, Value(std::string("abc")));
     EXPECT_FALSE(changes[0].cut);
-    EXPECT_EQ(changes[1].value, Value(std::string(255, 'x')));
+    EXPECT_EQ(changes[1].value, Value(std::string(254, 'x')));
     EXPECT_FALSE(changes[1].cut);
     EXPECT_TRUE(changes[2].cut);
+}
+
+TEST(ChangeInbox, AZeroByteInTheLastPlaceMayBeTheTextsOwn) {
+    ChangeInbox inbox;
+    inbox.expect({"a"});
+    inbox.add(textMessage(std::string(255, 'x') + '\0', 255));
+    EXPECT_TRUE(inbox.collect().front().cut);
 }

@@ -76,6 +76,8 @@ bool allAreRead(const Frame& frame) {
 /// The program on a terminal with a keyboard.
 class MonitorKeys : public Plant {
 protected:
+    explicit MonitorKeys(const std::vector<std::string>& options = {}) : Plant(options) {}
+
     void start(const Arguments& rest, const std::string& environment = "LC_ALL=C.UTF-8",
                const std::string& before = "exec") {
         const std::string script = before + " env TERM=xterm NO_COLOR=1 " + environment + R"( "$0" "$@" <)" +
@@ -126,6 +128,12 @@ protected:
 
     PseudoTerminal m_terminal{100};
     std::optional<ChildProcess> m_program;
+};
+
+/// A server that monitors one node and no more.
+class FewItems : public MonitorKeys {
+protected:
+    FewItems() : MonitorKeys({"--max-items", "1"}) {}
 };
 
 } // namespace
@@ -240,6 +248,29 @@ TEST_F(MonitorKeys, WriteWholeArraysAndElements) {
     press("w44\ry", "written: ");
     EXPECT_EQ(value(rack + "Array.Int32")[4], 44);
     EXPECT_EQ(quit(), 0);
+}
+
+TEST_F(MonitorKeys, AnArrayOfAnotherLengthIsNotWritten) {
+    for (const char* length : {"12", "8"}) {
+        EXPECT_EQ(cli("write", {rack + "Control.ArrayLength", "10"}).exitCode, 0);
+        start({rack + "Changing.Array"});
+        await(allAreRead);
+        EXPECT_EQ(cli("write", {rack + "Control.ArrayLength", length}).exitCode, 0);
+        const nlohmann::json before = value(rack + "Changing.Array");
+        press("w[9,9,9,9,9,9,9,9,9,9]\ry",
+              "not written: the value is [" + std::string(length) + "] by now, no more [10]");
+        EXPECT_EQ(value(rack + "Changing.Array"), before);
+        EXPECT_EQ(quit(), 0);
+    }
+}
+
+TEST_F(FewItems, AreNoBoundOnWhatIsWritten) {
+    start({"/TestRack/Scalar/Int16", "/TestRack/Scalar/Double"});
+    awaitText("cannot be monitored");
+    select(down, "Double");
+    press("w17.5\ry", "written: Double = 17.5");
+    EXPECT_EQ(value(rack + "Scalar.Double"), 17.5);
+    EXPECT_EQ(quit(), 1);
 }
 
 TEST_F(MonitorKeys, ArraysAreReadWhenTheyChange) {

@@ -7,6 +7,7 @@
 
 #include "failure.h"
 #include "values/node_value.h"
+#include "values/text_room.h"
 
 using namespace opcua_cli;
 using testing::HasSubstr;
@@ -35,6 +36,16 @@ NodeValue numbers(const Shape& shape, int count) {
 }
 
 } // namespace
+
+TEST(TextRoom, IsForTextsAloneAndEnds) {
+    TextRoom room(5);
+    room.take(Value(1.5));
+    room.take(Value(std::string("abc")));
+    EXPECT_THROW(room.take(Value(std::string("def"))), Failure);
+    room.take(Value(std::string("de")));
+    EXPECT_THROW(room.take(Value(std::string("f"))), Failure);
+    room.take(Value(std::string()));
+}
 
 TEST(NodeValue, ShowsNestedArrays) {
     EXPECT_EQ(toText(NodeValue()), "");

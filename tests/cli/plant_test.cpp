@@ -18,6 +18,7 @@
 
 #include "plant_fixture.h"
 #include "support/child_process.h"
+#include "support/raw_client.h"
 #include "support/temporary_directory.h"
 
 using namespace cli_test;
@@ -247,6 +248,14 @@ TEST_F(Plant, ReadsTextsThatFillTheFirstBuffer) {
         EXPECT_EQ(cli("write", {rack + "Scalar.String", text}).exitCode, 0);
         EXPECT_EQ(value(rack + "Scalar.String"), text) << size;
     }
+}
+
+TEST_F(Plant, ReadsTextsWithAZeroByteInTheLastPlaceOfTheFirstBuffer) {
+    std::string text(1100, 'x');
+    text[1023] = '\0';
+    test_support::RawClient(m_server.url()).writeText(scalar("String"), text);
+    const auto nodes = byName(cliJson("browse", {"/TestRack/Scalar", "--values"})["nodes"]);
+    EXPECT_EQ(nodes.at("String")["value"], text);
 }
 
 TEST_F(Plant, ReadsNodesWithStrangeNames) {

@@ -68,6 +68,24 @@ TEST_F(Profile, TheVariableStandsWhereTheUrlIsLeftOut) {
     EXPECT_THAT(run({"info", "@"}).error, HasSubstr("OPCUA_CLI_URL, which is not set"));
 }
 
+TEST_F(Profile, TheVariableLeavesFilesOfOtherCommandsAlone) {
+    const std::string variable = "OPCUA_CLI_URL=" + m_server.url();
+    const std::string snapshot = (m_directory.path() / "line.json").string();
+    const std::string recording = (m_directory.path() / "line.sqlite").string();
+    const auto exitCodeOf = [&](const Arguments& arguments) {
+        const CliResult result = run(arguments, variable);
+        EXPECT_EQ(result.exitCode, 0) << arguments[0] << ": " << result.error;
+        return result.exitCode;
+    };
+    ASSERT_EQ(exitCodeOf({"snapshot", "/TestRack/Scalar", "--output", snapshot}), 0);
+    exitCodeOf({"compare", snapshot, snapshot});
+    exitCodeOf({"compare", snapshot, m_server.url()});
+    exitCodeOf({"compare", "@", snapshot});
+    exitCodeOf({"restore", snapshot, "--dry-run"});
+    ASSERT_EQ(exitCodeOf({"record", recording, "i=2261", "--duration", "1"}), 0);
+    exitCodeOf({"export", recording});
+}
+
 TEST_F(Profile, WhatIsWrongIsAWrongArgument) {
     CliResult result = run({"info", "@plant"});
     EXPECT_EQ(result.exitCode, 2);

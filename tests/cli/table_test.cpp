@@ -122,3 +122,16 @@ TEST(Table, FoldsNothingThatFits) {
     EXPECT_EQ(table.renderFolded(pipe()), table.render(pipe()));
     EXPECT_NE(table.renderFolded(screen(20)), table.render(screen(20)));
 }
+
+TEST(Table, SteersNoTerminalThatReadsBytes) {
+    Table table({{"Text"}, {"End"}});
+    table.add({"\u00DB31mred", "\u00FC!"});
+    Terminal latin = screen(80);
+    latin.utf8 = false;
+    EXPECT_EQ(table.render(latin), "Text     End\n"
+                                   "?31mred  \u00FC!\n");
+    EXPECT_EQ(table.renderFolded(latin), table.render(latin));
+    latin.width = 8;
+    EXPECT_THAT(table.renderFolded(latin), testing::Not(testing::HasSubstr("\x9B")));
+    EXPECT_THAT(table.render(pipe()), testing::HasSubstr("\u00DB31mred"));
+}

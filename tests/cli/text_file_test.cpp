@@ -1,7 +1,13 @@
 #include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <pthread.h>
 #include <string>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -10,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include "formats/text_file.h"
+#include "interrupt.h"
 #include "support/next_definition.h"
 #include "support/temporary_directory.h"
 #include "support/unprivileged.h"
@@ -19,6 +26,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
+using testing::UnorderedElementsAre;
 
 namespace {
 
@@ -26,6 +34,7 @@ namespace {
 struct Asked {
     bool refusesModes = false;
     bool refusesOwners = false;
+    int interruptions = 0;                          ///< of what waits for the disk
     std::vector<std::pair<mode_t, mode_t>> modes{}; ///< the one that was, the one that is asked for
     std::vector<std::pair<uid_t, gid_t>> owners{};
 };
@@ -55,6 +64,9 @@ protected:
         EXPECT_EQ(stat(m_file.c_str(), &result), 0);
         return result;
     }
+    std::filesystem::path leftOver() const {
+        return m_file.string() + "." + std::to_string(getpid()) + ".part";
+    }
     std::vector<std::string> files() const {
         std::vector<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(m_directory.path()))
@@ -65,6 +77,26 @@ protected:
     test_support::TemporaryDirectory m_directory;
     const std::filesystem::path m_file = m_directory.path() / "snapshot.json";
 };
+
+/// The Ctrl-C came; another signal only ends the wait for somebody at the other end of the pipe.
+template <typename Work>
+[[noreturn]] void interruptOnAPipe(const Work& work) {
+    watchForInterrupt();
+    struct sigaction nothing{};
+    nothing.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &nothing, nullptr);
+    std::raise(SIGINT);
+    std::thread([waiting = pthread_self()] {
+        for (;; std::this_thread::sleep_for(std::chrono::milliseconds(10)))
+            pthread_kill(waiting, SIGUSR1);
+    }).detach();
+    try {
+        work();
+    } catch (const Failure& failure) {
+        std::_Exit(static_cast<int>(failure.exitCode()));
+    }
+    std::_Exit(0);
+}
 
 } // namespace
 
@@ -80,6 +112,15 @@ extern "C" int fchown(int file, uid_t owner, gid_t group) noexcept {
     static const auto next = nextDefinition<int (*)(int, uid_t, gid_t)>("fchown");
     asked.owners.emplace_back(owner, group);
     return asked.refusesOwners ? refusal() : next(file, owner, group);
+}
+
+extern "C" int fsync(int file) {
+    static const auto next = nextDefinition<int (*)(int)>("fsync");
+    if (asked.interruptions == 0)
+        return next(file);
+    --asked.interruptions;
+    errno = EINTR;
+    return -1;
 }
 
 TEST(TextFile, KeepsThePermissionsOfTheOneThatItReplaces) {
@@ -151,4 +192,30 @@ TEST_F(TextFiles, LeaveNothingWhenTheyAreNotFinished) {
     NewTextFile(m_file.string()).write("new");
     EXPECT_EQ(text(), "old");
     EXPECT_THAT(files(), ElementsAre("snapshot.json"));
+}
+
+TEST_F(TextFiles, AreWrittenBesideWhatAnotherProcessLeftBehind) {
+    makeOld(0600);
+    std::ofstream(leftOver()) << "half";
+    replace();
+    EXPECT_EQ(text(), "new");
+    NewTextFile(m_file.string()).write("never finished");
+    EXPECT_EQ(text(), "new");
+    EXPECT_EQ(readTextFile(leftOver().string()).text, "half");
+    EXPECT_THAT(files(), UnorderedElementsAre("snapshot.json", leftOver().filename().string()));
+}
+
+TEST_F(TextFiles, AreWrittenThoughASignalComesMeanwhile) {
+    asked.interruptions = 2;
+    replace();
+    EXPECT_EQ(text(), "new");
+}
+
+TEST(TextFileDeathTest, APipeThatNobodyHasOpenIsWaitedForUntilCtrlC) {
+    const test_support::TemporaryDirectory directory;
+    const std::string pipe = (directory.path() / "pipe").string();
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const auto interrupted = testing::ExitedWithCode(static_cast<int>(ExitCode::Interrupted));
+    EXPECT_EXIT(interruptOnAPipe([&] { readTextFile(pipe); }), interrupted, "");
+    EXPECT_EXIT(interruptOnAPipe([&] { writeTextFile(pipe, "new"); }), interrupted, "");
 }

@@ -161,6 +161,16 @@ TEST(NoServer, ARefusedPortIsExitCode3) {
     }
 }
 
+TEST(NoServer, ProblemsSteerNoTerminalThatReadsBytes) {
+    const LoopbackPort port;
+    PseudoTerminal terminal(200);
+    const std::string call = R"("$0" "$@" 2>)";
+    runInShell("LC_ALL=C TERM=xterm " + call + terminal.path(), {"info", port.url()});
+    EXPECT_THAT(terminal.text(), AllOf(HasSubstr("library: result 1, ??"), Not(HasSubstr("\x9E"))));
+    EXPECT_THAT(runInShell("LC_ALL=C \"$0\" \"$@\"", {"info", port.url()}).error,
+                HasSubstr("连接服务器失败"));
+}
+
 TEST(NoServer, ASilentServerIsExitCode3AfterTheTimeOut) {
     const LoopbackPort port;
     port.takeConnections();
@@ -185,6 +195,18 @@ TEST(NoServer, ANameThatDoesNotResolveIsExitCode3) {
     EXPECT_EQ(result.exitCode, 3);
     EXPECT_THAT(result.error, AllOf(HasSubstr("opc.tcp://no-such-host.invalid:4840"),
                                     HasSubstr("the name no-such-host.invalid does not resolve")));
+}
+
+TEST(Trace, IsShownWithoutSequencesWhereTheCursorCannotBeMoved) {
+    const LoopbackPort port;
+    const auto shown = [&](const std::string& type) {
+        PseudoTerminal terminal(200);
+        runInShell("NO_COLOR=1 TERM=" + type + R"( "$0" "$@" 2>)" + terminal.path(),
+                   {"info", port.url(), "-v"});
+        return terminal.text();
+    };
+    EXPECT_THAT(shown("dumb"), AllOf(HasSubstr("] LIFECYCLE "), Not(HasSubstr("\x1b"))));
+    EXPECT_THAT(shown("xterm"), HasSubstr("\r\x1b[K"));
 }
 
 TEST(Trace, IsWrittenBesideTheProgramWhenAskedFor) {

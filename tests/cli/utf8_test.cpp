@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "text/ascii.h"
 #include "text/utf8.h"
 
 using namespace opcua_cli;
@@ -64,4 +65,11 @@ TEST(Utf8, CutsToAWidth) {
     EXPECT_EQ(cutToWidth("温度计", 5), "温度…");
     EXPECT_EQ(cutToWidth("温度计", 4), "温…"); // half a wide character does not exist
     EXPECT_EQ(cutToWidth("", 3), "");
+}
+
+TEST(Utf8, HoldsNoControlCharacterForATerminalThatReadsBytes) {
+    EXPECT_EQ(withoutControlBytes("abc \x1b[31m"), "abc \x1b[31m");
+    EXPECT_EQ(withoutControlBytes("\u00DB31m"), "?31m") << "its second byte begins a sequence there";
+    EXPECT_EQ(withoutControlBytes("\u00DC, \u00E4\u00C4 \u9505"), "?, \u00E4? ??");
+    EXPECT_EQ(withoutControlBytes("a\x9B"), "??");
 }

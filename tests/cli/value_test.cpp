@@ -133,6 +133,11 @@ TEST(Value, TextsAreUtf8WithoutZero) {
     EXPECT_THAT(refusal(OpcUaDataType_String, std::string("a\0b", 3)).explanation, HasSubstr("zero byte"));
 }
 
+TEST(Value, ALongTextIsRefusedByItsBeginning) {
+    const std::string text = std::string(100000, 'x') + "\xFC";
+    EXPECT_LT(refusal(OpcUaDataType_String, text).explanation.size(), 400u);
+}
+
 TEST(Value, OtherTypesCannotBeWritten) {
     refusal(OpcUaDataType_Null, "1");
 }

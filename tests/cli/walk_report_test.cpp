@@ -1,4 +1,6 @@
+#include <cstddef>
 #include <initializer_list>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -21,6 +23,20 @@ Walk chain(int depth) {
 TEST(WalkReport, KnowsThatThereMayBeMoreBelowTheDeepestLevel) {
     EXPECT_FALSE(endsAtDepth(chain(2), 3));
     EXPECT_TRUE(endsAtDepth(chain(3), 3));
+}
+
+TEST(WalkReport, CountsTheNodesWhosePathsHaveRoom) {
+    Walk walk = chain(3);
+    for (std::size_t i = 0; i < 3; ++i) {
+        walk.nodes[i].children = {i + 1};
+        walk.nodes[i + 1].node.browseName = "A";
+    }
+    const std::vector<std::size_t> nodes = inTreeOrder(walk);
+    EXPECT_EQ(nodes, (std::vector<std::size_t>{1, 2, 3}));
+    EXPECT_EQ(countWithin(12, walk, nodes, ""), 3u) << "/A, /A/A and /A/A/A";
+    EXPECT_EQ(countWithin(11, walk, nodes, ""), 2u);
+    EXPECT_EQ(countWithin(12, walk, nodes, "/S"), 2u) << "/S/A and /S/A/A";
+    EXPECT_EQ(countWithin(1, walk, nodes, ""), 0u);
 }
 
 TEST(WalkReport, WhatIsShownElsewhereHasNothingBelow) {

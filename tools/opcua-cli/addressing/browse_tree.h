@@ -82,6 +82,9 @@ struct Walk {
         end; ///< the connection was lost or Ctrl-C pressed: the nodes are those found before
 };
 
+/// Of all paths in a document together: those of deep nodes with long names are longer than all else.
+constexpr std::size_t mostPathBytes = 200'000'000;
+
 /// Looks at the nodes met so far before the node at that index is browsed; false ends the walk, which is not
 /// complete then.
 using WalkWatcher = std::function<bool(const Walk&, std::size_t)>;

@@ -14,6 +14,7 @@
 #include "commands/commands.h"
 #include "commands/walk_report.h"
 #include "interrupt.h"
+#include "monitor/watched.h"
 #include "output/streams.h"
 #include "output/table.h"
 #include "output/terminal.h"
@@ -39,8 +40,9 @@ struct Findings {
     std::optional<std::string> startPath; ///< known only when the user gave a path
 };
 
-/// The first failure that ended the work early is kept in the walk.
-void readValues(Connection& connection, Findings& findings) {
+/// The first failure that ended the work early is kept in the walk. Of texts as much is kept as a table may
+/// show, unless they are wanted whole.
+void readValues(Connection& connection, bool whole, Findings& findings) {
     Progress progress("reading values");
     try {
         for (std::size_t i = 0; i < findings.walk.nodes.size(); ++i) {
@@ -49,8 +51,11 @@ void readValues(Connection& connection, Findings& findings) {
                 continue;
             throwIfInterrupted();
             // An id that was cut names no node, or another one.
-            findings.values[i] =
+            std::optional<Value> value =
                 node.nodeIdComplete ? readSingle(connection, node.nodeId, node.dataType) : std::nullopt;
+            if (value && !whole)
+                value = beginningOf(*value);
+            findings.values[i] = std::move(value);
             progress.show(i);
         }
     } catch (const Failure& failure) {
@@ -70,25 +75,8 @@ Findings explore(const BrowseOptions& options, const NodeReference& start) {
         findings.walk = walk(tree, way.back(), options.depth, options.maxNodes, progress);
     }
     if (options.values && !findings.walk.end)
-        readValues(connection, findings);
+        readValues(connection, options.json, findings);
     return findings;
-}
-
-/// Calls visit(index) for every node below the start, in the order in which a tree is read.
-template <typename Visit>
-void inTreeOrder(const Walk& walk, const Visit& visit) {
-    std::vector<std::size_t> pending;
-    const auto pushChildren = [&](std::size_t index) {
-        const std::vector<std::size_t>& children = walk.nodes[index].children;
-        pending.insert(pending.end(), children.rbegin(), children.rend());
-    };
-    pushChildren(0);
-    while (!pending.empty()) {
-        const std::size_t index = pending.back();
-        pending.pop_back();
-        visit(index);
-        pushChildren(index);
-    }
 }
 
 std::string nameOf(const NodeInfo& node) {
@@ -130,26 +118,26 @@ std::string tableReport(const Findings& findings) {
     const NodeInfo& start = walk.nodes[0].node;
     const std::string startName = start.nodeClass == 0 ? "(start)" : nameOf(start);
     table.add({startName, start.nodeId, className(start.nodeClass), typeText(start), valueCell(findings, 0)});
-    inTreeOrder(walk, [&](std::size_t index) {
+    for (const std::size_t index : inTreeOrder(walk)) {
         const NodeInfo& node = walk.nodes[index].node;
         table.add({branches(walk, index) + nameOf(node),
                    node.nodeId,
                    {className(node.nodeClass), Tone::Faint},
                    typeText(node),
                    valueCell(findings, index)});
-    });
+    }
     const Terminal terminal = terminalOn(STDOUT_FILENO);
     const std::size_t count = walk.nodes.size() - 1;
     const std::string summary = std::to_string(count) + (count == 1 ? " node" : " nodes") + " below";
     return table.renderFolded(terminal) + terminal.paint(summary, Tone::Faint) + "\n";
 }
 
-Json nodeJson(const Findings& findings, std::size_t index, const std::string& path) {
+Json nodeJson(const Findings& findings, std::size_t index) {
     const WalkedNode& walked = findings.walk.nodes[index];
     Json json = toJson(walked.node);
     json["parentId"] = findings.walk.nodes[walked.parent].node.nodeId;
     json["depth"] = walked.depth;
-    json["path"] = findings.startPath ? Json(path) : Json(nullptr);
+    json["path"] = findings.startPath ? Json(pathOf(findings.walk, index, *findings.startPath)) : Json();
     json["repeated"] = walked.repeated;
     json["browseError"] = toJson(walked.browseProblem);
     const auto value = findings.values.find(index);
@@ -160,19 +148,27 @@ Json nodeJson(const Findings& findings, std::size_t index, const std::string& pa
     return json;
 }
 
+/// The nodes of a document.
+std::vector<std::size_t> nodesWithRoom(const Findings& findings) {
+    std::vector<std::size_t> nodes = inTreeOrder(findings.walk);
+    if (findings.startPath)
+        nodes.resize(countWithin(mostPathBytes, findings.walk, nodes, *findings.startPath));
+    return nodes;
+}
+
 std::string jsonReport(const BrowseOptions& options, const Findings& findings) {
     const Walk& walk = findings.walk;
     Json nodes = Json::array();
-    std::vector<std::string> paths(walk.nodes.size());
-    paths[0] = findings.startPath.value_or("");
-    inTreeOrder(walk, [&](std::size_t index) {
-        paths[index] = paths[walk.nodes[index].parent] + pathStepText(walk.nodes[index].node.browseName);
-        nodes.push_back(nodeJson(findings, index, paths[index]));
-    });
+    for (const std::size_t index : nodesWithRoom(findings))
+        nodes.push_back(nodeJson(findings, index));
+    const std::size_t left = walk.nodes.size() - 1 - nodes.size();
+    if (left != 0)
+        reportNote("the paths are longer than a document may be; " + std::to_string(left) +
+                   " nodes are left out; a NODE further down or a smaller --depth has shorter ones");
     Json json{{"url", options.url},
               {"start", walk.nodes[0].node.nodeId},
               {"nodes", std::move(nodes)},
-              {"complete", walk.complete && !walk.end}};
+              {"complete", walk.complete && !walk.end && left == 0}};
     if (walk.end)
         json["error"] = toJson(walk.end->problem());
     return document(json);

@@ -44,6 +44,7 @@ struct StoredCertificate {
 struct Store {
     LibraryFiles files;
     StoredCertificate client;
+    bool hasClient = false;
     bool hasKey = false;
     std::vector<StoredCertificate> trusted;
     std::vector<StoredCertificate> issuers;
@@ -61,13 +62,29 @@ StoredCertificate load(const fs::path& file) {
     return stored;
 }
 
+/// Nobody knows then what is in there.
+void throwUnlessKnown(const fs::path& place, const std::error_code& error) {
+    if (error && error != std::errc::no_such_file_or_directory)
+        throw nodeFailure("cannot look at " + place.string() + ": " + error.message(),
+                          "the user whom these files belong to");
+}
+
+bool isThere(const fs::path& file) {
+    std::error_code error;
+    const fs::file_status status = fs::status(file, error);
+    throwUnlessKnown(file, fs::status_known(status) ? std::error_code() : error);
+    return fs::exists(status);
+}
+
 /// In the order of their names; the library passes over what begins with a dot.
 std::vector<StoredCertificate> loadAll(const fs::path& directory) {
     std::vector<StoredCertificate> all;
     std::error_code error;
-    for (const auto& entry : fs::directory_iterator(directory, error))
-        if (entry.path().filename().string().front() != '.')
-            all.push_back(load(entry.path()));
+    for (fs::directory_iterator entry(directory, error); !error && entry != fs::directory_iterator();
+         entry.increment(error))
+        if (entry->path().filename().string().front() != '.')
+            all.push_back(load(entry->path()));
+    throwUnlessKnown(directory, error);
     std::sort(all.begin(), all.end(), [](const auto& a, const auto& b) { return a.file < b.file; });
     return all;
 }
@@ -90,6 +107,7 @@ Store readStore() {
     Store store;
     store.files = libraryFiles();
     store.client = load(store.files.clientCertificate);
+    store.hasClient = isThere(store.client.file);
     store.hasKey = access(store.files.clientKey.c_str(), R_OK) == 0;
     store.trusted = loadAll(store.files.trustedCertificates);
     store.issuers = loadAll(store.files.issuerCertificates);
@@ -130,7 +148,7 @@ std::string clientReport(const Store& store) {
                "\nA server lets this client in when it trusts this certificate: copy the file to the "
                "server's\ntrusted client certificates. Many servers put what they refused into a folder of "
                "rejected\ncertificates: then connect once, and move it from there to the trusted ones.\n";
-    if (fs::exists(store.client.file))
+    if (store.hasClient)
         return text + "\nThe file cannot be used: " + store.client.problem + ".\n";
     return text +
            "\nThere is none yet. It is made by the first secured connection, or by opcua-cli cert --make.\n";

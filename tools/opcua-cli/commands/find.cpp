@@ -31,9 +31,6 @@ struct FindOptions : ConnectOptions {
     std::size_t maxNodes = 100000; // of about 2 kB
 };
 
-/// Of all paths in a document together: those of deep nodes with long names are longer than all else.
-constexpr std::size_t mostPathBytes = 200'000'000;
-
 /// "12,345"
 std::string grouped(std::size_t number) {
     std::string text = std::to_string(number);

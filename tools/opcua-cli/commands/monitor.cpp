@@ -164,7 +164,7 @@ private:
     /// Does one thing of those that the screen wants; false when there was none.
     bool serveScreen() {
         if (const std::optional<Job> job = m_output.valueToWrite()) {
-            m_output.written(m_link.write(*job));
+            m_output.written(m_link.write(*job, m_options.maxNodes));
             return true;
         }
         if (!m_arrays.isReading()) {

@@ -1,6 +1,9 @@
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "OpcUaHelpers.h"
@@ -39,6 +42,14 @@ std::string urlOf(const Profile& profile) {
     return url;
 }
 
+/// Something stands behind the URL there that may look like a node. Elsewhere that is a file of a command
+/// without a URL of its own, or a mistake.
+bool takesUrlAndMore(const std::string& command) {
+    constexpr std::array<std::string_view, 8> commands{"browse", "find",    "monitor",  "read",
+                                                       "record", "restore", "snapshot", "write"};
+    return std::find(commands.begin(), commands.end(), command) != commands.end();
+}
+
 } // namespace
 
 void useProfile(CommonOptions& options) {
@@ -58,7 +69,8 @@ void useProfile(CommonOptions& options) {
 }
 
 std::vector<std::string> withUrl(std::vector<std::string> words) {
-    if (words.size() >= 2 && looksLikeNode(words[1]) && !urlOfEnvironment().empty())
+    if (words.size() >= 2 && takesUrlAndMore(words[0]) && looksLikeNode(words[1]) &&
+        !urlOfEnvironment().empty())
         words.insert(words.begin() + 1, "@");
     return words;
 }

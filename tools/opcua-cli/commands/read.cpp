@@ -78,6 +78,13 @@ std::string jsonReport(const ReadOptions& options, const Jobs& jobs) {
     return document({{"url", options.url}, {"nodes", std::move(nodes)}});
 }
 
+/// What `write --from` is to find as it was. The text form of another type is written nowhere.
+void checkTextsToWriteBack(Jobs& jobs) {
+    for (Job& job : jobs)
+        if (job.node.dataType == OpcUaDataType_String || !job.node.typeKnown)
+            checkTexts(job);
+}
+
 ExitCode runRead(const ReadOptions& options) {
     Jobs jobs = jobsOf(options);
     {
@@ -86,6 +93,8 @@ ExitCode runRead(const ReadOptions& options) {
         resolve(connection, jobs, options.maxNodes);
         read(connection, jobs, options.maxElements);
     }
+    if (options.csv || options.json)
+        checkTextsToWriteBack(jobs);
     if (options.csv)
         writeOutput(forStandardOutput(jobsCsv(jobs)));
     else

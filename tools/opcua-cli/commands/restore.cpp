@@ -84,7 +84,7 @@ Restoration restoreValues(const RestoreOptions& options, Snapshot snapshot) {
     Connection& connection = *held;
     Jobs& jobs = snapshot.nodes;
     compareNodes(exploreFolder(connection, snapshot.folderId, options.maxNodes), jobs);
-    read(connection, jobs, options.maxElements);
+    read(connection, jobs, options.maxElements, mostFolderTextBytes);
     if (!options.dryRun)
         write(connection, jobs, options.maxElements);
     return {std::move(jobs), !options.dryRun};

@@ -7,20 +7,12 @@
 #include <optional>
 #include <string>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include "text/time_text.h"
 
 namespace opcua_cli {
 namespace {
-
-/// A value that was read may be none that the library takes back.
-void checkTexts(const NodeValue& value) {
-    for (const Value& element : value.elements)
-        if (const auto* text = std::get_if<std::string>(&element))
-            parseValue(OpcUaDataType_String, *text);
-}
 
 /// The library tells no difference between a value that it cannot read and one that it cannot convert.
 void explainUntyped(Connection& connection, Jobs& untyped) {
@@ -45,13 +37,9 @@ void readVariables(Connection& connection, std::size_t maxElements, Jobs& variab
     }
     explainUntyped(connection, untyped);
     std::move(untyped.begin(), untyped.end(), std::back_inserter(snapshot.leftOut));
-    read(connection, typed, maxElements);
+    read(connection, typed, maxElements, mostFolderTextBytes);
     for (Job& job : typed) {
-        try {
-            checkTexts(job.value);
-        } catch (const Failure& failure) {
-            job.problem = failure.problem();
-        }
+        checkTexts(job);
         (job.problem ? snapshot.leftOut : snapshot.nodes).push_back(std::move(job));
     }
 }

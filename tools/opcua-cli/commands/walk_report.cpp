@@ -31,6 +31,36 @@ std::string pathOf(const Walk& walk, std::size_t index, const std::string& start
     return path;
 }
 
+std::vector<std::size_t> inTreeOrder(const Walk& walk) {
+    std::vector<std::size_t> order;
+    std::vector<std::size_t> pending{0};
+    while (!pending.empty()) {
+        const std::size_t index = pending.back();
+        pending.pop_back();
+        if (index != 0)
+            order.push_back(index);
+        const std::vector<std::size_t>& children = walk.nodes[index].children;
+        pending.insert(pending.end(), children.rbegin(), children.rend());
+    }
+    return order;
+}
+
+std::size_t countWithin(std::size_t mostBytes, const Walk& walk, const std::vector<std::size_t>& nodes,
+                        const std::string& startPath) {
+    std::vector<std::size_t> sizes(walk.nodes.size());
+    sizes[0] = startPath.size();
+    std::size_t sum = 0;
+    for (std::size_t count = 0; count < nodes.size(); ++count) {
+        const WalkedNode& walked = walk.nodes[nodes[count]];
+        const std::size_t size = sizes[walked.parent] + pathStepText(walked.node.browseName).size();
+        sizes[nodes[count]] = size;
+        sum += size;
+        if (sum > mostBytes)
+            return count;
+    }
+    return nodes.size();
+}
+
 bool endsAtDepth(const Walk& walk, int depth) {
     return std::any_of(walk.nodes.begin(), walk.nodes.end(),
                        [&](const WalkedNode& walked) { return walked.depth >= depth && !walked.repeated; });

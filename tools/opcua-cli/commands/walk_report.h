@@ -15,6 +15,13 @@ std::optional<std::string> pathOf(const NodeReference& reference, const std::vec
 /// The path of a node of the walk, behind that of the start.
 std::string pathOf(const Walk& walk, std::size_t index, const std::string& startPath);
 
+/// The nodes below the start, in the order in which a tree is read.
+std::vector<std::size_t> inTreeOrder(const Walk& walk);
+
+/// How many of these nodes, each behind its parent, have paths of so many bytes together at most.
+std::size_t countWithin(std::size_t mostBytes, const Walk& walk, const std::vector<std::size_t>& nodes,
+                        const std::string& startPath);
+
 /// So many levels at most are walked through: a server may have a node in each, and a path names them all.
 constexpr int greatestWalkDepth = 100;
 

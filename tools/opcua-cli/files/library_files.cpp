@@ -140,10 +140,13 @@ LibraryFiles libraryFiles() {
 
 std::string readSmallFile(const std::filesystem::path& file) {
     constexpr std::uintmax_t sizeLimit = 1 << 20;
-    if (!std::filesystem::is_regular_file(file))
-        throw std::runtime_error(std::filesystem::exists(file) ? "not a regular file"
-                                                               : "No such file or directory");
-    if (std::filesystem::file_size(file) > sizeLimit)
+    std::error_code error;
+    const fs::file_status status = fs::status(file, error);
+    if (!fs::status_known(status))
+        throw std::runtime_error(error.message());
+    if (!fs::is_regular_file(status))
+        throw std::runtime_error(fs::exists(status) ? "not a regular file" : "No such file or directory");
+    if (fs::file_size(file, error) > sizeLimit)
         throw std::runtime_error("larger than a certificate can be");
     std::ifstream input(file, std::ios::binary);
     if (!input)

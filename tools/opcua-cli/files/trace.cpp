@@ -24,6 +24,7 @@
 #include "OpcUaClientInterface.h"
 #include "files/library_files.h"
 #include "interrupt.h"
+#include "output/terminal.h"
 #include "text/utf8.h"
 
 namespace opcua_cli {
@@ -36,6 +37,20 @@ constexpr std::chrono::milliseconds timeBetweenLooks{50};
 
 std::atomic<bool> held{false};
 
+/// Of the file without a name. The library goes on asking for the path through it, on threads that outlive
+/// every Trace: it stays open until another one takes its place there.
+std::atomic<int> unseenDirectory{-1};
+
+/// Who can write to the folder for temporary files may have put another one in its place. -1 for none.
+int openOwnDirectory(const std::string& path) {
+    const int directory = open(path.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    struct stat properties{};
+    if (directory < 0 || (fstat(directory, &properties) == 0 && properties.st_uid == geteuid()))
+        return directory;
+    close(directory);
+    return -1;
+}
+
 /// "2026-03-01T12:30:00.123Z [thread] LEVEL area | text"
 std::optional<std::string> textOfProblem(const std::string& line) {
     const std::size_t level = line.find("] ");
@@ -47,7 +62,8 @@ std::optional<std::string> textOfProblem(const std::string& line) {
     return isProblem ? std::optional(line.substr(text + 3)) : std::nullopt;
 }
 
-/// Another value of a variable, until the object goes.
+/// Another value of a variable, until the object goes. One that was not there is empty then, which means the
+/// same: other threads look for other variables, and find them where they were.
 class ChangedVariable {
 public:
     ChangedVariable(const char* name, const std::string& value) : m_name(name) {
@@ -55,18 +71,13 @@ public:
             m_before = before;
         setenv(name, value.c_str(), 1);
     }
-    ~ChangedVariable() {
-        if (m_before)
-            setenv(m_name, m_before->c_str(), 1);
-        else
-            unsetenv(m_name);
-    }
+    ~ChangedVariable() { setenv(m_name, m_before.c_str(), 1); }
     ChangedVariable(const ChangedVariable&) = delete;
     ChangedVariable& operator=(const ChangedVariable&) = delete;
 
 private:
     const char* m_name;
-    std::optional<std::string> m_before;
+    std::string m_before;
 };
 
 } // namespace
@@ -141,11 +152,12 @@ private:
             return;
         std::istringstream lines(m_file.newLines());
         for (std::string line; std::getline(lines, line);)
-            std::fprintf(stderr, "%s%s\n", m_isTerminal ? "\r\x1b[K" : "", printable(line).c_str());
+            std::fprintf(stderr, "%s%s\n", m_canRedraw ? "\r\x1b[K" : "",
+                         shownOn(STDERR_FILENO, printable(line)).c_str());
     }
 
     GrowingFile m_file;
-    const bool m_isTerminal = isatty(STDERR_FILENO) == 1;
+    const bool m_canRedraw = terminalOn(STDERR_FILENO).canRedraw;
     std::mutex m_mutex;
     std::condition_variable m_end;
     bool m_ended = false;
@@ -156,6 +168,7 @@ Trace::Trace() = default;
 Trace::~Trace() = default;
 
 void Trace::start(COpcUaClientInterface& client, const CommonOptions& options) {
+    readEnvironment(); // before there are threads that would, while this one changes it
     m_isKept = options.traceLevel != 0;
     m_isShown = options.verbose;
     if (!m_isKept)
@@ -169,23 +182,34 @@ void Trace::renew(COpcUaClientInterface& client) {
         startUnseen(client);
 }
 
-/// The library asks for the place of its trace as it starts it, and for that of everything else later.
 void Trace::startUnseen(COpcUaClientInterface& client) {
     std::error_code error;
-    fs::path temporary = fs::temp_directory_path(error);
-    if (!error)
-        temporary = fs::absolute(temporary, error); // the library takes no other
-    std::string directory = (temporary / "opcua-cli.XXXXXX").string();
-    if (error || mkdtemp(directory.data()) == nullptr) {
+    std::string path = (fs::temp_directory_path(error) / "opcua-cli.XXXXXX").string();
+    const bool isMade = !error && mkdtemp(path.data()) != nullptr;
+    const int directory = isMade ? openOwnDirectory(path) : -1;
+    if (directory < 0)
         client.OpcUaInit(_OpcUaClientTraceLevel{});
-        return;
-    }
+    else
+        startIn(client, directory);
+    if (isMade)
+        rmdir(path.c_str());
+}
+
+/// The library asks for the place of its trace as it starts it, and for that of everything else later. It
+/// looks at the path before each line, and so does the reader: by the descriptor it leads to this directory
+/// for ever, in which there can be no files any more, whoever makes another one of its name.
+void Trace::startIn(COpcUaClientInterface& client, int directory) {
+    const fs::path path = "/proc/self/fd/" + std::to_string(directory);
     {
-        const ChangedVariable place(directoryVariable, directory);
+        const ChangedVariable place(directoryVariable, path.string());
         client.OpcUaInit(m_isShown ? OpcUaTraceLevel_LifeCycle : OpcUaTraceLevel_Warnings);
     }
-    follow(libraryFilesIn(directory).trace, false);
-    fs::remove_all(directory, error);
+    const fs::path file = libraryFilesIn(path).trace;
+    follow(file, false);
+    unlinkat(directory, file.filename().c_str(), 0);
+    const int before = unseenDirectory.exchange(directory);
+    if (before >= 0)
+        close(before);
 }
 
 void Trace::follow(const fs::path& file, bool fromEnd) {

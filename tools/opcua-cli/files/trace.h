@@ -54,6 +54,7 @@ private:
     class Printer;
 
     void startUnseen(COpcUaClientInterface& client);
+    void startIn(COpcUaClientInterface& client, int directory);
     void follow(const std::filesystem::path& file, bool fromEnd);
 
     bool m_isKept = false;

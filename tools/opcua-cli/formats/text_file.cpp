@@ -25,8 +25,23 @@ constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 constexpr mode_t whatTheUmaskLeaves = 0666;
 constexpr mode_t forTheOwnerAlone = 0600;
 
+/// A pipe waits for somebody at its other end: a signal may come before.
 int openFile(const std::string& path, int flags, mode_t mode = whatTheUmaskLeaves) {
-    return open(path.c_str(), flags | O_CLOEXEC, mode);
+    for (;;) {
+        const int file = open(path.c_str(), flags | O_CLOEXEC, mode);
+        if (file >= 0 || errno != EINTR)
+            return file;
+        throwIfInterrupted();
+    }
+}
+
+/// What is written is not given up half way.
+bool reachesDisk(int file) {
+    int result = 0;
+    do
+        result = fsync(file);
+    while (result != 0 && errno == EINTR);
+    return result == 0;
 }
 
 std::string contents(const std::string& path) {
@@ -87,14 +102,26 @@ bool takePermissions(int file, const struct stat& old) {
     return given == wanted || fchmod(file, wanted) == 0 || (given & ~wanted) == 0;
 }
 
+/// Under a name that no other file has: a program that could not end in good order leaves its own behind,
+/// and its process number comes again.
+int makePart(std::string& part, const std::string& target, mode_t mode) {
+    constexpr int mostNames = 100;
+    const std::string process = target + "." + std::to_string(getpid());
+    int file = -1;
+    for (int i = 0; file < 0 && i < mostNames && (i == 0 || errno == EEXIST); ++i) {
+        part = process + (i == 0 ? "" : "-" + std::to_string(i)) + ".part";
+        file = openFile(part, O_WRONLY | O_CREAT | O_EXCL, mode);
+    }
+    return file;
+}
+
 /// Beside the file that is to be written; nobody else may look into it before it is known who may.
-int openPart(const std::string& part, const std::string& target) {
+int openPart(std::string& part, const std::string& target) {
     struct stat old{};
     const bool replaces = stat(target.c_str(), &old) == 0;
     if (replaces && access(target.c_str(), W_OK) != 0)
         return -1;
-    const int file =
-        openFile(part, O_WRONLY | O_CREAT | O_EXCL, replaces ? forTheOwnerAlone : whatTheUmaskLeaves);
+    const int file = makePart(part, target, replaces ? forTheOwnerAlone : whatTheUmaskLeaves);
     if (file < 0 || !replaces || takePermissions(file, old))
         return file;
     const int reason = errno;
@@ -121,7 +148,6 @@ std::string placeIn(const TextFile& file, std::size_t line) {
 
 NewTextFile::NewTextFile(const std::string& path)
     : m_path(path), m_target(replacedBy(path)),
-      m_part(m_target.empty() ? "" : m_target + "." + std::to_string(getpid()) + ".part"),
       m_file(m_target.empty() ? openFile(path, O_WRONLY) : openPart(m_part, m_target)) {
     if (!m_file.isOpen())
         fail();
@@ -141,7 +167,7 @@ void NewTextFile::write(const std::string& text) {
 void NewTextFile::finish() {
     const Writing writing;
     if (!m_part.empty() &&
-        (fsync(m_file.number()) != 0 || std::rename(m_part.c_str(), m_target.c_str()) != 0))
+        (!reachesDisk(m_file.number()) || std::rename(m_part.c_str(), m_target.c_str()) != 0))
         fail();
     m_isFinished = true;
 }

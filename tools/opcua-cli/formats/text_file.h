@@ -73,7 +73,7 @@ private:
 
     std::string m_path;   ///< as the user named it
     std::string m_target; ///< empty for a device, which is written to as it is
-    std::string m_part;   ///< takes the target's place in the end
+    std::string m_part{}; ///< takes the target's place in the end
     Descriptor m_file;
     bool m_isFinished = false;
 };

@@ -19,7 +19,7 @@ namespace opcua_cli {
 struct Change {
     std::size_t node = 0; ///< index among the nodes that are followed
     Value value{};
-    bool cut = false;                             ///< a text is longer than the library delivers
+    bool cut = false;                             ///< a text may be longer than the library delivers
     bool readable = true;                         ///< false when the value had to be read and could not
     std::chrono::system_clock::time_point time{}; ///< of arrival: the library does not tell the server's
 };

@@ -12,6 +12,7 @@
 
 #include "OpcUaHelpers.h"
 #include "interrupt.h"
+#include "monitor/watched.h"
 #include "text/time_text.h"
 #include "values/value_buffer.h"
 
@@ -206,11 +207,23 @@ std::optional<Value> Link::readElement(const Job& watched, const Index& index) {
     });
 }
 
-std::optional<Problem> Link::write(const Job& job) {
+/// A part of the elements would be written, or all of them to other places.
+void Link::throwIfReshaped(const Job& job, std::size_t maxNodes) {
+    const Shape shape = presentShape(m_connection, job.node.nodeId, maxNodes);
+    if (shape == job.node.dimensions)
+        return;
+    const std::string now = shape.empty() ? "a single value" : indexText(shape);
+    throw nodeFailure("the value is " + now + " by now, no more " + indexText(job.node.dimensions),
+                      "monitor started anew");
+}
+
+std::optional<Problem> Link::write(const Job& job, std::size_t maxNodes) {
     if (!isUp())
         return Problem{"there is no connection to the server"};
     Jobs jobs{job};
     try {
+        if (isWatchedWhole(job))
+            throwIfReshaped(job, maxNodes);
         opcua_cli::write(m_connection, jobs, defaultMaxElements);
     } catch (const Failure& failure) {
         return failure.problem();

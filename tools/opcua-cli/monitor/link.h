@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -52,8 +53,9 @@ public:
     std::optional<Value> readText(const std::string& nodeId);
     /// One element of an array; nothing when it can't be read now.
     std::optional<Value> readElement(const Job& watched, const Index& index);
-    /// Writes what is wanted; gives what went wrong.
-    std::optional<Problem> write(const Job& job);
+    /// Writes what is wanted; gives what went wrong. A whole array, whose lengths may be others by now, is
+    /// looked for among `maxNodes` nodes first.
+    std::optional<Problem> write(const Job& job, std::size_t maxNodes);
 
 private:
     using Seconds = std::chrono::duration<double>;
@@ -64,6 +66,7 @@ private:
     std::optional<LinkEvent> checkStatus();
     std::optional<LinkEvent> noteSilence(bool isSilent);
     void throwIfNothingIsWatched() const;
+    void throwIfReshaped(const Job& job, std::size_t maxNodes);
     LinkEvent lose(const std::string& reason);
     std::optional<LinkEvent> tryAgain();
     std::optional<Value> whileUp(const std::function<std::optional<Value>()>& read) const;

@@ -81,7 +81,12 @@ void LiveTable::beginToWrite() {
     const std::optional<std::size_t> node = m_view.selected();
     if (!node)
         return;
-    Job target = m_monitored.nodes[*node];
+    // Not its problem: that is of no interest here, and the thread that looks after the connection changes
+    // it.
+    const Job& watched = m_monitored.nodes[*node];
+    Job target = jobFor(watched.node);
+    target.given = watched.given;
+    target.index = watched.index;
     target.node.dataType = deliveredType(target, m_rows[*node].last.value);
     if (!m_writing.empty())
         m_message = Cell("still writing: " + m_writing);

@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -97,7 +96,7 @@ public:
         OpcUaNode* const record = m_tree->find(job.reference, m_maxNodes, m_progress);
         if (record == nullptr) {
             const auto& id = std::get<std::string>(job.reference);
-            addVariable(id, unmetNode(id, std::nullopt), job.index);
+            m_watched.add(id, unmetNode(id, std::nullopt), job.index);
             return;
         }
         const NodeInfo node = describe(*record);
@@ -109,10 +108,10 @@ public:
             throw nodeFailure(tooLongId);
         if (job.index)
             throwIfOutside(*job.index, node.dimensions);
-        addVariable(node.name(), node, job.index);
+        m_watched.add(node.name(), node, job.index);
     }
 
-    Jobs watched() { return std::move(m_watched); }
+    Jobs watched() { return m_watched.take(); }
     Jobs leftOut() { return std::move(m_leftOut); }
 
 private:
@@ -146,7 +145,7 @@ private:
             if (i == 0 || !isToBeWatched(found, i) || !hasElement(walked.node, index))
                 continue;
             if (walked.node.nodeIdComplete)
-                addVariable(nameBelowStart(found, i), walked.node, index);
+                m_watched.add(nameBelowStart(found, i), walked.node, index);
             else
                 unfollowed.add(nameBelowStart(found, i), Problem{tooLongId});
             any = any || walked.node.nodeIdComplete;
@@ -154,26 +153,12 @@ private:
         return any;
     }
 
-    void addVariable(const std::string& name, const NodeInfo& node, const std::optional<Index>& index) {
-        if (!m_known.insert(node.nodeId).second)
-            return;
-        if (m_watched.size() >= mostItems)
-            throw nodeFailure("more than " + std::to_string(mostItems) +
-                                  " nodes cannot be monitored at a time",
-                              "several runs, each with a part of them");
-        Job watched = jobFor(node);
-        watched.given = name;
-        watched.index = index;
-        m_watched.push_back(std::move(watched));
-    }
-
     Connection& m_connection;
     int m_depth;
     std::size_t m_maxNodes;
     Progress m_progress{"looking for the nodes"};
     std::optional<BrowseTree> m_tree;
-    std::unordered_set<std::string> m_known;
-    Jobs m_watched;
+    WatchList m_watched;
     Jobs m_leftOut;
 };
 
@@ -188,13 +173,33 @@ Jobs variablesToWatch(Connection& connection, Jobs& jobs, int depth, std::size_t
     return collector.watched();
 }
 
+void WatchList::add(const std::string& name, const NodeInfo& node, const std::optional<Index>& index) {
+    if (!m_known.insert(node.nodeId).second)
+        return;
+    if (m_watched.size() >= mostItems)
+        throw nodeFailure("more than " + std::to_string(mostItems) + " nodes cannot be monitored at a time",
+                          "several runs, each with a part of them");
+    if (name.size() > m_nameRoom)
+        throw nodeFailure("after " + std::to_string(m_watched.size()) +
+                              " nodes there is no room for the names of more: they are too long together",
+                          "several runs, nodes further down or a smaller --depth");
+    m_nameRoom -= name.size();
+    Job watched = jobFor(node);
+    watched.given = name;
+    watched.index = index;
+    m_watched.push_back(std::move(watched));
+}
+
 void makeNamesUnique(Jobs& watched) {
-    std::unordered_map<std::string, int> counts;
+    std::unordered_map<std::string_view, int> counts;
     for (const Job& job : watched)
         ++counts[job.given];
+    std::vector<Job*> alike;
     for (Job& job : watched)
         if (counts[job.given] > 1)
-            job.given += " (" + job.node.nodeId + ")";
+            alike.push_back(&job);
+    for (Job* job : alike)
+        job->given += " (" + job->node.nodeId + ")";
 }
 
 std::string watchedId(const Job& watched) {

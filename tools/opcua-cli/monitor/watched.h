@@ -1,11 +1,31 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
+#include <unordered_set>
+#include <utility>
 
+#include "addressing/browse_tree.h"
 #include "values/job.h"
 
 namespace opcua_cli {
+
+/// What is followed, each node once, up to two bounds: of how many there are, and of the bytes that their
+/// names have together.
+class WatchList {
+public:
+    explicit WatchList(std::size_t mostNameBytes = mostPathBytes) : m_nameRoom(mostNameBytes) {}
+
+    /// Throws Failure (Failed) at a bound.
+    void add(const std::string& name, const NodeInfo& node, const std::optional<Index>& index);
+    Jobs take() { return std::move(m_watched); }
+
+private:
+    std::size_t m_nameRoom;
+    std::unordered_set<std::string> m_known;
+    Jobs m_watched;
+};
 
 /// The variables that the jobs name, each once: one by one, or all those of a folder, down to `depth` levels
 /// below it. Looks at `maxNodes` nodes at most, for each search or folder.

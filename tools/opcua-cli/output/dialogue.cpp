@@ -10,6 +10,7 @@
 
 #include "interrupt.h"
 #include "output/live_screen.h"
+#include "output/terminal.h"
 #include "text/utf8.h"
 
 namespace opcua_cli {
@@ -35,7 +36,7 @@ private:
 };
 
 void show(const std::string& question) {
-    std::fputs(printable(question).c_str(), stderr);
+    std::fputs(shownOn(STDERR_FILENO, printable(question)).c_str(), stderr);
     std::fflush(stderr);
 }
 

@@ -9,9 +9,11 @@
 #include <fcntl.h>
 #include <string>
 #include <unistd.h>
+#include <utility>
 
 #include "interrupt.h"
 #include "output/terminal.h"
+#include "text/ascii.h"
 #include "text/utf8.h"
 
 namespace opcua_cli {
@@ -61,7 +63,10 @@ bool writeAll(int descriptor, const std::string& text) {
 }
 
 void writeOutput(const std::string& text) {
-    if (writeAll(STDOUT_FILENO, text, endOutputIfInterrupted))
+    const bool isWritten = terminalOn(STDOUT_FILENO).utf8
+                               ? writeAll(STDOUT_FILENO, text, endOutputIfInterrupted)
+                               : writeAll(STDOUT_FILENO, withoutControlBytes(text), endOutputIfInterrupted);
+    if (isWritten)
         return;
     if (errno == EPIPE)
         throw Failure(ExitCode::OutputClosed, {});
@@ -77,11 +82,11 @@ void reportProblem(const Problem& problem) {
                 (problem.storedMessage.empty() ? "" : ", " + printable(problem.storedMessage)) + "\n";
     if (!problem.advice.empty())
         text += "  try: " + printable(problem.advice) + "\n";
-    std::fputs(text.c_str(), stderr);
+    std::fputs(terminal.shown(std::move(text)).c_str(), stderr);
 }
 
 void reportNote(const std::string& text) {
-    std::fprintf(stderr, "%s: %s\n", programName, printable(text).c_str());
+    std::fprintf(stderr, "%s: %s\n", programName, shownOn(STDERR_FILENO, printable(text)).c_str());
 }
 
 std::string readInput() {

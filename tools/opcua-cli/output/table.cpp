@@ -148,7 +148,7 @@ std::string Table::render(const Terminal& terminal) const {
         result += writer.line(titles());
     for (const std::vector<Cell>& row : m_rows)
         result += writer.line(row);
-    return result;
+    return terminal.shown(std::move(result));
 }
 
 std::string Table::renderFolded(const Terminal& terminal) const {
@@ -158,7 +158,7 @@ std::string Table::renderFolded(const Terminal& terminal) const {
     std::string result = folded(titles(), widths, m_columns, terminal);
     for (const std::vector<Cell>& row : m_rows)
         result += folded(row, widths, m_columns, terminal);
-    return result;
+    return terminal.shown(std::move(result));
 }
 
 } // namespace opcua_cli

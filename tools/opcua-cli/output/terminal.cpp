@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "text/ascii.h"
+#include "text/drawing.h"
 #include "text/utf8.h"
 
 namespace opcua_cli {
@@ -29,6 +30,18 @@ bool isSet(const char* variable) {
 bool isDumb() {
     const char* type = std::getenv("TERM");
     return type == nullptr || std::string_view(type) == "dumb";
+}
+
+/// What the environment says of terminals.
+struct Environment {
+    bool dumb = isDumb();
+    bool colourless = isSet("NO_COLOR");
+    bool utf8 = localeHasUtf8();
+};
+
+const Environment& environment() {
+    static const Environment found;
+    return found;
 }
 
 std::string_view colourSequence(Tone tone) {
@@ -56,14 +69,28 @@ std::string Terminal::paint(std::string_view text, Tone tone) const {
     return std::string(sequence).append(text).append("\x1b[0m");
 }
 
+std::string Terminal::shown(std::string text) const {
+    return utf8 ? std::move(text) : withoutControlBytes(text);
+}
+
+void readEnvironment() {
+    environment();
+    drawing();
+}
+
+std::string shownOn(int descriptor, std::string text) {
+    // Without a look at the descriptor where it does not matter.
+    return environment().utf8 ? std::move(text) : terminalOn(descriptor).shown(std::move(text));
+}
+
 Terminal terminalOn(int descriptor) {
     Terminal terminal;
     terminal.interactive = isatty(descriptor) == 1;
     if (!terminal.interactive)
         return terminal;
-    terminal.canRedraw = !isDumb();
-    terminal.utf8 = localeHasUtf8();
-    terminal.colours = !isSet("NO_COLOR") && !isDumb();
+    terminal.canRedraw = !environment().dumb;
+    terminal.utf8 = environment().utf8;
+    terminal.colours = !environment().colourless && !environment().dumb;
     winsize size{};
     const bool known = ioctl(descriptor, TIOCGWINSZ, &size) == 0;
     terminal.width = known && size.ws_col > 0 ? size.ws_col : usualWidth;
@@ -90,12 +117,12 @@ void Progress::show(std::size_t count) {
 }
 
 void Progress::show(const std::function<std::string()>& words) {
-    if (!m_terminal.interactive || Clock::now() < m_nextShow)
+    if (!m_terminal.canRedraw || Clock::now() < m_nextShow)
         return;
     m_nextShow = Clock::now() + timeBetweenShows;
     m_shown = true;
     const std::size_t room = m_terminal.width.value_or(1) - 1;
-    std::fprintf(stderr, "\r\x1b[K%s", cutToWidth(printable(words()), room).c_str());
+    std::fprintf(stderr, "\r\x1b[K%s", m_terminal.shown(cutToWidth(printable(words()), room)).c_str());
 }
 
 } // namespace opcua_cli

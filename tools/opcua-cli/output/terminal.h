@@ -21,12 +21,20 @@ struct Terminal {
     std::optional<std::size_t> height; ///< rows, likewise
 
     std::string paint(std::string_view text, Tone tone) const;
+    /// What is printable in UTF-8 may steer a terminal that takes each byte for a character: there it is left
+    /// out, in the same width.
+    std::string shown(std::string text) const;
 };
 
 Terminal terminalOn(int descriptor);
+/// Terminal::shown() of what stands behind the descriptor; a pipe or a file gets the text as it is.
+std::string shownOn(int descriptor, std::string text);
 
-/// One line on standard error that tells how far a long job is; only where standard error is a terminal. The
-/// line goes with the object.
+/// All that the environment says of terminals, once and for all: it is not looked at any more then.
+void readEnvironment();
+
+/// One line on standard error that tells how far a long job is; only where standard error is a terminal whose
+/// cursor can be moved. The line goes with the object.
 class Progress {
 public:
     explicit Progress(std::string label);

@@ -4,8 +4,10 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 #include <vector>
 
+#include "output/terminal.h"
 #include "shell/position.h"
 #include "shell/words.h"
 #include "text/utf8.h"
@@ -48,7 +50,7 @@ Completion complete(const std::string& before, const Vocabulary& vocabulary) {
     for (const std::string& name :
          isCommand ? vocabulary.commands : vocabulary.children(word.substr(0, begin))) {
         // A name that would steer the terminal is left to those who type it.
-        if (name.compare(0, prefix.size(), prefix) == 0 && printable(name) == name)
+        if (name.compare(0, prefix.size(), prefix) == 0 && shownOn(STDOUT_FILENO, printable(name)) == name)
             completion.candidates.push_back(name);
     }
     if (completion.candidates.empty())

@@ -16,6 +16,7 @@
 
 #include "interrupt.h"
 #include "output/dialogue.h"
+#include "output/terminal.h"
 #include "text/utf8.h"
 
 namespace opcua_cli {
@@ -136,7 +137,7 @@ LineEditor::~LineEditor() = default;
 std::optional<std::string> LineEditor::read(const std::string& prompt) {
     const Utf8Locale utf8;
     const HeldTerminal held;
-    m_state->prompt = printable(prompt);
+    m_state->prompt = shownOn(STDOUT_FILENO, printable(prompt));
     el_resize(m_state->editor.get());
     // As soon as the prompt is there, its keys mean what they do in a line.
     el_set(m_state->editor.get(), EL_PREP_TERM, 1);

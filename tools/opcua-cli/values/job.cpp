@@ -31,6 +31,17 @@ NodeValue parseGivenValue(const Job& job, _OpcUaDataType type, const Shape& shap
     return parseNodeValue(type, shape, pointed);
 }
 
+void checkTexts(Job& job) {
+    try {
+        for (const Value& element : job.value.elements)
+            if (const auto* text = std::get_if<std::string>(&element))
+                parseValue(OpcUaDataType_String, *text);
+    } catch (const Failure& failure) {
+        job.problem = failure.problem();
+        job.value = {};
+    }
+}
+
 ExitCode reportProblems(const Jobs& jobs) {
     ExitCode code = ExitCode::Success;
     std::set<std::string> told;

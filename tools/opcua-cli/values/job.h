@@ -10,11 +10,15 @@
 #include "addressing/shape.h"
 #include "connection.h"
 #include "values/node_value.h"
+#include "values/text_room.h"
 
 namespace opcua_cli {
 
 /// Default bound for whole arrays: every element costs a read of all of them.
 constexpr std::size_t defaultMaxElements = 1000;
+
+/// Bound for the texts of a whole folder together.
+constexpr std::size_t mostFolderTextBytes = std::size_t{256} * 1024 * 1024;
 
 /// A node whose value is read, written or followed: what the user wrote, and what has come of it so far. All
 /// that works on jobs passes over those that have a problem, and gives one to those that it fails for; it
@@ -56,6 +60,9 @@ void attempt(Job& job, const Work& work) {
 /// value at all; a type that the user states spares both.
 void resolve(Connection& connection, Jobs& jobs, std::size_t maxNodes);
 
+/// The lengths that an array or matrix has by now; empty of a single value. Throws Failure.
+Shape presentShape(Connection& connection, const std::string& nodeId, std::size_t maxNodes);
+
 /// The variables at and below a node, each once.
 struct Folder {
     std::string nodeId;
@@ -67,9 +74,14 @@ struct Folder {
 /// Walks through everything below the node. Throws Failure.
 Folder exploreFolder(Connection& connection, const NodeReference& reference, std::size_t maxNodes);
 
+/// A text that was read may be none that the library takes back (no UTF-8, or a zero byte in it): its job
+/// gets that problem and has no value then.
+void checkTexts(Job& job);
+
 /// Reads single values many at a time, arrays and matrices element by element: while that goes on the array
-/// may change.
-void read(Connection& connection, Jobs& jobs, std::size_t maxElements);
+/// may change. A text for which there is no room any more among so many bytes is a problem of its job.
+void read(Connection& connection, Jobs& jobs, std::size_t maxElements,
+          std::size_t mostTextBytes = TextRoom::endless);
 
 /// Writes what is wanted, single values many at a time, arrays and matrices element by element: those that
 /// equal what was read are left out, and an array is given up at the first one that is refused.

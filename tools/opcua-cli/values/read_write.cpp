@@ -11,6 +11,7 @@
 #include "interrupt.h"
 #include "output/terminal.h"
 #include "values/job.h"
+#include "values/text_room.h"
 #include "values/value_buffer.h"
 
 namespace opcua_cli {
@@ -80,7 +81,7 @@ void inCalls(Connection& connection, Limited limited, const std::vector<Job*>& j
     }
 }
 
-void readSingles(Connection& connection, const std::vector<Job*>& jobs) {
+void readSingles(Connection& connection, const std::vector<Job*>& jobs, TextRoom& room) {
     std::vector<ValueBuffer> buffers;
     for (const Job* job : jobs)
         buffers.emplace_back(job->node.dataType);
@@ -91,10 +92,14 @@ void readSingles(Connection& connection, const std::vector<Job*>& jobs) {
         const std::optional<Value> value =
             buffers[i].holdsWhole() ? buffers[i].value()
                                     : readSingle(connection, jobs[i]->node.nodeId, jobs[i]->node.dataType);
-        if (value)
-            jobs[i]->value = NodeValue(*value);
-        else
+        if (!value) {
             jobs[i]->problem = connection.lastProblem();
+            continue;
+        }
+        attempt(*jobs[i], [&room, &read = *value, job = jobs[i]] {
+            room.take(read);
+            job->value = NodeValue(read);
+        });
     }
 }
 
@@ -141,19 +146,24 @@ void writeElement(Connection& connection, const NodeInfo& node, const Value& val
         refuseElement(connection, indexText(index) + " = " + toText(value));
 }
 
-NodeValue readArray(Connection& connection, const Job& job, std::size_t maxElements) {
+NodeValue readArray(Connection& connection, const Job& job, std::size_t maxElements, TextRoom& room) {
     const Shape& shape = job.node.dimensions;
     if (job.index) {
         throwIfOutside(*job.index, shape);
-        return NodeValue(readElement(connection, job.node, *job.index));
+        Value element = readElement(connection, job.node, *job.index);
+        room.take(element);
+        return NodeValue(std::move(element));
     }
     throwIfTooLong(job.node, maxElements);
     NodeValue value(shape, {});
     const std::size_t count = elementCount(shape);
+    TextRoom left = room; // an array that has none takes none
     for (std::size_t i = 0; i < count; ++i) {
         throwIfInterrupted();
         value.elements.push_back(readElement(connection, job.node, indexAt(i, shape)));
+        left.take(value.elements.back());
     }
+    room = left;
     return value;
 }
 
@@ -210,10 +220,12 @@ std::size_t callSize(Connection& connection, Limited limited, std::size_t count,
     return limit != nullptr && *limit > 0 && *limit < nodesPerRequest ? *limit : usual;
 }
 
-void read(Connection& connection, Jobs& jobs, std::size_t maxElements) {
+void read(Connection& connection, Jobs& jobs, std::size_t maxElements, std::size_t mostTextBytes) {
+    TextRoom room(mostTextBytes);
     inCalls(connection, Limited::Reads, singles(jobs),
-            [&](const std::vector<Job*>& some) { readSingles(connection, some); });
-    forArrays(jobs, "reading values", [&](Job& job) { job.value = readArray(connection, job, maxElements); });
+            [&](const std::vector<Job*>& some) { readSingles(connection, some, room); });
+    forArrays(jobs, "reading values",
+              [&](Job& job) { job.value = readArray(connection, job, maxElements, room); });
 }
 
 void write(Connection& connection, Jobs& jobs, std::size_t maxElements) {

@@ -17,6 +17,11 @@ bool needsShape(const Job& job) {
     return job.index || (job.givenValue && isWholeArray(*job.givenValue));
 }
 
+[[noreturn]] void throwUnknownShape() {
+    throw nodeFailure("the shape of this node was not found",
+                      "the node's path, or --max-nodes to let the search go further");
+}
+
 /// The id of a node that has to be looked for; else empty.
 std::string soughtId(const Job& job) {
     const auto* id = std::get_if<std::string>(&job.reference);
@@ -30,8 +35,7 @@ NodeInfo lookUp(BrowseTree& tree, const Job& job, std::size_t maxNodes, Progress
     // The start is nobody's child here, so that class and type are missing.
     const bool isMet = record != nullptr && record != tree.start();
     if (id != nullptr && !isMet && needsShape(job))
-        throw nodeFailure("the shape of this node was not found",
-                          "the node's path, or --max-nodes to let the search go further");
+        throwUnknownShape();
     if (id != nullptr && !isMet)
         return unmetNode(*id, job.type);
     NodeInfo node = describe(*record);
@@ -73,6 +77,15 @@ void resolve(Connection& connection, Jobs& jobs, std::size_t maxNodes) {
             job.node.dataType = job.type.value_or(job.node.dataType);
         });
     }
+}
+
+Shape presentShape(Connection& connection, const std::string& nodeId, std::size_t maxNodes) {
+    BrowseTree tree(connection, rootFolderId);
+    Progress progress("looking for the shape");
+    const OpcUaNode* const record = tree.find(nodeId, maxNodes, progress);
+    if (record == nullptr || record == tree.start())
+        throwUnknownShape();
+    return describe(*record).dimensions;
 }
 
 Folder exploreFolder(Connection& connection, const NodeReference& reference, std::size_t maxNodes) {

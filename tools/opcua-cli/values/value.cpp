@@ -125,10 +125,12 @@ private:
         return number;
     }
 
-    /// A text is shown up to a zero byte in it.
+    /// A text is shown up to a zero byte in it, and no more than its beginning.
     [[noreturn]] void refuse(const std::string& reason, const std::string& advice) const {
-        throw usageFailure("\"" + m_text.substr(0, m_text.find('\0')) + "\" is no value for a node of type " +
-                               std::string(typeName(m_type)) + ": " + reason,
+        constexpr std::size_t widest = 200;
+        throw usageFailure("\"" + cutToWidth(m_text.substr(0, m_text.find('\0')), widest) +
+                               "\" is no value for a node of type " + std::string(typeName(m_type)) + ": " +
+                               reason,
                            advice);
     }
 

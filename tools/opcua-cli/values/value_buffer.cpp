@@ -37,9 +37,9 @@ int ValueBuffer::capacity() const {
 }
 
 bool ValueBuffer::holdsWhole() const {
-    // A text that fills the buffer has no terminating zero and may be longer.
-    const auto* text = std::get_if<std::string>(&m_value);
-    return text == nullptr || m_size < capacity() - 1 || text->back() == '\0';
+    // The library tells this length of a text that just fits and of a longer one. A zero byte in the last
+    // place tells nothing either: it may be the text's own.
+    return !std::holds_alternative<std::string>(m_value) || m_size < capacity() - 1;
 }
 
 Value ValueBuffer::value() const {
