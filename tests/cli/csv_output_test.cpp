@@ -85,7 +85,9 @@ TEST_F(CsvOutput, OfATextThatCannotBeWrittenBackIsNoValueToWrite) {
 
     const CliResult document = cli("read", {rack + "Scalar.String", rack + "Text.EmbeddedZero", "--json"});
     EXPECT_EQ(document.exitCode, 1);
-    for (const json& node : document.json()["nodes"]) {
+    const json nodes = document.json()["nodes"];
+    EXPECT_EQ(nodes.size(), 2U);
+    for (const json& node : nodes) {
         EXPECT_EQ(node["ok"], false);
         EXPECT_TRUE(node["value"].is_null());
         EXPECT_THAT(node["error"]["explanation"].get<std::string>(),
