@@ -255,9 +255,10 @@ TEST_F(MonitorKeys, AnArrayOfAnotherLengthIsNotWritten) {
         EXPECT_EQ(cli("write", {rack + "Control.ArrayLength", "10"}).exitCode, 0);
         start({rack + "Changing.Array"});
         await(allAreRead);
+        press("w", "new value: ");
         EXPECT_EQ(cli("write", {rack + "Control.ArrayLength", length}).exitCode, 0);
         const nlohmann::json before = value(rack + "Changing.Array");
-        press("w[9,9,9,9,9,9,9,9,9,9]\ry",
+        press("[9,9,9,9,9,9,9,9,9,9]\ry",
               "not written: the value is [" + std::string(length) + "] by now, no more [10]");
         EXPECT_EQ(value(rack + "Changing.Array"), before);
         EXPECT_EQ(quit(), 0);
